@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#include "support/error.h"
+
+namespace velmora
+{
+
+QString CancellationError::description() const
+{
+    return QStringLiteral("The operation was cancelled.");
+}
+
+DecodingError::DecodingError(QString description)
+    : m_description(std::move(description))
+{
+}
+
+TransportError::TransportError(Kind kind, QString description)
+    : m_kind(kind)
+    , m_description(std::move(description))
+{
+}
+
+FileError::FileError(QString description)
+    : m_description(std::move(description))
+{
+}
+
+QString describe(const std::exception_ptr &failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const Error &error) {
+        return error.description();
+    } catch (const std::exception &error) {
+        return QString::fromUtf8(error.what());
+    } catch (...) {
+        return QStringLiteral("An unknown error occurred.");
+    }
+}
+
+bool isCancellation(const std::exception_ptr &failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const CancellationError &) {
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+} // namespace velmora

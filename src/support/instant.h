@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+#include <QStringView>
+
+#include <chrono>
+#include <optional>
+
+namespace velmora
+{
+
+/// A point in time, UTC, exact to the microsecond, compared exactly.
+using Instant = std::chrono::sys_time<std::chrono::microseconds>;
+
+/// An instant before every other that occurs: the first of January of the year 1.
+[[nodiscard]] Instant distantPast();
+
+/// Seconds since 2001-01-01T00:00:00Z: the form in which Velmora's own files keep instants.
+[[nodiscard]] double secondsSinceReferenceDate(Instant instant);
+
+/// The inverse of secondsSinceReferenceDate(), rounded to the microsecond; nothing for a number that
+/// is not finite or lies outside of the years 1 to 9999.
+[[nodiscard]] std::optional<Instant> instantFromReferenceDate(double seconds);
+
+/// Reads an ISO 8601 internet date-time: date, "T", time with or without fractional seconds, and "Z" or
+/// an offset such as "+02:00". Nothing for anything else, a bare date included. Digits of a fraction
+/// beyond the microsecond are cut.
+[[nodiscard]] std::optional<Instant> parseISO8601(QStringView text);
+
+/// "2026-05-01T12:00:00Z", with ".123456" before the Z when the instant is not on a whole second.
+[[nodiscard]] QString toISO8601(Instant instant);
+
+} // namespace velmora

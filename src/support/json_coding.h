@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+// Included only by source files that hold the table of a record: simdjson and RapidJSON stay behind it.
+
+#include "support/error.h"
+#include "support/instant.h"
+#include "support/json.h"
+#include "support/web_address.h"
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+#include <simdjson.h>
+
+#include <QList>
+#include <QString>
+
+#include <optional>
+#include <string_view>
+#include <tuple>
+
+namespace velmora
+{
+
+/// The table of a record, specialised once for each: `static constexpr auto fields = std::tuple {…}`
+/// of required() and optional() entries.
+template <typename Record>
+struct JSONTable;
+
+namespace json
+{
+
+template <typename Record, typename Member>
+struct Field {
+    std::string_view key;
+    Member Record::*member;
+    bool isRequired;
+};
+
+/// The key must be present and not null.
+template <typename Record, typename Member>
+constexpr Field<Record, Member> required(std::string_view key, Member Record::*member)
+{
+    return {key, member, true};
+}
+
+/// A missing key and a null leave the field absent.
+template <typename Record, typename Value>
+constexpr Field<Record, std::optional<Value>> optional(std::string_view key, std::optional<Value> Record::*member)
+{
+    return {key, member, false};
+}
+
+/// Where in the document the decoder stands; lives on the stack and is put into words only on failure.
+struct Path {
+    const Path *parent = nullptr;
+    std::string_view key;
+    std::size_t index = 0;
+
+    [[nodiscard]] QString text() const;
+};
+
+[[noreturn]] void failMissing(const Path &path);
+[[noreturn]] void failExpected(const Path &path, const char *expected);
+
+using Element = simdjson::dom::element;
+using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
+
+/// How one type is read and written. Specialised for the scalar types below, for optionals, lists and
+/// every record with a table; a source file may add its own, for an enumeration for instance.
+template <typename T>
+struct Codec {
+    static void decode(T &value, Element element, const Path &path)
+    {
+        simdjson::dom::object object;
+        if (element.get(object) != simdjson::SUCCESS)
+            failExpected(path, "an object");
+        decodeFields(value, object, path, JSONTable<T>::fields);
+    }
+
+    static void encode(Writer &writer, const T &value)
+    {
+        writer.StartObject();
+        std::apply([&](const auto &...field) { (encodeField(writer, value, field), ...); }, JSONTable<T>::fields);
+        writer.EndObject();
+    }
+
+private:
+    // One pass over the object: the first occurrence of a key counts.
+    template <typename... Fields>
+    static void decodeFields(
+        T &value, simdjson::dom::object object, const Path &path, const std::tuple<Fields...> &fields)
+    {
+        constexpr std::size_t count = sizeof...(Fields);
+        bool found[count] = {};
+        for (const auto member : object)
+            decodeMember(value, member, path, fields, found, std::make_index_sequence<count>{});
+        requireAll(path, fields, found, std::make_index_sequence<count>{});
+    }
+
+    template <typename Fields, std::size_t... Indices>
+    static void decodeMember(T &value, const simdjson::dom::key_value_pair &member, const Path &path,
+        const Fields &fields, bool *found, std::index_sequence<Indices...>)
+    {
+        [[maybe_unused]] const bool known
+            = ((member.key == std::get<Indices>(fields).key
+                   && (decodeField(value, member.value, path, std::get<Indices>(fields), found[Indices]), true))
+                || ...);
+    }
+
+    template <typename Member>
+    static void decodeField(T &value, Element element, const Path &path, const Field<T, Member> &field, bool &isFound)
+    {
+        if (isFound || element.is_null())
+            return;
+        Codec<Member>::decode(value.*field.member, element, Path{&path, field.key, 0});
+        isFound = true;
+    }
+
+    template <typename Fields, std::size_t... Indices>
+    static void requireAll(const Path &path, const Fields &fields, const bool *found, std::index_sequence<Indices...>)
+    {
+        const auto check = [&](const auto &field, bool isFound) {
+            if (field.isRequired && !isFound)
+                failMissing(Path{&path, field.key, 0});
+        };
+        (check(std::get<Indices>(fields), found[Indices]), ...);
+    }
+
+    template <typename Member>
+    static void encodeField(Writer &writer, const T &value, const Field<T, Member> &field)
+    {
+        const auto &member = value.*field.member;
+        if constexpr (requires { member.has_value(); }) {
+            if (!member.has_value())
+                return;
+        }
+        writer.Key(field.key.data(), static_cast<rapidjson::SizeType>(field.key.size()));
+        Codec<Member>::encode(writer, member);
+    }
+};
+
+template <>
+struct Codec<bool> {
+    static void decode(bool &value, Element element, const Path &path);
+    static void encode(Writer &writer, bool value) { writer.Bool(value); }
+};
+
+template <>
+struct Codec<qint64> {
+    static void decode(qint64 &value, Element element, const Path &path);
+    static void encode(Writer &writer, qint64 value) { writer.Int64(value); }
+};
+
+template <>
+struct Codec<QString> {
+    static void decode(QString &value, Element element, const Path &path);
+    static void encode(Writer &writer, const QString &value);
+};
+
+template <>
+struct Codec<Instant> {
+    static void decode(Instant &value, Element element, const Path &path);
+    static void encode(Writer &writer, Instant value) { writer.Double(secondsSinceReferenceDate(value)); }
+};
+
+/// A required address must be one that can be parsed; an optional one that is empty is absent, since
+/// GitHub writes "" for an address that nobody gave.
+template <>
+struct Codec<WebAddress> {
+    static void decode(WebAddress &value, Element element, const Path &path);
+    static void encode(Writer &writer, const WebAddress &value) { Codec<QString>::encode(writer, value.text()); }
+};
+
+template <>
+struct Codec<std::optional<WebAddress>> {
+    static void decode(std::optional<WebAddress> &value, Element element, const Path &path);
+    static void encode(Writer &writer, const std::optional<WebAddress> &value)
+    {
+        Codec<WebAddress>::encode(writer, *value);
+    }
+};
+
+template <typename T>
+struct Codec<std::optional<T>> {
+    static void decode(std::optional<T> &value, Element element, const Path &path)
+    {
+        if (element.is_null())
+            return;
+        Codec<T>::decode(value.emplace(), element, path);
+    }
+    static void encode(Writer &writer, const std::optional<T> &value) { Codec<T>::encode(writer, *value); }
+};
+
+template <typename T>
+struct Codec<QList<T>> {
+    static void decode(QList<T> &value, Element element, const Path &path)
+    {
+        simdjson::dom::array array;
+        if (element.get(array) != simdjson::SUCCESS)
+            failExpected(path, "an array");
+        value.reserve(static_cast<qsizetype>(array.size()));
+        std::size_t index = 0;
+        for (const auto item : array) {
+            Codec<T>::decode(value.emplaceBack(), item, Path{&path, {}, index});
+            ++index;
+        }
+    }
+    static void encode(Writer &writer, const QList<T> &value)
+    {
+        writer.StartArray();
+        for (const auto &item : value)
+            Codec<T>::encode(writer, item);
+        writer.EndArray();
+    }
+};
+
+/// Parses the whole document and calls `visit` with its root, which lives only during the call.
+void withDocument(QByteArrayView text, const std::function<void(Element)> &visit);
+
+} // namespace json
+
+template <typename Record>
+Record decodeJSON(QByteArrayView text)
+{
+    Record record{};
+    json::withDocument(text, [&](json::Element root) { json::Codec<Record>::decode(record, root, json::Path{}); });
+    return record;
+}
+
+template <typename Record>
+QByteArray encodeJSON(const Record &record)
+{
+    rapidjson::StringBuffer buffer;
+    json::Writer writer(buffer);
+    json::Codec<Record>::encode(writer, record);
+    return QByteArray(buffer.GetString(), static_cast<qsizetype>(buffer.GetSize()));
+}
+
+} // namespace velmora

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#include "support/relative_time.h"
+
+#include <array>
+
+namespace velmora
+{
+
+using namespace std::chrono;
+
+namespace
+{
+
+struct Unit {
+    seconds length;
+    const char16_t *name;
+};
+
+constexpr std::array kUnits{Unit{years{1}, u"year"}, Unit{months{1}, u"month"}, Unit{weeks{1}, u"week"},
+    Unit{days{1}, u"day"}, Unit{hours{1}, u"hour"}, Unit{minutes{1}, u"minute"}, Unit{seconds{1}, u"second"}};
+
+QString amount(seconds duration)
+{
+    for (const Unit &unit : kUnits) {
+        if (duration < unit.length)
+            continue;
+        const auto count = duration / unit.length;
+        return QString::number(count) + QLatin1Char(' ') + QString::fromUtf16(unit.name)
+            + (count == 1 ? QString() : QStringLiteral("s"));
+    }
+    return QString();
+}
+
+} // namespace
+
+QString relativeTime(Instant instant, Instant now)
+{
+    const bool isPast = instant <= now;
+    const QString text = amount(floor<seconds>(isPast ? now - instant : instant - now));
+    if (text.isEmpty())
+        return QStringLiteral("now");
+    return isPast ? text + QStringLiteral(" ago") : QStringLiteral("in ") + text;
+}
+
+} // namespace velmora

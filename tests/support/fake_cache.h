@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "model/deployment_cache.h"
+#include "support/error.h"
+#include "support/one_shot.h"
+
+namespace velmora::testing
+{
+
+/// Keeps the payload in memory and counts the saves.
+class FakeCache final : public DeploymentCaching
+{
+public:
+    [[nodiscard]] QCoro::Task<> save(DeploymentCachePayload saved) override
+    {
+        ++saves;
+        if (fails)
+            throw FileError(QStringLiteral("the disk is full"));
+        payload = std::move(saved);
+        co_return;
+    }
+
+    [[nodiscard]] QCoro::Task<std::optional<DeploymentCachePayload>> load() override
+    {
+        if (gate) {
+            const OneShot<> opened = *gate;
+            co_await opened;
+        }
+        auto loaded = payload;
+        co_return loaded;
+    }
+
+    std::optional<DeploymentCachePayload> payload;
+    int saves = 0;
+    bool fails = false;
+    std::optional<OneShot<>> gate; ///< loading waits for it
+};
+
+} // namespace velmora::testing

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "support/clock.h"
+#include "support/error.h"
+#include "support/one_shot.h"
+
+#include <QList>
+
+#include <algorithm>
+
+namespace velmora::testing
+{
+
+/// A clock that stands still until it is told to move. Sleeps end, in the order of their ends, while
+/// advance() runs; a stop ends a sleep at once.
+class FakeClock final : public Clock
+{
+public:
+    explicit FakeClock(Instant start = Instant(std::chrono::sys_days(std::chrono::year(2026) / 5 / 1)))
+        : m_now(start)
+    {
+    }
+
+    [[nodiscard]] Instant now() const override { return m_now; }
+
+    [[nodiscard]] QCoro::Task<> sleep(std::chrono::milliseconds duration, std::stop_token stop) override
+    {
+        if (stop.stop_requested())
+            throw CancellationError();
+        requestedSleeps.append(duration);
+        const OneShot<> done;
+        m_sleepers.append({m_now + duration, done});
+        const auto interrupt = [done] {
+            done.resolve();
+        };
+        const std::stop_callback onStop(stop, interrupt);
+        co_await done;
+        if (stop.stop_requested())
+            throw CancellationError();
+    }
+
+    /// Moves the time forward, waking every sleeper on the way at the instant of its end.
+    void advance(std::chrono::microseconds duration)
+    {
+        const Instant end = m_now + duration;
+        while (wakeNext(end)) { }
+        m_now = end;
+    }
+
+    /// Moves the time to the end of the next sleep and wakes it; false when nobody sleeps.
+    bool advanceToNextWake() { return wakeNext(Instant::max()); }
+
+    /// Sets the wall clock without waking anybody.
+    void setNow(Instant now) { m_now = now; }
+
+    [[nodiscard]] qsizetype sleeperCount() const
+    {
+        return std::ranges::count_if(m_sleepers, [](const Sleeper &sleeper) { return !sleeper.done.isSettled(); });
+    }
+
+    /// Every duration that was ever slept for, in order.
+    QList<std::chrono::milliseconds> requestedSleeps;
+
+private:
+    struct Sleeper {
+        Instant end;
+        OneShot<> done;
+    };
+
+    bool wakeNext(Instant latest)
+    {
+        m_sleepers.removeIf([](const Sleeper &sleeper) { return sleeper.done.isSettled(); });
+        const auto next = std::ranges::min_element(m_sleepers, {}, &Sleeper::end);
+        if (next == m_sleepers.end() || next->end > latest)
+            return false;
+        const Sleeper sleeper = *next;
+        m_sleepers.erase(next);
+        m_now = std::max(m_now, sleeper.end);
+        sleeper.done.resolve();
+        return true;
+    }
+
+    Instant m_now;
+    QList<Sleeper> m_sleepers;
+};
+
+} // namespace velmora::testing

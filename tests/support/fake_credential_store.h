@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "accounts/credential_storing.h"
+#include "support/one_shot.h"
+
+#include <QMap>
+#include <QStringList>
+
+#include <deque>
+
+namespace velmora::testing
+{
+
+/// Credentials in memory that can fail, wait, and tell what was asked of them.
+class FakeCredentialStore final : public CredentialStoring
+{
+public:
+    [[nodiscard]] QCoro::Task<> save(GitHubCredential credential, qint64 accountID, Interaction interaction) override
+    {
+        const bool waits = isHolding || isHoldingSaves;
+        if (waits)
+            co_await hold();
+        if (saveFailure)
+            std::rethrow_exception(saveFailure);
+        ++saves;
+        if (journal) {
+            const QString manner
+                = interaction == Interaction::Allowed ? QStringLiteral("asking") : QStringLiteral("quietly");
+            journal->append(QStringLiteral("save %1 %2 %3").arg(accountID).arg(credential.accessToken, manner));
+        }
+        credentials.insert(accountID, credential);
+    }
+
+    [[nodiscard]] QCoro::Task<std::optional<GitHubCredential>> load(qint64 accountID) override
+    {
+        ++loads;
+        if (isHolding) {
+            m_answerWithNothing = false;
+            co_await hold();
+            if (m_answerWithNothing)
+                co_return std::nullopt;
+        }
+        if (loadFailure)
+            std::rethrow_exception(loadFailure);
+        std::optional<GitHubCredential> found;
+        if (credentials.contains(accountID))
+            found = credentials.value(accountID);
+        co_return found;
+    }
+
+    [[nodiscard]] QCoro::Task<> remove(qint64 accountID, [[maybe_unused]] Interaction interaction) override
+    {
+        if (isHolding)
+            co_await hold();
+        if (removeFailure)
+            std::rethrow_exception(removeFailure);
+        credentials.remove(accountID);
+    }
+
+    /// Lets the oldest operation that waits go on; false when none waits.
+    bool release()
+    {
+        if (m_held.empty())
+            return false;
+        const auto held = m_held.front();
+        m_held.pop_front();
+        held.resolve();
+        return true;
+    }
+
+    /// Lets the oldest load go on and find nothing, whatever is there.
+    bool releaseWith(std::nullopt_t)
+    {
+        m_answerWithNothing = true;
+        return release();
+    }
+
+    QMap<qint64, GitHubCredential> credentials;
+    std::exception_ptr saveFailure;
+    std::exception_ptr loadFailure;
+    std::exception_ptr removeFailure;
+    bool isHolding = false; ///< every operation waits for release()
+    bool isHoldingSaves = false;
+    int saves = 0; ///< that succeeded
+    int loads = 0;
+    QStringList *journal = nullptr;
+
+private:
+    OneShot<> hold()
+    {
+        const OneShot<> held;
+        m_held.push_back(held);
+        return held;
+    }
+
+    std::deque<OneShot<>> m_held;
+    bool m_answerWithNothing = false;
+};
+
+} // namespace velmora::testing

@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "model/deployment_state.h"
+#include "support/builders.h"
+#include "support/fake_http_session.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMap>
+
+#include <optional>
+
+namespace velmora::testing
+{
+
+/// Just enough of GitHub to feed the stores and the monitor, in memory: answers the REST lists and the
+/// deployments query for each token, and remembers which repositories were asked for.
+class FakeGitHub
+{
+public:
+    struct Deployment {
+        QString id;
+        QString state = QStringLiteral("SUCCESS");
+        Instant updatedAt = noon();
+    };
+    struct Repository {
+        QString nodeID;
+        QString name;
+        QList<Deployment> deployments;
+        QString graphqlID; ///< the form in which GraphQL answers; empty: the same
+    };
+    struct Identity {
+        QList<Repository> repositories; ///< all of one installation, numbered like the identity
+        std::optional<HTTPResponse> restFailure;
+        std::optional<HTTPResponse> graphqlFailure;
+        std::exception_ptr transportFailure; ///< thrown for every request
+        qint64 cost = 1;
+        qint64 remaining = 5000;
+        Instant resetAt = noon() + std::chrono::hours(1);
+    };
+
+    FakeGitHub()
+    {
+        session->handler = [this](const HTTPRequest &request) {
+            return answer(request);
+        };
+    }
+
+    /// By access token.
+    QMap<QString, Identity> identities;
+    /// The repository ids of every deployments query, in order, each as "TOKEN: ID ID …".
+    QStringList queries;
+    /// Paths of every other request, each as "TOKEN: PATH".
+    QStringList restRequests;
+    std::shared_ptr<FakeHTTPSession> session = std::make_shared<FakeHTTPSession>();
+
+    void clearLog()
+    {
+        queries.clear();
+        restRequests.clear();
+    }
+
+private:
+    static HTTPResponse json(const QJsonObject &object)
+    {
+        return FakeHTTPSession::response(200, QJsonDocument(object).toJson());
+    }
+
+    static QString tokenOf(const HTTPRequest &request)
+    {
+        for (const auto &[name, value] : request.headers) {
+            if (name.compare("Authorization", Qt::CaseInsensitive) == 0)
+                return QString::fromLatin1(value.mid(static_cast<qsizetype>(qstrlen("Bearer "))));
+        }
+        return {};
+    }
+
+    HTTPResponse answer(const HTTPRequest &request)
+    {
+        const QString token = tokenOf(request);
+        const QString path = request.url.path();
+        const bool isQuery = path.endsWith(QStringLiteral("/graphql"));
+        if (!isQuery)
+            restRequests.append(token + QStringLiteral(": ") + path);
+        const auto identity = identities.constFind(token);
+        if (identity == identities.constEnd())
+            return FakeHTTPSession::response(401, "{}", {{"x-ratelimit-remaining", "0"}});
+        if (isQuery)
+            logQuery(token, *request.body);
+        if (identity->transportFailure)
+            std::rethrow_exception(identity->transportFailure);
+        if (isQuery)
+            return identity->graphqlFailure ? *identity->graphqlFailure : deployments(*identity, *request.body);
+        if (identity->restFailure)
+            return *identity->restFailure;
+        if (path.endsWith(QStringLiteral("/repositories")))
+            return repositories(*identity);
+        return installations(token, *identity);
+    }
+
+    void logQuery(const QString &token, const QByteArray &body)
+    {
+        QStringList ids;
+        for (const auto &id : variables(body))
+            ids.append(id.toString());
+        queries.append(token + QStringLiteral(": ") + ids.join(QLatin1Char(' ')));
+    }
+
+    static QJsonArray variables(const QByteArray &body)
+    {
+        const auto root = QJsonDocument::fromJson(body).object();
+        return root.value(QStringLiteral("variables")).toObject().value(QStringLiteral("ids")).toArray();
+    }
+
+    static HTTPResponse installations(const QString &token, const Identity &identity)
+    {
+        QJsonArray list;
+        if (!identity.repositories.isEmpty()) {
+            const QJsonObject account{{QStringLiteral("id"), 1000},
+                {QStringLiteral("login"), token + QStringLiteral("-org")},
+                {QStringLiteral("type"), QStringLiteral("Organization")}};
+            list.append(QJsonObject{{QStringLiteral("id"), 7}, {QStringLiteral("account"), account},
+                {QStringLiteral("repository_selection"), QStringLiteral("all")}});
+        }
+        return json({{QStringLiteral("installations"), list}});
+    }
+
+    static HTTPResponse repositories(const Identity &identity)
+    {
+        QJsonArray list;
+        for (const auto &repository : identity.repositories) {
+            list.append(QJsonObject{{QStringLiteral("id"), list.size() + 1},
+                {QStringLiteral("node_id"), repository.nodeID}, {QStringLiteral("full_name"), repository.name},
+                {QStringLiteral("html_url"), QStringLiteral("https://github.com/") + repository.name},
+                {QStringLiteral("private"), true}});
+        }
+        return json({{QStringLiteral("repositories"), list}});
+    }
+
+    static QJsonObject node(const Repository &repository)
+    {
+        QJsonArray list;
+        for (const auto &deployment : repository.deployments) {
+            const QString time = toISO8601(deployment.updatedAt);
+            list.append(QJsonObject{{QStringLiteral("id"), deployment.id},
+                {QStringLiteral("environment"), QStringLiteral("production")},
+                {QStringLiteral("commitOid"), QStringLiteral("abcdef1234")}, {QStringLiteral("createdAt"), time},
+                {QStringLiteral("updatedAt"), time}, {QStringLiteral("state"), deployment.state}});
+        }
+        return {{QStringLiteral("id"), repository.graphqlID.isEmpty() ? repository.nodeID : repository.graphqlID},
+            {QStringLiteral("nameWithOwner"), repository.name},
+            {QStringLiteral("url"), QStringLiteral("https://github.com/") + repository.name},
+            {QStringLiteral("deployments"), QJsonObject{{QStringLiteral("nodes"), list}}}};
+    }
+
+    static HTTPResponse deployments(const Identity &identity, const QByteArray &body)
+    {
+        QJsonArray nodes;
+        for (const auto &id : variables(body)) {
+            const auto found = std::ranges::find(identity.repositories, id.toString(), &Repository::nodeID);
+            nodes.append(found == identity.repositories.end() ? QJsonValue() : QJsonValue(node(*found)));
+        }
+        const QJsonObject rateLimit{{QStringLiteral("cost"), identity.cost},
+            {QStringLiteral("remaining"), identity.remaining},
+            {QStringLiteral("resetAt"), toISO8601(identity.resetAt)}};
+        return json({{QStringLiteral("data"),
+            QJsonObject{{QStringLiteral("nodes"), nodes}, {QStringLiteral("rateLimit"), rateLimit}}}});
+    }
+};
+
+} // namespace velmora::testing

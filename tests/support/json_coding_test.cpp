@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: MIT
+#include "support/json_coding.h"
+
+#include <QTest>
+
+using namespace velmora;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+struct Item {
+    qint64 id = 0;
+    std::optional<WebAddress> url;
+    friend bool operator==(const Item &, const Item &) = default;
+};
+
+struct Sample {
+    QString name;
+    qint64 count = 0;
+    bool isOn = false;
+    std::optional<QString> note;
+    std::optional<Instant> when;
+    QList<Item> items;
+    friend bool operator==(const Sample &, const Sample &) = default;
+};
+
+struct Place {
+    WebAddress url;
+};
+
+/// JSON written with single quotes, for the sake of the eye.
+QByteArray quoted(QByteArray text)
+{
+    return text.replace('\'', '"');
+}
+
+template <typename Record>
+QString failure(const QByteArray &text)
+{
+    try {
+        (void)decodeJSON<Record>(text);
+    } catch (const DecodingError &error) {
+        return error.description();
+    }
+    return {};
+}
+
+} // namespace
+
+template <>
+struct velmora::JSONTable<Item> {
+    static constexpr auto fields
+        = std::tuple{velmora::json::required("id", &Item::id), velmora::json::optional("url", &Item::url)};
+};
+
+template <>
+struct velmora::JSONTable<Sample> {
+    static constexpr auto fields
+        = std::tuple{velmora::json::required("name", &Sample::name), velmora::json::required("count", &Sample::count),
+            velmora::json::required("isOn", &Sample::isOn), velmora::json::optional("note", &Sample::note),
+            velmora::json::optional("when", &Sample::when), velmora::json::required("items", &Sample::items)};
+};
+
+template <>
+struct velmora::JSONTable<Place> {
+    static constexpr auto fields = std::tuple{velmora::json::required("url", &Place::url)};
+};
+
+class JSONCodingTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+
+    void readsWhatItWrites()
+    {
+        const Sample sample{QStringLiteral("Größe \u0000 \"quoted\""), 9'223'372'036'854'775'807LL, true, {}, {}, {}};
+        QVERIFY(decodeJSON<Sample>(encodeJSON(sample)) == sample);
+        const Sample full{QStringLiteral("a"), -1, false, QStringLiteral("note"),
+            parseISO8601(u"2026-05-01T12:00:00.000001Z"),
+            {{1, {}}, {2, WebAddress(QStringLiteral("https://x.test/"))}}};
+        QVERIFY(decodeJSON<Sample>(encodeJSON(full)) == full);
+    }
+
+    void keysStandInTheOrderOfTheTableAndAbsentValuesAreLeftOut()
+    {
+        const Sample sample{QStringLiteral("a"), 1, true, {}, {}, {{2, {}}}};
+        QCOMPARE(encodeJSON(sample), (quoted("{'name':'a','count':1,'isOn':true,'items':[{'id':2}]}")));
+    }
+
+    void tellsTheExactPlaceOfAFault_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QString>("message");
+        const auto row = [](const char *name, const QByteArray &text, const char *message) {
+            QTest::newRow(name) << text << QString::fromLatin1(message);
+        };
+        row("missing", quoted("{'count':1,'isOn':true,'items':[]}"), "name is missing");
+        row("null is missing", quoted("{'name':null,'count':1,'isOn':true,'items':[]}"), "name is missing");
+        row("nested", quoted("{'name':'a','count':1,'isOn':true,'items':[{'id':1},{}]}"), "items[1].id is missing");
+        row("null in a list", quoted("{'name':'a','count':1,'isOn':true,'items':[null]}"), "items[0] is not an object");
+        row("nested kind", quoted("{'name':'a','count':1,'isOn':true,'items':[{'id':'x'}]}"),
+            "items[0].id is not a whole number of 64 bits");
+        row("text", quoted("{'name':1,'count':1,'isOn':true,'items':[]}"), "name is not a text");
+        row("fraction", quoted("{'name':'a','count':1.5,'isOn':true,'items':[]}"),
+            "count is not a whole number of 64 bits");
+        row("over 63 bits", quoted("{'name':'a','count':9223372036854775808,'isOn':true,'items':[]}"),
+            "count is not a whole number of 64 bits");
+        row("boolean", quoted("{'name':'a','count':1,'isOn':1,'items':[]}"), "isOn is not a boolean");
+        row("array", quoted("{'name':'a','count':1,'isOn':true,'items':{}}"), "items is not an array");
+        row("seconds", quoted("{'name':'a','count':1,'isOn':true,'items':[],'when':'x'}"),
+            "when is not a number of seconds");
+        row("instant", quoted("{'name':'a','count':1,'isOn':true,'items':[],'when':1e300}"),
+            "when is not a time that can be represented");
+        row("root", "[]", "The JSON document is not an object");
+    }
+
+    void tellsTheExactPlaceOfAFault()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QString, message);
+        QCOMPARE(failure<Sample>(text), message);
+    }
+
+    void aRequiredAddressMustBeOne()
+    {
+        QVERIFY(decodeJSON<Place>(quoted("{'url':'https://x.test/'}")).url
+            == WebAddress(QStringLiteral("https://x.test/")));
+        QCOMPARE(failure<Place>(quoted("{'url':''}")), QStringLiteral("url is not an address"));
+        QCOMPARE(failure<Place>(quoted("{'url':'http://[bad'}")), QStringLiteral("url is not an address"));
+    }
+
+    void anEmptyOptionalAddressIsAbsent()
+    {
+        const auto sample = decodeJSON<Sample>(
+            quoted("{'name':'a','count':1,'isOn':true,'items':[{'id':1,'url':''},{'id':2,'url':null}]}"));
+        QVERIFY(!sample.items.at(0).url && !sample.items.at(1).url);
+    }
+
+    void theFirstOfTwoEqualKeysCountsAndUnknownOnesAreIgnored()
+    {
+        const auto sample = decodeJSON<Sample>(
+            quoted("{'other':{'deep':[1,2]},'name':'first','name':'second','count':1,'isOn':true,'items':[]}"));
+        QCOMPARE(sample.name, QStringLiteral("first"));
+        const auto later = decodeJSON<Sample>(quoted("{'name':null,'name':'second','count':1,'isOn':true,'items':[]}"));
+        QCOMPARE(later.name, QStringLiteral("second"));
+    }
+
+    void whatIsNotJSONIsRefused_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("blank") << QByteArray("   ");
+        QTest::newRow("truncated") << (quoted("{'name':'a'"));
+        QTest::newRow("two documents") << QByteArray("{}{}");
+        QTest::newRow("invalid UTF-8") << QByteArray("{\"name\":\"\xff\"}");
+        QTest::newRow("lone surrogate") << QByteArray("{\"name\":\"\\ud800\"}");
+        QTest::newRow("more than 64 bits") << (quoted("{'other':123456789012345678901234567890}"));
+        QTest::newRow("too deep") << (quoted("{'other':")) + QByteArray(2000, '[') + QByteArray(2000, ']') + '}';
+    }
+
+    void whatIsNotJSONIsRefused()
+    {
+        QFETCH(QByteArray, text);
+        const QString message = failure<Sample>(text);
+        QVERIFY2(message.startsWith(QStringLiteral("The data is not valid JSON: ")), qPrintable(message));
+    }
+
+    void aFaultNeverRepeatsAValue()
+    {
+        QVERIFY(!failure<Sample>(quoted("{'name':'a','count':'secret','isOn':true,'items':[]}"))
+                     .contains(QStringLiteral("secret")));
+    }
+};
+
+QTEST_GUILESS_MAIN(JSONCodingTest)
+#include "json_coding_test.moc"

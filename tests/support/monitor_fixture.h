@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "accounts/authentication_store.h"
+#include "accounts/in_memory_credential_store.h"
+#include "installations/installation_store.h"
+#include "monitor/deployment_monitor.h"
+#include "support/await.h"
+#include "support/fake_cache.h"
+#include "support/fake_clock.h"
+#include "support/fake_github.h"
+#include "support/fake_notifier.h"
+#include "support/fake_preferences.h"
+#include "support/json.h"
+
+#include <memory>
+
+namespace velmora::testing
+{
+
+/// The real stores and the real monitor over a GitHub, a clock, a disk and a desktop of the test's own.
+class MonitorFixture
+{
+public:
+    MonitorFixture()
+    {
+        clock.setNow(noon());
+        defaults.values[QStringLiteral("general.notificationsEnabled")] = true;
+        defaults.values[QStringLiteral("general.successNotificationsEnabled")] = true;
+    }
+
+    /// An account whose token is its login. To be called before build().
+    FakeGitHub::Identity &connect(qint64 id, const QString &login)
+    {
+        accounts.append(GitHubAccount{id, login, {}});
+        GitHubCredential credential;
+        credential.accessToken = login;
+        awaitValue(credentials->save(credential, id, Interaction::Forbidden));
+        return github.identities[login];
+    }
+
+    void build()
+    {
+        defaults.values[QStringLiteral("github.accounts")] = encodeJSON(accounts);
+        GitHubClient client;
+        client.session = github.session;
+        client.apiURL = QUrl(QStringLiteral("https://api.github.com"));
+        client.clock = &clock;
+        AuthenticationStore::Services services;
+        services.defaults = &defaults;
+        services.clock = &clock;
+        authentication = std::make_unique<AuthenticationStore>(client, credentialStore, services);
+        installations = std::make_unique<InstallationStore>(client, &defaults, &clock, ledger);
+        monitor = std::make_unique<DeploymentMonitor>(
+            client, DeploymentMonitor::Services{&cache, &notifier, &defaults, &clock, ledger, [] {
+                                                    return 0.0;
+                                                }});
+    }
+
+    void tick() { awaitValue(monitor->tick(authentication.get(), installations.get(), clock.now())); }
+    void tickAfter(std::chrono::microseconds duration)
+    {
+        clock.setNow(clock.now() + duration);
+        tick();
+    }
+    void refreshAll() { awaitValue(monitor->refreshAll(authentication.get(), installations.get(), clock.now())); }
+
+    [[nodiscard]] QStringList shownIDs() const
+    {
+        QStringList result;
+        for (const auto &deployment : monitor->deployments())
+            result.append(deployment.id);
+        return result;
+    }
+
+    FakeClock clock;
+    FakePreferences defaults;
+    FakeGitHub github;
+    FakeCache cache;
+    FakeNotifier notifier;
+    QList<GitHubAccount> accounts;
+    std::shared_ptr<InMemoryCredentialStore> credentials = std::make_shared<InMemoryCredentialStore>();
+    std::shared_ptr<CredentialStoring> credentialStore = credentials;
+    std::shared_ptr<RateLimitLedger> ledger = std::make_shared<RateLimitLedger>();
+    std::unique_ptr<AuthenticationStore> authentication;
+    std::unique_ptr<InstallationStore> installations;
+    std::unique_ptr<DeploymentMonitor> monitor;
+};
+
+} // namespace velmora::testing
