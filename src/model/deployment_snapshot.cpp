@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#include "model/deployment_snapshot.h"
+
+namespace velmora
+{
+
+WebAddress detailsURL(const DeploymentSnapshot &deployment)
+{
+    if (deployment.logURL)
+        return *deployment.logURL;
+    return deployment.repositoryURL.appendingPathComponent(QStringLiteral("deployments"));
+}
+
+QString resultKey(const DeploymentSnapshot &deployment)
+{
+    return deployment.id + QLatin1Char(':') + rawValue(deployment.state);
+}
+
+} // namespace velmora
