@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+// The JSON of the deployments query and of its answer.
+#include "github/deployments_query.h"
+#include "support/json_coding.h"
+
+namespace velmora
+{
+
+template <>
+struct JSONTable<GitHubGraphQLRequest::Variables> {
+    using Record = GitHubGraphQLRequest::Variables;
+    static constexpr auto fields = std::tuple{json::required("ids", &Record::ids)};
+};
+
+template <>
+struct JSONTable<GitHubGraphQLRequest> {
+    using Record = GitHubGraphQLRequest;
+    static constexpr auto fields
+        = std::tuple{json::required("query", &Record::query), json::required("variables", &Record::variables)};
+};
+
+template <>
+struct JSONTable<ActorNode> {
+    static constexpr auto fields = std::tuple{json::required("login", &ActorNode::login)};
+};
+
+template <>
+struct JSONTable<StatusNode> {
+    using Record = StatusNode;
+    static constexpr auto fields = std::tuple{json::required("state", &Record::state),
+        json::optional("description", &Record::description), json::optional("environment", &Record::environment),
+        json::optional("environmentUrl", &Record::environmentUrl), json::optional("logUrl", &Record::logUrl),
+        json::required("updatedAt", &Record::updatedAt)};
+};
+
+template <>
+struct JSONTable<DeploymentNode> {
+    using Record = DeploymentNode;
+    static constexpr auto fields
+        = std::tuple{json::required("id", &Record::id), json::optional("environment", &Record::environment),
+            json::optional("latestEnvironment", &Record::latestEnvironment),
+            json::required("commitOid", &Record::commitOid), json::required("createdAt", &Record::createdAt),
+            json::required("updatedAt", &Record::updatedAt), json::optional("state", &Record::state),
+            json::optional("creator", &Record::creator), json::optional("latestStatus", &Record::latestStatus)};
+};
+
+template <>
+struct JSONTable<DeploymentConnection> {
+    static constexpr auto fields = std::tuple{json::required("nodes", &DeploymentConnection::nodes)};
+};
+
+template <>
+struct JSONTable<RepositoryNode> {
+    using Record = RepositoryNode;
+    static constexpr auto fields
+        = std::tuple{json::required("id", &Record::id), json::required("nameWithOwner", &Record::nameWithOwner),
+            json::required("url", &Record::url), json::required("deployments", &Record::deployments)};
+};
+
+template <>
+struct JSONTable<RateLimitNode> {
+    using Record = RateLimitNode;
+    static constexpr auto fields = std::tuple{json::required("cost", &Record::cost),
+        json::required("remaining", &Record::remaining), json::required("resetAt", &Record::resetAt)};
+};
+
+/// An identifier that belongs to something other than a repository is answered with an object that has
+/// none of the fields asked for.
+template <>
+struct json::Codec<std::optional<RepositoryNode>> {
+    static void decode(std::optional<RepositoryNode> &value, Element element, const Path &path)
+    {
+        simdjson::dom::object object;
+        if (element.is_null() || (element.get(object) == simdjson::SUCCESS && !isRepository(object)))
+            return;
+        Codec<RepositoryNode>::decode(value.emplace(), element, path);
+    }
+
+private:
+    static bool isRepository(simdjson::dom::object object)
+    {
+        const auto isFieldOfRepository = [](std::string_view key) {
+            return std::apply(
+                [key](const auto &...field) { return ((key == field.key) || ...); }, JSONTable<RepositoryNode>::fields);
+        };
+        return std::any_of(
+            object.begin(), object.end(), [&](const auto &member) { return isFieldOfRepository(member.key); });
+    }
+};
+
+/// The type of an error is a hint: one that is not a text must not spoil the answer.
+template <>
+struct json::Codec<GraphQLError> {
+    static void decode(GraphQLError &value, Element element, const Path &path)
+    {
+        simdjson::dom::object object;
+        if (element.get(object) != simdjson::SUCCESS)
+            failExpected(path, "an object");
+        const Path messagePath{&path, "message", 0};
+        Element message;
+        if (object["message"].get(message) != simdjson::SUCCESS || message.is_null())
+            failMissing(messagePath);
+        Codec<QString>::decode(value.message, message, messagePath);
+        std::string_view type;
+        if (object["type"].get(type) == simdjson::SUCCESS)
+            value.type = QString::fromUtf8(type.data(), static_cast<qsizetype>(type.size()));
+    }
+};
+
+template <>
+struct JSONTable<GitHubDeploymentGraphQLResponse::Payload> {
+    using Record = GitHubDeploymentGraphQLResponse::Payload;
+    static constexpr auto fields
+        = std::tuple{json::required("nodes", &Record::nodes), json::required("rateLimit", &Record::rateLimit)};
+};
+
+template <>
+struct JSONTable<GitHubDeploymentGraphQLResponse> {
+    using Record = GitHubDeploymentGraphQLResponse;
+    static constexpr auto fields
+        = std::tuple{json::optional("data", &Record::data), json::optional("errors", &Record::errors)};
+};
+
+template GitHubGraphQLRequest decodeJSON<GitHubGraphQLRequest>(QByteArrayView);
+template QByteArray encodeJSON<GitHubGraphQLRequest>(const GitHubGraphQLRequest &);
+template GitHubDeploymentGraphQLResponse decodeJSON<GitHubDeploymentGraphQLResponse>(QByteArrayView);
+
+} // namespace velmora

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "support/web_address.h"
+
+#include <QString>
+
+#include <optional>
+
+namespace velmora
+{
+
+/// The start of a device flow: what the person types, where, and what the program polls with.
+/// The device code is a secret.
+struct DeviceAuthorization {
+    QString deviceCode;
+    QString userCode;
+    WebAddress verificationURI;
+    qint64 expiresIn = 0; ///< seconds
+    qint64 interval = 0; ///< seconds between two polls, at least
+
+    friend bool operator==(const DeviceAuthorization &, const DeviceAuthorization &) = default;
+};
+
+/// What the token endpoint answers, success and refusal alike; everything is optional on the wire.
+struct GitHubOAuthResponse {
+    std::optional<QString> accessToken;
+    std::optional<qint64> expiresIn; ///< seconds
+    std::optional<QString> refreshToken;
+    std::optional<qint64> refreshTokenExpiresIn; ///< seconds
+    std::optional<QString> error;
+    std::optional<QString> errorDescription;
+
+    friend bool operator==(const GitHubOAuthResponse &, const GitHubOAuthResponse &) = default;
+};
+
+} // namespace velmora

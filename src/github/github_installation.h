@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "support/web_address.h"
+
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+namespace velmora
+{
+
+/// The account or organisation on which the App is installed.
+struct GitHubInstallationAccount {
+    qint64 id = 0;
+    QString login;
+    std::optional<WebAddress> avatarURL;
+    QString type; ///< GitHub's word: "User", "Organization", …
+
+    friend bool operator==(const GitHubInstallationAccount &, const GitHubInstallationAccount &) = default;
+};
+
+/// One installation of the App that a token can see.
+struct GitHubInstallation {
+    qint64 id = 0;
+    GitHubInstallationAccount account;
+    QString repositorySelection; ///< GitHub's word: "all" or "selected"
+
+    friend bool operator==(const GitHubInstallation &, const GitHubInstallation &) = default;
+};
+
+/// One repository that an installation grants.
+struct GitHubRepository {
+    qint64 databaseID = 0;
+    QString nodeID; ///< the GraphQL identifier, opaque
+    QString nameWithOwner;
+    WebAddress url;
+    bool isPrivate = false;
+
+    friend bool operator==(const GitHubRepository &, const GitHubRepository &) = default;
+};
+
+/// One page of installations.
+struct GitHubInstallationsResponse {
+    QList<GitHubInstallation> installations;
+
+    friend bool operator==(const GitHubInstallationsResponse &, const GitHubInstallationsResponse &) = default;
+};
+
+/// One page of repositories.
+struct GitHubRepositoriesResponse {
+    QList<GitHubRepository> repositories;
+
+    friend bool operator==(const GitHubRepositoriesResponse &, const GitHubRepositoriesResponse &) = default;
+};
+
+} // namespace velmora

@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: MIT
+#include "github/network_exchange.h"
+
+namespace velmora
+{
+
+namespace
+{
+
+QNetworkRequest networkRequest(const HTTPRequest &request, const NetworkSession::Limits &limits)
+{
+    QNetworkRequest made(request.url);
+    for (const auto &[name, value] : request.headers)
+        made.setRawHeader(name, value);
+    made.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    made.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    made.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+    made.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+    made.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+    made.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
+    made.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    made.setTransferTimeout(static_cast<int>(limits.silence.count()));
+    return made;
+}
+
+QNetworkReply *startReply(
+    QNetworkAccessManager &manager, const HTTPRequest &request, const NetworkSession::Limits &limits)
+{
+    const QNetworkRequest made = networkRequest(request, limits);
+    if (request.method == "GET" && !request.body)
+        return manager.get(made);
+    if (request.method == "POST")
+        return manager.post(made, request.body.value_or(QByteArray()));
+    return manager.sendCustomRequest(made, request.method, request.body.value_or(QByteArray()));
+}
+
+/// Whether the error only repeats that the status is 400 or above: then there is a whole answer.
+bool isStatusError(QNetworkReply::NetworkError error)
+{
+    return (error >= QNetworkReply::ContentAccessDenied && error <= QNetworkReply::UnknownContentError)
+        || (error >= QNetworkReply::InternalServerError && error <= QNetworkReply::UnknownServerError)
+        || error == QNetworkReply::ProtocolInvalidOperationError;
+}
+
+bool isAnswer(const QNetworkReply &reply, const std::optional<int> &status)
+{
+    return reply.error() == QNetworkReply::NoError || (status && *status >= 400 && isStatusError(reply.error()));
+}
+
+/// Qt's own words for what went wrong, unless they quote the request or the server.
+QString failureText(const QNetworkReply &reply, const QString &host)
+{
+    if (reply.error() == QNetworkReply::RemoteHostClosedError)
+        return QStringLiteral("%1 closed the connection before the answer was complete.").arg(host);
+    const QString text = reply.errorString();
+    if (reply.error() >= QNetworkReply::ContentAccessDenied || text.contains(QLatin1String("://")))
+        return QStringLiteral("The answer of %1 cannot be read.").arg(host);
+    return text;
+}
+
+std::shared_ptr<QNetworkAccessManager> managerOf(NetworkSession::State &state)
+{
+    if (!state.manager)
+        state.manager = std::make_shared<QNetworkAccessManager>();
+    return state.manager;
+}
+
+} // namespace
+
+NetworkExchange::NetworkExchange(
+    std::shared_ptr<NetworkSession::State> state, const HTTPRequest &request, std::chrono::milliseconds deadline)
+    : m_state(std::move(state))
+    , m_manager(managerOf(*m_state))
+    , m_host(request.url.host())
+    , m_reply(startReply(*m_manager, request, m_state->limits))
+{
+    m_state->open.append(this);
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, &NetworkExchange::readHeaders);
+    connect(m_reply, &QNetworkReply::readyRead, this, &NetworkExchange::readBody);
+    connect(m_reply, &QNetworkReply::finished, this, &NetworkExchange::finishReply);
+    m_deadline.setSingleShot(true);
+    connect(&m_deadline, &QTimer::timeout, this, &NetworkExchange::expire);
+    m_deadline.start(deadline);
+}
+
+NetworkExchange::~NetworkExchange()
+{
+    m_state->open.removeOne(this);
+    abortReply();
+}
+
+void NetworkExchange::cancel()
+{
+    abandonConnections();
+    end(std::make_exception_ptr(CancellationError()));
+}
+
+void NetworkExchange::drop()
+{
+    fail(TransportError::Kind::Network, QStringLiteral("The connection to %1 was given up.").arg(m_host));
+    abandonConnections();
+    abortReply();
+}
+
+void NetworkExchange::dropNow()
+{
+    drop();
+    settle();
+}
+
+void NetworkExchange::readHeaders()
+{
+    bool isNumber = false;
+    const qint64 length = m_reply->rawHeader("content-length").trimmed().toLongLong(&isNumber);
+    if (!isNumber || length <= 0)
+        return;
+    if (length > m_state->limits.bodySize)
+        fail(TransportError::Kind::BodyTooLarge, QStringLiteral("The answer of %1 is too large.").arg(m_host));
+    else
+        m_response.body.reserve(static_cast<qsizetype>(length));
+}
+
+void NetworkExchange::readBody()
+{
+    constexpr qint64 kLeastChunk = 4096;
+    // A reply that Qt has aborted is closed.
+    while (!m_isEnded && m_reply->isOpen()) {
+        // One byte more than is allowed tells that there is too much.
+        const qint64 room = m_state->limits.bodySize - m_response.body.size() + 1;
+        const QByteArray chunk = m_reply->read(std::min(room, std::max(m_reply->bytesAvailable(), kLeastChunk)));
+        if (chunk.isEmpty())
+            return;
+        m_response.body += chunk;
+        if (m_response.body.size() > m_state->limits.bodySize)
+            fail(TransportError::Kind::BodyTooLarge, QStringLiteral("The answer of %1 is too large.").arg(m_host));
+    }
+}
+
+void NetworkExchange::finishReply()
+{
+    readBody();
+    if (m_isEnded)
+        return;
+    const auto status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (status.isValid())
+        m_response.statusCode = status.toInt();
+    const auto error = m_reply->error();
+    if (isAnswer(*m_reply, m_response.statusCode)) {
+        m_response.headers = m_reply->rawHeaderPairs();
+        end(nullptr);
+    } else if (error == QNetworkReply::OperationCanceledError || error == QNetworkReply::TimeoutError) {
+        // Nobody else aborts a reply that is still listened to: this is the limit of silence.
+        expire();
+    } else {
+        fail(TransportError::Kind::Network, failureText(*m_reply, m_host));
+    }
+}
+
+void NetworkExchange::fail(TransportError::Kind kind, const QString &text)
+{
+    end(std::make_exception_ptr(TransportError(kind, text)));
+}
+
+void NetworkExchange::end(std::exception_ptr failure)
+{
+    if (m_isEnded)
+        return;
+    m_isEnded = true;
+    m_failure = std::move(failure);
+    m_deadline.stop();
+    m_reply->disconnect(this);
+    QMetaObject::invokeMethod(
+        this, [this] { settle(); }, Qt::QueuedConnection);
+}
+
+void NetworkExchange::expire()
+{
+    abandonConnections();
+    fail(TransportError::Kind::TimedOut, QStringLiteral("The connection to %1 timed out.").arg(m_host));
+}
+
+/// Aborting a reply leaves a connection open that was still being made, and later requests would wait for
+/// it, in vain if the other side is gone. Requests under way keep theirs; the next one makes a new one.
+void NetworkExchange::abandonConnections()
+{
+    if (m_state->manager == m_manager)
+        m_state->manager.reset();
+}
+
+void NetworkExchange::abortReply()
+{
+    if (!m_reply)
+        return;
+    m_reply->disconnect(this);
+    if (m_reply->isRunning())
+        m_reply->abort();
+    m_reply->deleteLater();
+    m_reply = nullptr;
+}
+
+void NetworkExchange::settle()
+{
+    const OneShot<HTTPResponse> done = m_done;
+    if (m_failure)
+        done.fail(m_failure);
+    else
+        done.resolve(std::move(m_response));
+}
+
+} // namespace velmora

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "github/network_session.h"
+#include "support/error.h"
+#include "support/one_shot.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QTimer>
+
+namespace velmora
+{
+
+class NetworkExchange;
+
+struct NetworkSession::State {
+    Limits limits;
+    /// Holds the connections; absent until it is needed, and let go of when they are not to be trusted.
+    std::shared_ptr<QNetworkAccessManager> manager;
+    QList<NetworkExchange *> open;
+    bool isClosed = false;
+};
+
+/// One request on the wire and its answer. Lives in the frame of the coroutine that awaits done() and owns
+/// the reply; whoever awaits is resumed from the event loop, never inside of what ended the exchange.
+class NetworkExchange final : public QObject
+{
+public:
+    NetworkExchange(
+        std::shared_ptr<NetworkSession::State> state, const HTTPRequest &request, std::chrono::milliseconds deadline);
+    ~NetworkExchange() override;
+
+    [[nodiscard]] const OneShot<HTTPResponse> &done() const { return m_done; }
+
+    /// Ends the exchange with a CancellationError.
+    void cancel();
+    /// Ends the exchange with a TransportError and gives its connection up.
+    void drop();
+    /// The same, and resumes whoever awaits at once, for there may be no event loop any more. `this` may be
+    /// gone afterwards.
+    void dropNow();
+
+private:
+    void readHeaders();
+    void readBody();
+    void finishReply();
+    void fail(TransportError::Kind kind, const QString &text);
+    void end(std::exception_ptr failure);
+    void expire();
+    void abandonConnections();
+    void abortReply();
+    void settle();
+
+    std::shared_ptr<NetworkSession::State> m_state;
+    std::shared_ptr<QNetworkAccessManager> m_manager;
+    QString m_host;
+    OneShot<HTTPResponse> m_done;
+    QNetworkReply *m_reply = nullptr;
+    QTimer m_deadline;
+    HTTPResponse m_response;
+    std::exception_ptr m_failure;
+    bool m_isEnded = false;
+};
+
+} // namespace velmora

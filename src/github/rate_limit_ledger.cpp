@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#include "github/rate_limit_ledger.h"
+
+namespace velmora
+{
+
+using namespace std::chrono;
+
+namespace
+{
+
+constexpr auto kLongestPause = hours(24);
+constexpr auto kLongestGuess = hours(1);
+
+/// `first`, doubled with each refusal that went before, at most an hour.
+microseconds doubled(seconds first, int refusalsBefore)
+{
+    constexpr int kEnoughForAnHour = 12;
+    const auto pause = first * (qint64(1) << std::min(refusalsBefore, kEnoughForAnHour));
+    return std::min<microseconds>(pause, kLongestGuess);
+}
+
+/// How long a refusal lasts. A time of GitHub's that has passed already is answered with short pauses
+/// that grow, so that a wrong clock on either side does not turn into a storm of requests.
+microseconds pauseAfterRefusal(const std::optional<Instant> &resumeAt, Instant now, int refusalsBefore)
+{
+    if (!resumeAt)
+        return doubled(60s, refusalsBefore);
+    if (*resumeAt <= now)
+        return doubled(1s, refusalsBefore);
+    return std::clamp<microseconds>(*resumeAt - now, 1s, kLongestPause);
+}
+
+} // namespace
+
+std::optional<Instant> RateLimitLedger::pausedUntil(qint64 identityID, Instant now) const
+{
+    const auto entry = m_entries.constFind(identityID);
+    if (entry == m_entries.cend() || !entry->pausedUntil || *entry->pausedUntil <= now)
+        return std::nullopt;
+    return entry->pausedUntil;
+}
+
+void RateLimitLedger::recordRefusal(qint64 identityID, const RateLimitNotice &notice, Instant now)
+{
+    Entry &entry = m_entries[identityID];
+    const Instant until = now + pauseAfterRefusal(notice.resumeAt, now, entry.refusalsInARow);
+    entry.pausedUntil = std::max(entry.pausedUntil.value_or(until), until);
+    entry.refusalsInARow = std::min(entry.refusalsInARow + 1, std::numeric_limits<int>::max() - 1);
+}
+
+void RateLimitLedger::recordSuccess(qint64 identityID, const DeploymentRateLimit &limit, qint64 nextCost, Instant now)
+{
+    Entry &entry = m_entries[identityID];
+    entry.refusalsInARow = 0;
+    // An answer that was under way when GitHub refused another request does not lift the refusal.
+    if (entry.pausedUntil && *entry.pausedUntil <= now)
+        entry.pausedUntil.reset();
+    if (limit.remaining >= nextCost || limit.resetAt <= now)
+        return;
+    const Instant until = std::min<Instant>(limit.resetAt, now + kLongestPause);
+    entry.pausedUntil = std::max(entry.pausedUntil.value_or(until), until);
+}
+
+void RateLimitLedger::forget(qint64 identityID)
+{
+    m_entries.remove(identityID);
+}
+
+} // namespace velmora

@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: MIT
+#include "github/deployment_client_error.h"
+#include "github/deployments_query.h"
+#include "support/json.h"
+
+#include <QFile>
+#include <QTest>
+
+using namespace velmora;
+
+namespace
+{
+
+/// JSON is written with single quotes here: moc does not understand raw strings.
+QByteArray quoted(const char *text)
+{
+    return QByteArray(text).replace('\'', '"');
+}
+
+QByteArray fixture()
+{
+    QFile file(QStringLiteral(VELMORA_TEST_DATA "/deployments.json"));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+DeploymentFetchResult resultOf(const QByteArray &json)
+{
+    return fetchResult(payload(decodeJSON<GitHubDeploymentGraphQLResponse>(json)));
+}
+
+QString failureOf(const QByteArray &json)
+{
+    try {
+        (void)resultOf(json);
+        return {};
+    } catch (const Error &error) {
+        return error.description();
+    }
+}
+
+const QByteArray kLimit = quoted("'rateLimit':{'cost':1,'remaining':2,'resetAt':'2024-05-01T13:00:00Z'}");
+const QByteArray kFirst
+    = quoted("'id':'D','commitOid':'c','createdAt':'2024-05-01T12:00:00Z','updatedAt':'2024-05-01T12:00:00Z'");
+
+/// An answer with one repository that has these nodes as its deployments.
+QByteArray answer(const QByteArray &deployments)
+{
+    return quoted("{'data':{'nodes':[{'id':'R','nameWithOwner':'o/r','url':'https://g/o/r','deployments':{'nodes':[")
+        + deployments + "]}}]," + kLimit + "}}";
+}
+
+RepositoryNode repository()
+{
+    return {QStringLiteral("R"), QStringLiteral("o/r"), WebAddress(QStringLiteral("https://g/o/r")), {}};
+}
+
+DeploymentNode deployment()
+{
+    DeploymentNode node;
+    node.id = QStringLiteral("D");
+    node.createdAt = QStringLiteral("2024-05-01T12:00:00Z");
+    node.updatedAt = QStringLiteral("2024-05-01T12:01:00Z");
+    return node;
+}
+
+std::optional<RateLimitNotice> noticeOf(const QByteArray &json, std::optional<Instant> resumeAt)
+{
+    try {
+        (void)payload(decodeJSON<GitHubDeploymentGraphQLResponse>(json), resumeAt);
+        return std::nullopt;
+    } catch (const DeploymentClientError &error) {
+        return error.rateLimit();
+    }
+}
+
+} // namespace
+
+class DeploymentsQueryTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theRequestHoldsTheQueryAndTheIdsInTheirOrder()
+    {
+        const auto json = encodeJSON(
+            GitHubGraphQLRequest{deploymentsQueryText(), {{QStringLiteral("R_2"), QStringLiteral("R_1")}}});
+        QVERIFY(
+            json.startsWith(quoted("{'query':'query VelmoraDeployments($ids: [ID!]!) {\\n  nodes(ids: $ids) {\\n")));
+        QVERIFY(json.endsWith(quoted("','variables':{'ids':['R_2','R_1']}}")));
+        const auto request = decodeJSON<GitHubGraphQLRequest>(json);
+        QCOMPARE(request.query, deploymentsQueryText());
+        QVERIFY(request.query.contains(
+            QStringLiteral("\n      deployments(first: 20, orderBy: {field: CREATED_AT, direction: DESC}) {\n")));
+        QVERIFY(request.query.endsWith(QStringLiteral("\n    resetAt\n  }\n}")));
+        QCOMPARE(request.query.count(QLatin1Char('\n')), 35);
+    }
+
+    void anAnswerBecomesSnapshotsInItsOrder()
+    {
+        const auto result = resultOf(fixture());
+        QStringList ids;
+        for (const auto &snapshot : result.deployments)
+            ids.append(snapshot.id);
+        QCOMPARE(ids,
+            (QStringList{
+                QStringLiteral("DE_1"), QStringLiteral("DE_2"), QStringLiteral("DE_3"), QStringLiteral("DE_4")}));
+        QCOMPARE(result.rateLimit, (DeploymentRateLimit{1, 4990, *parseISO8601(u"2024-05-01T13:00:00Z")}));
+    }
+
+    void everyFieldOfASnapshotComesFromItsPlace()
+    {
+        DeploymentSnapshot expected;
+        expected.id = QStringLiteral("DE_1");
+        expected.repositoryNodeID = QStringLiteral("R_1");
+        expected.repositoryName = QStringLiteral("octo/app");
+        expected.repositoryURL = WebAddress(QStringLiteral("https://github.com/octo/app"));
+        expected.environment = QStringLiteral("staging");
+        expected.commitOID = QStringLiteral("c0ffee01");
+        expected.creatorLogin = QStringLiteral("octo");
+        expected.state = DeploymentState::Success;
+        expected.createdAt = *parseISO8601(u"2024-05-01T12:00:00Z");
+        expected.updatedAt = *parseISO8601(u"2024-05-01T12:06:00Z");
+        expected.statusDescription = QStringLiteral("Deployed");
+        expected.logURL = WebAddress(QStringLiteral("https://ci.example/1"));
+        expected.environmentURL = WebAddress(QStringLiteral("https://staging.example/"));
+        QCOMPARE(resultOf(fixture()).deployments.first(), expected);
+    }
+
+    void withoutAStatusTheDeploymentSpeaksForItself()
+    {
+        const auto made = resultOf(fixture()).deployments.at(1);
+        QCOMPARE(made.environment, QStringLiteral("production"));
+        QCOMPARE(made.state, DeploymentState::InProgress);
+        QCOMPARE(made.updatedAt, *parseISO8601(u"2024-05-01T12:05:00.25Z"));
+        QVERIFY(!made.statusDescription && !made.logURL && !made.environmentURL);
+    }
+
+    void whatIsAbsentEverywhereHasItsDefault()
+    {
+        const auto made = resultOf(fixture()).deployments.at(2);
+        QCOMPARE(made.environment, QStringLiteral("Default"));
+        QCOMPARE(made.state, DeploymentState::Unknown);
+        QVERIFY(!made.creatorLogin.has_value());
+    }
+
+    void aStatusOfUnreadableTimeLeavesTheTimeOfTheDeployment()
+    {
+        const auto made = resultOf(fixture()).deployments.at(3);
+        QCOMPARE(made.updatedAt, *parseISO8601(u"2024-05-01T12:05:00.25Z"));
+        QCOMPARE(made.state, DeploymentState::Waiting);
+        QCOMPARE(made.statusDescription, std::optional(QString(QLatin1String(""))));
+        QVERIFY(!made.environmentURL && !made.logURL);
+        QCOMPARE(made.environment, QStringLiteral("production"));
+    }
+
+    void theEnvironmentIsTheFirstThatIsPresent()
+    {
+        DeploymentNode node = deployment();
+        const auto environment = [&] {
+            return snapshot(node, repository())->environment;
+        };
+        QCOMPARE(environment(), QStringLiteral("Default"));
+        node.environment = QStringLiteral("preview");
+        QCOMPARE(environment(), QStringLiteral("preview"));
+        node.latestEnvironment = QStringLiteral("production");
+        QCOMPARE(environment(), QStringLiteral("production"));
+        node.latestStatus = StatusNode();
+        QCOMPARE(environment(), QStringLiteral("production"));
+        node.latestStatus->environment = QStringLiteral("staging");
+        QCOMPARE(environment(), QStringLiteral("staging"));
+        node.latestStatus->environment = QString();
+        QCOMPARE(environment(), QString());
+    }
+
+    void aDeploymentOfUnreadableTimeIsLeftOut()
+    {
+        DeploymentNode node = deployment();
+        QVERIFY(snapshot(node, repository()).has_value());
+        node.createdAt = QStringLiteral("2024-05-01");
+        QVERIFY(!snapshot(node, repository()).has_value());
+        node = deployment();
+        node.updatedAt = QString();
+        QVERIFY(!snapshot(node, repository()).has_value());
+    }
+
+    void anObjectOfAnotherTypeIsNoRepository()
+    {
+        const auto result = decodeJSON<GitHubDeploymentGraphQLResponse>(
+            quoted("{'data':{'nodes':[null,{},{'__typename':'User'}],") + kLimit + "}}");
+        QCOMPARE(result.data->nodes.size(), 3);
+        for (const auto &node : result.data->nodes)
+            QVERIFY(!node.has_value());
+    }
+
+    void repeatedNamesShareTheirMemory()
+    {
+        const auto result = resultOf(fixture());
+        QCOMPARE(
+            result.deployments.at(0).repositoryName.constData(), result.deployments.at(1).repositoryName.constData());
+        QCOMPARE(
+            result.deployments.at(0).creatorLogin->constData(), result.deployments.at(3).creatorLogin->constData());
+        QCOMPARE(result.deployments.at(1).environment.constData(), result.deployments.at(3).environment.constData());
+    }
+
+    void aBadAnswerIsToldInWords_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::addColumn<QString>("failure");
+        const auto row = [](const char *name, const QByteArray &json, const char *failure) {
+            QTest::newRow(name) << json << QString::fromUtf8(failure);
+        };
+        const char *const invalid = "GitHub returned invalid deployment data.";
+        row("errors", quoted("{'errors':[{'message':'A'},{'message':'B'}]}"), "A\nB");
+        row("errors and null data", quoted("{'data':null,'errors':[{'message':'A'}]}"), "A");
+        row("empty object", "{}", invalid);
+        row("no errors", quoted("{'errors':[]}"), invalid);
+        row("null errors", quoted("{'data':null,'errors':null}"), invalid);
+        row("error without message", quoted("{'errors':[{'type':'X'}]}"), "errors[0].message is missing");
+        row("error of null message", quoted("{'errors':[{'message':null}]}"), "errors[0].message is missing");
+        row("error of wrong message", quoted("{'errors':[{'message':1}]}"), "errors[0].message is not a text");
+        row("error that is none", quoted("{'errors':['A']}"), "errors[0] is not an object");
+        row("no nodes", quoted("{'data':{") + kLimit + "}}", "data.nodes is missing");
+        row("no limit", quoted("{'data':{'nodes':[]}}"), "data.rateLimit is missing");
+        row("null limit", quoted("{'data':{'nodes':[],'rateLimit':null}}"), "data.rateLimit is missing");
+        row("bad reset", quoted("{'data':{'nodes':[],'rateLimit':{'cost':1,'remaining':2,'resetAt':'soon'}}}"),
+            invalid);
+        row("no reset", quoted("{'data':{'nodes':[],'rateLimit':{'cost':1,'remaining':2}}}"),
+            "data.rateLimit.resetAt is missing");
+        row("half a repository",
+            quoted("{'data':{'nodes':[null,null,null,{'id':'R','nameWithOwner':'o/r'}],") + kLimit + "}}",
+            "data.nodes[3].url is missing");
+        row("no list",
+            quoted("{'data':{'nodes':[{'id':'R','nameWithOwner':'o/r','url':'https://g','deployments':{}}],") + kLimit
+                + "}}",
+            "data.nodes[0].deployments.nodes is missing");
+        row("node that is none", quoted("{'data':{'nodes':[1],") + kLimit + "}}", "data.nodes[0] is not an object");
+        row("no commit", answer("null," + quoted("{'id':'D'}")),
+            "data.nodes[0].deployments.nodes[1].commitOid is missing");
+        row("no login", answer("{" + kFirst + quoted(",'creator':{}}")),
+            "data.nodes[0].deployments.nodes[0].creator.login is missing");
+        row("no state", answer("{" + kFirst + quoted(",'latestStatus':{'updatedAt':'x'}}")),
+            "data.nodes[0].deployments.nodes[0].latestStatus.state is missing");
+        row("text for number", quoted("{'data':{'nodes':[],'rateLimit':{'cost':'1','remaining':2,'resetAt':'x'}}}"),
+            "data.rateLimit.cost is not a whole number of 64 bits");
+    }
+    void aBadAnswerIsToldInWords()
+    {
+        QFETCH(QByteArray, json);
+        QFETCH(QString, failure);
+        QCOMPARE(failureOf(json), failure);
+    }
+
+    void errorsBesideDataAreIgnored() { QCOMPARE(failureOf(fixture()), QString()); }
+
+    void errorsOfARateLimitCarryTheTimeOfTheHeaders_data()
+    {
+        QTest::addColumn<QByteArray>("error");
+        QTest::addColumn<bool>("isLimit");
+        QTest::newRow("older") << quoted("{'type':'RATE_LIMITED','message':'m'}") << true;
+        QTest::newRow("newer") << quoted("{'type':'RATE_LIMIT','code':'graphql_rate_limit','message':'m'}") << true;
+        QTest::newRow("secondary") << quoted("{'message':'You have exceeded a Secondary rate limit'}") << true;
+        QTest::newRow("another") << quoted("{'type':'FORBIDDEN','message':'m'}") << false;
+        QTest::newRow("odd type") << quoted("{'type':7,'message':'m'}") << false;
+    }
+    void errorsOfARateLimitCarryTheTimeOfTheHeaders()
+    {
+        QFETCH(QByteArray, error);
+        QFETCH(bool, isLimit);
+        const Instant resume = *parseISO8601(u"2026-05-01T12:00:00Z");
+        const QByteArray json = quoted("{'errors':[{'message':'first'},") + error + "]}";
+        QCOMPARE(noticeOf(json, resume), isLimit ? std::optional(RateLimitNotice{resume}) : std::nullopt);
+        QCOMPARE(noticeOf(json, std::nullopt), isLimit ? std::optional(RateLimitNotice()) : std::nullopt);
+    }
+};
+
+QTEST_GUILESS_MAIN(DeploymentsQueryTest)
+#include "deployments_query_test.moc"
