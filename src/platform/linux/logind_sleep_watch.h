@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+
+namespace velmora
+{
+
+/// What logind tells about the machine's sleep. Without a system bus or without logind it keeps quiet.
+class LogindSleepWatch final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// `connection` is to the system bus.
+    explicit LogindSleepWatch(QDBusConnection connection, QObject *parent = nullptr);
+
+    /// Whether there is a bus on which logind could be heard.
+    [[nodiscard]] bool isListening() const { return m_isListening; }
+
+Q_SIGNALS:
+    /// The machine is about to sleep (true), or has woken (false).
+    void prepareForSleep(bool isAboutToSleep);
+
+private:
+    bool m_isListening;
+};
+
+} // namespace velmora
