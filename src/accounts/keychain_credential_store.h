@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "accounts/credential_storing.h"
+
+#include <QString>
+
+#include <memory>
+
+namespace velmora
+{
+
+class SecretServiceConnection;
+
+/// Credentials in the Secret Service of the desktop: one item for each account, attributes "service" and
+/// "account" (the id in decimal), the secret being the credential as one line of JSON. Nowhere else, ever.
+///
+/// Needs an event loop on top of GLib's (no QT_NO_GLIB). An operation under way goes on, and ends as it
+/// would have, when the store is destroyed.
+class KeychainCredentialStore final : public CredentialStoring
+{
+public:
+    explicit KeychainCredentialStore(QString service);
+    ~KeychainCredentialStore() override;
+
+    [[nodiscard]] QCoro::Task<> save(GitHubCredential credential, qint64 accountID, Interaction interaction) override;
+    [[nodiscard]] QCoro::Task<std::optional<GitHubCredential>> load(qint64 accountID) override;
+    [[nodiscard]] QCoro::Task<> remove(qint64 accountID, Interaction interaction) override;
+
+private:
+    QString m_service;
+    std::shared_ptr<SecretServiceConnection> m_connection;
+};
+
+} // namespace velmora
