@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "notifications/notification_permission.h"
+
+#include <QDBusConnection>
+#include <QString>
+
+namespace velmora
+{
+
+/// The permission that the desktop keeps for a sandboxed application, which it may not be allowed to read.
+class PortalNotificationPermission final : public NotificationPermission
+{
+public:
+    PortalNotificationPermission(QDBusConnection bus, QString applicationID)
+        : m_bus(std::move(bus))
+        , m_applicationID(std::move(applicationID))
+    {
+    }
+
+    [[nodiscard]] QCoro::Task<bool> isGranted(QDeadlineTimer deadline) override;
+
+private:
+    QDBusConnection m_bus;
+    QString m_applicationID;
+};
+
+} // namespace velmora

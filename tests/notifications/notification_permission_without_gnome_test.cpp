@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#include "notifications/linux/gnome_notification_permission.h"
+#include "support/await.h"
+
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+
+/// In a program of its own, because GLib looks for the schemas once.
+class NotificationPermissionWithoutGnomeTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void withoutGnomesSchemasNotificationsAreAllowed()
+    {
+        qputenv("XDG_DATA_DIRS", "/nonexistent");
+        qputenv("XDG_DATA_HOME", "/nonexistent");
+        qunsetenv("GSETTINGS_SCHEMA_DIR");
+        GnomeNotificationPermission permission(QStringLiteral("com.tarvik.Velmora"));
+        QVERIFY(awaitValue(permission.isGranted(QDeadlineTimer(10s))));
+    }
+};
+
+QTEST_GUILESS_MAIN(NotificationPermissionWithoutGnomeTest)
+#include "notification_permission_without_gnome_test.moc"

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+#include "notifications/notification_text.h"
+
+#include <QTest>
+
+using namespace velmora;
+
+namespace
+{
+
+DeploymentNotification notification(const QString &title, const QString &subtitle, const QString &body)
+{
+    return DeploymentNotification{.title = title, .subtitle = subtitle, .body = body, .url = {}, .identifier = {}};
+}
+
+} // namespace
+
+class NotificationTextTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theSubtitleIsTheFirstLineOfTheBody()
+    {
+        const auto given = notification(QString(), QStringLiteral("production"), QStringLiteral("All good"));
+        QCOMPARE(bodyText(given, BodyFormat::PlainText), QStringLiteral("production\nAll good"));
+        QCOMPARE(bodyText(given, BodyFormat::Markup), QStringLiteral("production\nAll good"));
+    }
+
+    void aPartThatIsEmptyTakesNoLine()
+    {
+        QCOMPARE(bodyText(notification({}, QStringLiteral("production"), {}), BodyFormat::Markup),
+            QStringLiteral("production"));
+        QCOMPARE(
+            bodyText(notification({}, {}, QStringLiteral("All good")), BodyFormat::Markup), QStringLiteral("All good"));
+        QCOMPARE(bodyText(notification({}, {}, {}), BodyFormat::PlainText), QString());
+        // Nothing is left of it either.
+        QCOMPARE(bodyText(notification({}, QStringLiteral("production"), QStringLiteral("\a")), BodyFormat::PlainText),
+            QStringLiteral("production"));
+    }
+
+    void theSubtitleIsEscapedExactlyWhereMarkupIsInterpreted()
+    {
+        const auto given = notification({}, QStringLiteral("<i>&"), {});
+        QCOMPARE(bodyText(given, BodyFormat::PlainText), QStringLiteral("<i>&"));
+        QCOMPARE(bodyText(given, BodyFormat::Markup), QStringLiteral("&lt;i&gt;&amp;"));
+    }
+
+    void theSummaryIsNeverEscaped()
+    {
+        QCOMPARE(summaryText(notification(QStringLiteral("a/<b>&\"c\" failed"), {}, {})),
+            QStringLiteral("a/<b>&\"c\" failed"));
+    }
+
+    void theSummaryAndTheSubtitleStayOnOneLine()
+    {
+        const auto given = notification(QStringLiteral("a\nb\u2028c"), QStringLiteral("d\ne"), QStringLiteral("f"));
+        QCOMPARE(summaryText(given), QStringLiteral("a b c"));
+        QCOMPARE(bodyText(given, BodyFormat::PlainText), QStringLiteral("d e\nf"));
+    }
+
+    void everyPartHasItsLength()
+    {
+        const QString text = QStringLiteral("x").repeated(1000);
+        const auto given = notification(text, text, text);
+        QCOMPARE(summaryText(given).size(), 200);
+        const QStringList lines = bodyText(given, BodyFormat::PlainText).split(QLatin1Char('\n'));
+        QCOMPARE(lines.size(), 2);
+        QCOMPARE(lines.at(0).size(), 200);
+        QCOMPARE(lines.at(1).size(), 500);
+    }
+
+    void theLengthIsThatOfTheTextAsItIsShown()
+    {
+        const auto given = notification({}, {}, QStringLiteral("&").repeated(500));
+        QCOMPARE(bodyText(given, BodyFormat::Markup), QStringLiteral("&amp;").repeated(500));
+    }
+
+    void aCutGoesThroughNoPairAndNoLetterWithItsMarks()
+    {
+        QCOMPARE(presentableText(QStringLiteral("ab🚀d"), 4), QStringLiteral("ab…"));
+        QCOMPARE(presentableText(QStringLiteral("ae\u0301bcd"), 3), QStringLiteral("a…"));
+        QCOMPARE(presentableText(QStringLiteral("🚀🚀"), 3), QStringLiteral("🚀…"));
+        // One letter that is longer than the limit, whose marks are pairs themselves.
+        const QString marks = QStringLiteral("\U0001D165").repeated(10);
+        QCOMPARE(presentableText(QStringLiteral("e") + marks, 5), QStringLiteral("e\U0001D165…"));
+    }
+};
+
+QTEST_GUILESS_MAIN(NotificationTextTest)
+#include "notification_text_test.moc"
