@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "github/repository_record.h"
+#include "model/deployment_snapshot.h"
+
+#include <QHash>
+#include <QList>
+
+#include <functional>
+
+namespace velmora
+{
+
+/// What is worth showing at `now`, in the order in which it is shown: active deployments of the last seven
+/// days first, then results of the last 24 hours, each newest first; inactive ones never. Of two with
+/// one id the later update counts. Equal times keep their order.
+[[nodiscard]] QList<DeploymentSnapshot> filteredAndSorted(const QList<DeploymentSnapshot> &deployments, Instant now);
+
+/// What is known after a fetch: known deployments for which `isReplaced` holds give way to the fetched ones,
+/// the others stay. A deployment that is in both keeps its place, so that equals do not change places
+/// from one refresh to the next.
+[[nodiscard]] QList<DeploymentSnapshot> merged(const QList<DeploymentSnapshot> &known,
+    const QList<DeploymentSnapshot> &fetched, const std::function<bool(const DeploymentSnapshot &)> &isReplaced);
+
+/// Finds the repository of a deployment: by node id and, since GitHub may answer with another form of the
+/// id than it was asked with, by name.
+class RepositoryIndex
+{
+public:
+    explicit RepositoryIndex(QList<RepositoryRecord> repositories);
+
+    /// Nothing when the deployment's repository is not among the repositories. The pointer lives as long as the index.
+    [[nodiscard]] const RepositoryRecord *find(const DeploymentSnapshot &deployment) const;
+
+private:
+    QList<RepositoryRecord> m_repositories;
+    QHash<QString, qsizetype> m_byNodeID;
+    QHash<QString, qsizetype> m_byName;
+};
+
+/// The repositories, in their order, that have a deployment under way.
+[[nodiscard]] QList<RepositoryRecord> repositoriesWithActiveDeployments(
+    const QList<RepositoryRecord> &repositories, const QList<DeploymentSnapshot> &deployments);
+
+} // namespace velmora

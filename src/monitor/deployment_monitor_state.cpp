@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#include "monitor/deployment_monitor_state.h"
+
+namespace velmora
+{
+
+QString rawValue(DeploymentMonitorState::Case state)
+{
+    switch (state) {
+    case DeploymentMonitorState::Case::Loading:
+        return QStringLiteral("loading");
+    case DeploymentMonitorState::Case::Ready:
+        return QStringLiteral("ready");
+    case DeploymentMonitorState::Case::Stale:
+        return QStringLiteral("stale");
+    case DeploymentMonitorState::Case::RateLimited:
+        return QStringLiteral("rateLimited");
+    case DeploymentMonitorState::Case::Disconnected:
+        return QStringLiteral("disconnected");
+    }
+    Q_UNREACHABLE();
+}
+
+} // namespace velmora

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "support/instant.h"
+
+#include <QString>
+
+#include <optional>
+
+namespace velmora
+{
+
+/// How the deployments on show stand. Each case uses the fields that its maker below takes.
+struct DeploymentMonitorState {
+    enum class Case {
+        Loading,
+        Ready,
+        Stale,
+        RateLimited,
+        Disconnected,
+    };
+
+    Case state = Case::Loading;
+    /// Of Loading: whether there is anything to show meanwhile.
+    bool hasContent = false;
+    /// The last successful refresh, as far as the case carries one.
+    std::optional<Instant> lastUpdatedAt;
+    /// Of RateLimited: when polling may resume.
+    std::optional<Instant> resumeAt;
+
+    static DeploymentMonitorState loading(bool hasContent) { return {Case::Loading, hasContent, {}, {}}; }
+    static DeploymentMonitorState ready(Instant refreshedAt) { return {Case::Ready, false, refreshedAt, {}}; }
+    /// What is shown is saved or older data.
+    static DeploymentMonitorState stale(std::optional<Instant> refreshedAt)
+    {
+        return {Case::Stale, false, refreshedAt, {}};
+    }
+    static DeploymentMonitorState rateLimited(std::optional<Instant> updatedAt, Instant resumeAt)
+    {
+        return {Case::RateLimited, false, updatedAt, resumeAt};
+    }
+    /// No account, or nothing to monitor.
+    static DeploymentMonitorState disconnected() { return {Case::Disconnected, false, {}, {}}; }
+
+    friend bool operator==(const DeploymentMonitorState &, const DeploymentMonitorState &) = default;
+};
+
+/// The case's name: "loading", "ready", "stale", "rateLimited" or "disconnected".
+[[nodiscard]] QString rawValue(DeploymentMonitorState::Case state);
+
+} // namespace velmora

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#include "monitor/polling_schedule.h"
+
+namespace velmora
+{
+
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr auto kInstallationsInterval = 3600s;
+constexpr auto kDeploymentsInterval = 30s;
+
+bool isDue(std::optional<Instant> last, std::chrono::seconds interval, Instant now)
+{
+    return !last || now - *last >= interval || now < *last;
+}
+
+} // namespace
+
+PollingDecision decide(const PollingSituation &situation, Instant now)
+{
+    if (isDue(situation.lastFullRefreshAt, kInstallationsInterval, now))
+        return PollingDecision::InstallationsAndAllDeployments;
+    if (isDue(situation.lastRefreshedAt, kDeploymentsInterval, now))
+        return PollingDecision::AllDeployments;
+    return situation.hasActiveDeployment ? PollingDecision::ActiveDeployments : PollingDecision::Nothing;
+}
+
+} // namespace velmora

@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: MIT
+#include "monitor/deployment_list.h"
+
+#include "support/builders.h"
+
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+QStringList ids(const QList<DeploymentSnapshot> &deployments)
+{
+    QStringList result;
+    for (const auto &deployment : deployments)
+        result.append(deployment.id);
+    return result;
+}
+
+DeploymentSnapshot make(const char *id, DeploymentState state, std::chrono::microseconds age)
+{
+    return makeSnapshot(QString::fromLatin1(id), state, noon() - age);
+}
+
+RepositoryRecord makeRepository(const char *nodeID, const char *name)
+{
+    RepositoryRecord record;
+    record.repository.nodeID = QString::fromLatin1(nodeID);
+    record.repository.nameWithOwner = QString::fromLatin1(name);
+    return record;
+}
+
+constexpr auto kReplaceAll = [](const DeploymentSnapshot &) {
+    return true;
+};
+constexpr auto kKeepAll = [](const DeploymentSnapshot &) {
+    return false;
+};
+
+} // namespace
+
+class DeploymentListTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void whatIsKeptDependsOnStateAndAge_data()
+    {
+        QTest::addColumn<DeploymentState>("state");
+        QTest::addColumn<qint64>("ageInMicroseconds");
+        QTest::addColumn<bool>("isKept");
+        const auto us = [](std::chrono::microseconds age) {
+            return static_cast<qint64>(age.count());
+        };
+        QTest::newRow("inactive, now") << DeploymentState::Inactive << us(0us) << false;
+        for (const auto state :
+            {DeploymentState::Success, DeploymentState::Failure, DeploymentState::Error, DeploymentState::Unknown}) {
+            const auto name = rawValue(state);
+            QTest::addRow("%s, exactly a day", qPrintable(name)) << state << us(24h) << true;
+            QTest::addRow("%s, a moment over a day", qPrintable(name)) << state << us(24h + 1us) << false;
+        }
+        for (const auto state : {DeploymentState::Queued, DeploymentState::Pending, DeploymentState::Waiting,
+                 DeploymentState::InProgress}) {
+            const auto name = rawValue(state);
+            QTest::addRow("%s, three days", qPrintable(name)) << state << us(72h) << true;
+            QTest::addRow("%s, exactly a week", qPrintable(name)) << state << us(168h) << true;
+            QTest::addRow("%s, a moment over a week", qPrintable(name)) << state << us(168h + 1us) << false;
+        }
+        QTest::newRow("from the future") << DeploymentState::Success << us(-1h) << true;
+    }
+
+    void whatIsKeptDependsOnStateAndAge()
+    {
+        QFETCH(DeploymentState, state);
+        QFETCH(qint64, ageInMicroseconds);
+        QFETCH(bool, isKept);
+        const auto list = filteredAndSorted(
+            {makeSnapshot(QStringLiteral("D"), state, noon() - std::chrono::microseconds(ageInMicroseconds))}, noon());
+        QCOMPARE(!list.isEmpty(), isKept);
+    }
+
+    void activeDeploymentsComeFirstEvenWhenAResultIsNewer()
+    {
+        const auto list = filteredAndSorted(
+            {make("new result", DeploymentState::Failure, 1min), make("old active", DeploymentState::Waiting, 70h),
+                make("older result", DeploymentState::Success, 2h),
+                make("new active", DeploymentState::InProgress, 2min)},
+            noon());
+        QCOMPARE(ids(list),
+            QStringList({QStringLiteral("new active"), QStringLiteral("old active"), QStringLiteral("new result"),
+                QStringLiteral("older result")}));
+    }
+
+    void equalTimesKeepTheirOrder()
+    {
+        const auto list
+            = filteredAndSorted({make("a", DeploymentState::Success, 1h), make("b", DeploymentState::Failure, 1h),
+                                    make("c", DeploymentState::Unknown, 1h)},
+                noon());
+        QCOMPARE(ids(list), QStringList({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")}));
+    }
+
+    void ofTwoWithOneIdTheLaterUpdateCounts()
+    {
+        const auto early = make("a", DeploymentState::InProgress, 2h);
+        const auto late = make("a", DeploymentState::Success, 1h);
+        QCOMPARE(filteredAndSorted({early, late}, noon()), QList{late});
+        QCOMPARE(filteredAndSorted({late, early}, noon()), QList{late});
+    }
+
+    void fetchedDeploymentsReplaceTheKnownOnesOfTheirRepositories()
+    {
+        const auto known
+            = QList{make("gone", DeploymentState::Success, 1h), make("a", DeploymentState::InProgress, 1h)};
+        const auto fresh = make("a", DeploymentState::Success, 1min);
+        QCOMPARE(merged(known, {fresh}, kReplaceAll), QList{fresh});
+    }
+
+    void knownDeploymentsOfOtherRepositoriesStay()
+    {
+        const auto other = make("other", DeploymentState::Success, 1h);
+        const auto fresh = make("a", DeploymentState::Success, 1min);
+        QCOMPARE(merged({other}, {fresh}, kKeepAll), QList({other, fresh}));
+    }
+
+    void aKnownDeploymentThatIsNotReplacedWinsOverAnEarlierUpdate()
+    {
+        const auto late = make("a", DeploymentState::Success, 1min);
+        const auto early = make("a", DeploymentState::InProgress, 1h);
+        QCOMPARE(merged({late}, {early}, kKeepAll), QList{late});
+        QCOMPARE(merged({early}, {late}, kKeepAll), QList{late});
+        QCOMPARE(merged({late}, {early}, kReplaceAll), QList{early});
+    }
+
+    void aDeploymentFetchedTwiceIsThereOnceWithItsLaterUpdate()
+    {
+        const auto early = make("a", DeploymentState::InProgress, 1h);
+        const auto late = make("a", DeploymentState::Success, 1min);
+        QCOMPARE(merged({}, {late, early}, kReplaceAll), QList{late});
+        QCOMPARE(merged({}, {early, late}, kReplaceAll), QList{late});
+    }
+
+    void aRefreshedDeploymentKeepsItsPlaceAmongEquals()
+    {
+        const auto known = QList{make("a", DeploymentState::Success, 1h), make("b", DeploymentState::Success, 1h)};
+        const auto list = merged(
+            known, {make("b", DeploymentState::Success, 1h), make("a", DeploymentState::Success, 1h)}, kReplaceAll);
+        QCOMPARE(ids(list), QStringList({QStringLiteral("a"), QStringLiteral("b")}));
+    }
+
+    void aRepositoryIsFoundByItsNodeId()
+    {
+        const RepositoryIndex index({makeRepository("R_other", "acme/other"), makeRepository("R_web", "acme/renamed")});
+        const auto *record = index.find(make("a", DeploymentState::Success, 1h));
+        QVERIFY(record);
+        QCOMPARE(record->id(), QStringLiteral("R_web"));
+    }
+
+    void aRepositoryIsFoundByItsNameWhenTheIdHasAnotherForm()
+    {
+        const RepositoryIndex index({makeRepository("MDEwOlJlcG9zaXRvcnkx", "acme/web")});
+        const auto *record = index.find(make("a", DeploymentState::Success, 1h));
+        QVERIFY(record);
+        QCOMPARE(record->id(), QStringLiteral("MDEwOlJlcG9zaXRvcnkx"));
+    }
+
+    void anUnknownRepositoryIsNotFound()
+    {
+        const RepositoryIndex index({makeRepository("R_other", "acme/other")});
+        QVERIFY(!index.find(make("a", DeploymentState::Success, 1h)));
+    }
+
+    void onlyRepositoriesWithADeploymentUnderWayAreRefreshedInBetween()
+    {
+        const QList repositories{makeRepository("R_idle", "acme/idle"), makeRepository("R_web", "acme/web")};
+        QCOMPARE(repositoriesWithActiveDeployments(repositories, {make("a", DeploymentState::Success, 1h)}).size(), 0);
+        const auto active = repositoriesWithActiveDeployments(repositories, {make("a", DeploymentState::Queued, 1h)});
+        QCOMPARE(active.size(), 1);
+        QCOMPARE(active.first().id(), QStringLiteral("R_web"));
+    }
+};
+
+QTEST_GUILESS_MAIN(DeploymentListTest)
+#include "deployment_list_test.moc"

@@ -1,0 +1,756 @@
+// SPDX-License-Identifier: MIT
+#include "support/lockable_credential_store.h"
+#include "support/monitor_fixture.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+QString text(const char *latin1)
+{
+    return QString::fromLatin1(latin1);
+}
+
+QStringList texts(std::initializer_list<const char *> list)
+{
+    QStringList result;
+    for (const auto *item : list)
+        result.append(text(item));
+    return result;
+}
+
+FakeGitHub::Repository repository(const char *nodeID, const char *name, QList<FakeGitHub::Deployment> deployments = {})
+{
+    return {text(nodeID), text(name), std::move(deployments), {}};
+}
+
+FakeGitHub::Deployment deployment(const char *id, const char *state, std::chrono::microseconds age = 1h)
+{
+    return {text(id), text(state), noon() - age};
+}
+
+DeploymentMonitorState::Case stateOf(const MonitorFixture &fixture)
+{
+    return fixture.monitor->state().state;
+}
+
+using Case = DeploymentMonitorState::Case;
+
+std::exception_ptr noNetwork()
+{
+    return std::make_exception_ptr(TransportError(TransportError::Kind::Network, text("no network")));
+}
+
+} // namespace
+
+class DeploymentMonitorTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<MonitorFixture> f;
+
+    /// One account, "alice", with the repositories.
+    void buildAlice(const QList<FakeGitHub::Repository> &repositories)
+    {
+        f->connect(1, text("alice")).repositories = repositories;
+        f->build();
+    }
+
+    void buildAliceAndBob()
+    {
+        f->connect(1, text("alice")).repositories = {repository("R_a", "alice/a", {deployment("a1", "SUCCESS", 1h)})};
+        f->connect(2, text("bob")).repositories = {repository("R_b", "bob/b", {deployment("b1", "FAILURE", 2h)})};
+        f->build();
+    }
+
+    FakeGitHub::Identity &alice() { return f->github.identities[text("alice")]; }
+    FakeGitHub::Identity &bob() { return f->github.identities[text("bob")]; }
+
+private Q_SLOTS:
+    void init() { f = std::make_unique<MonitorFixture>(); }
+    void cleanup() { f.reset(); }
+
+    void itStartsLoadingWithNothingToShow()
+    {
+        buildAlice({});
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::loading(false));
+        QVERIFY(f->monitor->deployments().isEmpty());
+        QVERIFY(!f->monitor->isRefreshing());
+        QVERIFY(!f->monitor->lastRefreshedAt());
+    }
+
+    void theFirstTickFetchesInstallationsAndThenAllDeployments()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS"), deployment("a2", "IN_PROGRESS", 2h)})});
+        f->tick();
+        QCOMPARE(
+            f->github.restRequests, texts({"alice: /user/installations", "alice: /user/installations/7/repositories"}));
+        QCOMPARE(f->github.queries, texts({"alice: R_a"}));
+        QCOMPARE(f->shownIDs(), texts({"a2", "a1"}));
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::ready(noon()));
+        QCOMPARE(f->monitor->lastRefreshedAt(), noon());
+        QCOMPARE(f->monitor->message(), QString());
+        QCOMPARE(f->monitor->presentation().title(), text("1"));
+    }
+
+    void twentySecondsAfterARefreshWithNothingUnderWayATickFetchesNothing()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        f->tick();
+        f->github.clearLog();
+        f->tickAfter(20s);
+        QCOMPARE(f->github.session->requests.size(), 3);
+        QVERIFY(f->github.queries.isEmpty());
+    }
+
+    void twentySecondsAfterARefreshOnlyTheRepositoryWithADeploymentUnderWayIsFetched()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")}),
+            repository("R_b", "alice/b", {deployment("b1", "IN_PROGRESS")})});
+        f->tick();
+        f->github.clearLog();
+        f->tickAfter(20s);
+        QCOMPARE(f->github.queries, texts({"alice: R_b"}));
+        QVERIFY(f->github.restRequests.isEmpty());
+        QCOMPARE(f->shownIDs(), texts({"b1", "a1"}));
+    }
+
+    void anActiveRefreshDoesNotPostponeTheFullOne()
+    {
+        buildAlice({repository("R_a", "alice/a"), repository("R_b", "alice/b", {deployment("b1", "QUEUED")})});
+        f->tick();
+        for (int i = 0; i < 5; ++i)
+            f->tickAfter(5s);
+        QCOMPARE(f->monitor->lastRefreshedAt(), noon());
+        f->github.clearLog();
+        f->tickAfter(5s);
+        QCOMPARE(f->github.queries, texts({"alice: R_a R_b"}));
+        QCOMPARE(f->monitor->lastRefreshedAt(), noon() + 30s);
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::ready(noon() + 30s));
+    }
+
+    void anHourAfterTheInstallationsTheNextTickRefreshesThemFirst()
+    {
+        buildAlice({repository("R_a", "alice/a")});
+        f->tick();
+        f->tickAfter(3599s);
+        f->github.clearLog();
+        f->tickAfter(1s);
+        QCOMPARE(f->github.restRequests.size(), 2);
+        QCOMPARE(f->github.queries, texts({"alice: R_a"}));
+    }
+
+    void anActiveRefreshReplacesJustTheRepositoriesThatItFetched()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")}),
+            repository("R_b", "alice/b", {deployment("b1", "IN_PROGRESS"), deployment("b0", "FAILURE", 3h)})});
+        f->tick();
+        alice().repositories[0].deployments = {deployment("a2", "SUCCESS")};
+        alice().repositories[1].deployments = {deployment("b1", "SUCCESS", 1min)};
+        f->tickAfter(5s);
+        QCOMPARE(f->shownIDs(), texts({"b1", "a1"}));
+    }
+
+    void anActiveRefreshFindsTheRepositoryByNameWhenTheIdHasAnotherForm()
+    {
+        auto other = repository("MDEwOnew", "alice/b", {deployment("b1", "IN_PROGRESS")});
+        other.graphqlID = text("R_new");
+        buildAlice({repository("R_a", "alice/a"), other});
+        f->tick();
+        f->github.clearLog();
+        alice().repositories[1].deployments = {deployment("b1", "SUCCESS", 1min)};
+        f->tickAfter(5s);
+        QCOMPARE(f->github.queries, texts({"alice: MDEwOnew"}));
+        QCOMPARE(f->monitor->deployments().size(), 1);
+        QCOMPARE(f->monitor->deployments().first().state, DeploymentState::Success);
+    }
+
+    void aFullRefreshReplacesEverythingOfAnIdentityThatSucceeded()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        f->tick();
+        alice().repositories[0].deployments = {deployment("a2", "FAILURE")};
+        f->tickAfter(30s);
+        QCOMPARE(f->shownIDs(), texts({"a2"}));
+    }
+
+    void deploymentsOfARepositoryThatIsNoLongerMonitoredGoWithTheNextFullRefresh()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")}),
+            repository("R_b", "alice/b", {deployment("b1", "SUCCESS")})});
+        f->tick();
+        f->installations->setRepository(text("R_b"), false);
+        f->tickAfter(5s);
+        QCOMPARE(f->shownIDs().size(), 2);
+        f->tickAfter(25s);
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+    }
+
+    void identitiesAreAskedOneAfterTheOtherWithTheirOwnTokens()
+    {
+        buildAliceAndBob();
+        f->tick();
+        QCOMPARE(f->github.queries, texts({"alice: R_a", "bob: R_b"}));
+        QCOMPARE(f->github.session->mostOpenRequests, 1);
+        QCOMPARE(f->shownIDs(), texts({"a1", "b1"}));
+    }
+
+    void oneIdentityFailsAndTheOthersGoOn()
+    {
+        buildAliceAndBob();
+        f->tick();
+        bob().graphqlFailure = FakeHTTPSession::response(500, "");
+        alice().repositories[0].deployments = {deployment("a2", "SUCCESS")};
+        f->tickAfter(30s);
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::stale(noon()));
+        QCOMPARE(f->monitor->message(), text("bob: GitHub returned HTTP 500."));
+        QCOMPARE(f->shownIDs(), texts({"a2", "b1"}));
+        QCOMPARE(f->monitor->lastRefreshedAt(), noon() + 30s);
+    }
+
+    void aFailedIdentityIsRetriedAfterFiveTenAndTwentySeconds()
+    {
+        buildAliceAndBob();
+        f->tick();
+        bob().graphqlFailure = FakeHTTPSession::response(500, "");
+        f->tickAfter(30s); // fails for the first time
+        QList<qint64> askedAt;
+        for (int second = 5; second <= 160; second += 5) {
+            f->github.clearLog();
+            f->tickAfter(5s);
+            if (f->github.queries.contains(text("bob: R_b")))
+                askedAt.append(second);
+        }
+        QCOMPARE(askedAt, QList<qint64>({5, 15, 35, 75, 155}));
+    }
+
+    void aHealthyIdentityIsPolledAsIfNothingHadHappened()
+    {
+        buildAliceAndBob();
+        f->tick();
+        bob().graphqlFailure = FakeHTTPSession::response(500, "");
+        QList<qint64> askedAt;
+        for (int second = 5; second <= 120; second += 5) {
+            f->github.clearLog();
+            f->tickAfter(5s);
+            if (f->github.queries.contains(text("alice: R_a")))
+                askedAt.append(second);
+        }
+        QCOMPARE(askedAt, QList<qint64>({30, 60, 90, 120}));
+    }
+
+    void aRetryThatSucceedsMakesTheStateReadyWithoutMovingTheRefresh()
+    {
+        buildAliceAndBob();
+        f->tick();
+        bob().graphqlFailure = FakeHTTPSession::response(500, "");
+        f->tickAfter(30s);
+        bob().graphqlFailure.reset();
+        bob().repositories[0].deployments = {deployment("b2", "SUCCESS")};
+        f->tickAfter(5s);
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::ready(noon() + 30s));
+        QCOMPARE(f->monitor->lastRefreshedAt(), noon() + 30s);
+        QCOMPARE(f->monitor->message(), QString());
+        QVERIFY(f->shownIDs().contains(text("b2")));
+    }
+
+    void anAccountIsTriedAtOnceWhenTheKeyringIsUnlocked()
+    {
+        const auto keyring = std::make_shared<LockableCredentialStore>(f->credentials);
+        f->credentialStore = keyring;
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        f->monitor->start(f->authentication.get(), f->installations.get());
+        f->clock.advance(10min);
+        QCOMPARE(stateOf(*f), Case::Stale);
+        QVERIFY(f->monitor->message().startsWith(text("alice: ")));
+        QVERIFY(f->github.queries.isEmpty());
+        keyring->isLocked = false;
+        // The store looks at the keyring once a minute, the monitor by now only every five.
+        f->clock.advance(65s);
+        QCOMPARE(f->authentication->sessions().first().status, GitHubSessionStatus::Connected);
+        QCOMPARE(stateOf(*f), Case::Ready);
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+    }
+
+    void whenTheNetworkReturnsFailedIdentitiesAreTriedAtOnce()
+    {
+        buildAliceAndBob();
+        f->tick();
+        alice().transportFailure = noNetwork();
+        bob().transportFailure = noNetwork();
+        f->tickAfter(30s);
+        for (int i = 0; i < 20; ++i)
+            f->tickAfter(5s);
+        QCOMPARE(stateOf(*f), Case::Stale);
+        QCOMPARE(f->monitor->message(), text("alice: no network\nbob: no network"));
+        alice().transportFailure = nullptr;
+        bob().transportFailure = nullptr;
+        awaitValue(f->monitor->retryNow(f->authentication.get(), f->installations.get(), f->clock.now()));
+        QCOMPARE(stateOf(*f), Case::Ready);
+    }
+
+    void aRefreshAskedForByAPersonTriesFailedIdentitiesAtOnce()
+    {
+        buildAliceAndBob();
+        f->tick();
+        bob().graphqlFailure = FakeHTTPSession::response(500, "");
+        f->tickAfter(30s);
+        f->tickAfter(5s);
+        bob().graphqlFailure.reset();
+        f->refreshAll();
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::ready(f->clock.now()));
+    }
+
+    void withoutNetworkAtStartTheSavedDeploymentsStay()
+    {
+        f->cache.payload
+            = DeploymentCachePayload{{makeSnapshot(text("old"), DeploymentState::Failure, noon() - 1h)}, noon()};
+        f->connect(1, text("alice")).transportFailure = noNetwork();
+        f->build();
+        awaitValue(f->monitor->loadCache());
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::loading(true));
+        f->tick();
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::stale({}));
+        QCOMPARE(f->monitor->message(), text("alice: no network"));
+        QCOMPARE(f->shownIDs(), texts({"old"}));
+        QVERIFY(!f->monitor->lastRefreshedAt());
+        QVERIFY(!f->monitor->isRefreshing());
+        QCOMPARE(f->cache.saves, 0);
+    }
+
+    void savedDeploymentsOfAnIdentityThatFailsStayBesideFreshOnes()
+    {
+        auto saved = makeSnapshot(text("b-saved"), DeploymentState::Success, noon() - 1h);
+        saved.repositoryNodeID = text("R_b");
+        saved.repositoryName = text("bob/b");
+        f->cache.payload = DeploymentCachePayload{{saved}, noon()};
+        f->connect(1, text("alice")).repositories = {repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})};
+        f->connect(2, text("bob")).transportFailure = noNetwork();
+        f->build();
+        awaitValue(f->monitor->loadCache());
+        f->tick();
+        QCOMPARE(stateOf(*f), Case::Stale);
+        auto shown = f->shownIDs();
+        shown.sort();
+        QCOMPARE(shown, texts({"a1", "b-saved"}));
+        // The installations of bob are asked for again, not only once an hour.
+        bob().transportFailure = nullptr;
+        bob().repositories = {repository("R_b", "bob/b", {deployment("b1", "SUCCESS")})};
+        f->tickAfter(5s);
+        QCOMPARE(stateOf(*f), Case::Ready);
+        shown = f->shownIDs();
+        shown.sort();
+        QCOMPARE(shown, texts({"a1", "b1"}));
+    }
+
+    void aRevokedTokenIsAFailureAndNeverARateLimit()
+    {
+        buildAliceAndBob();
+        f->github.identities.remove(text("bob"));
+        f->tick();
+        QCOMPARE(stateOf(*f), Case::Stale);
+        QCOMPARE(f->monitor->message(), text("bob: GitHub returned HTTP 401."));
+        QVERIFY(!f->ledger->pausedUntil(2, f->clock.now()));
+    }
+
+    void noAccountMeansDisconnectedWithAnEmptyList()
+    {
+        f->cache.payload
+            = DeploymentCachePayload{{makeSnapshot(text("old"), DeploymentState::Failure, noon() - 1h)}, noon()};
+        f->build();
+        awaitValue(f->monitor->loadCache());
+        f->tick();
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected());
+        QVERIFY(f->monitor->deployments().isEmpty());
+        QVERIFY(f->cache.payload->deployments.isEmpty());
+    }
+
+    void nothingToMonitorMeansDisconnectedWithAnEmptyList()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        f->tick();
+        f->installations->setAllRepositories(false);
+        f->tickAfter(30s);
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected());
+        QVERIFY(f->monitor->deployments().isEmpty());
+        f->installations->setAllRepositories(true);
+        f->tickAfter(5s);
+        QCOMPARE(stateOf(*f), Case::Ready);
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+    }
+
+    void anIdentityWithNothingToMonitorDoesNotDisturbTheOthers()
+    {
+        f->connect(1, text("alice")).repositories = {repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})};
+        f->connect(2, text("bob"));
+        f->build();
+        f->tick();
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::ready(noon()));
+        QCOMPARE(f->github.queries, texts({"alice: R_a"}));
+    }
+
+    void aRemovedAccountIsNoLongerAskedAndItsDeploymentsLeaveWithTheNextCycle()
+    {
+        buildAliceAndBob();
+        f->tick();
+        f->authentication->remove(2);
+        f->github.clearLog();
+        f->tickAfter(30s);
+        QCOMPARE(f->github.queries, texts({"alice: R_a"}));
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+        QCOMPARE(stateOf(*f), Case::Ready);
+    }
+
+    void aRefreshAskedForByAPersonShowsThatItLoads()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        f->tick();
+        f->github.session->handler = nullptr;
+        const auto outcome
+            = start(f->monitor->refreshAll(f->authentication.get(), f->installations.get(), f->clock.now()));
+        QVERIFY(waitUntil([&] { return f->github.session->openRequests == 1; }));
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::loading(true));
+        QVERIFY(f->monitor->isRefreshing());
+        f->github.session->answerNext(FakeHTTPSession::response(500, ""));
+        QVERIFY(waitUntil([&] { return outcome->isDone; }));
+        QCOMPARE(stateOf(*f), Case::Stale);
+        QVERIFY(!f->monitor->isRefreshing());
+    }
+
+    void aRoutinePollOnlyRaisesTheFlag()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        f->tick();
+        f->github.session->handler = nullptr;
+        f->clock.setNow(noon() + 30s);
+        const QSignalSpy changes(f->monitor.get(), &DeploymentMonitor::changed);
+        const auto outcome = start(f->monitor->tick(f->authentication.get(), f->installations.get(), f->clock.now()));
+        QVERIFY(waitUntil([&] { return f->github.session->openRequests == 1; }));
+        QVERIFY(f->monitor->isRefreshing());
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::ready(noon()));
+        QCOMPARE(changes.size(), 0);
+        f->github.session->answerNext(FakeHTTPSession::response(500, ""));
+        QVERIFY(waitUntil([&] { return outcome->isDone; }));
+        QCOMPARE(changes.size(), 1);
+    }
+
+    void aTickDuringARunningRefreshIsSkipped()
+    {
+        buildAlice({repository("R_a", "alice/a")});
+        f->tick();
+        f->github.session->handler = nullptr;
+        f->clock.setNow(noon() + 30s);
+        const auto first = start(f->monitor->tick(f->authentication.get(), f->installations.get(), f->clock.now()));
+        QVERIFY(waitUntil([&] { return f->github.session->openRequests == 1; }));
+        f->tickAfter(30s);
+        awaitValue(f->monitor->refreshActive(f->authentication.get(), f->installations.get(), f->clock.now()));
+        QCOMPARE(f->github.session->openRequests, 1);
+        f->github.session->answerNext(FakeHTTPSession::response(500, ""));
+        QVERIFY(waitUntil([&] { return first->isDone; }));
+    }
+
+    void aRefreshAskedForDuringAnotherOneFollowsIt()
+    {
+        buildAlice({repository("R_a", "alice/a")});
+        f->tick();
+        f->github.session->handler = nullptr;
+        f->clock.setNow(noon() + 30s);
+        const auto first = start(f->monitor->tick(f->authentication.get(), f->installations.get(), f->clock.now()));
+        QVERIFY(waitUntil([&] { return f->github.session->openRequests == 1; }));
+        const auto second
+            = start(f->monitor->refreshAll(f->authentication.get(), f->installations.get(), f->clock.now()));
+        QCOMPARE(f->github.session->requests.size(), 4);
+        f->github.session->answerNext(FakeHTTPSession::response(500, ""));
+        QVERIFY(waitUntil([&] { return f->github.session->requests.size() == 5; }));
+        f->github.session->answerNext(FakeHTTPSession::response(500, ""));
+        QVERIFY(waitUntil([&] { return first->isDone && second->isDone; }));
+        QCOMPARE(f->github.session->mostOpenRequests, 1);
+    }
+
+    void tooFewPointsForTheNextRefreshPauseTheIdentityUntilTheReset()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "IN_PROGRESS")})});
+        alice().remaining = 0;
+        alice().resetAt = noon() + 10min;
+        f->tick();
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::rateLimited(noon(), noon() + 10min));
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+        f->github.clearLog();
+        const auto requests = f->github.session->requests.size();
+        for (int i = 0; i < 119; ++i)
+            f->tickAfter(5s);
+        QCOMPARE(f->github.session->requests.size(), requests);
+        alice().remaining = 5000;
+        f->tickAfter(5s);
+        QCOMPARE(f->github.queries, texts({"alice: R_a"}));
+        QCOMPARE(stateOf(*f), Case::Ready);
+    }
+
+    void aRefreshAskedForByAPersonDoesNotBreakAPause()
+    {
+        buildAlice({repository("R_a", "alice/a")});
+        alice().remaining = 0;
+        f->tick();
+        const auto requests = f->github.session->requests.size();
+        f->refreshAll();
+        QCOMPARE(f->github.session->requests.size(), requests);
+        QCOMPARE(stateOf(*f), Case::RateLimited);
+    }
+
+    void aPausedIdentityDoesNotStopTheOthers()
+    {
+        buildAliceAndBob();
+        bob().remaining = 0;
+        bob().resetAt = noon() + 1h;
+        f->tick();
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::rateLimited(noon(), noon() + 1h));
+        f->github.clearLog();
+        alice().repositories[0].deployments = {deployment("a2", "SUCCESS")};
+        f->tickAfter(30s);
+        QCOMPARE(f->github.queries, texts({"alice: R_a"}));
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::rateLimited(noon() + 30s, noon() + 1h));
+        QCOMPARE(f->shownIDs(), texts({"a2", "b1"}));
+    }
+
+    void aFailureBesideAPauseIsShownAsStale()
+    {
+        buildAliceAndBob();
+        f->tick();
+        bob().remaining = 0;
+        f->tickAfter(30s);
+        alice().graphqlFailure = FakeHTTPSession::response(502, "");
+        f->tickAfter(30s);
+        QCOMPARE(stateOf(*f), Case::Stale);
+        QCOMPARE(f->monitor->message(), text("alice: GitHub returned HTTP 502."));
+    }
+
+    void aRefusalForTooManyRequestsPausesForAsLongAsGitHubSays()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        f->tick();
+        alice().graphqlFailure = FakeHTTPSession::response(403, "{}", {{"Retry-After", "120"}});
+        f->tickAfter(30s);
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::rateLimited(noon(), noon() + 150s));
+        QCOMPARE(f->monitor->message(), QString());
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+    }
+
+    void aRefusalInTheAnswerOfTheQueryPausesAsWell()
+    {
+        buildAlice({repository("R_a", "alice/a")});
+        f->tick();
+        alice().graphqlFailure = FakeHTTPSession::response(
+            200, R"({"errors":[{"type":"RATE_LIMIT","message":"API rate limit exceeded"}]})");
+        f->tickAfter(30s);
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::rateLimited(noon(), noon() + 90s));
+    }
+
+    void aPlainRefusalIsAFailure()
+    {
+        buildAlice({repository("R_a", "alice/a")});
+        f->tick();
+        alice().graphqlFailure = FakeHTTPSession::response(403, R"({"message":"Resource not accessible"})");
+        f->tickAfter(30s);
+        QCOMPARE(stateOf(*f), Case::Stale);
+        QCOMPARE(f->monitor->message(), text("alice: GitHub returned HTTP 403."));
+    }
+
+    void aRefusalWhileListingInstallationsPausesTheIdentity()
+    {
+        f->connect(1, text("alice")).restFailure = FakeHTTPSession::response(429, "{}", {{"Retry-After", "60"}});
+        f->build();
+        f->tick();
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::rateLimited({}, noon() + 60s));
+        const auto requests = f->github.session->requests.size();
+        f->tickAfter(55s);
+        QCOMPARE(f->github.session->requests.size(), requests);
+        alice().restFailure.reset();
+        alice().repositories = {repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})};
+        f->tickAfter(5s);
+        QCOMPARE(stateOf(*f), Case::Ready);
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+    }
+
+    void everyRefreshIsSaved()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "IN_PROGRESS")})});
+        f->tick();
+        QCOMPARE(f->cache.saves, 1);
+        QCOMPARE(f->cache.payload->savedAt, noon());
+        QCOMPARE(f->cache.payload->deployments, f->monitor->deployments());
+        f->tickAfter(5s);
+        QCOMPARE(f->cache.saves, 2);
+        QCOMPARE(f->cache.payload->savedAt, noon() + 5s);
+    }
+
+    void aSaveThatFailsDoesNotDisturbWhatIsShown()
+    {
+        f->cache.fails = true;
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        f->tick();
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+        QCOMPARE(stateOf(*f), Case::Ready);
+        QCOMPARE(f->defaults.stringList(text("deployments.notifiedSuccesses")), texts({"a1:success"}));
+    }
+
+    void theCacheIsFilteredForTheTimeAtWhichItIsLoaded()
+    {
+        f->cache.payload
+            = DeploymentCachePayload{{makeSnapshot(text("old"), DeploymentState::Success, noon() - 25h),
+                                         makeSnapshot(text("new"), DeploymentState::Success, noon() - 23h)},
+                noon() - 23h};
+        buildAlice({});
+        awaitValue(f->monitor->loadCache());
+        QCOMPARE(f->shownIDs(), texts({"new"}));
+    }
+
+    void aCacheThatArrivesAfterARefreshIsIgnored()
+    {
+        f->cache.payload
+            = DeploymentCachePayload{{makeSnapshot(text("old"), DeploymentState::Success, noon() - 1h)}, noon()};
+        f->cache.gate.emplace();
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        const auto loading = start(f->monitor->loadCache());
+        f->tick();
+        f->cache.gate->resolve();
+        QVERIFY(loading->isDone);
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+    }
+
+    void theFirstRefreshAnnouncesNothingAndLaterOnesEachResultOnce()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "FAILURE"), deployment("a2", "IN_PROGRESS")})});
+        f->tick();
+        QCOMPARE(f->notifier.announced, QStringList());
+        alice().repositories[0].deployments[1] = deployment("a2", "FAILURE", 1min);
+        f->tickAfter(5s);
+        f->tickAfter(30s);
+        QCOMPARE(f->notifier.announced, texts({"failure a2"}));
+    }
+
+    void aFirstRefreshThatFailsForEverybodyIsNotTheBaseline()
+    {
+        f->connect(1, text("alice")).transportFailure = noNetwork();
+        f->build();
+        f->tick();
+        alice().transportFailure = nullptr;
+        alice().repositories = {repository("R_a", "alice/a", {deployment("a1", "FAILURE")})};
+        f->tickAfter(5s);
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+        QCOMPARE(f->notifier.announced, QStringList());
+    }
+
+    void theHistoryOfAnIdentityThatJoinsLaterIsNotAnnounced()
+    {
+        buildAliceAndBob();
+        bob().graphqlFailure = FakeHTTPSession::response(500, "");
+        f->tick();
+        bob().graphqlFailure.reset();
+        f->tickAfter(5s);
+        QCOMPARE(f->shownIDs(), texts({"a1", "b1"}));
+        QCOMPARE(f->notifier.announced, QStringList());
+        bob().repositories[0].deployments.append(deployment("b2", "FAILURE", 1min));
+        f->tickAfter(30s);
+        QCOMPARE(f->notifier.announced, texts({"failure b2"}));
+    }
+
+    void theNotificationsSettingsDecideWhatIsAnnounced()
+    {
+        f->defaults.values.remove(text("general.notificationsEnabled"));
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "IN_PROGRESS")})});
+        f->tick();
+        alice().repositories[0].deployments[0] = deployment("a1", "FAILURE", 1min);
+        f->tickAfter(5s);
+        QCOMPARE(f->notifier.announced, QStringList());
+    }
+
+    void pollingTicksEveryFiveSecondsFromTheStart()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "IN_PROGRESS")})});
+        f->monitor->start(f->authentication.get(), f->installations.get());
+        QVERIFY(f->github.session->requests.isEmpty());
+        f->clock.advance(4999ms);
+        QVERIFY(f->github.session->requests.isEmpty());
+        f->clock.advance(1ms);
+        QCOMPARE(f->github.queries, texts({"alice: R_a"}));
+        f->clock.advance(30s);
+        QCOMPARE(f->github.queries.size(), 7);
+        QCOMPARE(f->clock.requestedSleeps.last(), std::chrono::milliseconds(5s));
+    }
+
+    void withoutAnAccountItSaysSoFromTheStart()
+    {
+        f->build();
+        f->monitor->start(f->authentication.get(), f->installations.get());
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected());
+    }
+
+    void anAccountThatIsConnectedWhileItRunsIsFetchedWithTheNextTick()
+    {
+        buildAlice({repository("R_a", "alice/a")});
+        f->tick();
+        auto &session = *f->github.session;
+        GitHubCredential credential;
+        credential.accessToken = text("carol");
+        awaitValue(f->credentials->save(credential, 3, Interaction::Forbidden));
+        f->github.identities[text("carol")].repositories
+            = {repository("R_c", "carol/c", {deployment("c1", "FAILURE")})};
+        f->accounts.append(GitHubAccount{3, text("carol"), {}});
+        f->defaults.values[text("github.accounts")] = encodeJSON(f->accounts);
+        AuthenticationStore::Services services;
+        services.defaults = &f->defaults;
+        services.clock = &f->clock;
+        GitHubClient client;
+        client.session = f->github.session;
+        AuthenticationStore withCarol(client, f->credentials, services);
+        const auto before = session.requests.size();
+        f->clock.setNow(noon() + 5s);
+        awaitValue(f->monitor->tick(&withCarol, f->installations.get(), f->clock.now()));
+        QVERIFY(session.requests.size() > before);
+        QCOMPARE(f->shownIDs(), texts({"c1"}));
+        QCOMPARE(f->notifier.announced, QStringList());
+    }
+
+    void aMonitorThatIsDestroyedWhileItWaitsEndsQuietly()
+    {
+        buildAlice({repository("R_a", "alice/a")});
+        f->tick();
+        f->github.session->handler = nullptr;
+        f->clock.setNow(noon() + 30s);
+        const auto first = start(f->monitor->tick(f->authentication.get(), f->installations.get(), f->clock.now()));
+        const auto second
+            = start(f->monitor->refreshAll(f->authentication.get(), f->installations.get(), f->clock.now()));
+        QVERIFY(waitUntil([&] { return f->github.session->openRequests == 1; }));
+        f->monitor.reset();
+        QVERIFY(waitUntil([&] { return first->isDone && second->isDone; }));
+        QCOMPARE(f->github.session->openRequests, 0);
+    }
+
+    void aPollingMonitorThatIsDestroyedStopsSleeping()
+    {
+        buildAlice({repository("R_a", "alice/a")});
+        f->monitor->start(f->authentication.get(), f->installations.get());
+        QCOMPARE(f->clock.sleeperCount(), 1);
+        f->monitor.reset();
+        QCOMPARE(f->clock.sleeperCount(), 0);
+    }
+
+    void nothingIsAnnouncedWhenNothingChanged()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "IN_PROGRESS")})});
+        f->tick();
+        const QSignalSpy changes(f->monitor.get(), &DeploymentMonitor::changed);
+        f->tickAfter(5s);
+        QCOMPARE(changes.size(), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(DeploymentMonitorTest)
+#include "deployment_monitor_test.moc"

@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: MIT
+#include "monitor/result_announcer.h"
+
+#include "support/await.h"
+#include "support/builders.h"
+#include "support/fake_notifier.h"
+#include "support/fake_preferences.h"
+
+#include <QProcess>
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+
+namespace
+{
+
+const QString kFailures = QStringLiteral("deployments.notifiedFailures");
+const QString kSuccesses = QStringLiteral("deployments.notifiedSuccesses");
+
+DeploymentSnapshot make(const char *id, DeploymentState state)
+{
+    return makeSnapshot(QString::fromLatin1(id), state, noon());
+}
+
+QStringList texts(std::initializer_list<const char *> list)
+{
+    QStringList result;
+    for (const auto *text : list)
+        result.append(QString::fromLatin1(text));
+    return result;
+}
+
+} // namespace
+
+class ResultAnnouncerTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    using enum DeploymentState;
+
+    FakeNotifier notifier;
+    std::unique_ptr<FakePreferences> defaults;
+
+    void run(
+        ResultAnnouncer &announcer, const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
+    {
+        awaitValue(announcer.process(previous, updated));
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        notifier = FakeNotifier();
+        defaults = std::make_unique<FakePreferences>();
+        defaults->values[QStringLiteral("general.notificationsEnabled")] = true;
+        defaults->values[QStringLiteral("general.successNotificationsEnabled")] = true;
+    }
+
+    void theFirstCallOnlyTakesNote()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        QVERIFY(!announcer.hasCompletedLiveRefresh());
+        run(announcer, {},
+            {make("c", Failure), make("a", Error), make("b", Failure), make("d", Success), make("e", InProgress)});
+        QVERIFY(announcer.hasCompletedLiveRefresh());
+        QCOMPARE(notifier.announced, QStringList());
+        QCOMPARE(defaults->stringList(kFailures), texts({"a:error", "b:failure", "c:failure"}));
+        QCOMPARE(defaults->stringList(kSuccesses), texts({"d:success"}));
+    }
+
+    void theFirstCallTakesNoteWhateverTheTogglesSay()
+    {
+        defaults->values.clear();
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {make("a", Failure)});
+        QCOMPARE(defaults->stringList(kFailures), texts({"a:failure"}));
+        QVERIFY(defaults->value(kSuccesses).has_value());
+        QCOMPARE(defaults->stringList(kSuccesses), QStringList());
+    }
+
+    void aNewFailureIsAnnouncedOnceAndRemembered()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        run(announcer, {}, {make("a", Failure)});
+        QCOMPARE(notifier.announced, texts({"failure a"}));
+        QCOMPARE(defaults->stringList(kFailures), texts({"a:failure"}));
+        run(announcer, {}, {make("a", Failure)});
+        QCOMPARE(notifier.announced.size(), 1);
+    }
+
+    void aFailureThatWasOneBeforeIsSkippedEvenUnderANewKey()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        run(announcer, {make("a", Error)}, {make("a", Failure)});
+        QCOMPARE(notifier.announced, QStringList());
+        QCOMPARE(defaults->stringList(kFailures), QStringList());
+    }
+
+    void aSuccessThatWasOneBeforeIsSkipped()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        run(announcer, {make("a", Success)}, {make("a", Success)});
+        QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void aFailureThatFollowsASuccessIsAnnouncedAndTheOtherWayRound()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        run(announcer, {make("a", Success), make("b", Failure)}, {make("a", Failure), make("b", Success)});
+        QCOMPARE(notifier.announced, texts({"failure a", "success b"}));
+    }
+
+    void aSuccessWithTheOptionOffIsNeitherAnnouncedNorRemembered()
+    {
+        defaults->values.remove(QStringLiteral("general.successNotificationsEnabled"));
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        run(announcer, {make("a", InProgress)}, {make("a", Success)});
+        QCOMPARE(notifier.announced, QStringList());
+        QCOMPARE(defaults->stringList(kSuccesses), QStringList());
+        // Switched on now, the result is old news: it was a success before this fetch.
+        defaults->values[QStringLiteral("general.successNotificationsEnabled")] = true;
+        run(announcer, {make("a", Success)}, {make("a", Success)});
+        QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void failuresWithTheOptionOffAreNeitherAnnouncedNorRemembered()
+    {
+        defaults->values[QStringLiteral("general.notificationsEnabled")] = false;
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        run(announcer, {}, {make("a", Failure), make("b", Success)});
+        QCOMPARE(notifier.announced, texts({"success b"}));
+        QCOMPARE(defaults->stringList(kFailures), QStringList());
+    }
+
+    void aToggleOfAnotherTypeCountsAsOff()
+    {
+        defaults->values[QStringLiteral("general.notificationsEnabled")] = QStringLiteral("true");
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        run(announcer, {}, {make("a", Failure)});
+        QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void keysOfAnEarlierRunSuppressTheSameResult()
+    {
+        defaults->values[kFailures] = texts({"a:failure"});
+        defaults->values[kSuccesses] = texts({"b:success"});
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        run(announcer, {make("a", InProgress), make("b", InProgress)}, {make("a", Failure), make("b", Success)});
+        QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void storedKeysOfAnotherTypeReadAsNone()
+    {
+        defaults->values[kFailures] = true;
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        run(announcer, {}, {make("a", Failure)});
+        QCOMPARE(notifier.announced, texts({"failure a"}));
+        QCOMPARE(defaults->stringList(kFailures), texts({"a:failure"}));
+    }
+
+    void aNotificationThatCouldNotBeDeliveredCountsAsAnnounced()
+    {
+        notifier.fails = true;
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        run(announcer, {}, {make("a", Failure), make("b", Failure)});
+        QCOMPARE(notifier.announced, texts({"failure a", "failure b"}));
+        QCOMPARE(defaults->stringList(kFailures), texts({"a:failure", "b:failure"}));
+        run(announcer, {}, {make("a", Failure), make("b", Failure)});
+        QCOMPARE(notifier.announced.size(), 2);
+    }
+
+    void failuresComeBeforeSuccessesEachInTheOrderOfTheList()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        run(announcer, {}, {make("d", Success), make("b", Failure), make("c", Success), make("a", Error)});
+        QCOMPARE(notifier.announced, texts({"failure b", "failure a", "success d", "success c"}));
+    }
+
+    void notificationsArePostedOneAtATime()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        notifier.gate.emplace();
+        const auto outcome = start(announcer.process({}, {make("a", Failure), make("b", Failure)}));
+        QCOMPARE(notifier.announced, texts({"failure a"}));
+        QVERIFY(!outcome->isDone);
+        const auto gate = *notifier.gate;
+        notifier.gate.reset();
+        gate.resolve();
+        QVERIFY(outcome->isDone);
+        QCOMPARE(notifier.announced, texts({"failure a", "failure b"}));
+    }
+
+    void anAnnouncerThatIsDestroyedWhileItWaitsEndsQuietly()
+    {
+        auto announcer = std::make_unique<ResultAnnouncer>(&notifier, defaults.get());
+        run(*announcer, {}, {});
+        notifier.gate.emplace();
+        const auto outcome = start(announcer->process({}, {make("a", Failure), make("b", Failure)}));
+        announcer.reset();
+        notifier.gate->resolve();
+        QVERIFY(outcome->isDone);
+        QCOMPARE(notifier.announced, texts({"failure a"}));
+    }
+
+    void nothingIsWrittenWhenNothingIsNew()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {make("a", Failure)});
+        defaults->writes.clear();
+        run(announcer, {make("a", Failure)}, {make("a", Failure)});
+        QCOMPARE(defaults->writes, QStringList());
+    }
+
+    void historyOfALatecomerIsNotAnnounced()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get());
+        run(announcer, {}, {});
+        announcer.takeNote({make("a", Failure), make("b", Success)});
+        run(announcer, {}, {make("a", Failure), make("b", Success)});
+        QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void aRepeatedIdInThePreviousListEndsTheProgram()
+    {
+        QProcess process;
+        process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--repeat-an-id")});
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+        QVERIFY(process.readAllStandardError().contains("The list of deployments holds an id twice."));
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    if (argc == 2 && QByteArrayView(argv[1]) == "--repeat-an-id") {
+        FakeNotifier notifier;
+        FakePreferences defaults;
+        ResultAnnouncer announcer(&notifier, &defaults);
+        awaitValue(announcer.process({}, {}));
+        awaitValue(announcer.process({make("a", DeploymentState::Success), make("a", DeploymentState::Failure)}, {}));
+        return 0;
+    }
+    ResultAnnouncerTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "result_announcer_test.moc"
