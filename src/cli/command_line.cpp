@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: MIT
+#include "cli/command_line.h"
+
+#include <CLI/CLI.hpp>
+
+#include <sstream>
+
+namespace velmora
+{
+
+namespace
+{
+
+using Command = CommandLine::Command;
+
+struct Texts {
+    std::string login;
+    std::vector<std::string> enable;
+    std::vector<std::string> disable;
+    std::vector<std::string> include;
+    std::vector<std::string> exclude;
+};
+
+QStringList toList(const std::vector<std::string> &texts)
+{
+    QStringList list;
+    for (const auto &text : texts)
+        list.append(QString::fromStdString(text));
+    return list;
+}
+
+/// The grammar, which writes into one CommandLine.
+class Grammar
+{
+public:
+    Grammar()
+    {
+        m_app.name("velmora");
+        m_app.require_subcommand(0, 1);
+        prepare(m_app);
+        m_app.add_flag("--demo", m_line.isDemo, "Watch a made-up GitHub on this machine; nothing of yours is touched");
+        m_app.add_flag("--verbose", m_line.isVerbose, "Tell on standard error what is being done");
+        m_app.add_flag("--is-configured", m_isConfigured)->group("");
+        m_app.add_flag("--is-display-usable", m_isDisplayUsable)->group("");
+        addAccountCommands();
+        addInstallations();
+        addRepositories();
+        addWatching();
+    }
+
+    CommandLineResult parse(const QStringList &arguments)
+    {
+        try {
+            std::vector<std::string> reversed;
+            for (const QString &argument : arguments)
+                reversed.insert(reversed.begin(), argument.toStdString());
+            m_app.parse(std::move(reversed));
+        } catch (const CLI::ParseError &error) {
+            return instead(error);
+        }
+        return finished();
+    }
+
+private:
+    static void prepare(CLI::App &app)
+    {
+        app.set_help_flag("--help,-h", "Show this and exit");
+        app.set_version_flag("--version", "velmora " VELMORA_VERSION, "Show the version and exit");
+    }
+
+    CLI::App *addCommand(CLI::App &parent, const char *name, const char *description, Command command)
+    {
+        CLI::App *app = parent.add_subcommand(name, description);
+        prepare(*app);
+        app->fallthrough();
+        app->parse_complete_callback([this, command] {
+            // The innermost command is complete first, and counts.
+            if (!m_command)
+                m_command = command;
+        });
+        return app;
+    }
+
+    void addJSON(CLI::App *app) { app->add_flag("--json", m_line.isJSON, "Print JSON instead of text"); }
+
+    static CLI::Option *addNames(
+        CLI::App *app, const char *flag, std::vector<std::string> &names, const char *what, const char *description)
+    {
+        return app->add_option(flag, names, description)->type_name(what)->allow_extra_args(false);
+    }
+
+    void addAccountCommands()
+    {
+        addCommand(m_app, "connect", "Connect a GitHub account", Command::Connect);
+        CLI::App *accounts = addCommand(m_app, "accounts", "List the connected accounts", Command::Accounts);
+        addJSON(accounts);
+        accounts->require_subcommand(0, 1);
+        CLI::App *remove = addCommand(*accounts, "remove", "Forget an account and its token", Command::RemoveAccount);
+        remove->add_option("LOGIN", m_texts.login, "The account's login")->required();
+    }
+
+    void addInstallations()
+    {
+        CLI::App *app = addCommand(
+            m_app, "installations", "List where the App is installed, and switch that", Command::Installations);
+        addJSON(app);
+        addNames(app, "--enable", m_texts.enable, "KEY", "Watch this installation (its key or its account)");
+        addNames(app, "--disable", m_texts.disable, "KEY", "Do not watch this installation");
+    }
+
+    void addRepositories()
+    {
+        CLI::App *app
+            = addCommand(m_app, "repositories", "List the repositories, and choose among them", Command::Repositories);
+        addJSON(app);
+        addNames(app, "--include", m_texts.include, "NAME", "Watch this repository (owner/name)");
+        addNames(app, "--exclude", m_texts.exclude, "NAME", "Do not watch this repository");
+        auto *all = app->add_flag("--all", m_line.isAll, "Watch every repository, before --exclude is heeded");
+        auto *none = app->add_flag("--none", m_line.isNone, "Watch no repository, before --include is heeded");
+        app->add_flag("--refresh", m_isRefresh, "Load the list from GitHub, as every run does");
+        all->excludes(none);
+        all->excludes("--include");
+        none->excludes("--exclude");
+    }
+
+    void addWatching()
+    {
+        CLI::App *watch = addCommand(m_app, "watch", "Watch the deployments", Command::Watch);
+        watch->add_flag("--once", m_line.isOnce, "End after the first complete refresh");
+        addJSON(watch);
+        addJSON(addCommand(m_app, "status", "Show the saved deployments, without the network", Command::Status));
+    }
+
+    CommandLineResult instead(const CLI::ParseError &error)
+    {
+        std::ostringstream output;
+        std::ostringstream complaint;
+        const int code = m_app.exit(error, output, complaint);
+        CommandLineResult result;
+        result.output = QString::fromStdString(output.str());
+        result.error = QString::fromStdString(complaint.str());
+        result.exitCode = code == 0 ? ExitCode::Done : ExitCode::WrongUsage;
+        return result;
+    }
+
+    static CommandLineResult wrong(const QString &error)
+    {
+        CommandLineResult result;
+        result.exitCode = ExitCode::WrongUsage;
+        result.error = error;
+        return result;
+    }
+
+    CommandLineResult finished()
+    {
+        if (m_isConfigured)
+            m_command = Command::IsConfigured;
+        if (m_isDisplayUsable)
+            m_command = Command::IsDisplayUsable;
+        if (!m_command)
+            return wrong(QString::fromStdString(m_app.help()));
+        m_line.command = *m_command;
+        m_line.login = QString::fromStdString(m_texts.login);
+        m_line.enable = toList(m_texts.enable);
+        m_line.disable = toList(m_texts.disable);
+        m_line.include = toList(m_texts.include);
+        m_line.exclude = toList(m_texts.exclude);
+        if (const QString contradiction = contradictory(); !contradiction.isEmpty())
+            return wrong(contradiction);
+        CommandLineResult result;
+        result.commandLine = m_line;
+        return result;
+    }
+
+    [[nodiscard]] QString contradictory() const
+    {
+        const auto common = [](const QStringList &left, const QStringList &right) {
+            const auto found = std::ranges::find_if(
+                left, [&](const QString &name) { return right.contains(name, Qt::CaseInsensitive); });
+            return found == left.end() ? QString() : *found;
+        };
+        if (const QString key = common(m_line.enable, m_line.disable); !key.isEmpty())
+            return QStringLiteral("%1 is both enabled and disabled.\n").arg(key);
+        if (const QString name = common(m_line.include, m_line.exclude); !name.isEmpty())
+            return QStringLiteral("%1 is both included and excluded.\n").arg(name);
+        return QString();
+    }
+
+    CLI::App m_app{"Watches GitHub deployments."};
+    CommandLine m_line;
+    Texts m_texts;
+    std::optional<Command> m_command;
+    bool m_isRefresh = false; // every run loads; the flag says so in scripts
+    bool m_isConfigured = false;
+    bool m_isDisplayUsable = false;
+};
+
+} // namespace
+
+CommandLineResult parseCommandLine(const QStringList &arguments)
+{
+    return Grammar().parse(arguments);
+}
+
+} // namespace velmora

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace velmora
+{
+
+/// The exit codes of every command.
+enum class ExitCode : int {
+    Done = 0,
+    Failed = 1, ///< with a message on standard error
+    WrongUsage = 2,
+};
+
+/// What the person asked for on the command line.
+struct CommandLine {
+    enum class Command {
+        Connect,
+        Accounts,
+        RemoveAccount,
+        Installations,
+        Repositories,
+        Watch,
+        Status,
+        IsConfigured, ///< for scripts: whether a client id is configured
+        IsDisplayUsable, ///< for the program itself: whether a connection to the display can be opened
+    };
+
+    Command command = Command::Watch;
+    bool isDemo = false;
+    bool isVerbose = false;
+    bool isJSON = false;
+    bool isOnce = false;
+    bool isAll = false;
+    bool isNone = false;
+    QString login;
+    QStringList enable;
+    QStringList disable;
+    QStringList include;
+    QStringList exclude;
+};
+
+/// A command, or what is to be printed instead of running one.
+struct CommandLineResult {
+    std::optional<CommandLine> commandLine;
+    ExitCode exitCode = ExitCode::Done;
+    QString output;
+    QString error;
+};
+
+/// Reads the arguments that follow the name of the program.
+[[nodiscard]] CommandLineResult parseCommandLine(const QStringList &arguments);
+
+} // namespace velmora

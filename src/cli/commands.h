@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "cli/command_context.h"
+
+#include <QCoroTask>
+
+namespace velmora
+{
+
+// Each command prints what it has to say and returns how it ended. A requested stop ends it soon.
+
+/// Connects an identity through the device flow.
+[[nodiscard]] QCoro::Task<ExitCode> runConnect(CommandContext context);
+
+/// Lists the connected identities.
+[[nodiscard]] QCoro::Task<ExitCode> runAccounts(CommandContext context, CommandLine line);
+
+/// Forgets the identity with the login.
+[[nodiscard]] QCoro::Task<ExitCode> runRemoveAccount(CommandContext context, CommandLine line);
+
+/// Loads the installations from GitHub, switches those that are named, and lists them.
+[[nodiscard]] QCoro::Task<ExitCode> runInstallations(CommandContext context, CommandLine line);
+
+/// Loads the repositories from GitHub, includes and excludes those that are named, and lists them.
+[[nodiscard]] QCoro::Task<ExitCode> runRepositories(CommandContext context, CommandLine line);
+
+/// Runs the monitor and shows what it publishes, once or until the stop.
+[[nodiscard]] QCoro::Task<ExitCode> runWatch(CommandContext context, CommandLine line);
+
+/// Shows the saved deployments. Needs of the context only the terminals, the clock, the preferences and the cache.
+[[nodiscard]] QCoro::Task<ExitCode> runStatus(CommandContext context, CommandLine line);
+
+} // namespace velmora

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "accounts/authentication_store.h"
+#include "cli/commands.h"
+#include "cli/signal_waiting.h"
+
+namespace velmora
+{
+
+namespace
+{
+
+bool isUnderWay(GitHubSessionStatus status)
+{
+    return status == GitHubSessionStatus::RequestingCode || status == GitHubSessionStatus::AwaitingAuthorization;
+}
+
+void printCode(const CommandContext &context, const DeviceAuthorization &authorization)
+{
+    context.out->writeLine(QStringLiteral("Enter this code on GitHub: %1").arg(authorization.userCode));
+    context.out->writeLine(QStringLiteral("The page: %1").arg(authorization.verificationURI.text()));
+    if (context.authentication->isCodeCopied())
+        context.out->writeLine(QStringLiteral("The code has been copied."));
+    context.out->writeLine(QStringLiteral("After authorization, GitHub will ask which account or organisation "
+                                          "Velmora can access."));
+    if (context.err->isLive())
+        context.err->writeLine(QStringLiteral("Waiting for GitHub… (Ctrl-C cancels)"));
+}
+
+ExitCode reportEnd(const CommandContext &context)
+{
+    const AuthenticationStore *store = context.authentication;
+    const auto account = store->lastConnectedAccount();
+    if (store->connectionState() == GitHubSessionStatus::Connected && account) {
+        context.out->writeLine(QStringLiteral("Connected as %1").arg(account->login));
+        context.out->writeLine(
+            QStringLiteral("Choose where Velmora is installed: %1").arg(context.installationURL.text()));
+        return ExitCode::Done;
+    }
+    context.err->writeLine(store->errorMessage().value_or(QStringLiteral("The connection was cancelled.")));
+    if (!context.missingConfiguration.isEmpty())
+        context.err->writeLine(context.missingConfiguration);
+    return ExitCode::Failed;
+}
+
+} // namespace
+
+QCoro::Task<ExitCode> runConnect(CommandContext context)
+{
+    AuthenticationStore *store = context.authentication;
+    store->startConnecting();
+    const std::function<bool()> hasCode = [store] {
+        return store->pendingAuthorization() || !isUnderWay(store->connectionState());
+    };
+    co_await waitFor(store, &AuthenticationStore::connectionChanged, hasCode, context.stop);
+    if (const auto &authorization = store->pendingAuthorization())
+        printCode(context, *authorization);
+    const std::function<bool()> hasEnded = [store] {
+        return !isUnderWay(store->connectionState());
+    };
+    co_await waitFor(store, &AuthenticationStore::connectionChanged, hasEnded, context.stop);
+    if (context.stop.stop_requested())
+        store->cancelConnection();
+    co_return reportEnd(context);
+}
+
+} // namespace velmora

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+#include "cli/plain_text.h"
+
+#include <QList>
+
+#include <cwchar>
+
+namespace velmora
+{
+
+namespace
+{
+
+using CodePoints = QList<uint>;
+
+constexpr uint kReplacement = 0xFFFD;
+
+bool isControl(uint c)
+{
+    return c < 0x20 || (c >= 0x7F && c <= 0x9F);
+}
+
+/// Marks, embeddings, overrides and isolates of writing directions, and the invisible tag characters.
+bool isDirectionOrTag(uint c)
+{
+    return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069)
+        || c == 0xFEFF || (c >= 0xE0000 && c <= 0xE007F);
+}
+
+bool isLineBreak(uint c)
+{
+    return c == '\n' || c == '\r' || c == '\t' || c == 0x2028 || c == 0x2029;
+}
+
+int columns(uint c)
+{
+    // Unknown to the C library: one column is what terminals do.
+    return std::max(c < 0x80 ? 1 : ::wcwidth(static_cast<wchar_t>(c)), c < 0x80 ? 1 : 0);
+}
+
+int columns(const CodePoints &points)
+{
+    int sum = 0;
+    for (const uint c : points)
+        sum += columns(c);
+    return sum;
+}
+
+QString toText(const CodePoints &points)
+{
+    return QString::fromUcs4(reinterpret_cast<const char32_t *>(points.constData()), points.size());
+}
+
+CodePoints toPoints(QStringView text)
+{
+    return text.toUcs4();
+}
+
+/// As many code points from the front as fit, with the marks that combine with the last of them.
+qsizetype fittingFromFront(const CodePoints &points, int width)
+{
+    qsizetype count = 0;
+    for (int used = 0; count < points.size(); ++count) {
+        used += columns(points.at(count));
+        if (used > width)
+            break;
+    }
+    return count;
+}
+
+qsizetype fittingFromBack(const CodePoints &points, int width)
+{
+    qsizetype count = 0;
+    int used = 0;
+    for (qsizetype i = points.size() - 1; i >= 0; --i) {
+        used += columns(points.at(i));
+        if (used > width)
+            break;
+        // A combining mark does not stand without its letter.
+        if (columns(points.at(i)) > 0)
+            count = points.size() - i;
+    }
+    return count;
+}
+
+} // namespace
+
+QString harmless(QStringView text)
+{
+    CodePoints points = toPoints(text);
+    for (uint &c : points) {
+        if (isLineBreak(c))
+            c = ' ';
+        else if (isControl(c) || isDirectionOrTag(c))
+            c = kReplacement;
+    }
+    return toText(points);
+}
+
+QByteArray harmlessJSON(const QByteArray &json)
+{
+    const auto isPlain = [](char byte) {
+        return static_cast<unsigned char>(byte) < 0x7F;
+    };
+    if (std::ranges::all_of(json, isPlain))
+        return json;
+    QByteArray result;
+    result.reserve(json.size());
+    const CodePoints points = QString::fromUtf8(json).toUcs4();
+    for (const uint c : points) {
+        // Below the letters there is only the white space between values; in texts JSON allows none of it.
+        const bool steers = isDirectionOrTag(c) || (c >= 0x7F && isControl(c)) || c == 0x2028 || c == 0x2029;
+        if (!steers) {
+            result += toText({c}).toUtf8();
+            continue;
+        }
+        // JSON escapes are in UTF-16.
+        const QString units = toText({c});
+        for (const QChar unit : units)
+            result += "\\u" + QByteArray::number(unit.unicode(), 16).rightJustified(4, '0');
+    }
+    return result;
+}
+
+int displayWidth(QStringView text)
+{
+    return columns(toPoints(text));
+}
+
+QString elidedMiddle(const QString &text, int width)
+{
+    const CodePoints points = toPoints(text);
+    if (columns(points) <= width)
+        return text;
+    if (width < 1)
+        return QString();
+    const auto front = fittingFromFront(points, width / 2);
+    const int left = width - 1 - columns(points.first(front));
+    const auto back = fittingFromBack(points, left);
+    return toText(points.first(front)) + QChar(0x2026) + toText(points.last(back));
+}
+
+QString fitted(const QString &text, int width)
+{
+    const QString elided = elidedMiddle(text, width);
+    return elided + QString(std::max(0, width - displayWidth(elided)), QLatin1Char(' '));
+}
+
+} // namespace velmora

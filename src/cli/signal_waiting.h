@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "support/one_shot.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QTimer>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <stop_token>
+
+namespace velmora
+{
+
+/// Waits until the condition holds, looking after each `signal` of the sender. Ends as well when the
+/// stop is requested, when the sender is destroyed or after `limit`; the caller looks again at what it needs.
+template <typename Sender, typename Signal>
+[[nodiscard]] QCoro::Task<> waitFor(Sender *sender, Signal signal, std::function<bool()> condition,
+    std::stop_token stop, std::optional<std::chrono::milliseconds> limit = std::nullopt)
+{
+    if (stop.stop_requested() || condition())
+        co_return;
+    const OneShot<> done;
+    const auto settle = [done] {
+        done.resolve();
+    };
+    const auto check = [done, condition] {
+        if (!done.isSettled() && condition())
+            done.resolve();
+    };
+    QTimer timer;
+    timer.setSingleShot(true);
+    QObject::connect(&timer, &QTimer::timeout, &timer, settle);
+    // Queued: the sender has come to rest when the waiter goes on.
+    QObject::connect(sender, signal, &timer, check, Qt::QueuedConnection);
+    QObject::connect(sender, &QObject::destroyed, &timer, settle);
+    const std::stop_callback onStop(stop, settle);
+    if (limit)
+        timer.start(*limit);
+    co_await done;
+}
+
+} // namespace velmora

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: MIT
+#include "cli/command_line.h"
+
+#include <QTest>
+
+using namespace velmora;
+
+using Command = CommandLine::Command;
+
+class CommandLineTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    static CommandLineResult parse(const char *arguments)
+    {
+        return parseCommandLine(QString::fromUtf8(arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    }
+
+private Q_SLOTS:
+    void commandsAreRecognised_data()
+    {
+        QTest::addColumn<int>("command");
+        const auto row = [](const char *arguments, Command command) {
+            QTest::newRow(arguments) << static_cast<int>(command);
+        };
+        row("connect", Command::Connect);
+        row("accounts", Command::Accounts);
+        row("accounts remove octocat", Command::RemoveAccount);
+        row("installations", Command::Installations);
+        row("repositories", Command::Repositories);
+        row("watch", Command::Watch);
+        row("status", Command::Status);
+        row("--is-configured", Command::IsConfigured);
+        row("--is-display-usable", Command::IsDisplayUsable);
+    }
+
+    void commandsAreRecognised()
+    {
+        QFETCH(int, command);
+        const auto result = parse(QTest::currentDataTag());
+        QVERIFY(result.commandLine);
+        QCOMPARE(static_cast<int>(result.commandLine->command), command);
+        QVERIFY(result.output.isEmpty() && result.error.isEmpty());
+    }
+
+    void generalFlagsStandBeforeAndAfterTheCommand()
+    {
+        for (const char *arguments : {"--demo --verbose watch", "watch --demo --verbose", "--demo watch --verbose"}) {
+            const auto result = parse(arguments);
+            QVERIFY2(result.commandLine && result.commandLine->isDemo && result.commandLine->isVerbose, arguments);
+        }
+        QVERIFY(!parse("watch").commandLine->isDemo);
+    }
+
+    void watchTakesItsFlags()
+    {
+        const auto line = parse("watch --once --json").commandLine;
+        QVERIFY(line && line->isOnce && line->isJSON);
+    }
+
+    void namesAreTakenOneByOneAndRepeatedly()
+    {
+        const auto line = parse("repositories --none --include a/b --include c/d --json").commandLine;
+        QVERIFY(line);
+        const QStringList included{QStringLiteral("a/b"), QStringLiteral("c/d")};
+        QCOMPARE(line->include, included);
+        QVERIFY(line->isNone && line->isJSON && !line->isAll);
+        const auto installations = parse("installations --enable 1:2 --disable 3:4 --enable 5:6").commandLine;
+        const QStringList enabled{QStringLiteral("1:2"), QStringLiteral("5:6")};
+        QCOMPARE(installations->enable, enabled);
+        QCOMPARE(installations->disable, QStringList{QStringLiteral("3:4")});
+        QCOMPARE(parse("accounts remove octocat").commandLine->login, QStringLiteral("octocat"));
+    }
+
+    void everyRunMayBeToldToRefresh() { QVERIFY(parse("repositories --refresh").commandLine); }
+
+    void allAndExcludeGoTogether()
+    {
+        const auto line = parse("repositories --all --exclude a/b").commandLine;
+        QVERIFY(line && line->isAll);
+    }
+
+    void wrongUsageHasAMessageAndTheCodeTwo_data()
+    {
+        QTest::addColumn<QString>("mentions");
+        const auto row = [](const char *arguments, const char *mentions) {
+            QTest::newRow(arguments) << QString::fromUtf8(mentions);
+        };
+        row("", "connect");
+        row("nonsense", "nonsense");
+        row("--nonsense", "--nonsense");
+        row("watch --nonsense", "--nonsense");
+        row("watch status", "status");
+        row("connect --json", "--json");
+        row("accounts remove", "LOGIN");
+        row("accounts remove a b", "b");
+        row("installations --enable", "--enable");
+        row("repositories --include a/b c/d", "c/d");
+        row("repositories --all --none", "--none");
+        row("repositories --all --include a/b", "--include");
+        row("repositories --none --exclude a/b", "--exclude");
+        row("repositories --include a/b --exclude A/B", "a/b");
+        row("installations --enable 1:2 --disable 1:2", "1:2");
+        row("repositories --json=maybe", "json");
+    }
+
+    void wrongUsageHasAMessageAndTheCodeTwo()
+    {
+        QFETCH(QString, mentions);
+        const auto result = parse(QTest::currentDataTag());
+        QVERIFY(!result.commandLine);
+        QCOMPARE(result.exitCode, ExitCode::WrongUsage);
+        QVERIFY2(result.error.contains(mentions), qPrintable(result.error));
+        QVERIFY(result.output.isEmpty());
+    }
+
+    void helpAndVersionAreEverywhere_data()
+    {
+        QTest::addColumn<QString>("prefix");
+        for (const char *prefix : {"", "connect", "accounts", "accounts remove", "installations", "repositories",
+                 "watch", "status", "--demo watch"})
+            QTest::newRow(prefix) << QString::fromUtf8(prefix);
+    }
+
+    void helpAndVersionAreEverywhere()
+    {
+        QFETCH(QString, prefix);
+        const auto help = parse(qPrintable(prefix + QStringLiteral(" --help")));
+        QVERIFY(!help.commandLine);
+        QCOMPARE(help.exitCode, ExitCode::Done);
+        QVERIFY(help.output.contains(QStringLiteral("--help")));
+        QVERIFY(help.output.contains(prefix.section(QLatin1Char(' '), -1)));
+        const auto version = parse(qPrintable(prefix + QStringLiteral(" --version")));
+        QCOMPARE(version.exitCode, ExitCode::Done);
+        QCOMPARE(version.output, QStringLiteral("velmora " VELMORA_VERSION "\n"));
+    }
+
+    void whatIsForScriptsIsNotInTheHelp()
+    {
+        const auto help = parse("--help");
+        QVERIFY(!help.output.contains(QStringLiteral("is-configured")));
+        QVERIFY(!help.output.contains(QStringLiteral("is-display")));
+    }
+};
+
+QTEST_GUILESS_MAIN(CommandLineTest)
+#include "command_line_test.moc"

@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: MIT
+#include "cli/deployment_table.h"
+
+#include "cli/plain_text.h"
+#include "support/builders.h"
+
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+
+using State = DeploymentMonitorState;
+
+namespace
+{
+
+MonitorReport storyReport()
+{
+    MonitorReport report;
+    report.applicationName = QStringLiteral("Velmora");
+    report.state = State::ready(noon() - 5s);
+    auto running = makeSnapshot(QStringLiteral("a"), DeploymentState::Waiting, noon() - 2min);
+    running.refName = QStringLiteral("main");
+    auto failed = makeSnapshot(QStringLiteral("b"), DeploymentState::Error, noon() - 1h);
+    failed.repositoryName = QStringLiteral("tarvik/api");
+    const auto done = makeSnapshot(QStringLiteral("c"), DeploymentState::Success, noon() - 3h);
+    report.deployments = {running, failed, done};
+    return report;
+}
+
+QStringList lines(const char *text)
+{
+    return QString::fromUtf8(text).split(QLatin1Char('\n'));
+}
+
+QString withoutColours(QString text)
+{
+    static const QRegularExpression colours(QStringLiteral("\x1b\\[[0-9]+m"));
+    return text.remove(colours);
+}
+
+} // namespace
+
+class DeploymentTableTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void deploymentsStandInTheirSections()
+    {
+        const QStringList expected = lines( //
+            "Velmora  Deployment in progress                    Updated 5 seconds ago\n"
+            "\n"
+            "In progress                                                            1\n"
+            "  ‖ acme/web    production  waiting · main · 0123456 · 2 minutes ago\n"
+            "\n"
+            "Failed                                                                 1\n"
+            "  ✗ tarvik/api  production  0123456 · 1 hour ago\n"
+            "\n"
+            "Completed                                                              1\n"
+            "  ✓ acme/web    production  0123456 · 3 hours ago");
+        QCOMPARE(renderReport(storyReport(), {}, noon(), {72, 0, false}), expected);
+    }
+
+    void coloursAreAddedAndNothingElse()
+    {
+        const QStringList plain = renderReport(storyReport(), {}, noon(), {72, 0, false});
+        const QStringList coloured = renderReport(storyReport(), {}, noon(), {72, 0, true});
+        QCOMPARE(coloured.size(), plain.size());
+        for (qsizetype i = 0; i < plain.size(); ++i)
+            QCOMPARE(withoutColours(coloured.at(i)), plain.at(i));
+        QVERIFY(coloured.at(6).contains(QStringLiteral("\x1b[31m✗\x1b[0m")));
+        QVERIFY(coloured.at(9).contains(QStringLiteral("\x1b[32m✓\x1b[0m")));
+        QVERIFY(coloured.at(3).contains(QStringLiteral("\x1b[33m‖\x1b[0m")));
+        QVERIFY(!plain.join(QString()).contains(QLatin1Char('\x1b')));
+    }
+
+    void noLineIsWiderThanTheTerminal_data()
+    {
+        QTest::addColumn<int>("width");
+        for (const int width : {1, 2, 7, 20, 39, 60, 80, 200})
+            QTest::newRow(qPrintable(QString::number(width))) << width;
+    }
+
+    void noLineIsWiderThanTheTerminal()
+    {
+        QFETCH(int, width);
+        MonitorReport report = storyReport();
+        report.deployments[0].repositoryName = QStringLiteral("organisation-with-a-long-name/試験試験試験試験試験");
+        report.deployments[1].environment = QStringLiteral("review/an-environment-with-a-very-long-name-indeed");
+        report.deployments[2].refName = QStringLiteral("refs/heads/a-branch-with-a-name-that-never-ends");
+        report.message = QStringLiteral("zed: something has gone wrong in a way that takes many words to tell");
+        report.hint = report.message;
+        for (const bool isColoured : {false, true}) {
+            const QStringList rendered
+                = renderReport(report, {report.message}, noon(), TableStyle{width, 0, isColoured});
+            for (const QString &line : rendered)
+                QVERIFY2(displayWidth(withoutColours(line)) <= width, qPrintable(line));
+        }
+    }
+
+    void longNamesAreElidedInTheMiddleAndTheDetailsStay()
+    {
+        MonitorReport report = storyReport();
+        report.deployments = {report.deployments.at(1)};
+        report.deployments[0].repositoryName = QStringLiteral("an-organisation/with-a-repository");
+        const QString row = renderReport(report, {}, noon(), {66, 0, false}).at(3);
+        QCOMPARE(row, QStringLiteral("  ✗ an-organisatio…-a-repository  production  0123456 · 1 hour ago"));
+        const QString narrow = renderReport(report, {}, noon(), {60, 0, false}).at(3);
+        QCOMPARE(narrow, QStringLiteral("  ✗ an-organisation/…th-a-repository  production  1 hour ago"));
+    }
+
+    void whatDoesNotFitIsCounted()
+    {
+        MonitorReport report = storyReport();
+        for (int i = 0; i < 50; ++i)
+            report.deployments.append(makeSnapshot(QString::number(i), DeploymentState::Success, noon()));
+        for (int height = 1; height < 40; ++height) {
+            const QStringList rendered = renderReport(report, {}, noon(), {80, height, false});
+            QVERIFY2(rendered.size() <= height, qPrintable(QString::number(height)));
+        }
+        const QStringList rendered = renderReport(report, {}, noon(), {80, 20, false});
+        QCOMPARE(rendered.size(), 20);
+        QCOMPARE(rendered.last(), QStringLiteral("  … and 41 more"));
+        const QStringList whole = renderReport(report, {}, noon(), {80, 60, false});
+        QCOMPARE(whole.size(), 60);
+        QVERIFY(!whole.last().contains(QStringLiteral("more")));
+    }
+
+    void hostileNamesAreHarmless()
+    {
+        MonitorReport report = storyReport();
+        const QString hostile = QStringLiteral("a\x1b[2J\u202Eb\nc");
+        for (auto &deployment : report.deployments) {
+            deployment.repositoryName = hostile;
+            deployment.environment = hostile;
+            deployment.refName = hostile;
+            deployment.commitOID = hostile;
+        }
+        report.message = QStringLiteral("x\x1b]0;title\x07");
+        const QString text = renderReport(report, {hostile}, noon(), {100, 0, false}).join(QLatin1Char('|'));
+        QVERIFY(!text.contains(QLatin1Char('\x1b')));
+        QVERIFY(!text.contains(QLatin1Char('\n')));
+        QVERIFY(!text.contains(QChar(0x202E)));
+        QVERIFY(text.contains(QStringLiteral("a\uFFFD[2J\uFFFDb c")));
+        QVERIFY(text.contains(QStringLiteral("x\uFFFD]0;title\uFFFD")));
+        for (const QString &line : renderChanges({}, report))
+            QVERIFY(!line.contains(QLatin1Char('\x1b')) && !line.contains(QLatin1Char('\n')));
+    }
+
+    void messagesAndAnnouncementsStandUnderTheTitle()
+    {
+        MonitorReport report = storyReport();
+        report.message = QStringLiteral("ann: one\nzed: two");
+        const QStringList rendered = renderReport(report, {QStringLiteral("14:05 news")}, noon(), {80, 0, false});
+        QCOMPARE(rendered.mid(1, 3),
+            (QStringList{QStringLiteral("ann: one"), QStringLiteral("zed: two"), QStringLiteral("* 14:05 news")}));
+    }
+
+    void anEmptyListSaysWhy()
+    {
+        MonitorReport report = storyReport();
+        report.deployments.clear();
+        const auto text = [&] {
+            return renderReport(report, {}, noon(), {80, 0, false}).join(QLatin1Char('\n'));
+        };
+        QVERIFY(text().contains(QStringLiteral("No recent deployments")));
+        report.state = State::loading(false);
+        QVERIFY(text().contains(QStringLiteral("Loading deployments…")));
+        report.state = State::loading(true);
+        QVERIFY(text().contains(QStringLiteral("No recent deployments")));
+        report.state = State::disconnected();
+        report.hint = QStringLiteral("Connect first.");
+        QVERIFY(text().contains(QStringLiteral("Connect GitHub\nConnect first.")));
+        QVERIFY(!text().contains(QStringLiteral("No recent deployments")));
+    }
+
+    void whileLoadingOldDeploymentsAreHiddenUnlessThereIsContent()
+    {
+        MonitorReport report = storyReport();
+        report.state = State::loading(false);
+        QVERIFY(!renderReport(report, {}, noon(), {80, 0, false}).join(QString()).contains(QStringLiteral("acme")));
+        report.state = State::loading(true);
+        QVERIFY(renderReport(report, {}, noon(), {80, 0, false}).join(QString()).contains(QStringLiteral("acme")));
+    }
+
+    void savedDataSaysHowOldItIs()
+    {
+        MonitorReport report = storyReport();
+        report.state = State::stale(noon() - 3min);
+        report.savedAt = noon() - 3min;
+        QCOMPARE(renderReport(report, {}, noon(), {80, 0, false}).first().simplified(),
+            QStringLiteral("Velmora Showing saved data Saved 3 minutes ago"));
+    }
+
+    void changesAreToldOnce()
+    {
+        const MonitorReport first = storyReport();
+        const QStringList told = renderChanges({}, first);
+        QCOMPARE(told.size(), 4);
+        QCOMPARE(told.first(), QStringLiteral("Velmora: Deployment in progress"));
+        QCOMPARE(told.at(1), QStringLiteral("2026-05-01T11:58:00Z  waiting  acme/web  production  main · 0123456"));
+        QVERIFY(renderChanges(first, first).isEmpty());
+
+        MonitorReport next = first;
+        next.deployments[0].state = DeploymentState::Success;
+        next.message = QStringLiteral("zed: The network is down.");
+        const QStringList expected{QStringLiteral("Velmora: GitHub deployments"),
+            QStringLiteral("zed: The network is down."),
+            QStringLiteral("2026-05-01T11:58:00Z  success  acme/web  production  main · 0123456")};
+        QCOMPARE(renderChanges(first, next), expected);
+    }
+
+    void aNotificationFitsOnOneLine()
+    {
+        auto snapshot = makeSnapshot(QStringLiteral("a"), DeploymentState::Failure, noon());
+        QCOMPARE(announcementText(deploymentNotification(snapshot, DeploymentNotificationKind::Failure)),
+            QStringLiteral("acme/web failed · production · The deployment did not complete successfully."));
+        snapshot.statusDescription = QString();
+        QCOMPARE(announcementText(deploymentNotification(snapshot, DeploymentNotificationKind::Failure)),
+            QStringLiteral("acme/web failed · production"));
+    }
+
+    void columnsAreAsWideAsTheirWidestText()
+    {
+        const QStringList expected{
+            QStringLiteral("A     B"), QStringLiteral("試験  x"), QStringLiteral("y     \uFFFD")};
+        QCOMPARE(renderColumns({QStringLiteral("A"), QStringLiteral("B")},
+                     {{QStringLiteral("試験"), QStringLiteral("x")}, {QStringLiteral("y"), QStringLiteral("\x1b")}}),
+            expected);
+    }
+};
+
+QTEST_GUILESS_MAIN(DeploymentTableTest)
+#include "deployment_table_test.moc"

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+#include "cli/monitor_report.h"
+
+#include "support/builders.h"
+
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+
+using State = DeploymentMonitorState;
+
+namespace
+{
+
+/// JSON, written here with single quotation marks.
+QByteArray json(QByteArray text)
+{
+    return text.replace('\'', '"');
+}
+
+} // namespace
+
+class MonitorReportTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    static MonitorReport report(const State &state)
+    {
+        MonitorReport report;
+        report.applicationName = QStringLiteral("Velmora");
+        report.state = state;
+        return report;
+    }
+
+private Q_SLOTS:
+    void absentValuesAreLeftOut()
+    {
+        QCOMPARE(jsonLine(report(State::loading(false)), ReportOrigin::Live),
+            json("{'state':'loading','title':'Velmora','symbol':'arrow.triangle.2.circlepath','deployments':[]}"));
+    }
+
+    void everythingThereIsIsWritten()
+    {
+        MonitorReport full = report(State::rateLimited(noon(), noon() + 90s + 250ms));
+        full.lastRefreshedAt = noon();
+        full.message = QStringLiteral("zed: The network is down.");
+        DeploymentSnapshot snapshot = makeSnapshot(QStringLiteral("D_1"), DeploymentState::InProgress, noon());
+        snapshot.refName = QStringLiteral("main");
+        snapshot.creatorLogin = QStringLiteral("octocat");
+        snapshot.statusDescription = QStringLiteral("");
+        snapshot.logURL = WebAddress(QStringLiteral("https://ci.example/1"));
+        snapshot.environmentURL = WebAddress(QStringLiteral("https://acme.example/"));
+        full.deployments = {snapshot};
+        QCOMPARE(jsonLine(full, ReportOrigin::Live),
+            json("{'state':'rateLimited','title':'Velmora','symbol':'clock.badge.exclamationmark',"
+                 "'lastRefreshedAt':'2026-05-01T12:00:00Z','resumeAt':'2026-05-01T12:01:30.250000Z',"
+                 "'message':'zed: The network is down.','deployments':[{'id':'D_1','repositoryNodeID':'R_web',"
+                 "'repositoryName':'acme/web','repositoryURL':'https://github.com/acme/web',"
+                 "'environment':'production','refName':'main',"
+                 "'commitOID':'0123456789abcdef0123456789abcdef01234567','creatorLogin':'octocat',"
+                 "'state':'inProgress','createdAt':'2026-05-01T12:00:00Z','updatedAt':'2026-05-01T12:00:00Z',"
+                 "'statusDescription':'','logURL':'https://ci.example/1',"
+                 "'environmentURL':'https://acme.example/'}]}"));
+    }
+
+    void theTitleIsTheNumberOfActiveDeploymentsElseTheName()
+    {
+        MonitorReport ready = report(State::ready(noon()));
+        ready.applicationName = QStringLiteral("Velmora Demo");
+        QVERIFY(jsonLine(ready, ReportOrigin::Live).contains(json("'title':'Velmora Demo'")));
+        ready.deployments = {makeSnapshot(QStringLiteral("D_1"), DeploymentState::Queued, noon())};
+        QVERIFY(jsonLine(ready, ReportOrigin::Live).contains(json("'title':'1','symbol':'arrow.up.circle.fill'")));
+    }
+
+    void savedDataIsMarked()
+    {
+        MonitorReport saved = report(State::stale(noon()));
+        saved.lastRefreshedAt = noon();
+        saved.savedAt = noon();
+        QCOMPARE(jsonLine(saved, ReportOrigin::Saved),
+            json("{'saved':true,'savedAt':'2026-05-01T12:00:00Z','state':'stale','title':'Velmora',"
+                 "'symbol':'exclamationmark.circle','lastRefreshedAt':'2026-05-01T12:00:00Z','deployments':[]}"));
+        QCOMPARE(jsonLine(report(State::disconnected()), ReportOrigin::Saved),
+            json("{'saved':true,'state':'disconnected','title':'Velmora','symbol':'arrow.up.circle.dotted',"
+                 "'deployments':[]}"));
+    }
+
+    void aNotificationIsALineOfItsOwn()
+    {
+        const auto snapshot = makeSnapshot(QStringLiteral("D_1"), DeploymentState::Failure, noon());
+        QCOMPARE(jsonLine(deploymentNotification(snapshot, DeploymentNotificationKind::Failure)),
+            json("{'notification':{'title':'acme/web failed','subtitle':'production',"
+                 "'body':'The deployment did not complete successfully.',"
+                 "'url':'https://github.com/acme/web/deployments','identifier':'D_1:failure'}}"));
+    }
+
+    void controlCharactersAreEscaped()
+    {
+        auto snapshot = makeSnapshot(QStringLiteral("D_1"), DeploymentState::Failure, noon());
+        snapshot.environment = QStringLiteral("a\x1b[2J\u009b\nb");
+        const QByteArray line = jsonLine(deploymentNotification(snapshot, DeploymentNotificationKind::Failure));
+        QVERIFY2(line.contains(json("'subtitle':'a\\u001B[2J\\u009b\\nb'")), line.constData());
+    }
+};
+
+QTEST_GUILESS_MAIN(MonitorReportTest)
+#include "monitor_report_test.moc"
