@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "app/properties_file.h"
+#include "support/web_address.h"
+
+#include <QList>
+#include <QUrl>
+
+#include <optional>
+
+namespace velmora
+{
+
+struct XDGDirectories;
+
+/// The name of the application, as it names itself.
+inline constexpr auto kApplicationName = u"Velmora";
+
+/// The settings that are fixed for a run of the program.
+struct AppConfiguration {
+    /// The GitHub App's client id; absent when none is configured.
+    std::optional<QString> githubClientID;
+    QUrl apiURL; ///< base of the REST endpoints, without a slash at its end
+    QUrl graphqlURL; ///< empty: the API endpoint with "graphql" appended
+    QUrl loginURL; ///< base of the OAuth endpoints, without a slash at its end
+    QUrl webURL; ///< base of the pages, without a slash at its end
+    QString appSlug; ///< the GitHub App's name in addresses
+    QByteArray apiVersion; ///< of the REST API, a date
+
+    /// The page on which the App is installed on an account or organisation.
+    [[nodiscard]] WebAddress installationURL() const;
+
+    /// What the keyring files the credentials under.
+    [[nodiscard]] static QString keychainService() { return QStringLiteral("com.tarvik.velmora.github"); }
+
+    /// Takes each key from the first of the sources that has a value for it, and what no source knows from the
+    /// defaults. Throws ConfigurationError for a value that cannot be used: an endpoint must be https or on
+    /// this machine.
+    [[nodiscard]] static AppConfiguration fromProperties(const QList<Properties> &sources);
+
+    /// From the environment of the process, "velmora.properties" in the configuration directories, the
+    /// user's first, and the copy built into the program. Throws ConfigurationError and FileError.
+    [[nodiscard]] static AppConfiguration load(const XDGDirectories &directories);
+};
+
+} // namespace velmora

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: MIT
+#include "app/demo.h"
+
+#include "accounts/in_memory_credential_store.h"
+#include "cli/signal_waiting.h"
+#include "platform/pasteboard.h"
+#include "platform/url_opener.h"
+#include "support/error.h"
+#include "support/task_scope.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+#include <unistd.h>
+
+namespace velmora
+{
+
+namespace
+{
+
+constexpr int kMostAccounts = 3;
+
+/// A clipboard that nothing reaches.
+class NoPasteboard final : public Pasteboard
+{
+public:
+    bool setText(const QString &) override { return false; }
+};
+
+/// A browser that stays closed.
+class NoURLOpener final : public URLOpener
+{
+public:
+    bool open(const WebAddress &) override { return false; }
+};
+
+[[noreturn]] void fail(const QString &reason)
+{
+    throw ConfigurationError(QStringLiteral("The demo cannot be started: ") + reason);
+}
+
+} // namespace
+
+QString simulatorProgram()
+{
+    const QString name = QStringLiteral("velmora-simulator");
+    const QFileInfo beside(QCoreApplication::applicationDirPath() + QLatin1Char('/') + name);
+    if (beside.isFile() && beside.isExecutable())
+        return beside.filePath();
+    return QStandardPaths::findExecutable(name);
+}
+
+AppConfiguration demoConfiguration(const QString &address)
+{
+    const Properties properties{
+        {QStringLiteral("GITHUB_CLIENT_ID"), QStringLiteral("Iv23liVelmoraDemo001")},
+        {QStringLiteral("VELMORA_API_URL"), address},
+        {QStringLiteral("VELMORA_GRAPHQL_URL"), address + QStringLiteral("/graphql")},
+        {QStringLiteral("VELMORA_LOGIN_URL"), address + QStringLiteral("/login")},
+        {QStringLiteral("VELMORA_WEB_URL"), address},
+    };
+    return AppConfiguration::fromProperties({properties});
+}
+
+Demo::Demo()
+    : m_pasteboard(std::make_unique<NoPasteboard>())
+    , m_urlOpener(std::make_unique<NoURLOpener>())
+{
+}
+
+Demo::~Demo()
+{
+    m_simulator.disconnect();
+    if (m_simulator.state() == QProcess::NotRunning)
+        return;
+    m_simulator.kill();
+    m_simulator.waitForFinished(1000);
+}
+
+QCoro::Task<> Demo::start(std::stop_token stop)
+{
+    const QString program = simulatorProgram();
+    if (program.isEmpty())
+        fail(QStringLiteral("velmora-simulator was not found."));
+    if (!m_folder.isValid())
+        fail(m_folder.errorString());
+    const OneShot<QString> address;
+    const auto readAddress = [this, address] {
+        const QString line = QString::fromUtf8(m_simulator.readLine()).trimmed();
+        const qsizetype start = line.indexOf(QStringLiteral("http://"));
+        if (start >= 0)
+            address.resolve(line.sliced(start));
+    };
+    const auto giveUp = [address] {
+        address.resolve(QString());
+    };
+    QObject::connect(&m_simulator, &QProcess::readyReadStandardOutput, &m_simulator, readAddress);
+    QObject::connect(&m_simulator, &QProcess::errorOccurred, &m_simulator, giveUp);
+    QObject::connect(&m_simulator, &QProcess::finished, &m_simulator, giveUp);
+    const std::stop_callback onStop(stop, giveUp);
+    // A group of its own: Ctrl-C is for this program, which ends the simulator last.
+    m_simulator.setChildProcessModifier([] { ::setpgid(0, 0); });
+    m_simulator.setStandardErrorFile(QProcess::nullDevice());
+    const QStringList arguments{QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--exit-with-stdin"),
+        QStringLiteral("--auto-approve"), QStringLiteral("0"), QStringLiteral("--interval"), QStringLiteral("1")};
+    m_simulator.start(program, arguments);
+    m_address = co_await address;
+    throwIfStopped(stop);
+    if (m_address.isEmpty())
+        fail(QStringLiteral("velmora-simulator did not start."));
+}
+
+AppEnvironment Demo::environment()
+{
+    AppEnvironment environment;
+    environment.applicationName = QString::fromUtf16(kApplicationName) + QStringLiteral(" Demo");
+    environment.configuration = demoConfiguration(m_address);
+    environment.directories = XDGDirectories::under(m_folder.path());
+    environment.credentialStore = std::make_shared<InMemoryCredentialStore>();
+    environment.pasteboard = m_pasteboard.get();
+    environment.urlOpener = m_urlOpener.get();
+    return environment;
+}
+
+void Demo::fillPreferences(Preferences *preferences)
+{
+    preferences->setValue(QStringLiteral("general.notificationsEnabled"), true);
+    preferences->setValue(QStringLiteral("general.successNotificationsEnabled"), true);
+}
+
+QCoro::Task<> Demo::connectAccounts(AuthenticationStore *authentication, std::stop_token stop)
+{
+    const QPointer<AuthenticationStore> store(authentication);
+    const std::function<bool()> hasEnded = [store] {
+        return !store || store->connectionState() == GitHubSessionStatus::Connected
+            || store->connectionState() == GitHubSessionStatus::ReconnectRequired;
+    };
+    for (int known = 0; known < kMostAccounts; ++known) {
+        store->startConnecting();
+        co_await waitFor(authentication, &AuthenticationStore::connectionChanged, hasEnded, stop);
+        throwIfStopped(stop);
+        if (!store)
+            co_return;
+        if (store->connectionState() != GitHubSessionStatus::Connected)
+            fail(store->errorMessage().value_or(QStringLiteral("an account was not connected.")));
+        // The simulator has no further identity to offer.
+        if (store->sessions().size() == known)
+            co_return;
+    }
+}
+
+} // namespace velmora

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "app/display_probe.h"
+
+#include <QByteArray>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace velmora
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+[[noreturn]] void tryDisplay()
+{
+    // What it says of a broken display is of no interest, nor is its core.
+    const rlimit noCore{0, 0};
+    ::setrlimit(RLIMIT_CORE, &noCore);
+    const int nowhere = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        ::dup2(nowhere, stream);
+    ::execl("/proc/self/exe", "velmora", "--is-display-usable", static_cast<char *>(nullptr));
+    ::_exit(127);
+}
+
+bool endsWell(pid_t child)
+{
+    const auto deadline = std::chrono::steady_clock::now() + 3s;
+    int status = 0;
+    while (true) {
+        const pid_t ended = ::waitpid(child, &status, WNOHANG);
+        if (ended == child)
+            return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        if (ended < 0 && errno != EINTR)
+            return false;
+        if (std::chrono::steady_clock::now() > deadline) {
+            ::kill(child, SIGKILL);
+            ::waitpid(child, &status, 0);
+            return false;
+        }
+        std::this_thread::sleep_for(5ms);
+    }
+}
+
+} // namespace
+
+bool isDisplayUsable()
+{
+    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        return false;
+    const pid_t child = ::fork();
+    if (child == 0)
+        tryDisplay();
+    return child > 0 && endsWell(child);
+}
+
+} // namespace velmora

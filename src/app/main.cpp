@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#include "app/display_probe.h"
+#include "app/program.h"
+
+#include <QGuiApplication>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace velmora;
+
+std::unique_ptr<QCoreApplication> makeApplication(const CommandLine &line, int &argc, char **argv)
+{
+    // Only connecting puts something on the clipboard, which belongs to the display.
+    if (line.command == CommandLine::Command::Connect && !line.isDemo && isDisplayUsable())
+        return std::make_unique<QGuiApplication>(argc, argv);
+    return std::make_unique<QCoreApplication>(argc, argv);
+}
+
+int runVelmora(int argc, char **argv)
+{
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    const CommandLineResult parsed = parseCommandLine(arguments);
+    if (!parsed.commandLine) {
+        Terminal(STDOUT_FILENO).write(parsed.output.toUtf8());
+        Terminal(STDERR_FILENO).write(parsed.error.toUtf8());
+        return static_cast<int>(parsed.exitCode);
+    }
+    const CommandLine &line = *parsed.commandLine;
+    if (line.command == CommandLine::Command::IsDisplayUsable) {
+        const QGuiApplication application(argc, argv);
+        return static_cast<int>(ExitCode::Done);
+    }
+    // Our arguments are none of the toolkit's.
+    int count = 1;
+    const auto application = makeApplication(line, count, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("velmora"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));
+    if (line.command == CommandLine::Command::IsConfigured)
+        return static_cast<int>(reportIsConfigured());
+    Program program(line);
+    return program.run();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    // The keyring is spoken to through GLib, which needs its own event loop below Qt's.
+    qunsetenv("QT_NO_GLIB");
+    return runVelmora(argc, argv);
+}

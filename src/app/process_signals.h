@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "cli/command_context.h"
+
+#include <QSocketNotifier>
+
+#include <array>
+#include <memory>
+
+namespace velmora
+{
+
+/// The signals that the program heeds, brought into the event loop. One object at a time.
+///
+/// SIGINT, SIGTERM and SIGHUP ask for the end; a second one of the same kind ends the program on the
+/// spot. One that was ignored when the program started, as under nohup, stays ignored. SIGPIPE is
+/// ignored, so that a reader that has gone shows as a failed write.
+class ProcessSignals final : public TerminalEvents
+{
+    Q_OBJECT
+
+public:
+    explicit ProcessSignals(QObject *parent = nullptr);
+    ~ProcessSignals() override;
+
+    /// Whether the end was asked for; true already before endRequested() is emitted.
+    [[nodiscard]] static bool isEndRequested();
+
+Q_SIGNALS:
+    void endRequested();
+
+private:
+    void readSignals();
+
+    std::array<int, 2> m_pipe{-1, -1};
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+} // namespace velmora

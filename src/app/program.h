@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "app/demo.h"
+#include "app/process_signals.h"
+#include "app/wake_sources.h"
+#include "cli/commands.h"
+#include "cli/terminal_notifier.h"
+#include "support/clock.h"
+
+#include <QTimer>
+
+#include <memory>
+#include <optional>
+
+namespace velmora
+{
+
+/// One run of one command, from the configuration to the exit code. The application object exists.
+class Program final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Program(CommandLine line);
+    ~Program() override;
+
+    /// Runs the command and the event loop until it has ended. A command that does not heed the end within
+    /// a moment ends with the process.
+    [[nodiscard]] int run();
+
+private:
+    QCoro::Task<> runAndExit();
+    QCoro::Task<ExitCode> runCommand();
+    QCoro::Task<> finishRefreshes();
+    QCoro::Task<ExitCode> runWithStores();
+    QCoro::Task<ExitCode> dispatch(CommandContext context);
+    [[nodiscard]] AppEnvironment realEnvironment();
+    [[nodiscard]] CommandContext baseContext(const QString &applicationName);
+    void listenTo(FilePreferences *preferences);
+    void requestEnd();
+    [[noreturn]] void endAtOnce();
+
+    CommandLine m_line;
+    Terminal m_out;
+    Terminal m_err;
+    ProcessSignals m_signals;
+    SystemClock m_clock;
+    TerminalNotifier m_notifier;
+    std::stop_source m_stop;
+    QTimer m_patience; ///< for a command that was asked to end
+    std::unique_ptr<Pasteboard> m_pasteboard;
+    std::unique_ptr<URLOpener> m_urlOpener;
+    std::unique_ptr<Demo> m_demo;
+    std::unique_ptr<VelmoraApp> m_app;
+    std::unique_ptr<WakeSources> m_wakeSources; ///< for a command that goes on
+};
+
+/// Whether a client id is configured; the answer for scripts. Says on standard error what is wrong with a
+/// configuration that cannot be read.
+[[nodiscard]] ExitCode reportIsConfigured();
+
+} // namespace velmora

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/linux/glib_network_watch.h"
+#include "platform/linux/logind_sleep_watch.h"
+
+namespace velmora
+{
+
+class WakeWatch;
+
+/// The watchers of this machine's sleep and network, reporting to the watch.
+class WakeSources
+{
+public:
+    /// `systemBus` is where logind is heard. The watch is not owned and outlives the sources.
+    WakeSources(const QDBusConnection &systemBus, WakeWatch *watch);
+
+private:
+    LogindSleepWatch m_sleep;
+    GLibNetworkWatch m_network;
+};
+
+} // namespace velmora
