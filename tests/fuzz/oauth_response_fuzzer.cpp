@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: MIT
+#include "fuzz/fuzz_target.h"
+#include "github/device_authorization.h"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    velmora::fuzz::checkRecord<velmora::GitHubOAuthResponse>(velmora::fuzz::bytes(data, size));
+    return 0;
+}
