@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+// refresh_client ADDRESS REPOSITORIES [REPEATS]: full refreshes as the monitor makes them, from the request to the
+// ordered list. Prints how many deployments were fetched and how many of them are shown.
+#include "generated_response.h"
+#include "github/github_client.h"
+#include "github/network_session.h"
+#include "monitor/deployment_list.h"
+#include "support/error.h"
+#include "support/task_scope.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+using namespace velmora;
+
+namespace
+{
+
+QList<RepositoryRecord> repositories(int count)
+{
+    QList<RepositoryRecord> records(count);
+    for (int number = 0; number < count; ++number)
+        records[number].repository.nodeID = QString::fromLatin1(generatedRepositoryID(number));
+    return records;
+}
+
+QCoro::Task<> refresh(GitHubClient client, QList<RepositoryRecord> records, int repeats)
+{
+    QList<DeploymentSnapshot> shown;
+    qsizetype fetchedCount = 0;
+    for (int i = 0; i < repeats; ++i) {
+        try {
+            const auto fetched = co_await client.fetchDeployments(records, QStringLiteral("token"));
+            fetchedCount = fetched.deployments.size();
+            const auto all = merged(shown, fetched.deployments, [](const DeploymentSnapshot &) { return true; });
+            shown = filteredAndSorted(all, client.clock->now());
+        } catch (const Error &error) {
+            std::fprintf(stderr, "%s\n", qUtf8Printable(error.description()));
+            QCoreApplication::exit(1);
+            co_return;
+        }
+    }
+    std::printf("%lld %lld\n", static_cast<long long>(fetchedCount), static_cast<long long>(shown.size()));
+    QCoreApplication::exit(0);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() < 3)
+        return 2;
+    SystemClock clock;
+    GitHubClient client;
+    client.session = std::make_shared<NetworkSession>();
+    client.graphqlURL = QUrl(arguments.at(1));
+    client.clock = &clock;
+    launch(refresh(client, repositories(arguments.at(2).toInt()), arguments.value(3, QStringLiteral("1")).toInt()),
+        "refresh");
+    return QCoreApplication::exec();
+}
