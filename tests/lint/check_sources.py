@@ -1,0 +1,57 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Checks every file of the repository against source_rules.py. Usage: check_sources.py [root]"""
+
+import os
+import sys
+
+sys.dont_write_bytecode = True
+import source_rules  # noqa: E402
+
+_SKIPPED_FOLDERS = {".git", "build", "node_modules", "corpus", "__pycache__"}
+_SKIPPED_FILES = {".git", "LICENSE", "package-lock.json"}
+_SOURCE_SUFFIXES = (".h", ".cpp", ".py", ".cmake", "CMakeLists.txt", ".sh", ".js", ".mjs")
+
+
+def files(root):
+    for folder, folders, names in os.walk(root):
+        folders[:] = sorted(name for name in folders if name not in _SKIPPED_FOLDERS)
+        for name in sorted(names):
+            path = os.path.join(folder, name)
+            if name not in _SKIPPED_FILES and not os.path.islink(path):
+                yield os.path.relpath(path, root)
+
+
+def is_source(path, text):
+    return path.endswith(_SOURCE_SUFFIXES) or text.startswith("#!")
+
+
+def check(path, text):
+    rules = list(source_rules.TEXT_RULES)
+    if is_source(path, text):
+        rules += source_rules.SOURCE_RULES
+    for rule in rules:
+        for line, message in rule(path, text):
+            yield f"{path}:{line}: {message}"
+
+
+def main():
+    root = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(__file__), "..", "..")
+    findings, count = [], 0
+    for path in files(root):
+        with open(os.path.join(root, path), "rb") as file:
+            content = file.read()
+        try:
+            text = content.decode("utf-8")
+        except UnicodeDecodeError:
+            continue
+        count += 1
+        findings += check(path, text)
+    print("\n".join(findings), end="\n" if findings else "")
+    print(f"{count} files, {len(findings)} findings")
+    # A walk that finds nothing to look at has lost its way.
+    return 1 if findings or count < 50 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
