@@ -11,7 +11,8 @@ target_compile_options(velmora_options INTERFACE -pthread)
 if(VELMORA_SANITIZERS)
   target_compile_options(velmora_options INTERFACE -fsanitize=${VELMORA_SANITIZERS} -fno-omit-frame-pointer
     # clang 14 cannot emit the type prologue of this check for the parts of a coroutine.
-    $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
+    $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>
+    $<$<CXX_COMPILER_ID:Clang>:-fsanitize-ignorelist=${CMAKE_SOURCE_DIR}/cmake/sanitizers.ignore>)
   target_link_options(velmora_options INTERFACE -fsanitize=${VELMORA_SANITIZERS})
 endif()
 
