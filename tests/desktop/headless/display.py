@@ -12,6 +12,8 @@ from .picture import Picture
 from .waiting import eventually
 
 _NOBODY = 65534
+# Number, size, place in the parent, place on the screen.
+_LINE_OF_TREE = re.compile(r"^ *(0x[0-9a-f]+) .*?(\d+)x(\d+)[+-]-?\d+[+-]-?\d+ +[+](-?\d+)[+](-?\d+)$", re.M)
 
 
 @dataclasses.dataclass(frozen=True)
@@ -101,15 +103,23 @@ class X11Windows:
         screen = self._screen
         active = screen.xdotool("getactivewindow").strip()
         windows = []
+        places = self._places()
         for number in screen.xdotool("search", "--onlyvisible", "--maxdepth", "3", "--name", ".*").split():
             pid = screen.xdotool("getwindowpid", number).strip()
-            place = dict(re.findall(r"^(\w+)=(-?\d+)$", screen.xdotool("getwindowgeometry", "--shell", number), re.M))
-            # What has no process is a part of the window manager, or has gone while we looked.
-            if pid and "HEIGHT" in place:
-                x, y, width, height = (int(place[key]) for key in ("X", "Y", "WIDTH", "HEIGHT"))
+            # What has no process is a part of the window manager; what has no place has gone while we looked.
+            if pid and int(number) in places:
                 title = screen.xdotool("getwindowname", number).strip()
-                windows.append(Window(title, int(pid), x, y, width, height, number == active))
+                windows.append(Window(title, int(pid), *places[int(number)], number == active))
         return windows
+
+    def _places(self):
+        """x, y, width and height of every window. Those that xdotool tells count the frame twice."""
+        command = ["xwininfo", "-root", "-tree", "-display", self._screen.name]
+        tree = subprocess.run(command, stdout=subprocess.PIPE, check=True, timeout=30).stdout.decode()
+        places = {}
+        for number, width, height, x, y in _LINE_OF_TREE.findall(tree):
+            places[int(number, 16)] = (int(x), int(y), int(width), int(height))
+        return places
 
 
 class WaylandWindows:
@@ -120,7 +130,7 @@ class WaylandWindows:
         configuration = f"{folder}/sway.conf"
         with open(configuration, "w", encoding="utf-8") as file:
             file.write(f"xwayland disable\noutput X11-1 resolution {screen.width}x{screen.height}\n")
-            file.write("default_border none\n")
+            file.write("default_border none\ndefault_floating_border none\n")
         user = None
         if os.geteuid() == 0:
             # sway refuses to run as root: it, and only it, is somebody else.

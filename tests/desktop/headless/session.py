@@ -91,7 +91,8 @@ class Session:
         return eventually(own, f"one window of {program.name}")
 
     def picture_of(self, program):
-        """A picture of the program's only window, once the screen is still."""
+        """A picture of the program's only window, once the screen is still; the pointer is moved out of the way."""
+        self.screen.move_pointer(0, self.screen.height - 1)
         window = self.window_of(program)
         return self.screen.settled_picture().cut(window.x, window.y, window.width, window.height)
 
