@@ -4,6 +4,7 @@
 #include "accounts/keychain_credential_store.h"
 #include "app/logging.h"
 #include "cli/signal_waiting.h"
+#include "notifications/linux/desktop_notifications.h"
 #include "platform/linux/background_portal_login_item.h"
 #include "platform/linux/browser_url_opener.h"
 #include "platform/linux/clipboard_pasteboard.h"
@@ -82,6 +83,8 @@ int Program::run()
     const int code = QCoreApplication::exec();
     m_wakeSources.reset();
     m_app.reset();
+    m_notifier.setDesktop(nullptr);
+    m_desktopNotifications.reset();
     m_demo.reset();
     unwind();
     return code;
@@ -140,6 +143,7 @@ QCoro::Task<ExitCode> Program::runWithStores()
     AppEnvironment environment = m_demo ? m_demo->environment() : realEnvironment();
     environment.notifier = &m_notifier;
     environment.clock = &m_clock;
+    announceOnDesktop(environment);
     CommandContext context = baseContext(environment.applicationName);
     context.installationURL = environment.configuration.installationURL();
     context.missingConfiguration = missingConfiguration(environment);
@@ -153,8 +157,10 @@ QCoro::Task<ExitCode> Program::runWithStores()
     context.settings = &m_app->settings();
     if (m_demo) {
         Demo::fillPreferences(&m_app->files().preferences);
-        if (m_line.command != CommandLine::Command::Connect)
+        if (m_line.command != CommandLine::Command::Connect) {
             co_await Demo::connectAccounts(&m_app->authentication(), m_stop.get_token());
+            m_demo->handOver();
+        }
     }
     const ExitCode code = co_await dispatch(context);
     co_return code;
@@ -175,6 +181,7 @@ QCoro::Task<ExitCode> Program::dispatch(CommandContext context)
         return runRepositories(std::move(context), m_line);
     case CommandLine::Command::Status:
         return runStatus(std::move(context), m_line);
+    case CommandLine::Command::Desktop:
     case CommandLine::Command::Watch:
     case CommandLine::Command::IsConfigured:
     case CommandLine::Command::IsDisplayUsable:
@@ -204,6 +211,16 @@ AppEnvironment Program::realEnvironment()
         };
     }
     return environment;
+}
+
+/// Where there is no session bus, as over a bare network login, there is no desktop to speak of.
+void Program::announceOnDesktop(const AppEnvironment &environment)
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (m_line.command != CommandLine::Command::Watch || m_line.isOnce || m_line.isQuiet || !bus.isConnected())
+        return;
+    m_desktopNotifications = desktopNotificationService(bus, *environment.urlOpener, environment.applicationName);
+    m_notifier.setDesktop(m_desktopNotifications.get());
 }
 
 CommandContext Program::baseContext(const QString &applicationName)

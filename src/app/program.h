@@ -6,6 +6,7 @@
 #include "app/wake_sources.h"
 #include "cli/commands.h"
 #include "cli/terminal_notifier.h"
+#include "notifications/user_notification_service.h"
 #include "support/clock.h"
 
 #include <QTimer>
@@ -37,6 +38,7 @@ private:
     QCoro::Task<ExitCode> dispatch(CommandContext context);
     [[nodiscard]] AppEnvironment realEnvironment();
     [[nodiscard]] CommandContext baseContext(const QString &applicationName);
+    void announceOnDesktop(const AppEnvironment &environment);
     void listenTo(FilePreferences *preferences);
     void requestEnd();
     [[noreturn]] void endAtOnce();
@@ -46,12 +48,13 @@ private:
     Terminal m_err;
     ProcessSignals m_signals;
     SystemClock m_clock;
-    TerminalNotifier m_notifier;
     std::stop_source m_stop;
     QTimer m_patience; ///< for a command that was asked to end
     std::unique_ptr<Pasteboard> m_pasteboard;
     std::unique_ptr<URLOpener> m_urlOpener;
     std::unique_ptr<Demo> m_demo;
+    std::unique_ptr<UserNotificationService> m_desktopNotifications;
+    TerminalNotifier m_notifier;
     std::unique_ptr<VelmoraApp> m_app;
     std::unique_ptr<WakeSources> m_wakeSources; ///< for a command that goes on
 };
