@@ -2,7 +2,7 @@
 #include "app/display_probe.h"
 #include "app/program.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 
 #include <cstdio>
 #include <unistd.h>
@@ -14,6 +14,13 @@ using namespace velmora;
 
 std::unique_ptr<QCoreApplication> makeApplication(const CommandLine &line, int &argc, char **argv)
 {
+    if (line.command == CommandLine::Command::Desktop) {
+        endQuietlyWithoutDisplay();
+        auto application = std::make_unique<QApplication>(argc, argv);
+        // The windows come and go; the tray item stays.
+        QApplication::setQuitOnLastWindowClosed(false);
+        return application;
+    }
     // Only connecting puts something on the clipboard, which belongs to the display.
     if (line.command == CommandLine::Command::Connect && !line.isDemo && isDisplayUsable())
         return std::make_unique<QGuiApplication>(argc, argv);
@@ -33,8 +40,13 @@ int runVelmora(int argc, char **argv)
     }
     const CommandLine &line = *parsed.commandLine;
     if (line.command == CommandLine::Command::IsDisplayUsable) {
+        endQuietlyWithoutDisplay();
         const QGuiApplication application(argc, argv);
         return static_cast<int>(ExitCode::Done);
+    }
+    if (line.command == CommandLine::Command::Desktop && !isDisplayNamed()) {
+        reportNoDisplay();
+        return static_cast<int>(ExitCode::Failed);
     }
     // Our arguments are none of the toolkit's.
     int count = 1;
