@@ -82,8 +82,8 @@ QRect placedWindow(const PlacementRequest &request)
     const ScreenArea &screen = clicked ? *clicked : pointed ? *pointed : request.screens.constFirst();
     const QRect free = usablePart(screen);
     const QSize size = request.size.boundedTo(free.size());
-    const QPoint corner = clicked ? cornerBeside(free, *request.anchor, size)
-                                  : cornerOfTray(screen, free, size, request.direction);
+    const QPoint corner
+        = clicked ? cornerBeside(free, *request.anchor, size) : cornerOfTray(screen, free, size, request.direction);
     return within(free, corner, size);
 }
 
