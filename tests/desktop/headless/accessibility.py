@@ -1,0 +1,171 @@
+# SPDX-License-Identifier: MIT
+"""The windows as a screen reader finds them: the tree of accessible objects, read from the accessibility bus."""
+
+from .bus import Bus, BusError
+from .waiting import PATIENCE, eventually
+
+_LAUNCHER = ("org.a11y.Bus", "/org/a11y/bus")
+_REGISTRY = ("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
+_NOTHING = "/org/a11y/atspi/null"
+_INTERFACE = "org.a11y.atspi."
+# By the number of the bit in a set of states; those that nobody asks for have no name here.
+_STATES = {
+    1: "active", 3: "busy", 4: "checked", 5: "collapsed", 8: "enabled", 10: "expanded", 11: "focusable",
+    12: "focused", 16: "modal", 20: "pressed", 22: "selectable", 23: "selected", 24: "sensitive", 25: "showing",
+    30: "visible", 39: "default", 41: "checkable", 43: "read-only",
+}  # fmt: skip
+_SCREEN = 0
+
+
+class Accessible:
+    """An object of the tree. Nothing is kept: every question is asked anew, and BusError when the object has gone."""
+
+    def __init__(self, bus, service, path):
+        self._bus = bus
+        self._address = (service, path)
+
+    def __repr__(self):
+        try:
+            return f"{self.role} {self.name!r}"
+        except BusError:
+            return "what has gone"
+
+    @property
+    def name(self):
+        return self._read("Accessible", "Name")
+
+    @property
+    def description(self):
+        return self._read("Accessible", "Description")
+
+    @property
+    def role(self):
+        """Such as "push button", "label" or "list item"."""
+        return self._call("Accessible", "GetRoleName")[0]
+
+    @property
+    def states(self):
+        (words,) = self._call("Accessible", "GetState")
+        bits = sum(word << (32 * index) for index, word in enumerate(words))
+        return {name for bit, name in _STATES.items() if bits >> bit & 1}
+
+    @property
+    def pid(self):
+        """Of the program that it belongs to."""
+        return self._bus.process_of(self._address[0])
+
+    @property
+    def text(self):
+        """The whole text of something that holds text, such as a line edit or a label."""
+        return self._call("Text", "GetText", "(ii)", 0, -1)[0]
+
+    @property
+    def place(self):
+        """x, y, width and height on the screen; on Wayland within the window."""
+        return self._call("Component", "GetExtents", "(u)", _SCREEN)[0]
+
+    @property
+    def middle(self):
+        x, y, width, height = self.place
+        return x + width // 2, y + height // 2
+
+    def children(self):
+        found = self._call("Accessible", "GetChildren")[0]
+        return [Accessible(self._bus, *address) for address in found if address[1] != _NOTHING]
+
+    def actions(self):
+        """The names of what can be done with it, in the program's order."""
+        return [name for name, _, _ in self._call("Action", "GetActions")[0]]
+
+    def do(self, action):
+        names = self.actions()
+        if action not in names:
+            raise AssertionError(f"{self!r} has no action {action!r}, only {names}")
+        self._call("Action", "DoAction", "(i)", names.index(action))
+
+    def press(self):
+        self.do("Press")
+
+    def focus(self):
+        self._call("Component", "GrabFocus")
+
+    def write(self, text):
+        """Replaces the text of a field."""
+        self._call("EditableText", "SetTextContents", "(s)", text)
+
+    def descendants(self):
+        """Everything below it, in the order of the tree."""
+        for child in self.children():
+            yield child
+            try:
+                yield from child.descendants()
+            except BusError:
+                # It went while we looked; so did what was below.
+                continue
+
+    def all(self, role=None, name=None):
+        """The descendants that are shown and have that role and exactly that name."""
+        found = []
+        for candidate in self.descendants():
+            try:
+                fits = role in (None, candidate.role) and name in (None, candidate.name)
+                if fits and "showing" in candidate.states:
+                    found.append(candidate)
+            except BusError:
+                continue
+        return found
+
+    def find(self, role=None, name=None, seconds=PATIENCE):
+        """The first of `all`, once there is one."""
+        what = f"{role or 'anything'} {'' if name is None else repr(name)} below {self!r}"
+        return eventually(lambda: self.all(role, name), what, seconds)[0]
+
+    def texts(self):
+        """The names of everything that is shown, for looking whether a text is there."""
+        return [candidate.name for candidate in self.all() if candidate.name]
+
+    def outline(self, depth=0):
+        """The tree in words, for whoever writes a test or reads why one failed."""
+        lines = ["  " * depth + f"{self!r} {sorted(self.states & {'checked', 'focused', 'selected', 'showing'})}"]
+        for child in self.children():
+            try:
+                lines += child.outline(depth + 1).splitlines()
+            except BusError:
+                continue
+        return "\n".join(lines)
+
+    def _call(self, interface, method, signature="()", *arguments):
+        return self._bus.call(*self._address, _INTERFACE + interface, method, signature, *arguments)
+
+    def _read(self, interface, name):
+        return self._bus.read(*self._address, _INTERFACE + interface, name)
+
+
+class Accessibility:
+    """The accessibility bus of the session, which programs find switched on."""
+
+    def __init__(self, session):
+        self._session = session
+        session.bus.write(*_LAUNCHER, "org.a11y.Status", "IsEnabled", "b", True)
+        (address,) = session.bus.call(*_LAUNCHER, "org.a11y.Bus", "GetAddress")
+        self._bus = Bus(address)
+        self._root = Accessible(self._bus, *_REGISTRY)
+
+    def programs(self):
+        return self._root.children()
+
+    def program(self, pid, seconds=PATIENCE):
+        """The root of the tree of the process, once it has one."""
+        return eventually(lambda: self._of(pid), f"the windows of process {pid}", seconds)
+
+    def _of(self, pid):
+        for program in self.programs():
+            try:
+                if program.pid == pid:
+                    return program
+            except BusError:
+                continue
+        return None
+
+    def close(self):
+        self._bus.close()

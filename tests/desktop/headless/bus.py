@@ -1,0 +1,101 @@
+# SPDX-License-Identifier: MIT
+"""A private message bus on which only chosen services can be started by name, and calls on any bus."""
+
+import os
+
+from gi.repository import Gio, GLib
+
+from .waiting import eventually
+
+_SERVICE_FOLDER = "/usr/share/dbus-1/services"
+_CONFIGURATION = """\
+<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:path={socket}</listen>
+  <servicedir>{services}</servicedir>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+"""
+_DRIVER = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus")
+_PROPERTIES = "org.freedesktop.DBus.Properties"
+_GONE = ("org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Error.NameHasNoOwner")
+
+
+class BusError(Exception):
+    """An answer that is an error; `name` is the bus's name of it."""
+
+    def __init__(self, call, error):
+        super().__init__(f"{call}: {error.message}")
+        self.name = Gio.DBusError.get_remote_error(error) or error.domain
+
+    @property
+    def is_absence(self):
+        """Nobody has the name that was called."""
+        return self.name in _GONE
+
+
+class Bus:
+    """A connection of the test to a bus. Calls block, for five seconds at most."""
+
+    def __init__(self, address):
+        self.address = address
+        flags = Gio.DBusConnectionFlags
+        self._connection = Gio.DBusConnection.new_for_address_sync(
+            address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION, None, None
+        )
+
+    def call(self, service, path, interface, method, signature="()", *arguments, milliseconds=5000):
+        """The values of the answer; BusError when it is an error or does not come."""
+        try:
+            answer = self._connection.call_sync(
+                service, path, interface, method, GLib.Variant(signature, arguments), None,
+                Gio.DBusCallFlags.NONE, milliseconds, None,
+            )
+        except GLib.Error as error:
+            raise BusError(f"{service} {path} {interface}.{method}", error) from None
+        return answer.unpack()
+
+    def read(self, service, path, interface, name):
+        """The value of a property."""
+        return self.call(service, path, _PROPERTIES, "Get", "(ss)", interface, name)[0]
+
+    def write(self, service, path, interface, name, signature, value):
+        self.call(
+            service, path, _PROPERTIES, "Set", "(ssv)", interface, name, GLib.Variant(signature, value)
+        )
+
+    def read_all(self, service, path, interface):
+        return self.call(service, path, _PROPERTIES, "GetAll", "(s)", interface)[0]
+
+    def has(self, name):
+        """Whether somebody has the name."""
+        return self.call(*_DRIVER, "NameHasOwner", "(s)", name)[0]
+
+    def process_of(self, name):
+        """The process id of whoever has the name."""
+        return self.call(*_DRIVER, "GetConnectionUnixProcessID", "(s)", name)[0]
+
+    def close(self):
+        self._connection.close_sync(None)
+
+
+def start_bus(session, services):
+    """Starts a bus that can start the named services, as far as they are installed, and returns its address."""
+    folder = session.folder("services")
+    for service in services:
+        original = f"{_SERVICE_FOLDER}/{service}.service"
+        if os.path.exists(original):
+            os.symlink(original, f"{folder}/{service}.service")
+    socket = f"{session.runtime_folder}/bus"
+    configuration = f"{session.root}/bus.conf"
+    with open(configuration, "w", encoding="utf-8") as file:
+        file.write(_CONFIGURATION.format(socket=socket, services=folder))
+    session.launch("bus", ["dbus-daemon", "--nofork", "--nopidfile", f"--config-file={configuration}"])
+    eventually(lambda: os.path.exists(socket), "the message bus")
+    return f"unix:path={socket}"

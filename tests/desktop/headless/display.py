@@ -1,0 +1,172 @@
+# SPDX-License-Identifier: MIT
+"""The screen: a display server in memory, with a window manager or a compositor on it, a pointer and a keyboard."""
+
+import dataclasses
+import glob
+import json
+import os
+import re
+import subprocess
+
+from .picture import Picture
+from .waiting import eventually
+
+_NOBODY = 65534
+# Number, size, place in the parent, place on the screen.
+_LINE_OF_TREE = re.compile(r"^ *(0x[0-9a-f]+) .*?(\d+)x(\d+)[+-]-?\d+[+-]-?\d+ +[+](-?\d+)[+](-?\d+)$", re.M)
+
+
+@dataclasses.dataclass(frozen=True)
+class Window:
+    """A window that is shown. Its place is absolute, in pixels."""
+
+    title: str
+    pid: int
+    x: int
+    y: int
+    width: int
+    height: int
+    is_active: bool
+
+
+class Screen:
+    """An Xvfb. Its pointer and keyboard serve a compositor inside it as well."""
+
+    def __init__(self, session, size):
+        self.width, self.height = size
+        self._session = session
+        self._memory = session.folder("screen")
+        reader, writer = os.pipe()
+        arguments = ["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{self.width}x{self.height}x24"]
+        arguments += ["-nolisten", "tcp", "-noreset", "-fbdir", self._memory]
+        program = session.launch("screen", arguments, descriptors=(writer,))
+        os.close(writer)
+        # Without a server there is no writer, and the read ends.
+        with os.fdopen(reader) as file:
+            number = file.readline().strip()
+        if not number:
+            raise RuntimeError(f"the display server did not start: {program.output()}")
+        self.name = f":{number}"
+
+    def picture(self):
+        with open(f"{self._memory}/Xvfb_screen0", "rb") as file:
+            return Picture.of_window_dump(file.read())
+
+    def settled_picture(self):
+        """A picture that two looks in a row agree on."""
+        seen = [self.picture()]
+
+        def is_settled():
+            seen.append(self.picture())
+            return seen[-1] == seen[-2]
+
+        eventually(is_settled, "the screen to settle")
+        return seen[-1]
+
+    def xdotool(self, *arguments):
+        """What xdotool printed; empty when it failed, as it does when it finds nothing."""
+        environment = {"PATH": os.environ["PATH"], "DISPLAY": self.name}
+        command = ["xdotool", *[str(argument) for argument in arguments]]
+        answer = subprocess.run(
+            command, env=environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False, timeout=30
+        )
+        return answer.stdout.decode() if answer.returncode == 0 else ""
+
+    def move_pointer(self, x, y):
+        # A step aside first: a pointer that is there already would not enter what has appeared below it.
+        self.xdotool("mousemove", x + 1, y + 1, "mousemove", x, y)
+
+    def click(self, x, y, button=1):
+        self.move_pointer(x, y)
+        self.xdotool("click", button)
+
+    def key(self, *keys):
+        """Presses keys or chords such as "Escape" or "ctrl+r", one after the other."""
+        self.xdotool("key", "--delay", "20", *keys)
+
+    def type(self, text):
+        self.xdotool("type", "--delay", "20", "--", text)
+
+
+class X11Windows:
+    """openbox on the screen."""
+
+    def __init__(self, session, screen):
+        self._screen = screen
+        self.environment = {"DISPLAY": screen.name, "XDG_SESSION_TYPE": "x11", "GDK_BACKEND": "x11"}
+        self.environment["QT_QPA_PLATFORM"] = "xcb"
+        session.environment.update(self.environment)
+        session.launch("window-manager", ["openbox", "--sm-disable"])
+        eventually(lambda: screen.xdotool("get_num_desktops"), "the window manager")
+
+    def list(self):
+        screen = self._screen
+        active = screen.xdotool("getactivewindow").strip()
+        windows = []
+        places = self._places()
+        for number in screen.xdotool("search", "--onlyvisible", "--maxdepth", "3", "--name", ".*").split():
+            pid = screen.xdotool("getwindowpid", number).strip()
+            # What has no process is a part of the window manager; what has no place has gone while we looked.
+            if pid and int(number) in places:
+                title = screen.xdotool("getwindowname", number).strip()
+                windows.append(Window(title, int(pid), *places[int(number)], number == active))
+        return windows
+
+    def _places(self):
+        """x, y, width and height of every window. Those that xdotool tells count the frame twice."""
+        command = ["xwininfo", "-root", "-tree", "-display", self._screen.name]
+        tree = subprocess.run(command, stdout=subprocess.PIPE, check=True, timeout=30).stdout.decode()
+        places = {}
+        for number, width, height, x, y in _LINE_OF_TREE.findall(tree):
+            places[int(number, 16)] = (int(x), int(y), int(width), int(height))
+        return places
+
+
+class WaylandWindows:
+    """sway, whose only output is a window that fills the screen."""
+
+    def __init__(self, session, screen):
+        folder = session.folder("wayland")
+        configuration = f"{folder}/sway.conf"
+        with open(configuration, "w", encoding="utf-8") as file:
+            file.write(f"xwayland disable\noutput X11-1 resolution {screen.width}x{screen.height}\n")
+            file.write("default_border none\ndefault_floating_border none\n")
+        user = None
+        if os.geteuid() == 0:
+            # sway refuses to run as root: it, and only it, is somebody else.
+            user = _NOBODY
+            os.chmod(session.root, 0o711)
+            os.chown(folder, user, user)
+        environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "HOME": folder, "XDG_RUNTIME_DIR": folder}
+        environment |= {"DISPLAY": screen.name, "WLR_BACKENDS": "x11", "WLR_RENDERER": "pixman"}
+        session.launch("compositor", ["sway", "-c", configuration], environment=environment, user=user)
+        display = eventually(lambda: _first(f"{folder}/wayland-?"), "the compositor")
+        self._socket = eventually(lambda: _first(f"{folder}/sway-ipc.*"), "the compositor's control socket")
+        # WAYLAND_DISPLAY may be a whole path.
+        self.environment = {"WAYLAND_DISPLAY": display, "XDG_SESSION_TYPE": "wayland", "GDK_BACKEND": "wayland"}
+        self.environment |= {"XDG_CURRENT_DESKTOP": "sway", "QT_QPA_PLATFORM": "wayland", "SWAYSOCK": self._socket}
+        session.environment.update(self.environment)
+        # The only window but the root, which comes first.
+        search = ("search", "--onlyvisible", "--maxdepth", "1", "--name", ".*")
+        window = eventually(lambda: screen.xdotool(*search).split()[1:], "the compositor's window")[0]
+        screen.xdotool("windowmove", window, 0, 0, "windowfocus", window)
+
+    def list(self):
+        command = ["swaymsg", "--socket", self._socket, "--type", "get_tree", "--raw"]
+        tree = json.loads(subprocess.run(command, stdout=subprocess.PIPE, check=True, timeout=30).stdout)
+        return [
+            Window(node["name"] or "", node["pid"], *(node["rect"][key] for key in ("x", "y", "width", "height")),
+                   node["focused"])
+            for node in _nodes(tree)
+            if "pid" in node and node.get("visible")
+        ]
+
+
+def _first(pattern):
+    return next(iter(sorted(glob.glob(pattern))), None)
+
+
+def _nodes(node):
+    yield node
+    for child in node["nodes"] + node["floating_nodes"]:
+        yield from _nodes(child)

@@ -1,0 +1,64 @@
+# SPDX-License-Identifier: MIT
+"""The keyring of the session."""
+
+import glob
+
+from .bus import BusError
+from .component import Component
+from .waiting import eventually
+
+_SERVICE = "org.freedesktop.secrets"
+_PATH = "/org/freedesktop/secrets"
+_INTERFACE = "org.freedesktop.Secret.Service"
+_DEFAULT = f"{_PATH}/aliases/default"
+
+PASSWORD = "a password of nothing"
+
+
+class Keyring(Component):
+    """gnome-keyring with one keyring, which `PASSWORD` opens."""
+
+    name = "keyring"
+    service = _SERVICE
+
+    def __init__(self, session, state):
+        folder = f"{session.runtime_folder}/keyring"
+        command = ["gnome-keyring-daemon", "--foreground", "--components=secrets", f"--control-directory={folder}"]
+        super().__init__(session, command)
+        self._state = state
+
+    def start(self):
+        """Starts it as the session was asked to have it: unlocked or locked."""
+        # The password makes the first keyring; later it opens it, as it does when somebody logs in.
+        self.unlocks = self._state == "unlocked" or not self._exists()
+        self.standard_input = PASSWORD.encode() if self.unlocks else None
+        command = self.arguments
+        self.arguments = command + ["--unlock"] if self.unlocks else command
+        super().start()
+        self.arguments = command
+        if self._state == "locked":
+            self.lock()
+
+    def is_ready(self):
+        # The default keyring is there a moment after the service.
+        try:
+            return self.session.bus.call(_SERVICE, _PATH, _INTERFACE, "ReadAlias", "(s)", "default")[0] != "/"
+        except BusError:
+            return False
+
+    def lock(self):
+        self.session.bus.call(_SERVICE, _PATH, _INTERFACE, "Lock", "(ao)", [_DEFAULT])
+        eventually(lambda: self.is_locked, "the keyring to lock")
+
+    @property
+    def is_locked(self):
+        return self.session.bus.read(_SERVICE, _DEFAULT, "org.freedesktop.Secret.Collection", "Locked")
+
+    def items(self):
+        """The attributes of everything in it, locked or not; no secret is read."""
+        bus = self.session.bus
+        paths = bus.read(_SERVICE, _DEFAULT, "org.freedesktop.Secret.Collection", "Items")
+        return [bus.read(_SERVICE, path, "org.freedesktop.Secret.Item", "Attributes") for path in paths]
+
+    def _exists(self):
+        return bool(glob.glob(f"{self.session.environment['XDG_DATA_HOME']}/keyrings/*.keyring"))

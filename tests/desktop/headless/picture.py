@@ -1,0 +1,69 @@
+# SPDX-License-Identifier: MIT
+"""Pictures of the screen: read from the memory of the display server, written as PNG."""
+
+import struct
+import zlib
+
+
+class Picture:
+    """Rows of pixels, three bytes (red, green, blue) each."""
+
+    def __init__(self, width, height, rows):
+        self.width = width
+        self.height = height
+        self._rows = rows
+
+    @classmethod
+    def of_window_dump(cls, dump):
+        """From the format of the X window dump, in which Xvfb keeps its screen."""
+        (header, _, _, _, width, height, _, order, _, _, _, bits, stride, _, red, green, blue, _, _, colours) = (
+            struct.unpack_from(">20I", dump)
+        )
+        if (order, bits, red, green, blue) != (0, 32, 0xFF0000, 0xFF00, 0xFF):
+            raise ValueError("the screen has an unexpected arrangement of pixels")
+        start = header + colours * 12
+        rows = []
+        for y in range(height):
+            line = dump[start + y * stride : start + y * stride + width * 4]
+            row = bytearray(width * 3)
+            row[0::3], row[1::3], row[2::3] = line[2::4], line[1::4], line[0::4]
+            rows.append(bytes(row))
+        return cls(width, height, rows)
+
+    def __eq__(self, other):
+        return isinstance(other, Picture) and self._rows == other._rows
+
+    __hash__ = None
+
+    def pixel(self, x, y):
+        return tuple(self._rows[y][x * 3 : x * 3 + 3])
+
+    def cut(self, x, y, width, height):
+        """The part of that rectangle that is inside the picture."""
+        left, top = max(x, 0), max(y, 0)
+        right, bottom = min(x + width, self.width), min(y + height, self.height)
+        if left >= right or top >= bottom:
+            raise ValueError(f"nothing of {width}x{height} at {x},{y} is inside {self.width}x{self.height}")
+        return Picture(right - left, bottom - top, [row[left * 3 : right * 3] for row in self._rows[top:bottom]])
+
+    def rows(self):
+        return list(self._rows)
+
+    def colours(self):
+        """The set of colours in it: one for a blank area."""
+        return {row[at : at + 3] for row in self._rows for at in range(0, len(row), 3)}
+
+    def save(self, path):
+        def chunk(kind, content):
+            return struct.pack(">I", len(content)) + kind + content + struct.pack(">I", zlib.crc32(kind + content))
+
+        header = struct.pack(">IIBBBBB", self.width, self.height, 8, 2, 0, 0, 0)
+        # A filter that subtracts the pixel to the left makes flat areas, of which windows consist, almost vanish.
+        lines = b"".join(b"\x01" + row[:3] + _differences(row) for row in self._rows)
+        with open(path, "wb") as file:
+            file.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header))
+            file.write(chunk(b"IDAT", zlib.compress(lines, 9)) + chunk(b"IEND", b""))
+
+
+def _differences(row):
+    return bytes((byte - left) & 0xFF for byte, left in zip(row[3:], row))

@@ -1,0 +1,157 @@
+# SPDX-License-Identifier: MIT
+"""A complete desktop without a screen, which is gone without a trace when it ends."""
+
+import os
+import shutil
+import tempfile
+
+from .accessibility import Accessibility
+from .browser import Browser
+from .bus import Bus, start_bus
+from .display import Screen, WaylandWindows, X11Windows
+from .keyring import Keyring
+from .notifications import NotificationDaemon, NotificationLog
+from .processes import Program, adopt_orphans, descendants, end_descendants
+from .tray import Tray
+from .waiting import eventually
+
+# What a sanitizer or a coverage tool reads.
+_INHERITED = ("PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "QT_LOGGING_RULES")
+_STARTABLE = ("org.xfce.Xfconf", "org.a11y.Bus")
+_PROMPTERS = ("org.gnome.keyring.SystemPrompter", "org.gnome.keyring.PrivatePrompter")
+
+WINDOWING = ("x11", "wayland")
+TRAYS = ("xfce", "lxqt", "waybar", "none")
+DAEMONS = ("dunst", "xfce", "mako", "none")
+KEYRINGS = ("unlocked", "locked", "absent")
+
+
+class Session:
+    """Home, message bus, screen, windows, panel, notifications, keyring and browser of nobody.
+
+    `windowing` is "x11" (openbox) or "wayland" (sway). `tray`, `notifications` and `keyring` choose the program, or
+    "none" and "absent"; the components of these names start with the session unless they are named in `late`.
+    Use it as a context: what was started in it, and whatever that left behind, ends with it. A process has one
+    session at a time, and several processes have several.
+
+    `screen`, `windows`, `browser` and `posted` (see the classes) are there always; `tray`, `notifications` and
+    `keyring` are None where there shall be none, and `accessibility` unless it is asked for.
+    """
+
+    def __init__(self, windowing="x11", tray=None, notifications=None, keyring="unlocked", *, accessibility=True,
+                 size=(1280, 800), late=()):  # fmt: skip
+        on_wayland = windowing == "wayland"
+        self._windowing = windowing
+        self._tray = tray or ("waybar" if on_wayland else "xfce")
+        self._notifications = notifications or ("mako" if on_wayland else "dunst")
+        self._keyring = keyring
+        self._accessibility = accessibility
+        self._size = size
+        self._late = late
+        self._programs = []
+        self.bus = self.accessibility = None
+
+    def __enter__(self):
+        adopt_orphans()
+        self._spared = descendants()
+        self.root = tempfile.mkdtemp(prefix="velmora-desktop.")
+        try:
+            self._come_up()
+        except BaseException:
+            self.end()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        self.end()
+
+    def folder(self, name):
+        path = f"{self.root}/{name}"
+        os.makedirs(path, mode=0o700, exist_ok=True)
+        return path
+
+    def start(self, name, arguments, environment=None):
+        """Starts a program in the session, and returns it. Variables in `environment` come to the session's own."""
+        return self.launch(name, arguments, environment=self.environment | (environment or {}))
+
+    def launch(self, name, arguments, *, environment=None, output=None, **options):
+        """For the parts of the session itself: starts a program that ends with the session, in reverse order."""
+        log = output or f"{self.folder('logs')}/{name}.log"
+        program = Program(name, arguments, environment or self.environment, log, **options)
+        self._programs.append(program)
+        return program
+
+    def window_of(self, program):
+        """The window of the program, once it shows exactly one."""
+
+        def own():
+            found = [window for window in self.windows.list() if window.pid == program.pid]
+            return found[0] if len(found) == 1 else None
+
+        return eventually(own, f"one window of {program.name}")
+
+    def picture_of(self, program):
+        """A picture of the program's only window, once the screen is still; the pointer is moved out of the way."""
+        self.screen.move_pointer(0, self.screen.height - 1)
+        window = self.window_of(program)
+        return self.screen.settled_picture().cut(window.x, window.y, window.width, window.height)
+
+    def click(self, accessible, button=1):
+        """Clicks in the middle of what the tree of accessible objects shows."""
+        x, y = accessible.middle
+        if self._windowing == "wayland":
+            # There a program does not know where its window is.
+            window = next(window for window in self.windows.list() if window.pid == accessible.pid)
+            x, y = x + window.x, y + window.y
+        self.screen.click(x, y, button)
+
+    def end(self):
+        """Ends everything. Raises RuntimeError when a process could not be ended."""
+        for connection in (self.accessibility, self.bus):
+            if connection is not None:
+                connection.close()
+        self.bus = self.accessibility = None
+        while self._programs:
+            self._programs.pop().end()
+        remaining = end_descendants(self._spared)
+        shutil.rmtree(self.root, ignore_errors=True)
+        if remaining:
+            raise RuntimeError(f"processes that do not end: {sorted(remaining)}")
+
+    def _come_up(self):
+        self.runtime_folder = self.folder("run")
+        self.environment = self._first_environment()
+        self.screen = Screen(self, self._size)
+        self.windows = {"x11": X11Windows, "wayland": WaylandWindows}[self._windowing](self, self.screen)
+        # What the bus starts finds the screen and the browser in the environment that the bus has from here.
+        self.browser = Browser(self)
+        startable = _STARTABLE if self._keyring == "absent" else _STARTABLE + _PROMPTERS
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.runtime_folder}/bus"
+        self.bus = Bus(start_bus(self, startable))
+        if self._accessibility:
+            self.accessibility = Accessibility(self)
+            self.environment["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
+        else:
+            self.environment["NO_AT_BRIDGE"] = "1"
+        self.posted = NotificationLog(self)
+        self.keyring = self._component(Keyring, "keyring", self._keyring)
+        self.notifications = self._component(NotificationDaemon, "notifications", self._notifications)
+        self.tray = self._component(Tray, "tray", self._tray)
+
+    def _component(self, kind, name, choice):
+        if choice in ("none", "absent"):
+            return None
+        component = kind(self, choice)
+        if name not in self._late:
+            component.start()
+        return component
+
+    def _first_environment(self):
+        environment = {name: os.environ[name] for name in _INHERITED if name in os.environ}
+        environment |= {"LC_ALL": "C.UTF-8", "TZ": "UTC", "GSETTINGS_BACKEND": "memory"}
+        environment |= {"HOME": self.folder("home"), "TMPDIR": self.folder("tmp")}
+        for kind in ("CONFIG", "DATA", "CACHE", "STATE"):
+            environment[f"XDG_{kind}_HOME"] = self.folder(f"home/{kind.lower()}")
+        environment |= {"XDG_RUNTIME_DIR": self.runtime_folder, "XDG_CONFIG_DIRS": "/etc/xdg"}
+        environment["XDG_DATA_DIRS"] = "/usr/local/share:/usr/share"
+        return environment
