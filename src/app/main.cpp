@@ -27,6 +27,13 @@ std::unique_ptr<QCoreApplication> makeApplication(const CommandLine &line, int &
     return std::make_unique<QCoreApplication>(argc, argv);
 }
 
+/// Read before the toolkit does, which keeps it for itself.
+QString startupToken()
+{
+    const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+    return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
+}
+
 int runVelmora(int argc, char **argv)
 {
     QStringList arguments;
@@ -48,6 +55,7 @@ int runVelmora(int argc, char **argv)
         reportNoDisplay();
         return static_cast<int>(ExitCode::Failed);
     }
+    const QString token = startupToken();
     // Our arguments are none of the toolkit's.
     int count = 1;
     const auto application = makeApplication(line, count, argv);
@@ -55,7 +63,7 @@ int runVelmora(int argc, char **argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));
     if (line.command == CommandLine::Command::IsConfigured)
         return static_cast<int>(reportIsConfigured());
-    Program program(line);
+    Program program(line, token);
     return program.run();
 }
 
