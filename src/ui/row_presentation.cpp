@@ -9,6 +9,7 @@
 #include <QDateTime>
 #include <QLocale>
 #include <QStringList>
+#include <QTextDocument>
 
 namespace velmora
 {
