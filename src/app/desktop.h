@@ -46,9 +46,8 @@ Q_SIGNALS:
     void quitRequested();
 
 private:
-    void makeItem();
     void makeWindow();
-    void startStores();
+    void makeTray();
     void noteAvailability();
 
     VelmoraApp *m_app;
@@ -58,7 +57,8 @@ private:
     std::unique_ptr<MenuBarWindow> m_window;
     MenuBarView *m_view = nullptr; ///< the window's
     std::unique_ptr<NotificationServiceWatcher> m_notificationService;
-    QTimer m_trayPatience;
+    QTimer m_trayPatience; ///< runs while the tray may still come
+    bool m_hasOpened = false;
 };
 
 } // namespace velmora

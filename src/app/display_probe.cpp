@@ -2,7 +2,7 @@
 #include "app/display_probe.h"
 
 #include <QByteArray>
-#include <QtLogging>
+#include <QtGlobal>
 
 #include <cerrno>
 #include <chrono>

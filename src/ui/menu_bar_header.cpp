@@ -33,19 +33,22 @@ QToolButton *iconButton(const QString &label, QStringView symbol, QWidget *paren
 
 } // namespace
 
-MenuBarHeader::MenuBarHeader(QWidget *parent)
+MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     : QWidget(parent)
     , m_status(new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this))
     , m_explanation(new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this))
+    , m_notice(new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap, this))
     , m_settings(iconButton(tr("Settings"), u"gearshape", this))
     , m_refresh(iconButton(tr("Refresh"), u"arrow.clockwise", this))
 {
-    auto *title = new TextLabel(TextSize::Title, TextLabel::Overflow::Elide, this);
-    title->setText(tr("Velmora"));
-    title->setWeight(QFont::DemiBold);
+    auto *name = new TextLabel(TextSize::Title, TextLabel::Overflow::Elide, this);
+    name->setText(title);
+    name->setWeight(QFont::DemiBold);
     m_status->setTone(Tone::Secondary);
     m_explanation->setTone(Tone::Orange);
     m_explanation->hide();
+    m_notice->setTone(Tone::Secondary);
+    m_notice->hide();
     m_settings->setToolTip(tr("Open Settings"));
     setRefreshing(false);
     connect(m_settings, &QToolButton::clicked, this, &MenuBarHeader::settingsRequested);
@@ -53,15 +56,18 @@ MenuBarHeader::MenuBarHeader(QWidget *parent)
 
     auto *texts = new QVBoxLayout;
     texts->setSpacing(1);
-    for (auto *label : {title, m_status, m_explanation})
+    for (auto *label : {name, m_status, m_explanation})
         texts->addWidget(label);
-    auto *layout = new QHBoxLayout(this);
+    auto *row = new QHBoxLayout;
+    row->setSpacing(2);
+    row->addLayout(texts, 1);
+    row->addSpacing(kRowGap);
+    row->addWidget(m_settings);
+    row->addWidget(m_refresh);
+    auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(kRowMargin, kMargin, kMargin, kMargin);
-    layout->setSpacing(2);
-    layout->addLayout(texts, 1);
-    layout->addSpacing(kRowGap);
-    layout->addWidget(m_settings);
-    layout->addWidget(m_refresh);
+    layout->addLayout(row);
+    layout->addWidget(m_notice);
 }
 
 void MenuBarHeader::setStatus(const QString &status, const QString &explanation)
@@ -69,6 +75,12 @@ void MenuBarHeader::setStatus(const QString &status, const QString &explanation)
     m_status->setTextAndExplanation(status, explanation);
     m_explanation->setTextAndExplanation(shownOnOneLine(explanation), explanation);
     m_explanation->setVisible(!explanation.isEmpty());
+}
+
+void MenuBarHeader::setNotice(const QString &notice)
+{
+    m_notice->setText(notice);
+    m_notice->setVisible(!notice.isEmpty());
 }
 
 void MenuBarHeader::setRefreshing(bool isRefreshing)

@@ -43,7 +43,7 @@ constexpr auto kLongestWait = 60s;
 MenuBarView::MenuBarView(const Services &services, QWidget *parent)
     : QWidget(parent)
     , m_services(services)
-    , m_header(new MenuBarHeader(this))
+    , m_header(new MenuBarHeader(services.applicationName, this))
 {
     makeContents();
     auto *layout = new QVBoxLayout(this);
@@ -214,6 +214,11 @@ QCoro::Task<> MenuBarView::waitForUpdateTime(std::chrono::milliseconds duration,
     co_await m_services.clock->sleep(duration, stop);
     if (self)
         showUpdateTime();
+}
+
+void MenuBarView::setNotice(const QString &notice)
+{
+    m_header->setNotice(notice);
 }
 
 void MenuBarView::setRefreshing(bool isRefreshing)

@@ -39,6 +39,7 @@ public:
         Clock *clock = nullptr;
         URLOpener *urlOpener = nullptr;
         Pasteboard *pasteboard = nullptr;
+        QString applicationName; ///< as the application names itself
     };
 
     explicit MenuBarView(const Services &services, QWidget *parent = nullptr);
@@ -47,6 +48,9 @@ public:
     [[nodiscard]] bool isRefreshing() const { return m_isRefreshing; }
     /// What is shown just now, or was when the view was hidden.
     [[nodiscard]] MenuBarContent content() const { return m_content; }
+
+    /// Shows something about the window itself, below the status; nothing when empty.
+    void setNotice(const QString &notice);
 
 public Q_SLOTS:
     /// Refreshes the installations, then all deployments. Does nothing while that is running.
