@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/app_configuration.h"
 
+#include "app/github_host.h"
 #include "platform/linux/xdg_directories.h"
 #include "support/private_file.h"
 
@@ -19,6 +20,7 @@ namespace
 namespace key
 {
 const QString kClientID = QStringLiteral("GITHUB_CLIENT_ID");
+const QString kHost = QStringLiteral("VELMORA_GITHUB_HOST");
 const QString kAPI = QStringLiteral("VELMORA_API_URL");
 const QString kGraphQL = QStringLiteral("VELMORA_GRAPHQL_URL");
 const QString kLogin = QStringLiteral("VELMORA_LOGIN_URL");
@@ -67,6 +69,14 @@ QUrl endpoint(const QString &name, const QString &text)
     return url;
 }
 
+GitHubEndpoints endpointsFor(const QString &host)
+{
+    const auto endpoints = endpointsOfHost(host);
+    if (!endpoints)
+        fail(key::kHost, QStringLiteral("must be a host such as ghe.example.com."));
+    return *endpoints;
+}
+
 QString slug(const QString &text)
 {
     static const QRegularExpression form(QStringLiteral("\\A[a-z0-9-]+\\z"));
@@ -88,7 +98,7 @@ Properties environment()
     const QProcessEnvironment process = QProcessEnvironment::systemEnvironment();
     Properties properties;
     for (const QString &name :
-        {key::kClientID, key::kAPI, key::kGraphQL, key::kLogin, key::kWeb, key::kSlug, key::kAPIVersion})
+        {key::kClientID, key::kHost, key::kAPI, key::kGraphQL, key::kLogin, key::kWeb, key::kSlug, key::kAPIVersion})
         properties.insert(name, process.value(name));
     return properties;
 }
@@ -125,12 +135,17 @@ AppConfiguration AppConfiguration::fromProperties(const QList<Properties> &sourc
     AppConfiguration configuration;
     if (const QString id = value(sources, key::kClientID, {}); !id.isEmpty())
         configuration.githubClientID = id;
-    configuration.apiURL = endpoint(key::kAPI, value(sources, key::kAPI, QStringLiteral("https://api.github.com")));
-    if (const QString graphql = value(sources, key::kGraphQL, {}); !graphql.isEmpty())
-        configuration.graphqlURL = endpoint(key::kGraphQL, graphql);
-    configuration.loginURL
-        = endpoint(key::kLogin, value(sources, key::kLogin, QStringLiteral("https://github.com/login")));
-    configuration.webURL = endpoint(key::kWeb, value(sources, key::kWeb, QStringLiteral("https://github.com")));
+    const GitHubEndpoints host = endpointsFor(value(sources, key::kHost, QStringLiteral("github.com")));
+    const auto endpointOf = [&](const QString &name, const QUrl &fallback) {
+        const QString text = value(sources, name, {});
+        return text.isEmpty() ? fallback : endpoint(name, text);
+    };
+    configuration.apiURL = endpointOf(key::kAPI, host.api);
+    // An API elsewhere brings its GraphQL along, unless that is said to be elsewhere too.
+    const bool isOwnAPI = configuration.apiURL != host.api;
+    configuration.graphqlURL = endpointOf(key::kGraphQL, isOwnAPI ? QUrl() : host.graphql);
+    configuration.loginURL = endpointOf(key::kLogin, host.login);
+    configuration.webURL = endpointOf(key::kWeb, host.web);
     configuration.appSlug = slug(value(sources, key::kSlug, QStringLiteral("tarvik-velmora")));
     configuration.apiVersion = velmora::apiVersion(value(sources, key::kAPIVersion, QStringLiteral("2026-03-10")));
     return configuration;

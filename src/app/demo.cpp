@@ -3,8 +3,8 @@
 
 #include "accounts/in_memory_credential_store.h"
 #include "cli/signal_waiting.h"
-#include "platform/pasteboard.h"
-#include "platform/url_opener.h"
+#include "platform/linux/browser_url_opener.h"
+#include "platform/linux/clipboard_pasteboard.h"
 #include "support/error.h"
 #include "support/task_scope.h"
 
@@ -22,26 +22,43 @@ namespace
 
 constexpr int kMostAccounts = 3;
 
-/// A clipboard that nothing reaches.
-class NoPasteboard final : public Pasteboard
-{
-public:
-    bool setText(const QString &) override { return false; }
-};
-
-/// A browser that stays closed.
-class NoURLOpener final : public URLOpener
-{
-public:
-    bool open(const WebAddress &) override { return false; }
-};
-
 [[noreturn]] void fail(const QString &reason)
 {
     throw ConfigurationError(QStringLiteral("The demo cannot be started: ") + reason);
 }
 
 } // namespace
+
+/// The person's clipboard, once the person is there to copy.
+class DemoPasteboard final : public Pasteboard
+{
+public:
+    bool setText(const QString &text) override { return isAllowed && m_clipboard.setText(text); }
+
+    bool isAllowed = false;
+
+private:
+    ClipboardPasteboard m_clipboard;
+};
+
+/// The person's browser, once the person is there to click.
+class DemoURLOpener final : public URLOpener
+{
+public:
+    using URLOpener::open;
+    bool open(const WebAddress &address) override { return isAllowed && m_browser.open(address); }
+
+    bool isAllowed = false;
+
+protected:
+    bool openActivated(const WebAddress &address, const QString &activationToken) override
+    {
+        return isAllowed && m_browser.open(address, activationToken);
+    }
+
+private:
+    BrowserURLOpener m_browser;
+};
 
 QString simulatorProgram()
 {
@@ -65,8 +82,8 @@ AppConfiguration demoConfiguration(const QString &address)
 }
 
 Demo::Demo()
-    : m_pasteboard(std::make_unique<NoPasteboard>())
-    , m_urlOpener(std::make_unique<NoURLOpener>())
+    : m_pasteboard(std::make_unique<DemoPasteboard>())
+    , m_urlOpener(std::make_unique<DemoURLOpener>())
 {
 }
 
@@ -122,6 +139,12 @@ AppEnvironment Demo::environment()
     environment.pasteboard = m_pasteboard.get();
     environment.urlOpener = m_urlOpener.get();
     return environment;
+}
+
+void Demo::handOver()
+{
+    m_pasteboard->isAllowed = true;
+    m_urlOpener->isAllowed = true;
 }
 
 void Demo::fillPreferences(Preferences *preferences)

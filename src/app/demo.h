@@ -9,6 +9,9 @@
 namespace velmora
 {
 
+class DemoPasteboard;
+class DemoURLOpener;
+
 /// A GitHub of its own on this machine, and a profile that is thrown away: for whoever wants to see Velmora
 /// before connecting anything. Ends the simulator with itself; the simulator ends by itself when the
 /// program dies.
@@ -24,9 +27,13 @@ public:
     /// CancellationError on a stop. The demo outlives the task.
     [[nodiscard]] QCoro::Task<> start(std::stop_token stop);
 
-    /// The environment for the running demo: nothing in it touches the real profile, the browser or the
-    /// clipboard. Notifier and clock are left to the caller.
+    /// The environment for the running demo: nothing in it touches the real profile. Notifier and clock are left to the
+    /// caller.
     [[nodiscard]] AppEnvironment environment();
+
+    /// From now on it is the person who acts: what is clicked opens in the browser, as a page of the simulator, and
+    /// what is copied is on the clipboard. Before that the accounts connect by themselves and disturb nobody.
+    void handOver();
 
     /// The settings of a person who wants to see everything.
     static void fillPreferences(Preferences *preferences);
@@ -38,8 +45,8 @@ private:
     QTemporaryDir m_folder;
     QProcess m_simulator;
     QString m_address; ///< of the simulator
-    std::unique_ptr<Pasteboard> m_pasteboard;
-    std::unique_ptr<URLOpener> m_urlOpener;
+    std::unique_ptr<DemoPasteboard> m_pasteboard;
+    std::unique_ptr<DemoURLOpener> m_urlOpener;
 };
 
 /// The simulator's executable: beside this program, else where the shell would find it; empty when there is none.

@@ -2,10 +2,13 @@
 #include "app/display_probe.h"
 
 #include <QByteArray>
+#include <QtGlobal>
 
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -53,9 +56,33 @@ bool endsWell(pid_t child)
 
 } // namespace
 
+bool isDisplayNamed()
+{
+    for (const char *variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        if (!qEnvironmentVariableIsEmpty(variable))
+            return true;
+    }
+    return false;
+}
+
+void reportNoDisplay()
+{
+    std::fputs("There is no display to show Velmora on. “velmora watch” watches in the terminal.\n", stderr);
+}
+
+void endQuietlyWithoutDisplay()
+{
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &) {
+        if (type != QtFatalMsg)
+            return;
+        reportNoDisplay();
+        ::_exit(EXIT_FAILURE);
+    });
+}
+
 bool isDisplayUsable()
 {
-    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+    if (!isDisplayNamed())
         return false;
     const pid_t child = ::fork();
     if (child == 0)

@@ -2,7 +2,7 @@
 #include "app/display_probe.h"
 #include "app/program.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 
 #include <cstdio>
 #include <unistd.h>
@@ -14,10 +14,24 @@ using namespace velmora;
 
 std::unique_ptr<QCoreApplication> makeApplication(const CommandLine &line, int &argc, char **argv)
 {
+    if (line.command == CommandLine::Command::Desktop) {
+        endQuietlyWithoutDisplay();
+        auto application = std::make_unique<QApplication>(argc, argv);
+        // The windows come and go; the tray item stays.
+        QApplication::setQuitOnLastWindowClosed(false);
+        return application;
+    }
     // Only connecting puts something on the clipboard, which belongs to the display.
     if (line.command == CommandLine::Command::Connect && !line.isDemo && isDisplayUsable())
         return std::make_unique<QGuiApplication>(argc, argv);
     return std::make_unique<QCoreApplication>(argc, argv);
+}
+
+/// Read before the toolkit does, which keeps it for itself.
+QString startupToken()
+{
+    const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+    return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
 }
 
 int runVelmora(int argc, char **argv)
@@ -33,9 +47,15 @@ int runVelmora(int argc, char **argv)
     }
     const CommandLine &line = *parsed.commandLine;
     if (line.command == CommandLine::Command::IsDisplayUsable) {
+        endQuietlyWithoutDisplay();
         const QGuiApplication application(argc, argv);
         return static_cast<int>(ExitCode::Done);
     }
+    if (line.command == CommandLine::Command::Desktop && !isDisplayNamed()) {
+        reportNoDisplay();
+        return static_cast<int>(ExitCode::Failed);
+    }
+    const QString token = startupToken();
     // Our arguments are none of the toolkit's.
     int count = 1;
     const auto application = makeApplication(line, count, argv);
@@ -43,7 +63,7 @@ int runVelmora(int argc, char **argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));
     if (line.command == CommandLine::Command::IsConfigured)
         return static_cast<int>(reportIsConfigured());
-    Program program(line);
+    Program program(line, token);
     return program.run();
 }
 

@@ -4,6 +4,7 @@
 #include "accounts/keychain_credential_store.h"
 #include "app/logging.h"
 #include "cli/signal_waiting.h"
+#include "notifications/linux/desktop_notifications.h"
 #include "platform/linux/background_portal_login_item.h"
 #include "platform/linux/browser_url_opener.h"
 #include "platform/linux/clipboard_pasteboard.h"
@@ -55,8 +56,9 @@ ExitCode reportIsConfigured()
     }
 }
 
-Program::Program(CommandLine line)
+Program::Program(CommandLine line, QString startupToken)
     : m_line(std::move(line))
+    , m_startupToken(std::move(startupToken))
     , m_out(STDOUT_FILENO)
     , m_err(STDERR_FILENO)
 {
@@ -80,8 +82,11 @@ int Program::run()
     };
     QTimer::singleShot(0, this, start);
     const int code = QCoreApplication::exec();
+    m_desktop.reset();
     m_wakeSources.reset();
     m_app.reset();
+    m_notifier.setDesktop(nullptr);
+    m_desktopNotifications.reset();
     m_demo.reset();
     unwind();
     return code;
@@ -117,6 +122,11 @@ QCoro::Task<> Program::finishRefreshes()
 
 QCoro::Task<ExitCode> Program::runCommand()
 {
+    if (m_line.command == CommandLine::Command::Desktop) {
+        const bool isFirst = co_await claimDesktop();
+        if (!isFirst)
+            co_return ExitCode::Done;
+    }
     if (m_line.isDemo) {
         m_demo = std::make_unique<Demo>();
         co_await m_demo->start(m_stop.get_token());
@@ -140,6 +150,7 @@ QCoro::Task<ExitCode> Program::runWithStores()
     AppEnvironment environment = m_demo ? m_demo->environment() : realEnvironment();
     environment.notifier = &m_notifier;
     environment.clock = &m_clock;
+    announceOnDesktop(&environment);
     CommandContext context = baseContext(environment.applicationName);
     context.installationURL = environment.configuration.installationURL();
     context.missingConfiguration = missingConfiguration(environment);
@@ -153,8 +164,10 @@ QCoro::Task<ExitCode> Program::runWithStores()
     context.settings = &m_app->settings();
     if (m_demo) {
         Demo::fillPreferences(&m_app->files().preferences);
-        if (m_line.command != CommandLine::Command::Connect)
-            co_await Demo::connectAccounts(&m_app->authentication(), m_stop.get_token());
+        const bool connectsFirst
+            = m_line.command != CommandLine::Command::Connect && m_line.command != CommandLine::Command::Desktop;
+        if (connectsFirst)
+            co_await connectDemo();
     }
     const ExitCode code = co_await dispatch(context);
     co_return code;
@@ -175,15 +188,22 @@ QCoro::Task<ExitCode> Program::dispatch(CommandContext context)
         return runRepositories(std::move(context), m_line);
     case CommandLine::Command::Status:
         return runStatus(std::move(context), m_line);
+    case CommandLine::Command::Desktop:
+        watchMachine();
+        return runDesktop();
     case CommandLine::Command::Watch:
     case CommandLine::Command::IsConfigured:
     case CommandLine::Command::IsDisplayUsable:
         break;
     }
-    if (!m_line.isOnce) {
-        m_wakeSources = std::make_unique<WakeSources>(QDBusConnection::systemBus(), &m_app->wakeWatch());
-    }
+    if (!m_line.isOnce)
+        watchMachine();
     return runWatch(std::move(context), m_line);
+}
+
+void Program::watchMachine()
+{
+    m_wakeSources = std::make_unique<WakeSources>(QDBusConnection::systemBus(), &m_app->wakeWatch());
 }
 
 AppEnvironment Program::realEnvironment()
@@ -204,6 +224,22 @@ AppEnvironment Program::realEnvironment()
         };
     }
     return environment;
+}
+
+/// The desktop's own program announces there and nowhere else; the terminal announces there as well. Where there is no
+/// session bus, as over a bare network login, there is no desktop to speak of.
+void Program::announceOnDesktop(AppEnvironment *environment)
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    const bool isDesktop = m_line.command == CommandLine::Command::Desktop;
+    const bool isWatching = m_line.command == CommandLine::Command::Watch && !m_line.isOnce && !m_line.isQuiet;
+    if (!isDesktop && !(isWatching && bus.isConnected()))
+        return;
+    m_desktopNotifications = desktopNotificationService(bus, *environment->urlOpener, environment->applicationName);
+    if (isDesktop)
+        environment->notifier = m_desktopNotifications.get();
+    else
+        m_notifier.setDesktop(m_desktopNotifications.get());
 }
 
 CommandContext Program::baseContext(const QString &applicationName)

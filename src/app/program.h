@@ -2,10 +2,13 @@
 #pragma once
 
 #include "app/demo.h"
+#include "app/desktop.h"
 #include "app/process_signals.h"
 #include "app/wake_sources.h"
 #include "cli/commands.h"
 #include "cli/terminal_notifier.h"
+#include "notifications/user_notification_service.h"
+#include "platform/linux/application_service.h"
 #include "support/clock.h"
 
 #include <QTimer>
@@ -22,7 +25,8 @@ class Program final : public QObject
     Q_OBJECT
 
 public:
-    explicit Program(CommandLine line);
+    /// `startupToken` is the leave to take the focus that this process was started with; empty for none.
+    explicit Program(CommandLine line, QString startupToken = {});
     ~Program() override;
 
     /// Runs the command and the event loop until it has ended. A command that does not heed the end within
@@ -31,29 +35,41 @@ public:
 
 private:
     QCoro::Task<> runAndExit();
+    QCoro::Task<bool> claimDesktop();
+    void openDesktop(const QString &activationToken);
+    void actOnDesktop(const QString &action, const QString &activationToken);
+    QCoro::Task<ExitCode> runDesktop();
+    QCoro::Task<> connectDemo();
     QCoro::Task<ExitCode> runCommand();
     QCoro::Task<> finishRefreshes();
     QCoro::Task<ExitCode> runWithStores();
     QCoro::Task<ExitCode> dispatch(CommandContext context);
+    void watchMachine();
     [[nodiscard]] AppEnvironment realEnvironment();
     [[nodiscard]] CommandContext baseContext(const QString &applicationName);
+    void announceOnDesktop(AppEnvironment *environment);
     void listenTo(FilePreferences *preferences);
     void requestEnd();
     [[noreturn]] void endAtOnce();
 
     CommandLine m_line;
+    QString m_startupToken;
     Terminal m_out;
     Terminal m_err;
     ProcessSignals m_signals;
     SystemClock m_clock;
-    TerminalNotifier m_notifier;
     std::stop_source m_stop;
     QTimer m_patience; ///< for a command that was asked to end
     std::unique_ptr<Pasteboard> m_pasteboard;
     std::unique_ptr<URLOpener> m_urlOpener;
     std::unique_ptr<Demo> m_demo;
+    std::unique_ptr<UserNotificationService> m_desktopNotifications;
+    TerminalNotifier m_notifier;
     std::unique_ptr<VelmoraApp> m_app;
     std::unique_ptr<WakeSources> m_wakeSources; ///< for a command that goes on
+    std::unique_ptr<ApplicationService> m_service; ///< of the desktop's program
+    std::unique_ptr<Desktop> m_desktop;
+    bool m_opensAtStart = false; ///< somebody asked before there was a window
 };
 
 /// Whether a client id is configured; the answer for scripts. Says on standard error what is wrong with a

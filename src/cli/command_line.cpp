@@ -39,6 +39,7 @@ public:
         m_app.require_subcommand(0, 1);
         prepare(m_app);
         m_app.add_flag("--demo", m_line.isDemo, "Watch a made-up GitHub on this machine; nothing of yours is touched");
+        m_app.add_flag("--background", m_line.isBackground, "Start quietly into the tray, as at login");
         m_app.add_flag("--verbose", m_line.isVerbose, "Tell on standard error what is being done");
         m_app.add_flag("--is-configured", m_isConfigured)->group("");
         m_app.add_flag("--is-display-usable", m_isDisplayUsable)->group("");
@@ -127,6 +128,7 @@ private:
     {
         CLI::App *watch = addCommand(m_app, "watch", "Watch the deployments", Command::Watch);
         watch->add_flag("--once", m_line.isOnce, "End after the first complete refresh");
+        watch->add_flag("--quiet", m_line.isQuiet, "Post no desktop notifications; results still appear here");
         addJSON(watch);
         addJSON(addCommand(m_app, "status", "Show the saved deployments, without the network", Command::Status));
     }
@@ -157,9 +159,7 @@ private:
             m_command = Command::IsConfigured;
         if (m_isDisplayUsable)
             m_command = Command::IsDisplayUsable;
-        if (!m_command)
-            return wrong(QString::fromStdString(m_app.help()));
-        m_line.command = *m_command;
+        m_line.command = m_command.value_or(Command::Desktop);
         m_line.login = QString::fromStdString(m_texts.login);
         m_line.enable = toList(m_texts.enable);
         m_line.disable = toList(m_texts.disable);
@@ -179,6 +179,8 @@ private:
                 left, [&](const QString &name) { return right.contains(name, Qt::CaseInsensitive); });
             return found == left.end() ? QString() : *found;
         };
+        if (m_line.isBackground && m_line.command != Command::Desktop)
+            return QStringLiteral("--background is for the tray: no command goes with it.\n");
         if (const QString key = common(m_line.enable, m_line.disable); !key.isEmpty())
             return QStringLiteral("%1 is both enabled and disabled.\n").arg(key);
         if (const QString name = common(m_line.include, m_line.exclude); !name.isEmpty())
@@ -186,7 +188,7 @@ private:
         return QString();
     }
 
-    CLI::App m_app{"Watches GitHub deployments."};
+    CLI::App m_app{"Watches GitHub deployments, from the tray when no command is given."};
     CommandLine m_line;
     Texts m_texts;
     std::optional<Command> m_command;

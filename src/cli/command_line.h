@@ -19,6 +19,7 @@ enum class ExitCode : int {
 /// What the person asked for on the command line.
 struct CommandLine {
     enum class Command {
+        Desktop, ///< the tray item and its windows
         Connect,
         Accounts,
         RemoveAccount,
@@ -30,11 +31,13 @@ struct CommandLine {
         IsDisplayUsable, ///< for the program itself: whether a connection to the display can be opened
     };
 
-    Command command = Command::Watch;
+    Command command = Command::Desktop;
     bool isDemo = false;
+    bool isBackground = false; ///< started at login: no window opens by itself
     bool isVerbose = false;
     bool isJSON = false;
     bool isOnce = false;
+    bool isQuiet = false; ///< no desktop notifications
     bool isAll = false;
     bool isNone = false;
     QString login;

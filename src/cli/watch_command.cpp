@@ -68,6 +68,8 @@ public:
             m_display->announce(notification);
             endWhenClosed();
         });
+        connect(m_context.notifier, &TerminalNotifier::desktopFailed, this,
+            [this](const QString &description) { m_context.err->writeLine(description); });
         connect(m_display.get(), &WatchDisplay::quitRequested, this, [this] { m_done.resolve(); });
         // A pipe whose reader has gone is noticed at once, not with the next thing there is to tell.
         m_readerGone.setEnabled(isPipe());

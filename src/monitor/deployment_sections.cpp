@@ -3,28 +3,44 @@
 
 #include "support/relative_time.h"
 
+#include <array>
+
 namespace velmora
 {
 
+DeploymentSectionKind sectionOf(DeploymentState state)
+{
+    if (isActive(state))
+        return DeploymentSectionKind::InProgress;
+    return isFailure(state) ? DeploymentSectionKind::Failed : DeploymentSectionKind::Completed;
+}
+
+QString sectionTitle(DeploymentSectionKind kind)
+{
+    switch (kind) {
+    case DeploymentSectionKind::InProgress:
+        return QStringLiteral("In progress");
+    case DeploymentSectionKind::Failed:
+        return QStringLiteral("Failed");
+    case DeploymentSectionKind::Completed:
+        return QStringLiteral("Completed");
+    }
+    Q_UNREACHABLE();
+}
+
 QList<DeploymentSection> deploymentSections(const QList<DeploymentSnapshot> &deployments)
 {
-    DeploymentSection active{QStringLiteral("In progress"), {}};
-    DeploymentSection failed{QStringLiteral("Failed"), {}};
-    DeploymentSection completed{QStringLiteral("Completed"), {}};
-    for (const auto &deployment : deployments) {
-        if (isActive(deployment.state))
-            active.deployments.append(deployment);
-        else if (isFailure(deployment.state))
-            failed.deployments.append(deployment);
-        else
-            completed.deployments.append(deployment);
-    }
-    QList<DeploymentSection> sections;
-    for (const auto &section : {active, failed, completed}) {
+    using enum DeploymentSectionKind;
+    std::array sections{DeploymentSection{sectionTitle(InProgress), {}}, DeploymentSection{sectionTitle(Failed), {}},
+        DeploymentSection{sectionTitle(Completed), {}}};
+    for (const auto &deployment : deployments)
+        sections.at(static_cast<std::size_t>(sectionOf(deployment.state))).deployments.append(deployment);
+    QList<DeploymentSection> result;
+    for (const auto &section : sections) {
         if (!section.deployments.isEmpty())
-            sections.append(section);
+            result.append(section);
     }
-    return sections;
+    return result;
 }
 
 QString shortCommit(const DeploymentSnapshot &deployment)

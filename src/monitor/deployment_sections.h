@@ -9,6 +9,16 @@
 namespace velmora
 {
 
+/// The titles under which deployments are shown, in their order.
+enum class DeploymentSectionKind {
+    InProgress,
+    Failed,
+    Completed,
+};
+
+[[nodiscard]] DeploymentSectionKind sectionOf(DeploymentState state);
+[[nodiscard]] QString sectionTitle(DeploymentSectionKind kind);
+
 /// Deployments that are shown under one title.
 struct DeploymentSection {
     QString title;

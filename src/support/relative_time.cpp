@@ -31,6 +31,26 @@ QString amount(seconds duration)
     return QString();
 }
 
+/// The greatest duration that is called the same as `duration` and not longer than it, and the least longer one that is
+/// called something else.
+struct Span {
+    seconds begin;
+    seconds end;
+};
+
+Span spanOf(seconds duration)
+{
+    seconds limit = seconds::max();
+    for (const Unit &unit : kUnits) {
+        if (duration >= unit.length) {
+            const auto begin = duration / unit.length * unit.length;
+            return {begin, std::min(begin + unit.length, limit)};
+        }
+        limit = unit.length;
+    }
+    return {seconds(0), limit};
+}
+
 } // namespace
 
 QString relativeTime(Instant instant, Instant now)
@@ -40,6 +60,15 @@ QString relativeTime(Instant instant, Instant now)
     if (text.isEmpty())
         return QStringLiteral("now");
     return isPast ? text + QStringLiteral(" ago") : QStringLiteral("in ") + text;
+}
+
+Instant nextRelativeTimeChange(Instant instant, Instant now)
+{
+    if (instant <= now)
+        return instant + spanOf(floor<seconds>(now - instant)).end;
+    // A time to come is called the same until less than that is left of it; "now" lasts through the instant.
+    const Span span = spanOf(floor<seconds>(instant - now));
+    return span.begin > 0s ? instant - span.begin + 1us : instant + 1s;
 }
 
 } // namespace velmora

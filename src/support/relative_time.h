@@ -12,4 +12,7 @@ namespace velmora
 /// largest unit that fits, rounded towards now.
 [[nodiscard]] QString relativeTime(Instant instant, Instant now);
 
+/// When relativeTime(instant, …) first says something else than it does at `now`.
+[[nodiscard]] Instant nextRelativeTimeChange(Instant instant, Instant now);
+
 } // namespace velmora

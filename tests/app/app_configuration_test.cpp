@@ -30,6 +30,7 @@ void write(const QString &path, const QByteArray &content)
     file.write(content);
 }
 
+const QString kHost = QStringLiteral("VELMORA_GITHUB_HOST");
 const QStringList kKeys{QStringLiteral("GITHUB_CLIENT_ID"), QStringLiteral("VELMORA_API_URL"),
     QStringLiteral("VELMORA_GRAPHQL_URL"), QStringLiteral("VELMORA_LOGIN_URL"), QStringLiteral("VELMORA_WEB_URL"),
     QStringLiteral("VELMORA_APP_SLUG"), QStringLiteral("VELMORA_API_VERSION")};
@@ -45,6 +46,7 @@ private Q_SLOTS:
     {
         for (const QString &key : kKeys)
             qunsetenv(qPrintable(key));
+        qunsetenv(qPrintable(kHost));
     }
 
     void withoutAnySourceTheDefaultsHold()
@@ -52,7 +54,7 @@ private Q_SLOTS:
         const auto configuration = AppConfiguration::fromProperties({});
         QVERIFY(!configuration.githubClientID);
         QCOMPARE(configuration.apiURL, QUrl(QStringLiteral("https://api.github.com")));
-        QVERIFY(configuration.graphqlURL.isEmpty());
+        QCOMPARE(configuration.graphqlURL, QUrl(QStringLiteral("https://api.github.com/graphql")));
         QCOMPARE(configuration.loginURL, QUrl(QStringLiteral("https://github.com/login")));
         QCOMPARE(configuration.webURL, QUrl(QStringLiteral("https://github.com")));
         QCOMPARE(configuration.appSlug, QStringLiteral("tarvik-velmora"));
@@ -60,6 +62,70 @@ private Q_SLOTS:
         QCOMPARE(configuration.installationURL().text(),
             QStringLiteral("https://github.com/apps/tarvik-velmora/installations/new"));
         QCOMPARE(AppConfiguration::keychainService(), QStringLiteral("com.tarvik.velmora.github"));
+    }
+
+    void aHostSetsEveryEndpoint_data()
+    {
+        QTest::addColumn<QString>("api");
+        QTest::addColumn<QString>("graphql");
+        QTest::addColumn<QString>("login");
+        QTest::addColumn<QString>("web");
+        const auto row
+            = [](const char *host, const char *api, const char *graphql, const char *login, const char *web) {
+                  QTest::newRow(host) << QString::fromUtf8(api) << QString::fromUtf8(graphql)
+                                      << QString::fromUtf8(login) << QString::fromUtf8(web);
+              };
+        row("github.com", "https://api.github.com", "https://api.github.com/graphql", "https://github.com/login",
+            "https://github.com");
+        row("GitHub.com", "https://api.github.com", "https://api.github.com/graphql", "https://github.com/login",
+            "https://github.com");
+        row("octocorp.ghe.com", "https://api.octocorp.ghe.com", "https://api.octocorp.ghe.com/graphql",
+            "https://octocorp.ghe.com/login", "https://octocorp.ghe.com");
+        row("ghe.example.com", "https://ghe.example.com/api/v3", "https://ghe.example.com/api/graphql",
+            "https://ghe.example.com/login", "https://ghe.example.com");
+        row("ghe.example.com:8443", "https://ghe.example.com:8443/api/v3", "https://ghe.example.com:8443/api/graphql",
+            "https://ghe.example.com:8443/login", "https://ghe.example.com:8443");
+        row("notghe.com", "https://notghe.com/api/v3", "https://notghe.com/api/graphql", "https://notghe.com/login",
+            "https://notghe.com");
+    }
+
+    void aHostSetsEveryEndpoint()
+    {
+        QFETCH(QString, api);
+        QFETCH(QString, graphql);
+        QFETCH(QString, login);
+        QFETCH(QString, web);
+        const Properties properties{{kHost, QString::fromUtf8(QTest::currentDataTag())}};
+        const auto configuration = AppConfiguration::fromProperties({properties});
+        QCOMPARE(configuration.apiURL.toString(), api);
+        QCOMPARE(configuration.graphqlURL.toString(), graphql);
+        QCOMPARE(configuration.loginURL.toString(), login);
+        QCOMPARE(configuration.webURL.toString(), web);
+    }
+
+    void anEndpointOfItsOwnCountsMoreThanTheHost()
+    {
+        const Properties api{
+            {kHost, QStringLiteral("ghe.example.com")}, {kKeys.at(1), QStringLiteral("https://api.example.com")}};
+        const auto moved = AppConfiguration::fromProperties({api});
+        QCOMPARE(moved.apiURL, QUrl(QStringLiteral("https://api.example.com")));
+        QVERIFY(moved.graphqlURL.isEmpty());
+        QCOMPARE(moved.webURL, QUrl(QStringLiteral("https://ghe.example.com")));
+    }
+
+    void whatIsNoHostIsRefused_data()
+    {
+        QTest::addColumn<int>("unused");
+        for (const char *host : {"https://ghe.example.com", "ghe.example.com/", "me@ghe.example.com", "a b", "a?b",
+                 "a#b", "ghe.example.com:port", ":443"})
+            QTest::newRow(host) << 0;
+    }
+
+    void whatIsNoHostIsRefused()
+    {
+        const Properties properties{{kHost, QString::fromUtf8(QTest::currentDataTag())}};
+        const QString message = messageOf([&] { std::ignore = AppConfiguration::fromProperties({properties}); });
+        QVERIFY2(message.startsWith(kHost), qPrintable(message));
     }
 
     void everyKeyIsHeeded()

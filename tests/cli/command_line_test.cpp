@@ -55,8 +55,9 @@ private Q_SLOTS:
 
     void watchTakesItsFlags()
     {
-        const auto line = parse("watch --once --json").commandLine;
-        QVERIFY(line && line->isOnce && line->isJSON);
+        const auto line = parse("watch --once --quiet --json").commandLine;
+        QVERIFY(line && line->isOnce && line->isQuiet && line->isJSON);
+        QVERIFY(!parse("watch").commandLine->isQuiet);
     }
 
     void namesAreTakenOneByOneAndRepeatedly()
@@ -81,13 +82,23 @@ private Q_SLOTS:
         QVERIFY(line && line->isAll);
     }
 
+    void withoutACommandTheTrayStarts()
+    {
+        const auto line = parse("").commandLine;
+        QVERIFY(line && line->command == CommandLine::Command::Desktop && !line->isBackground);
+        const auto quiet = parse("--background").commandLine;
+        QVERIFY(quiet && quiet->command == CommandLine::Command::Desktop && quiet->isBackground);
+        const auto demo = parse("--demo").commandLine;
+        QVERIFY(demo && demo->command == CommandLine::Command::Desktop && demo->isDemo);
+    }
+
     void wrongUsageHasAMessageAndTheCodeTwo_data()
     {
         QTest::addColumn<QString>("mentions");
         const auto row = [](const char *arguments, const char *mentions) {
             QTest::newRow(arguments) << QString::fromUtf8(mentions);
         };
-        row("", "connect");
+        row("--background watch", "--background");
         row("nonsense", "nonsense");
         row("--nonsense", "--nonsense");
         row("watch --nonsense", "--nonsense");

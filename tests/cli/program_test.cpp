@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The real program against the stand-in for GitHub, in a home and a keyring of its own.
+#include "notification-daemons/fake_notification_daemon.h"
 #include "program_run.h"
 
 #include "simulator/simulator.h"
@@ -112,6 +113,26 @@ private:
                 return entry.isOpen && entry.request.path == path;
             }) == count;
         });
+    }
+
+    /// What the simulator's control endpoint answers to a change of its world.
+    QJsonObject changeWorld(const QJsonObject &change)
+    {
+        velmora::simulator::Request request;
+        request.method = "POST";
+        request.path = "/_control/world";
+        request.body = QJsonDocument(change).toJson();
+        return QJsonDocument::fromJson(m_simulator.answer(request).body).object();
+    }
+
+    /// Gives the deployment (a new one without an id) of the repository a status, and returns its id.
+    QString deploy(const QString &repository, const QString &id, const char *state)
+    {
+        QJsonObject deployment{{QStringLiteral("repository"), repository}, {QStringLiteral("ageSeconds"), 0},
+            {QStringLiteral("state"), QString::fromUtf8(state)}};
+        if (!id.isEmpty())
+            deployment.insert(QStringLiteral("id"), id);
+        return changeWorld({{QStringLiteral("deployment"), deployment}}).value(QLatin1String("id")).toString();
     }
 
     void connectFirst() { QCOMPARE(finished("connect")->code(), 0); }
@@ -285,7 +306,7 @@ private Q_SLOTS:
         const auto run = finished("watch --nonsense");
         QCOMPARE(run->code(), 2);
         QVERIFY(run->out().isEmpty() && !run->err().isEmpty());
-        QCOMPARE(finished("")->code(), 2);
+        QCOMPARE(finished("--background watch")->code(), 2);
         QCOMPARE(finished("--help")->code(), 0);
     }
 
@@ -362,6 +383,38 @@ private Q_SLOTS:
         const QList<QByteArray> lines = run->out().trimmed().split('\n');
         for (qsizetype i = 1; i < lines.size(); ++i)
             QVERIFY(lines.at(i) != lines.at(i - 1));
+    }
+
+    void aFailureIsPostedOnTheDesktopBesideItsLine_data()
+    {
+        QTest::addColumn<QByteArray>("arguments");
+        QTest::addColumn<qsizetype>("posts");
+        QTest::newRow("ordinary") << QByteArray("watch") << qsizetype(1);
+        QTest::newRow("quiet") << QByteArray("watch --quiet") << qsizetype(0);
+    }
+
+    void aFailureIsPostedOnTheDesktopBesideItsLine()
+    {
+        QFETCH(QByteArray, arguments);
+        QFETCH(qsizetype, posts);
+        connectFirst();
+        const auto listed = array(finished("repositories --json")->out());
+        const QString name = listed.first().toObject().value(QLatin1String("name")).toString();
+        const QString id = deploy(name, QString(), "IN_PROGRESS");
+        QVERIFY(!id.isEmpty());
+        FakeNotificationDaemon daemon(QStringLiteral("daemon"));
+        daemon.appear();
+        const auto run = started(arguments.constData());
+        QVERIFY(run->prints("in progress"));
+        deploy(name, id, "FAILURE");
+        QVERIFY(run->prints("* " + name.toUtf8() + " failed"));
+        QVERIFY(waitUntil([&] { return daemon.notified.size() >= posts; }));
+        run->signal(SIGINT);
+        QVERIFY(run->ends(2000));
+        QCOMPARE(daemon.notified.size(), posts);
+        QCOMPARE(daemon.capabilityQuestions, posts);
+        if (posts > 0)
+            QCOMPARE(daemon.notified.first().at(3).toString(), name + QStringLiteral(" failed"));
     }
 
     void aPipeGetsALineForEachChange()

@@ -100,6 +100,44 @@ private Q_SLOTS:
         QCOMPARE(shown, text);
     }
 
+    void theNextChangeOfARelativeTimeIsKnown_data()
+    {
+        QTest::addColumn<qint64>("age");
+        using namespace std::chrono;
+        const auto row = [](const char *name, microseconds age) {
+            QTest::newRow(name) << qint64(age.count());
+        };
+        row("this moment", 0us);
+        row("just now", 400ms);
+        row("a second", 1s);
+        row("nearly a minute", 59s + 999ms);
+        row("a minute", 1min);
+        row("some minutes", 7min + 13s);
+        row("nearly an hour", 1h - 1us);
+        row("a day", 24h);
+        row("weeks", weeks(4));
+        row("nearly a month", months(1) - 1s);
+        row("months", months(11));
+        row("years", years(3));
+        row("in a moment", -400ms);
+        row("in a second", -1s);
+        row("in a minute", -1min);
+        row("in a minute and a little", -(1min + 1us));
+        row("in some hours", -5h);
+        row("in a year", -years(1));
+    }
+
+    void theNextChangeOfARelativeTimeIsKnown()
+    {
+        QFETCH(qint64, age);
+        const Instant instant = noon() - std::chrono::microseconds(age);
+        const Instant next = nextRelativeTimeChange(instant, noon());
+        QVERIFY(next > noon());
+        const QString text = relativeTime(instant, noon());
+        QCOMPARE(relativeTime(instant, next - 1us), text);
+        QVERIFY(relativeTime(instant, next) != text);
+    }
+
     void relativeTimesAreWhatAPersonSays_data()
     {
         QTest::addColumn<qint64>("seconds");

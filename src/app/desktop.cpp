@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: MIT
+#include "app/desktop.h"
+
+#include "app/velmora_app.h"
+#include "notifications/linux/notification_service_watcher.h"
+#include "platform/fallback_status_item.h"
+#include "platform/linux/status_notifier_item.h"
+#include "support/task_scope.h"
+#include "ui/menu_bar_view.h"
+#include "ui/tray_item.h"
+#include "ui/xembed_status_item.h"
+
+namespace velmora
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+/// How long a tray may take to come before a person who has just started the program gets the window instead.
+constexpr auto kTrayPatience = 6s;
+
+/// The item ends its connection, so it has one of its own.
+QDBusConnection itemConnection()
+{
+    return QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("velmora tray item"));
+}
+
+QString missingTrayText()
+{
+    return QStringLiteral("This desktop shows no tray. Starting Velmora again opens this window.");
+}
+
+std::unique_ptr<StatusItem> makeStatusItem()
+{
+    StatusNotifierItem::Options options;
+    options.id = QStringLiteral("com.tarvik.Velmora");
+    options.clickPlace = StatusNotifierItem::clickPlaceOfSession();
+    return std::make_unique<FallbackStatusItem>(
+        std::make_unique<StatusNotifierItem>(itemConnection(), options), &XEmbedStatusItem::makeWherePossible);
+}
+
+} // namespace
+
+Desktop::Desktop(VelmoraApp *app, const Options &options)
+    : m_app(app)
+    , m_options(options)
+    , m_item(makeStatusItem())
+{
+    makeWindow();
+    makeTray();
+    m_notificationService = std::make_unique<NotificationServiceWatcher>(QDBusConnection::sessionBus());
+    connect(m_notificationService.get(), &NotificationServiceWatcher::appeared, this,
+        [this] { launch(m_app->settings().retryPreparation(), "preparing notifications again"); });
+}
+
+Desktop::~Desktop() = default;
+
+void Desktop::makeWindow()
+{
+    MenuBarView::Services services;
+    services.authentication = &m_app->authentication();
+    services.installations = &m_app->installations();
+    services.monitor = &m_app->monitor();
+    services.clock = m_app->environment().clock;
+    services.urlOpener = m_app->environment().urlOpener;
+    services.pasteboard = m_app->environment().pasteboard;
+    services.applicationName = m_app->environment().applicationName;
+    m_view = new MenuBarView(services);
+    m_window = std::make_unique<MenuBarWindow>(m_view);
+    m_window->setWindowTitle(m_app->environment().applicationName);
+    connect(m_view, &MenuBarView::settingsRequested, this, [this] { openSettings(); });
+    connect(m_view, &MenuBarView::quitRequested, this, &Desktop::quitRequested);
+}
+
+void Desktop::makeTray()
+{
+    m_tray = std::make_unique<TrayItem>(&m_app->monitor(), m_item.get(), m_app->environment().applicationName);
+    connect(m_tray.get(), &TrayItem::toggleRequested, m_window.get(), &MenuBarWindow::toggle);
+    connect(m_tray.get(), &TrayItem::openRequested, this, &Desktop::open);
+    connect(m_tray.get(), &TrayItem::refreshRequested, this, &Desktop::refresh);
+    connect(m_tray.get(), &TrayItem::settingsRequested, this, &Desktop::openSettings);
+    connect(m_tray.get(), &TrayItem::quitRequested, this, &Desktop::quitRequested);
+    connect(m_item.get(), &StatusItem::availabilityChanged, this, &Desktop::noteAvailability);
+    m_trayPatience.setSingleShot(true);
+    connect(&m_trayPatience, &QTimer::timeout, this, &Desktop::noteAvailability);
+}
+
+void Desktop::start()
+{
+    m_app->monitor().start(&m_app->authentication(), &m_app->installations());
+    launch(m_app->settings().prepareNotifications(), "preparing notifications");
+    launch(m_app->settings().repairLaunchAtLogin(), "repairing the start at login");
+    if (m_options.opensAtStart)
+        open();
+    if (!m_options.isBackground)
+        m_trayPatience.start(kTrayPatience);
+}
+
+/// Where there is no tray, somebody who has started the program by hand would see nothing of it.
+void Desktop::noteAvailability()
+{
+    const bool isMissing = !m_item->isAvailable() && !m_trayPatience.isActive();
+    m_view->setNotice(isMissing ? missingTrayText() : QString());
+    if (isMissing && !m_options.isBackground && !std::exchange(m_hasOpened, true))
+        open();
+}
+
+void Desktop::open(const QString &activationToken)
+{
+    m_hasOpened = true;
+    m_window->open(std::nullopt, activationToken);
+}
+
+void Desktop::refresh()
+{
+    m_view->refresh();
+}
+
+void Desktop::openSettings(const QString &activationToken)
+{
+    Q_UNUSED(activationToken)
+}
+
+} // namespace velmora

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "ui/menu_bar_window.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <memory>
+
+namespace velmora
+{
+
+class MenuBarView;
+class NotificationServiceWatcher;
+class StatusItem;
+class TrayItem;
+class VelmoraApp;
+
+/// The tray item and the windows behind it, over the stores of the application.
+class Desktop final : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Options {
+        bool isBackground = false; ///< started at login: no window opens by itself
+        bool opensAtStart = false;
+    };
+
+    /// The application outlives the desktop.
+    Desktop(VelmoraApp *app, const Options &options);
+    ~Desktop() override;
+
+    /// Shows the item and starts the monitor, which shows what was saved before it asks anybody. Call it once.
+    void start();
+
+public Q_SLOTS:
+    /// Opens the window, or brings it to the front. The token is the desktop's leave to take the focus.
+    void open(const QString &activationToken = {});
+    void refresh();
+    void openSettings(const QString &activationToken = {});
+
+Q_SIGNALS:
+    /// The person wants the program to end.
+    void quitRequested();
+
+private:
+    void makeWindow();
+    void makeTray();
+    void noteAvailability();
+
+    VelmoraApp *m_app;
+    Options m_options;
+    std::unique_ptr<StatusItem> m_item;
+    std::unique_ptr<TrayItem> m_tray;
+    std::unique_ptr<MenuBarWindow> m_window;
+    MenuBarView *m_view = nullptr; ///< the window's
+    std::unique_ptr<NotificationServiceWatcher> m_notificationService;
+    QTimer m_trayPatience; ///< runs while the tray may still come
+    bool m_hasOpened = false;
+};
+
+} // namespace velmora

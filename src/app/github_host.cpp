@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#include "app/github_host.h"
+
+namespace velmora
+{
+
+namespace
+{
+
+GitHubEndpoints endpoints(const QString &api, const QString &graphql, const QString &web)
+{
+    const QString scheme = QStringLiteral("https://");
+    return GitHubEndpoints{
+        QUrl(scheme + api), QUrl(scheme + graphql), QUrl(scheme + web + QStringLiteral("/login")), QUrl(scheme + web)};
+}
+
+/// The host and its port as addresses write them; empty when the text is anything more or less.
+QString authority(const QString &text)
+{
+    const QUrl url(QStringLiteral("https://") + text, QUrl::StrictMode);
+    const bool isHost = url.isValid() && !url.host().isEmpty() && url.path().isEmpty() && url.userInfo().isEmpty()
+        && !url.hasQuery() && !url.hasFragment();
+    return isHost ? url.authority(QUrl::FullyEncoded) : QString();
+}
+
+} // namespace
+
+std::optional<GitHubEndpoints> endpointsOfHost(const QString &host)
+{
+    const QString name = authority(host);
+    if (name.isEmpty())
+        return std::nullopt;
+    // Both keep their API on a host of its own; an Enterprise Server has one host for everything.
+    if (name == QLatin1String("github.com") || name.endsWith(QLatin1String(".ghe.com"))) {
+        const QString api = QStringLiteral("api.") + name;
+        return endpoints(api, api + QStringLiteral("/graphql"), name);
+    }
+    return endpoints(name + QStringLiteral("/api/v3"), name + QStringLiteral("/api/graphql"), name);
+}
+
+} // namespace velmora

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+
+namespace velmora
+{
+
+/// Where a GitHub is spoken with. Without slashes at the ends.
+struct GitHubEndpoints {
+    QUrl api; ///< of the REST endpoints
+    QUrl graphql;
+    QUrl login; ///< of the OAuth endpoints
+    QUrl web; ///< of the pages
+
+    friend bool operator==(const GitHubEndpoints &, const GitHubEndpoints &) = default;
+};
+
+/// The endpoints of github.com, of a tenant with data residency (NAME.ghe.com), or of an Enterprise Server at any
+/// other host, with or without a port. Nothing when the text is no host.
+[[nodiscard]] std::optional<GitHubEndpoints> endpointsOfHost(const QString &host);
+
+} // namespace velmora

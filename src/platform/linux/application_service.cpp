@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/application_service.h"
+
+#include "support/one_shot.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+
+namespace velmora
+{
+
+namespace
+{
+
+constexpr int kCallTimeout = 2'000; // milliseconds
+constexpr uint kDoNotQueue = 4; // a flag of the bus
+constexpr uint kPrimaryOwner = 1; // answers of the bus
+constexpr uint kAlreadyOwner = 4;
+
+QString tokenIn(const QVariantMap &platformData)
+{
+    const QString token = platformData.value(QStringLiteral("activation-token")).toString();
+    return token.isEmpty() ? platformData.value(QStringLiteral("desktop-startup-id")).toString() : token;
+}
+
+QCoro::Task<QDBusMessage> call(QDBusConnection bus, QDBusMessage message)
+{
+    const OneShot<QDBusMessage> answered;
+    // The waiter goes on while the signal is still being sent, so that only later is there time to go.
+    auto *const watcher = new QDBusPendingCallWatcher(bus.asyncCall(message, kCallTimeout));
+    const auto note = [answered](QDBusPendingCallWatcher *finished) {
+        finished->deleteLater();
+        answered.resolve(finished->reply());
+    };
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, note);
+    const QDBusMessage answer = co_await answered;
+    co_return answer;
+}
+
+} // namespace
+
+/// What other programs call.
+class ApplicationAdaptor final : public QDBusAbstractAdaptor
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    explicit ApplicationAdaptor(ApplicationService *service)
+        : QDBusAbstractAdaptor(service)
+        , m_service(service)
+    {
+    }
+
+public Q_SLOTS: // NOLINT(readability-redundant-access-specifiers)
+    void Activate(const QVariantMap &platformData) { Q_EMIT m_service->activated(tokenIn(platformData)); }
+    // There is nothing of Velmora's that could be opened by its address.
+    void Open(const QStringList &, const QVariantMap &platformData)
+    {
+        Q_EMIT m_service->activated(tokenIn(platformData));
+    }
+    void ActivateAction(const QString &action, const QVariantList &, const QVariantMap &platformData)
+    {
+        Q_EMIT m_service->actionActivated(action, tokenIn(platformData));
+    }
+
+private:
+    ApplicationService *m_service;
+};
+
+ApplicationService::ApplicationService(const QDBusConnection &bus, const QString &name, QObject *parent)
+    : QObject(parent)
+    , m_bus(bus)
+    , m_name(name)
+    , m_path(QLatin1Char('/') + QString(name).replace(QLatin1Char('.'), QLatin1Char('/')))
+{
+    new ApplicationAdaptor(this);
+}
+
+ApplicationService::~ApplicationService()
+{
+    m_bus.unregisterObject(m_path);
+}
+
+QCoro::Task<ApplicationService::Claim> ApplicationService::claim()
+{
+    if (!m_bus.isConnected())
+        co_return Claim::NoBus;
+    // Whoever finds the name finds the object.
+    if (m_bus.objectRegisteredAt(m_path) != this)
+        m_bus.registerObject(m_path, this, QDBusConnection::ExportAdaptors);
+    const QString bus = QStringLiteral("org.freedesktop.DBus");
+    QDBusMessage request = QDBusMessage::createMethodCall(
+        bus, QStringLiteral("/org/freedesktop/DBus"), bus, QStringLiteral("RequestName"));
+    request << m_name << kDoNotQueue;
+    const QDBusMessage answer = co_await call(m_bus, request);
+    if (answer.type() != QDBusMessage::ReplyMessage)
+        co_return Claim::NoBus;
+    const uint result = answer.arguments().value(0).toUInt();
+    co_return result == kPrimaryOwner || result == kAlreadyOwner ? Claim::Ours : Claim::Taken;
+}
+
+QCoro::Task<bool> ApplicationService::activateRunning(QString activationToken)
+{
+    if (!m_bus.isConnected())
+        co_return false;
+    QDBusMessage request = QDBusMessage::createMethodCall(
+        m_name, m_path, QStringLiteral("org.freedesktop.Application"), QStringLiteral("Activate"));
+    request.setAutoStartService(false);
+    QVariantMap platformData;
+    if (!activationToken.isEmpty()) {
+        platformData.insert(QStringLiteral("activation-token"), activationToken);
+        platformData.insert(QStringLiteral("desktop-startup-id"), activationToken);
+    }
+    request << platformData;
+    const QDBusMessage answer = co_await call(m_bus, request);
+    co_return answer.type() == QDBusMessage::ReplyMessage;
+}
+
+} // namespace velmora
+
+#include "application_service.moc"

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "accounts/authentication_store.h"
+
+#include <QWidget>
+
+class QBoxLayout;
+class QLabel;
+class QPushButton;
+
+namespace velmora
+{
+
+class Pasteboard;
+class TextLabel;
+class URLOpener;
+
+/// The code that a person types on GitHub, with buttons that copy it, open the page for it, and give up.
+///
+/// Shows the pending authorization of the store and follows it; without one it keeps what it showed last, so whoever
+/// uses it hides it then.
+class DeviceCodePanel final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    enum class Arrangement {
+        Column, ///< one below the other, in the middle
+        Row, ///< the text beside the spinner, the buttons at the end
+    };
+    /// The pointers are not owned and outlive the panel.
+    struct Services {
+        AuthenticationStore *authentication = nullptr;
+        Pasteboard *pasteboard = nullptr;
+        URLOpener *urlOpener = nullptr;
+    };
+
+    DeviceCodePanel(const Services &services, Arrangement arrangement, QWidget *parent = nullptr);
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    [[nodiscard]] QBoxLayout *makeButtons();
+    void arrangeInColumn();
+    void arrangeInRow();
+    void showAuthorization();
+    void updateCodeFont();
+
+    Services m_services;
+    Arrangement m_arrangement;
+    TextLabel *m_title;
+    QLabel *m_code;
+    TextLabel *m_help;
+    QPushButton *m_copy;
+    QPushButton *m_open;
+    QPushButton *m_cancel;
+};
+
+} // namespace velmora

@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: MIT
+#include "ui/menu_bar_window.h"
+
+#include "ui/tones.h"
+#include "ui/window_placement.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QScreen>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace velmora
+{
+
+namespace
+{
+
+constexpr auto kTokenVariable = "XDG_ACTIVATION_TOKEN";
+
+Qt::WindowFlags flagsFor(MenuBarWindow::Placement placement)
+{
+    if (placement == MenuBarWindow::Placement::AtItem)
+        return Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
+    return Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint;
+}
+
+DismissalRule::Focus focusFor(MenuBarWindow::Placement placement)
+{
+    // Beside the panel, the way from the item to the window crosses no other one.
+    return placement == MenuBarWindow::Placement::AtItem ? DismissalRule::Focus::FollowsClicks
+                                                         : DismissalRule::Focus::MayFollowPointer;
+}
+
+QList<ScreenArea> screenAreas()
+{
+    QList<ScreenArea> areas;
+    for (const QScreen *const screen : QGuiApplication::screens())
+        areas.append({screen->geometry(), screen->availableGeometry()});
+    return areas;
+}
+
+/// Where the item is, in points. A host counts in pixels or in points, each as its toolkit does: where the two differ,
+/// it is where the pointer is. A place on no screen is none.
+std::optional<QPoint> usableAnchor(std::optional<QPoint> anchor)
+{
+    const auto isScaled = [](const QScreen *screen) {
+        return screen->devicePixelRatio() != 1.0;
+    };
+    if (anchor && std::ranges::any_of(QGuiApplication::screens(), isScaled))
+        return QCursor::pos();
+    return anchor && QGuiApplication::screenAt(*anchor) ? anchor : std::nullopt;
+}
+
+} // namespace
+
+MenuBarWindow::MenuBarWindow(QWidget *content, Placement placement, Now now)
+    : QWidget(nullptr, flagsFor(placement))
+    , m_placement(placement)
+    , m_now(std::move(now))
+    , m_dismissal(focusFor(placement))
+{
+    auto *const layout = new QVBoxLayout(this);
+    const int border = placement == Placement::AtItem ? 1 : 0;
+    layout->setContentsMargins(border, border, border, border);
+    layout->setSizeConstraint(QLayout::SetNoConstraint);
+    layout->addWidget(content);
+}
+
+MenuBarWindow::Placement MenuBarWindow::placementOfPlatform()
+{
+    return QGuiApplication::platformName() == QLatin1String("xcb") ? Placement::AtItem : Placement::ByCompositor;
+}
+
+void MenuBarWindow::toggle(std::optional<QPoint> anchor, const QString &activationToken)
+{
+    if (isVisible())
+        close();
+    else if (!m_dismissal.isEndOfClosingClick(m_now()))
+        open(anchor, activationToken);
+}
+
+void MenuBarWindow::open(std::optional<QPoint> anchor, const QString &activationToken)
+{
+    if (!isVisible()) {
+        m_anchor = usableAnchor(anchor);
+        m_pointer = QCursor::pos();
+        m_dismissal.opened(m_now(), m_anchor);
+        fit();
+        show();
+    }
+    takeFocus(activationToken);
+}
+
+void MenuBarWindow::takeFocus(const QString &activationToken)
+{
+    // Qt's plugin for Wayland takes the token from there. Nothing that is started later may find it.
+    if (!activationToken.isEmpty())
+        qputenv(kTokenVariable, activationToken.toUtf8());
+    raise();
+    activateWindow();
+    if (!activationToken.isEmpty())
+        qunsetenv(kTokenVariable);
+}
+
+QSize MenuBarWindow::wantedSize() const
+{
+    const QSize hint = layout()->totalSizeHint();
+    if (!layout()->hasHeightForWidth())
+        return hint;
+    return {hint.width(), layout()->totalHeightForWidth(hint.width())};
+}
+
+void MenuBarWindow::fit()
+{
+    const QRect place
+        = placedWindow({wantedSize(), m_anchor, m_pointer, screenAreas(), QGuiApplication::layoutDirection()});
+    setFixedSize(place.size());
+    if (m_placement == Placement::AtItem)
+        move(place.topLeft());
+}
+
+bool MenuBarWindow::event(QEvent *event)
+{
+    const bool isHandled = QWidget::event(event);
+    if (event->type() == QEvent::LayoutRequest && isVisible())
+        fit();
+    else if (event->type() == QEvent::WindowDeactivate && isVisible())
+        focusLost();
+    return isHandled;
+}
+
+void MenuBarWindow::focusLost()
+{
+    // A menu or a question of this window's own is not elsewhere.
+    const QWidget *const now = QApplication::activeWindow();
+    if (QApplication::activePopupWidget() != nullptr || (now != nullptr && isAncestorOf(now)))
+        return;
+    if (m_dismissal.closesOnFocusLoss(m_now(), QCursor::pos()))
+        close();
+}
+
+void MenuBarWindow::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier)
+        close();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void MenuBarWindow::enterEvent(QEnterEvent *event)
+{
+    m_dismissal.pointerEntered();
+    QWidget::enterEvent(event);
+}
+
+void MenuBarWindow::paintEvent(QPaintEvent *event)
+{
+    QWidget::paintEvent(event);
+    if (m_placement != Placement::AtItem)
+        return;
+    QPainter painter(this);
+    painter.setPen(separatorColour(palette()));
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
+}
+
+} // namespace velmora

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "ui/tones.h"
+
+#include <QFont>
+#include <QLabel>
+
+namespace velmora
+{
+
+/// The sizes of text; each follows the font that it is derived from.
+enum class TextSize {
+    Caption,
+    Body,
+    Title,
+};
+
+/// `font` in the size and weight.
+[[nodiscard]] QFont styledFont(const QFont &font, TextSize size, QFont::Weight weight = QFont::Normal);
+
+/// Plain text in a size, a weight and a tone, all of which follow the font and the palette of the moment. Text is shown
+/// literally, whatever it looks like.
+class TextLabel : public QLabel
+{
+    Q_OBJECT
+
+public:
+    enum class Overflow {
+        Elide, ///< one line, cut at its end; the tooltip shows the whole where something was cut
+        Wrap,
+    };
+
+    explicit TextLabel(TextSize size, Overflow overflow = Overflow::Elide, QWidget *parent = nullptr);
+
+    void setTone(Tone tone);
+    void setWeight(QFont::Weight weight);
+    /// Shows `text`, and `explanation` in the tooltip instead of the text; assistive technology reads both.
+    void setTextAndExplanation(const QString &text, const QString &explanation);
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
+    [[nodiscard]] int heightForWidth(int width) const override;
+
+protected:
+    bool event(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    [[nodiscard]] QFont shownFont() const { return styledFont(font(), m_size, m_weight); }
+    [[nodiscard]] int textFlags() const;
+    [[nodiscard]] QString wholeText() const;
+
+    TextSize m_size;
+    Overflow m_overflow;
+    QFont::Weight m_weight = QFont::Normal;
+    Tone m_tone = Tone::Primary;
+    QString m_explanation;
+};
+
+} // namespace velmora
