@@ -48,7 +48,6 @@ Desktop::Desktop(VelmoraApp *app, const Options &options)
     , m_options(options)
     , m_item(makeStatusItem())
 {
-    makeWindow();
     makeTray();
     m_notificationService = std::make_unique<NotificationServiceWatcher>(QDBusConnection::sessionBus());
     connect(m_notificationService.get(), &NotificationServiceWatcher::appeared, this,
@@ -57,8 +56,11 @@ Desktop::Desktop(VelmoraApp *app, const Options &options)
 
 Desktop::~Desktop() = default;
 
-void Desktop::makeWindow()
+/// The window costs memory that nobody needs before it is opened for the first time.
+MenuBarWindow &Desktop::window()
 {
+    if (m_window)
+        return *m_window;
     MenuBarView::Services services;
     services.authentication = &m_app->authentication();
     services.installations = &m_app->installations();
@@ -72,12 +74,15 @@ void Desktop::makeWindow()
     m_window->setWindowTitle(m_app->environment().applicationName);
     connect(m_view, &MenuBarView::settingsRequested, this, [this] { openSettings(); });
     connect(m_view, &MenuBarView::quitRequested, this, &Desktop::quitRequested);
+    m_view->setNotice(m_notice);
+    return *m_window;
 }
 
 void Desktop::makeTray()
 {
     m_tray = std::make_unique<TrayItem>(&m_app->monitor(), m_item.get(), m_app->environment().applicationName);
-    connect(m_tray.get(), &TrayItem::toggleRequested, m_window.get(), &MenuBarWindow::toggle);
+    connect(m_tray.get(), &TrayItem::toggleRequested, this,
+        [this](std::optional<QPoint> place, const QString &token) { window().toggle(place, token); });
     connect(m_tray.get(), &TrayItem::openRequested, this, &Desktop::open);
     connect(m_tray.get(), &TrayItem::refreshRequested, this, &Desktop::refresh);
     connect(m_tray.get(), &TrayItem::settingsRequested, this, &Desktop::openSettings);
@@ -102,7 +107,9 @@ void Desktop::start()
 void Desktop::noteAvailability()
 {
     const bool isMissing = !m_item->isAvailable() && !m_trayPatience.isActive();
-    m_view->setNotice(isMissing ? missingTrayText() : QString());
+    m_notice = isMissing ? missingTrayText() : QString();
+    if (m_view)
+        m_view->setNotice(m_notice);
     if (isMissing && !m_options.isBackground && !std::exchange(m_hasOpened, true))
         open();
 }
@@ -110,11 +117,12 @@ void Desktop::noteAvailability()
 void Desktop::open(const QString &activationToken)
 {
     m_hasOpened = true;
-    m_window->open(std::nullopt, activationToken);
+    window().open(std::nullopt, activationToken);
 }
 
 void Desktop::refresh()
 {
+    std::ignore = window();
     m_view->refresh();
 }
 
