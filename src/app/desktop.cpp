@@ -18,8 +18,12 @@ namespace
 
 using namespace std::chrono_literals;
 
-/// How long a tray may take to come before a person who has just started the program gets the window instead.
-constexpr auto kTrayPatience = 6s;
+/// How long a tray may take to come. At login all programs start at once; a person who has started this one by hand
+/// looks for it, and gets the window instead.
+constexpr auto kPatienceAtLogin = 10s;
+constexpr auto kPatience = 2s;
+/// Another kind of item may need a moment more to show up.
+constexpr auto kWindowDelay = 1s;
 
 /// The item ends its connection, so it has one of its own.
 QDBusConnection itemConnection()
@@ -32,13 +36,13 @@ QString missingTrayText()
     return QStringLiteral("This desktop shows no tray. Starting Velmora again opens this window.");
 }
 
-std::unique_ptr<StatusItem> makeStatusItem()
+std::unique_ptr<StatusItem> makeStatusItem(bool isBackground)
 {
     StatusNotifierItem::Options options;
     options.id = QStringLiteral("com.tarvik.Velmora");
     options.clickPlace = StatusNotifierItem::clickPlaceOfSession();
-    return std::make_unique<FallbackStatusItem>(
-        std::make_unique<StatusNotifierItem>(itemConnection(), options), &XEmbedStatusItem::makeWherePossible);
+    return std::make_unique<FallbackStatusItem>(std::make_unique<StatusNotifierItem>(itemConnection(), options),
+        &XEmbedStatusItem::makeWherePossible, isBackground ? kPatienceAtLogin : kPatience);
 }
 
 } // namespace
@@ -46,7 +50,7 @@ std::unique_ptr<StatusItem> makeStatusItem()
 Desktop::Desktop(VelmoraApp *app, const Options &options)
     : m_app(app)
     , m_options(options)
-    , m_item(makeStatusItem())
+    , m_item(makeStatusItem(options.isBackground))
 {
     makeTray();
     m_notificationService = std::make_unique<NotificationServiceWatcher>(QDBusConnection::sessionBus());
@@ -100,7 +104,7 @@ void Desktop::start()
     if (m_options.opensAtStart)
         open();
     if (!m_options.isBackground)
-        m_trayPatience.start(kTrayPatience);
+        m_trayPatience.start(kPatience + kWindowDelay);
 }
 
 /// Where there is no tray, somebody who has started the program by hand would see nothing of it.
