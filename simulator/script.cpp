@@ -42,9 +42,9 @@ Step outcome(Random &random)
         u"Deployment timed out"_s};
     const Milliseconds after = random.between(6'000, 70'000);
     const qint64 choice = random.between(1, 100);
-    if (choice <= 80)
+    if (choice <= 91)
         return {after, u"SUCCESS"_s, random.chance(30) ? std::nullopt : std::optional(u"Deployed"_s)};
-    if (choice <= 96)
+    if (choice <= 98)
         return {after, u"FAILURE"_s, random.pick(causes)};
     return {after, u"ERROR"_s, u"The runner lost its connection"_s};
 }

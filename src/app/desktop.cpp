@@ -18,8 +18,12 @@ namespace
 
 using namespace std::chrono_literals;
 
-/// How long a tray may take to come before a person who has just started the program gets the window instead.
-constexpr auto kTrayPatience = 6s;
+/// How long a tray may take to come. At login all programs start at once; a person who has started this one by hand
+/// looks for it, and gets the window instead.
+constexpr auto kPatienceAtLogin = 10s;
+constexpr auto kPatience = 2s;
+/// Another kind of item may need a moment more to show up.
+constexpr auto kWindowDelay = 1s;
 
 /// The item ends its connection, so it has one of its own.
 QDBusConnection itemConnection()
@@ -32,13 +36,13 @@ QString missingTrayText()
     return QStringLiteral("This desktop shows no tray. Starting Velmora again opens this window.");
 }
 
-std::unique_ptr<StatusItem> makeStatusItem()
+std::unique_ptr<StatusItem> makeStatusItem(bool isBackground)
 {
     StatusNotifierItem::Options options;
     options.id = QStringLiteral("com.tarvik.Velmora");
     options.clickPlace = StatusNotifierItem::clickPlaceOfSession();
-    return std::make_unique<FallbackStatusItem>(
-        std::make_unique<StatusNotifierItem>(itemConnection(), options), &XEmbedStatusItem::makeWherePossible);
+    return std::make_unique<FallbackStatusItem>(std::make_unique<StatusNotifierItem>(itemConnection(), options),
+        &XEmbedStatusItem::makeWherePossible, isBackground ? kPatienceAtLogin : kPatience);
 }
 
 } // namespace
@@ -46,9 +50,8 @@ std::unique_ptr<StatusItem> makeStatusItem()
 Desktop::Desktop(VelmoraApp *app, const Options &options)
     : m_app(app)
     , m_options(options)
-    , m_item(makeStatusItem())
+    , m_item(makeStatusItem(options.isBackground))
 {
-    makeWindow();
     makeTray();
     m_notificationService = std::make_unique<NotificationServiceWatcher>(QDBusConnection::sessionBus());
     connect(m_notificationService.get(), &NotificationServiceWatcher::appeared, this,
@@ -57,8 +60,11 @@ Desktop::Desktop(VelmoraApp *app, const Options &options)
 
 Desktop::~Desktop() = default;
 
-void Desktop::makeWindow()
+/// The window costs memory that nobody needs before it is opened for the first time.
+MenuBarWindow &Desktop::window()
 {
+    if (m_window)
+        return *m_window;
     MenuBarView::Services services;
     services.authentication = &m_app->authentication();
     services.installations = &m_app->installations();
@@ -72,12 +78,15 @@ void Desktop::makeWindow()
     m_window->setWindowTitle(m_app->environment().applicationName);
     connect(m_view, &MenuBarView::settingsRequested, this, [this] { openSettings(); });
     connect(m_view, &MenuBarView::quitRequested, this, &Desktop::quitRequested);
+    m_view->setNotice(m_notice);
+    return *m_window;
 }
 
 void Desktop::makeTray()
 {
     m_tray = std::make_unique<TrayItem>(&m_app->monitor(), m_item.get(), m_app->environment().applicationName);
-    connect(m_tray.get(), &TrayItem::toggleRequested, m_window.get(), &MenuBarWindow::toggle);
+    connect(m_tray.get(), &TrayItem::toggleRequested, this,
+        [this](std::optional<QPoint> place, const QString &token) { window().toggle(place, token); });
     connect(m_tray.get(), &TrayItem::openRequested, this, &Desktop::open);
     connect(m_tray.get(), &TrayItem::refreshRequested, this, &Desktop::refresh);
     connect(m_tray.get(), &TrayItem::settingsRequested, this, &Desktop::openSettings);
@@ -95,14 +104,16 @@ void Desktop::start()
     if (m_options.opensAtStart)
         open();
     if (!m_options.isBackground)
-        m_trayPatience.start(kTrayPatience);
+        m_trayPatience.start(kPatience + kWindowDelay);
 }
 
 /// Where there is no tray, somebody who has started the program by hand would see nothing of it.
 void Desktop::noteAvailability()
 {
     const bool isMissing = !m_item->isAvailable() && !m_trayPatience.isActive();
-    m_view->setNotice(isMissing ? missingTrayText() : QString());
+    m_notice = isMissing ? missingTrayText() : QString();
+    if (m_view)
+        m_view->setNotice(m_notice);
     if (isMissing && !m_options.isBackground && !std::exchange(m_hasOpened, true))
         open();
 }
@@ -110,11 +121,12 @@ void Desktop::noteAvailability()
 void Desktop::open(const QString &activationToken)
 {
     m_hasOpened = true;
-    m_window->open(std::nullopt, activationToken);
+    window().open(std::nullopt, activationToken);
 }
 
 void Desktop::refresh()
 {
+    std::ignore = window();
     m_view->refresh();
 }
 

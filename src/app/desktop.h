@@ -46,7 +46,7 @@ Q_SIGNALS:
     void quitRequested();
 
 private:
-    void makeWindow();
+    [[nodiscard]] MenuBarWindow &window();
     void makeTray();
     void noteAvailability();
 
@@ -54,8 +54,9 @@ private:
     Options m_options;
     std::unique_ptr<StatusItem> m_item;
     std::unique_ptr<TrayItem> m_tray;
-    std::unique_ptr<MenuBarWindow> m_window;
+    std::unique_ptr<MenuBarWindow> m_window; ///< none before it is needed
     MenuBarView *m_view = nullptr; ///< the window's
+    QString m_notice; ///< what the window says about itself
     std::unique_ptr<NotificationServiceWatcher> m_notificationService;
     QTimer m_trayPatience; ///< runs while the tray may still come
     bool m_hasOpened = false;

@@ -36,7 +36,6 @@ QToolButton *iconButton(const QString &label, QStringView symbol, QWidget *paren
 MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     : QWidget(parent)
     , m_status(new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this))
-    , m_explanation(new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this))
     , m_notice(new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap, this))
     , m_settings(iconButton(tr("Settings"), u"gearshape", this))
     , m_refresh(iconButton(tr("Refresh"), u"arrow.clockwise", this))
@@ -45,8 +44,11 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     name->setText(title);
     name->setWeight(QFont::DemiBold);
     m_status->setTone(Tone::Secondary);
-    m_explanation->setTone(Tone::Orange);
-    m_explanation->hide();
+    for (TextLabel *&line : m_explanation) {
+        line = new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this);
+        line->setTone(Tone::Orange);
+        line->hide();
+    }
     m_notice->setTone(Tone::Secondary);
     m_notice->hide();
     m_settings->setToolTip(tr("Open Settings"));
@@ -56,8 +58,10 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
 
     auto *texts = new QVBoxLayout;
     texts->setSpacing(1);
-    for (auto *label : {name, m_status, m_explanation})
-        texts->addWidget(label);
+    texts->addWidget(name);
+    texts->addWidget(m_status);
+    for (auto *line : m_explanation)
+        texts->addWidget(line);
     auto *row = new QHBoxLayout;
     row->setSpacing(2);
     row->addLayout(texts, 1);
@@ -73,8 +77,12 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
 void MenuBarHeader::setStatus(const QString &status, const QString &explanation)
 {
     m_status->setTextAndExplanation(status, explanation);
-    m_explanation->setTextAndExplanation(shownOnOneLine(explanation), explanation);
-    m_explanation->setVisible(!explanation.isEmpty());
+    const QStringList lines = explanation.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    for (std::size_t i = 0; i < m_explanation.size(); ++i) {
+        const QString line = lines.value(static_cast<qsizetype>(i));
+        m_explanation.at(i)->setTextAndExplanation(shownOnOneLine(line), explanation);
+        m_explanation.at(i)->setVisible(!line.isEmpty());
+    }
 }
 
 void MenuBarHeader::setNotice(const QString &notice)

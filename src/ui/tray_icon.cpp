@@ -18,6 +18,7 @@ namespace
 {
 
 constexpr std::array kSizes{16, 22, 24, 32, 48, 64};
+constexpr int kLargestPaleSize = 24;
 /// More than the values between which an afternoon goes to and fro.
 constexpr int kKeptValues = 16;
 constexpr qsizetype kHighestCount = 99;
@@ -144,7 +145,12 @@ QImage iconImage(const DeploymentMonitorPresentation &presentation, int side)
     const QString symbol = presentation.symbol();
     QImage image = groundFor(symbol, side);
     QPainter painter(&image);
-    painter.drawImage(0, 0, symbolImage(symbol, side, colourOf(presentation)));
+    const QImage drawing = symbolImage(symbol, side, colourOf(presentation));
+    painter.drawImage(0, 0, drawing);
+    // Lines that are not much wider than a pixel are mostly edge, and pale. Once more makes them firm. In a filled
+    // symbol the lines are gaps, which would close.
+    if (side <= kLargestPaleSize && !symbol.endsWith(QLatin1String(".fill")))
+        painter.drawImage(0, 0, drawing);
     if (const QString count = TrayIcon::countText(presentation); !count.isEmpty())
         paintBadge(&painter, count, side);
     return image;

@@ -52,10 +52,10 @@ QString countsInWords(const DeploymentMonitorPresentation &presentation)
 
 } // namespace
 
-QString trayStatusLine(const DeploymentMonitor &monitor)
+QString trayStatusLine(const DeploymentMonitorState &state, const QList<DeploymentSnapshot> &deployments)
 {
-    const QString counts = countsInWords(monitor.presentation());
-    return counts.isEmpty() ? statusText(monitor.state(), monitor.deployments()) : counts;
+    const QString counts = countsInWords(presentation(state, deployments));
+    return counts.isEmpty() ? statusText(state, deployments) : counts;
 }
 
 TrayItem::TrayItem(const DeploymentMonitor *monitor, StatusItem *item, QString applicationName, QObject *parent)
@@ -76,7 +76,8 @@ TrayItem::Shown TrayItem::wanted() const
 {
     const auto presentation = m_monitor->presentation();
     const bool isCounting = !TrayIcon::countText(presentation).isEmpty();
-    return {isCounting ? presentation.title() : m_applicationName, trayStatusLine(*m_monitor), presentation};
+    return {isCounting ? presentation.title() : m_applicationName,
+        trayStatusLine(m_monitor->state(), m_monitor->deployments()), presentation};
 }
 
 void TrayItem::update()

@@ -15,7 +15,7 @@ class DeploymentMonitor;
 class StatusItem;
 
 /// What the presentation says in words, under the title: "2 in progress, 1 failed", or how the monitor stands.
-[[nodiscard]] QString trayStatusLine(const DeploymentMonitor &monitor);
+[[nodiscard]] QString trayStatusLine(const DeploymentMonitorState &state, const QList<DeploymentSnapshot> &deployments);
 
 /// Shows the monitor's presentation in the tray, and turns clicks into what the person wants.
 class TrayItem final : public QObject

@@ -37,7 +37,7 @@ void XEmbedStatusItem::setToolTip(const QString &title, const QString &text)
 {
     const QString whole = text.isEmpty() ? title : title + QLatin1Char('\n') + text;
     // The tool tip guesses whether it is given markup.
-    m_icon.setToolTip(Qt::mightBeRichText(whole) ? Qt::convertFromPlainText(whole) : whole);
+    m_icon.setToolTip(Qt::mightBeRichText(whole) ? Qt::convertFromPlainText(whole, Qt::WhiteSpaceNormal) : whole);
 }
 
 void XEmbedStatusItem::setIcon(const QList<QImage> &images)

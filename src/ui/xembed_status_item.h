@@ -37,7 +37,7 @@ private:
     void clicked(QSystemTrayIcon::ActivationReason reason);
 
     QMenu m_menu; ///< outlives the icon, which uses it
-    QSystemTrayIcon m_icon;
+    QSystemTrayIcon m_icon{this};
 };
 
 } // namespace velmora

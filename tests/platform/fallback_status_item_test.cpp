@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: MIT
+#include "platform/fallback_status_item.h"
+
+#include "support/await.h"
+#include "support/fake_status_item.h"
+
+#include <QPointer>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+
+namespace
+{
+
+constexpr auto kAtOnce = std::chrono::milliseconds(0);
+constexpr auto kNever = std::chrono::hours(1);
+
+} // namespace
+
+class FallbackStatusItemTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_isPossible = true; }
+    void cleanup() { m_item.reset(); }
+
+    void shouldKeepToThePreferredItemThatIsThere()
+    {
+        make(kAtOnce, true);
+        drainEvents();
+        QVERIFY(!m_other);
+        QVERIFY(m_item->isAvailable());
+    }
+
+    void shouldNotHurry()
+    {
+        make(kNever);
+        drainEvents();
+        QVERIFY(!m_other);
+        QVERIFY(!m_item->isAvailable());
+    }
+
+    void shouldTellTheOtherItemEverythingWhenPatienceIsOver()
+    {
+        make(kAtOnce);
+        fill();
+        QVERIFY(waitUntil([this] { return !m_other.isNull(); }));
+        QCOMPARE(m_other->title, QStringLiteral("3"));
+        const QStringList toolTip{QStringLiteral("3"), QStringLiteral("3 in progress")};
+        QCOMPARE(m_other->toolTip, toolTip);
+        QCOMPARE(m_other->label, QStringLiteral("three"));
+        QCOMPARE(m_other->icon.size(), 1);
+        QCOMPARE(m_other->menu.size(), 1);
+        QCOMPARE(m_other->status, StatusItem::Status::NeedsAttention);
+    }
+
+    void shouldTellBothFromThenOn()
+    {
+        make(kAtOnce);
+        QVERIFY(waitUntil([this] { return !m_other.isNull(); }));
+        fill();
+        for (const FakeStatusItem *const item : {m_preferred.data(), m_other.data()}) {
+            QCOMPARE(item->title, QStringLiteral("3"));
+            QCOMPARE(item->toolTip.size(), 2);
+            QCOMPARE(item->label, QStringLiteral("three"));
+            QCOMPARE(item->icon.size(), 1);
+            QCOMPARE(item->menu.size(), 1);
+            QCOMPARE(item->status, StatusItem::Status::NeedsAttention);
+        }
+    }
+
+    void shouldDropTheOtherItemWhenThePreferredOneComes()
+    {
+        make(kAtOnce);
+        QVERIFY(waitUntil([this] { return !m_other.isNull(); }));
+        m_preferred->becomeAvailable(true);
+        QVERIFY(m_other.isNull());
+        QVERIFY(m_item->isAvailable());
+    }
+
+    void shouldWaitAgainWhenThePreferredItemGoes()
+    {
+        make(kAtOnce, true);
+        m_preferred->becomeAvailable(false);
+        QVERIFY(!m_other);
+        QVERIFY(waitUntil([this] { return !m_other.isNull(); }));
+    }
+
+    void shouldNotWaitForWhatHasComeMeanwhile()
+    {
+        make(kAtOnce);
+        m_preferred->becomeAvailable(true);
+        drainEvents();
+        QVERIFY(!m_other);
+    }
+
+    void shouldDoWithoutAnotherItemWhereThereIsNone()
+    {
+        m_isPossible = false;
+        make(kAtOnce);
+        QVERIFY(waitUntil([this] { return m_made == 1; }));
+        fill();
+        QVERIFY(!m_item->isAvailable());
+    }
+
+    void shouldForwardClicksOfBoth()
+    {
+        make(kAtOnce);
+        QVERIFY(waitUntil([this] { return !m_other.isNull(); }));
+        QSignalSpy clicks(m_item.get(), &StatusItem::activated);
+        QSignalSpy choices(m_item.get(), &StatusItem::menuTriggered);
+        Q_EMIT m_preferred->activated(QPoint(1, 2), QStringLiteral("token"));
+        Q_EMIT m_other->activated(std::nullopt, QString());
+        Q_EMIT m_preferred->menuTriggered(1, QString());
+        Q_EMIT m_other->menuTriggered(2, QString());
+        QCOMPARE(clicks.size(), 2);
+        QCOMPARE(clicks.at(0).at(0).value<std::optional<QPoint>>(), std::optional(QPoint(1, 2)));
+        QCOMPARE(clicks.at(0).at(1).toString(), QStringLiteral("token"));
+        QCOMPARE(choices.size(), 2);
+    }
+
+    void shouldAnnounceOnlyWhatChangesForThePerson()
+    {
+        make(kAtOnce);
+        QSignalSpy spy(m_item.get(), &StatusItem::availabilityChanged);
+        QVERIFY(waitUntil([this] { return !m_other.isNull(); }));
+        QVERIFY(spy.isEmpty());
+        m_other->becomeAvailable(true);
+        QCOMPARE(spy.size(), 1);
+        m_preferred->becomeAvailable(true);
+        QCOMPARE(spy.size(), 1);
+        m_preferred->becomeAvailable(false);
+        QCOMPARE(spy.size(), 2);
+        QCOMPARE(spy.at(0), QVariantList{true});
+        QCOMPARE(spy.at(1), QVariantList{false});
+    }
+
+private:
+    void make(std::chrono::milliseconds patience, bool isThere = false)
+    {
+        m_made = 0;
+        auto preferred = std::make_unique<FakeStatusItem>();
+        m_preferred = preferred.get();
+        if (isThere)
+            preferred->becomeAvailable(true);
+        m_item = std::make_unique<FallbackStatusItem>(
+            std::move(preferred),
+            [this]() -> std::unique_ptr<StatusItem> {
+                ++m_made;
+                if (!m_isPossible)
+                    return nullptr;
+                auto other = std::make_unique<FakeStatusItem>();
+                m_other = other.get();
+                return other;
+            },
+            patience);
+    }
+
+    void fill()
+    {
+        m_item->setTitle(QStringLiteral("3"));
+        m_item->setToolTip(QStringLiteral("3"), QStringLiteral("3 in progress"));
+        m_item->setLabel(QStringLiteral("three"));
+        m_item->setIcon({QImage(16, 16, QImage::Format_ARGB32)});
+        m_item->setMenu({{1, QStringLiteral("Open"), true, false}});
+        m_item->setStatus(StatusItem::Status::NeedsAttention);
+    }
+
+    bool m_isPossible = true;
+    int m_made = 0;
+    QPointer<FakeStatusItem> m_preferred;
+    QPointer<FakeStatusItem> m_other;
+    std::unique_ptr<FallbackStatusItem> m_item;
+};
+
+QTEST_GUILESS_MAIN(FallbackStatusItemTest)
+#include "fallback_status_item_test.moc"
