@@ -128,7 +128,8 @@ bool MenuBarWindow::event(QEvent *event)
     const bool isHandled = QWidget::event(event);
     if (event->type() == QEvent::LayoutRequest && isVisible())
         fit();
-    else if (event->type() == QEvent::WindowDeactivate && isVisible())
+    // While it closes it is still visible and loses the focus, which is no click elsewhere.
+    else if (event->type() == QEvent::WindowDeactivate && !isHidden())
         focusLost();
     return isHandled;
 }
