@@ -5,8 +5,6 @@ import os
 
 from gi.repository import Gio, GLib
 
-from .waiting import eventually
-
 _SERVICE_FOLDER = "/usr/share/dbus-1/services"
 _CONFIGURATION = """\
 <!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
@@ -86,7 +84,7 @@ class Bus:
 
 
 def start_bus(session, services):
-    """Starts a bus that can start the named services, as far as they are installed, and returns its address."""
+    """Starts a bus that can start the named services, as far as they are installed, and connects to it."""
     folder = session.folder("services")
     for service in services:
         original = f"{_SERVICE_FOLDER}/{service}.service"
@@ -96,6 +94,12 @@ def start_bus(session, services):
     configuration = f"{session.root}/bus.conf"
     with open(configuration, "w", encoding="utf-8") as file:
         file.write(_CONFIGURATION.format(socket=socket, services=folder))
-    session.launch("bus", ["dbus-daemon", "--nofork", "--nopidfile", f"--config-file={configuration}"])
-    eventually(lambda: os.path.exists(socket), "the message bus")
-    return f"unix:path={socket}"
+    command = ["dbus-daemon", "--nofork", "--nopidfile", f"--config-file={configuration}"]
+    return session.launch("bus", command).until(lambda: _connect(f"unix:path={socket}"))
+
+
+def _connect(address):
+    try:
+        return Bus(address)
+    except GLib.Error:
+        return None

@@ -38,7 +38,7 @@ class Component:
             raise RuntimeError(f"{self.name} runs already")
         self.prepare()
         self.program = self.session.launch(self.name, self.arguments, standard_input=self.standard_input)
-        eventually(self._has_come, self.name)
+        self.program.until(self.is_ready)
 
     def stop(self, number=signal.SIGTERM):
         """Returns when the bus knows that it has gone. SIGKILL is a crash."""
@@ -48,8 +48,3 @@ class Component:
     def restart(self):
         self.stop()
         self.start()
-
-    def _has_come(self):
-        if not self.is_running:
-            raise RuntimeError(f"{self.name} ended with {self.program.exit_code}: {self.program.output()}")
-        return self.is_ready()

@@ -89,15 +89,19 @@ class Screen:
 
 
 class X11Windows:
-    """openbox on the screen."""
+    """xfwm4 on the screen."""
 
     def __init__(self, session, screen):
+        self._session = session
         self._screen = screen
-        self.environment = {"DISPLAY": screen.name, "XDG_SESSION_TYPE": "x11", "GDK_BACKEND": "x11"}
-        self.environment["QT_QPA_PLATFORM"] = "xcb"
-        session.environment.update(self.environment)
-        session.launch("window-manager", ["openbox", "--sm-disable"])
-        eventually(lambda: screen.xdotool("get_num_desktops"), "the window manager")
+        environment = {"DISPLAY": screen.name, "XDG_SESSION_TYPE": "x11"}
+        session.environment |= environment | {"GDK_BACKEND": "x11", "QT_QPA_PLATFORM": "xcb"}
+
+    def start(self):
+        """Starts the window manager, which needs the session's bus."""
+        command = ["xfwm4", "--compositor=off", "--sm-client-disable"]
+        self._manager = self._session.launch("window-manager", command)
+        self._manager.until(lambda: self._screen.xdotool("get_num_desktops"))
 
     def list(self):
         screen = self._screen
@@ -105,11 +109,11 @@ class X11Windows:
         windows = []
         places = self._places()
         for number in screen.xdotool("search", "--onlyvisible", "--maxdepth", "3", "--name", ".*").split():
-            pid = screen.xdotool("getwindowpid", number).strip()
-            # What has no process is a part of the window manager; what has no place has gone while we looked.
-            if pid and int(number) in places:
+            pid = int(screen.xdotool("getwindowpid", number).strip() or self._manager.pid)
+            # The window manager has windows of its own; what has no place has gone while we looked.
+            if pid != self._manager.pid and int(number) in places:
                 title = screen.xdotool("getwindowname", number).strip()
-                windows.append(Window(title, int(pid), *places[int(number)], number == active))
+                windows.append(Window(title, pid, *places[int(number)], number == active))
         return windows
 
     def _places(self):
@@ -139,17 +143,20 @@ class WaylandWindows:
             os.chown(folder, user, user)
         environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "HOME": folder, "XDG_RUNTIME_DIR": folder}
         environment |= {"DISPLAY": screen.name, "WLR_BACKENDS": "x11", "WLR_RENDERER": "pixman"}
-        session.launch("compositor", ["sway", "-c", configuration], environment=environment, user=user)
-        display = eventually(lambda: _first(f"{folder}/wayland-?"), "the compositor")
-        self._socket = eventually(lambda: _first(f"{folder}/sway-ipc.*"), "the compositor's control socket")
+        command = ["sway", "-c", configuration]
+        compositor = session.launch("compositor", command, environment=environment, user=user)
+        self._socket = compositor.until(lambda: _first(f"{folder}/sway-ipc.*"))
         # WAYLAND_DISPLAY may be a whole path.
-        self.environment = {"WAYLAND_DISPLAY": display, "XDG_SESSION_TYPE": "wayland", "GDK_BACKEND": "wayland"}
-        self.environment |= {"XDG_CURRENT_DESKTOP": "sway", "QT_QPA_PLATFORM": "wayland", "SWAYSOCK": self._socket}
-        session.environment.update(self.environment)
+        environment = {"WAYLAND_DISPLAY": compositor.until(lambda: _first(f"{folder}/wayland-?"))}
+        environment |= {"XDG_SESSION_TYPE": "wayland", "XDG_CURRENT_DESKTOP": "sway", "SWAYSOCK": self._socket}
+        session.environment |= environment | {"GDK_BACKEND": "wayland", "QT_QPA_PLATFORM": "wayland"}
         # The only window but the root, which comes first.
         search = ("search", "--onlyvisible", "--maxdepth", "1", "--name", ".*")
-        window = eventually(lambda: screen.xdotool(*search).split()[1:], "the compositor's window")[0]
+        window = compositor.until(lambda: screen.xdotool(*search).split()[1:])[0]
         screen.xdotool("windowmove", window, 0, 0, "windowfocus", window)
+
+    def start(self):
+        """Nothing more: programs need to know the compositor's socket before the session's bus can start them."""
 
     def list(self):
         command = ["swaymsg", "--socket", self._socket, "--type", "get_tree", "--raw"]

@@ -9,7 +9,6 @@ from gi.repository import Gio, GLib
 
 from .bus import BusError
 from .component import Component
-from .waiting import eventually
 
 _SERVICE = ("org.freedesktop.Notifications", "/org/freedesktop/Notifications", "org.freedesktop.Notifications")
 _COMMANDS = {
@@ -48,8 +47,7 @@ class NotificationLog:
         command = ["dbus-monitor", "--session", "--pcap", f"interface='{_SERVICE[2]}'"]
         self._path = f"{session.root}/notifications.pcap"
         self._bus = session.bus
-        session.launch("notification-log", command, output=self._path)
-        eventually(self._hears, "the notification log")
+        session.launch("notification-log", command, output=self._path).until(self._hears)
 
     def posted(self):
         """All notifications until now, the oldest first."""

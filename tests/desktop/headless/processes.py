@@ -54,6 +54,16 @@ class Program:
         with open(self.log, encoding="utf-8", errors="replace") as file:
             return file.read()
 
+    def until(self, condition):
+        """The first true answer of the condition. Raises RuntimeError, with what it wrote, when the program ends."""
+
+        def answer():
+            if not self.is_running:
+                raise RuntimeError(f"{self.name} ended with {self.exit_code}: {self.output()}")
+            return condition()
+
+        return eventually(answer, self.name)
+
     def wait(self, seconds=PATIENCE):
         """The exit code, once it has ended."""
         eventually(lambda: not self.is_running, f"{self.name} to end", seconds)

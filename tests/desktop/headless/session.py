@@ -7,7 +7,7 @@ import tempfile
 
 from .accessibility import Accessibility
 from .browser import Browser
-from .bus import Bus, start_bus
+from .bus import start_bus
 from .display import Screen, WaylandWindows, X11Windows
 from .keyring import Keyring
 from .notifications import NotificationDaemon, NotificationLog
@@ -29,7 +29,7 @@ KEYRINGS = ("unlocked", "locked", "absent")
 class Session:
     """Home, message bus, screen, windows, panel, notifications, keyring and browser of nobody.
 
-    `windowing` is "x11" (openbox) or "wayland" (sway). `tray`, `notifications` and `keyring` choose the program, or
+    `windowing` is "x11" (xfwm4) or "wayland" (sway). `tray`, `notifications` and `keyring` choose the program, or
     "none" and "absent"; the components of these names start with the session unless they are named in `late`.
     Use it as a context: what was started in it, and whatever that left behind, ends with it. A process has one
     session at a time, and several processes have several.
@@ -127,12 +127,11 @@ class Session:
         self.browser = Browser(self)
         startable = _STARTABLE if self._keyring == "absent" else _STARTABLE + _PROMPTERS
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.runtime_folder}/bus"
-        self.bus = Bus(start_bus(self, startable))
+        self.environment |= {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"} if self._accessibility else {"NO_AT_BRIDGE": "1"}
+        self.bus = start_bus(self, startable)
         if self._accessibility:
             self.accessibility = Accessibility(self)
-            self.environment["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
-        else:
-            self.environment["NO_AT_BRIDGE"] = "1"
+        self.windows.start()
         self.posted = NotificationLog(self)
         self.keyring = self._component(Keyring, "keyring", self._keyring)
         self.notifications = self._component(NotificationDaemon, "notifications", self._notifications)

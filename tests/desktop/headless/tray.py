@@ -118,11 +118,13 @@ class Tray(Component):
 
     def click(self, button=1):
         """Clicks where the panel draws its only item, once it is drawn."""
+        eventually(self._is_drawn, "the item to be drawn")
+        self.session.screen.click(*self.place(), button)
+
+    def _is_drawn(self):
+        """The panel itself has one colour there, its edges left out."""
         x, y = self.place()
-        area = (x - _HEIGHT // 2, 0, _HEIGHT, _HEIGHT)
-        screen = self.session.screen
-        eventually(lambda: len(screen.picture().cut(*area).colours()) > 1, "the item to be drawn")
-        screen.click(x, y, button)
+        return len(self.session.screen.picture().cut(x - 8, y - 8, 16, 16).colours()) > 1
 
     def place(self):
         """The middle of the only item."""
