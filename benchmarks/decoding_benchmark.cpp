@@ -126,7 +126,7 @@ DeploymentSnapshot snapshotOf(const typename Tree::Node &node, const DeploymentS
     made.environment = text(status, "environment").value();
     made.commitOID = text(node, "commitOid").value();
     made.creatorLogin = text(Tree::member(node, "creator"), "login");
-    made.state = deploymentStateFromGitHub(text(status, "state"));
+    made.state = deploymentStateFromGitHub(QUtf8StringView(text(status, "state").value().toUtf8()));
     made.createdAt = parseISO8601(text(node, "createdAt").value()).value();
     made.updatedAt = parseISO8601(text(status, "updatedAt").value()).value();
     made.statusDescription = text(status, "description");
@@ -155,7 +155,8 @@ QList<DeploymentSnapshot> decodedThrough(const QByteArray &text)
 
 QList<DeploymentSnapshot> decodedByVelmora(const QByteArray &text)
 {
-    return fetchResult(payload(decodeJSON<GitHubDeploymentGraphQLResponse>(text))).deployments;
+    const JSONDocument document(text);
+    return fetchResult(payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document))).deployments;
 }
 
 void decode(benchmark::State &state, QList<DeploymentSnapshot> (*decoder)(const QByteArray &))

@@ -3,7 +3,7 @@
 
 #include "github/deployment_client_error.h"
 
-#include <QSet>
+#include <QHash>
 
 namespace velmora
 {
@@ -18,29 +18,79 @@ bool isRateLimit(const GraphQLError &error)
         || error.message.contains(QLatin1String("secondary rate"), Qt::CaseInsensitive);
 }
 
-QString environmentOf(const DeploymentNode &deployment)
+QUtf8StringView environmentOf(const DeploymentNode &deployment)
 {
     if (deployment.latestStatus && deployment.latestStatus->environment)
         return *deployment.latestStatus->environment;
     if (deployment.latestEnvironment)
         return *deployment.latestEnvironment;
-    return deployment.environment.value_or(QStringLiteral("Default"));
+    return deployment.environment.value_or("Default");
 }
 
-/// The few names that the deployments of an answer repeat, each kept in memory once.
-class SharedNames
+/// The few texts that the deployments of an answer repeat, each kept in memory once.
+class SharedTexts
 {
 public:
-    void share(QString &name) { name = *m_names.insert(name); }
-    void share(std::optional<QString> &name)
+    QString text(QUtf8StringView utf8)
     {
-        if (name)
-            share(*name);
+        const QByteArrayView key(utf8.data(), utf8.size());
+        auto known = m_texts.constFind(key);
+        if (known == m_texts.constEnd())
+            known = m_texts.insert(key, utf8.toString());
+        return *known;
     }
 
 private:
-    QSet<QString> m_names;
+    QHash<QByteArrayView, QString> m_texts;
 };
+
+/// GitHub writes "" for an address that nobody gave.
+bool isAddress(const std::optional<QUtf8StringView> &text)
+{
+    return text && !text->isEmpty();
+}
+
+struct Times {
+    Instant createdAt;
+    Instant updatedAt;
+};
+
+std::optional<Times> timesOf(const DeploymentNode &deployment)
+{
+    const auto createdAt = parseISO8601(deployment.createdAt);
+    const auto updatedAt = parseISO8601(deployment.updatedAt);
+    if (!createdAt || !updatedAt)
+        return std::nullopt;
+    return Times{*createdAt, *updatedAt};
+}
+
+void fill(DeploymentSnapshot &made, const DeploymentNode &deployment, const RepositoryNode &repository, Times times,
+    SharedTexts &shared)
+{
+    made.id = deployment.id.toString();
+    made.repositoryNodeID = repository.id;
+    made.repositoryName = repository.nameWithOwner;
+    made.repositoryURL = repository.url;
+    made.environment = shared.text(environmentOf(deployment));
+    made.commitOID = deployment.commitOid.toString();
+    if (deployment.creator)
+        made.creatorLogin = shared.text(deployment.creator->login);
+    made.createdAt = times.createdAt;
+    made.updatedAt = times.updatedAt;
+    const auto &status = deployment.latestStatus;
+    if (!status) {
+        made.state = deploymentStateFromGitHub(deployment.state);
+        return;
+    }
+    made.state = deploymentStateFromGitHub(status->state);
+    made.updatedAt = parseISO8601(status->updatedAt).value_or(times.updatedAt);
+    if (status->description)
+        made.statusDescription = status->description->toString();
+    if (isAddress(status->logUrl))
+        made.logURL = WebAddress(status->logUrl->toString());
+    if (isAddress(status->environmentUrl))
+        made.environmentURL = WebAddress(shared.text(*status->environmentUrl));
+}
 
 } // namespace
 
@@ -104,54 +154,39 @@ GitHubDeploymentGraphQLResponse::Payload payload(
 
 std::optional<DeploymentSnapshot> snapshot(const DeploymentNode &deployment, const RepositoryNode &repository)
 {
-    const auto createdAt = parseISO8601(deployment.createdAt);
-    const auto updatedAt = parseISO8601(deployment.updatedAt);
-    if (!createdAt || !updatedAt)
+    const auto times = timesOf(deployment);
+    if (!times)
         return std::nullopt;
-
     std::optional<DeploymentSnapshot> made(std::in_place);
-    made->id = deployment.id;
-    made->repositoryNodeID = repository.id;
-    made->repositoryName = repository.nameWithOwner;
-    made->repositoryURL = repository.url;
-    made->environment = environmentOf(deployment);
-    made->commitOID = deployment.commitOid;
-    if (deployment.creator)
-        made->creatorLogin = deployment.creator->login;
-    made->createdAt = *createdAt;
-    made->updatedAt = *updatedAt;
-    if (const auto &status = deployment.latestStatus) {
-        made->state = deploymentStateFromGitHub(status->state);
-        made->updatedAt = parseISO8601(status->updatedAt).value_or(*updatedAt);
-        made->statusDescription = status->description;
-        made->logURL = status->logUrl;
-        made->environmentURL = status->environmentUrl;
-    } else {
-        made->state = deploymentStateFromGitHub(deployment.state);
-    }
+    SharedTexts shared;
+    fill(*made, deployment, repository, *times, shared);
     return made;
 }
 
-DeploymentFetchResult fetchResult(const GitHubDeploymentGraphQLResponse::Payload &payload)
+DeploymentRateLimit appendResult(
+    QList<DeploymentSnapshot> &deployments, const GitHubDeploymentGraphQLResponse::Payload &payload)
 {
     const auto resetAt = parseISO8601(payload.rateLimit.resetAt);
     if (!resetAt)
         throw DeploymentClientError::invalidResponse();
-    DeploymentFetchResult result;
-    result.rateLimit = {payload.rateLimit.cost, payload.rateLimit.remaining, *resetAt};
-    SharedNames names;
+    SharedTexts shared;
     for (const auto &repository : payload.nodes) {
         if (!repository)
             continue;
         for (const auto &deployment : repository->deployments.nodes) {
-            auto made = deployment ? snapshot(*deployment, *repository) : std::nullopt;
-            if (!made)
+            if (!deployment)
                 continue;
-            names.share(made->environment);
-            names.share(made->creatorLogin);
-            result.deployments.append(std::move(*made));
+            if (const auto times = timesOf(*deployment))
+                fill(deployments.emplaceBack(), *deployment, *repository, *times, shared);
         }
     }
+    return {payload.rateLimit.cost, payload.rateLimit.remaining, *resetAt};
+}
+
+DeploymentFetchResult fetchResult(const GitHubDeploymentGraphQLResponse::Payload &payload)
+{
+    DeploymentFetchResult result;
+    result.rateLimit = appendResult(result.deployments, payload);
     return result;
 }
 

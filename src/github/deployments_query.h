@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QStringList>
+#include <QUtf8StringView>
 
 #include <optional>
 
@@ -24,29 +25,32 @@ struct GitHubGraphQLRequest {
     friend bool operator==(const GitHubGraphQLRequest &, const GitHubGraphQLRequest &) = default;
 };
 
+// What a deployment's nodes hold is still the answer's own text: a batch has thousands of texts, of which a snapshot
+// keeps a few. These records live no longer than the JSONDocument that they were decoded from.
+
 struct ActorNode {
-    QString login;
+    QUtf8StringView login;
     friend bool operator==(const ActorNode &, const ActorNode &) = default;
 };
 
 struct StatusNode {
-    QString state;
-    std::optional<QString> description;
-    std::optional<QString> environment;
-    std::optional<WebAddress> environmentUrl;
-    std::optional<WebAddress> logUrl;
-    QString updatedAt;
+    QUtf8StringView state;
+    std::optional<QUtf8StringView> description;
+    std::optional<QUtf8StringView> environment;
+    std::optional<QUtf8StringView> environmentUrl; ///< may be empty, which is no address
+    std::optional<QUtf8StringView> logUrl; ///< may be empty, which is no address
+    QUtf8StringView updatedAt;
     friend bool operator==(const StatusNode &, const StatusNode &) = default;
 };
 
 struct DeploymentNode {
-    QString id;
-    std::optional<QString> environment;
-    std::optional<QString> latestEnvironment;
-    QString commitOid;
-    QString createdAt;
-    QString updatedAt;
-    std::optional<QString> state;
+    QUtf8StringView id;
+    std::optional<QUtf8StringView> environment;
+    std::optional<QUtf8StringView> latestEnvironment;
+    QUtf8StringView commitOid;
+    QUtf8StringView createdAt;
+    QUtf8StringView updatedAt;
+    std::optional<QUtf8StringView> state;
     std::optional<ActorNode> creator;
     std::optional<StatusNode> latestStatus;
     friend bool operator==(const DeploymentNode &, const DeploymentNode &) = default;
@@ -78,6 +82,7 @@ struct GraphQLError {
     friend bool operator==(const GraphQLError &, const GraphQLError &) = default;
 };
 
+/// Decoded from a JSONDocument, which it must not outlive.
 struct GitHubDeploymentGraphQLResponse {
     struct Payload {
         /// An entry is absent for a null and for an object that is not a repository.
@@ -100,8 +105,12 @@ struct GitHubDeploymentGraphQLResponse {
 [[nodiscard]] std::optional<DeploymentSnapshot> snapshot(
     const DeploymentNode &deployment, const RepositoryNode &repository);
 
-/// The result of one batch: the snapshots in the order of the response, and the rate limit. Throws
-/// DeploymentClientError::invalidResponse when the time of the reset cannot be read.
+/// Appends the snapshots of one batch, in the order of the response, and returns its rate limit. Throws
+/// DeploymentClientError::invalidResponse, before anything is appended, when the time of the reset cannot be read.
+[[nodiscard]] DeploymentRateLimit appendResult(
+    QList<DeploymentSnapshot> &deployments, const GitHubDeploymentGraphQLResponse::Payload &payload);
+
+/// The same as a result of its own.
 [[nodiscard]] DeploymentFetchResult fetchResult(const GitHubDeploymentGraphQLResponse::Payload &payload);
 
 } // namespace velmora

@@ -123,6 +123,6 @@ struct JSONTable<GitHubDeploymentGraphQLResponse> {
 
 template GitHubGraphQLRequest decodeJSON<GitHubGraphQLRequest>(QByteArrayView);
 template QByteArray encodeJSON<GitHubGraphQLRequest>(const GitHubGraphQLRequest &);
-template GitHubDeploymentGraphQLResponse decodeJSON<GitHubDeploymentGraphQLResponse>(QByteArrayView);
+template GitHubDeploymentGraphQLResponse decodeJSON<GitHubDeploymentGraphQLResponse>(const JSONDocument &);
 
 } // namespace velmora

@@ -13,17 +13,26 @@ namespace
 {
 
 constexpr qsizetype kBatchSize = 20;
+constexpr qsizetype kMostDeploymentsOfARepository = 20;
+
+/// Decodes the answer and appends its deployments; returns its rate limit.
+DeploymentRateLimit appendAnswer(
+    QList<DeploymentSnapshot> &deployments, const HTTPResponse &response, const Clock &clock)
+{
+    requireSuccess(response, &clock);
+    const auto resumeAt = resumeInstant(response, clock.now());
+    const JSONDocument document(response.body);
+    return appendResult(deployments, payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document), resumeAt));
+}
 
 QCoro::Task<DeploymentFetchResult> fetchBatchOf(
     GitHubClient client, QStringList repositoryNodeIDs, QString accessToken, std::stop_token stop)
 {
     HTTPRequest request = client.deploymentsRequest(repositoryNodeIDs, accessToken);
     const HTTPResponse response = co_await client.session->send(std::move(request), stop);
-    requireSuccess(response, client.clock);
-    const auto resumeAt = resumeInstant(response, client.clock->now());
-    auto decoded = decodeJSON<GitHubDeploymentGraphQLResponse>(response.body);
-    const auto data = payload(std::move(decoded), resumeAt);
-    co_return fetchResult(data);
+    DeploymentFetchResult result;
+    result.rateLimit = appendAnswer(result.deployments, response, *client.clock);
+    co_return result;
 }
 
 QStringList nodeIDs(const QList<RepositoryRecord> &repositories, qsizetype first)
@@ -36,13 +45,12 @@ QStringList nodeIDs(const QList<RepositoryRecord> &repositories, qsizetype first
     return ids;
 }
 
-void merge(DeploymentFetchResult &whole, DeploymentFetchResult batch)
+void merge(DeploymentRateLimit &whole, const DeploymentRateLimit &batch)
 {
-    whole.deployments.append(std::move(batch.deployments));
-    if (__builtin_add_overflow(whole.rateLimit.cost, batch.rateLimit.cost, &whole.rateLimit.cost))
-        whole.rateLimit.cost = std::numeric_limits<qint64>::max();
-    whole.rateLimit.remaining = std::min(whole.rateLimit.remaining, batch.rateLimit.remaining);
-    whole.rateLimit.resetAt = std::max(whole.rateLimit.resetAt, batch.rateLimit.resetAt);
+    if (__builtin_add_overflow(whole.cost, batch.cost, &whole.cost))
+        whole.cost = std::numeric_limits<qint64>::max();
+    whole.remaining = std::min(whole.remaining, batch.remaining);
+    whole.resetAt = std::max(whole.resetAt, batch.resetAt);
 }
 
 QCoro::Task<DeploymentFetchResult> fetchOf(
@@ -52,10 +60,11 @@ QCoro::Task<DeploymentFetchResult> fetchOf(
     if (repositories.isEmpty())
         co_return whole;
     whole.rateLimit.remaining = std::numeric_limits<qint64>::max();
+    whole.deployments.reserve(repositories.size() * kMostDeploymentsOfARepository);
     for (qsizetype first = 0; first < repositories.size(); first += kBatchSize) {
-        QStringList ids = nodeIDs(repositories, first);
-        DeploymentFetchResult batch = co_await fetchBatchOf(client, std::move(ids), accessToken, stop);
-        merge(whole, std::move(batch));
+        HTTPRequest request = client.deploymentsRequest(nodeIDs(repositories, first), accessToken);
+        const HTTPResponse response = co_await client.session->send(std::move(request), stop);
+        merge(whole.rateLimit, appendAnswer(whole.deployments, response, *client.clock));
     }
     co_return whole;
 }

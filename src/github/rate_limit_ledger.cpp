@@ -62,9 +62,4 @@ void RateLimitLedger::recordSuccess(qint64 identityID, const DeploymentRateLimit
     entry.pausedUntil = std::max(entry.pausedUntil.value_or(until), until);
 }
 
-void RateLimitLedger::forget(qint64 identityID)
-{
-    m_entries.remove(identityID);
-}
-
 } // namespace velmora

@@ -29,9 +29,6 @@ public:
     /// `nextCost`. A pause that is under way goes on.
     void recordSuccess(qint64 identityID, const DeploymentRateLimit &limit, qint64 nextCost, Instant now);
 
-    /// The identity was removed.
-    void forget(qint64 identityID);
-
 private:
     struct Entry {
         std::optional<Instant> pausedUntil;

@@ -47,3 +47,6 @@ struct DeploymentSnapshot {
 [[nodiscard]] QString resultKey(const DeploymentSnapshot &deployment);
 
 } // namespace velmora
+
+/// Lists of deployments grow by moving their memory as it is.
+Q_DECLARE_TYPEINFO(velmora::DeploymentSnapshot, Q_RELOCATABLE_TYPE);

@@ -24,20 +24,34 @@ constexpr std::array kRawValues{
     StateName{DeploymentState::Unknown, u"unknown"},
 };
 
+struct GitHubWord {
+    DeploymentState state;
+    std::string_view word;
+};
+
 // People ask how a deployment ended: GitHub's words for what became of it later fold into its outcome.
 constexpr std::array kGitHubWords{
-    StateName{DeploymentState::Queued, u"QUEUED"},
-    StateName{DeploymentState::Pending, u"PENDING"},
-    StateName{DeploymentState::Waiting, u"WAITING"},
-    StateName{DeploymentState::InProgress, u"IN_PROGRESS"},
-    StateName{DeploymentState::Success, u"SUCCESS"},
-    StateName{DeploymentState::Success, u"ACTIVE"},
-    StateName{DeploymentState::Failure, u"FAILURE"},
-    StateName{DeploymentState::Failure, u"ABANDONED"},
-    StateName{DeploymentState::Error, u"ERROR"},
-    StateName{DeploymentState::Inactive, u"INACTIVE"},
-    StateName{DeploymentState::Inactive, u"DESTROYED"},
+    GitHubWord{DeploymentState::Queued, "QUEUED"},
+    GitHubWord{DeploymentState::Pending, "PENDING"},
+    GitHubWord{DeploymentState::Waiting, "WAITING"},
+    GitHubWord{DeploymentState::InProgress, "IN_PROGRESS"},
+    GitHubWord{DeploymentState::Success, "SUCCESS"},
+    GitHubWord{DeploymentState::Success, "ACTIVE"},
+    GitHubWord{DeploymentState::Failure, "FAILURE"},
+    GitHubWord{DeploymentState::Failure, "ABANDONED"},
+    GitHubWord{DeploymentState::Error, "ERROR"},
+    GitHubWord{DeploymentState::Inactive, "INACTIVE"},
+    GitHubWord{DeploymentState::Inactive, "DESTROYED"},
 };
+
+std::optional<DeploymentState> stateOfWord(std::string_view word)
+{
+    for (const auto &entry : kGitHubWords) {
+        if (entry.word == word)
+            return entry.state;
+    }
+    return std::nullopt;
+}
 
 } // namespace
 
@@ -59,16 +73,14 @@ std::optional<DeploymentState> deploymentStateFromRawValue(QStringView text)
     return std::nullopt;
 }
 
-DeploymentState deploymentStateFromGitHub(const std::optional<QString> &text)
+DeploymentState deploymentStateFromGitHub(std::optional<QUtf8StringView> text)
 {
     if (!text)
         return DeploymentState::Unknown;
-    const QString word = text->toUpper();
-    for (const auto &entry : kGitHubWords) {
-        if (entry.name == word)
-            return entry.state;
-    }
-    return DeploymentState::Unknown;
+    // GitHub writes capitals, so that there is hardly ever anything to convert.
+    if (const auto state = stateOfWord({text->data(), static_cast<std::size_t>(text->size())}))
+        return *state;
+    return stateOfWord(text->toString().toUpper().toStdString()).value_or(DeploymentState::Unknown);
 }
 
 } // namespace velmora

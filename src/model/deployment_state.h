@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <QStringView>
+#include <QUtf8StringView>
 
 #include <array>
 #include <optional>
@@ -35,7 +36,7 @@ inline constexpr std::array kAllDeploymentStates{DeploymentState::Queued, Deploy
 
 /// GitHub's word for the state of a deployment or of a deployment status, in any case of letters. The
 /// outcome counts: "ACTIVE" is a success and "ABANDONED" a failure. An absent or unknown word is Unknown.
-[[nodiscard]] DeploymentState deploymentStateFromGitHub(const std::optional<QString> &text);
+[[nodiscard]] DeploymentState deploymentStateFromGitHub(std::optional<QUtf8StringView> text);
 
 /// Still under way: queued, pending, waiting or in progress.
 [[nodiscard]] constexpr bool isActive(DeploymentState state)

@@ -12,16 +12,26 @@
 namespace velmora
 {
 
+// Lists that are handed over are used up rather than copied: a list has tens of thousands of deployments, and each of
+// them a dozen texts.
+
 /// What is worth showing at `now`, in the order in which it is shown: active deployments of the last seven
 /// days first, then results of the last 24 hours, each newest first; inactive ones never. Of two with
 /// one id the later update counts. Equal times keep their order.
-[[nodiscard]] QList<DeploymentSnapshot> filteredAndSorted(const QList<DeploymentSnapshot> &deployments, Instant now);
+[[nodiscard]] QList<DeploymentSnapshot> filteredAndSorted(QList<DeploymentSnapshot> deployments, Instant now);
+
+/// Whether a known deployment gives way to what was fetched.
+using Replacing = std::function<bool(const DeploymentSnapshot &)>;
 
 /// What is known after a fetch: known deployments for which `isReplaced` holds give way to the fetched ones,
 /// the others stay. A deployment that is in both keeps its place, so that equals do not change places
-/// from one refresh to the next.
-[[nodiscard]] QList<DeploymentSnapshot> merged(const QList<DeploymentSnapshot> &known,
-    const QList<DeploymentSnapshot> &fetched, const std::function<bool(const DeploymentSnapshot &)> &isReplaced);
+/// from one refresh to the next. `known` holds each id once.
+[[nodiscard]] QList<DeploymentSnapshot> merged(
+    const QList<DeploymentSnapshot> &known, QList<DeploymentSnapshot> fetched, const Replacing &isReplaced);
+
+/// filteredAndSorted() of what is merged(), without the list between the two.
+[[nodiscard]] QList<DeploymentSnapshot> shownAfterFetch(const QList<DeploymentSnapshot> &known,
+    QList<DeploymentSnapshot> fetched, const Replacing &isReplaced, Instant now);
 
 /// Finds the repository of a deployment: by node id and, since GitHub may answer with another form of the
 /// id than it was asked with, by name.

@@ -147,7 +147,8 @@ private:
     void recordFailure(qint64 identityID, const std::exception_ptr &failure, Instant now);
     void noteInstallationFailures(const Round &round);
     void takeNoteOfHistory(const QSet<qint64> &succeeded, const QList<DeploymentSnapshot> &deployments);
-    [[nodiscard]] QList<DeploymentSnapshot> mergedWith(const Fetched &fetched, const Round &round) const;
+    [[nodiscard]] QList<DeploymentSnapshot> shownAfter(
+        QList<DeploymentSnapshot> deployments, const Fetched &fetched, const Round &round) const;
     [[nodiscard]] DeploymentMonitorState currentState(const Round &round, std::optional<Instant> refreshedAt) const;
     [[nodiscard]] QString failureMessage(const Round &round) const;
     [[nodiscard]] bool isEverythingMissing(const Round &round) const;

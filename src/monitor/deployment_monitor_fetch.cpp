@@ -113,7 +113,7 @@ QCoro::Task<> DeploymentMonitor::refreshIdentities(Round round, Scope scope, QSe
             m_health.recordSuccess(identityID);
         fetched.succeeded |= asked;
     }
-    co_await finish(round, fetched);
+    co_await finish(round, std::move(fetched));
 }
 
 QCoro::Task<DeploymentMonitor::Fetched> DeploymentMonitor::fetch(
@@ -148,7 +148,11 @@ void DeploymentMonitor::Fetched::add(
 {
     succeeded.insert(identityID);
     repositories += asked;
-    deployments += std::move(result);
+    // Most people have one identity: its list is taken as it is.
+    if (deployments.isEmpty())
+        deployments = std::move(result);
+    else
+        deployments += std::move(result);
 }
 
 void DeploymentMonitor::recordSuccess(qint64 identityID, const DeploymentRateLimit &rateLimit, Scope scope, Instant now)
@@ -193,7 +197,7 @@ QCoro::Task<> DeploymentMonitor::finish(Round round, Fetched fetched)
     Published next = m_published;
     if (!fetched.succeeded.isEmpty()) {
         m_hasRefreshed = true;
-        next.deployments = filteredAndSorted(mergedWith(fetched, round), round.now);
+        next.deployments = shownAfter(std::move(fetched.deployments), fetched, round);
         if (fetched.scope == Scope::All && !m_isHeld)
             next.lastRefreshedAt = round.now;
     }
@@ -235,18 +239,21 @@ void DeploymentMonitor::takeNoteOfHistory(const QSet<qint64> &succeeded, const Q
     m_announcer.takeNote(history);
 }
 
-QList<DeploymentSnapshot> DeploymentMonitor::mergedWith(const Fetched &fetched, const Round &round) const
+QList<DeploymentSnapshot> DeploymentMonitor::shownAfter(
+    QList<DeploymentSnapshot> deployments, const Fetched &fetched, const Round &round) const
 {
     if (fetched.scope == Scope::Active) {
         const RepositoryIndex asked(fetched.repositories);
-        return merged(m_published.deployments, fetched.deployments,
-            [&](const DeploymentSnapshot &deployment) { return asked.find(deployment) != nullptr; });
+        const auto wasAsked = [&](const DeploymentSnapshot &deployment) {
+            return asked.find(deployment) != nullptr;
+        };
+        return shownAfterFetch(m_published.deployments, std::move(deployments), wasAsked, round.now);
     }
     const RepositoryIndex monitored(round.installations->monitoredRepositories());
     const RepositoryIndex known(round.installations->repositories());
     const auto sessions = identities(round);
     const auto unloaded = identitiesWithoutInstallations(round);
-    return merged(m_published.deployments, fetched.deployments, [&](const DeploymentSnapshot &deployment) {
+    const auto isReplaced = [&](const DeploymentSnapshot &deployment) {
         if (const auto *record = monitored.find(deployment))
             return fetched.succeeded.contains(record->identityID) || !sessions.contains(record->identityID);
         // No longer monitored: it goes, unless it may belong to an identity whose repositories are not
@@ -255,7 +262,8 @@ QList<DeploymentSnapshot> DeploymentMonitor::mergedWith(const Fetched &fetched, 
             return true;
         const auto owner = m_owners.constFind(deployment.repositoryNodeID);
         return owner == m_owners.constEnd() ? unloaded.isEmpty() : !unloaded.contains(*owner);
-    });
+    };
+    return shownAfterFetch(m_published.deployments, std::move(deployments), isReplaced, round.now);
 }
 
 QCoro::Task<> DeploymentMonitor::disconnect(Instant now)

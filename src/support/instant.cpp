@@ -15,44 +15,51 @@ constexpr Instant kReferenceDate = sys_days{2001y / January / 1};
 constexpr Instant kFirst = sys_days{1y / January / 1};
 constexpr Instant kEnd = sys_days{year{10000} / January / 1};
 
-/// Reads from the front of a text; every step fails once one step has failed.
+/// Reads from the front of a text, in UTF-16 or UTF-8; every step fails once one step has failed.
+template <typename Char>
 class Scanner
 {
 public:
-    explicit Scanner(QStringView text)
-        : m_text(text)
+    Scanner(const Char *begin, const Char *end)
+        : m_next(begin)
+        , m_end(end)
     {
     }
 
     [[nodiscard]] bool ok() const { return m_ok; }
-    [[nodiscard]] bool atEnd() const { return m_position == m_text.size(); }
-    [[nodiscard]] char16_t peek() const { return atEnd() ? u'\0' : m_text.at(m_position).unicode(); }
+    [[nodiscard]] bool atEnd() const { return m_next == m_end; }
+    [[nodiscard]] Char peek() const { return atEnd() ? Char(0) : *m_next; }
 
-    /// Exactly `count` decimal digits.
-    int digits(int count)
+    /// Exactly so many decimal digits.
+    template <int Count>
+    int digits()
     {
-        int value = 0;
-        for (int i = 0; i < count; ++i) {
-            const auto digit = peek();
-            if (digit < u'0' || digit > u'9') {
-                m_ok = false;
-                return 0;
-            }
-            value = value * 10 + (digit - u'0');
-            ++m_position;
+        if (m_end - m_next < Count) {
+            m_ok = false;
+            return 0;
         }
-        return value;
+        int value = 0;
+        bool areDigits = true;
+        for (int i = 0; i < Count; ++i) {
+            const auto digit = static_cast<unsigned>(m_next[i]) - unsigned{'0'};
+            areDigits = areDigits && digit < 10;
+            value = value * 10 + static_cast<int>(digit);
+        }
+        if (areDigits)
+            m_next += Count;
+        m_ok = m_ok && areDigits;
+        return areDigits ? value : 0;
     }
 
-    bool accept(char16_t expected)
+    bool accept(char expected)
     {
-        if (peek() != expected || atEnd())
+        if (peek() != Char(expected) || atEnd())
             return false;
-        ++m_position;
+        ++m_next;
         return true;
     }
 
-    void require(char16_t expected) { m_ok = accept(expected) && m_ok; }
+    void require(char expected) { m_ok = accept(expected) && m_ok; }
 
     void requireThat(bool condition) { m_ok = condition && m_ok; }
 
@@ -61,11 +68,11 @@ public:
     {
         int count = 0;
         int value = 0;
-        while (peek() >= u'0' && peek() <= u'9') {
+        while (isDigit()) {
             if (count < 6)
-                value = value * 10 + (peek() - u'0');
+                value = value * 10 + (*m_next - Char('0'));
             ++count;
-            ++m_position;
+            ++m_next;
         }
         if (count == 0)
             m_ok = false;
@@ -75,25 +82,60 @@ public:
     }
 
 private:
-    QStringView m_text;
-    qsizetype m_position = 0;
+    [[nodiscard]] bool isDigit() const { return !atEnd() && *m_next >= Char('0') && *m_next <= Char('9'); }
+
+    const Char *m_next;
+    const Char *m_end;
     bool m_ok = true;
 };
 
 /// "Z", or a sign, hours and minutes with or without a colon.
-minutes scanOffset(Scanner &scanner)
+template <typename Char>
+minutes scanOffset(Scanner<Char> &scanner)
 {
-    if (scanner.accept(u'Z'))
+    if (scanner.accept('Z'))
         return 0min;
-    const bool negative = scanner.peek() == u'-';
-    if (!scanner.accept(u'+'))
-        scanner.require(u'-');
-    const hours offsetHours{scanner.digits(2)};
-    scanner.accept(u':');
-    const minutes offsetMinutes{scanner.digits(2)};
+    const bool negative = scanner.peek() == Char('-');
+    if (!scanner.accept('+'))
+        scanner.require('-');
+    const hours offsetHours{scanner.template digits<2>()};
+    scanner.accept(':');
+    const minutes offsetMinutes{scanner.template digits<2>()};
     scanner.requireThat(offsetHours < 24h && offsetMinutes < 60min);
     const minutes offset = offsetHours + offsetMinutes;
     return negative ? -offset : offset;
+}
+
+template <typename Char>
+std::optional<Instant> scanInstant(Scanner<Char> scanner)
+{
+    const int yearDigits = scanner.template digits<4>();
+    scanner.require('-');
+    const int monthDigits = scanner.template digits<2>();
+    scanner.require('-');
+    const int dayDigits = scanner.template digits<2>();
+    scanner.require('T');
+    const int hourDigits = scanner.template digits<2>();
+    scanner.require(':');
+    const int minuteDigits = scanner.template digits<2>();
+    scanner.require(':');
+    const int secondDigits = scanner.template digits<2>();
+    const auto fraction = scanner.accept('.') ? scanner.fraction() : 0us;
+    const auto offset = scanOffset(scanner);
+    if (!scanner.ok() || !scanner.atEnd())
+        return std::nullopt;
+
+    const year_month_day date{
+        year{yearDigits}, month{static_cast<unsigned>(monthDigits)}, day{static_cast<unsigned>(dayDigits)}};
+    // A leap second is written as second 60.
+    if (!date.ok() || yearDigits < 1 || hourDigits > 23 || minuteDigits > 59 || secondDigits > 60)
+        return std::nullopt;
+    const Instant instant{
+        sys_days{date} + hours{hourDigits} + minutes{minuteDigits} + seconds{secondDigits} + fraction - offset};
+    // An offset can lead out of the years that every other form of an instant can hold.
+    if (instant < kFirst || instant >= kEnd)
+        return std::nullopt;
+    return instant;
 }
 
 } // namespace
@@ -119,34 +161,12 @@ std::optional<Instant> instantFromReferenceDate(double seconds)
 
 std::optional<Instant> parseISO8601(QStringView text)
 {
-    Scanner scanner(text);
-    const int yearDigits = scanner.digits(4);
-    scanner.require(u'-');
-    const int monthDigits = scanner.digits(2);
-    scanner.require(u'-');
-    const int dayDigits = scanner.digits(2);
-    scanner.require(u'T');
-    const int hourDigits = scanner.digits(2);
-    scanner.require(u':');
-    const int minuteDigits = scanner.digits(2);
-    scanner.require(u':');
-    const int secondDigits = scanner.digits(2);
-    const auto fraction = scanner.accept(u'.') ? scanner.fraction() : 0us;
-    const auto offset = scanOffset(scanner);
-    if (!scanner.ok() || !scanner.atEnd())
-        return std::nullopt;
+    return scanInstant(Scanner(text.utf16(), text.utf16() + text.size()));
+}
 
-    const year_month_day date{
-        year{yearDigits}, month{static_cast<unsigned>(monthDigits)}, day{static_cast<unsigned>(dayDigits)}};
-    // A leap second is written as second 60.
-    if (!date.ok() || yearDigits < 1 || hourDigits > 23 || minuteDigits > 59 || secondDigits > 60)
-        return std::nullopt;
-    const Instant instant{
-        sys_days{date} + hours{hourDigits} + minutes{minuteDigits} + seconds{secondDigits} + fraction - offset};
-    // An offset can lead out of the years that every other form of an instant can hold.
-    if (instant < kFirst || instant >= kEnd)
-        return std::nullopt;
-    return instant;
+std::optional<Instant> parseISO8601(QUtf8StringView text)
+{
+    return scanInstant(Scanner(text.data(), text.data() + text.size()));
 }
 
 QString toISO8601(Instant instant)

@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <QStringView>
+#include <QUtf8StringView>
 
 #include <chrono>
 #include <optional>
@@ -27,6 +28,7 @@ using Instant = std::chrono::sys_time<std::chrono::microseconds>;
 /// an offset such as "+02:00". Nothing for anything else, a bare date included. Digits of a fraction
 /// beyond the microsecond are cut.
 [[nodiscard]] std::optional<Instant> parseISO8601(QStringView text);
+[[nodiscard]] std::optional<Instant> parseISO8601(QUtf8StringView text);
 
 /// "2026-05-01T12:00:00Z", with ".123456" before the Z when the instant is not on a whole second.
 [[nodiscard]] QString toISO8601(Instant instant);

@@ -41,12 +41,19 @@ void Codec<qint64>::decode(qint64 &value, Element element, const Path &path)
     value = number;
 }
 
-void Codec<QString>::decode(QString &value, Element element, const Path &path)
+void Codec<QUtf8StringView>::decode(QUtf8StringView &value, Element element, const Path &path)
 {
     std::string_view text;
     if (element.get(text) != simdjson::SUCCESS)
         failExpected(path, "a text");
-    value = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    value = QUtf8StringView(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+void Codec<QString>::decode(QString &value, Element element, const Path &path)
+{
+    QUtf8StringView text;
+    Codec<QUtf8StringView>::decode(text, element, path);
+    value = text.toString();
 }
 
 void Codec<QString>::encode(Writer &writer, const QString &value)
@@ -83,19 +90,6 @@ void Codec<std::optional<WebAddress>>::decode(std::optional<WebAddress> &value, 
     Codec<QString>::decode(text, element, path);
     if (!text.isEmpty())
         value.emplace(std::move(text));
-}
-
-void withDocument(QByteArrayView text, const std::function<void(Element)> &visit)
-{
-    simdjson::dom::parser parser;
-    Element root;
-    // An empty view may point nowhere, which the parser does not take.
-    const char *const begin = text.isEmpty() ? "" : text.data();
-    const auto error = parser.parse(begin, static_cast<std::size_t>(text.size())).get(root);
-    if (error != simdjson::SUCCESS)
-        throw DecodingError(
-            QStringLiteral("The data is not valid JSON: ") + QString::fromLatin1(simdjson::error_message(error)));
-    visit(root);
 }
 
 } // namespace velmora::json

@@ -15,6 +15,7 @@
 #include <QList>
 #include <QString>
 
+#include <array>
 #include <optional>
 #include <string_view>
 #include <tuple>
@@ -86,35 +87,49 @@ struct Codec {
     }
 
 private:
-    // One pass over the object: the first occurrence of a key counts.
+    struct Decoder {
+        std::string_view key;
+        bool (*decode)(T &value, Element element, const Path &path); ///< false for a null, which counts as missing
+    };
+
+    // One pass over the object: the first occurrence of a key counts. Keys mostly come in the order of the table, so
+    // that each is looked for from behind the last one on.
     template <typename... Fields>
     static void decodeFields(
         T &value, simdjson::dom::object object, const Path &path, const std::tuple<Fields...> &fields)
     {
         constexpr std::size_t count = sizeof...(Fields);
+        static constexpr auto decoders = decodersOf(std::make_index_sequence<count>{});
         bool found[count] = {};
-        for (const auto member : object)
-            decodeMember(value, member, path, fields, found, std::make_index_sequence<count>{});
+        std::size_t next = 0;
+        for (const auto member : object) {
+            for (std::size_t tried = 0; tried < count; ++tried) {
+                const std::size_t index = next;
+                next = index + 1 == count ? 0 : index + 1;
+                if (decoders[index].key != member.key)
+                    continue;
+                found[index] = found[index] || decoders[index].decode(value, member.value, path);
+                break;
+            }
+        }
         requireAll(path, fields, found, std::make_index_sequence<count>{});
     }
 
-    template <typename Fields, std::size_t... Indices>
-    static void decodeMember(T &value, const simdjson::dom::key_value_pair &member, const Path &path,
-        const Fields &fields, bool *found, std::index_sequence<Indices...>)
+    template <std::size_t... Indices>
+    static constexpr std::array<Decoder, sizeof...(Indices)> decodersOf(std::index_sequence<Indices...>)
     {
-        [[maybe_unused]] const bool known
-            = ((member.key == std::get<Indices>(fields).key
-                   && (decodeField(value, member.value, path, std::get<Indices>(fields), found[Indices]), true))
-                || ...);
+        return {Decoder{std::get<Indices>(JSONTable<T>::fields).key, &decodeField<Indices>}...};
     }
 
-    template <typename Member>
-    static void decodeField(T &value, Element element, const Path &path, const Field<T, Member> &field, bool &isFound)
+    template <std::size_t Index>
+    static bool decodeField(T &value, Element element, const Path &path)
     {
-        if (isFound || element.is_null())
-            return;
-        Codec<Member>::decode(value.*field.member, element, Path{&path, field.key, 0});
-        isFound = true;
+        if (element.is_null())
+            return false;
+        constexpr auto field = std::get<Index>(JSONTable<T>::fields);
+        auto &member = value.*field.member;
+        Codec<std::remove_cvref_t<decltype(member)>>::decode(member, element, Path{&path, field.key, 0});
+        return true;
     }
 
     template <typename Fields, std::size_t... Indices>
@@ -150,6 +165,12 @@ template <>
 struct Codec<qint64> {
     static void decode(qint64 &value, Element element, const Path &path);
     static void encode(Writer &writer, qint64 value) { writer.Int64(value); }
+};
+
+/// A text where it stands in the document, which must outlive the record.
+template <>
+struct Codec<QUtf8StringView> {
+    static void decode(QUtf8StringView &value, Element element, const Path &path);
 };
 
 template <>
@@ -215,17 +236,24 @@ struct Codec<QList<T>> {
     }
 };
 
-/// Parses the whole document and calls `visit` with its root, which lives only during the call.
-void withDocument(QByteArrayView text, const std::function<void(Element)> &visit);
+/// The root of the document, which lives as long as the document.
+[[nodiscard]] Element rootOf(const JSONDocument &document);
 
 } // namespace json
 
 template <typename Record>
-Record decodeJSON(QByteArrayView text)
+Record decodeJSON(const JSONDocument &document)
 {
     Record record{};
-    json::withDocument(text, [&](json::Element root) { json::Codec<Record>::decode(record, root, json::Path{}); });
+    json::Codec<Record>::decode(record, json::rootOf(document), json::Path{});
     return record;
+}
+
+template <typename Record>
+Record decodeJSON(QByteArrayView text)
+{
+    const JSONDocument document(text);
+    return decodeJSON<Record>(document);
 }
 
 template <typename Record>

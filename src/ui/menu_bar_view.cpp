@@ -280,15 +280,15 @@ bool MenuBarView::event(QEvent *event)
     const bool isHandled = QWidget::event(event);
     // Whatever the content asks for, the view has: a window follows what it holds only when it is told to.
     if (event->type() == QEvent::LayoutRequest)
-        adjustHeight();
+        setFixedHeight(sizeHint().height());
     return isHandled;
 }
 
-void MenuBarView::adjustHeight()
+QSize MenuBarView::sizeHint() const
 {
-    const int height
-        = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : layout()->sizeHint().height();
-    setFixedHeight(height);
+    const int width = minimumWidth();
+    const bool wraps = layout()->hasHeightForWidth();
+    return {width, wraps ? layout()->totalHeightForWidth(width) : layout()->totalSizeHint().height()};
 }
 
 void MenuBarView::changeEvent(QEvent *event)

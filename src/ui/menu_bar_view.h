@@ -52,6 +52,8 @@ public:
     /// Shows something about the window itself, below the status; nothing when empty.
     void setNotice(const QString &notice);
 
+    [[nodiscard]] QSize sizeHint() const override;
+
 public Q_SLOTS:
     /// Refreshes the installations, then all deployments. Does nothing while that is running.
     void refresh();
@@ -74,7 +76,6 @@ private:
     void connectStores();
     void addShortcuts();
     void adoptFont();
-    void adjustHeight();
 
     void followStores();
     void showStores();

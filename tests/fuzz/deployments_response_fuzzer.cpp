@@ -8,7 +8,8 @@ using namespace velmora;
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     try {
-        const auto response = payload(decodeJSON<GitHubDeploymentGraphQLResponse>(fuzz::bytes(data, size)));
+        const JSONDocument document(fuzz::bytes(data, size));
+        const auto response = payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document));
         const auto result = fetchResult(response);
         qsizetype nodes = 0;
         for (const auto &repository : response.nodes)

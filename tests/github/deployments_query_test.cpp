@@ -25,7 +25,8 @@ QByteArray fixture()
 
 DeploymentFetchResult resultOf(const QByteArray &json)
 {
-    return fetchResult(payload(decodeJSON<GitHubDeploymentGraphQLResponse>(json)));
+    const JSONDocument document(json);
+    return fetchResult(payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document)));
 }
 
 QString failureOf(const QByteArray &json)
@@ -57,16 +58,17 @@ RepositoryNode repository()
 DeploymentNode deployment()
 {
     DeploymentNode node;
-    node.id = QStringLiteral("D");
-    node.createdAt = QStringLiteral("2024-05-01T12:00:00Z");
-    node.updatedAt = QStringLiteral("2024-05-01T12:01:00Z");
+    node.id = "D";
+    node.createdAt = "2024-05-01T12:00:00Z";
+    node.updatedAt = "2024-05-01T12:01:00Z";
     return node;
 }
 
 std::optional<RateLimitNotice> noticeOf(const QByteArray &json, std::optional<Instant> resumeAt)
 {
     try {
-        (void)payload(decodeJSON<GitHubDeploymentGraphQLResponse>(json), resumeAt);
+        const JSONDocument document(json);
+        (void)payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document), resumeAt);
         return std::nullopt;
     } catch (const DeploymentClientError &error) {
         return error.rateLimit();
@@ -160,15 +162,15 @@ private Q_SLOTS:
             return snapshot(node, repository())->environment;
         };
         QCOMPARE(environment(), QStringLiteral("Default"));
-        node.environment = QStringLiteral("preview");
+        node.environment = "preview";
         QCOMPARE(environment(), QStringLiteral("preview"));
-        node.latestEnvironment = QStringLiteral("production");
+        node.latestEnvironment = "production";
         QCOMPARE(environment(), QStringLiteral("production"));
         node.latestStatus = StatusNode();
         QCOMPARE(environment(), QStringLiteral("production"));
-        node.latestStatus->environment = QStringLiteral("staging");
+        node.latestStatus->environment = "staging";
         QCOMPARE(environment(), QStringLiteral("staging"));
-        node.latestStatus->environment = QString();
+        node.latestStatus->environment = "";
         QCOMPARE(environment(), QString());
     }
 
@@ -176,17 +178,17 @@ private Q_SLOTS:
     {
         DeploymentNode node = deployment();
         QVERIFY(snapshot(node, repository()).has_value());
-        node.createdAt = QStringLiteral("2024-05-01");
+        node.createdAt = "2024-05-01";
         QVERIFY(!snapshot(node, repository()).has_value());
         node = deployment();
-        node.updatedAt = QString();
+        node.updatedAt = "";
         QVERIFY(!snapshot(node, repository()).has_value());
     }
 
     void anObjectOfAnotherTypeIsNoRepository()
     {
-        const auto result = decodeJSON<GitHubDeploymentGraphQLResponse>(
-            quoted("{'data':{'nodes':[null,{},{'__typename':'User'}],") + kLimit + "}}");
+        const JSONDocument document(quoted("{'data':{'nodes':[null,{},{'__typename':'User'}],") + kLimit + "}}");
+        const auto result = decodeJSON<GitHubDeploymentGraphQLResponse>(document);
         QCOMPARE(result.data->nodes.size(), 3);
         for (const auto &node : result.data->nodes)
             QVERIFY(!node.has_value());

@@ -99,16 +99,6 @@ private Q_SLOTS:
         ledger.recordRefusal(1, {}, later);
         QCOMPARE(ledger.pausedUntil(1, later), std::optional<Instant>(later + 60s));
     }
-
-    void aForgottenIdentityStartsAnew()
-    {
-        RateLimitLedger ledger;
-        ledger.recordRefusal(1, {kNow + 90s}, kNow);
-        ledger.forget(1);
-        QVERIFY(!ledger.pausedUntil(1, kNow).has_value());
-        ledger.recordRefusal(1, {}, kNow);
-        QCOMPARE(ledger.pausedUntil(1, kNow), std::optional<Instant>(kNow + 60s));
-    }
 };
 
 QTEST_GUILESS_MAIN(RateLimitLedgerTest)

@@ -56,6 +56,8 @@ private Q_SLOTS:
                                     << "inProgress";
         QTest::newRow("mixed case") << "Active"
                                     << "success";
+        QTest::newRow("a letter whose capital is S") << QStringLiteral("\u017fuccess") << QStringLiteral("success");
+        QTest::newRow("another letter") << QStringLiteral("\u00e9rror") << QStringLiteral("unknown");
         QTest::newRow("unknown word") << "LOCKED"
                                       << "unknown";
         QTest::newRow("blank around") << " SUCCESS"
@@ -68,7 +70,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, word);
         QFETCH(QString, expected);
-        QCOMPARE(rawValue(deploymentStateFromGitHub(word)), expected);
+        QCOMPARE(rawValue(deploymentStateFromGitHub(QUtf8StringView(word.toUtf8()))), expected);
     }
 
     void anAbsentWordIsUnknown() { QVERIFY(deploymentStateFromGitHub(std::nullopt) == DeploymentState::Unknown); }

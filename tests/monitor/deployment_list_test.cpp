@@ -151,6 +151,53 @@ private Q_SLOTS:
         QCOMPARE(ids(list), QStringList({QStringLiteral("a"), QStringLiteral("b")}));
     }
 
+    void whatIsShownAfterAFetchIsTheMergedListFilteredAndSorted_data()
+    {
+        QTest::addColumn<bool>("isReplaced");
+        QTest::newRow("replaced") << true;
+        QTest::newRow("kept") << false;
+    }
+    void whatIsShownAfterAFetchIsTheMergedListFilteredAndSorted()
+    {
+        QFETCH(bool, isReplaced);
+        const auto replacing = [isReplaced](const DeploymentSnapshot &) {
+            return isReplaced;
+        };
+        // Numbers that share no factor: every state meets every age, and lists overlap, repeat and disagree.
+        const auto list = [](int first, int step) {
+            QList<DeploymentSnapshot> made;
+            for (int i = first; i < 1'000; i += step) {
+                const auto state = kAllDeploymentStates.at(static_cast<std::size_t>(i * step) % 9);
+                made.append(makeSnapshot(QString::number(i % 701), state, noon() - 13min * (i * step % 911)));
+            }
+            return made;
+        };
+        const auto known = merged({}, list(0, 3), kReplaceAll);
+        const auto expected = filteredAndSorted(merged(known, list(1, 2), replacing), noon());
+        QVERIFY(expected.size() > 50);
+        QCOMPARE(shownAfterFetch(known, list(1, 2), replacing, noon()), expected);
+    }
+
+    void aListThatSomebodyElseHoldsIsLeftAlone()
+    {
+        const auto known = QList{make("a", DeploymentState::InProgress, 1h)};
+        const auto fetched = QList{make("a", DeploymentState::Success, 1min), make("b", DeploymentState::Success, 1h)};
+        auto untouched = fetched;
+        untouched.detach();
+        QCOMPARE(shownAfterFetch(known, fetched, kReplaceAll, noon()), untouched);
+        QCOMPARE(merged(known, fetched, kReplaceAll), untouched);
+        QCOMPARE(filteredAndSorted(fetched, noon()), untouched);
+        QCOMPARE(fetched, untouched);
+    }
+
+    void aListThatIsHandedOverIsUsedUp()
+    {
+        auto fetched = QList{make("a", DeploymentState::Success, 1min)};
+        const auto *const text = fetched.constFirst().id.constData();
+        QCOMPARE(static_cast<const void *>(filteredAndSorted(std::move(fetched), noon()).constFirst().id.constData()),
+            static_cast<const void *>(text));
+    }
+
     void aRepositoryIsFoundByItsNodeId()
     {
         const RepositoryIndex index({makeRepository("R_other", "acme/other"), makeRepository("R_web", "acme/renamed")});

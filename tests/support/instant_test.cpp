@@ -51,6 +51,7 @@ private Q_SLOTS:
         const auto instant = parseISO8601(text);
         QVERIFY(instant.has_value());
         QCOMPARE(toISO8601(*instant), expected);
+        QVERIFY(parseISO8601(QUtf8StringView(text.toUtf8())) == instant);
     }
 
     void rejectsEverythingElse_data()
@@ -63,12 +64,15 @@ private Q_SLOTS:
                  "0001-01-01T00:00:00+00:01", "9999-12-31T23:59:60Z", "9999-12-31T23:59:00-00:01",
                  "2026-05-01T12:00:00*02:00", " 2026-05-01T12:00:00Z", "-026-05-01T12:00:00Z"})
             QTest::newRow(text) << QString::fromLatin1(text);
+        QTest::newRow("digits of another script") << QStringLiteral("\u0662026-05-01T12:00:00Z");
+        QTest::newRow("a letter that ends like a digit") << QStringLiteral("2026-05-01T12:00:0\u0130Z");
     }
 
     void rejectsEverythingElse()
     {
         QFETCH(QString, text);
         QVERIFY(!parseISO8601(text).has_value());
+        QVERIFY(!parseISO8601(QUtf8StringView(text.toUtf8())).has_value());
     }
 
     void secondsSinceTheReferenceDateComeBackToTheMicrosecond()

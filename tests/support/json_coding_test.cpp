@@ -29,6 +29,10 @@ struct Place {
     WebAddress url;
 };
 
+struct View {
+    QUtf8StringView text;
+};
+
 /// JSON written with single quotes, for the sake of the eye.
 QByteArray quoted(QByteArray text)
 {
@@ -65,6 +69,11 @@ struct velmora::JSONTable<Sample> {
 template <>
 struct velmora::JSONTable<Place> {
     static constexpr auto fields = std::tuple{velmora::json::required("url", &Place::url)};
+};
+
+template <>
+struct velmora::JSONTable<View> {
+    static constexpr auto fields = std::tuple{velmora::json::required("text", &View::text)};
 };
 
 class JSONCodingTest : public QObject
@@ -165,6 +174,38 @@ private Q_SLOTS:
         QFETCH(QByteArray, text);
         const QString message = failure<Sample>(text);
         QVERIFY2(message.startsWith(QStringLiteral("The data is not valid JSON: ")), qPrintable(message));
+    }
+
+    void keysMayComeInAnyOrder()
+    {
+        const Sample expected{QStringLiteral("a"), 1, true, QStringLiteral("n"), {}, {{2, {}}}};
+        QVERIFY(
+            decodeJSON<Sample>(quoted("{'items':[{'id':2}],'x':1,'note':'n','isOn':true,'y':2,'count':1,'name':'a'}"))
+            == expected);
+        QVERIFY(
+            decodeJSON<Sample>(quoted("{'count':1,'name':'a','items':[{'id':2}],'isOn':true,'note':'n'}")) == expected);
+    }
+
+    void aViewOfADocumentLivesAsLongAsTheDocument()
+    {
+        const JSONDocument first(quoted("{'text':'Gr\\u00f6\xC3\x9F"
+                                        "e'}"));
+        const auto view = decodeJSON<View>(first);
+        const JSONDocument second(quoted("{'text':'another'}"));
+        QCOMPARE(decodeJSON<View>(second).text.toString(), QStringLiteral("another"));
+        QCOMPARE(view.text.toString(), QStringLiteral("Gr\u00f6\u00dfe"));
+        QCOMPARE(failure<View>(quoted("{'text':1}")), QStringLiteral("text is not a text"));
+    }
+
+    void documentsOfEverySizeFollowEachOther()
+    {
+        // Below, at and above what a parser keeps room for, and small ones after a large one and after a bad one.
+        for (const qsizetype size : {1, 1'000, 65'536, 65'537, 3'000'000, 1, 600'000, 70'000}) {
+            const QByteArray text(size, 'x');
+            const JSONDocument document(quoted("{'text':'") + text + quoted("'}"));
+            QVERIFY(decodeJSON<View>(document).text.toString() == QString::fromLatin1(text));
+            QVERIFY(!failure<Sample>(text).isEmpty());
+        }
     }
 
     void aFaultNeverRepeatsAValue()

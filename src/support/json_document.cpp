@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#include "support/json_document.h"
+
+#include "support/json_coding.h"
+
+#include <bit>
+#include <string>
+
+namespace velmora
+{
+
+struct JSONDocument::Parser {
+    simdjson::dom::parser parser;
+    std::string text; ///< the parser reads a little beyond the end of what it parses
+};
+
+namespace
+{
+
+/// A batch of deployments fits in amply. The parser's memory is a small multiple of this.
+constexpr std::size_t kMostKept = 512 * 1024;
+
+/// The parser of this thread that no document is using.
+std::unique_ptr<JSONDocument::Parser> &spareParser()
+{
+    thread_local std::unique_ptr<JSONDocument::Parser> spare;
+    return spare;
+}
+
+/// Parses with room for a larger document, since the next one is rarely of the same size, but never with so much that
+/// the parser is not kept.
+simdjson::error_code parse(JSONDocument::Parser &with, QByteArrayView json)
+{
+    const auto size = static_cast<std::size_t>(json.size());
+    const std::size_t capacity = size > kMostKept ? size : std::bit_ceil(size);
+    with.text.reserve(capacity + simdjson::SIMDJSON_PADDING);
+    with.text.assign(json.begin(), json.end());
+    auto error = simdjson::SUCCESS;
+    if (with.parser.capacity() < size)
+        error = with.parser.allocate(capacity);
+    if (error == simdjson::SUCCESS && with.parser.doc.capacity() < size)
+        error = with.parser.doc.allocate(capacity);
+    return error == simdjson::SUCCESS ? with.parser.parse(with.text).error() : error;
+}
+
+} // namespace
+
+JSONDocument::JSONDocument(QByteArrayView json)
+    : m_parser(std::move(spareParser()))
+{
+    if (!m_parser)
+        m_parser = std::make_unique<Parser>();
+    const auto error = parse(*m_parser, json);
+    if (error != simdjson::SUCCESS)
+        throw DecodingError(
+            QStringLiteral("The data is not valid JSON: ") + QString::fromLatin1(simdjson::error_message(error)));
+}
+
+JSONDocument::~JSONDocument()
+{
+    if (m_parser->parser.capacity() <= kMostKept)
+        spareParser() = std::move(m_parser);
+}
+
+json::Element json::rootOf(const JSONDocument &document)
+{
+    return document.parser().parser.doc.root();
+}
+
+} // namespace velmora
