@@ -96,7 +96,6 @@ class X11Windows:
     def __init__(self, session, screen):
         self._session = session
         self._screen = screen
-        self._pids = {}
         environment = {"DISPLAY": screen.name, "XDG_SESSION_TYPE": "x11"}
         session.environment |= environment | {"GDK_BACKEND": "x11", "QT_QPA_PLATFORM": "xcb"}
 
@@ -112,17 +111,12 @@ class X11Windows:
         tree = self._tree()
         windows = []
         for number in shown:
-            # What is in no tree has gone while we looked; the window manager has windows of its own.
-            if number in tree and self._pid(number) != self._manager.pid:
+            # What is in no tree has gone while we looked. The window manager has windows of its own.
+            pid = int(self._screen.xdotool("getwindowpid", number).strip() or self._manager.pid)
+            if number in tree and pid != self._manager.pid:
                 title, *place = tree[number]
-                windows.append(Window(title, self._pid(number), *place, number == active))
+                windows.append(Window(title, pid, *place, number == active))
         return windows
-
-    def _pid(self, number):
-        if number not in self._pids:
-            answer = self._screen.xdotool("getwindowpid", number).strip()
-            self._pids[number] = int(answer or self._manager.pid)
-        return self._pids[number]
 
     def _tree(self):
         """Title, x, y, width and height of every window. The places that xdotool tells count the frame twice."""
