@@ -12,6 +12,8 @@ from .picture import Picture
 from .waiting import eventually
 
 _NOBODY = 65534
+# How long a picture waits for what moves, in seconds.
+_RESTLESSNESS = 2.0
 # Number, title, size, place in the parent, place on the screen.
 _LINE_OF_TREE = re.compile(
     r'^ *(0x[0-9a-f]+) (?:"(.*)"|\(has no name\)): .*?(\d+)x(\d+)[+-]-?\d+[+-]-?\d+ +[+](-?\d+)[+](-?\d+)$', re.M
@@ -54,20 +56,27 @@ class Screen:
             raise RuntimeError(f"the display server did not start: {program.output()}")
         self.name = f":{number}"
 
-    def picture(self):
-        with open(f"{self._memory}/Xvfb_screen0", "rb") as file:
-            return Picture.of_window_dump(file.read())
+    def picture(self, area=None):
+        """What is shown now, or the part of it in x, y, width and height."""
+        return Picture.of_window_dump(self._dump(), area)
 
-    def settled_picture(self):
-        """A picture that two looks in a row agree on."""
-        seen = [self.picture()]
+    def settled_picture(self, area=None):
+        """A picture that two looks in a row agree on. What goes on moving is taken after a moment as it is."""
+        seen = [self._dump()]
 
         def is_settled():
-            seen.append(self.picture())
-            return seen[-1] == seen[-2]
+            seen.append(self._dump())
+            return seen.pop(0) == seen[0]
 
-        eventually(is_settled, "the screen to settle")
-        return seen[-1]
+        try:
+            eventually(is_settled, "the screen to settle", _RESTLESSNESS)
+        except TimeoutError:
+            pass
+        return Picture.of_window_dump(seen[0], area)
+
+    def _dump(self):
+        with open(f"{self._memory}/Xvfb_screen0", "rb") as file:
+            return file.read()
 
     def xdotool(self, *arguments):
         """What xdotool printed; empty when it failed, as it does when it finds nothing."""

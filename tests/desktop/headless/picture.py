@@ -14,16 +14,18 @@ class Picture:
         self._rows = rows
 
     @classmethod
-    def of_window_dump(cls, dump):
-        """From the format of the X window dump, in which Xvfb keeps its screen."""
+    def of_window_dump(cls, dump, area=None):
+        """From the format of the X window dump, in which Xvfb keeps its screen. An area is x, y, width and height."""
         (header, _, _, _, width, height, _, order, _, _, _, bits, stride, _, red, green, blue, _, _, colours) = (
             struct.unpack_from(">20I", dump)
         )
         if (order, bits, red, green, blue) != (0, 32, 0xFF0000, 0xFF00, 0xFF):
             raise ValueError("the screen has an unexpected arrangement of pixels")
-        start = header + colours * 12
+        left, top, right, bottom = _inside(area or (0, 0, width, height), width, height)
+        width, height = right - left, bottom - top
+        start = header + colours * 12 + left * 4
         rows = []
-        for y in range(height):
+        for y in range(top, bottom):
             line = dump[start + y * stride : start + y * stride + width * 4]
             row = bytearray(width * 3)
             row[0::3], row[1::3], row[2::3] = line[2::4], line[1::4], line[0::4]
@@ -40,10 +42,7 @@ class Picture:
 
     def cut(self, x, y, width, height):
         """The part of that rectangle that is inside the picture."""
-        left, top = max(x, 0), max(y, 0)
-        right, bottom = min(x + width, self.width), min(y + height, self.height)
-        if left >= right or top >= bottom:
-            raise ValueError(f"nothing of {width}x{height} at {x},{y} is inside {self.width}x{self.height}")
+        left, top, right, bottom = _inside((x, y, width, height), self.width, self.height)
         return Picture(right - left, bottom - top, [row[left * 3 : right * 3] for row in self._rows[top:bottom]])
 
     def rows(self):
@@ -63,6 +62,15 @@ class Picture:
         with open(path, "wb") as file:
             file.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header))
             file.write(chunk(b"IDAT", zlib.compress(lines, 9)) + chunk(b"IEND", b""))
+
+
+def _inside(area, width, height):
+    x, y, wanted_width, wanted_height = area
+    left, top = max(x, 0), max(y, 0)
+    right, bottom = min(x + wanted_width, width), min(y + wanted_height, height)
+    if left >= right or top >= bottom:
+        raise ValueError(f"nothing of {wanted_width}x{wanted_height} at {x},{y} is inside {width}x{height}")
+    return left, top, right, bottom
 
 
 def _differences(row):

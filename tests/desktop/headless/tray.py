@@ -124,7 +124,7 @@ class Tray(Component):
     def _is_drawn(self):
         """The panel itself has one colour there, its edges left out."""
         x, y = self.place()
-        return len(self.session.screen.picture().cut(x - 8, y - 8, 16, 16).colours()) > 1
+        return len(self.session.screen.picture((x - 8, y - 8, 16, 16)).colours()) > 1
 
     def place(self):
         """The middle of the only item."""
