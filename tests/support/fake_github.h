@@ -24,6 +24,9 @@ public:
         QString id;
         QString state = QStringLiteral("SUCCESS");
         Instant updatedAt = noon();
+        QString environment = QStringLiteral("production");
+        std::optional<QString> logURL; ///< with it, or the next one, there is a status
+        std::optional<QString> environmentURL;
     };
     struct Repository {
         QString nodeID;
@@ -52,6 +55,9 @@ public:
     QMap<QString, Identity> identities;
     /// The repository ids of every deployments query, in order, each as "TOKEN: ID ID …".
     QStringList queries;
+    /// What the person has to type to connect an account, and the token that it becomes once somebody has typed it.
+    QString userCode = QStringLiteral("WDJB-MJHT");
+    std::optional<QString> grantedToken;
     /// Paths of every other request, each as "TOKEN: PATH".
     QStringList restRequests;
     std::shared_ptr<FakeHTTPSession> session = std::make_shared<FakeHTTPSession>();
@@ -82,6 +88,8 @@ private:
         const QString token = tokenOf(request);
         const QString path = request.url.path();
         const bool isQuery = path.endsWith(QStringLiteral("/graphql"));
+        if (path.contains(QStringLiteral("/login/")))
+            return authorization(path);
         if (!isQuery)
             restRequests.append(token + QStringLiteral(": ") + path);
         const auto identity = identities.constFind(token);
@@ -98,6 +106,18 @@ private:
         if (path.endsWith(QStringLiteral("/repositories")))
             return repositories(*identity);
         return installations(token, *identity);
+    }
+
+    [[nodiscard]] HTTPResponse authorization(const QString &path) const
+    {
+        if (path.endsWith(QStringLiteral("/device/code")))
+            return json(
+                {{QStringLiteral("device_code"), QStringLiteral("secret")}, {QStringLiteral("user_code"), userCode},
+                    {QStringLiteral("verification_uri"), QStringLiteral("https://github.com/login/device")},
+                    {QStringLiteral("expires_in"), 900}, {QStringLiteral("interval"), 5}});
+        if (grantedToken)
+            return json({{QStringLiteral("access_token"), *grantedToken}});
+        return json({{QStringLiteral("error"), QStringLiteral("authorization_pending")}});
     }
 
     void logQuery(const QString &token, const QByteArray &body)
@@ -139,15 +159,29 @@ private:
         return json({{QStringLiteral("repositories"), list}});
     }
 
+    static QJsonObject status(const Deployment &deployment)
+    {
+        QJsonObject status{{QStringLiteral("state"), deployment.state},
+            {QStringLiteral("updatedAt"), toISO8601(deployment.updatedAt)}};
+        if (deployment.logURL)
+            status.insert(QStringLiteral("logUrl"), *deployment.logURL);
+        if (deployment.environmentURL)
+            status.insert(QStringLiteral("environmentUrl"), *deployment.environmentURL);
+        return status;
+    }
+
     static QJsonObject node(const Repository &repository)
     {
         QJsonArray list;
         for (const auto &deployment : repository.deployments) {
             const QString time = toISO8601(deployment.updatedAt);
-            list.append(QJsonObject{{QStringLiteral("id"), deployment.id},
-                {QStringLiteral("environment"), QStringLiteral("production")},
+            QJsonObject object{{QStringLiteral("id"), deployment.id},
+                {QStringLiteral("environment"), deployment.environment},
                 {QStringLiteral("commitOid"), QStringLiteral("abcdef1234")}, {QStringLiteral("createdAt"), time},
-                {QStringLiteral("updatedAt"), time}, {QStringLiteral("state"), deployment.state}});
+                {QStringLiteral("updatedAt"), time}, {QStringLiteral("state"), deployment.state}};
+            if (deployment.logURL || deployment.environmentURL)
+                object.insert(QStringLiteral("latestStatus"), status(deployment));
+            list.append(object);
         }
         return {{QStringLiteral("id"), repository.graphqlID.isEmpty() ? repository.nodeID : repository.graphqlID},
             {QStringLiteral("nameWithOwner"), repository.name},

@@ -4,7 +4,7 @@
 #include "notifications/notification_error.h"
 #include "notifications/notification_permission.h"
 #include "notifications/notification_server.h"
-#include "platform/url_opener.h"
+#include "support/fake_url_opener.h"
 #include "support/one_shot.h"
 
 #include <QList>
@@ -86,28 +86,6 @@ public:
 
     bool isOn = true;
     int questions = 0;
-};
-
-/// Remembers what it was asked to open, with a space and the activation token when there was one.
-class FakeURLOpener final : public URLOpener
-{
-public:
-    using URLOpener::open;
-    bool open(const WebAddress &address) override
-    {
-        opened.append(address.text());
-        return works;
-    }
-
-    QStringList opened;
-    bool works = true;
-
-protected:
-    bool openActivated(const WebAddress &address, const QString &activationToken) override
-    {
-        opened.append(address.text() + QLatin1Char(' ') + activationToken);
-        return works;
-    }
 };
 
 } // namespace velmora::testing

@@ -10,7 +10,9 @@
 #include "support/fake_clock.h"
 #include "support/fake_github.h"
 #include "support/fake_notifier.h"
+#include "support/fake_pasteboard.h"
 #include "support/fake_preferences.h"
+#include "support/fake_url_opener.h"
 #include "support/json.h"
 
 #include <memory>
@@ -45,10 +47,15 @@ public:
         GitHubClient client;
         client.session = github.session;
         client.apiURL = QUrl(QStringLiteral("https://api.github.com"));
+        client.loginURL = QUrl(QStringLiteral("https://github.com/login"));
+        client.clientID = QStringLiteral("Iv23example");
         client.clock = &clock;
         AuthenticationStore::Services services;
         services.defaults = &defaults;
         services.clock = &clock;
+        services.pasteboard = &pasteboard;
+        services.urlOpener = &urlOpener;
+        services.installationURL = WebAddress(QStringLiteral("https://github.com/apps/velmora/installations/new"));
         authentication = std::make_unique<AuthenticationStore>(client, credentialStore, services);
         installations = std::make_unique<InstallationStore>(client, &defaults, &clock, ledger);
         monitor = std::make_unique<DeploymentMonitor>(
@@ -78,6 +85,8 @@ public:
     FakeGitHub github;
     FakeCache cache;
     FakeNotifier notifier;
+    FakePasteboard pasteboard;
+    FakeURLOpener urlOpener;
     QList<GitHubAccount> accounts;
     std::shared_ptr<InMemoryCredentialStore> credentials = std::make_shared<InMemoryCredentialStore>();
     std::shared_ptr<CredentialStoring> credentialStore = credentials;

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QWidget>
+
+class QToolButton;
+
+namespace velmora
+{
+
+class TextLabel;
+
+/// The top of the window: the name of the application above the status, and the buttons for settings and refresh.
+class MenuBarHeader final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit MenuBarHeader(QWidget *parent = nullptr);
+
+    /// The status in a few words, and what explains it: its first lines fit below the status, all of it is in the
+    /// tooltip and read to whoever cannot see.
+    void setStatus(const QString &status, const QString &explanation);
+    /// The refresh button cannot be pressed meanwhile and says why.
+    void setRefreshing(bool isRefreshing);
+
+Q_SIGNALS:
+    void settingsRequested();
+    void refreshRequested();
+
+private:
+    TextLabel *m_status;
+    TextLabel *m_explanation;
+    QToolButton *m_settings;
+    QToolButton *m_refresh;
+};
+
+} // namespace velmora

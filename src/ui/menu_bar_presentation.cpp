@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "ui/menu_bar_presentation.h"
+
+#include "support/relative_time.h"
+
+#include <QCoreApplication>
+#include <QStringList>
+
+namespace velmora
+{
+
+namespace
+{
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("MenuBarView", text);
+}
+
+} // namespace
+
+MenuBarContent menuBarContent(const MenuBarSituation &situation)
+{
+    if (situation.hasPendingAuthorization)
+        return MenuBarContent::CodePanel;
+    if (!situation.hasAccount)
+        return MenuBarContent::ConnectionPrompt;
+    if (situation.monitor.state == DeploymentMonitorState::Case::Loading && !situation.monitor.hasContent)
+        return MenuBarContent::Loading;
+    return situation.hasDeployments ? MenuBarContent::List : MenuBarContent::NoDeployments;
+}
+
+std::optional<Instant> shownUpdateTime(const DeploymentMonitorState &state)
+{
+    switch (state.state) {
+    case DeploymentMonitorState::Case::Ready:
+    case DeploymentMonitorState::Case::Stale:
+    case DeploymentMonitorState::Case::RateLimited:
+        return state.lastUpdatedAt;
+    case DeploymentMonitorState::Case::Loading:
+    case DeploymentMonitorState::Case::Disconnected:
+        return std::nullopt;
+    }
+    Q_UNREACHABLE();
+}
+
+QString updatedText(std::optional<Instant> updatedAt, Instant now)
+{
+    return updatedAt ? tr("Updated %1").arg(relativeTime(*updatedAt, now)) : QString();
+}
+
+QString statusExplanation(const DeploymentMonitorState &state, const QString &message)
+{
+    QStringList lines;
+    if (state.state == DeploymentMonitorState::Case::Stale)
+        lines.append(tr("Showing saved deployment data."));
+    if (!message.isEmpty())
+        lines.append(message);
+    return lines.join(QLatin1Char('\n'));
+}
+
+bool canStartConnecting(GitHubSessionStatus connectionState)
+{
+    return connectionState != GitHubSessionStatus::RequestingCode
+        && connectionState != GitHubSessionStatus::AwaitingAuthorization;
+}
+
+bool needsInstallations(const InstallationLoadingState &state, std::optional<Instant> installationsRefreshedAt)
+{
+    return !installationsRefreshedAt && state.state != InstallationLoadingState::Case::Loading;
+}
+
+} // namespace velmora

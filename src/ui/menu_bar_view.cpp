@@ -1,0 +1,299 @@
+// SPDX-License-Identifier: MIT
+#include "ui/menu_bar_view.h"
+
+#include "accounts/authentication_store.h"
+#include "installations/installation_store.h"
+#include "monitor/deployment_monitor.h"
+#include "monitor/status_text.h"
+#include "support/relative_time.h"
+#include "ui/deployment_list_view.h"
+#include "ui/device_code_panel.h"
+#include "ui/empty_state_view.h"
+#include "ui/menu_bar_header.h"
+#include "ui/progress_spinner.h"
+#include "ui/row_metrics.h"
+#include "ui/separator.h"
+#include "ui/text_label.h"
+
+#include <QEvent>
+#include <QPushButton>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+namespace velmora
+{
+
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr int kListHeight = 360;
+constexpr int kContentHeight = 240;
+constexpr int kWidth = 360;
+/// With a font that is larger than most, the window is this many lines wide instead.
+constexpr int kWidthInLines = 20;
+constexpr int kSpinnerSide = 28;
+constexpr int kFooterMargin = 6;
+/// Timers do not count the time that a machine sleeps, so nobody relies on one for longer.
+constexpr auto kLongestWait = 60s;
+
+} // namespace
+
+MenuBarView::MenuBarView(const Services &services, QWidget *parent)
+    : QWidget(parent)
+    , m_services(services)
+    , m_header(new MenuBarHeader(this))
+{
+    makeContents();
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_header);
+    layout->addWidget(new Separator(this));
+    for (QWidget *widget : {m_codePanel, static_cast<QWidget *>(m_connectionPrompt), m_loading,
+             static_cast<QWidget *>(m_list), static_cast<QWidget *>(m_noDeployments)}) {
+        widget->hide();
+        layout->addWidget(widget);
+    }
+    layout->addWidget(new Separator(this));
+    layout->addWidget(makeFooter());
+    adoptFont();
+    addShortcuts();
+    connectStores();
+    showStores();
+}
+
+void MenuBarView::makeContents()
+{
+    m_codePanel = new DeviceCodePanel(
+        DeviceCodePanel::Services{m_services.authentication, m_services.pasteboard, m_services.urlOpener},
+        DeviceCodePanel::Arrangement::Column, this);
+    m_connectionPrompt = new EmptyStateView({QStringLiteral("person.crop.circle.badge.plus"), tr("Connect GitHub"),
+                                                tr("Connect a GitHub account, then choose the personal account or "
+                                                   "organisation where Velmora should be installed."),
+                                                tr("Add GitHub account")},
+        this);
+    connect(m_connectionPrompt->button(), &QPushButton::clicked, m_services.authentication,
+        &AuthenticationStore::startConnecting);
+    m_loading = makeLoadingView();
+    m_list = new DeploymentListView(
+        DeploymentListView::Services{m_services.clock, m_services.urlOpener, m_services.pasteboard}, this);
+    m_list->setFixedHeight(kListHeight);
+    m_noDeployments = new EmptyStateView({QStringLiteral("checkmark.circle"), tr("No recent deployments"),
+                                             tr("Active deployments and results from the last 24 hours appear here.")},
+        this);
+    for (QWidget *widget :
+        {m_codePanel, static_cast<QWidget *>(m_connectionPrompt), m_loading, static_cast<QWidget *>(m_noDeployments)})
+        widget->setMinimumHeight(kContentHeight);
+}
+
+QWidget *MenuBarView::makeLoadingView()
+{
+    const QString text = tr("Loading deployments…");
+    auto *view = new QWidget(this);
+    auto *label = new TextLabel(TextSize::Body, TextLabel::Overflow::Elide, view);
+    label->setText(text);
+    label->setTone(Tone::Secondary);
+    label->setAlignment(Qt::AlignHCenter);
+    auto *layout = new QVBoxLayout(view);
+    layout->setSpacing(kRowGap);
+    layout->addStretch();
+    layout->addWidget(new ProgressSpinner(text, kSpinnerSide, view), 0, Qt::AlignHCenter);
+    layout->addWidget(label);
+    layout->addStretch();
+    return view;
+}
+
+QWidget *MenuBarView::makeFooter()
+{
+    auto *footer = new QWidget(this);
+    m_updated = new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, footer);
+    m_updated->setTone(Tone::Secondary);
+    auto *quit = new QPushButton(tr("Quit"), footer);
+    quit->setFlat(true);
+    quit->setAutoDefault(false);
+    connect(quit, &QPushButton::clicked, this, &MenuBarView::quitRequested);
+    auto *layout = new QHBoxLayout(footer);
+    layout->setContentsMargins(kRowMargin, kFooterMargin, kFooterMargin, kFooterMargin);
+    layout->addWidget(m_updated, 1);
+    layout->addWidget(quit);
+    return footer;
+}
+
+void MenuBarView::connectStores()
+{
+    connect(m_header, &MenuBarHeader::settingsRequested, this, &MenuBarView::settingsRequested);
+    connect(m_header, &MenuBarHeader::refreshRequested, this, &MenuBarView::refresh);
+    connect(m_services.monitor, &DeploymentMonitor::changed, this, &MenuBarView::followStores);
+    connect(m_services.authentication, &AuthenticationStore::sessionsChanged, this, &MenuBarView::followStores);
+    connect(m_services.authentication, &AuthenticationStore::connectionChanged, this, &MenuBarView::followStores);
+}
+
+void MenuBarView::addShortcuts()
+{
+    const auto add = [this](const QKeySequence &keys) {
+        return new QShortcut(keys, this);
+    };
+    connect(add(Qt::CTRL | Qt::Key_R), &QShortcut::activated, this, &MenuBarView::refresh);
+    connect(add(Qt::CTRL | Qt::Key_Comma), &QShortcut::activated, this, &MenuBarView::settingsRequested);
+    connect(add(Qt::CTRL | Qt::Key_Q), &QShortcut::activated, this, &MenuBarView::quitRequested);
+}
+
+void MenuBarView::adoptFont()
+{
+    setFixedWidth(std::max(kWidth, QFontMetrics(font()).height() * kWidthInLines));
+}
+
+QWidget *MenuBarView::contentWidget(MenuBarContent content) const
+{
+    switch (content) {
+    case MenuBarContent::CodePanel:
+        return m_codePanel;
+    case MenuBarContent::ConnectionPrompt:
+        return m_connectionPrompt;
+    case MenuBarContent::Loading:
+        return m_loading;
+    case MenuBarContent::List:
+        return m_list;
+    case MenuBarContent::NoDeployments:
+        return m_noDeployments;
+    }
+    Q_UNREACHABLE();
+}
+
+void MenuBarView::followStores()
+{
+    if (m_isShown)
+        showStores();
+}
+
+void MenuBarView::showStores()
+{
+    const auto &monitor = *m_services.monitor;
+    const auto &authentication = *m_services.authentication;
+    m_header->setStatus(
+        statusText(monitor.state(), monitor.deployments()), statusExplanation(monitor.state(), monitor.message()));
+    m_connectionPrompt->button()->setEnabled(canStartConnecting(authentication.connectionState()));
+    m_connectionPrompt->setError(authentication.errorMessage().value_or(QString()));
+    m_list->setDeployments(monitor.deployments());
+    showContent(menuBarContent({authentication.pendingAuthorization().has_value(), !authentication.sessions().isEmpty(),
+        monitor.state(), !monitor.deployments().isEmpty()}));
+    showUpdateTime();
+}
+
+void MenuBarView::showContent(MenuBarContent content)
+{
+    QWidget *previous = contentWidget(m_content);
+    QWidget *next = contentWidget(content);
+    m_content = content;
+    if (previous != next)
+        previous->hide();
+    next->show();
+}
+
+void MenuBarView::showUpdateTime()
+{
+    m_updateTime.cancelAll();
+    const auto updatedAt = shownUpdateTime(m_services.monitor->state());
+    const Instant now = m_services.clock->now();
+    const QString text = updatedText(updatedAt, now);
+    if (m_updated->text() != text)
+        m_updated->setText(text);
+    if (!updatedAt || !m_isShown)
+        return;
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(nextRelativeTimeChange(*updatedAt, now) - now);
+    m_updateTime.launch(
+        waitForUpdateTime(std::min<std::chrono::milliseconds>(wait, kLongestWait), m_updateTime.stopToken()),
+        "The time of the last update");
+}
+
+QCoro::Task<> MenuBarView::waitForUpdateTime(std::chrono::milliseconds duration, std::stop_token stop)
+{
+    const QPointer<MenuBarView> self(this);
+    co_await m_services.clock->sleep(duration, stop);
+    if (self)
+        showUpdateTime();
+}
+
+void MenuBarView::setRefreshing(bool isRefreshing)
+{
+    m_isRefreshing = isRefreshing;
+    m_header->setRefreshing(isRefreshing);
+}
+
+void MenuBarView::refresh()
+{
+    if (m_isRefreshing)
+        return;
+    setRefreshing(true);
+    m_work.launch(refreshEverything(m_work.stopToken()), "Refreshing");
+}
+
+QCoro::Task<> MenuBarView::refreshEverything(std::stop_token stop)
+{
+    const QPointer<MenuBarView> self(this);
+    co_await m_services.installations->refresh(m_services.authentication, stop);
+    if (!self)
+        co_return;
+    co_await m_services.monitor->refreshAll(
+        m_services.authentication, m_services.installations, m_services.clock->now());
+    if (self)
+        setRefreshing(false);
+}
+
+QCoro::Task<> MenuBarView::loadInstallations(std::stop_token stop)
+{
+    const QPointer<MenuBarView> self(this);
+    m_isLoadingInstallations = true;
+    co_await m_services.installations->refresh(m_services.authentication, stop);
+    if (self)
+        m_isLoadingInstallations = false;
+}
+
+void MenuBarView::showEvent(QShowEvent *event)
+{
+    m_isShown = true;
+    showStores();
+    QWidget::showEvent(event);
+    const auto &installations = *m_services.installations;
+    if (!m_isLoadingInstallations && !m_isRefreshing
+        && needsInstallations(installations.state(), installations.lastRefreshedAt()))
+        m_work.launch(loadInstallations(m_work.stopToken()), "Loading the installations");
+}
+
+void MenuBarView::hideEvent(QHideEvent *event)
+{
+    m_isShown = false;
+    m_updateTime.cancelAll();
+    QWidget::hideEvent(event);
+}
+
+bool MenuBarView::event(QEvent *event)
+{
+    const bool isHandled = QWidget::event(event);
+    // Whatever the content asks for, the view has: a window follows what it holds only when it is told to.
+    if (event->type() == QEvent::LayoutRequest)
+        adjustHeight();
+    return isHandled;
+}
+
+void MenuBarView::adjustHeight()
+{
+    const int height
+        = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : layout()->sizeHint().height();
+    setFixedHeight(height);
+}
+
+void MenuBarView::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationFontChange) {
+        adoptFont();
+        updateGeometry();
+    } else if (event->type() == QEvent::LocaleChange) {
+        followStores();
+    }
+}
+
+} // namespace velmora

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/pasteboard.h"
+
+#include <QStringList>
+
+namespace velmora::testing
+{
+
+/// Remembers what was copied.
+class FakePasteboard final : public Pasteboard
+{
+public:
+    bool setText(const QString &text) override
+    {
+        copied.append(text);
+        return isPresent;
+    }
+
+    QStringList copied;
+    bool isPresent = true;
+};
+
+} // namespace velmora::testing
