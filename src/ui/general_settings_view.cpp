@@ -61,6 +61,7 @@ GeneralSettingsView::GeneralSettingsView(
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(page);
+    setFocusProxy(m_failures);
     connectControls();
     connect(m_settings, &GeneralSettingsStore::changed, this, &GeneralSettingsView::showSettings);
     showSettings();
