@@ -118,8 +118,11 @@ void DeploymentListModel::adopt(Rows &&target, const std::array<qsizetype, 3> &p
     const Rows before = std::exchange(m_rows, std::move(target));
     const auto hasChanged = [&](std::size_t row) {
         const auto *now = m_rows[row].deployment;
-        if (!now)
-            return m_counts.at(place(m_rows[row].section)) != previousCounts.at(place(m_rows[row].section));
+        if (!now) {
+            // A header that was not there before has just been announced.
+            const auto previous = previousCounts.at(place(m_rows[row].section));
+            return previous != 0 && previous != m_counts.at(place(m_rows[row].section));
+        }
         return now != before[row].deployment && *now != *before[row].deployment;
     };
     for (std::size_t first = 0; first < m_rows.size(); ++first) {
@@ -166,7 +169,7 @@ int DeploymentListModel::rowCount(const QModelIndex &parent) const
 
 QVariant DeploymentListModel::data(const QModelIndex &index, int role) const
 {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+    if (!index.isValid() || index.row() >= rowCount())
         return {};
     const auto *shown = deployment(index.row());
     return shown ? deploymentData(*shown, role) : headerData(section(index.row()), role);

@@ -32,6 +32,12 @@ void paintLight(QPainter *painter, const QRect &place, const QColor &colour)
     painter->drawRoundedRect(place, kCornerRadius, kCornerRadius);
 }
 
+/// Cut in the middle where it does not fit. Asked to fit a text into its own width, Qt cuts it now and then.
+QString fitted(const QFontMetrics &metrics, const QString &text, int width)
+{
+    return metrics.horizontalAdvance(text) <= width ? text : metrics.elidedText(text, Qt::ElideMiddle, width);
+}
+
 } // namespace
 
 std::pair<int, int> sharedWidths(int available, int first, int second)
@@ -115,32 +121,33 @@ void DeploymentRowView::paintTexts(QPainter *painter, const QRect &column, const
 {
     const QFontMetrics nameMetrics(m_nameFont);
     const QFontMetrics captionMetrics(m_captionFont);
-    const QString name = shownOnOneLine(deployment.repositoryName);
-    const QString environment = shownOnOneLine(deployment.environment);
-    const auto [nameWidth, environmentWidth] = sharedWidths(
+    QString name = shownOnOneLine(deployment.repositoryName);
+    QString environment = shownOnOneLine(deployment.environment);
+    const auto [nameShare, environmentShare] = sharedWidths(
         column.width() - kRowGap, nameMetrics.horizontalAdvance(name), captionMetrics.horizontalAdvance(environment));
+    name = fitted(nameMetrics, name, nameShare);
+    environment = fitted(captionMetrics, environment, environmentShare);
+    const int environmentLeft = column.left() + nameMetrics.horizontalAdvance(name) + kRowGap;
 
-    const int lineHeight = captionMetrics.height();
-    const int textHeight = nameMetrics.height() + kLineGap + lineHeight;
+    const int textHeight = nameMetrics.height() + kLineGap + captionMetrics.height();
     const int top = column.top() + (column.height() - textHeight) / 2;
     const int baseline = top + nameMetrics.ascent();
-    const int start = column.left();
-    const auto place = [&](int x, int width, const QFontMetrics &metrics, int line) {
-        return QStyle::visualRect(m_direction, column, QRect(x, line - metrics.ascent(), width + 1, metrics.height()));
+    const int detailBaseline = top + nameMetrics.height() + kLineGap + captionMetrics.ascent();
+    const auto draw = [&](int left, const QFontMetrics &metrics, int line, const QString &text) {
+        const QRect place(left, line - metrics.ascent(), column.right() + 1 - left, metrics.height());
+        painter->drawText(QStyle::visualRect(m_direction, column, place),
+            static_cast<int>(QStyle::visualAlignment(m_direction, Qt::AlignLeft)) | Qt::TextSingleLine
+                | Qt::TextDontClip,
+            text);
     };
-    const int flags = static_cast<int>(QStyle::visualAlignment(m_direction, Qt::AlignLeft)) | Qt::TextSingleLine;
 
     painter->setFont(m_nameFont);
     painter->setPen(toneColour(Tone::Primary, palette));
-    painter->drawText(place(start, nameWidth, nameMetrics, baseline), flags,
-        nameMetrics.elidedText(name, Qt::ElideMiddle, nameWidth));
+    draw(column.left(), nameMetrics, baseline, name);
     painter->setFont(m_captionFont);
     painter->setPen(toneColour(Tone::Secondary, palette));
-    painter->drawText(place(start + nameWidth + kRowGap, environmentWidth, captionMetrics, baseline), flags,
-        captionMetrics.elidedText(environment, Qt::ElideMiddle, environmentWidth));
-    const int detailBaseline = top + nameMetrics.height() + kLineGap + captionMetrics.ascent();
-    painter->drawText(place(start, column.width(), captionMetrics, detailBaseline), flags,
-        detailLine(deployment, now, column.width()));
+    draw(environmentLeft, captionMetrics, baseline, environment);
+    draw(column.left(), captionMetrics, detailBaseline, detailLine(deployment, now, column.width()));
 }
 
 /// A ref that is too long is cut; the commit and the age are worth more.
@@ -157,7 +164,7 @@ QString DeploymentRowView::detailLine(const DeploymentSnapshot &deployment, Inst
         const QString rest = separator + details.join(separator);
         line = metrics.elidedText(ref, Qt::ElideMiddle, width - metrics.horizontalAdvance(rest)) + rest;
     }
-    return metrics.elidedText(line, Qt::ElideMiddle, width);
+    return fitted(metrics, line, width);
 }
 
 void DeploymentRowView::paintLink(

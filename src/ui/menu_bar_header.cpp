@@ -36,7 +36,6 @@ QToolButton *iconButton(const QString &label, QStringView symbol, QWidget *paren
 MenuBarHeader::MenuBarHeader(QWidget *parent)
     : QWidget(parent)
     , m_status(new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this))
-    , m_explanation(new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this))
     , m_settings(iconButton(tr("Settings"), u"gearshape", this))
     , m_refresh(iconButton(tr("Refresh"), u"arrow.clockwise", this))
 {
@@ -44,8 +43,11 @@ MenuBarHeader::MenuBarHeader(QWidget *parent)
     title->setText(tr("Velmora"));
     title->setWeight(QFont::DemiBold);
     m_status->setTone(Tone::Secondary);
-    m_explanation->setTone(Tone::Orange);
-    m_explanation->hide();
+    for (TextLabel *&line : m_explanation) {
+        line = new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this);
+        line->setTone(Tone::Orange);
+        line->hide();
+    }
     m_settings->setToolTip(tr("Open Settings"));
     setRefreshing(false);
     connect(m_settings, &QToolButton::clicked, this, &MenuBarHeader::settingsRequested);
@@ -53,8 +55,10 @@ MenuBarHeader::MenuBarHeader(QWidget *parent)
 
     auto *texts = new QVBoxLayout;
     texts->setSpacing(1);
-    for (auto *label : {title, m_status, m_explanation})
-        texts->addWidget(label);
+    texts->addWidget(title);
+    texts->addWidget(m_status);
+    for (auto *line : m_explanation)
+        texts->addWidget(line);
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(kRowMargin, kMargin, kMargin, kMargin);
     layout->setSpacing(2);
@@ -67,8 +71,12 @@ MenuBarHeader::MenuBarHeader(QWidget *parent)
 void MenuBarHeader::setStatus(const QString &status, const QString &explanation)
 {
     m_status->setTextAndExplanation(status, explanation);
-    m_explanation->setTextAndExplanation(shownOnOneLine(explanation), explanation);
-    m_explanation->setVisible(!explanation.isEmpty());
+    const QStringList lines = explanation.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    for (std::size_t i = 0; i < m_explanation.size(); ++i) {
+        const QString line = lines.value(static_cast<qsizetype>(i));
+        m_explanation.at(i)->setTextAndExplanation(shownOnOneLine(line), explanation);
+        m_explanation.at(i)->setVisible(!line.isEmpty());
+    }
 }
 
 void MenuBarHeader::setRefreshing(bool isRefreshing)

@@ -3,6 +3,8 @@
 
 #include <QWidget>
 
+#include <array>
+
 class QToolButton;
 
 namespace velmora
@@ -30,7 +32,7 @@ Q_SIGNALS:
 
 private:
     TextLabel *m_status;
-    TextLabel *m_explanation;
+    std::array<TextLabel *, 3> m_explanation; ///< a line each
     QToolButton *m_settings;
     QToolButton *m_refresh;
 };

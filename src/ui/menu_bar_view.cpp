@@ -18,6 +18,7 @@
 #include <QEvent>
 #include <QPushButton>
 #include <QShortcut>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 namespace velmora
@@ -110,12 +111,12 @@ QWidget *MenuBarView::makeFooter()
     auto *footer = new QWidget(this);
     m_updated = new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, footer);
     m_updated->setTone(Tone::Secondary);
-    auto *quit = new QPushButton(tr("Quit"), footer);
-    quit->setFlat(true);
-    quit->setAutoDefault(false);
-    connect(quit, &QPushButton::clicked, this, &MenuBarView::quitRequested);
+    auto *quit = new QToolButton(footer);
+    quit->setText(tr("Quit"));
+    quit->setAutoRaise(true);
+    connect(quit, &QToolButton::clicked, this, &MenuBarView::quitRequested);
     auto *layout = new QHBoxLayout(footer);
-    layout->setContentsMargins(kRowMargin, kFooterMargin, kFooterMargin, kFooterMargin);
+    layout->setContentsMargins(kRowMargin, kFooterMargin, kFooterMargin + 4, kFooterMargin);
     layout->addWidget(m_updated, 1);
     layout->addWidget(quit);
     return footer;
@@ -274,15 +275,15 @@ bool MenuBarView::event(QEvent *event)
     const bool isHandled = QWidget::event(event);
     // Whatever the content asks for, the view has: a window follows what it holds only when it is told to.
     if (event->type() == QEvent::LayoutRequest)
-        adjustHeight();
+        setFixedHeight(sizeHint().height());
     return isHandled;
 }
 
-void MenuBarView::adjustHeight()
+QSize MenuBarView::sizeHint() const
 {
-    const int height
-        = layout()->hasHeightForWidth() ? layout()->totalHeightForWidth(width()) : layout()->sizeHint().height();
-    setFixedHeight(height);
+    const int width = minimumWidth();
+    const bool wraps = layout()->hasHeightForWidth();
+    return {width, wraps ? layout()->totalHeightForWidth(width) : layout()->totalSizeHint().height()};
 }
 
 void MenuBarView::changeEvent(QEvent *event)

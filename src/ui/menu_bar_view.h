@@ -48,6 +48,8 @@ public:
     /// What is shown just now, or was when the view was hidden.
     [[nodiscard]] MenuBarContent content() const { return m_content; }
 
+    [[nodiscard]] QSize sizeHint() const override;
+
 public Q_SLOTS:
     /// Refreshes the installations, then all deployments. Does nothing while that is running.
     void refresh();
@@ -70,7 +72,6 @@ private:
     void connectStores();
     void addShortcuts();
     void adoptFont();
-    void adjustHeight();
 
     void followStores();
     void showStores();

@@ -51,6 +51,14 @@ public:
     /// Moves the time to the end of the next sleep and wakes it; false when nobody sleeps.
     bool advanceToNextWake() { return wakeNext(Instant::max()); }
 
+    /// Ends every sleep without moving the time: what a wall clock that was set back looks like.
+    void wakeAll()
+    {
+        const auto sleepers = std::exchange(m_sleepers, {});
+        for (const auto &sleeper : sleepers)
+            sleeper.done.resolve();
+    }
+
     /// Sets the wall clock without waking anybody.
     void setNow(Instant now) { m_now = now; }
 

@@ -25,8 +25,8 @@ public:
         QString state = QStringLiteral("SUCCESS");
         Instant updatedAt = noon();
         QString environment = QStringLiteral("production");
-        std::optional<QString> logURL; ///< with it, or the next one, there is a status
-        std::optional<QString> environmentURL;
+        std::optional<QString> logURL = {}; ///< with it, or the next one, there is a status
+        std::optional<QString> environmentURL = {};
     };
     struct Repository {
         QString nodeID;

@@ -66,6 +66,15 @@ public:
         m_queue.push_back([failure](const HTTPRequest &) -> HTTPResponse { std::rethrow_exception(failure); });
     }
 
+    /// Answers from now on by the handler, whatever waits included.
+    void resume(const Handler &resumed)
+    {
+        handler = resumed;
+        const auto waiting = std::exchange(m_pending, {});
+        for (const auto &pending : waiting)
+            pending.resolve(resumed);
+    }
+
     /// Answers the oldest request that waits; false when none does.
     bool answerNext(const HTTPResponse &answer)
     {

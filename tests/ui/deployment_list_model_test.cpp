@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: MIT
+#include "ui/deployment_list_model.h"
+
+#include "support/builders.h"
+#include "support/fake_clock.h"
+
+#include <QAbstractItemModelTester>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+using enum DeploymentState;
+
+namespace
+{
+
+DeploymentSnapshot snapshot(const char *id, DeploymentState state)
+{
+    return makeSnapshot(QString::fromLatin1(id), state, noon());
+}
+
+QString readable(const DeploymentListModel &model, int row)
+{
+    if (const auto *deployment = model.deployment(row))
+        return deployment->id;
+    const auto section = model.section(row);
+    return QStringLiteral("[%1 %2]").arg(sectionTitle(section)).arg(model.count(section));
+}
+
+QStringList readable(const DeploymentListModel &model)
+{
+    QStringList rows;
+    for (int row = 0; row < model.rowCount(); ++row)
+        rows.append(readable(model, row));
+    return rows;
+}
+
+QStringList words(const char *text)
+{
+    return QString::fromLatin1(text).split(QLatin1Char('|'), Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+class DeploymentListModelTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        m_clock.setNow(noon() + 2min);
+        m_model = std::make_unique<DeploymentListModel>(&m_clock);
+        // Checks at every signal that the model tells the truth about itself.
+        new QAbstractItemModelTester(
+            m_model.get(), QAbstractItemModelTester::FailureReportingMode::QtTest, m_model.get());
+    }
+
+    void aSectionWithoutDeploymentsHasNoHeader()
+    {
+        QCOMPARE(m_model->rowCount(), 0);
+        m_model->setDeployments({snapshot("a", Failure), snapshot("b", DeploymentState::Error)});
+        QCOMPARE(readable(*m_model), words("[Failed 2]|a|b"));
+    }
+
+    void sectionsStandInTheirOrder()
+    {
+        m_model->setDeployments(
+            {snapshot("w", Waiting), snapshot("p", InProgress), snapshot("ok", Success), snapshot("bad", Failure),
+                snapshot("off", Inactive), snapshot("?", Unknown), snapshot("err", DeploymentState::Error)});
+        QCOMPARE(readable(*m_model), words("[In progress 2]|w|p|[Failed 2]|bad|err|[Completed 3]|ok|off|?"));
+        QCOMPARE(m_model->headerRows(), (std::vector<int>{0, 3, 6}));
+    }
+
+    void aChangeIsToldAsTheStepsThatItTakes_data()
+    {
+        using List = QList<DeploymentSnapshot>;
+        QTest::addColumn<List>("before");
+        QTest::addColumn<List>("after");
+        QTest::addColumn<QStringList>("steps");
+        const auto row = [](const char *name, const List &before, const List &after, const char *steps) {
+            QTest::newRow(name) << before << after << words(steps);
+        };
+        const auto a = snapshot("a", Success);
+        const auto b = snapshot("b", Success);
+        const auto c = snapshot("c", Success);
+        const auto running = snapshot("r", InProgress);
+        auto later = a;
+        later.updatedAt += 1s;
+        row("nothing", {a, b}, {a, b}, "");
+        row("the first ones", {}, {a, b}, "insert 0-2");
+        row("a new one", {a, b}, {c, a, b}, "insert 1-1|change 0-0");
+        row("one gone", {a, b}, {a}, "remove 2-2|change 0-0");
+        row("all gone", {a, running}, {}, "remove 0-3");
+        row("one changed", {a, b}, {later, b}, "change 1-1");
+        row("another order", {a, b, c}, {c, a, b}, "move 3-1");
+        row("a section more", {a}, {running, a}, "insert 0-1");
+        auto finished = running;
+        finished.state = Success;
+        row("one finished", {snapshot("q", Queued), running, a}, {snapshot("q", Queued), finished, a},
+            "move 2-3|change 0-0|change 2-3");
+        row("the last one finished", {running, a}, {finished, a}, "remove 0-0|move 0-1|change 0-1");
+    }
+
+    void aChangeIsToldAsTheStepsThatItTakes()
+    {
+        QFETCH(QList<DeploymentSnapshot>, before);
+        QFETCH(QList<DeploymentSnapshot>, after);
+        QFETCH(QStringList, steps);
+        m_model->setDeployments(before);
+        QStringList seen;
+        const auto note = [&seen](const char *step, int first, int last) {
+            seen.append(QStringLiteral("%1 %2-%3").arg(QString::fromLatin1(step)).arg(first).arg(last));
+        };
+        connect(m_model.get(), &QAbstractItemModel::rowsInserted, this,
+            [&](const QModelIndex &, int first, int last) { note("insert", first, last); });
+        connect(m_model.get(), &QAbstractItemModel::rowsRemoved, this,
+            [&](const QModelIndex &, int first, int last) { note("remove", first, last); });
+        connect(m_model.get(), &QAbstractItemModel::rowsMoved, this,
+            [&](const QModelIndex &, int first, int, const QModelIndex &, int to) {
+                note("move", first, to > first ? to - 1 : to);
+            });
+        connect(m_model.get(), &QAbstractItemModel::dataChanged, this,
+            [&](const QModelIndex &first, const QModelIndex &last) { note("change", first.row(), last.row()); });
+        QSignalSpy resets(m_model.get(), &QAbstractItemModel::modelReset);
+        m_model->setDeployments(after);
+        QCOMPARE(seen, steps);
+        QCOMPARE(resets.count(), 0);
+        DeploymentListModel fresh(&m_clock);
+        fresh.setDeployments(after);
+        QCOMPARE(readable(*m_model), readable(fresh));
+    }
+
+    void whoPointsAtADeploymentKeepsPointingAtIt()
+    {
+        m_model->setDeployments({snapshot("r", InProgress), snapshot("a", Success), snapshot("b", Success)});
+        const QPersistentModelIndex running = m_model->index(1);
+        const QPersistentModelIndex gone = m_model->index(4);
+        auto finished = snapshot("r", Failure);
+        m_model->setDeployments({finished, snapshot("c", Success), snapshot("a", Success)});
+        QCOMPARE(readable(*m_model), words("[Failed 1]|r|[Completed 2]|c|a"));
+        QCOMPARE(m_model->deployment(running.row())->id, QStringLiteral("r"));
+        QVERIFY(!gone.isValid());
+    }
+
+    void anyTwoListsAreBridged()
+    {
+        QRandomGenerator random(1848);
+        for (int turn = 0; turn < 300; ++turn) {
+            QList<DeploymentSnapshot> list;
+            for (int i = 0; i < 12; ++i) {
+                if (random.bounded(3) == 0)
+                    continue;
+                const auto state = kAllDeploymentStates.at(random.bounded(quint32(kAllDeploymentStates.size())));
+                list.insert(random.bounded(static_cast<int>(list.size() + 1)),
+                    makeSnapshot(QString::number(i), state, noon() + std::chrono::seconds(random.bounded(3))));
+            }
+            m_model->setDeployments(list);
+            DeploymentListModel fresh(&m_clock);
+            fresh.setDeployments(list);
+            QCOMPARE(readable(*m_model), readable(fresh));
+            for (int row = 0; row < fresh.rowCount(); ++row) {
+                if (fresh.deployment(row))
+                    QCOMPARE(*m_model->deployment(row), *fresh.deployment(row));
+            }
+        }
+    }
+
+    void theSameListTwiceIsNoUpdate()
+    {
+        const QList<DeploymentSnapshot> list{snapshot("a", Success)};
+        m_model->setDeployments(list);
+        QSignalSpy updates(m_model.get(), &DeploymentListModel::updateStarted);
+        m_model->setDeployments(list);
+        QCOMPARE(updates.count(), 0);
+    }
+
+    void rowsCanBeRead()
+    {
+        auto deployment = snapshot("a", Failure);
+        m_model->setDeployments({deployment});
+        QCOMPARE(m_model->index(0).data(), QStringLiteral("Failed"));
+        QCOMPARE(m_model->index(0).data(Qt::AccessibleTextRole), QStringLiteral("Failed, 1"));
+        QVERIFY(m_model->index(0).data(Qt::ToolTipRole).isNull());
+        QCOMPARE(m_model->index(1).data(), QStringLiteral("acme/web"));
+        QCOMPARE(m_model->index(1).data(Qt::AccessibleTextRole),
+            QStringLiteral("acme/web, production, failed, 0123456, 2 minutes ago"));
+        QVERIFY(m_model->index(1).data(Qt::ToolTipRole).toString().contains(deployment.commitOID));
+        QCOMPARE(m_model->index(1).data(Qt::AccessibleDescriptionRole), QStringLiteral("Return opens the log"));
+        QVERIFY(m_model->data({}, Qt::DisplayRole).isNull());
+        deployment.environmentURL = WebAddress(QStringLiteral("https://shop.example"));
+        m_model->setDeployments({deployment});
+        QCOMPARE(m_model->index(1).data(Qt::AccessibleDescriptionRole),
+            QStringLiteral("Return opens the log, Control Return the environment"));
+    }
+
+    void onlyDeploymentsCanBeSelected()
+    {
+        m_model->setDeployments({snapshot("a", Failure)});
+        QVERIFY(!m_model->index(0).flags().testFlag(Qt::ItemIsSelectable));
+        QVERIFY(m_model->index(1).flags().testFlag(Qt::ItemIsSelectable));
+        QVERIFY(!m_model->deployment(-1));
+        QVERIFY(!m_model->deployment(2));
+    }
+
+private:
+    FakeClock m_clock;
+    std::unique_ptr<DeploymentListModel> m_model;
+};
+
+QTEST_GUILESS_MAIN(DeploymentListModelTest)
+#include "deployment_list_model_test.moc"

@@ -1,0 +1,756 @@
+// SPDX-License-Identifier: MIT
+#include "ui/deployment_list_view.h"
+
+#include "support/await.h"
+#include "support/builders.h"
+#include "support/fake_clock.h"
+#include "support/fake_pasteboard.h"
+#include "support/fake_url_opener.h"
+#include "support/palettes.h"
+#include "ui/deployment_list_model.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QHelpEvent>
+#include <QMenu>
+#include <QPaintEvent>
+#include <QProxyStyle>
+#include <QScrollBar>
+#include <QTest>
+#include <QTextDocument>
+#include <QToolTip>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+QString text(const char *latin1)
+{
+    return QString::fromLatin1(latin1);
+}
+
+DeploymentSnapshot snapshot(const QString &id, DeploymentState state, Instant updatedAt = noon())
+{
+    auto made = makeSnapshot(id, state, updatedAt);
+    made.logURL = WebAddress(text("https://ci.example/") + id);
+    made.environmentURL = WebAddress(text("https://shop.example/") + id);
+    return made;
+}
+
+QList<DeploymentSnapshot> finished(int count, Instant updatedAt = noon())
+{
+    QList<DeploymentSnapshot> list;
+    for (int i = 0; i < count; ++i)
+        list.append(snapshot(QString::number(i), DeploymentState::Success, updatedAt));
+    return list;
+}
+
+/// Remembers what was painted.
+class PaintLog final : public QObject
+{
+public:
+    explicit PaintLog(QWidget *widget) { widget->installEventFilter(this); }
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            painted += static_cast<QPaintEvent *>(event)->region();
+        return QObject::eventFilter(watched, event);
+    }
+
+    QRegion painted;
+};
+
+/// A desktop on which nothing moves by itself.
+class StillStyle final : public QProxyStyle
+{
+public:
+    using QProxyStyle::QProxyStyle;
+    int styleHint(
+        StyleHint hint, const QStyleOption *option, const QWidget *widget, QStyleHintReturn *returnData) const override
+    {
+        return hint == SH_Widget_Animation_Duration ? 0 : QProxyStyle::styleHint(hint, option, widget, returnData);
+    }
+};
+
+} // namespace
+
+class DeploymentListViewTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        m_clock = std::make_unique<FakeClock>(noon());
+        m_opener = std::make_unique<FakeURLOpener>();
+        m_pasteboard = std::make_unique<FakePasteboard>();
+        m_view = std::make_unique<DeploymentListView>(
+            DeploymentListView::Services{m_clock.get(), m_opener.get(), m_pasteboard.get()});
+        m_view->resize(360, 360);
+    }
+
+    void cleanup()
+    {
+        m_view.reset();
+        drainEvents();
+        QCOMPARE(m_clock->sleeperCount(), 0);
+    }
+
+    // What a click does
+
+    void aClickOnARowOpensItsLog()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        click(rowPoint(1));
+        QCOMPARE(m_opener->opened, QStringList{text("https://ci.example/a")});
+    }
+
+    void withoutALogItOpensTheDeploymentsOfTheRepository()
+    {
+        auto deployment = snapshot(text("a"), DeploymentState::Success);
+        deployment.logURL.reset();
+        show({deployment});
+        click(rowPoint(1));
+        QCOMPARE(m_opener->opened, QStringList{text("https://github.com/acme/web/deployments")});
+    }
+
+    void aClickOnTheLinkOpensTheEnvironment()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        click(linkPoint(1));
+        QCOMPARE(m_opener->opened, QStringList{text("https://shop.example/a")});
+    }
+
+    void withoutAnEnvironmentThereIsNoLink()
+    {
+        auto deployment = snapshot(text("a"), DeploymentState::Success);
+        deployment.environmentURL.reset();
+        show({deployment});
+        click(linkPoint(1));
+        QCOMPARE(m_opener->opened, QStringList{text("https://ci.example/a")});
+    }
+
+    void onlyWebPagesAreOpened()
+    {
+        auto deployment = snapshot(text("a"), DeploymentState::Success);
+        deployment.logURL = WebAddress(text("file:///etc/passwd"));
+        deployment.repositoryURL = WebAddress(text("ssh://github.com"));
+        deployment.environmentURL = WebAddress(text("javascript:alert(1)"));
+        show({deployment});
+        click(rowPoint(1));
+        click(linkPoint(1));
+        for (const auto action : {RowActionKind::OpenDetails, RowActionKind::OpenEnvironment,
+                 RowActionKind::CopyDetailsLink, RowActionKind::CopyEnvironmentLink})
+            m_view->perform(action, deployment);
+        QVERIFY(m_opener->opened.isEmpty());
+        QVERIFY(m_pasteboard->copied.isEmpty());
+    }
+
+    void theWholeRowCanBeClicked()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        const QRect row = m_view->visualRect(index(1));
+        for (const QPoint &corner : {row.topLeft(), row.topRight(), row.bottomLeft(), row.bottomRight()})
+            click(corner);
+        QCOMPARE(m_opener->opened.size(), 4);
+    }
+
+    void aHeaderAndTheSpaceBelowTheListDoNothing()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        click(m_view->visualRect(index(0)).center());
+        click(QPoint(100, 350));
+        QVERIFY(m_opener->opened.isEmpty());
+    }
+
+    void aPressThatIsLetGoElsewhereDoesNothing()
+    {
+        show({snapshot(text("a"), DeploymentState::Success), snapshot(text("b"), DeploymentState::Success)});
+        QTest::mousePress(m_view->viewport(), Qt::LeftButton, {}, rowPoint(1));
+        QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, {}, rowPoint(2));
+        QTest::mousePress(m_view->viewport(), Qt::LeftButton, {}, rowPoint(1));
+        QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, {}, linkPoint(1));
+        QTest::mouseClick(m_view->viewport(), Qt::MiddleButton, {}, rowPoint(1));
+        QTest::mouseClick(m_view->viewport(), Qt::RightButton, {}, rowPoint(1));
+        QVERIFY(m_opener->opened.isEmpty());
+    }
+
+    void aRowThatChangesPlacesWhileItIsPressedIsTheOneThatOpens()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        QTest::mousePress(m_view->viewport(), Qt::LeftButton, {}, rowPoint(1));
+        m_view->setDeployments(
+            {snapshot(text("b"), DeploymentState::Success), snapshot(text("a"), DeploymentState::Success)});
+        // Another row is below the mouse now, and nobody meant that one.
+        QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, {}, rowPoint(1));
+        QVERIFY(m_opener->opened.isEmpty());
+    }
+
+    // Keys
+
+    void theKeysMoveFromRowToRowAndOverHeaders()
+    {
+        show({snapshot(text("a"), DeploymentState::InProgress), snapshot(text("b"), DeploymentState::Failure),
+            snapshot(text("c"), DeploymentState::Success)});
+        m_view->setFocus(Qt::TabFocusReason);
+        QCOMPARE(currentID(), text("a"));
+        press(Qt::Key_Down);
+        QCOMPARE(currentID(), text("b"));
+        press(Qt::Key_Down);
+        QCOMPARE(currentID(), text("c"));
+        press(Qt::Key_Down);
+        QCOMPARE(currentID(), text("c"));
+        press(Qt::Key_Up);
+        QCOMPARE(currentID(), text("b"));
+        press(Qt::Key_Home);
+        QCOMPARE(currentID(), text("a"));
+        press(Qt::Key_Up);
+        QCOMPARE(currentID(), text("a"));
+        press(Qt::Key_End);
+        QCOMPARE(currentID(), text("c"));
+        press(Qt::Key_PageUp);
+        QCOMPARE(currentID(), text("a"));
+        press(Qt::Key_PageDown);
+        QCOMPARE(currentID(), text("c"));
+    }
+
+    void theCurrentRowIsScrolledIntoView()
+    {
+        show(finished(100));
+        m_view->setFocus();
+        press(Qt::Key_End);
+        QCOMPARE(currentID(), text("99"));
+        QVERIFY(m_view->viewport()->rect().contains(m_view->visualRect(m_view->currentIndex())));
+        press(Qt::Key_PageUp);
+        QVERIFY(m_view->viewport()->rect().contains(m_view->visualRect(m_view->currentIndex())));
+        press(Qt::Key_Home);
+        // The header above the first row is seen again as well.
+        QCOMPARE(m_view->verticalScrollBar()->value(), 0);
+    }
+
+    void returnOpensTheRowAndControlReturnTheEnvironment()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        m_view->setFocus();
+        press(Qt::Key_Return);
+        press(Qt::Key_Enter, Qt::KeypadModifier);
+        press(Qt::Key_Return, Qt::ControlModifier);
+        press(Qt::Key_Enter, Qt::ControlModifier | Qt::KeypadModifier);
+        press(Qt::Key_Return, Qt::AltModifier);
+        QCOMPARE(m_opener->opened,
+            (QStringList{text("https://ci.example/a"), text("https://ci.example/a"), text("https://shop.example/a"),
+                text("https://shop.example/a")}));
+    }
+
+    void copyCopiesTheCommit()
+    {
+        const auto deployment = snapshot(text("a"), DeploymentState::Success);
+        show({deployment});
+        m_view->setFocus();
+        press(Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(m_pasteboard->copied, QStringList{deployment.commitOID});
+    }
+
+    void keysDoNothingInAnEmptyList()
+    {
+        show({});
+        m_view->setFocus();
+        for (const auto key : {Qt::Key_Down, Qt::Key_Home, Qt::Key_Return, Qt::Key_PageDown})
+            press(key);
+        press(Qt::Key_C, Qt::ControlModifier);
+        QVERIFY(m_opener->opened.isEmpty());
+        QVERIFY(m_pasteboard->copied.isEmpty());
+    }
+
+    void theRowIsMarkedForWhoUsesTheKeyboardOnly()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        QApplication::setActiveWindow(m_view.get());
+        m_view->setFocus(Qt::MouseFocusReason);
+        const QImage plain = picture();
+        m_view->clearFocus();
+        m_view->setFocus(Qt::TabFocusReason);
+        const QImage marked = picture();
+        QVERIFY(marked != plain);
+        QTest::mousePress(m_view->viewport(), Qt::RightButton, {}, QPoint(100, 350));
+        QCOMPARE(picture(), plain);
+        press(Qt::Key_Down);
+        QCOMPARE(picture(), marked);
+        m_view->clearFocus();
+        QCOMPARE(picture(), plain);
+    }
+
+    // The menu
+
+    void theMenuDoesWhatItSays()
+    {
+        const auto deployment = snapshot(text("a"), DeploymentState::Success);
+        show({deployment});
+        QStringList entries;
+        for (int i = 0; i < 5; ++i) {
+            auto *menu = openMenu(rowPoint(1));
+            QVERIFY(menu);
+            QList<QAction *> actions = menu->actions();
+            actions.removeIf([](const QAction *action) { return action->isSeparator(); });
+            QCOMPARE(actions.size(), 5);
+            entries.append(actions.at(i)->text());
+            actions.at(i)->trigger();
+            closeMenu(menu);
+        }
+        QCOMPARE(entries,
+            (QStringList{text("Open log"), text("Open environment"), text("Copy commit ID"), text("Copy link to log"),
+                text("Copy link to environment")}));
+        QCOMPARE(m_opener->opened, (QStringList{text("https://ci.example/a"), text("https://shop.example/a")}));
+        QCOMPARE(m_pasteboard->copied,
+            (QStringList{deployment.commitOID, text("https://ci.example/a"), text("https://shop.example/a")}));
+    }
+
+    void theMenuShowsTheKeys()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        auto *menu = openMenu(rowPoint(1));
+        QCOMPARE(menu->actions().at(0)->shortcut(), QKeySequence(Qt::Key_Return));
+        QCOMPARE(menu->actions().at(1)->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Return));
+        QVERIFY(menu->actions().at(2)->isSeparator());
+        closeMenu(menu);
+    }
+
+    void theMenuKeepsTheDeploymentThatItWasOpenedFor()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        auto *menu = openMenu(rowPoint(1));
+        m_view->setDeployments({snapshot(text("b"), DeploymentState::Success)});
+        menu->actions().at(0)->trigger();
+        QCOMPARE(m_opener->opened, QStringList{text("https://ci.example/a")});
+        closeMenu(menu);
+    }
+
+    void theKeyboardOpensTheMenuOfTheCurrentRow()
+    {
+        show({snapshot(text("a"), DeploymentState::Success), snapshot(text("b"), DeploymentState::Success)});
+        m_view->setFocus();
+        press(Qt::Key_Down);
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(), QPoint());
+        QCoreApplication::sendEvent(m_view->viewport(), &event);
+        auto *menu = m_view->findChild<QMenu *>();
+        QVERIFY(menu);
+        menu->actions().at(0)->trigger();
+        QCOMPARE(m_opener->opened, QStringList{text("https://ci.example/b")});
+        closeMenu(menu);
+    }
+
+    void aHeaderHasNoMenu()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        QVERIFY(!openMenu(m_view->visualRect(index(0)).center()));
+        QVERIFY(!openMenu(QPoint(100, 350)));
+    }
+
+    // What is seen
+
+    void rowsReactToTheMouse()
+    {
+        show({snapshot(text("a"), DeploymentState::Success), snapshot(text("b"), DeploymentState::Success)});
+        const QImage plain = picture();
+        move(rowPoint(1));
+        const QImage hovered = picture();
+        move(rowPoint(2));
+        const QImage otherHovered = picture();
+        move(linkPoint(2));
+        const QImage linkHovered = picture();
+        QTest::mousePress(m_view->viewport(), Qt::LeftButton, {}, linkPoint(2));
+        const QImage linkPressed = picture();
+        QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, {}, QPoint(100, 350));
+        QTest::mousePress(m_view->viewport(), Qt::LeftButton, {}, rowPoint(2));
+        const QImage pressed = picture();
+        move(QPoint(100, 350));
+        QCOMPARE(picture(), plain);
+        QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, {}, QPoint(100, 350));
+        const QList<QImage> all{plain, hovered, otherHovered, linkHovered, linkPressed, pressed};
+        for (qsizetype i = 0; i < all.size(); ++i) {
+            for (qsizetype j = 0; j < i; ++j)
+                QVERIFY2(all.at(i) != all.at(j), qPrintable(QStringLiteral("%1 and %2").arg(i).arg(j)));
+        }
+        move(rowPoint(1));
+        QEvent leave(QEvent::Leave);
+        QCoreApplication::sendEvent(m_view->viewport(), &leave);
+        QCOMPARE(picture(), plain);
+    }
+
+    void theLinkHasTheHand()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        move(linkPoint(1));
+        QCOMPARE(m_view->viewport()->cursor().shape(), Qt::PointingHandCursor);
+        move(rowPoint(1));
+        QCOMPARE(m_view->viewport()->cursor().shape(), Qt::ArrowCursor);
+    }
+
+    void theToolTipTellsTheWholeOrWhatTheLinkOpens()
+    {
+        auto deployment = snapshot(text("a"), DeploymentState::Success);
+        deployment.environment = text("<b>production</b>");
+        show({deployment});
+        QVERIFY(toolTip(rowPoint(1)).contains(deployment.commitOID));
+        QVERIFY(toolTip(rowPoint(1)).contains(deployment.environment));
+        QCOMPARE(toolTip(linkPoint(1)), text("Open <b>production</b>"));
+        QVERIFY(toolTip(QPoint(100, 350)).isEmpty());
+    }
+
+    void whatTheNetworkSendsIsDrawn_data()
+    {
+        QTest::addColumn<QString>("environment");
+        QTest::newRow("nothing") << QString();
+        QTest::newRow("very long") << text("x").repeated(5000);
+        QTest::newRow("lines") << text("a\nb\nc");
+        QTest::newRow("markup") << text("<h1>x</h1>");
+    }
+
+    void whatTheNetworkSendsIsDrawn()
+    {
+        QFETCH(QString, environment);
+        auto deployment = snapshot(text("a"), DeploymentState::Success);
+        deployment.environment = environment;
+        deployment.repositoryName = environment;
+        deployment.refName = environment;
+        show({deployment, snapshot(text("b"), DeploymentState::Success)});
+        // The row keeps its height, and nothing reaches into the next one.
+        const int height = m_view->visualRect(index(1)).height();
+        QCOMPARE(m_view->visualRect(index(2)).height(), height);
+        const QRect next = m_view->visualRect(index(2));
+        const QImage below = picture().copy(next);
+        show({snapshot(text("c"), DeploymentState::Success), snapshot(text("b"), DeploymentState::Success)});
+        QCOMPARE(picture().copy(next), below);
+    }
+
+    void twoTextsShareALine()
+    {
+        QCOMPARE(sharedWidths(100, 60, 40), std::pair(60, 40));
+        QCOMPARE(sharedWidths(100, 90, 20), std::pair(80, 20));
+        QCOMPARE(sharedWidths(100, 90, 60), std::pair(60, 40));
+        QCOMPARE(sharedWidths(100, 20, 200), std::pair(20, 80));
+        QCOMPARE(sharedWidths(0, 20, 20), std::pair(0, 0));
+    }
+
+    void theListFollowsFontPaletteAndDirection()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        const QImage before = picture();
+        const int height = m_view->visualRect(index(1)).height();
+        QFont font = m_view->font();
+        font.setPointSizeF(font.pointSizeF() * 2);
+        m_view->setFont(font);
+        QVERIFY(m_view->visualRect(index(1)).height() > height);
+        m_view->setFont(QFont());
+        QCOMPARE(picture(), before);
+        m_view->setPalette(darkPalette());
+        QVERIFY(picture() != before);
+        m_view->setPalette(QPalette());
+        QCOMPARE(picture(), before);
+        m_view->setLayoutDirection(Qt::RightToLeft);
+        QVERIFY(picture() != before);
+        click(QPoint(m_view->viewport()->width() - 1 - linkPoint(1).x(), linkPoint(1).y()));
+        QCOMPARE(m_opener->opened, QStringList{text("https://shop.example/a")});
+    }
+
+    // Refreshes
+
+    void selectionAndFocusSurviveARefresh()
+    {
+        show({snapshot(text("a"), DeploymentState::InProgress), snapshot(text("b"), DeploymentState::Success)});
+        m_view->setFocus();
+        QCOMPARE(currentID(), text("a"));
+        m_view->setDeployments({snapshot(text("n"), DeploymentState::Queued),
+            snapshot(text("a"), DeploymentState::Failure), snapshot(text("b"), DeploymentState::Success)});
+        QCOMPARE(currentID(), text("a"));
+        QCOMPARE(m_view->selectionModel()->selectedIndexes(), QModelIndexList{m_view->currentIndex()});
+    }
+
+    void whenTheCurrentRowGoesAnotherIsCurrent()
+    {
+        show({snapshot(text("a"), DeploymentState::InProgress), snapshot(text("b"), DeploymentState::Success),
+            snapshot(text("c"), DeploymentState::Success)});
+        m_view->setFocus();
+        m_view->setDeployments(
+            {snapshot(text("b"), DeploymentState::Success), snapshot(text("c"), DeploymentState::Success)});
+        QCOMPARE(currentID(), text("b"));
+        m_view->setDeployments({});
+        QVERIFY(!m_view->currentIndex().isValid());
+    }
+
+    void whatIsSeenStaysWhereItIsWhenRowsComeAbove()
+    {
+        auto list = finished(100);
+        show(list);
+        m_view->verticalScrollBar()->setValue(1003);
+        const auto seen = m_view->indexAt(QPoint(50, 100));
+        const QPersistentModelIndex kept = seen;
+        const QRect place = m_view->visualRect(seen);
+        list.prepend(snapshot(text("new"), DeploymentState::Success));
+        list.prepend(snapshot(text("newer"), DeploymentState::Failure));
+        list.move(40, 0);
+        m_view->setDeployments(list);
+        QCOMPARE(m_view->visualRect(kept), place);
+        // Even when one of those that are seen moves away.
+        list.move(list.size() - 1, 0);
+        m_view->setDeployments(list);
+        QCOMPARE(m_view->visualRect(kept), place);
+    }
+
+    void whoIsAtTheTopSeesWhatIsNew()
+    {
+        auto list = finished(100);
+        show(list);
+        list.prepend(snapshot(text("new"), DeploymentState::Success));
+        m_view->setDeployments(list);
+        QCOMPARE(m_view->verticalScrollBar()->value(), 0);
+        QCOMPARE(model()->deployment(m_view->indexAt(rowPoint(1)).row())->id, text("new"));
+    }
+
+    void aShorterListCannotBeScrolledPastItsEnd()
+    {
+        show(finished(100));
+        m_view->verticalScrollBar()->setValue(m_view->verticalScrollBar()->maximum());
+        m_view->setDeployments(finished(3));
+        QCOMPARE(m_view->verticalScrollBar()->maximum(), 0);
+        QVERIFY(m_view->viewport()->rect().contains(m_view->visualRect(index(1))));
+    }
+
+    void onlyWhatChangedIsPainted()
+    {
+        auto list = finished(1000);
+        show(list);
+        PaintLog log(m_view->viewport());
+        list[999].updatedAt += 1s;
+        m_view->setDeployments(list);
+        drainEvents();
+        QVERIFY(log.painted.isEmpty());
+        list[2].statusDescription = text("changed");
+        m_view->setDeployments(list);
+        drainEvents();
+        QCOMPARE(log.painted, QRegion(m_view->visualRect(index(3))));
+        // Told again what it knows, it stays still.
+        log.painted = {};
+        const auto copy = QList<DeploymentSnapshot>(list.begin(), list.end());
+        m_view->setDeployments(copy);
+        drainEvents();
+        QVERIFY(log.painted.isEmpty());
+    }
+
+    // Ages
+
+    void agesStayTrueWithoutPaintingWhatDidNotChange()
+    {
+        show({snapshot(text("a"), DeploymentState::Success, noon() - 10min),
+            snapshot(text("b"), DeploymentState::Success, noon() - 10min - 30s),
+            snapshot(text("c"), DeploymentState::Success, noon() - 2h - 10min)});
+        QCOMPARE(m_clock->sleeperCount(), 1);
+        PaintLog log(m_view->viewport());
+        m_clock->advance(29s);
+        drainEvents();
+        QVERIFY(log.painted.isEmpty());
+        m_clock->advance(1s);
+        drainEvents();
+        QCOMPARE(log.painted, QRegion(m_view->visualRect(index(2))));
+        log.painted = {};
+        m_clock->advance(30s);
+        drainEvents();
+        QCOMPARE(log.painted, QRegion(m_view->visualRect(index(1))));
+        QCOMPARE(m_clock->sleeperCount(), 1);
+    }
+
+    void oneWaitServesManyRows()
+    {
+        show(finished(1000, noon() - 1s));
+        QCOMPARE(m_clock->sleeperCount(), 1);
+        QCOMPARE(m_clock->requestedSleeps.size(), 1);
+        m_view->verticalScrollBar()->setValue(500);
+        m_view->verticalScrollBar()->setValue(900);
+        QCOMPARE(m_clock->requestedSleeps.size(), 1);
+    }
+
+    void nobodyWaitsWhileTheListIsHidden()
+    {
+        m_view->setDeployments(finished(3));
+        QCOMPARE(m_clock->sleeperCount(), 0);
+        show(finished(3));
+        QCOMPARE(m_clock->sleeperCount(), 1);
+        m_view->hide();
+        drainEvents();
+        QCOMPARE(m_clock->sleeperCount(), 0);
+        m_view->setDeployments(finished(4));
+        QCOMPARE(m_clock->sleeperCount(), 0);
+        m_view->show();
+        QCOMPARE(m_clock->sleeperCount(), 1);
+        m_view->setDeployments({});
+        drainEvents();
+        QCOMPARE(m_clock->sleeperCount(), 0);
+    }
+
+    void aClockThatIsSetBackIsNoTrouble()
+    {
+        show(finished(1, noon() - 3h));
+        PaintLog log(m_view->viewport());
+        m_clock->setNow(noon() - 2h);
+        m_clock->wakeAll();
+        drainEvents();
+        QCOMPARE(log.painted, QRegion(m_view->visualRect(index(1))));
+    }
+
+    // Motion
+
+    void iconsTurnOnlyWhileSomethingInProgressIsSeen()
+    {
+        auto list = finished(50);
+        show(list);
+        QVERIFY(!m_view->isTurning());
+        list.prepend(snapshot(text("q"), DeploymentState::Queued));
+        m_view->setDeployments(list);
+        QVERIFY(!m_view->isTurning());
+        list[0].state = DeploymentState::InProgress;
+        m_view->setDeployments(list);
+        QVERIFY(m_view->isTurning());
+        m_view->verticalScrollBar()->setValue(1000);
+        QVERIFY(!m_view->isTurning());
+        m_view->verticalScrollBar()->setValue(0);
+        QVERIFY(m_view->isTurning());
+        m_view->hide();
+        QVERIFY(!m_view->isTurning());
+        m_view->show();
+        QVERIFY(m_view->isTurning());
+        list[0].state = DeploymentState::Success;
+        m_view->setDeployments(list);
+        QVERIFY(!m_view->isTurning());
+    }
+
+    void onlyTheIconIsPaintedWhenItTurns()
+    {
+        show({snapshot(text("a"), DeploymentState::InProgress), snapshot(text("b"), DeploymentState::Waiting)});
+        const QImage before = picture();
+        PaintLog log(m_view->viewport());
+        QVERIFY(waitUntil([&] { return !log.painted.isEmpty(); }));
+        const QRect row = m_view->visualRect(index(1));
+        QVERIFY(row.contains(log.painted.boundingRect()));
+        QCOMPARE(log.painted.boundingRect().size(), QSize(16, 16));
+        QVERIFY(picture() != before);
+    }
+
+    void nothingTurnsWhereTheDesktopWantsNoMotion()
+    {
+        StillStyle still;
+        m_view->setStyle(&still);
+        show({snapshot(text("a"), DeploymentState::InProgress)});
+        QVERIFY(!m_view->isTurning());
+        m_view->setStyle(nullptr);
+        QVERIFY(m_view->isTurning());
+    }
+
+    // Places
+
+    void twentyThousandRowsAreWhereTheyAreSaidToBe()
+    {
+        show(finished(20'000));
+        auto *bar = m_view->verticalScrollBar();
+        QCOMPARE(m_view->visualRect(index(20'000)).bottom() + 5, bar->maximum() + m_view->viewport()->height());
+        for (const int offset : {0, 1, 4711, bar->maximum() / 2, bar->maximum()}) {
+            bar->setValue(offset);
+            const QModelIndex found = m_view->indexAt(QPoint(10, 180));
+            QVERIFY(m_view->visualRect(found).contains(QPoint(10, 180)));
+        }
+        m_view->scrollTo(index(12'345), QAbstractItemView::PositionAtTop);
+        QCOMPARE(m_view->visualRect(index(12'345)).top(), 0);
+        m_view->scrollTo(index(12'345), QAbstractItemView::PositionAtBottom);
+        QCOMPARE(m_view->visualRect(index(12'345)).bottom() + 1, m_view->viewport()->height());
+        m_view->scrollTo(index(12'345), QAbstractItemView::PositionAtCenter);
+        QVERIFY(m_view->visualRect(index(12'345)).contains(QPoint(10, m_view->viewport()->height() / 2)));
+        QVERIFY(!m_view->visualRect(QModelIndex()).isValid());
+    }
+
+    // Assistive technology
+
+    void assistiveTechnologyReadsRowsAsSentences()
+    {
+        show({snapshot(text("a"), DeploymentState::Failure)});
+        auto *list = QAccessible::queryAccessibleInterface(m_view.get());
+        QVERIFY(list);
+        QCOMPARE(list->role(), QAccessible::List);
+        QCOMPARE(list->text(QAccessible::Name), text("Deployments"));
+        QCOMPARE(list->childCount(), 2);
+        QCOMPARE(list->child(0)->text(QAccessible::Name), text("Failed, 1"));
+        QCOMPARE(list->child(1)->text(QAccessible::Name), text("acme/web, production, failed, 0123456, now"));
+        QCOMPARE(list->child(1)->rect().size(), m_view->visualRect(index(1)).size());
+        const QPoint point = m_view->viewport()->mapToGlobal(rowPoint(1));
+        QCOMPARE(list->childAt(point.x(), point.y())->text(QAccessible::Name),
+            text("acme/web, production, failed, 0123456, now"));
+    }
+
+private:
+    [[nodiscard]] DeploymentListModel *model() const { return qobject_cast<DeploymentListModel *>(m_view->model()); }
+    [[nodiscard]] QModelIndex index(int row) const { return m_view->model()->index(row, 0); }
+    [[nodiscard]] QPoint rowPoint(int row) const { return m_view->visualRect(index(row)).center(); }
+    [[nodiscard]] QPoint linkPoint(int row) const
+    {
+        const QRect place = m_view->visualRect(index(row));
+        return {place.right() - 20, place.center().y()};
+    }
+    [[nodiscard]] QString currentID() const
+    {
+        const auto *deployment = model()->deployment(m_view->currentIndex().row());
+        return deployment ? deployment->id : QString();
+    }
+
+    void show(const QList<DeploymentSnapshot> &deployments)
+    {
+        m_view->setDeployments(deployments);
+        m_view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+        drainEvents();
+    }
+    void click(const QPoint &point) { QTest::mouseClick(m_view->viewport(), Qt::LeftButton, {}, point); }
+    void move(const QPoint &point)
+    {
+        // QTest moves the pointer of the platform instead, which has none here.
+        QMouseEvent event(QEvent::MouseMove, point, m_view->viewport()->mapToGlobal(QPointF(point)), Qt::NoButton,
+            Qt::NoButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(m_view->viewport(), &event);
+    }
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(m_view.get(), key, modifiers); }
+    [[nodiscard]] QImage picture() { return m_view->grab().toImage(); }
+
+    QMenu *openMenu(const QPoint &point)
+    {
+        QContextMenuEvent event(QContextMenuEvent::Mouse, point, m_view->viewport()->mapToGlobal(point));
+        QCoreApplication::sendEvent(m_view->viewport(), &event);
+        return m_view->findChild<QMenu *>();
+    }
+    void closeMenu(QMenu *menu)
+    {
+        menu->close();
+        drainEvents();
+        QVERIFY(!m_view->findChild<QMenu *>());
+    }
+
+    /// As it is read on the screen.
+    QString toolTip(const QPoint &point)
+    {
+        QHelpEvent event(QEvent::ToolTip, point, m_view->viewport()->mapToGlobal(point));
+        QCoreApplication::sendEvent(m_view->viewport(), &event);
+        QTextDocument document;
+        document.setHtml(QToolTip::isVisible() ? QToolTip::text() : QString());
+        const QString shown = document.toPlainText();
+        QToolTip::hideText();
+        [[maybe_unused]] const bool isGone = waitUntil([] { return !QToolTip::isVisible(); });
+        return shown;
+    }
+
+    std::unique_ptr<FakeClock> m_clock;
+    std::unique_ptr<FakeURLOpener> m_opener;
+    std::unique_ptr<FakePasteboard> m_pasteboard;
+    std::unique_ptr<DeploymentListView> m_view;
+};
+
+QTEST_MAIN(DeploymentListViewTest)
+#include "deployment_list_view_test.moc"

@@ -1,0 +1,513 @@
+// SPDX-License-Identifier: MIT
+#include "ui/menu_bar_view.h"
+
+#include "support/monitor_fixture.h"
+#include "support/palettes.h"
+#include "ui/deployment_list_view.h"
+#include "ui/device_code_panel.h"
+#include "ui/empty_state_view.h"
+#include "ui/menu_bar_header.h"
+#include "ui/progress_spinner.h"
+#include "ui/text_label.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QHelpEvent>
+#include <QLayout>
+#include <QLocale>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextDocument>
+#include <QToolButton>
+#include <QToolTip>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+QString text(const char *utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+} // namespace
+
+class MenuBarViewTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_fixture = std::make_unique<MonitorFixture>(); }
+
+    void cleanup()
+    {
+        m_view.reset();
+        m_fixture->authentication->cancelConnection();
+        drainEvents();
+        QCOMPARE(m_fixture->clock.sleeperCount(), 0);
+        m_fixture.reset();
+    }
+
+    // What is shown
+
+    void withoutAnAccountThereIsAnInvitation()
+    {
+        show();
+        QVERIFY(m_view->content() == MenuBarContent::ConnectionPrompt);
+        QCOMPARE(shownTexts().mid(2),
+            (QStringList{text("Connect GitHub"),
+                text("Connect a GitHub account, then choose the personal account or organisation where Velmora should "
+                     "be installed."),
+                text("Add GitHub account"), text("Quit")}));
+    }
+
+    void theCodeIsShownRatherThanTheInvitation()
+    {
+        show();
+        startConnecting();
+        QVERIFY(m_view->content() == MenuBarContent::CodePanel);
+        QCOMPARE(shownTexts().mid(2),
+            (QStringList{text("Enter this code on GitHub"), text("WDJB-MJHT"),
+                text("The code has been copied. After authorization, GitHub will ask which account or organisation "
+                     "Velmora can access."),
+                text("Copy code"), text("Open GitHub"), text("Cancel"), text("Quit")}));
+        button(text("Cancel"))->click();
+        QVERIFY(m_view->content() == MenuBarContent::ConnectionPrompt);
+    }
+
+    void whileConnectingNoOtherConnectionCanBeStarted()
+    {
+        show();
+        auto *add = button(text("Add GitHub account"));
+        QVERIFY(add->isEnabled());
+        add->click();
+        QVERIFY(!add->isEnabled());
+        waitForCode();
+        m_fixture->authentication->cancelConnection();
+        QVERIFY(add->isEnabled());
+    }
+
+    void aConnectionThatFailedSaysWhy()
+    {
+        m_fixture->github.session->handler = [](const HTTPRequest &) -> HTTPResponse {
+            return FakeHTTPSession::response(500, "{}");
+        };
+        show();
+        button(text("Add GitHub account"))->click();
+        QVERIFY(waitUntil([&] { return m_fixture->authentication->errorMessage().has_value(); }));
+        QVERIFY(shownTexts().contains(*m_fixture->authentication->errorMessage()));
+        button(text("Add GitHub account"))->click();
+        QVERIFY(waitUntil([&] { return m_fixture->authentication->errorMessage().has_value(); }));
+        m_fixture->authentication->cancelConnection();
+        QCOMPARE(shownTexts().size(), 6);
+    }
+
+    void beforeTheFirstAnswerItIsLoading()
+    {
+        m_fixture->connect(1, text("octocat"));
+        show();
+        QVERIFY(m_view->content() == MenuBarContent::Loading);
+        QCOMPARE(shownTexts(),
+            (QStringList{text("Velmora"), text("Refreshing deployments"), text("Loading deployments…"), text("Quit")}));
+        auto *spinner = m_view->findChild<ProgressSpinner *>(QString(), Qt::FindChildrenRecursively);
+        QVERIFY(spinner);
+    }
+
+    void deploymentsAreListed()
+    {
+        connectWithDeployments({{text("a"), text("IN_PROGRESS")}, {text("b"), text("SUCCESS")}});
+        m_fixture->tick();
+        show();
+        QVERIFY(m_view->content() == MenuBarContent::List);
+        QCOMPARE(shownTexts(),
+            (QStringList{text("Velmora"), text("Deployment in progress"), text("Updated now"), text("Quit")}));
+        QCOMPARE(list()->model()->rowCount(), 4);
+        QCOMPARE(list()->height(), 360);
+        m_fixture->github.identities[text("octocat")].repositories[0].deployments[0].state = text("SUCCESS");
+        m_fixture->tickAfter(5s);
+        QCOMPARE(status(), text("GitHub deployments"));
+        QCOMPARE(list()->model()->rowCount(), 3);
+    }
+
+    void anEmptyListSaysSo()
+    {
+        connectWithDeployments({});
+        m_fixture->tick();
+        show();
+        QVERIFY(m_view->content() == MenuBarContent::NoDeployments);
+        QCOMPARE(shownTexts().mid(1),
+            (QStringList{text("GitHub deployments"), text("No recent deployments"),
+                text("Active deployments and results from the last 24 hours appear here."), text("Updated now"),
+                text("Quit")}));
+    }
+
+    void savedDeploymentsAreShownAsSuch()
+    {
+        connectWithDeployments({});
+        m_fixture->tick();
+        m_fixture->github.identities[text("octocat")].graphqlFailure = FakeHTTPSession::response(500, "{}");
+        m_fixture->tickAfter(30s);
+        show();
+        QVERIFY(m_view->content() == MenuBarContent::NoDeployments);
+        QCOMPARE(shownTexts().mid(1, 3),
+            (QStringList{
+                text("Showing saved data"), text("Showing saved deployment data."), m_fixture->monitor->message()}));
+        QCOMPARE(shownTexts().at(6), text("Updated 30 seconds ago"));
+    }
+
+    void theExplanationIsWholeInTheToolTipAndForAssistiveTechnology()
+    {
+        connectWithDeployments({});
+        m_fixture->tick();
+        m_fixture->github.identities[text("octocat")].graphqlFailure = FakeHTTPSession::response(500, "{}");
+        m_fixture->tickAfter(30s);
+        show();
+        const QString whole = text("Showing saved deployment data.\n") + m_fixture->monitor->message();
+        for (auto *label : visible<TextLabel>()) {
+            if (!label->text().startsWith(text("Showing saved")))
+                continue;
+            QCOMPARE(QAccessible::queryAccessibleInterface(label)->text(QAccessible::Description), whole);
+            QHelpEvent event(QEvent::ToolTip, QPoint(1, 1), label->mapToGlobal(QPoint(1, 1)));
+            QCoreApplication::sendEvent(label, &event);
+            QTextDocument document;
+            document.setHtml(QToolTip::text());
+            QCOMPARE(document.toPlainText(), whole);
+            QToolTip::hideText();
+        }
+    }
+
+    void aPauseKeepsTheListAndSaysUntilWhen()
+    {
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        auto &identity = m_fixture->github.identities[text("octocat")];
+        identity.remaining = 0;
+        identity.resetAt = noon() + 2h + 5min;
+        m_fixture->tick();
+        show();
+        QVERIFY(m_view->content() == MenuBarContent::List);
+        QCOMPARE(status(), text("Paused until ") + QLocale().toString(QTime(14, 5), QLocale::ShortFormat));
+        QCOMPARE(shownTexts().at(2), text("Updated now"));
+    }
+
+    void savedDeploymentsStayVisibleWhileTheyAreRefreshed()
+    {
+        m_fixture->connect(1, text("octocat"));
+        const auto saved = makeSnapshot(text("a"), DeploymentState::Success, noon());
+        m_fixture->cache.payload = DeploymentCachePayload{{saved}, noon()};
+        m_fixture->build();
+        awaitValue(m_fixture->monitor->loadCache());
+        show();
+        QVERIFY(m_view->content() == MenuBarContent::List);
+        QCOMPARE(status(), text("Refreshing deployments"));
+    }
+
+    // Refreshing
+
+    void refreshAsksForInstallationsAndThenForDeployments()
+    {
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        m_fixture->tick();
+        show();
+        m_fixture->github.clearLog();
+        holdAnswers();
+        auto *refresh = button(text("Refresh"));
+        QCOMPARE(refresh->toolTip(), text("Refresh deployments"));
+        refresh->click();
+        QVERIFY(m_view->isRefreshing());
+        QVERIFY(!refresh->isEnabled());
+        QCOMPARE(refresh->toolTip(), text("Refreshing deployments"));
+        giveAnswers();
+        QVERIFY(waitUntil([&] { return !m_view->isRefreshing(); }));
+        QVERIFY(refresh->isEnabled());
+        QCOMPARE(refresh->toolTip(), text("Refresh deployments"));
+        QCOMPARE(m_fixture->github.restRequests.size(), 2);
+        QCOMPARE(m_fixture->github.queries.size(), 1);
+    }
+
+    void pressingRefreshTwiceRefreshesOnce()
+    {
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        m_fixture->tick();
+        show();
+        m_fixture->github.clearLog();
+        holdAnswers();
+        button(text("Refresh"))->click();
+        button(text("Refresh"))->click();
+        QTest::keyClick(m_view.get(), Qt::Key_R, Qt::ControlModifier);
+        m_view->refresh();
+        giveAnswers();
+        QVERIFY(waitUntil([&] { return !m_view->isRefreshing(); }));
+        QCOMPARE(m_fixture->github.queries.size(), 1);
+    }
+
+    void refreshesOfTheMonitorLeaveTheButtonAlone()
+    {
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        show();
+        QVERIFY(waitUntil([&] { return m_fixture->installations->lastRefreshedAt().has_value(); }));
+        holdAnswers();
+        const auto tick
+            = start(m_fixture->monitor->tick(m_fixture->authentication.get(), m_fixture->installations.get(), noon()));
+        QVERIFY(m_fixture->monitor->isRefreshing());
+        QVERIFY(!m_view->isRefreshing());
+        QVERIFY(button(text("Refresh"))->isEnabled());
+        giveAnswers();
+        QVERIFY(waitUntil([&] { return tick->isDone; }));
+    }
+
+    void aRefreshThatFailsEndsAsWell()
+    {
+        connectWithDeployments({});
+        m_fixture->tick();
+        m_fixture->github.identities[text("octocat")].restFailure = FakeHTTPSession::response(500, "{}");
+        m_fixture->github.identities[text("octocat")].graphqlFailure = FakeHTTPSession::response(500, "{}");
+        show();
+        m_view->refresh();
+        QVERIFY(waitUntil([&] { return !m_view->isRefreshing(); }));
+        QCOMPARE(status(), text("Showing saved data"));
+    }
+
+    void aViewThatEndsWhileItRefreshesTakesNothingAlong()
+    {
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        m_fixture->tick();
+        show();
+        holdAnswers();
+        m_view->refresh();
+        m_view.reset();
+        giveAnswers();
+        drainEvents();
+    }
+
+    void whoeverOpensTheWindowFirstHasTheInstallationsLoaded()
+    {
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        show();
+        QVERIFY(waitUntil([&] { return m_fixture->installations->lastRefreshedAt().has_value(); }));
+        drainEvents();
+        m_fixture->github.clearLog();
+        m_view->hide();
+        m_view->show();
+        drainEvents();
+        QVERIFY(m_fixture->github.restRequests.isEmpty());
+    }
+
+    // Controls
+
+    void settingsAndQuitAreAskedFor()
+    {
+        show();
+        QSignalSpy settings(m_view.get(), &MenuBarView::settingsRequested);
+        QSignalSpy quit(m_view.get(), &MenuBarView::quitRequested);
+        QCOMPARE(button(text("Settings"))->toolTip(), text("Open Settings"));
+        button(text("Settings"))->click();
+        QCOMPARE(settings.count(), 1);
+        button(text("Quit"))->click();
+        QCOMPARE(quit.count(), 1);
+        QVERIFY(QTest::qWaitForWindowActive(m_view.get()));
+        QTest::keyClick(m_view.get(), Qt::Key_Comma, Qt::ControlModifier);
+        QCOMPARE(settings.count(), 2);
+        QTest::keyClick(m_view.get(), Qt::Key_Q, Qt::ControlModifier);
+        QCOMPARE(quit.count(), 2);
+    }
+
+    void theKeyForRefreshRefreshes()
+    {
+        connectWithDeployments({});
+        m_fixture->tick();
+        show();
+        QVERIFY(QTest::qWaitForWindowActive(m_view.get()));
+        holdAnswers();
+        QTest::keyClick(m_view.get(), Qt::Key_R, Qt::ControlModifier);
+        QVERIFY(m_view->isRefreshing());
+        giveAnswers();
+        QVERIFY(waitUntil([&] { return !m_view->isRefreshing(); }));
+    }
+
+    void everyControlIsCalledWhatItSays()
+    {
+        show();
+        startConnecting();
+        const auto buttons = m_view->findChildren<QAbstractButton *>();
+        QVERIFY(buttons.size() >= 6);
+        for (auto *control : buttons) {
+            QCOMPARE(QAccessible::queryAccessibleInterface(control)->text(QAccessible::Name), control->text());
+            QVERIFY(control->focusPolicy() & Qt::TabFocus);
+        }
+    }
+
+    // Time and motion
+
+    void theAgeOfTheUpdateStaysTrue()
+    {
+        connectWithDeployments({});
+        m_fixture->tick();
+        show();
+        QCOMPARE(shownTexts().at(4), text("Updated now"));
+        m_fixture->clock.advance(1s);
+        QCOMPARE(shownTexts().at(4), text("Updated 1 second ago"));
+        m_fixture->clock.advance(3min);
+        QCOMPARE(shownTexts().at(4), text("Updated 3 minutes ago"));
+        QCOMPARE(m_fixture->clock.sleeperCount(), 1);
+    }
+
+    void nothingHappensWhileItIsHidden()
+    {
+        connectWithDeployments({{text("a"), text("IN_PROGRESS")}});
+        m_fixture->tick();
+        show();
+        QVERIFY(list()->isTurning());
+        m_view->hide();
+        drainEvents();
+        QCOMPARE(m_fixture->clock.sleeperCount(), 0);
+        QVERIFY(!list()->isTurning());
+        m_fixture->github.identities[text("octocat")].repositories[0].deployments.clear();
+        m_fixture->tickAfter(5s);
+        QCOMPARE(list()->model()->rowCount(), 2);
+        m_view->show();
+        QVERIFY(m_view->content() == MenuBarContent::NoDeployments);
+        QCOMPARE(list()->model()->rowCount(), 0);
+    }
+
+    void spinnersTurnOnlyWhileTheyAreSeen()
+    {
+        m_fixture->connect(1, text("octocat"));
+        show();
+        int turning = 0;
+        for (auto *spinner : m_view->findChildren<ProgressSpinner *>()) {
+            QCOMPARE(spinner->isTurning(), spinner->isVisible());
+            turning += spinner->isTurning() ? 1 : 0;
+        }
+        QCOMPARE(turning, 1);
+        m_view->hide();
+        for (auto *spinner : m_view->findChildren<ProgressSpinner *>())
+            QVERIFY(!spinner->isTurning());
+    }
+
+    // Looks
+
+    void theWindowIsAsHighAsWhatItHolds()
+    {
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        m_fixture->tick();
+        show();
+        QCOMPARE(m_view->width(), std::max(360, QFontMetrics(m_view->font()).height() * 20));
+        const int listed = m_view->height();
+        m_fixture->github.identities[text("octocat")].repositories[0].deployments.clear();
+        m_fixture->tickAfter(30s);
+        drainEvents();
+        QCOMPARE(m_view->height(), listed - 120);
+        QCOMPARE(m_view->size(), m_view->sizeHint());
+    }
+
+    void itFollowsPaletteAndFont()
+    {
+        show();
+        const QImage light = m_view->grab().toImage();
+        m_view->setPalette(darkPalette());
+        const QImage dark = m_view->grab().toImage();
+        QVERIFY(qGray(dark.pixel(2, 2)) < qGray(light.pixel(2, 2)));
+        m_view->setPalette(QPalette());
+        QCOMPARE(m_view->grab().toImage(), light);
+        const int width = m_view->width();
+        QFont font = m_view->font();
+        font.setPointSizeF(font.pointSizeF() * 2);
+        m_view->setFont(font);
+        drainEvents();
+        QVERIFY(m_view->width() > width);
+        QCOMPARE(m_view->size(), m_view->sizeHint());
+        for (auto *label : visible<TextLabel>())
+            QVERIFY(label->height() >= label->minimumSizeHint().height());
+    }
+
+private:
+    void connectWithDeployments(const QList<FakeGitHub::Deployment> &deployments)
+    {
+        m_fixture->connect(1, text("octocat")).repositories = {{text("R_web"), text("acme/web"), deployments, {}}};
+        m_fixture->build();
+    }
+
+    void show()
+    {
+        if (!m_fixture->monitor)
+            m_fixture->build();
+        drainEvents();
+        m_view = std::make_unique<MenuBarView>(
+            MenuBarView::Services{m_fixture->authentication.get(), m_fixture->installations.get(),
+                m_fixture->monitor.get(), &m_fixture->clock, &m_fixture->urlOpener, &m_fixture->pasteboard});
+        m_view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+    }
+
+    /// Requests wait until giveAnswers().
+    void holdAnswers() { m_answers = std::exchange(m_fixture->github.session->handler, nullptr); }
+    void giveAnswers() { m_fixture->github.session->resume(m_answers); }
+
+    void startConnecting()
+    {
+        m_fixture->authentication->startConnecting();
+        waitForCode();
+    }
+    void waitForCode()
+    {
+        QVERIFY(waitUntil([&] { return m_fixture->authentication->pendingAuthorization().has_value(); }));
+    }
+
+    [[nodiscard]] DeploymentListView *list() const { return m_view->findChild<DeploymentListView *>(); }
+    [[nodiscard]] QString status() const { return shownTexts().at(1); }
+
+    template <typename Widget>
+    [[nodiscard]] QList<Widget *> visible() const
+    {
+        QList<Widget *> found = m_view->findChildren<Widget *>();
+        found.removeIf([](const Widget *widget) { return !widget->isVisible(); });
+        return found;
+    }
+
+    [[nodiscard]] QAbstractButton *button(const QString &label) const
+    {
+        for (auto *found : visible<QAbstractButton>()) {
+            if (found->text() == label)
+                return found;
+        }
+        return nullptr;
+    }
+
+    /// Every text that can be read, from top to bottom and from left to right; not those of the list and of icons.
+    [[nodiscard]] QStringList shownTexts() const
+    {
+        QList<std::pair<QPoint, QString>> found;
+        const auto add = [&](const QWidget *widget, const QString &shown) {
+            const QPoint place = widget->mapTo(m_view.get(), QPoint());
+            if (!shown.isEmpty())
+                found.append({QPoint(place.y(), place.x()), shown});
+        };
+        m_view->layout()->activate();
+        for (const auto *label : visible<QLabel>())
+            add(label, label->text());
+        for (const auto *control : visible<QPushButton>())
+            add(control, control->text());
+        for (const auto *control : visible<QToolButton>()) {
+            if (control->toolButtonStyle() != Qt::ToolButtonIconOnly || control->icon().isNull())
+                add(control, control->text());
+        }
+        std::ranges::stable_sort(found, [](const auto &left, const auto &right) {
+            return std::pair(left.first.x(), left.first.y()) < std::pair(right.first.x(), right.first.y());
+        });
+        QStringList texts;
+        for (const auto &entry : found)
+            texts.append(entry.second);
+        return texts;
+    }
+
+    std::unique_ptr<MonitorFixture> m_fixture;
+    std::unique_ptr<MenuBarView> m_view;
+    FakeHTTPSession::Handler m_answers;
+};
+
+QTEST_MAIN(MenuBarViewTest)
+#include "menu_bar_view_test.moc"
