@@ -103,11 +103,11 @@ void Desktop::start()
     launch(m_app->settings().repairLaunchAtLogin(), "repairing the start at login");
     if (m_options.opensAtStart)
         open();
-    if (!m_options.isBackground)
-        m_trayPatience.start(kPatience + kWindowDelay);
+    m_trayPatience.start((m_options.isBackground ? kPatienceAtLogin : kPatience) + kWindowDelay);
 }
 
-/// Where there is no tray, somebody who has started the program by hand would see nothing of it.
+/// Where there is no tray, somebody who has started the program by hand would see nothing of it. The window that is
+/// opened later, by starting it again, gives the reason too.
 void Desktop::noteAvailability()
 {
     const bool isMissing = !m_item->isAvailable() && !m_trayPatience.isActive();

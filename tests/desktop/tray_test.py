@@ -10,8 +10,8 @@ from headless.waiting import never
 from velmora import SAMPLE, VelmoraTest
 
 _NO_TRAY = "This desktop shows no tray. Starting Velmora again opens this window."
-# A little longer than a person who starts it by hand waits for a tray.
-_LONGER_THAN_PATIENCE = 8.0
+# Longer than a tray is waited for at login.
+_LONGER_THAN_PATIENCE = 12.0
 
 
 class MainPath:
@@ -122,12 +122,6 @@ class WindowTest(VelmoraTest):
         # The click is the other window's.
         eventually(lambda: "focused" in name.states, "the focus where the click was")
 
-    def test_a_click_at_the_empty_desktop_closes_it(self):
-        self.velmora.open_by_click()
-        self.desktop.screen.click(200, 600)
-
-        self.velmora.wait_until_closed()
-
     def test_a_click_into_it_leaves_it_open(self):
         window = self.velmora.open_by_click()
         self.desktop.click(window.find("label", "Velmora Demo"))
@@ -216,7 +210,7 @@ class ComingAndGoingTest(VelmoraTest):
     def test_the_item_appears_on_a_panel_that_comes_later(self):
         session = self.session(notifications="none", keyring="absent", late=("tray",))
         velmora = self.start(session, "--demo", "--background")
-        session.accessibility.program(velmora.pid)
+        velmora.wait_until_running()
 
         session.tray.start()
 
@@ -244,7 +238,7 @@ class ComingAndGoingTest(VelmoraTest):
     def test_without_a_tray_a_start_at_login_stays_silent_until_it_is_started_by_hand(self):
         session = self.session(tray="none", notifications="none", keyring="absent")
         velmora = self.start(session, "--demo", "--background")
-        session.accessibility.program(velmora.pid)
+        velmora.wait_until_running()
         never(velmora.is_open, "a start at login opened the window", _LONGER_THAN_PATIENCE)
 
         second = self.start(session, "--demo")

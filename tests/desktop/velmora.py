@@ -15,6 +15,8 @@ BUILD = os.path.abspath(
 PROGRAM = os.path.join(BUILD, "bin", "velmora")
 SIMULATOR = os.path.join(BUILD, "bin", "velmora-simulator")
 SAMPLE = os.path.join(BUILD, "tests", "sample_window")
+_SERVICE = "com.tarvik.Velmora"
+_SERVICE_OF_DEMO = "com.tarvik.Velmora.Demo"
 
 
 class Simulator:
@@ -75,6 +77,11 @@ class Velmora:
     @property
     def pid(self):
         return self.program.pid
+
+    def wait_until_running(self):
+        """Returns when it has its name on the bus, which it takes before it shows anything."""
+        bus = self._session.bus
+        eventually(lambda: bus.has(_SERVICE) or bus.has(_SERVICE_OF_DEMO), "Velmora's name on the bus")
 
     def windows(self):
         return [window for window in self._session.windows.list() if window.pid == self.pid]

@@ -119,6 +119,20 @@ private Q_SLOTS:
         QVERIFY(m_window->isVisible());
     }
 
+    void shouldOpenAtOnceAfterItClosedOtherwiseThanByLosingTheFocus()
+    {
+        openAndActivate();
+        m_window->toggle(kItem, QString());
+        QVERIFY(!m_window->isVisible());
+        m_window->toggle(kItem, QString());
+        QVERIFY(m_window->isVisible());
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        QTest::keyClick(m_window.get(), Qt::Key_Escape);
+        QVERIFY(!m_window->isVisible());
+        m_window->toggle(kItem, QString());
+        QVERIFY(m_window->isVisible());
+    }
+
     void shouldCloseOnEscape()
     {
         auto *const input = new QLineEdit(m_content);
