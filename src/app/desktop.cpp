@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "app/desktop.h"
 
+#include "accounts/avatar_loader.h"
 #include "app/velmora_app.h"
 #include "notifications/linux/notification_service_watcher.h"
 #include "platform/fallback_status_item.h"
 #include "platform/linux/status_notifier_item.h"
 #include "support/task_scope.h"
 #include "ui/menu_bar_view.h"
+#include "ui/settings_window.h"
 #include "ui/tray_item.h"
 #include "ui/xembed_status_item.h"
 
@@ -132,7 +134,27 @@ void Desktop::refresh()
 
 void Desktop::openSettings(const QString &activationToken)
 {
-    Q_UNUSED(activationToken)
+    if (!m_settings)
+        makeSettings();
+    m_settings->open(activationToken);
+}
+
+void Desktop::makeSettings()
+{
+    const AppEnvironment &environment = m_app->environment();
+    m_avatars = std::make_unique<AvatarLoader>(std::make_shared<NetworkSession>(AvatarLoader::sessionLimits()),
+        environment.directories.cache + QStringLiteral("/avatars"), environment.clock);
+    SettingsView::Services services;
+    services.authentication = &m_app->authentication();
+    services.installations = &m_app->installations();
+    services.settings = &m_app->settings();
+    services.pasteboard = environment.pasteboard;
+    services.urlOpener = environment.urlOpener;
+    services.settingsPageOpener = &m_notificationSettings;
+    services.avatars = m_avatars.get();
+    services.installationURL = environment.configuration.installationURL();
+    m_settings = std::make_unique<SettingsWindow>(services);
+    m_settings->setWindowTitle(QStringLiteral("%1 Settings").arg(environment.applicationName));
 }
 
 } // namespace velmora
