@@ -12,6 +12,9 @@
 #include "ui/tray_item.h"
 #include "ui/xembed_status_item.h"
 
+#include <QGuiApplication>
+#include <QIcon>
+
 namespace velmora
 {
 
@@ -47,6 +50,16 @@ std::unique_ptr<StatusItem> makeStatusItem(bool isBackground)
         &XEmbedStatusItem::makeWherePossible, isBackground ? kPatienceAtLogin : kPatience);
 }
 
+/// For desktops that do not find the picture by the name of the desktop file. Not before there is a window: the themes
+/// take their time.
+void adoptPicture()
+{
+    if (!QGuiApplication::windowIcon().isNull())
+        return;
+    const QString name = QStringLiteral("com.tarvik.Velmora");
+    QGuiApplication::setWindowIcon(QIcon::fromTheme(name, QIcon(QStringLiteral(":/velmora/%1.svg").arg(name))));
+}
+
 } // namespace
 
 Desktop::Desktop(VelmoraApp *app, const Options &options)
@@ -67,6 +80,7 @@ MenuBarWindow &Desktop::window()
 {
     if (m_window)
         return *m_window;
+    adoptPicture();
     MenuBarView::Services services;
     services.authentication = &m_app->authentication();
     services.installations = &m_app->installations();
@@ -141,6 +155,7 @@ void Desktop::openSettings(const QString &activationToken)
 
 void Desktop::makeSettings()
 {
+    adoptPicture();
     const AppEnvironment &environment = m_app->environment();
     m_avatars = std::make_unique<AvatarLoader>(std::make_shared<NetworkSession>(AvatarLoader::sessionLimits()),
         environment.directories.cache + QStringLiteral("/avatars"), environment.clock);
