@@ -9,6 +9,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
+#include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
 #include <QShortcut>
@@ -70,6 +71,7 @@ private:
     {
         QPixmap square(32, 32);
         square.fill(Qt::red);
+        QPainter(&square).fillRect(0, 0, 32, 10, Qt::blue);
         m_tray.setIcon(QIcon(square));
         m_menu.addAction(QStringLiteral("Greet"), this, [this] { tell(QStringLiteral("Greeted")); });
         m_menu.addSeparator();

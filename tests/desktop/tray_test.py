@@ -1,13 +1,13 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The item in the tray and the window behind it, as a person meets them."""
+"""From the item in the tray to the page of a deployment; and panels that come and go."""
 
 import signal
 import unittest
 
 from headless import eventually
 from headless.waiting import never
-from velmora import SAMPLE, VelmoraTest
+from velmora import VelmoraTest
 
 _NO_TRAY = "This desktop shows no tray. Starting Velmora again opens this window."
 # Longer than a tray is waited for at login.
@@ -73,117 +73,6 @@ class WaylandMainPathTest(MainPath, VelmoraTest):
         (window,) = velmora.windows()
         self.assertLess(window.width, session.screen.width / 2)
         self.assertLess(window.height, session.screen.height - 100)
-
-
-class WindowTest(VelmoraTest):
-    """How the window opens and closes."""
-
-    def setUp(self):
-        self.desktop = self.session(notifications="none", keyring="absent")
-        self.velmora = self.start(self.desktop, "--demo", "--background")
-
-    def test_starts_without_a_window_and_opens_on_a_click(self):
-        self.velmora.wait_for_item()
-        self.assertFalse(self.velmora.is_open())
-
-        self.velmora.open_by_click()
-
-        self.assertTrue(self.velmora.windows()[0].is_active)
-
-    def test_a_second_click_closes_it_and_does_not_open_it_again(self):
-        for _ in range(3):
-            self.velmora.open_by_click()
-            self.desktop.tray.click()
-            self.velmora.wait_until_closed()
-            never(self.velmora.is_open, "the click that closed the window opened it again", 0.7)
-
-    def test_escape_closes_it(self):
-        self.velmora.open_by_click()
-        self.desktop.screen.key("Escape")
-
-        self.velmora.wait_until_closed()
-        self.assertTrue(self.velmora.program.is_running)
-
-    def test_a_click_at_another_window_closes_it(self):
-        sample = self.desktop.start("sample", [SAMPLE])
-        self.desktop.window_of(sample)
-        # Two items are in the tray now: the menu opens the window whichever is where.
-        item = eventually(
-            lambda: next((item for item in self.desktop.tray.items() if item.pid == self.velmora.pid), None), "the item"
-        )
-        item.choose("Open Velmora")
-        self.velmora.window()
-        self.assertTrue(self.velmora.windows()[0].is_active)
-
-        name = self.desktop.accessibility.program(sample.pid).find("text", "Name")
-        self.desktop.click(name)
-
-        self.velmora.wait_until_closed()
-        # The click is the other window's.
-        eventually(lambda: "focused" in name.states, "the focus where the click was")
-
-    def test_a_click_into_it_leaves_it_open(self):
-        window = self.velmora.open_by_click()
-        self.desktop.click(window.find("label", "Velmora Demo"))
-
-        never(lambda: not self.velmora.is_open(), "a click into the window closed it", 0.7)
-
-    def test_menu_opens_the_window_first_of_all_and_ends_the_program_last(self):
-        item = self.desktop.tray.item()
-        labels = [entry.label for entry in item.menu() if not entry.is_separator]
-        self.assertEqual((labels[0], labels[-1]), ("Open Velmora", "Quit"))
-
-        item.choose("Open Velmora")
-        self.velmora.window()
-        item.choose("Quit")
-
-        self.assertEqual(self.velmora.program.wait(), 0)
-        eventually(lambda: not self.desktop.tray.items(), "the item to leave the tray")
-
-    def test_quit_in_the_window_ends_the_program(self):
-        self.velmora.open_by_click().find("push button", "Quit").press()
-
-        self.assertEqual(self.velmora.program.wait(), 0)
-
-    def test_ctrl_q_ends_the_program(self):
-        self.velmora.open_by_click()
-        self.desktop.screen.key("ctrl+q")
-
-        self.assertEqual(self.velmora.program.wait(), 0)
-
-    def test_the_end_of_the_session_ends_it_in_order(self):
-        self.velmora.open_by_click()
-        self.velmora.program.send(signal.SIGTERM)
-
-        self.assertEqual(self.velmora.program.wait(), 0)
-
-    def test_keys_reach_a_row_and_open_its_page(self):
-        window = self.velmora.open_by_click()
-        eventually(lambda: window.all("list item"), "rows")
-        for _ in range(12):
-            if any("focused" in element.states for element in window.all("list") + window.all("list item")):
-                break
-            self.desktop.screen.key("Tab")
-        self.desktop.screen.key("Down", "Return")
-
-        eventually(self.desktop.browser.opened, "a page in the browser")
-
-    def test_starting_it_again_opens_the_window_of_the_first(self):
-        self.velmora.wait_for_item()
-
-        second = self.start(self.desktop, "--demo")
-
-        self.assertEqual(second.program.wait(), 0)
-        self.velmora.window()
-        self.assertEqual(len(self.desktop.tray.items()), 1)
-
-    def test_starting_it_again_at_login_opens_nothing(self):
-        self.velmora.wait_for_item()
-
-        second = self.start(self.desktop, "--demo", "--background")
-
-        self.assertEqual(second.program.wait(), 0)
-        never(self.velmora.is_open, "a start at login opened the window", 0.5)
 
 
 class ComingAndGoingTest(VelmoraTest):

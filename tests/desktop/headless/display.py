@@ -12,8 +12,10 @@ from .picture import Picture
 from .waiting import eventually
 
 _NOBODY = 65534
-# Number, size, place in the parent, place on the screen.
-_LINE_OF_TREE = re.compile(r"^ *(0x[0-9a-f]+) .*?(\d+)x(\d+)[+-]-?\d+[+-]-?\d+ +[+](-?\d+)[+](-?\d+)$", re.M)
+# Number, title, size, place in the parent, place on the screen.
+_LINE_OF_TREE = re.compile(
+    r'^ *(0x[0-9a-f]+) (?:"(.*)"|\(has no name\)): .*?(\d+)x(\d+)[+-]-?\d+[+-]-?\d+ +[+](-?\d+)[+](-?\d+)$', re.M
+)
 
 
 @dataclasses.dataclass(frozen=True)
@@ -104,26 +106,27 @@ class X11Windows:
         self._manager.until(lambda: self._screen.xdotool("get_num_desktops"))
 
     def list(self):
-        screen = self._screen
-        active = screen.xdotool("getactivewindow").strip()
+        active = self._screen.xdotool("getactivewindow").strip()
+        shown = self._screen.xdotool("search", "--onlyvisible", "--maxdepth", "3", "--name", ".*").split()
+        tree = self._tree()
         windows = []
-        places = self._places()
-        for number in screen.xdotool("search", "--onlyvisible", "--maxdepth", "3", "--name", ".*").split():
-            pid = int(screen.xdotool("getwindowpid", number).strip() or self._manager.pid)
-            # The window manager has windows of its own; what has no place has gone while we looked.
-            if pid != self._manager.pid and int(number) in places:
-                title = screen.xdotool("getwindowname", number).strip()
-                windows.append(Window(title, pid, *places[int(number)], number == active))
+        for number in shown:
+            # What is in no tree has gone while we looked. The window manager has windows of its own.
+            pid = int(self._screen.xdotool("getwindowpid", number).strip() or self._manager.pid)
+            if number in tree and pid != self._manager.pid:
+                title, *place = tree[number]
+                windows.append(Window(title, pid, *place, number == active))
         return windows
 
-    def _places(self):
-        """x, y, width and height of every window. Those that xdotool tells count the frame twice."""
+    def _tree(self):
+        """Title, x, y, width and height of every window. The places that xdotool tells count the frame twice."""
         command = ["xwininfo", "-root", "-tree", "-display", self._screen.name]
-        tree = subprocess.run(command, stdout=subprocess.PIPE, check=True, timeout=30).stdout.decode()
-        places = {}
-        for number, width, height, x, y in _LINE_OF_TREE.findall(tree):
-            places[int(number, 16)] = (int(x), int(y), int(width), int(height))
-        return places
+        environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8"}
+        answer = subprocess.run(command, env=environment, stdout=subprocess.PIPE, check=True, timeout=30)
+        tree = {}
+        for number, title, width, height, x, y in _LINE_OF_TREE.findall(answer.stdout.decode()):
+            tree[str(int(number, 16))] = (title, int(x), int(y), int(width), int(height))
+        return tree
 
 
 class WaylandWindows:
