@@ -132,9 +132,22 @@ void AccountsSettingsView::showEvent(QShowEvent *event)
         return;
     m_gallery->retry();
     showPictures();
+    loadInstallations();
+}
+
+void AccountsSettingsView::loadInstallations()
+{
+    m_isAtGitHub = false;
     m_appearance.cancelAll();
     auto refresh = m_services.installations->refresh(m_services.authentication, m_appearance.stopToken());
     m_appearance.launch(std::move(refresh), "Loading installations");
+}
+
+void AccountsSettingsView::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && isVisible() && m_isAtGitHub)
+        loadInstallations();
 }
 
 void AccountsSettingsView::hideEvent(QHideEvent *event)
@@ -176,6 +189,8 @@ AccountRow *AccountsSettingsView::accountRow(qint64 accountID)
 {
     if (auto *known = m_accountRows.value(accountID))
         return known;
+    // A connection ends on the page on which the App is installed.
+    m_isAtGitHub = m_isAtGitHub || isVisible();
     auto *row = new AccountRow(m_accountList);
     m_accountRows.insert(accountID, row);
     connect(row, &AccountRow::removeRequested, this, [this, accountID] { remove(accountID); });
@@ -268,6 +283,7 @@ void AccountsSettingsView::remove(qint64 accountID)
 
 void AccountsSettingsView::openInstallationPage()
 {
+    m_isAtGitHub = true;
     m_services.urlOpener->open(m_services.installationURL);
 }
 

@@ -29,8 +29,8 @@ struct GitHubAccountSession;
 
 /// The Accounts tab: the connected identities, the connection of another one, and a switch for each installation.
 ///
-/// Shows what the stores say and forwards what the person does. While it is shown it has the installations of every
-/// account loaded once; that ends when it is hidden.
+/// Shows what the stores say and forwards what the person does. When it appears it has the installations of every
+/// account loaded, and once more when the person comes back from installing the App; that ends when it is hidden.
 class AccountsSettingsView final : public QWidget
 {
     Q_OBJECT
@@ -51,6 +51,7 @@ public:
 protected:
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
     [[nodiscard]] QWidget *makeContent();
@@ -64,6 +65,7 @@ private:
     void orderTabStops();
     [[nodiscard]] AccountRow *accountRow(qint64 accountID);
     [[nodiscard]] SwitchControl *installationSwitch(const QString &key);
+    void loadInstallations();
     void remove(qint64 accountID);
     void openInstallationPage();
 
@@ -80,6 +82,7 @@ private:
     RowList *m_installationList;
     QHash<qint64, AccountRow *> m_accountRows;
     QHash<QString, SwitchControl *> m_installationSwitches;
+    bool m_isAtGitHub = false; ///< the person was sent to a page on which installations change
     TaskScope m_appearance; ///< what is only worth doing while the tab is shown
 };
 

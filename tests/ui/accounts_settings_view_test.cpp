@@ -280,6 +280,34 @@ private Q_SLOTS:
         QVERIFY(!m_fixture->github.restRequests.isEmpty());
     }
 
+    void comingBackFromInstallingRefreshesOnce()
+    {
+        connectThree();
+        open();
+        m_fixture->github.clearLog();
+        comeBack();
+        QVERIFY(m_fixture->github.restRequests.isEmpty());
+        shownButton(*row(QStringLiteral("bob")), kInstall)->click();
+        m_fixture->github.identities[QStringLiteral("bob")].repositories.append(repository(QStringLiteral("bob/new")));
+        comeBack();
+        QVERIFY(shownLabel(*row(QStringLiteral("bob")), QStringLiteral("1 installation")));
+        QCOMPARE(switches().size(), 3);
+        m_fixture->github.clearLog();
+        comeBack();
+        QVERIFY(m_fixture->github.restRequests.isEmpty());
+    }
+
+    void comingBackToAnotherTabRefreshesNothing()
+    {
+        connectThree();
+        open();
+        shownButton(*m_view, kManage)->click();
+        m_view->hide();
+        m_fixture->github.clearLog();
+        comeBack();
+        QVERIFY(m_fixture->github.restRequests.isEmpty());
+    }
+
     void theRefreshEndsWhenTheTabDisappears()
     {
         connectThree();
@@ -334,6 +362,9 @@ private Q_SLOTS:
         QVERIFY(shownLabel(*row(QStringLiteral("dora")), QStringLiteral("Connected")));
         QVERIFY(shownButton(*m_view, kAdd)->isEnabled());
         QCOMPARE(m_fixture->urlOpener.opened.size(), 2);
+        // The second is the page on which the App is installed.
+        comeBack();
+        QVERIFY(shownLabel(*row(QStringLiteral("dora")), QStringLiteral("No installations")));
     }
 
     void theAddButtonWaitsWhileACodeIsRequested()
@@ -475,6 +506,14 @@ private:
     {
         m_fixture->build();
         show();
+        drainEvents();
+    }
+
+    /// What the window is told when the person returns from another one.
+    void comeBack()
+    {
+        QEvent event(QEvent::ActivationChange);
+        QApplication::sendEvent(m_view.get(), &event);
         drainEvents();
     }
 
