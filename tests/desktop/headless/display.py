@@ -30,6 +30,10 @@ class Window:
     height: int
     is_active: bool
 
+    def overlaps(self, other):
+        across = self.x < other.x + other.width and other.x < self.x + self.width
+        return across and self.y < other.y + other.height and other.y < self.y + self.height
+
 
 class Screen:
     """An Xvfb. Its pointer and keyboard serve a compositor inside it as well."""

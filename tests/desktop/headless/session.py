@@ -91,10 +91,14 @@ class Session:
         return eventually(own, f"one window of {program.name}")
 
     def picture_of(self, program):
-        """A picture of the program's only window, once the screen is still; the pointer is moved out of the way."""
+        """A picture of the program's only window, once it is still, with the pointer and its tooltips out of the way."""
         self.screen.move_pointer(0, self.screen.height - 1)
         window = self.window_of(program)
+        eventually(lambda: not self._is_covered(window), "other windows to go from this one")
         return self.screen.settled_picture().cut(window.x, window.y, window.width, window.height)
+
+    def _is_covered(self, window):
+        return any(other.pid != window.pid and other.overlaps(window) for other in self.windows.list())
 
     def click(self, accessible, button=1):
         """Clicks in the middle of what the tree of accessible objects shows."""
