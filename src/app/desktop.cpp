@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "app/desktop.h"
 
+#include "accounts/avatar_loader.h"
 #include "app/velmora_app.h"
 #include "notifications/linux/notification_service_watcher.h"
 #include "platform/fallback_status_item.h"
 #include "platform/linux/status_notifier_item.h"
 #include "support/task_scope.h"
 #include "ui/menu_bar_view.h"
+#include "ui/settings_window.h"
 #include "ui/tray_item.h"
 #include "ui/xembed_status_item.h"
+
+#include <QGuiApplication>
+#include <QIcon>
 
 namespace velmora
 {
@@ -45,6 +50,16 @@ std::unique_ptr<StatusItem> makeStatusItem(bool isBackground)
         &XEmbedStatusItem::makeWherePossible, isBackground ? kPatienceAtLogin : kPatience);
 }
 
+/// For desktops that do not find the picture by the name of the desktop file. Not before there is a window: the themes
+/// take their time.
+void adoptPicture()
+{
+    if (!QGuiApplication::windowIcon().isNull())
+        return;
+    const QString name = QStringLiteral("com.tarvik.Velmora");
+    QGuiApplication::setWindowIcon(QIcon::fromTheme(name, QIcon(QStringLiteral(":/velmora/%1.svg").arg(name))));
+}
+
 } // namespace
 
 Desktop::Desktop(VelmoraApp *app, const Options &options)
@@ -65,6 +80,7 @@ MenuBarWindow &Desktop::window()
 {
     if (m_window)
         return *m_window;
+    adoptPicture();
     MenuBarView::Services services;
     services.authentication = &m_app->authentication();
     services.installations = &m_app->installations();
@@ -132,7 +148,28 @@ void Desktop::refresh()
 
 void Desktop::openSettings(const QString &activationToken)
 {
-    Q_UNUSED(activationToken)
+    if (!m_settings)
+        makeSettings();
+    m_settings->open(activationToken);
+}
+
+void Desktop::makeSettings()
+{
+    adoptPicture();
+    const AppEnvironment &environment = m_app->environment();
+    m_avatars = std::make_unique<AvatarLoader>(std::make_shared<NetworkSession>(AvatarLoader::sessionLimits()),
+        environment.directories.cache + QStringLiteral("/avatars"), environment.clock);
+    SettingsView::Services services;
+    services.authentication = &m_app->authentication();
+    services.installations = &m_app->installations();
+    services.settings = &m_app->settings();
+    services.pasteboard = environment.pasteboard;
+    services.urlOpener = environment.urlOpener;
+    services.settingsPageOpener = &m_notificationSettings;
+    services.avatars = m_avatars.get();
+    services.installationURL = environment.configuration.installationURL();
+    m_settings = std::make_unique<SettingsWindow>(services);
+    m_settings->setWindowTitle(QStringLiteral("%1 Settings").arg(environment.applicationName));
 }
 
 } // namespace velmora

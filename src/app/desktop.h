@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/linux/notification_settings_page.h"
 #include "ui/menu_bar_window.h"
 
 #include <QObject>
@@ -11,8 +12,10 @@
 namespace velmora
 {
 
+class AvatarLoader;
 class MenuBarView;
 class NotificationServiceWatcher;
+class SettingsWindow;
 class StatusItem;
 class TrayItem;
 class VelmoraApp;
@@ -48,6 +51,7 @@ Q_SIGNALS:
 private:
     [[nodiscard]] MenuBarWindow &window();
     void makeTray();
+    void makeSettings();
     void noteAvailability();
 
     VelmoraApp *m_app;
@@ -57,6 +61,9 @@ private:
     std::unique_ptr<MenuBarWindow> m_window; ///< none before it is needed
     MenuBarView *m_view = nullptr; ///< the window's
     QString m_notice; ///< what the window says about itself
+    NotificationSettingsPage m_notificationSettings;
+    std::unique_ptr<AvatarLoader> m_avatars;
+    std::unique_ptr<SettingsWindow> m_settings; ///< none before it is needed
     std::unique_ptr<NotificationServiceWatcher> m_notificationService;
     QTimer m_trayPatience; ///< runs while the tray may still come
     bool m_hasOpened = false;

@@ -19,6 +19,8 @@ std::unique_ptr<QCoreApplication> makeApplication(const CommandLine &line, int &
         auto application = std::make_unique<QApplication>(argc, argv);
         // The windows come and go; the tray item stays.
         QApplication::setQuitOnLastWindowClosed(false);
+        // How desktops recognise the windows.
+        QGuiApplication::setDesktopFileName(QStringLiteral("com.tarvik.Velmora"));
         return application;
     }
     // Only connecting puts something on the clipboard, which belongs to the display.

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "monitor/deployment_list.h"
 
+#include "monitor/places_by_id.h"
+
 #include <QSet>
 
 #include <algorithm>
-#include <bit>
 #include <iterator>
-#include <limits>
 #include <vector>
 
 namespace velmora
@@ -22,50 +22,6 @@ constexpr auto kActiveLifetime = 7 * 24h;
 
 /// Deployments on their way into a list, each where it still stands.
 using Candidates = std::vector<const DeploymentSnapshot *>;
-
-/// Keeps a place for each id. It holds hashes rather than ids, so that most lookups touch one line of memory.
-class PlacesByID
-{
-public:
-    static constexpr quint32 kNone = std::numeric_limits<quint32>::max();
-
-    explicit PlacesByID(std::size_t mostIDs)
-        : m_slots(std::bit_ceil(mostIDs + mostIDs / 2 + 1))
-    {
-    }
-
-    /// The place kept for the id, to be changed at will; kNone at first. `idAt` gives the id at a place.
-    template <typename IDAt>
-    quint32 &of(const QString &id, const IDAt &idAt)
-    {
-        const auto hash = static_cast<quint32>(qHash(id, m_seed));
-        const std::size_t mask = m_slots.size() - 1;
-        for (std::size_t i = hash & mask;; i = (i + 1) & mask) {
-            Slot &slot = m_slots[i];
-            if (slot.place == kNone)
-                slot.hash = hash;
-            if (slot.place == kNone || (slot.hash == hash && idAt(slot.place) == id))
-                return slot.place;
-        }
-    }
-
-private:
-    struct Slot {
-        quint32 hash = 0;
-        quint32 place = kNone;
-    };
-    std::vector<Slot> m_slots;
-    std::size_t m_seed = QHashSeed::globalSeed();
-};
-
-Candidates candidatesOf(const QList<DeploymentSnapshot> &deployments)
-{
-    Candidates all;
-    all.reserve(static_cast<std::size_t>(deployments.size()));
-    for (const auto &deployment : deployments)
-        all.push_back(&deployment);
-    return all;
-}
 
 /// Of each id the one with the later update; of equals the last one, which is the one fetched last.
 class LatestByID
@@ -122,6 +78,7 @@ private:
     std::vector<bool> m_isLeft;
 };
 
+/// Known ids that are unique stay so.
 Candidates mergedCandidates(
     const QList<DeploymentSnapshot> &known, const QList<DeploymentSnapshot> &fetched, const Replacing &isReplaced)
 {
@@ -140,33 +97,8 @@ Candidates mergedCandidates(
     return merged;
 }
 
-/// Drops what is not to be shown, and of two with one id the earlier one.
-Candidates filtered(const Candidates &candidates, Instant now)
-{
-    const Instant resultCutOff = now - kResultLifetime;
-    const Instant activeCutOff = now - kActiveLifetime;
-    Candidates kept;
-    kept.reserve(candidates.size());
-    PlacesByID places(candidates.size());
-    const auto idAt = [&kept](quint32 place) -> const QString & {
-        return kept[place]->id;
-    };
-    for (const auto *deployment : candidates) {
-        const Instant cutOff = isActive(deployment->state) ? activeCutOff : resultCutOff;
-        if (deployment->state == DeploymentState::Inactive || deployment->updatedAt < cutOff)
-            continue;
-        auto &place = places.of(deployment->id, idAt);
-        if (place == PlacesByID::kNone) {
-            place = static_cast<quint32>(kept.size());
-            kept.push_back(deployment);
-        } else if (deployment->updatedAt > kept[place]->updatedAt) {
-            kept[place] = deployment;
-        }
-    }
-    return kept;
-}
-
-/// What the order depends on, beside the deployment, so that sorting does not run all over the memory.
+/// What is shown, and in which order, depends on this alone: beside the deployment, so that sorting does not run all
+/// over the memory.
 struct Rank {
     bool isActive;
     Instant updatedAt;
@@ -177,15 +109,44 @@ struct Rank {
         return isActive != other.isActive ? isActive : updatedAt > other.updatedAt;
     }
 };
+using Ranks = std::vector<Rank>;
 
-void sort(Candidates &candidates)
+/// Appends the deployment if it is worth showing.
+void appendIfShown(Ranks &ranks, const DeploymentSnapshot &deployment, Instant now)
 {
-    std::vector<Rank> ranks;
-    ranks.reserve(candidates.size());
-    for (const auto *deployment : candidates)
-        ranks.push_back({isActive(deployment->state), deployment->updatedAt, deployment});
+    const Rank rank{isActive(deployment.state), deployment.updatedAt, &deployment};
+    const Instant cutOff = now - (rank.isActive ? kActiveLifetime : kResultLifetime);
+    if (deployment.state != DeploymentState::Inactive && rank.updatedAt >= cutOff)
+        ranks.push_back(rank);
+}
+
+/// Keeps of each id the one with the later update, at the place of the first one.
+Ranks uniqueByID(const Ranks &ranks)
+{
+    Ranks unique;
+    unique.reserve(ranks.size());
+    PlacesByID places(ranks.size());
+    const auto idAt = [&unique](quint32 place) -> const QString & {
+        return unique[place].deployment->id;
+    };
+    for (const auto &rank : ranks) {
+        auto &place = places.of(rank.deployment->id, idAt);
+        if (place == PlacesByID::kNone) {
+            place = static_cast<quint32>(unique.size());
+            unique.push_back(rank);
+        } else if (rank.updatedAt > unique[place].updatedAt) {
+            unique[place] = rank;
+        }
+    }
+    return unique;
+}
+
+Candidates sorted(Ranks ranks)
+{
     std::ranges::stable_sort(ranks, [](const Rank &left, const Rank &right) { return left.isBefore(right); });
+    Candidates candidates(ranks.size());
     std::ranges::transform(ranks, candidates.begin(), &Rank::deployment);
+    return candidates;
 }
 
 /// Brings the candidates, all of which stand in the list, to its front in their order, and drops the others. Nothing
@@ -229,9 +190,12 @@ QList<DeploymentSnapshot> collected(const Candidates &candidates, QList<Deployme
 
 QList<DeploymentSnapshot> filteredAndSorted(QList<DeploymentSnapshot> deployments, Instant now)
 {
-    auto kept = filtered(candidatesOf(deployments), now);
-    sort(kept);
-    return collected(kept, std::move(deployments));
+    Ranks ranks;
+    ranks.reserve(static_cast<std::size_t>(deployments.size()));
+    for (const auto &deployment : std::as_const(deployments))
+        appendIfShown(ranks, deployment, now);
+    const auto shown = sorted(uniqueByID(ranks));
+    return collected(shown, std::move(deployments));
 }
 
 QList<DeploymentSnapshot> merged(
@@ -244,9 +208,13 @@ QList<DeploymentSnapshot> merged(
 QList<DeploymentSnapshot> shownAfterFetch(
     const QList<DeploymentSnapshot> &known, QList<DeploymentSnapshot> fetched, const Replacing &isReplaced, Instant now)
 {
-    auto kept = filtered(mergedCandidates(known, fetched, isReplaced), now);
-    sort(kept);
-    return collected(kept, std::move(fetched));
+    const auto all = mergedCandidates(known, fetched, isReplaced);
+    Ranks ranks;
+    ranks.reserve(all.size());
+    for (const auto *deployment : all)
+        appendIfShown(ranks, *deployment, now);
+    const auto shown = sorted(std::move(ranks));
+    return collected(shown, std::move(fetched));
 }
 
 RepositoryIndex::RepositoryIndex(QList<RepositoryRecord> repositories)

@@ -105,6 +105,10 @@ void DeviceCodePanel::arrangeInColumn()
 
 void DeviceCodePanel::arrangeInRow()
 {
+    // Among the many controls around it, each is reached by a letter.
+    m_copy->setText(tr("&Copy code"));
+    m_open->setText(tr("&Open GitHub"));
+    m_cancel->setText(tr("Ca&ncel"));
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(kGap);

@@ -15,7 +15,8 @@ using namespace std::chrono_literals;
 constexpr auto kWayToWindow = 1500ms;
 /// From the press, which takes the focus, to the release, which counts as the click.
 constexpr auto kClick = 400ms;
-/// The same when the pointer rests on the item, where a slow finger is likelier than another click.
+/// The same when the pointer rests on the item, where a slow finger is likelier than another click. When it is
+/// elsewhere, so is the click.
 constexpr auto kSlowClick = 2s;
 /// No item is larger, seen from where it was clicked.
 constexpr int kItemReach = 32;
@@ -34,8 +35,10 @@ bool DismissalRule::closesOnFocusLoss(Time now, QPoint pointer)
 {
     if (m_focus == Focus::MayFollowPointer && !m_wasEntered && now - m_openedAt < kWayToWindow)
         return false;
-    const bool isAtItem = m_anchor && (pointer - *m_anchor).manhattanLength() <= kItemReach;
-    m_clickEndsBy = now + (isAtItem ? kSlowClick : kClick);
+    if (!m_anchor)
+        m_clickEndsBy = now + kClick;
+    else if ((pointer - *m_anchor).manhattanLength() <= kItemReach)
+        m_clickEndsBy = now + kSlowClick;
     return true;
 }
 

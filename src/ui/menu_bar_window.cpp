@@ -77,15 +77,16 @@ MenuBarWindow::Placement MenuBarWindow::placementOfPlatform()
 
 void MenuBarWindow::toggle(std::optional<QPoint> anchor, const QString &activationToken)
 {
-    if (isVisible())
-        close();
+    if (m_isOpen)
+        dismiss();
     else if (!m_dismissal.isEndOfClosingClick(m_now()))
         open(anchor, activationToken);
 }
 
 void MenuBarWindow::open(std::optional<QPoint> anchor, const QString &activationToken)
 {
-    if (!isVisible()) {
+    if (!m_isOpen) {
+        m_isOpen = true;
         m_anchor = usableAnchor(anchor);
         m_pointer = QCursor::pos();
         m_dismissal.opened(m_now(), m_anchor);
@@ -93,6 +94,20 @@ void MenuBarWindow::open(std::optional<QPoint> anchor, const QString &activation
         show();
     }
     takeFocus(activationToken);
+}
+
+void MenuBarWindow::dismiss()
+{
+    m_isOpen = false;
+    // Hidden only, and shown again at once, it may stay without the focus on X11: news of the hiding comes late and is
+    // taken for news of the present. Closed, it is another window for the display the next time.
+    close();
+}
+
+void MenuBarWindow::closeEvent(QCloseEvent *event)
+{
+    m_isOpen = false;
+    QWidget::closeEvent(event);
 }
 
 void MenuBarWindow::takeFocus(const QString &activationToken)
@@ -126,10 +141,9 @@ void MenuBarWindow::fit()
 bool MenuBarWindow::event(QEvent *event)
 {
     const bool isHandled = QWidget::event(event);
-    if (event->type() == QEvent::LayoutRequest && isVisible())
+    if (event->type() == QEvent::LayoutRequest && m_isOpen)
         fit();
-    // While it closes it is still visible and loses the focus, which is no click elsewhere.
-    else if (event->type() == QEvent::WindowDeactivate && !isHidden())
+    else if (event->type() == QEvent::WindowDeactivate && m_isOpen)
         focusLost();
     return isHandled;
 }
@@ -141,13 +155,13 @@ void MenuBarWindow::focusLost()
     if (QApplication::activePopupWidget() != nullptr || (now != nullptr && isAncestorOf(now)))
         return;
     if (m_dismissal.closesOnFocusLoss(m_now(), QCursor::pos()))
-        close();
+        dismiss();
 }
 
 void MenuBarWindow::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier)
-        close();
+        dismiss();
     else
         QWidget::keyPressEvent(event);
 }

@@ -13,8 +13,8 @@ namespace velmora
 
 /// The window behind the tray item. It is as large as its content wants, as far as the screen allows.
 ///
-/// It closes on Escape, when the person turns to another window, and on a second click at the item. Closed, it is
-/// hidden and can be opened again.
+/// It closes on Escape, when the person turns to another window, and on a second click at the item. Closed, it can be
+/// opened again; the program must not end with its last window.
 class MenuBarWindow final : public QWidget
 {
     Q_OBJECT
@@ -42,6 +42,7 @@ public:
 
 protected:
     bool event(QEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void enterEvent(QEnterEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
@@ -51,12 +52,14 @@ private:
     [[nodiscard]] QSize wantedSize() const;
     void focusLost();
     void takeFocus(const QString &activationToken);
+    void dismiss();
 
     Placement m_placement;
     Now m_now;
     DismissalRule m_dismissal;
     std::optional<QPoint> m_anchor;
     QPoint m_pointer; ///< when it was opened
+    bool m_isOpen = false; ///< false as soon as it is about to be hidden, which takes the focus too
 };
 
 } // namespace velmora

@@ -2,6 +2,7 @@
 #include "notifications/general_settings_store.h"
 
 #include "platform/platform_error.h"
+#include "support/asked_notifier.h"
 #include "support/await.h"
 #include "support/fake_login_item.h"
 #include "support/fake_preferences.h"
@@ -18,29 +19,6 @@ namespace
 const QString kFailure = QStringLiteral("general.notificationsEnabled");
 const QString kSuccess = QStringLiteral("general.successNotificationsEnabled");
 const QString kRefused = QStringLiteral("Notifications are disabled for Velmora in System Settings.");
-
-/// Answers the question for permission when the test says so.
-class AskedNotifier final : public DeploymentNotifying
-{
-public:
-    [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override
-    {
-        const OneShot<bool> answer;
-        questions.append(answer);
-        if (immediate)
-            answer.resolve(*immediate);
-        if (immediateFailure)
-            answer.fail(immediateFailure);
-        const bool isGranted = co_await answer;
-        co_return isGranted;
-    }
-    [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot) override { co_return; }
-    [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot) override { co_return; }
-
-    QList<OneShot<bool>> questions;
-    std::optional<bool> immediate;
-    std::exception_ptr immediateFailure;
-};
 
 std::exception_ptr failure(const QString &description)
 {

@@ -102,14 +102,28 @@ std::optional<QPoint> placeOf(QRgb colour)
     return found.center();
 }
 
-void clickAt(QPoint place, int button)
+namespace
+{
+
+void runXdotool(const QStringList &arguments)
 {
     QProcess process;
-    process.start(QStringLiteral("xdotool"),
-        {QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y()), QStringLiteral("sleep"),
-            QStringLiteral("0.1"), QStringLiteral("click"), QString::number(button)});
+    process.start(QStringLiteral("xdotool"), arguments);
     if (!process.waitForFinished() || process.exitCode() != 0)
         qFatal("xdotool does not run");
+}
+
+} // namespace
+
+void clickAt(QPoint place, int button)
+{
+    runXdotool({QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y()),
+        QStringLiteral("sleep"), QStringLiteral("0.1"), QStringLiteral("click"), QString::number(button)});
+}
+
+void pressKey(const QString &name)
+{
+    runXdotool({QStringLiteral("key"), name});
 }
 
 } // namespace velmora::testing

@@ -10,11 +10,11 @@
 namespace velmora::testing
 {
 
-/// A real panel on the private display, started and ended by the test.
+/// A real panel or window manager on the private display, started and ended by the test.
 class RunningPanel
 {
 public:
-    /// The name of the program: "xfce4-panel", "lxqt-panel" or "trayer".
+    /// The name of the program: "xfce4-panel", "lxqt-panel", "trayer" or "openbox".
     explicit RunningPanel(const QString &program);
     ~RunningPanel();
 
@@ -34,5 +34,7 @@ private:
 
 /// Presses and releases the button of the pointer there.
 void clickAt(QPoint place, int button = 1);
+/// Presses and releases a key, by the name that X11 has for it.
+void pressKey(const QString &name);
 
 } // namespace velmora::testing

@@ -100,11 +100,21 @@ private Q_SLOTS:
         QCOMPARE(m_window->size(), QSize(360, 200));
     }
 
-    void shouldCloseOnASecondClickAtTheItem()
+    void shouldCloseOnASecondClickAtTheItemAndOpenOnTheNext()
     {
-        m_window->toggle(kItem, QString());
+        QCursor::setPos(kItem);
+        openAndActivate();
         m_window->toggle(kItem, QString());
         QVERIFY(!m_window->isVisible());
+        // Closing took the focus, which was no click of its own.
+        m_window->toggle(kItem, QString());
+        QVERIFY(m_window->isVisible());
+    }
+
+    void shouldOpenAgainWhenTheFrameClosedIt()
+    {
+        m_window->open(kItem, QString());
+        m_window->close();
         m_window->toggle(kItem, QString());
         QVERIFY(m_window->isVisible());
     }
@@ -150,6 +160,7 @@ private Q_SLOTS:
 
     void shouldNotOpenByTheClickThatClosedIt()
     {
+        QCursor::setPos(kItem);
         openAndActivate();
         turnToAnotherWindow(); // as when the panel takes the focus on the press
         QTRY_VERIFY(!m_window->isVisible());
@@ -163,6 +174,7 @@ private Q_SLOTS:
 
     void shouldOpenByALaterClick()
     {
+        QCursor::setPos(kItem);
         openAndActivate();
         turnToAnotherWindow();
         QTRY_VERIFY(!m_window->isVisible());

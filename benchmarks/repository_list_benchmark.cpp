@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: MIT
+// The list of repositories with 100 to 10,000 of them: searching, painting, switching one.
+#include "accounts/authentication_store.h"
+#include "accounts/in_memory_credential_store.h"
+#include "installations/installation_store.h"
+#include "platform/preferences.h"
+#include "support/clock.h"
+#include "ui/repository_list_model.h"
+#include "ui/repository_list_view.h"
+
+#include <QApplication>
+#include <QHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+using namespace velmora;
+
+namespace
+{
+
+/// Preferences that cost as little as they can.
+class MemoryPreferences final : public Preferences
+{
+public:
+    [[nodiscard]] std::optional<Value> value(const QString &key) const override
+    {
+        const auto found = m_values.constFind(key);
+        return found == m_values.constEnd() ? std::nullopt : std::optional(*found);
+    }
+    void setValue(const QString &key, const Value &value) override
+    {
+        m_values.insert(key, value);
+        Q_EMIT changed(key);
+    }
+    void remove(const QString &key) override { m_values.remove(key); }
+
+private:
+    QHash<QString, Value> m_values;
+};
+
+/// One installation that grants `count` repositories, all on one page.
+class OneInstallation final : public HTTPSession
+{
+public:
+    explicit OneInstallation(int count)
+    {
+        QJsonArray list;
+        for (int i = 0; i < count; ++i) {
+            const QString name = QStringLiteral("%1/service-%2").arg(owner(i)).arg(i, 5, 10, QLatin1Char('0'));
+            list.append(QJsonObject{{QStringLiteral("id"), i + 1}, {QStringLiteral("node_id"), name},
+                {QStringLiteral("full_name"), name},
+                {QStringLiteral("html_url"), QStringLiteral("https://github.com/") + name},
+                {QStringLiteral("private"), true}});
+        }
+        m_repositories = QJsonDocument(QJsonObject{{QStringLiteral("repositories"), list}}).toJson();
+        const QJsonObject account{{QStringLiteral("id"), 1}, {QStringLiteral("login"), QStringLiteral("acme")},
+            {QStringLiteral("type"), QStringLiteral("Organization")}};
+        const QJsonObject installation{{QStringLiteral("id"), 7}, {QStringLiteral("account"), account},
+            {QStringLiteral("repository_selection"), QStringLiteral("all")}};
+        m_installations
+            = QJsonDocument(QJsonObject{{QStringLiteral("installations"), QJsonArray{installation}}}).toJson();
+    }
+
+    [[nodiscard]] QCoro::Task<HTTPResponse> send(HTTPRequest request, std::stop_token) override
+    {
+        HTTPResponse response;
+        response.statusCode = 200;
+        response.body = request.url.path().endsWith(QStringLiteral("/repositories")) ? m_repositories : m_installations;
+        co_return response;
+    }
+
+private:
+    static QString owner(int i) { return QStringLiteral("owner-%1").arg(i % 40); }
+
+    QByteArray m_repositories;
+    QByteArray m_installations;
+};
+
+/// The stores as they are in the program, with the repositories loaded.
+class Loaded
+{
+public:
+    explicit Loaded(int count)
+    {
+        m_defaults.setValue(QStringLiteral("github.accounts"), QByteArray("[{\"id\":1,\"login\":\"alice\"}]"));
+        GitHubCredential credential;
+        credential.accessToken = QStringLiteral("token");
+        await(m_credentials->save(credential, 1, Interaction::Forbidden));
+        GitHubClient client;
+        client.session = std::make_shared<OneInstallation>(count);
+        client.apiURL = QUrl(QStringLiteral("https://api.github.com"));
+        client.clock = &m_clock;
+        AuthenticationStore::Services services;
+        services.defaults = &m_defaults;
+        services.clock = &m_clock;
+        services.lockFolder = m_folder.path();
+        m_authentication = std::make_unique<AuthenticationStore>(client, m_credentials, services);
+        m_store
+            = std::make_unique<InstallationStore>(client, &m_defaults, &m_clock, std::make_shared<RateLimitLedger>());
+        await(m_store->refresh(m_authentication.get()));
+        if (m_store->repositories().size() != count)
+            qFatal("the repositories did not load");
+    }
+
+    [[nodiscard]] InstallationStore &store() { return *m_store; }
+
+private:
+    static QCoro::Task<> noting(QCoro::Task<> task, bool *isDone)
+    {
+        co_await task;
+        *isDone = true;
+    }
+    static void await(QCoro::Task<> task)
+    {
+        bool isDone = false;
+        const auto whole = noting(std::move(task), &isDone);
+        while (!isDone)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
+    }
+
+    QTemporaryDir m_folder;
+    MemoryPreferences m_defaults;
+    SystemClock m_clock;
+    std::shared_ptr<InMemoryCredentialStore> m_credentials = std::make_shared<InMemoryCredentialStore>();
+    std::unique_ptr<AuthenticationStore> m_authentication;
+    std::unique_ptr<InstallationStore> m_store;
+};
+
+constexpr QSize kSize(556, 250);
+
+/// A list on the screen, painted once.
+struct Shown {
+    explicit Shown(int count)
+        : loaded(count)
+        , model(&loaded.store())
+        , view(&model)
+    {
+        view.resize(kSize);
+        view.show();
+        paint();
+    }
+    void paint()
+    {
+        QCoreApplication::processEvents();
+        benchmark::DoNotOptimize(view.grab());
+    }
+
+    Loaded loaded;
+    RepositoryListModel model;
+    RepositoryListView view;
+};
+
+/// From the letter to the painted list. Every letter finds less, and the last one nothing less than all.
+void typeALetter(benchmark::State &state)
+{
+    Shown shown(static_cast<int>(state.range(0)));
+    const QStringList searches{QStringLiteral("s"), QStringLiteral("se"), QStringLiteral("service-00"),
+        QStringLiteral("7"), QStringLiteral("none"), QString()};
+    qsizetype next = 0;
+    for ([[maybe_unused]] auto turn : state) {
+        shown.model.setSearch(searches.at(next));
+        shown.paint();
+        next = (next + 1) % searches.size();
+    }
+}
+BENCHMARK(typeALetter)->RangeMultiplier(10)->Range(100, 10'000)->Unit(benchmark::kMillisecond);
+
+void paintOneScreen(benchmark::State &state)
+{
+    Shown shown(static_cast<int>(state.range(0)));
+    for ([[maybe_unused]] auto turn : state)
+        shown.paint();
+}
+BENCHMARK(paintOneScreen)->RangeMultiplier(10)->Range(100, 10'000)->Unit(benchmark::kMillisecond);
+
+/// From the click to the painted list, the preferences included.
+void switchOne(benchmark::State &state)
+{
+    Shown shown(static_cast<int>(state.range(0)));
+    bool isOn = true;
+    for ([[maybe_unused]] auto turn : state) {
+        isOn = !isOn;
+        shown.model.setData(shown.model.index(3), isOn ? Qt::Checked : Qt::Unchecked, Qt::CheckStateRole);
+        shown.paint();
+    }
+}
+BENCHMARK(switchOne)->RangeMultiplier(10)->Range(100, 10'000)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+#include "ui/account_row.h"
+
+#include "ui/accounts_settings_texts.h"
+#include "ui/avatar_view.h"
+#include "ui/link_button.h"
+#include "ui/text_label.h"
+
+#include <QHBoxLayout>
+
+namespace velmora
+{
+
+namespace
+{
+
+using Texts = AccountsSettingsTexts;
+
+constexpr int kAvatar = 36;
+constexpr int kGap = 10;
+constexpr int kSmallGap = 5;
+
+/// A text too short to be cut.
+class Dot final : public TextLabel
+{
+public:
+    Dot()
+        : TextLabel(TextSize::Caption)
+    {
+        setText(QStringLiteral("·"));
+        setTone(Tone::Secondary);
+    }
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
+};
+
+} // namespace
+
+AccountRow::AccountRow(QWidget *parent)
+    : QWidget(parent)
+    , m_avatar(new AvatarView(kAvatar))
+    , m_login(new TextLabel(TextSize::Body))
+    , m_status(new TextLabel(TextSize::Caption))
+    , m_dot(new Dot)
+    , m_installations(new TextLabel(TextSize::Caption))
+    , m_install(new LinkButton(Texts::install()))
+    , m_remove(new QPushButton(Texts::remove()))
+{
+    m_login->setWeight(QFont::Medium);
+    m_installations->setTone(Tone::Secondary);
+    m_remove->setFlat(true);
+    m_remove->setAutoDefault(false);
+    m_install->setAutoDefault(false);
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(kGap);
+    layout->addWidget(m_avatar);
+    layout->addLayout(makeTexts(), 1);
+    layout->addWidget(m_remove);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    setInstallations({});
+    connect(m_remove, &QPushButton::clicked, this, &AccountRow::removeRequested);
+    connect(m_install, &QPushButton::clicked, this, &AccountRow::installRequested);
+}
+
+QLayout *AccountRow::makeTexts()
+{
+    auto *line = new QHBoxLayout;
+    line->setSpacing(kSmallGap);
+    for (QWidget *part : {static_cast<QWidget *>(m_status), static_cast<QWidget *>(m_dot),
+             static_cast<QWidget *>(m_installations), static_cast<QWidget *>(m_install)})
+        line->addWidget(part);
+    line->addStretch();
+    // What is too long is cut, and only that: the word before it is always read in full.
+    for (TextLabel *label : {m_status, m_dot})
+        label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    m_installations->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    auto *texts = new QVBoxLayout;
+    texts->setSpacing(1);
+    texts->addWidget(m_login);
+    texts->addLayout(line);
+    return texts;
+}
+
+void AccountRow::setSession(const GitHubAccountSession &session)
+{
+    const QString login = session.account.login;
+    m_login->setText(login);
+    m_status->setText(sessionStatusText(session.status));
+    m_status->setTone(sessionStatusTone(session.status));
+    // Several buttons have the same name; this tells them apart.
+    m_remove->setAccessibleDescription(login);
+    m_install->setAccessibleDescription(login);
+    setAccessibleName(login);
+}
+
+void AccountRow::setInstallations(const InstallationSummary &summary)
+{
+    m_installations->setText(summary.text);
+    m_installations->setVisible(!summary.text.isEmpty());
+    m_dot->setVisible(!summary.text.isEmpty());
+    m_install->setVisible(summary.offersInstalling);
+}
+
+void AccountRow::setPicture(const QImage &picture)
+{
+    m_avatar->setPicture(picture);
+}
+
+} // namespace velmora

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "accounts/github_account.h"
+#include "installations/installation_record.h"
+#include "ui/tones.h"
+
+#include <QString>
+
+#include <optional>
+
+namespace velmora
+{
+
+/// What the row of an account says of its session.
+[[nodiscard]] QString sessionStatusText(GitHubSessionStatus status);
+[[nodiscard]] Tone sessionStatusTone(GitHubSessionStatus status);
+
+/// What is known of the installations of one identity.
+struct InstallationKnowledge {
+    qsizetype count = 0;
+    bool isLoaded = false; ///< GitHub was asked, and answered
+    std::optional<QString> failure; ///< why it did not
+};
+
+/// What the row of an account says of its installations.
+struct InstallationSummary {
+    QString text; ///< empty while nothing is known
+    bool offersInstalling = false; ///< there is none: the most common reason why a repository is not there
+
+    friend bool operator==(const InstallationSummary &, const InstallationSummary &) = default;
+};
+
+[[nodiscard]] InstallationSummary installationSummary(const InstallationKnowledge &knowledge);
+
+/// How many of the installations the identity sees.
+[[nodiscard]] qsizetype installationCount(const QList<InstallationRecord> &installations, qint64 identityID);
+
+/// Whether the list of installations is shown at all.
+[[nodiscard]] bool showsInstallations(
+    const QList<GitHubAccountSession> &sessions, const QList<InstallationRecord> &installations);
+
+} // namespace velmora

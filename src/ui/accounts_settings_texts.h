@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QCoreApplication>
+#include <QString>
+
+namespace velmora
+{
+
+/// Every text of the Accounts tab but those of the code panel; an ampersand marks the letter that reaches a control.
+struct AccountsSettingsTexts {
+    Q_DECLARE_TR_FUNCTIONS(AccountsSettingsView)
+
+public:
+    static QString title() { return tr("GitHub accounts"); }
+    static QString help()
+    {
+        return tr("Connect each GitHub identity, then install Velmora on its personal account or organisations.");
+    }
+    static QString addAccount() { return tr("A&dd account"); }
+    static QString noAccounts() { return tr("No GitHub accounts"); }
+    static QString noAccountsHelp() { return tr("Add an account to begin choosing installations."); }
+    static QString connected() { return tr("Connected"); }
+    static QString refreshing() { return tr("Refreshing access"); }
+    static QString reconnectRequired() { return tr("Reconnect required"); }
+    static QString disconnected() { return tr("Disconnected"); }
+    static QString remove() { return tr("Re&move"); }
+    static QString noInstallations() { return tr("No installations"); }
+    static QString oneInstallation() { return tr("1 installation"); }
+    static QString manyInstallations(qsizetype count) { return tr("%1 installations").arg(count); }
+    static QString install() { return tr("&Install on GitHub"); }
+    static QString installations() { return tr("Installations"); }
+    static QString manage() { return tr("Manage on Git&Hub"); }
+};
+
+} // namespace velmora

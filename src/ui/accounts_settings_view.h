@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "support/task_scope.h"
+#include "support/web_address.h"
+
+#include <QHash>
+#include <QWidget>
+
+class QPushButton;
+
+namespace velmora
+{
+
+class AccountRow;
+class AuthenticationStore;
+class AvatarGallery;
+class AvatarLoading;
+class Card;
+class EmptyStateView;
+class InstallationStore;
+class MessageRow;
+class Pasteboard;
+class RowList;
+class SettingsHeader;
+class SwitchControl;
+class URLOpener;
+struct GitHubAccountSession;
+
+/// The Accounts tab: the connected identities, the connection of another one, and a switch for each installation.
+///
+/// Shows what the stores say and forwards what the person does. When it appears it has the installations of every
+/// account loaded, and once more when the person comes back from installing the App; that ends when it is hidden.
+class AccountsSettingsView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// The pointers are not owned and outlive the view. Without `avatars` there are no pictures.
+    struct Services {
+        AuthenticationStore *authentication = nullptr;
+        InstallationStore *installations = nullptr;
+        Pasteboard *pasteboard = nullptr;
+        URLOpener *urlOpener = nullptr;
+        AvatarLoading *avatars = nullptr;
+        WebAddress installationURL; ///< where the App is installed on an account
+    };
+
+    explicit AccountsSettingsView(const Services &services, QWidget *parent = nullptr);
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    [[nodiscard]] QWidget *makeContent();
+    [[nodiscard]] QWidget *makeInstallations();
+    void connectStores();
+    void showConnection();
+    void showSessions();
+    void showInstallations();
+    void showKnowledge();
+    void showPictures();
+    void orderTabStops();
+    [[nodiscard]] AccountRow *accountRow(qint64 accountID);
+    [[nodiscard]] SwitchControl *installationSwitch(const QString &key);
+    void loadInstallations();
+    void remove(qint64 accountID);
+    void openInstallationPage();
+
+    Services m_services;
+    AvatarGallery *m_gallery;
+    QPushButton *m_add;
+    SettingsHeader *m_header;
+    Card *m_authorization;
+    MessageRow *m_error;
+    EmptyStateView *m_noAccounts;
+    RowList *m_accountList;
+    QWidget *m_installationSection;
+    QPushButton *m_manage;
+    RowList *m_installationList;
+    QHash<qint64, AccountRow *> m_accountRows;
+    QHash<QString, SwitchControl *> m_installationSwitches;
+    bool m_isAtGitHub = false; ///< the person was sent to a page on which installations change
+    TaskScope m_appearance; ///< what is only worth doing while the tab is shown
+};
+
+} // namespace velmora

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QCoreApplication>
+#include <QString>
+
+namespace velmora
+{
+
+/// Every text of the General tab; an ampersand marks the letter that reaches a control.
+struct GeneralSettingsTexts {
+    Q_DECLARE_TR_FUNCTIONS(GeneralSettingsView)
+
+public:
+    static QString notifications() { return tr("Notifications"); }
+    static QString notifyFailures() { return tr("Notify me when deployments &fail"); }
+    static QString notifySuccesses() { return tr("Notify me when deployments &succeed"); }
+    static QString notificationsHelp()
+    {
+        return tr("Velmora sends one notification when a deployment changes to a selected result.");
+    }
+    static QString openNotificationSettings() { return tr("&Open Notification Settings"); }
+    static QString startup() { return tr("Startup"); }
+    static QString launchAtLogin() { return tr("&Launch Velmora at login"); }
+    static QString startupHelp() { return tr("Keep deployment monitoring available after you sign in to your Mac."); }
+};
+
+} // namespace velmora

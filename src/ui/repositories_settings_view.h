@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QCoroTask>
+#include <QPointer>
+#include <QWidget>
+
+class QPushButton;
+class QStackedWidget;
+
+namespace velmora
+{
+
+class AuthenticationStore;
+class BusyButton;
+class EmptyStateView;
+class InstallationStore;
+class MessageRow;
+class RepositoryListModel;
+class RepositoryListView;
+class SearchField;
+
+/// The Repositories tab: search, one switch for each repository, two buttons for all of them, and a refresh.
+///
+/// Shows what the store says; its own are only the search text and whether a refresh that it started runs. Letters that
+/// are typed anywhere on the tab go to the search field.
+class RepositoriesSettingsView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// The stores are not owned and outlive the view.
+    RepositoriesSettingsView(
+        AuthenticationStore *authentication, InstallationStore *installations, QWidget *parent = nullptr);
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    [[nodiscard]] QWidget *makeContent();
+    void connectControls();
+    void connectKeys();
+    void refresh();
+    void setRefreshing(bool isRefreshing);
+    void showState();
+    void showRepositories();
+    void showArea();
+    static QCoro::Task<> refreshStore(
+        QPointer<RepositoriesSettingsView> view, AuthenticationStore *authentication, InstallationStore *installations);
+
+    AuthenticationStore *m_authentication;
+    InstallationStore *m_installations;
+    RepositoryListModel *m_model;
+    BusyButton *m_refresh;
+    SearchField *m_search;
+    QPushButton *m_enableAll;
+    QPushButton *m_disableAll;
+    QStackedWidget *m_area;
+    QWidget *m_loading;
+    EmptyStateView *m_noResults;
+    QWidget *m_results;
+    RepositoryListView *m_list;
+    MessageRow *m_warning;
+    bool m_isRefreshing = false;
+};
+
+} // namespace velmora

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+#include "ui/settings_view.h"
+
+#include "ui/accounts_settings_view.h"
+#include "ui/general_settings_view.h"
+#include "ui/repositories_settings_view.h"
+#include "ui/symbols.h"
+
+#include <QEvent>
+#include <QScreen>
+#include <QShortcut>
+#include <QTabBar>
+#include <QVBoxLayout>
+
+namespace velmora
+{
+
+namespace
+{
+
+constexpr QSize kSize(620, 440);
+constexpr int kPadding = 12;
+/// Up to this height of a line the size needs no more room.
+constexpr int kUsualLine = 20;
+/// What the frame of the window and the panels of the desktop leave, as a share of the screen.
+constexpr double kRoomShare = 0.92;
+
+} // namespace
+
+QSize settingsSize(int lineHeight, const QSize &room)
+{
+    const double scale = std::max(1.0, static_cast<double>(lineHeight) / kUsualLine);
+    return (kSize.toSizeF() * scale).toSize().boundedTo(room);
+}
+
+SettingsView::SettingsView(const Services &services, QWidget *parent)
+    : QTabWidget(parent)
+{
+    setDocumentMode(true);
+    AccountsSettingsView::Services accounts;
+    accounts.authentication = services.authentication;
+    accounts.installations = services.installations;
+    accounts.pasteboard = services.pasteboard;
+    accounts.urlOpener = services.urlOpener;
+    accounts.avatars = services.avatars;
+    accounts.installationURL = services.installationURL;
+    addPage(tr("&Accounts"), QStringLiteral("person.2"), new AccountsSettingsView(accounts));
+    addPage(tr("&Repositories"), QStringLiteral("folder"),
+        new RepositoriesSettingsView(services.authentication, services.installations));
+    addPage(tr("&General"), QStringLiteral("gearshape"),
+        new GeneralSettingsView(services.settings, services.settingsPageOpener));
+    addShortcuts();
+    // The focus would stay with what is hidden now. Who walks along the tabs wants to walk on.
+    connect(this, &QTabWidget::currentChanged, this, [this] {
+        if (!tabBar()->hasFocus())
+            focusContent();
+    });
+    setFixedSize(sizeHint());
+}
+
+void SettingsView::addPage(const QString &label, const QString &symbol, QWidget *content)
+{
+    auto *page = new QWidget;
+    auto *layout = new QVBoxLayout(page);
+    layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
+    layout->addWidget(content);
+    page->setFocusProxy(content);
+    addTab(page, symbolIcon(symbol), label);
+}
+
+void SettingsView::addShortcuts()
+{
+    const auto onKey = [this](const QKeySequence &keys, auto action) {
+        auto *shortcut = new QShortcut(keys, this);
+        shortcut->setContext(Qt::WindowShortcut);
+        connect(shortcut, &QShortcut::activated, this, action);
+    };
+    onKey(Qt::CTRL | Qt::Key_Tab, [this] { enter((currentIndex() + 1) % count()); });
+    onKey(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab, [this] { enter((currentIndex() + count() - 1) % count()); });
+    // What Shift makes of Tab on X11.
+    onKey(Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab, [this] { enter((currentIndex() + count() - 1) % count()); });
+    onKey(Qt::CTRL | Qt::Key_1, [this] { enter(0); });
+    onKey(Qt::CTRL | Qt::Key_2, [this] { enter(1); });
+    onKey(Qt::CTRL | Qt::Key_3, [this] { enter(2); });
+}
+
+void SettingsView::enter(int index)
+{
+    setCurrentIndex(index);
+    focusContent();
+}
+
+void SettingsView::focusContent()
+{
+    currentWidget()->setFocus(Qt::OtherFocusReason);
+}
+
+QSize SettingsView::sizeHint() const
+{
+    const QSize room = (screen()->availableSize().toSizeF() * kRoomShare).toSize();
+    return settingsSize(fontMetrics().height(), room);
+}
+
+void SettingsView::changeEvent(QEvent *event)
+{
+    QTabWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
+        setFixedSize(sizeHint());
+}
+
+} // namespace velmora

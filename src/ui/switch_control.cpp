@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: MIT
+#include "ui/switch_control.h"
+
+#include "ui/switch_painting.h"
+#include "ui/text_label.h"
+
+#include <QFontMetrics>
+#include <QHelpEvent>
+#include <QPainter>
+#include <QStyleOption>
+#include <QToolTip>
+
+namespace velmora
+{
+
+namespace
+{
+
+constexpr int kGap = 12; ///< between the label and the switch
+constexpr int kPadding = 3; ///< above and below
+constexpr int kLineGap = 1;
+/// A longer label is cut, in lower-case letters: names come from elsewhere and may be of any length.
+constexpr int kMostColumns = 60;
+
+} // namespace
+
+SwitchControl::SwitchControl(const QString &text, QWidget *parent)
+    : QCheckBox(text, parent)
+{
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    setAttribute(Qt::WA_Hover);
+}
+
+void SwitchControl::setName(const QString &name, const QString &detail, Emphasis emphasis)
+{
+    const QString literal = QString(name).replace(QLatin1Char('&'), QLatin1String("&&"));
+    if (text() == literal && m_detail == detail && m_emphasis == emphasis)
+        return;
+    m_detail = detail;
+    m_emphasis = emphasis;
+    setAccessibleDescription(detail);
+    setText(literal);
+    updateGeometry();
+    update();
+}
+
+QFont SwitchControl::labelFont() const
+{
+    return styledFont(font(), TextSize::Body, m_emphasis == Emphasis::Strong ? QFont::Medium : QFont::Normal);
+}
+
+QFont SwitchControl::detailFont() const
+{
+    return styledFont(font(), TextSize::Caption);
+}
+
+int SwitchControl::textWidth() const
+{
+    const int label = QFontMetrics(labelFont()).size(Qt::TextSingleLine | Qt::TextShowMnemonic, text()).width();
+    return std::max(label, QFontMetrics(detailFont()).horizontalAdvance(m_detail)) + 1;
+}
+
+int SwitchControl::textHeight() const
+{
+    const int label = QFontMetrics(labelFont()).height();
+    return m_detail.isEmpty() ? label : label + kLineGap + QFontMetrics(detailFont()).height();
+}
+
+QSize SwitchControl::sizeHint() const
+{
+    const QSize knob = switchSize(fontMetrics());
+    const int width = std::min(textWidth(), fontMetrics().averageCharWidth() * kMostColumns);
+    return {width + kGap + knob.width(), std::max(textHeight(), knob.height()) + 2 * kPadding};
+}
+
+QSize SwitchControl::minimumSizeHint() const
+{
+    return sizeHint();
+}
+
+QRect SwitchControl::switchFrame() const
+{
+    return QStyle::alignedRect(
+        layoutDirection(), Qt::AlignRight | Qt::AlignVCenter, switchSize(fontMetrics()), contentsRect());
+}
+
+QRect SwitchControl::textFrame() const
+{
+    const QSize room(contentsRect().width() - kGap - switchFrame().width(), textHeight());
+    return QStyle::alignedRect(layoutDirection(), Qt::AlignLeft | Qt::AlignVCenter, room, contentsRect());
+}
+
+void SwitchControl::paintLabel(QPainter *painter, const QRect &frame)
+{
+    QStyleOption option;
+    option.initFrom(this);
+    const bool showsMnemonic = style()->styleHint(QStyle::SH_UnderlineShortcut, &option, this) != 0;
+    const Qt::Alignment start = QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft | Qt::AlignTop);
+    const QPalette::ColorGroup group = isEnabled() ? QPalette::Active : QPalette::Disabled;
+
+    painter->setFont(labelFont());
+    painter->setPen(palette().color(group, QPalette::WindowText));
+    const int flags = static_cast<int>(start) | Qt::TextSingleLine
+        | (showsMnemonic ? static_cast<int>(Qt::TextShowMnemonic) : static_cast<int>(Qt::TextHideMnemonic));
+    painter->drawText(
+        frame, flags, painter->fontMetrics().elidedText(text(), Qt::ElideRight, frame.width(), Qt::TextShowMnemonic));
+    if (m_detail.isEmpty())
+        return;
+    const int top = painter->fontMetrics().height() + kLineGap;
+    painter->setFont(detailFont());
+    if (isEnabled())
+        painter->setPen(toneColour(Tone::Secondary, palette()));
+    painter->drawText(frame.adjusted(0, top, 0, 0), static_cast<int>(start) | Qt::TextSingleLine,
+        painter->fontMetrics().elidedText(m_detail, Qt::ElideRight, frame.width()));
+}
+
+void SwitchControl::paintEvent(QPaintEvent *event)
+{
+    Q_UNUSED(event)
+    QPainter painter(this);
+    paintLabel(&painter, textFrame());
+    SwitchLook look;
+    look.isOn = isChecked();
+    look.isEnabled = isEnabled();
+    look.isPressed = isDown();
+    look.isHovered = underMouse();
+    look.hasFocus = hasFocus();
+    look.direction = layoutDirection();
+    paintSwitch(&painter, switchFrame(), look, palette());
+}
+
+bool SwitchControl::event(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip || textWidth() <= textFrame().width())
+        return QCheckBox::event(event);
+    const QString whole = QString(text()).replace(QLatin1String("&&"), QLatin1String("&"));
+    // Made rich by us, so that nothing in the name is taken for markup.
+    QToolTip::showText(
+        static_cast<QHelpEvent *>(event)->globalPos(), Qt::convertFromPlainText(whole, Qt::WhiteSpaceNormal), this);
+    return true;
+}
+
+} // namespace velmora

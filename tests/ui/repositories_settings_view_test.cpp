@@ -1,0 +1,437 @@
+// SPDX-License-Identifier: MIT
+#include "ui/repositories_settings_view.h"
+
+#include "support/monitor_fixture.h"
+#include "support/widget_probe.h"
+#include "ui/busy_button.h"
+#include "ui/progress_spinner.h"
+#include "ui/repository_list_view.h"
+#include "ui/search_field.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QScrollBar>
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+
+namespace
+{
+
+const QString kRefresh = QStringLiteral("Refresh");
+const QString kEnableAll = QStringLiteral("Enable all");
+const QString kDisableAll = QStringLiteral("Disable all");
+const QString kLoading = QStringLiteral("Loading repositories…");
+
+FakeGitHub::Repository repository(const QString &name)
+{
+    FakeGitHub::Repository made;
+    made.nodeID = QStringLiteral("R_") + name;
+    made.name = name;
+    return made;
+}
+
+} // namespace
+
+class RepositoriesSettingsViewTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        m_view.reset();
+        m_fixture = std::make_unique<MonitorFixture>();
+        auto &alice = m_fixture->connect(1, QStringLiteral("alice"));
+        for (const char *name : {"acme/api", "acme/web", "beta/site", "beta/tool"})
+            alice.repositories.append(repository(QString::fromLatin1(name)));
+        m_fixture->build();
+    }
+
+    void everyTextIsThere()
+    {
+        open();
+        QCOMPARE(shownTexts(*m_view).first(), QStringLiteral("Repositories"));
+        QCOMPARE(shownTexts(*m_view).at(1), QStringLiteral("Choose which repositories Velmora monitors."));
+        QCOMPARE(field()->placeholderText(), QStringLiteral("Search repositories"));
+        QCOMPARE(refreshButton()->toolTip(), QStringLiteral("Refresh repositories"));
+        QVERIFY(shownButton(*m_view, kEnableAll));
+        QVERIFY(shownButton(*m_view, kDisableAll));
+    }
+
+    void theTabDoesNotRefreshByItself()
+    {
+        open();
+        drainEvents();
+        QVERIFY(m_fixture->github.restRequests.isEmpty());
+    }
+
+    void theRefreshButtonRefreshesOnce()
+    {
+        open();
+        m_fixture->github.session->handler = {};
+        refreshButton()->click();
+        QVERIFY(!refreshButton()->isEnabled());
+        QVERIFY(refreshButton()->isBusy());
+        QCOMPARE(refreshButton()->toolTip(), QStringLiteral("Refreshing repositories"));
+        QVERIFY(refreshButton()->findChild<ProgressSpinner *>()->isVisible());
+        refreshButton()->click();
+        drainEvents();
+        QCOMPARE(m_fixture->github.session->requests.size(), 1);
+        QVERIFY(m_fixture->github.session->answerNext(FakeHTTPSession::response(200, "{\"installations\":[]}")));
+        drainEvents();
+        QVERIFY(refreshButton()->isEnabled());
+        QVERIFY(!refreshButton()->isBusy());
+        QVERIFY(!refreshButton()->findChild<ProgressSpinner *>()->isVisible());
+        QCOMPARE(refreshButton()->toolTip(), QStringLiteral("Refresh repositories"));
+    }
+
+    void aRefreshWithoutAccountsEndsAtOnce()
+    {
+        m_fixture->authentication->remove(1);
+        open();
+        refreshButton()->click();
+        drainEvents();
+        QVERIFY(refreshButton()->isEnabled());
+    }
+
+    void aRefreshOfSomebodyElseDisablesTheButton()
+    {
+        open();
+        m_fixture->github.session->handler = {};
+        const auto refresh = start(m_fixture->installations->refresh(m_fixture->authentication.get()));
+        QVERIFY(!refreshButton()->isEnabled());
+        QVERIFY(refreshButton()->isBusy());
+        drainEvents();
+        QVERIFY(m_fixture->github.session->answerNext(FakeHTTPSession::response(200, "{\"installations\":[]}")));
+        drainEvents();
+        QVERIFY(refreshButton()->isEnabled());
+    }
+
+    void aFirstLoadShowsTheSpinnerInTheMiddle()
+    {
+        open();
+        m_fixture->github.session->handler = {};
+        refreshButton()->click();
+        QVERIFY(shownLabel(*m_view, kLoading));
+        QVERIFY(!list()->isVisible());
+    }
+
+    void aLaterLoadKeepsTheList()
+    {
+        load();
+        open();
+        m_fixture->github.session->handler = {};
+        refreshButton()->click();
+        QVERIFY(!shownLabel(*m_view, kLoading));
+        QVERIFY(list()->isVisible());
+        QCOMPARE(shownNames().size(), 4);
+        QVERIFY(refreshButton()->isBusy());
+    }
+
+    void withoutRepositoriesThePlaceholderIsShownAndNothingCanBeSwitched()
+    {
+        m_fixture->github.identities[QStringLiteral("alice")].repositories.clear();
+        load();
+        open();
+        QCOMPARE(m_fixture->installations->state().state, InstallationLoadingState::Case::Ready);
+        QVERIFY(shownLabel(*m_view, QStringLiteral("No results")));
+        QVERIFY(!shownButton(*m_view, kEnableAll)->isEnabled());
+        QVERIFY(!shownButton(*m_view, kDisableAll)->isEnabled());
+    }
+
+    void aSearchThatFindsNothingIsNamed()
+    {
+        load();
+        open();
+        field()->setText(QStringLiteral("<b>x</b>"));
+        auto *title = shownLabel(*m_view, QStringLiteral("No results for “<b>x</b>”"));
+        QVERIFY(title);
+        QCOMPARE(title->textFormat(), Qt::PlainText);
+        QVERIFY(!list()->isVisible());
+        field()->clear();
+        QVERIFY(list()->isVisible());
+    }
+
+    void aSearchFiltersByNameAndLogin()
+    {
+        load();
+        open();
+        field()->setText(QStringLiteral("ACME"));
+        QCOMPARE(shownNames(), (QStringList{QStringLiteral("acme/api"), QStringLiteral("acme/web")}));
+        field()->setText(QStringLiteral("alice-o"));
+        QCOMPARE(shownNames().size(), 4);
+        field()->setText(QStringLiteral(" "));
+        QVERIFY(shownNames().isEmpty());
+    }
+
+    void theBulkButtonsLookAtAllAndNotOnlyAtWhatIsFound()
+    {
+        load();
+        open();
+        QVERIFY(!shownButton(*m_view, kEnableAll)->isEnabled());
+        QVERIFY(shownButton(*m_view, kDisableAll)->isEnabled());
+        m_fixture->installations->setRepository(QStringLiteral("R_beta/site"), false);
+        field()->setText(QStringLiteral("acme"));
+        QVERIFY(shownButton(*m_view, kEnableAll)->isEnabled());
+        m_fixture->defaults.writes.clear();
+        shownButton(*m_view, kDisableAll)->click();
+        QVERIFY(m_fixture->installations->monitoredRepositories().isEmpty());
+        QVERIFY(!shownButton(*m_view, kDisableAll)->isEnabled());
+        QVERIFY(shownButton(*m_view, kEnableAll)->isEnabled());
+        shownButton(*m_view, kEnableAll)->click();
+        QCOMPARE(m_fixture->installations->monitoredRepositories().size(), 4);
+        QVERIFY(!shownButton(*m_view, kEnableAll)->isEnabled());
+        QCOMPARE(m_fixture->defaults.writes.size(), 2);
+    }
+
+    void aFailedRefreshWarnsBelowTheList()
+    {
+        load();
+        auto &bob = m_fixture->github.identities[QStringLiteral("alice")];
+        bob.restFailure = FakeHTTPSession::response(500, "{}");
+        load();
+        open();
+        const QString message = m_fixture->installations->state().message;
+        QVERIFY(message.startsWith(QStringLiteral("alice: ")));
+        auto *warning = shownLabel(*m_view, message);
+        QVERIFY(warning);
+        QVERIFY(warning->mapTo(m_view.get(), QPoint()).y() > field()->mapTo(m_view.get(), QPoint()).y() + 100);
+        bob.restFailure.reset();
+        load();
+        QVERIFY(!shownLabel(*m_view, message));
+    }
+
+    void aClickSwitchesARowAndWritesOnce()
+    {
+        load();
+        open();
+        m_fixture->defaults.writes.clear();
+        clickRow(1);
+        QVERIFY(!m_fixture->installations->repositories().at(1).isIncluded);
+        QCOMPARE(m_fixture->defaults.writes, QStringList{QStringLiteral("github.excludedRepositories")});
+        clickRow(1);
+        QVERIFY(m_fixture->installations->repositories().at(1).isIncluded);
+    }
+
+    void twoQuickClicksSwitchTwice()
+    {
+        load();
+        open();
+        const QPoint middle = list()->visualRect(list()->model()->index(0, 0)).center();
+        m_fixture->defaults.writes.clear();
+        QTest::mouseClick(list()->viewport(), Qt::LeftButton, {}, middle);
+        QTest::mouseDClick(list()->viewport(), Qt::LeftButton, {}, middle);
+        QTest::mouseRelease(list()->viewport(), Qt::LeftButton, {}, middle);
+        QCOMPARE(m_fixture->defaults.writes.size(), 2);
+        QVERIFY(m_fixture->installations->repositories().at(0).isIncluded);
+    }
+
+    void aClickBelowTheRowsOrWithAnotherButtonSwitchesNothing()
+    {
+        load();
+        open();
+        m_fixture->defaults.writes.clear();
+        QTest::mouseClick(
+            list()->viewport(), Qt::LeftButton, {}, list()->viewport()->rect().bottomLeft() + QPoint(5, -2));
+        const QPoint middle = list()->visualRect(list()->model()->index(0, 0)).center();
+        QTest::mouseClick(list()->viewport(), Qt::RightButton, {}, middle);
+        QVERIFY(m_fixture->defaults.writes.isEmpty());
+    }
+
+    void spaceSwitchesTheRowWithTheFocus()
+    {
+        load();
+        open();
+        list()->setFocus();
+        list()->setCurrentIndex(list()->model()->index(2, 0));
+        m_fixture->defaults.writes.clear();
+        QTest::keyClick(list(), Qt::Key_Space);
+        QVERIFY(!m_fixture->installations->repositories().at(2).isIncluded);
+        QCOMPARE(m_fixture->defaults.writes.size(), 1);
+        QCOMPARE(list()->currentIndex().row(), 2);
+        QVERIFY(list()->hasFocus());
+        QTest::keyClick(list(), Qt::Key_Space);
+        QVERIFY(m_fixture->installations->repositories().at(2).isIncluded);
+        QVERIFY(field()->text().isEmpty());
+    }
+
+    void whatIsTypedGoesToTheSearchField()
+    {
+        load();
+        open();
+        list()->setFocus();
+        list()->setCurrentIndex(list()->model()->index(0, 0));
+        QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("w"));
+        QVERIFY(field()->hasFocus());
+        QCOMPARE(field()->text(), QStringLiteral("w"));
+        QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("eb"));
+        QCOMPARE(field()->text(), QStringLiteral("web"));
+        QCOMPARE(shownNames(), QStringList{QStringLiteral("acme/web")});
+        // From anywhere, and behind what is there.
+        shownButton(*m_view, kDisableAll)->setFocus();
+        QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("x"));
+        QCOMPARE(field()->text(), QStringLiteral("webx"));
+        list()->setFocus();
+        QTest::keyClick(list(), Qt::Key_Backspace);
+        QCOMPARE(field()->text(), QStringLiteral("web"));
+    }
+
+    void arrowsLeadFromTheFieldToTheListAndBack()
+    {
+        load();
+        open();
+        field()->setFocus();
+        QTest::keyClick(field(), Qt::Key_Down);
+        QVERIFY(list()->hasFocus());
+        QCOMPARE(list()->currentIndex().row(), 0);
+        QTest::keyClick(list(), Qt::Key_Down);
+        QCOMPARE(list()->currentIndex().row(), 1);
+        QTest::keyClick(list(), Qt::Key_Up);
+        QTest::keyClick(list(), Qt::Key_Up);
+        QVERIFY(field()->hasFocus());
+        field()->setText(QStringLiteral("nothing"));
+        QTest::keyClick(field(), Qt::Key_Down);
+        QVERIFY(field()->hasFocus());
+    }
+
+    void keysReachSearchAndRefresh()
+    {
+        load();
+        open();
+        list()->setFocus();
+        QTest::keyClick(list(), Qt::Key_F, Qt::ControlModifier);
+        QVERIFY(field()->hasFocus());
+        m_fixture->github.restRequests.clear();
+        QTest::keyClick(field(), Qt::Key_F5);
+        drainEvents();
+        QVERIFY(!m_fixture->github.restRequests.isEmpty());
+        m_fixture->github.restRequests.clear();
+        QTest::keyClick(field(), Qt::Key_R, Qt::ControlModifier);
+        drainEvents();
+        QVERIFY(!m_fixture->github.restRequests.isEmpty());
+    }
+
+    void theRowWithTheFocusKeepsItWhileItIsFound()
+    {
+        load();
+        open();
+        list()->setCurrentIndex(list()->model()->index(2, 0));
+        field()->setText(QStringLiteral("beta"));
+        QCOMPARE(list()->currentIndex().data().toString(), QStringLiteral("beta/site"));
+        field()->clear();
+        QCOMPARE(list()->currentIndex().row(), 2);
+        field()->setText(QStringLiteral("acme"));
+        QVERIFY(!list()->currentIndex().isValid());
+    }
+
+    void focusAndScrollPositionSurviveARefresh()
+    {
+        auto &alice = m_fixture->github.identities[QStringLiteral("alice")];
+        for (int i = 0; i < 200; ++i)
+            alice.repositories.append(repository(QStringLiteral("many/%1").arg(i, 3, 10, QLatin1Char('0'))));
+        load();
+        open();
+        list()->setFocus();
+        list()->setCurrentIndex(list()->model()->index(150, 0));
+        const int scrolled = list()->verticalScrollBar()->value();
+        QVERIFY(scrolled > 0);
+        alice.repositories.append(repository(QStringLiteral("zeta/last")));
+        load();
+        QCOMPARE(list()->model()->rowCount(), 205);
+        QCOMPARE(list()->currentIndex().row(), 150);
+        QCOMPARE(list()->verticalScrollBar()->value(), scrolled);
+        QVERIFY(list()->hasFocus());
+        m_fixture->installations->setRepository(QStringLiteral("R_many/100"), false);
+        QCOMPARE(list()->verticalScrollBar()->value(), scrolled);
+    }
+
+    void assistiveTechnologyReadsWhetherARowIsMonitored()
+    {
+        load();
+        open();
+        m_fixture->installations->setRepository(QStringLiteral("R_acme/web"), false);
+        auto *interface = QAccessible::queryAccessibleInterface(list());
+        QVERIFY(interface);
+        QCOMPARE(interface->text(QAccessible::Name), QStringLiteral("Repositories"));
+        QCOMPARE(interface->childCount(), 4);
+        auto *on = interface->child(0);
+        QCOMPARE(on->text(QAccessible::Name), QStringLiteral("acme/api, monitored"));
+        QVERIFY(on->state().checkable);
+        QVERIFY(on->state().checked);
+        auto *off = interface->child(1);
+        QCOMPARE(off->text(QAccessible::Name), QStringLiteral("acme/web, not monitored"));
+        QVERIFY(!off->state().checked);
+        QCOMPARE(QAccessible::queryAccessibleInterface(field())->text(QAccessible::Name),
+            QStringLiteral("Search repositories"));
+    }
+
+    void aViewThatIsGoneLetsTheRefreshEnd()
+    {
+        open();
+        m_fixture->github.session->handler = {};
+        refreshButton()->click();
+        drainEvents();
+        m_view.reset();
+        QVERIFY(m_fixture->github.session->answerNext(FakeHTTPSession::response(200, "{\"installations\":[]}")));
+        drainEvents();
+        QCOMPARE(m_fixture->installations->state().state, InstallationLoadingState::Case::Ready);
+    }
+
+    void hostileNamesAreShownLiterally()
+    {
+        auto &alice = m_fixture->github.identities[QStringLiteral("alice")];
+        alice.repositories = {repository(QStringLiteral("<img src=x>/") + QString(500, QLatin1Char('w')))};
+        load();
+        open();
+        QVERIFY(!m_view->grab().isNull());
+        QVERIFY(list()->sizeHintForColumn(0) < 500);
+    }
+
+    void everyControlHasAMnemonicOfItsOwn()
+    {
+        load();
+        open();
+        QStringList mnemonics;
+        for (const QString &text : {kRefresh, kEnableAll, kDisableAll})
+            mnemonics.append(shownButton(*m_view, text)->shortcut().toString());
+        QCOMPARE(mnemonics, (QStringList{QStringLiteral("Alt+F"), QStringLiteral("Alt+E"), QStringLiteral("Alt+D")}));
+    }
+
+private:
+    void load() { awaitValue(m_fixture->installations->refresh(m_fixture->authentication.get())); }
+
+    void open()
+    {
+        m_view = std::make_unique<RepositoriesSettingsView>(
+            m_fixture->authentication.get(), m_fixture->installations.get());
+        m_view->resize(596, 388);
+        m_view->show();
+        QVERIFY(QTest::qWaitForWindowActive(m_view.get()));
+    }
+
+    BusyButton *refreshButton() { return m_view->findChild<BusyButton *>(); }
+    SearchField *field() { return m_view->findChild<SearchField *>(); }
+    RepositoryListView *list() { return m_view->findChild<RepositoryListView *>(); }
+
+    void clickRow(int row)
+    {
+        const QRect frame = list()->visualRect(list()->model()->index(row, 0));
+        QTest::mouseClick(list()->viewport(), Qt::LeftButton, {}, QPoint(frame.right() - 20, frame.center().y()));
+    }
+
+    QStringList shownNames()
+    {
+        QStringList names;
+        for (int row = 0; list()->isVisible() && row < list()->model()->rowCount(); ++row)
+            names.append(list()->model()->index(row, 0).data().toString());
+        return names;
+    }
+
+    std::unique_ptr<MonitorFixture> m_fixture;
+    std::unique_ptr<RepositoriesSettingsView> m_view;
+};
+
+QTEST_MAIN(RepositoriesSettingsViewTest)
+#include "repositories_settings_view_test.moc"

@@ -1,0 +1,268 @@
+// SPDX-License-Identifier: MIT
+#include "ui/settings_window.h"
+
+#include "notifications/general_settings_store.h"
+#include "support/asked_notifier.h"
+#include "support/fake_login_item.h"
+#include "support/fake_settings_page_opener.h"
+#include "support/monitor_fixture.h"
+#include "support/widget_probe.h"
+#include "ui/search_field.h"
+#include "ui/switch_control.h"
+
+#include <QApplication>
+#include <QLayout>
+#include <QSet>
+#include <QSignalSpy>
+#include <QTabBar>
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+
+using Tab = SettingsView::Tab;
+
+class SettingsWindowTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        m_window.reset();
+        m_settings.reset();
+        m_fixture = std::make_unique<MonitorFixture>();
+        m_fixture->build();
+        m_settings = std::make_unique<GeneralSettingsStore>(&m_fixture->defaults, &m_notifier, &m_loginItem);
+        SettingsView::Services services;
+        services.authentication = m_fixture->authentication.get();
+        services.installations = m_fixture->installations.get();
+        services.settings = m_settings.get();
+        services.pasteboard = &m_fixture->pasteboard;
+        services.urlOpener = &m_fixture->urlOpener;
+        services.settingsPageOpener = &m_opener;
+        m_window = std::make_unique<SettingsWindow>(services);
+    }
+
+    void cleanup() { qunsetenv("XDG_ACTIVATION_TOKEN"); }
+
+    void thereAreThreeTabsInTheirOrder()
+    {
+        QStringList labels;
+        for (int i = 0; i < view()->count(); ++i) {
+            labels.append(withoutMnemonic(view()->tabText(i)));
+            QVERIFY(!view()->tabIcon(i).isNull());
+        }
+        QCOMPARE(labels,
+            (QStringList{QStringLiteral("Accounts"), QStringLiteral("Repositories"), QStringLiteral("General")}));
+        QCOMPARE(view()->tab(), Tab::Accounts);
+    }
+
+    void theContentIsPaddedByTwelve()
+    {
+        for (int i = 0; i < view()->count(); ++i)
+            QCOMPARE(view()->widget(i)->layout()->contentsMargins(), QMargins(12, 12, 12, 12));
+    }
+
+    void theSizeIsFixed()
+    {
+        open();
+        QCOMPARE(view()->minimumSize(), view()->maximumSize());
+        QCOMPARE(m_window->size(), view()->size());
+        QCOMPARE(m_window->minimumSize(), m_window->maximumSize());
+    }
+
+    void theSizeGrowsWithAnUnusualFontAndStaysOnTheScreen_data()
+    {
+        QTest::addColumn<int>("line");
+        QTest::addColumn<QSize>("room");
+        QTest::addColumn<QSize>("size");
+        const QSize large(3000, 2000);
+        QTest::newRow("small") << 12 << large << QSize(620, 440);
+        QTest::newRow("usual") << 20 << large << QSize(620, 440);
+        QTest::newRow("twice as large") << 40 << large << QSize(1240, 880);
+        QTest::newRow("small screen") << 40 << QSize(1000, 700) << QSize(1000, 700);
+        QTest::newRow("tiny screen") << 16 << QSize(600, 400) << QSize(600, 400);
+    }
+
+    void theSizeGrowsWithAnUnusualFontAndStaysOnTheScreen()
+    {
+        QFETCH(int, line);
+        QFETCH(QSize, room);
+        QFETCH(QSize, size);
+        QCOMPARE(settingsSize(line, room), size);
+    }
+
+    void aLargerFontMakesTheWindowGrow()
+    {
+        open();
+        const QSize before = m_window->size();
+        QFont font = m_window->font();
+        font.setPixelSize(26);
+        m_window->setFont(font);
+        drainEvents();
+        QVERIFY(m_window->width() > before.width());
+        QCOMPARE(m_window->size(), view()->size());
+    }
+
+    void openingAgainRaisesTheSameWindow()
+    {
+        open();
+        view()->showTab(Tab::General);
+        m_window->open();
+        QVERIFY(m_window->isVisible());
+        QCOMPARE(view()->tab(), Tab::General);
+        m_window->showMinimized();
+        m_window->open();
+        QVERIFY(!m_window->isMinimized());
+    }
+
+    void anActivationTokenIsLeftToNobodyElse()
+    {
+        m_window->open(QStringLiteral("token-1"));
+        QVERIFY(m_window->isVisible());
+        QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+    }
+
+    void escapeAndControlWCloseTheWindow_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::newRow("Escape") << int(Qt::Key_Escape) << int(Qt::NoModifier);
+        QTest::newRow("Ctrl+W") << int(Qt::Key_W) << int(Qt::ControlModifier);
+    }
+
+    void escapeAndControlWCloseTheWindow()
+    {
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        for (const Tab tab : {Tab::Accounts, Tab::Repositories, Tab::General}) {
+            open();
+            view()->showTab(tab);
+            press(static_cast<Qt::Key>(key), Qt::KeyboardModifiers(modifiers));
+            QVERIFY(!m_window->isVisible());
+        }
+        // It opens as it was left.
+        open();
+        QCOMPARE(view()->tab(), Tab::General);
+    }
+
+    void closingTheWindowDoesNotEndTheProgram()
+    {
+        QVERIFY(!m_window->testAttribute(Qt::WA_QuitOnClose));
+        QVERIFY(!m_window->testAttribute(Qt::WA_DeleteOnClose));
+    }
+
+    void keysChooseTheTab()
+    {
+        open();
+        press(Qt::Key_2, Qt::ControlModifier);
+        QCOMPARE(view()->tab(), Tab::Repositories);
+        press(Qt::Key_3, Qt::ControlModifier);
+        QCOMPARE(view()->tab(), Tab::General);
+        press(Qt::Key_1, Qt::ControlModifier);
+        QCOMPARE(view()->tab(), Tab::Accounts);
+    }
+
+    void controlTabGoesAround()
+    {
+        open();
+        for (const Tab expected : {Tab::Repositories, Tab::General, Tab::Accounts}) {
+            press(Qt::Key_Tab, Qt::ControlModifier);
+            QCOMPARE(view()->tab(), expected);
+        }
+        for (const Tab expected : {Tab::General, Tab::Repositories}) {
+            press(Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
+            QCOMPARE(view()->tab(), expected);
+        }
+    }
+
+    void mnemonicsChooseTheTab()
+    {
+        open();
+        press(Qt::Key_G, Qt::AltModifier);
+        QCOMPARE(view()->tab(), Tab::General);
+        press(Qt::Key_R, Qt::AltModifier);
+        QCOMPARE(view()->tab(), Tab::Repositories);
+        press(Qt::Key_A, Qt::AltModifier);
+        QCOMPARE(view()->tab(), Tab::Accounts);
+    }
+
+    void theFocusGoesToTheTabThatIsShown()
+    {
+        open();
+        QVERIFY(view()->currentWidget()->isAncestorOf(QApplication::focusWidget()));
+        press(Qt::Key_2, Qt::ControlModifier);
+        QVERIFY(m_window->findChild<SearchField *>()->hasFocus());
+        press(Qt::Key_3, Qt::ControlModifier);
+        QVERIFY(view()->currentWidget()->isAncestorOf(QApplication::focusWidget()));
+        QVERIFY(qobject_cast<SwitchControl *>(QApplication::focusWidget()));
+        press(Qt::Key_1, Qt::ControlModifier);
+        QVERIFY(view()->currentWidget()->isAncestorOf(QApplication::focusWidget()));
+    }
+
+    void whoWalksAlongTheTabsStaysThere()
+    {
+        open();
+        view()->tabBar()->setFocus();
+        press(Qt::Key_Right, Qt::NoModifier);
+        QCOMPARE(view()->tab(), Tab::Repositories);
+        QVERIFY(view()->tabBar()->hasFocus());
+    }
+
+    void noMnemonicIsTakenTwiceOnATab()
+    {
+        open();
+        for (const Tab tab : {Tab::Accounts, Tab::Repositories, Tab::General}) {
+            view()->showTab(tab);
+            QSet<QString> taken{QStringLiteral("Alt+A"), QStringLiteral("Alt+R"), QStringLiteral("Alt+G")};
+            for (const auto *button : view()->currentWidget()->findChildren<QAbstractButton *>()) {
+                const QString key = button->shortcut().toString();
+                if (key.isEmpty())
+                    continue;
+                QVERIFY2(!taken.contains(key), qPrintable(key));
+                taken.insert(key);
+            }
+        }
+    }
+
+    void everyTabLooksAsItShouldWithAHugeFont()
+    {
+        QFont font = m_window->font();
+        font.setPixelSize(60);
+        m_window->setFont(font);
+        open();
+        for (const Tab tab : {Tab::Accounts, Tab::Repositories, Tab::General}) {
+            view()->showTab(tab);
+            drainEvents();
+            QVERIFY(!m_window->grab().isNull());
+            QVERIFY(m_window->width() <= m_window->screen()->availableSize().width());
+            QVERIFY(m_window->height() <= m_window->screen()->availableSize().height());
+        }
+    }
+
+private:
+    SettingsView *view() { return m_window->view(); }
+
+    void open()
+    {
+        m_window->open();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    }
+
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers)
+    {
+        QWidget *target = QApplication::focusWidget();
+        QTest::keyClick(target ? target : m_window.get(), key, modifiers);
+    }
+
+    AskedNotifier m_notifier;
+    FakeLoginItem m_loginItem;
+    FakeSettingsPageOpener m_opener;
+    std::unique_ptr<MonitorFixture> m_fixture;
+    std::unique_ptr<GeneralSettingsStore> m_settings;
+    std::unique_ptr<SettingsWindow> m_window;
+};
+
+QTEST_MAIN(SettingsWindowTest)
+#include "settings_window_test.moc"
