@@ -39,7 +39,7 @@ public:
         Clock *clock = nullptr;
         URLOpener *urlOpener = nullptr;
         Pasteboard *pasteboard = nullptr;
-        QString applicationName; ///< as the application names itself
+        QString applicationName = QStringLiteral("Velmora"); ///< as the application names itself
     };
 
     explicit MenuBarView(const Services &services, QWidget *parent = nullptr);
