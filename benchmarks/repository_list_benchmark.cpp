@@ -14,6 +14,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
+#include <QUrlQuery>
 
 #include <benchmark/benchmark.h>
 
@@ -69,7 +70,11 @@ public:
     {
         HTTPResponse response;
         response.statusCode = 200;
-        response.body = request.url.path().endsWith(QStringLiteral("/repositories")) ? m_repositories : m_installations;
+        const bool isFirst = QUrlQuery(request.url).queryItemValue(QStringLiteral("page")) == QStringLiteral("1");
+        if (!request.url.path().endsWith(QStringLiteral("/repositories")))
+            response.body = m_installations;
+        else
+            response.body = isFirst ? m_repositories : QByteArray("{\"repositories\":[]}");
         co_return response;
     }
 

@@ -115,37 +115,36 @@ bool RepositoryListModel::tellMoves(const Rows &next)
     const auto steps = sequenceDiff(keys(m_rows), keys(next));
     if (steps.size() > kMostSteps)
         return false;
-    for (const SequenceEdit &step : steps) {
-        const int at = static_cast<int>(step.at);
-        const int last = static_cast<int>(step.at + step.count - 1);
-        const auto first = m_rows.begin() + step.at;
-        switch (step.kind) {
-        case SequenceEdit::Kind::Remove:
-            beginRemoveRows({}, at, last);
-            m_rows.erase(first, first + step.count);
-            endRemoveRows();
-            break;
-        case SequenceEdit::Kind::Move: {
-            const bool isDown = step.to > step.at;
-            beginMoveRows({}, at, at, {}, static_cast<int>(isDown ? step.to + 1 : step.to));
-            const auto target = m_rows.begin() + step.to;
-            if (isDown)
-                std::rotate(first, first + 1, target + 1);
-            else
-                std::rotate(target, first, first + 1);
-            endMoveRows();
-            break;
-        }
-        case SequenceEdit::Kind::Insert: {
-            beginInsertRows({}, at, last);
-            const auto source = next.begin() + step.source;
-            m_rows.insert(first, source, source + step.count);
-            endInsertRows();
-            break;
-        }
-        }
-    }
+    for (const SequenceEdit &step : steps)
+        take(step, next);
     return true;
+}
+
+void RepositoryListModel::take(const SequenceEdit &step, const Rows &next)
+{
+    const int at = static_cast<int>(step.at);
+    const int last = static_cast<int>(step.at + step.count - 1);
+    const auto first = m_rows.begin() + step.at;
+    switch (step.kind) {
+    case SequenceEdit::Kind::Remove:
+        beginRemoveRows({}, at, last);
+        m_rows.erase(first, first + step.count);
+        return endRemoveRows();
+    case SequenceEdit::Kind::Move: {
+        const bool isDown = step.to > step.at;
+        const auto target = m_rows.begin() + step.to;
+        beginMoveRows({}, at, at, {}, static_cast<int>(isDown ? step.to + 1 : step.to));
+        if (isDown)
+            std::rotate(first, first + 1, target + 1);
+        else
+            std::rotate(target, first, first + 1);
+        return endMoveRows();
+    }
+    case SequenceEdit::Kind::Insert:
+        beginInsertRows({}, at, last);
+        m_rows.insert(first, next.begin() + step.source, next.begin() + step.source + step.count);
+        return endInsertRows();
+    }
 }
 
 void RepositoryListModel::tellChanges(const Rows &next)

@@ -11,6 +11,7 @@ namespace velmora
 {
 
 class InstallationStore;
+struct SequenceEdit;
 
 /// The repositories of the store that a search finds, in the store's order.
 ///
@@ -56,6 +57,7 @@ private:
     void followStore();
     /// Tells what it takes to come from the rows to `next`; false when that is too much, and nothing is done.
     bool tellMoves(const Rows &next);
+    void take(const SequenceEdit &step, const Rows &next);
     void tellChanges(const Rows &next);
     void startAnew(Rows next);
 

@@ -15,7 +15,7 @@ namespace
 
 constexpr int kCardPadding = 4;
 constexpr int kRowSide = 8; ///< beside a row
-constexpr int kGap = 4; ///< above and below a row
+constexpr int kGap = 3; ///< above and below a row
 
 QList<QWidget *> tabStopsOf(QWidget *widget)
 {
