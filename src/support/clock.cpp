@@ -37,8 +37,8 @@ QCoro::Task<> SystemClock::sleep(milliseconds duration, std::stop_token stop)
     const OneShot<> done;
     QTimer timer;
     timer.setSingleShot(true);
-    // Whoever waits for seconds does not mind milliseconds, and the processor sleeps longer.
-    timer.setTimerType(duration >= 1s ? Qt::CoarseTimer : Qt::PreciseTimer);
+    // The other kinds may end a twentieth too early, and GitHub slows down whoever asks before the time.
+    timer.setTimerType(Qt::PreciseTimer);
     const auto wake = [done] {
         done.resolve();
     };

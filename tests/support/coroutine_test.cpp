@@ -281,6 +281,25 @@ private Q_SLOTS:
         QVERIFY(timer.elapsed() >= milliseconds);
     }
 
+    /// Whoever asks early is told to ask less often.
+    void aLongSleepOfTheSystemClockIsNotCutShort()
+    {
+        SystemClock clock;
+        QElapsedTimer timer;
+        timer.start();
+        const auto lengthOf = [](int sleeper) {
+            return std::chrono::milliseconds(1000 + 23 * sleeper);
+        };
+        // They end at different moments of a second, for a timer may round to some.
+        QList<decltype(start(clock.sleep({}, {})))> sleepers;
+        for (int i = 0; i < 12; ++i)
+            sleepers.append(start(clock.sleep(lengthOf(i), {})));
+        for (int i = 0; i < sleepers.size(); ++i) {
+            QVERIFY(waitUntil([&] { return sleepers[i]->isDone; }));
+            QVERIFY(timer.elapsed() >= lengthOf(i).count());
+        }
+    }
+
     void aStopEndsASleepOfTheSystemClockAtOnce_data()
     {
         QTest::addColumn<qint64>("milliseconds");
