@@ -48,6 +48,8 @@ DeploymentListView::DeploymentListView(const Services &services, QWidget *parent
 
 void DeploymentListView::setDeployments(const QList<DeploymentSnapshot> &deployments)
 {
+    const auto [first, last] = visibleRows();
+    m_model->setWatchedRows(first, last);
     m_model->setDeployments(deployments);
 }
 

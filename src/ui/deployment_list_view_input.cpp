@@ -291,11 +291,22 @@ void DeploymentListView::showsCurrentRow(bool shows)
 
 void DeploymentListView::focusInEvent(QFocusEvent *event)
 {
-    const auto reason = event->reason();
-    showsCurrentRow(reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason);
-    if (!currentIndex().isValid())
+    const bool cameByKey = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    showsCurrentRow(cameByKey);
+    // Who came otherwise has no row yet; the first key goes to the first one.
+    if (cameByKey && !currentIndex().isValid())
         setCurrentIndex(moveCursor(MoveHome, Qt::NoModifier));
-    QListView::focusInEvent(event);
+    QAbstractScrollArea::focusInEvent(event);
+    viewport()->update(visualRect(currentIndex()));
+}
+
+void DeploymentListView::keyboardSearch(const QString &search)
+{
+    const QPersistentModelIndex before = currentIndex();
+    QListView::keyboardSearch(search);
+    // A title is no row.
+    if (currentIndex().isValid() && m_model->isHeader(currentIndex().row()))
+        setCurrentIndex(before);
 }
 
 void DeploymentListView::currentChanged(const QModelIndex &current, const QModelIndex &previous)

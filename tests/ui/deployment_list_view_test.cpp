@@ -220,7 +220,7 @@ private Q_SLOTS:
     void theCurrentRowIsScrolledIntoView()
     {
         show(finished(100));
-        m_view->setFocus();
+        m_view->setFocus(Qt::TabFocusReason);
         press(Qt::Key_End);
         QCOMPARE(currentID(), text("99"));
         QVERIFY(m_view->viewport()->rect().contains(m_view->visualRect(m_view->currentIndex())));
@@ -234,7 +234,7 @@ private Q_SLOTS:
     void returnOpensTheRowAndControlReturnTheEnvironment()
     {
         show({snapshot(text("a"), DeploymentState::Success)});
-        m_view->setFocus();
+        m_view->setFocus(Qt::TabFocusReason);
         press(Qt::Key_Return);
         press(Qt::Key_Enter, Qt::KeypadModifier);
         press(Qt::Key_Return, Qt::ControlModifier);
@@ -249,15 +249,51 @@ private Q_SLOTS:
     {
         const auto deployment = snapshot(text("a"), DeploymentState::Success);
         show({deployment});
-        m_view->setFocus();
+        m_view->setFocus(Qt::TabFocusReason);
         press(Qt::Key_C, Qt::ControlModifier);
         QCOMPARE(m_pasteboard->copied, QStringList{deployment.commitOID});
+    }
+
+    void withoutACurrentRowTheFirstKeyGoesToTheFirst()
+    {
+        show(finished(3));
+        m_view->setFocus(Qt::OtherFocusReason);
+        QVERIFY(currentID().isEmpty());
+        press(Qt::Key_Return);
+        QVERIFY(m_opener->opened.isEmpty());
+        press(Qt::Key_Down);
+        QCOMPARE(currentID(), text("0"));
+    }
+
+    void lettersFindRepositoriesAndNoTitles()
+    {
+        auto other = snapshot(text("b"), DeploymentState::Success);
+        other.repositoryName = text("zoo/app");
+        show({snapshot(text("a"), DeploymentState::Failure), other});
+        m_view->setFocus(Qt::TabFocusReason);
+        // Every letter begins a search of its own.
+        const int interval = QApplication::keyboardInputInterval();
+        QApplication::setKeyboardInputInterval(-1);
+        press(Qt::Key_Z);
+        QCOMPARE(currentID(), text("b"));
+        press(Qt::Key_F);
+        QCOMPARE(currentID(), text("b"));
+        QApplication::setKeyboardInputInterval(interval);
+    }
+
+    void escapeIsLeftToTheWindow()
+    {
+        show(finished(1));
+        m_view->setFocus(Qt::TabFocusReason);
+        QKeyEvent event(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier, QStringLiteral("\x1b"));
+        QCoreApplication::sendEvent(m_view.get(), &event);
+        QVERIFY(!event.isAccepted());
     }
 
     void keysDoNothingInAnEmptyList()
     {
         show({});
-        m_view->setFocus();
+        m_view->setFocus(Qt::TabFocusReason);
         for (const auto key : {Qt::Key_Down, Qt::Key_Home, Qt::Key_Return, Qt::Key_PageDown})
             press(key);
         press(Qt::Key_C, Qt::ControlModifier);
@@ -331,7 +367,7 @@ private Q_SLOTS:
     void theKeyboardOpensTheMenuOfTheCurrentRow()
     {
         show({snapshot(text("a"), DeploymentState::Success), snapshot(text("b"), DeploymentState::Success)});
-        m_view->setFocus();
+        m_view->setFocus(Qt::TabFocusReason);
         press(Qt::Key_Down);
         QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(), QPoint());
         QCoreApplication::sendEvent(m_view->viewport(), &event);
@@ -461,7 +497,7 @@ private Q_SLOTS:
     void selectionAndFocusSurviveARefresh()
     {
         show({snapshot(text("a"), DeploymentState::InProgress), snapshot(text("b"), DeploymentState::Success)});
-        m_view->setFocus();
+        m_view->setFocus(Qt::TabFocusReason);
         QCOMPARE(currentID(), text("a"));
         m_view->setDeployments({snapshot(text("n"), DeploymentState::Queued),
             snapshot(text("a"), DeploymentState::Failure), snapshot(text("b"), DeploymentState::Success)});
@@ -473,7 +509,7 @@ private Q_SLOTS:
     {
         show({snapshot(text("a"), DeploymentState::InProgress), snapshot(text("b"), DeploymentState::Success),
             snapshot(text("c"), DeploymentState::Success)});
-        m_view->setFocus();
+        m_view->setFocus(Qt::TabFocusReason);
         m_view->setDeployments(
             {snapshot(text("b"), DeploymentState::Success), snapshot(text("c"), DeploymentState::Success)});
         QCOMPARE(currentID(), text("b"));
