@@ -45,7 +45,8 @@ private Q_SLOTS:
         m_notifier = {};
         m_notifier.immediate = true;
         m_loginItem = {};
-        m_opener = {};
+        m_opener.opened = 0;
+        m_opener.failure.reset();
         m_store = std::make_unique<GeneralSettingsStore>(m_defaults.get(), &m_notifier, &m_loginItem);
         build();
     }
