@@ -244,7 +244,7 @@ QModelIndex DeploymentListView::moveCursor(CursorAction action, Qt::KeyboardModi
         return m_model->index(m_model->isHeader(target) ? neighbour(target, step) : target);
     };
     if (row < 0)
-        return at(0, 1);
+        return action == MoveEnd ? at(count - 1, -1) : at(0, 1);
     switch (action) {
     case MoveDown:
     case MoveNext:
