@@ -207,10 +207,10 @@ QVariant DeploymentListModel::data(const QModelIndex &index, int role) const
     if (!index.isValid() || index.row() >= rowCount())
         return {};
     const auto *shown = deployment(index.row());
-    return shown ? deploymentData(*shown, role) : headerData(section(index.row()), role);
+    return shown ? deploymentData(*shown, role) : titleData(section(index.row()), role);
 }
 
-QVariant DeploymentListModel::headerData(DeploymentSectionKind section, int role) const
+QVariant DeploymentListModel::titleData(DeploymentSectionKind section, int role) const
 {
     switch (role) {
     case Qt::DisplayRole:

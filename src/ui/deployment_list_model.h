@@ -71,7 +71,7 @@ private:
     void takeSteps(const Rows &target);
     void announceContents(const Rows &before, const Counts &previousCounts);
     [[nodiscard]] bool hasChanged(std::size_t row, const Rows &before, const Counts &previousCounts) const;
-    [[nodiscard]] QVariant headerData(DeploymentSectionKind section, int role) const;
+    [[nodiscard]] QVariant titleData(DeploymentSectionKind section, int role) const;
     [[nodiscard]] QVariant deploymentData(const DeploymentSnapshot &deployment, int role) const;
 
     Clock *m_clock;

@@ -13,6 +13,9 @@
 namespace velmora
 {
 
+// QListView keeps a place for each row, and brings them up to date in each of these. Here places are computed.
+// NOLINTBEGIN(bugprone-parent-virtual-call)
+
 DeploymentListView::DeploymentListView(const Services &services, QWidget *parent)
     : QListView(parent)
     , m_services(services)
@@ -303,5 +306,7 @@ void DeploymentListView::hideEvent(QHideEvent *event)
     setPressed({});
     QListView::hideEvent(event);
 }
+
+// NOLINTEND(bugprone-parent-virtual-call)
 
 } // namespace velmora

@@ -289,6 +289,9 @@ void DeploymentListView::showsCurrentRow(bool shows)
         viewport()->update(visualRect(currentIndex()));
 }
 
+// QListView keeps a place for each row, and brings them up to date in some of these. Here places are computed.
+// NOLINTBEGIN(bugprone-parent-virtual-call)
+
 void DeploymentListView::focusInEvent(QFocusEvent *event)
 {
     const bool cameByKey = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
@@ -325,6 +328,8 @@ void DeploymentListView::selectionChanged(const QItemSelection &selected, const 
     for (const QModelIndex &index : indexes)
         notifyAssistiveTechnology(this, QAccessible::Selection, index);
 }
+
+// NOLINTEND(bugprone-parent-virtual-call)
 
 void DeploymentListView::setSelection(const QRect &rect, QItemSelectionModel::SelectionFlags command)
 {
