@@ -12,6 +12,8 @@ from .waiting import PATIENCE, eventually
 _PR_SET_CHILD_SUBREAPER = 36
 # Between a polite end and a hard one.
 _GRACE = 3.0
+# Of what a program wrote, in characters, for whoever reads an error.
+_ENOUGH = 2000
 
 
 class Program:
@@ -55,14 +57,17 @@ class Program:
             return file.read()
 
     def until(self, condition):
-        """The first true answer of the condition. Raises RuntimeError, with what it wrote, when the program ends."""
+        """The first true answer of the condition. RuntimeError, with what it wrote, when it ends or takes too long."""
 
         def answer():
             if not self.is_running:
-                raise RuntimeError(f"{self.name} ended with {self.exit_code}: {self.output()}")
+                raise RuntimeError(f"{self.name} ended with {self.exit_code}: {self.output()[-_ENOUGH:]}")
             return condition()
 
-        return eventually(answer, self.name)
+        try:
+            return eventually(answer, self.name)
+        except TimeoutError as error:
+            raise RuntimeError(f"{error}: {self.output()[-_ENOUGH:]}") from None
 
     def wait(self, seconds=PATIENCE):
         """The exit code, once it has ended."""
