@@ -22,7 +22,8 @@ int main(int argc, char **argv)
     menu.addAction(QStringLiteral("Quit"), &application, &QApplication::quit);
     QSystemTrayIcon icon{QIcon(picture)};
     icon.setContextMenu(&menu);
-    QObject::connect(&icon, &QSystemTrayIcon::activated, &window, [&window] { window.setVisible(!window.isVisible()); });
+    QObject::connect(
+        &icon, &QSystemTrayIcon::activated, &window, [&window] { window.setVisible(!window.isVisible()); });
     icon.show();
     return QApplication::exec();
 }
