@@ -17,6 +17,7 @@ SIMULATOR = os.path.join(BUILD, "bin", "velmora-simulator")
 SAMPLE = os.path.join(BUILD, "tests", "sample_window")
 _SERVICE = "com.tarvik.Velmora"
 _SERVICE_OF_DEMO = "com.tarvik.Velmora.Demo"
+_SETTINGS = "Velmora Settings"
 
 
 class Simulator:
@@ -108,6 +109,17 @@ class Velmora:
         self.wait_for_item()
         self._session.tray.click()
         return self.window()
+
+    def open_settings(self):
+        """From the window by its keys; the settings take its place."""
+        eventually(lambda: any(window.is_active for window in self.windows()), "the window to be active")
+        self._session.screen.key("ctrl+comma")
+        return self.settings()
+
+    def settings(self):
+        """The accessible window of the settings, once it is all that is shown."""
+        eventually(lambda: [window.title for window in self.windows()] == [_SETTINGS], "the settings")
+        return self.window().find(name=_SETTINGS)
 
     def click_row(self, window, part):
         """Clicks the first row whose sentence has that part, once there is one; returns its sentence."""

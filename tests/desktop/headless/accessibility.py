@@ -94,31 +94,33 @@ class Accessible:
         self._call("EditableText", "SetTextContents", "(s)", text)
 
     def descendants(self):
-        """Everything below it, in the order of the tree."""
+        """Everything below it that is shown, in the order of the tree. What is hidden hides what it holds."""
         for child in self.children():
-            yield child
             try:
-                yield from child.descendants()
+                if "showing" in child.states:
+                    yield child
+                    yield from child.descendants()
             except BusError:
                 # It went while we looked; so did what was below.
                 continue
 
     def all(self, role=None, name=None):
         """The descendants that are shown and have that role and exactly that name."""
-        found = []
-        for candidate in self.descendants():
-            try:
-                fits = role in (None, candidate.role) and name in (None, candidate.name)
-                if fits and "showing" in candidate.states:
-                    found.append(candidate)
-            except BusError:
-                continue
-        return found
+        return list(self._fitting(role, name))
 
     def find(self, role=None, name=None, seconds=PATIENCE):
         """The first of `all`, once there is one."""
         what = f"{role or 'anything'} {'' if name is None else repr(name)} below {self!r}"
-        return eventually(lambda: self.all(role, name), what, seconds)[0]
+        return eventually(lambda: next(self._fitting(role, name), None), what, seconds)
+
+    def _fitting(self, role, name):
+        for candidate in self.descendants():
+            try:
+                fits = role in (None, candidate.role) and name in (None, candidate.name)
+            except BusError:
+                continue
+            if fits:
+                yield candidate
 
     def texts(self):
         """The names of everything that is shown, for looking whether a text is there."""
