@@ -34,7 +34,7 @@ private Q_SLOTS:
         QCOMPARE(icon(item).toolTip(), QStringLiteral("Velmora"));
         QImage image(22, 22, QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::red);
-        item.setIcon({QImage(16, 16, QImage::Format_ARGB32_Premultiplied), image});
+        item.setIcon({image.scaled(16, 16), image});
         const QList<QSize> sizes{QSize(16, 16), QSize(22, 22)};
         QCOMPARE(icon(item).icon().availableSizes(), sizes);
         item.setStatus(StatusItem::Status::Active);
