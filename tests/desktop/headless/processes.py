@@ -78,11 +78,11 @@ class Program:
         if self.is_running:
             os.kill(self.pid, number)
 
-    def end(self, number=signal.SIGTERM):
-        """Asks it to end, then ends it; returns when it has gone."""
+    def end(self, number=signal.SIGTERM, patience=_GRACE):
+        """Asks it to end, and after so many seconds ends it; returns when it has gone."""
         self.send(number)
         try:
-            self.wait(_GRACE)
+            self.wait(patience)
         except TimeoutError:
             self._process.kill()
             self._process.wait()

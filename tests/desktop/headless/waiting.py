@@ -4,7 +4,7 @@
 import time
 
 # Long enough for a machine whose processors are all busy with something else; nobody waits for it when all goes well.
-PATIENCE = 20.0
+PATIENCE = 60.0
 _PAUSE = 0.02
 
 
