@@ -2,7 +2,8 @@
 #include "ui/deployment_list_model.h"
 
 #include "ui/row_presentation.h"
-#include "ui/sequence_diff.h"
+
+#include <algorithm>
 
 namespace velmora
 {
@@ -36,31 +37,56 @@ DeploymentListModel::DeploymentListModel(Clock *clock, QObject *parent)
 {
 }
 
-DeploymentListModel::Rows DeploymentListModel::rowsOf(const QList<DeploymentSnapshot> &deployments)
+DeploymentListModel::Rows DeploymentListModel::rowsOfList() const
 {
-    const auto counts = countsOf(deployments);
     Rows rows;
+    rows.reserve(static_cast<std::size_t>(m_deployments.size()) + kSections.size());
     std::array<std::size_t, 3> next{};
     for (const auto section : kSections) {
-        const auto count = static_cast<std::size_t>(counts.at(place(section)));
+        const auto count = static_cast<std::size_t>(m_counts.at(place(section)));
         next.at(place(section)) = rows.size() + 1;
         if (count > 0)
             rows.resize(rows.size() + 1 + count, Row{nullptr, section});
     }
-    for (const auto &deployment : deployments) {
+    for (const auto &deployment : m_deployments) {
         const auto section = sectionOf(deployment.state);
         rows[next.at(place(section))++].deployment = &deployment;
     }
     return rows;
 }
 
-std::vector<QStringView> DeploymentListModel::keysOf(const Rows &rows)
+bool DeploymentListModel::isSameRow(const Row &left, const Row &right)
+{
+    if (!left.deployment || !right.deployment)
+        return left.deployment == right.deployment && left.section == right.section;
+    return left.deployment->id == right.deployment->id;
+}
+
+std::vector<QStringView> DeploymentListModel::keysOf(std::span<const Row> rows)
 {
     std::vector<QStringView> keys;
     keys.reserve(rows.size());
     for (const Row &row : rows)
         keys.push_back(row.deployment ? QStringView(row.deployment->id) : kHeaderKeys.at(place(row.section)));
     return keys;
+}
+
+/// The steps from the rows to the target. Keys are made only for the rows in the middle, between those that stay.
+std::vector<SequenceEdit> DeploymentListModel::stepsTo(const Rows &target) const
+{
+    const auto [oldMiddle, newMiddle] = std::ranges::mismatch(m_rows, target, &isSameRow);
+    const auto prefix = oldMiddle - m_rows.begin();
+    const std::span before(oldMiddle, m_rows.end());
+    const std::span after(newMiddle, target.end());
+    const auto oldRest = std::mismatch(before.rbegin(), before.rend(), after.rbegin(), after.rend(), &isSameRow).first;
+    const auto suffix = static_cast<std::size_t>(oldRest - before.rbegin());
+    auto edits = sequenceDiff(keysOf(before.first(before.size() - suffix)), keysOf(after.first(after.size() - suffix)));
+    for (SequenceEdit &edit : edits) {
+        edit.at += prefix;
+        edit.to += prefix;
+        edit.source += prefix;
+    }
+    return edits;
 }
 
 void DeploymentListModel::setDeployments(const QList<DeploymentSnapshot> &deployments)
@@ -70,16 +96,24 @@ void DeploymentListModel::setDeployments(const QList<DeploymentSnapshot> &deploy
     // The rows point into the lists, so both live until the last step.
     const QList<DeploymentSnapshot> previous = std::exchange(m_deployments, deployments);
     const auto previousCounts = std::exchange(m_counts, countsOf(deployments));
-    Rows target = rowsOf(m_deployments);
+    Rows target = rowsOfList();
     Q_EMIT updateStarted();
     takeSteps(target);
-    adopt(std::move(target), previousCounts);
+    Q_ASSERT(m_rows.size() == target.size());
+    const Rows before = std::exchange(m_rows, std::move(target));
+    announceContents(before, previousCounts);
     Q_EMIT updateFinished();
+}
+
+void DeploymentListModel::setWatchedRows(int first, int last)
+{
+    m_firstWatched = static_cast<std::size_t>(std::max(0, first));
+    m_lastWatched = static_cast<std::size_t>(std::max(0, last));
 }
 
 void DeploymentListModel::takeSteps(const Rows &target)
 {
-    const auto edits = sequenceDiff(keysOf(m_rows), keysOf(target));
+    const auto edits = stepsTo(target);
     for (const SequenceEdit &edit : edits) {
         const int first = static_cast<int>(edit.at);
         const int last = static_cast<int>(edit.at + edit.count - 1);
@@ -112,24 +146,25 @@ void DeploymentListModel::takeSteps(const Rows &target)
     }
 }
 
-void DeploymentListModel::adopt(Rows &&target, const std::array<qsizetype, 3> &previousCounts)
+bool DeploymentListModel::hasChanged(std::size_t row, const Rows &before, const Counts &previousCounts) const
 {
-    Q_ASSERT(m_rows.size() == target.size());
-    const Rows before = std::exchange(m_rows, std::move(target));
-    const auto hasChanged = [&](std::size_t row) {
-        const auto *now = m_rows[row].deployment;
-        if (!now) {
-            // A header that was not there before has just been announced.
-            const auto previous = previousCounts.at(place(m_rows[row].section));
-            return previous != 0 && previous != m_counts.at(place(m_rows[row].section));
-        }
-        return now != before[row].deployment && *now != *before[row].deployment;
-    };
+    const auto *now = m_rows[row].deployment;
+    if (!now) {
+        // A header that was not there before has just been announced.
+        const auto previous = previousCounts.at(place(m_rows[row].section));
+        return previous != 0 && previous != m_counts.at(place(m_rows[row].section));
+    }
+    const bool isWatched = row >= m_firstWatched && row <= m_lastWatched;
+    return isWatched && now != before[row].deployment && *now != *before[row].deployment;
+}
+
+void DeploymentListModel::announceContents(const Rows &before, const Counts &previousCounts)
+{
     for (std::size_t first = 0; first < m_rows.size(); ++first) {
-        if (!hasChanged(first))
+        if (!hasChanged(first, before, previousCounts))
             continue;
         std::size_t last = first;
-        while (last + 1 < m_rows.size() && hasChanged(last + 1))
+        while (last + 1 < m_rows.size() && hasChanged(last + 1, before, previousCounts))
             ++last;
         Q_EMIT dataChanged(index(static_cast<int>(first)), index(static_cast<int>(last)));
         first = last;
@@ -172,10 +207,10 @@ QVariant DeploymentListModel::data(const QModelIndex &index, int role) const
     if (!index.isValid() || index.row() >= rowCount())
         return {};
     const auto *shown = deployment(index.row());
-    return shown ? deploymentData(*shown, role) : headerData(section(index.row()), role);
+    return shown ? deploymentData(*shown, role) : titleData(section(index.row()), role);
 }
 
-QVariant DeploymentListModel::headerData(DeploymentSectionKind section, int role) const
+QVariant DeploymentListModel::titleData(DeploymentSectionKind section, int role) const
 {
     switch (role) {
     case Qt::DisplayRole:
@@ -197,8 +232,7 @@ QVariant DeploymentListModel::deploymentData(const DeploymentSnapshot &deploymen
     case Qt::AccessibleTextRole:
         return rowSentence(deployment, m_clock->now());
     case Qt::AccessibleDescriptionRole:
-        return environmentAddress(deployment) ? tr("Return opens the log, Control Return the environment")
-                                              : tr("Return opens the log");
+        return rowKeys(deployment);
     default:
         return {};
     }

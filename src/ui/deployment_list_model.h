@@ -4,10 +4,13 @@
 #include "model/deployment_snapshot.h"
 #include "monitor/deployment_sections.h"
 #include "support/clock.h"
+#include "ui/sequence_diff.h"
 
 #include <QAbstractListModel>
 
 #include <array>
+#include <limits>
+#include <span>
 #include <vector>
 
 namespace velmora
@@ -27,6 +30,10 @@ public:
 
     /// Shows another list: already filtered and ordered, each id once.
     void setDeployments(const QList<DeploymentSnapshot> &deployments);
+    /// Says which rows somebody sees; all, when nobody has said so. What changes within a row is announced for these
+    /// only, because comparing twenty thousand rows that nobody sees costs more than painting those that somebody does.
+    /// Rows that come, go or move, and headers, are always announced.
+    void setWatchedRows(int first, int last);
     [[nodiscard]] const QList<DeploymentSnapshot> &deployments() const { return m_deployments; }
 
     /// The deployment of a row; null for a header. Good until the next setDeployments().
@@ -55,17 +62,24 @@ private:
     };
     using Rows = std::vector<Row>;
 
-    static Rows rowsOf(const QList<DeploymentSnapshot> &deployments);
-    [[nodiscard]] static std::vector<QStringView> keysOf(const Rows &rows);
+    using Counts = std::array<qsizetype, 3>;
+
+    [[nodiscard]] Rows rowsOfList() const;
+    [[nodiscard]] static bool isSameRow(const Row &left, const Row &right);
+    [[nodiscard]] static std::vector<QStringView> keysOf(std::span<const Row> rows);
+    [[nodiscard]] std::vector<SequenceEdit> stepsTo(const Rows &target) const;
     void takeSteps(const Rows &target);
-    void adopt(Rows &&target, const std::array<qsizetype, 3> &previousCounts);
-    [[nodiscard]] QVariant headerData(DeploymentSectionKind section, int role) const;
+    void announceContents(const Rows &before, const Counts &previousCounts);
+    [[nodiscard]] bool hasChanged(std::size_t row, const Rows &before, const Counts &previousCounts) const;
+    [[nodiscard]] QVariant titleData(DeploymentSectionKind section, int role) const;
     [[nodiscard]] QVariant deploymentData(const DeploymentSnapshot &deployment, int role) const;
 
     Clock *m_clock;
     QList<DeploymentSnapshot> m_deployments;
     Rows m_rows;
-    std::array<qsizetype, 3> m_counts{};
+    Counts m_counts{};
+    std::size_t m_firstWatched = 0;
+    std::size_t m_lastWatched = std::numeric_limits<std::size_t>::max();
 };
 
 } // namespace velmora

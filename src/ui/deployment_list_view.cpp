@@ -1,29 +1,20 @@
 // SPDX-License-Identifier: MIT
-// What the list shows and when. What the mouse and the keyboard do to it is in deployment_list_view_input.cpp.
+// What the list shows. What the mouse and the keyboard do to it is in deployment_list_view_input.cpp, what happens by
+// itself in deployment_list_view_time.cpp.
 #include "ui/deployment_list_view.h"
 
-#include "support/relative_time.h"
+#include "support/clock.h"
 #include "ui/deployment_list_model.h"
-#include "ui/motion.h"
 
 #include <QPaintEvent>
 #include <QPainter>
-#include <QPointer>
 #include <QScrollBar>
-#include <QTimerEvent>
 
 namespace velmora
 {
 
-using namespace std::chrono_literals;
-
-namespace
-{
-
-/// Timers do not count the time that a machine sleeps, so nobody relies on one for longer.
-constexpr auto kLongestWait = 60s;
-
-} // namespace
+// QListView keeps a place for each row, and brings them up to date in each of these. Here places are computed.
+// NOLINTBEGIN(bugprone-parent-virtual-call)
 
 DeploymentListView::DeploymentListView(const Services &services, QWidget *parent)
     : QListView(parent)
@@ -48,6 +39,8 @@ DeploymentListView::DeploymentListView(const Services &services, QWidget *parent
 
 void DeploymentListView::setDeployments(const QList<DeploymentSnapshot> &deployments)
 {
+    const auto [first, last] = visibleRows();
+    m_model->setWatchedRows(first, last);
     m_model->setDeployments(deployments);
 }
 
@@ -314,80 +307,6 @@ void DeploymentListView::hideEvent(QHideEvent *event)
     QListView::hideEvent(event);
 }
 
-void DeploymentListView::updateMotion()
-{
-    bool hasMotion = false;
-    if (m_isShown && wantsMotion(*this)) {
-        const auto [first, last] = visibleRows();
-        for (int row = first; row <= last && !hasMotion; ++row) {
-            const auto *deployment = m_model->deployment(row);
-            hasMotion = deployment && deployment->state == DeploymentState::InProgress;
-        }
-    }
-    if (hasMotion && !m_turning.isActive())
-        m_turning.start(kTurnInterval, this);
-    else if (!hasMotion)
-        m_turning.stop();
-}
-
-void DeploymentListView::timerEvent(QTimerEvent *event)
-{
-    if (event->timerId() != m_turning.timerId())
-        return QListView::timerEvent(event);
-    m_turnedBy = (m_turnedBy + kTurnStep) % 360;
-    const auto [first, last] = visibleRows();
-    for (int row = first; row <= last; ++row) {
-        const auto *deployment = m_model->deployment(row);
-        if (deployment && deployment->state == DeploymentState::InProgress)
-            viewport()->update(m_rowView.parts(visualRect(m_model->index(row)), *deployment).icon);
-    }
-}
-
-void DeploymentListView::updateAges()
-{
-    const Instant now = m_services.clock->now();
-    const auto [first, last] = visibleRows();
-    for (int row = first; row <= last; ++row) {
-        const auto *deployment = m_model->deployment(row);
-        // A clock that was set back makes every age doubtful.
-        if (deployment && (now < m_agesShownAt || nextRelativeTimeChange(deployment->updatedAt, m_agesShownAt) <= now))
-            viewport()->update(visualRect(m_model->index(row)));
-    }
-    m_agesShownAt = now;
-    scheduleAges();
-}
-
-void DeploymentListView::scheduleAges()
-{
-    std::optional<Instant> due;
-    if (m_isShown && !m_isUpdating) {
-        const auto [first, last] = visibleRows();
-        for (int row = first; row <= last; ++row) {
-            if (const auto *deployment = m_model->deployment(row)) {
-                const Instant change = nextRelativeTimeChange(deployment->updatedAt, m_agesShownAt);
-                due = std::min(due.value_or(change), change);
-            }
-        }
-    }
-    if (due == m_agesDueAt)
-        return;
-    m_ages.cancelAll();
-    m_agesDueAt = due;
-    if (!due)
-        return;
-    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*due - m_services.clock->now());
-    m_ages.launch(
-        waitForAges(std::clamp<std::chrono::milliseconds>(wait, 1ms, kLongestWait), m_ages.stopToken()), "Ages");
-}
-
-QCoro::Task<> DeploymentListView::waitForAges(std::chrono::milliseconds duration, std::stop_token stop)
-{
-    const QPointer<DeploymentListView> self(this);
-    co_await m_services.clock->sleep(duration, stop);
-    if (!self)
-        co_return;
-    m_agesDueAt.reset();
-    updateAges();
-}
+// NOLINTEND(bugprone-parent-virtual-call)
 
 } // namespace velmora

@@ -50,6 +50,7 @@ public:
     [[nodiscard]] QModelIndex indexAt(const QPoint &point) const override;
     void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
     void doItemsLayout() override;
+    void keyboardSearch(const QString &search) override;
     void reset() override;
     [[nodiscard]] QSize viewportSizeHint() const override;
 

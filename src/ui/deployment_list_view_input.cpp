@@ -244,7 +244,7 @@ QModelIndex DeploymentListView::moveCursor(CursorAction action, Qt::KeyboardModi
         return m_model->index(m_model->isHeader(target) ? neighbour(target, step) : target);
     };
     if (row < 0)
-        return at(0, 1);
+        return action == MoveEnd ? at(count - 1, -1) : at(0, 1);
     switch (action) {
     case MoveDown:
     case MoveNext:
@@ -289,13 +289,27 @@ void DeploymentListView::showsCurrentRow(bool shows)
         viewport()->update(visualRect(currentIndex()));
 }
 
+// QListView keeps a place for each row, and brings them up to date in some of these. Here places are computed.
+// NOLINTBEGIN(bugprone-parent-virtual-call)
+
 void DeploymentListView::focusInEvent(QFocusEvent *event)
 {
-    const auto reason = event->reason();
-    showsCurrentRow(reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason);
-    if (!currentIndex().isValid())
+    const bool cameByKey = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    showsCurrentRow(cameByKey);
+    // Who came otherwise has no row yet; the first key goes to the first one.
+    if (cameByKey && !currentIndex().isValid())
         setCurrentIndex(moveCursor(MoveHome, Qt::NoModifier));
-    QListView::focusInEvent(event);
+    QAbstractScrollArea::focusInEvent(event);
+    viewport()->update(visualRect(currentIndex()));
+}
+
+void DeploymentListView::keyboardSearch(const QString &search)
+{
+    const QPersistentModelIndex before = currentIndex();
+    QListView::keyboardSearch(search);
+    // A title is no row.
+    if (currentIndex().isValid() && m_model->isHeader(currentIndex().row()))
+        setCurrentIndex(before);
 }
 
 void DeploymentListView::currentChanged(const QModelIndex &current, const QModelIndex &previous)
@@ -314,6 +328,8 @@ void DeploymentListView::selectionChanged(const QItemSelection &selected, const 
     for (const QModelIndex &index : indexes)
         notifyAssistiveTechnology(this, QAccessible::Selection, index);
 }
+
+// NOLINTEND(bugprone-parent-virtual-call)
 
 void DeploymentListView::setSelection(const QRect &rect, QItemSelectionModel::SelectionFlags command)
 {

@@ -15,7 +15,7 @@
 #include "ui/separator.h"
 #include "ui/text_label.h"
 
-#include <QEvent>
+#include <QHideEvent>
 #include <QPushButton>
 #include <QShortcut>
 #include <QToolButton>
@@ -257,6 +257,8 @@ void MenuBarView::showEvent(QShowEvent *event)
     m_isShown = true;
     showStores();
     QWidget::showEvent(event);
+    if (m_content == MenuBarContent::List)
+        m_list->setFocus(Qt::OtherFocusReason);
     const auto &installations = *m_services.installations;
     if (!m_isLoadingInstallations && !m_isRefreshing
         && needsInstallations(installations.state(), installations.lastRefreshedAt()))
@@ -267,6 +269,9 @@ void MenuBarView::hideEvent(QHideEvent *event)
 {
     m_isShown = false;
     m_updateTime.cancelAll();
+    // Whoever opens the window again begins at the top, and nothing is kept for the time between.
+    if (!event->spontaneous())
+        m_list->setDeployments({});
     QWidget::hideEvent(event);
 }
 

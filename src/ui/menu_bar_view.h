@@ -25,7 +25,8 @@ class URLOpener;
 /// when it was all last right.
 ///
 /// Only shows and forwards; the stores own everything but isRefreshing(). It asks for its size by sizeHint() and keeps
-/// it, so that a window around it that follows fits. While it is hidden it follows nothing and no timer runs.
+/// it, so that a window around it that follows fits. While it is hidden it follows nothing, keeps no deployments, and
+/// no timer runs.
 class MenuBarView final : public QWidget
 {
     Q_OBJECT

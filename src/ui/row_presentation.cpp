@@ -145,6 +145,16 @@ std::optional<WebAddress> environmentAddress(const DeploymentSnapshot &deploymen
     return openable(deployment.environmentURL);
 }
 
+QString rowKeys(const DeploymentSnapshot &deployment)
+{
+    QStringList keys;
+    if (rowAddress(deployment))
+        keys.append(hasLog(deployment) ? tr("Return opens the log.") : tr("Return opens the deployments page."));
+    if (environmentAddress(deployment))
+        keys.append(tr("Control Return opens the environment."));
+    return keys.join(QLatin1Char(' '));
+}
+
 QList<RowAction> rowActions(const DeploymentSnapshot &deployment)
 {
     const bool canOpen = rowAddress(deployment).has_value();

@@ -42,6 +42,9 @@ struct StateIcon {
 /// What the link of the row opens. Nothing, and no link, when there is no web address of the environment.
 [[nodiscard]] std::optional<WebAddress> environmentAddress(const DeploymentSnapshot &deployment);
 
+/// What the keys do with the row, in words; empty when they do nothing.
+[[nodiscard]] QString rowKeys(const DeploymentSnapshot &deployment);
+
 /// Something that can be done with a row.
 enum class RowActionKind {
     OpenDetails,

@@ -39,6 +39,8 @@ qsizetype commonSuffix(Keys before, Keys after)
 /// For each key the place of it in `other`, or nowhere. A place is given away once.
 Places placesIn(Keys other, Keys keys)
 {
+    if (keys.empty())
+        return {};
     QHash<QStringView, qsizetype> places;
     places.reserve(size(other));
     for (qsizetype i = 0; i < size(other); ++i)
@@ -174,6 +176,21 @@ private:
     std::vector<SequenceEdit> m_edits;
 };
 
+/// The commonest change of all, found without a table: everything between two places is the same but for one element,
+/// which went from one end to the other.
+std::optional<SequenceEdit> singleMove(Keys before, Keys after, qsizetype offset)
+{
+    if (before.size() != after.size() || before.size() < 2)
+        return std::nullopt;
+    const auto rest = before.size() - 1;
+    const qsizetype last = offset + static_cast<qsizetype>(rest);
+    if (before.front() == after.back() && std::ranges::equal(before.last(rest), after.first(rest)))
+        return SequenceEdit{SequenceEdit::Kind::Move, offset, 1, last, 0};
+    if (before.back() == after.front() && std::ranges::equal(before.first(rest), after.last(rest)))
+        return SequenceEdit{SequenceEdit::Kind::Move, last, 1, offset, 0};
+    return std::nullopt;
+}
+
 } // namespace
 
 std::vector<SequenceEdit> sequenceDiff(Keys before, Keys after)
@@ -184,6 +201,8 @@ std::vector<SequenceEdit> sequenceDiff(Keys before, Keys after)
     const auto suffix = static_cast<std::size_t>(commonSuffix(before, after));
     before = before.first(before.size() - suffix);
     after = after.first(after.size() - suffix);
+    if (const auto move = singleMove(before, after, prefix))
+        return {*move};
     return Middle(before, after, prefix).edits();
 }
 

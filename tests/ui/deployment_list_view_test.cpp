@@ -195,7 +195,7 @@ private Q_SLOTS:
     {
         show({snapshot(text("a"), DeploymentState::InProgress), snapshot(text("b"), DeploymentState::Failure),
             snapshot(text("c"), DeploymentState::Success)});
-        m_view->setFocus(Qt::TabFocusReason);
+        takeFocus(Qt::TabFocusReason);
         QCOMPARE(currentID(), text("a"));
         press(Qt::Key_Down);
         QCOMPARE(currentID(), text("b"));
@@ -220,7 +220,7 @@ private Q_SLOTS:
     void theCurrentRowIsScrolledIntoView()
     {
         show(finished(100));
-        m_view->setFocus();
+        takeFocus(Qt::TabFocusReason);
         press(Qt::Key_End);
         QCOMPARE(currentID(), text("99"));
         QVERIFY(m_view->viewport()->rect().contains(m_view->visualRect(m_view->currentIndex())));
@@ -234,7 +234,7 @@ private Q_SLOTS:
     void returnOpensTheRowAndControlReturnTheEnvironment()
     {
         show({snapshot(text("a"), DeploymentState::Success)});
-        m_view->setFocus();
+        takeFocus(Qt::TabFocusReason);
         press(Qt::Key_Return);
         press(Qt::Key_Enter, Qt::KeypadModifier);
         press(Qt::Key_Return, Qt::ControlModifier);
@@ -249,15 +249,51 @@ private Q_SLOTS:
     {
         const auto deployment = snapshot(text("a"), DeploymentState::Success);
         show({deployment});
-        m_view->setFocus();
+        takeFocus(Qt::TabFocusReason);
         press(Qt::Key_C, Qt::ControlModifier);
         QCOMPARE(m_pasteboard->copied, QStringList{deployment.commitOID});
+    }
+
+    void withoutACurrentRowTheFirstKeyGoesToTheFirst()
+    {
+        show(finished(3));
+        takeFocus(Qt::OtherFocusReason);
+        QVERIFY(currentID().isEmpty());
+        press(Qt::Key_Return);
+        QVERIFY(m_opener->opened.isEmpty());
+        press(Qt::Key_Down);
+        QCOMPARE(currentID(), text("0"));
+    }
+
+    void lettersFindRepositoriesAndNoTitles()
+    {
+        auto other = snapshot(text("b"), DeploymentState::Success);
+        other.repositoryName = text("zoo/app");
+        show({snapshot(text("a"), DeploymentState::Failure), other});
+        takeFocus(Qt::TabFocusReason);
+        // Every letter begins a search of its own.
+        const int interval = QApplication::keyboardInputInterval();
+        QApplication::setKeyboardInputInterval(-1);
+        press(Qt::Key_Z);
+        QCOMPARE(currentID(), text("b"));
+        press(Qt::Key_F);
+        QCOMPARE(currentID(), text("b"));
+        QApplication::setKeyboardInputInterval(interval);
+    }
+
+    void escapeIsLeftToTheWindow()
+    {
+        show(finished(1));
+        takeFocus(Qt::TabFocusReason);
+        QKeyEvent event(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier, QStringLiteral("\x1b"));
+        QCoreApplication::sendEvent(m_view.get(), &event);
+        QVERIFY(!event.isAccepted());
     }
 
     void keysDoNothingInAnEmptyList()
     {
         show({});
-        m_view->setFocus();
+        takeFocus(Qt::TabFocusReason);
         for (const auto key : {Qt::Key_Down, Qt::Key_Home, Qt::Key_Return, Qt::Key_PageDown})
             press(key);
         press(Qt::Key_C, Qt::ControlModifier);
@@ -269,10 +305,9 @@ private Q_SLOTS:
     {
         show({snapshot(text("a"), DeploymentState::Success)});
         QApplication::setActiveWindow(m_view.get());
-        m_view->setFocus(Qt::MouseFocusReason);
+        takeFocus(Qt::MouseFocusReason);
         const QImage plain = picture();
-        m_view->clearFocus();
-        m_view->setFocus(Qt::TabFocusReason);
+        takeFocus(Qt::TabFocusReason);
         const QImage marked = picture();
         QVERIFY(marked != plain);
         QTest::mousePress(m_view->viewport(), Qt::RightButton, {}, QPoint(100, 350));
@@ -331,7 +366,7 @@ private Q_SLOTS:
     void theKeyboardOpensTheMenuOfTheCurrentRow()
     {
         show({snapshot(text("a"), DeploymentState::Success), snapshot(text("b"), DeploymentState::Success)});
-        m_view->setFocus();
+        takeFocus(Qt::TabFocusReason);
         press(Qt::Key_Down);
         QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(), QPoint());
         QCoreApplication::sendEvent(m_view->viewport(), &event);
@@ -461,7 +496,7 @@ private Q_SLOTS:
     void selectionAndFocusSurviveARefresh()
     {
         show({snapshot(text("a"), DeploymentState::InProgress), snapshot(text("b"), DeploymentState::Success)});
-        m_view->setFocus();
+        takeFocus(Qt::TabFocusReason);
         QCOMPARE(currentID(), text("a"));
         m_view->setDeployments({snapshot(text("n"), DeploymentState::Queued),
             snapshot(text("a"), DeploymentState::Failure), snapshot(text("b"), DeploymentState::Success)});
@@ -473,7 +508,7 @@ private Q_SLOTS:
     {
         show({snapshot(text("a"), DeploymentState::InProgress), snapshot(text("b"), DeploymentState::Success),
             snapshot(text("c"), DeploymentState::Success)});
-        m_view->setFocus();
+        takeFocus(Qt::TabFocusReason);
         m_view->setDeployments(
             {snapshot(text("b"), DeploymentState::Success), snapshot(text("c"), DeploymentState::Success)});
         QCOMPARE(currentID(), text("b"));
@@ -708,6 +743,11 @@ private:
         m_view->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
         drainEvents();
+    }
+    void takeFocus(Qt::FocusReason reason)
+    {
+        m_view->clearFocus();
+        m_view->setFocus(reason);
     }
     void click(const QPoint &point) { QTest::mouseClick(m_view->viewport(), Qt::LeftButton, {}, point); }
     void move(const QPoint &point)

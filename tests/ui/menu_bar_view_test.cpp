@@ -16,6 +16,7 @@
 #include <QLayout>
 #include <QLocale>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextDocument>
@@ -367,10 +368,28 @@ private Q_SLOTS:
         QVERIFY(!list()->isTurning());
         m_fixture->github.identities[text("octocat")].repositories[0].deployments.clear();
         m_fixture->tickAfter(5s);
-        QCOMPARE(list()->model()->rowCount(), 2);
+        QCOMPARE(list()->model()->rowCount(), 0);
         m_view->show();
         QVERIFY(m_view->content() == MenuBarContent::NoDeployments);
         QCOMPARE(list()->model()->rowCount(), 0);
+    }
+
+    void whoeverOpensItAgainBeginsAtTheTop()
+    {
+        QList<FakeGitHub::Deployment> many;
+        for (int i = 0; i < 50; ++i)
+            many.append({QString::number(i), text("SUCCESS")});
+        connectWithDeployments(many);
+        m_fixture->tick();
+        show();
+        QVERIFY(list()->hasFocus());
+        QTest::keyClick(list(), Qt::Key_End);
+        QVERIFY(list()->verticalScrollBar()->value() > 0);
+        m_view->hide();
+        m_view->show();
+        QCOMPARE(list()->verticalScrollBar()->value(), 0);
+        QTest::keyClick(list(), Qt::Key_Down);
+        QCOMPARE(list()->currentIndex().row(), 1);
     }
 
     void spinnersTurnOnlyWhileTheyAreSeen()

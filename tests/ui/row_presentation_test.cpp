@@ -175,6 +175,20 @@ private Q_SLOTS:
         QCOMPARE(environmentAddress(snapshot)->text(), text("https://shop.example"));
     }
 
+    void theKeysAreExplained()
+    {
+        auto snapshot = deployment();
+        QCOMPARE(rowKeys(snapshot), text("Return opens the deployments page."));
+        snapshot.logURL = WebAddress(text("https://ci.example/1"));
+        QCOMPARE(rowKeys(snapshot), text("Return opens the log."));
+        snapshot.environmentURL = WebAddress(text("https://shop.example"));
+        QCOMPARE(rowKeys(snapshot), text("Return opens the log. Control Return opens the environment."));
+        snapshot.logURL = {};
+        snapshot.environmentURL = {};
+        snapshot.repositoryURL = WebAddress(text("file:///x"));
+        QVERIFY(rowKeys(snapshot).isEmpty());
+    }
+
     void theMenuOffersWhatCanBeDone()
     {
         using enum RowActionKind;
