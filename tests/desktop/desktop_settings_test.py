@@ -74,7 +74,9 @@ class Settings:
 
     def accounts(self):
         """The logins of the rows, in their order."""
-        return [row.name for row in self.find("filler", "GitHub accounts").children()]
+        names = [row.name for row in self.find("filler", "GitHub accounts").children()]
+        # What separates the rows has no name.
+        return [name for name in names if name]
 
     def expect_account(self, login, *texts):
         """Waits until the row of the account shows these texts and no others, buttons last."""
