@@ -65,6 +65,13 @@ MenuBarView::MenuBarView(const Services &services, QWidget *parent)
     showStores();
 }
 
+/// What ends now tells the stores, and those tell this view, of which nothing may be gone yet.
+MenuBarView::~MenuBarView()
+{
+    m_isShown = false;
+    m_work.cancelAll();
+}
+
 void MenuBarView::makeContents()
 {
     m_codePanel = new DeviceCodePanel(
@@ -240,7 +247,7 @@ QCoro::Task<> MenuBarView::refreshEverything(std::stop_token stop)
 {
     const QPointer<MenuBarView> self(this);
     co_await m_services.installations->refresh(m_services.authentication, stop);
-    if (!self)
+    if (!self || stop.stop_requested())
         co_return;
     co_await m_services.monitor->refreshAll(
         m_services.authentication, m_services.installations, m_services.clock->now());

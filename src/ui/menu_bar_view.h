@@ -44,6 +44,7 @@ public:
     };
 
     explicit MenuBarView(const Services &services, QWidget *parent = nullptr);
+    ~MenuBarView() override;
 
     /// Whether a refresh that was started here is running. The monitor's own refreshes are not counted.
     [[nodiscard]] bool isRefreshing() const { return m_isRefreshing; }

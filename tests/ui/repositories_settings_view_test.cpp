@@ -48,6 +48,12 @@ private Q_SLOTS:
             alice.repositories.append(repository(QString::fromLatin1(name)));
         m_fixture->build();
     }
+    void cleanup()
+    {
+        // A refresh whose answer a test held back still waits for it.
+        m_fixture->github.session->resume([](const HTTPRequest &) -> HTTPResponse { throw CancellationError(); });
+        drainEvents();
+    }
 
     void everyTextIsThere()
     {
