@@ -9,6 +9,7 @@ import re
 import unittest
 
 from headless import eventually
+from headless.bus import BusError
 from velmora import PROGRAM, SAMPLE, Simulator, VelmoraTest
 
 _FIRST = "mira-oakes"
@@ -74,9 +75,9 @@ class Settings:
 
     def accounts(self):
         """The logins of the rows, in their order."""
-        names = [row.name for row in self.find("filler", "GitHub accounts").children()]
+        rows = _from_the_top(self.find("filler", "GitHub accounts").children())
         # What separates the rows has no name.
-        return [name for name in names if name]
+        return [row.name for row in rows if row.name]
 
     def expect_account(self, login, *texts):
         """Waits until the row of the account shows these texts and no others, buttons last."""
@@ -85,7 +86,10 @@ class Settings:
 
     def expect_installations(self, expected):
         """Where the App is installed: login, and whether the switch is on, in the order of the list."""
-        _expect(lambda: _choices(self.find("filler", "Installations").children(), "check box"), expected)
+        _expect(self._installations, expected)
+
+    def _installations(self):
+        return _choices(_from_the_top(self.find("filler", "Installations").children()), "check box")
 
     def expect_repositories(self, expected):
         """The rows of the list, in sight or not: whether the switch is on, by the name."""
@@ -109,9 +113,18 @@ class Settings:
 
     def _focus(self):
         """What has the focus: role, name and place, for some are named alike."""
-        # Whatever hands the focus on to a control claims to have it, too; the control itself comes last.
-        found = [one for one in self._window.all() if "focused" in one.states and one.role != "page tab"]
+        claims = [one for one in self._window.all() if "focused" in one.states]
+        # Whatever hands the focus on to a control claims it, too, and the control comes last. The current tab and the
+        # current row of a list claim it wherever it is.
+        found = [one for one in claims if one.role not in ("page tab", "list item")]
+        if found and found[-1].role == "list":
+            found += [one for one in claims if one.role == "list item"]
         return (found[-1].role, found[-1].name, found[-1].place) if found else None
+
+
+def _from_the_top(elements):
+    """In the order in which they are seen; the tree has them in the order in which they came."""
+    return sorted(elements, key=lambda element: element.place[1])
 
 
 def _choices(elements, role):
@@ -131,13 +144,17 @@ def _expect(read, expected):
     seen = []
 
     def is_there():
-        seen[:] = [read()]
+        try:
+            seen[:] = [read()]
+        except BusError:
+            # Something went while it was read.
+            return False
         return seen == [expected]
 
     try:
         eventually(is_there, "what is expected")
     except TimeoutError:
-        raise AssertionError(f"{seen[0]} instead of {expected}") from None
+        raise AssertionError(f"{seen} instead of [{expected}]") from None
 
 
 class SettingsTest(VelmoraTest):
