@@ -278,7 +278,8 @@ void AccountsSettingsView::remove(qint64 accountID)
 {
     m_services.authentication->remove(accountID);
     // Not ended by leaving the tab: what the account reached has to go from the other tabs and the monitor, too.
-    launch(m_services.installations->refresh(m_services.authentication), "Loading installations after a removal");
+    auto refresh = m_services.installations->refresh(m_services.authentication, m_work.stopToken());
+    m_work.launch(std::move(refresh), "Loading installations after a removal");
 }
 
 void AccountsSettingsView::openInstallationPage()

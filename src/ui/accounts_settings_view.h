@@ -83,6 +83,7 @@ private:
     QHash<qint64, AccountRow *> m_accountRows;
     QHash<QString, SwitchControl *> m_installationSwitches;
     bool m_isAtGitHub = false; ///< the person was sent to a page on which installations change
+    TaskScope m_work;
     TaskScope m_appearance; ///< what is only worth doing while the tab is shown
 };
 

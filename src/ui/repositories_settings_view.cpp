@@ -2,7 +2,6 @@
 #include "ui/repositories_settings_view.h"
 
 #include "installations/installation_store.h"
-#include "support/task_scope.h"
 #include "ui/busy_button.h"
 #include "ui/card.h"
 #include "ui/empty_state_view.h"
@@ -157,14 +156,15 @@ void RepositoriesSettingsView::keyPressEvent(QKeyEvent *event)
 void RepositoriesSettingsView::refresh()
 {
     setRefreshing(true);
-    launch(refreshStore(this, m_authentication, m_installations), "Refreshing repositories");
+    m_work.launch(refreshStore(this, m_authentication, m_installations, m_work.stopToken()), "Refreshing repositories");
 }
 
-QCoro::Task<> RepositoriesSettingsView::refreshStore(
-    QPointer<RepositoriesSettingsView> view, AuthenticationStore *authentication, InstallationStore *installations)
+QCoro::Task<> RepositoriesSettingsView::refreshStore(QPointer<RepositoriesSettingsView> view,
+    AuthenticationStore *authentication, InstallationStore *installations, std::stop_token stop)
 {
-    co_await installations->refresh(authentication);
-    if (view)
+    co_await installations->refresh(authentication, stop);
+    // The stop comes while the view is being destroyed, when it still can be reached.
+    if (view && !stop.stop_requested())
         view->setRefreshing(false);
 }
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QCoroTask>
+#include "support/task_scope.h"
+
 #include <QPointer>
 #include <QWidget>
 
@@ -23,7 +24,8 @@ class SearchField;
 /// The Repositories tab: search, one switch for each repository, two buttons for all of them, and a refresh.
 ///
 /// Shows what the store says; its own are only the search text and whether a refresh that it started runs. Letters that
-/// are typed anywhere on the tab go to the search field.
+/// are typed anywhere on the tab go to the search field. A refresh goes on while another tab is shown and ends with the
+/// view.
 class RepositoriesSettingsView final : public QWidget
 {
     Q_OBJECT
@@ -45,8 +47,8 @@ private:
     void showState();
     void showRepositories();
     void showArea();
-    static QCoro::Task<> refreshStore(
-        QPointer<RepositoriesSettingsView> view, AuthenticationStore *authentication, InstallationStore *installations);
+    static QCoro::Task<> refreshStore(QPointer<RepositoriesSettingsView> view, AuthenticationStore *authentication,
+        InstallationStore *installations, std::stop_token stop);
 
     AuthenticationStore *m_authentication;
     InstallationStore *m_installations;
@@ -62,6 +64,7 @@ private:
     RepositoryListView *m_list;
     MessageRow *m_warning;
     bool m_isRefreshing = false;
+    TaskScope m_work;
 };
 
 } // namespace velmora

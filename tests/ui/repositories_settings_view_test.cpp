@@ -373,16 +373,31 @@ private Q_SLOTS:
             QStringLiteral("Search repositories"));
     }
 
-    void aViewThatIsGoneLetsTheRefreshEnd()
+    void aRefreshGoesOnWhileAnotherTabIsShown()
+    {
+        open();
+        m_fixture->github.session->handler = {};
+        refreshButton()->click();
+        drainEvents();
+        m_view->hide();
+        drainEvents();
+        QVERIFY(m_fixture->github.session->answerNext(FakeHTTPSession::response(200, "{\"installations\":[]}")));
+        drainEvents();
+        m_view->show();
+        QVERIFY(refreshButton()->isEnabled());
+        QCOMPARE(m_fixture->installations->state().state, InstallationLoadingState::Case::Ready);
+    }
+
+    void aRefreshEndsWithTheView()
     {
         open();
         m_fixture->github.session->handler = {};
         refreshButton()->click();
         drainEvents();
         m_view.reset();
-        QVERIFY(m_fixture->github.session->answerNext(FakeHTTPSession::response(200, "{\"installations\":[]}")));
         drainEvents();
-        QCOMPARE(m_fixture->installations->state().state, InstallationLoadingState::Case::Ready);
+        QCOMPARE(m_fixture->github.session->openRequests, 0);
+        QCOMPARE(m_fixture->installations->state().state, InstallationLoadingState::Case::Disconnected);
     }
 
     void hostileNamesAreShownLiterally()
