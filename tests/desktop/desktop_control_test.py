@@ -34,6 +34,7 @@ class ControlTest:
         self.addCleanup(self.sample.end)
         self.window = self.session.accessibility.program(self.sample.pid).find(name="Sample")
         self.window.find("label", "Nothing happened")
+        eventually(lambda: self.session.window_of(self.sample).is_active, "the window to come to the front")
 
     def test_lists_the_window_with_its_place(self):
         window = self.session.window_of(self.sample)

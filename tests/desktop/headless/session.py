@@ -97,12 +97,23 @@ class Session:
         eventually(lambda: not self._is_covered(window), "other windows to go from this one")
         return self.screen.settled_picture((window.x, window.y, window.width, window.height))
 
+    def _resting_place(self, accessible):
+        """The middle of it, once two looks in a row agree on that: a window that has just opened may still move."""
+        seen = [accessible.middle]
+
+        def is_resting():
+            seen.append(accessible.middle)
+            return seen[-1] == seen[-2]
+
+        eventually(is_resting, f"{accessible!r} to stay where it is")
+        return seen[-1]
+
     def _is_covered(self, window):
         return any(other.pid != window.pid and other.overlaps(window) for other in self.windows.list())
 
     def click(self, accessible, button=1):
         """Clicks in the middle of what the tree of accessible objects shows."""
-        x, y = accessible.middle
+        x, y = self._resting_place(accessible)
         if self._windowing == "wayland":
             # There a program does not know where its window is.
             window = next(window for window in self.windows.list() if window.pid == accessible.pid)
