@@ -107,10 +107,16 @@ namespace
 
 void runXdotool(const QStringList &arguments)
 {
-    QProcess process;
-    process.start(QStringLiteral("xdotool"), arguments);
-    if (!process.waitForFinished() || process.exitCode() != 0)
-        qFatal("xdotool does not run");
+    QByteArray complaint;
+    // On a busy machine the display does not always take a new connection at once.
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        QProcess process;
+        process.start(QStringLiteral("xdotool"), arguments);
+        if (process.waitForFinished() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
+            return;
+        complaint = process.errorString().toUtf8() + ' ' + process.readAllStandardError();
+    }
+    qFatal("xdotool does not run: %s", complaint.constData());
 }
 
 } // namespace
