@@ -56,9 +56,10 @@ class ConnectionTest(VelmoraTest):
     def test_a_click_opens_the_log_the_environment_or_the_deployments_of_the_repository(self):
         velmora = self.start_velmora()
         window = self.connect(velmora)
-        # Connecting has led to pages too.
+        # Connecting has led to pages too: that of the code, and that of the installation.
         opened = self.desktop.browser.opened
-        already = len(opened())
+        already = 2
+        eventually(lambda: len(opened()) == already, "the pages of the connection")
 
         velmora.click_row(window, "production")
         eventually(lambda: len(opened()) == already + 1, "the log")
