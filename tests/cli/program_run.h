@@ -15,6 +15,13 @@
 namespace velmora::testing
 {
 
+/// What "within a second" allows, in milliseconds: a sanitized program looks for leaks before it ends.
+#ifdef __SANITIZE_ADDRESS__
+inline constexpr int kWithinASecond = 15'000;
+#else
+inline constexpr int kWithinASecond = 1'000;
+#endif
+
 /// The real program in a process of its own, whose streams are pipes.
 class ProgramRun
 {

@@ -316,7 +316,7 @@ private Q_SLOTS:
         const auto run = started("connect");
         QVERIFY(run->prints("Enter this code"));
         run->signal(SIGINT);
-        QVERIFY(run->ends(1000));
+        QVERIFY(run->ends(kWithinASecond));
         QCOMPARE(run->code(), 1);
         QCOMPARE(run->err(), QByteArray("The connection was cancelled.\n"));
         QCOMPARE(finished("accounts --json")->out(), QByteArray("[]\n"));
@@ -339,7 +339,7 @@ private Q_SLOTS:
         QVERIFY(run->prints("\"loading\""));
         QVERIFY(areOpen("/graphql", 1));
         run->signal(number);
-        QVERIFY(run->ends(1000));
+        QVERIFY(run->ends(kWithinASecond));
         QCOMPARE(run->code(), 0);
         QCOMPARE(run->err(), QByteArray());
     }
@@ -353,7 +353,7 @@ private Q_SLOTS:
         QVERIFY(areOpen("/user/installations", 2));
         for (ProgramRun *run : {watching.get(), listing.get()}) {
             run->signal(SIGINT);
-            QVERIFY(run->ends(1000));
+            QVERIFY(run->ends(kWithinASecond));
             QCOMPARE(run->code(), 1);
             QCOMPARE(run->err(), QByteArray("Cancelled.\n"));
         }
@@ -379,7 +379,7 @@ private Q_SLOTS:
         QVERIFY(run->prints("\"ready\""));
         QTest::qWait(200);
         run->signal(SIGINT);
-        QVERIFY(run->ends(1000));
+        QVERIFY(run->ends(kWithinASecond));
         const QList<QByteArray> lines = run->out().trimmed().split('\n');
         for (qsizetype i = 1; i < lines.size(); ++i)
             QVERIFY(lines.at(i) != lines.at(i - 1));
@@ -410,7 +410,7 @@ private Q_SLOTS:
         QVERIFY(run->prints("* " + name.toUtf8() + " failed"));
         QVERIFY(waitUntil([&] { return daemon.notified.size() >= posts; }));
         run->signal(SIGINT);
-        QVERIFY(run->ends(2000));
+        QVERIFY(run->ends());
         QCOMPARE(daemon.notified.size(), posts);
         QCOMPARE(daemon.capabilityQuestions, posts);
         if (posts > 0)
@@ -423,7 +423,7 @@ private Q_SLOTS:
         const auto run = started("watch");
         QVERIFY(run->prints("harbourlight/") || run->prints("/"));
         run->signal(SIGINT);
-        QVERIFY(run->ends(1000));
+        QVERIFY(run->ends(kWithinASecond));
         QVERIFY(!run->out().contains('\x1b'));
         QVERIFY(run->out().startsWith("Velmora: "));
     }
@@ -467,7 +467,7 @@ private Q_SLOTS:
         } else {
             terminal.type("\x03"); // Ctrl-C, as the terminal sends it
         }
-        QVERIFY(run.ends(1000));
+        QVERIFY(run.ends(kWithinASecond));
         QCOMPARE(run.code(), 0);
         QVERIFY(terminal.echoes());
         const QByteArray &output = terminal.output();

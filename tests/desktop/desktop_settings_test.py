@@ -19,7 +19,10 @@ _SHARED = "harbourlight"
 _OF_FIRST = "quillworks"
 _OF_SECOND = "pinecrest-labs"
 _NOTIFY_SUCCESSES = "Notify me when deployments succeed"
+_NOTIFY_FAILURES = "Notify me when deployments fail"
 _LAUNCH_AT_LOGIN = "Launch Velmora at login"
+# GitHub is asked again after 30 seconds at the latest, which a key can only hasten when nothing is asked right now.
+_LONGER_THAN_A_CYCLE = 60.0
 # More than a tab has controls.
 _LONGEST_WALK = 30
 
@@ -313,13 +316,9 @@ class AccountsTest(SettingsTest):
         eventually(lambda: self.known_accounts() == [_FIRST], "the account to leave the disk")
         self.expect_owners(present=[_SHARED], absent=[_OF_SECOND, _SECOND])
 
-    def test_removing_the_last_account_leads_back_to_the_beginning(self):
-        settings = self.open()
-        self.connect(settings, _FIRST)
-        settings.find("check box", f"{_FIRST}, monitored")
-
+        # The last one, too, and it is still gone after a restart.
+        settings.enter_accounts()
         settings.click("push button", "Remove")
-
         settings.find("label", "No GitHub accounts")
         settings.wait_until_gone("Installations")
         eventually(lambda: self.desktop.keyring.items() == [], "the credential to leave the keyring")
@@ -331,11 +330,16 @@ class AccountsTest(SettingsTest):
         window = self.velmora.open_by_click()
 
         def fits():
-            rows = [row.name for row in window.find("list", "Deployments").children()]
+            try:
+                rows = [row.name for row in window.find("list", "Deployments").children()]
+            except BusError:
+                # One left the list while it was read.
+                return False
             owners = {row.partition("/")[0] for row in rows if "/" in row}
             return owners.issuperset(present) and not owners.intersection(absent)
 
-        eventually(fits, f"deployments of {present} and none of {list(absent)}")
+        self.desktop.screen.key("ctrl+r")
+        eventually(fits, f"deployments of {present} and none of {list(absent)}", _LONGER_THAN_A_CYCLE)
         self.assertEqual(window.all("label", "Showing saved data"), [])
         self.desktop.screen.key("Escape")
         self.velmora.settings()
@@ -429,43 +433,34 @@ class GeneralTest(SettingsTest):
         self.settings = self.open()
         self.settings.enter_general()
 
-    def restart_there(self):
-        self.settings = self.restart()
-        self.settings.enter_general()
-
     def kept_successes(self):
         return self.preferences().get("general.successNotificationsEnabled", False)
 
-    def test_keeps_whether_successes_are_told(self):
-        self.settings.expect_switch(_NOTIFY_SUCCESSES, False)
-
-        self.settings.click("check box", _NOTIFY_SUCCESSES)
-        self.settings.expect_switch(_NOTIFY_SUCCESSES, True)
-        eventually(self.kept_successes, "the choice on the disk")
-        self.restart_there()
-        self.settings.expect_switch(_NOTIFY_SUCCESSES, True)
-        self.settings.expect_switch("Notify me when deployments fail", True)
-
-        self.settings.key("alt+s")
-        self.settings.expect_switch(_NOTIFY_SUCCESSES, False)
-        eventually(lambda: not self.kept_successes(), "the choice on the disk")
-
-    def test_starts_at_login_or_not(self):
+    def test_keeps_what_is_told_and_whether_velmora_starts_at_login(self):
         entry = f"{self.desktop.environment['XDG_CONFIG_HOME']}/autostart/com.tarvik.Velmora.desktop"
+        self.settings.expect_switch(_NOTIFY_SUCCESSES, False)
         self.settings.expect_switch(_LAUNCH_AT_LOGIN, False)
         self.assertFalse(os.path.exists(entry))
 
+        self.settings.click("check box", _NOTIFY_SUCCESSES)
         self.settings.click("check box", _LAUNCH_AT_LOGIN)
-        self.settings.expect_switch(_LAUNCH_AT_LOGIN, True)
+        eventually(self.kept_successes, "the choice on the disk")
+        eventually(lambda: os.path.exists(entry), "the entry that starts Velmora")
         with open(entry, encoding="utf-8") as file:
             self.assertRegex(file.read(), rf'(?m)^Exec="?{re.escape(PROGRAM)}"? --background$')
-        self.restart_there()
+        self.settings = self.restart()
+        self.settings.enter_general()
+        self.settings.expect_switch(_NOTIFY_SUCCESSES, True)
+        self.settings.expect_switch(_NOTIFY_FAILURES, True)
         self.settings.expect_switch(_LAUNCH_AT_LOGIN, True)
 
+        self.settings.key("alt+s")
         self.settings.walk_to("check box", _LAUNCH_AT_LOGIN)
         self.settings.key("space")
-        eventually(lambda: not os.path.exists(entry), "the entry to go")
+        self.settings.expect_switch(_NOTIFY_SUCCESSES, False)
         self.settings.expect_switch(_LAUNCH_AT_LOGIN, False)
+        eventually(lambda: not self.kept_successes(), "the choice on the disk")
+        eventually(lambda: not os.path.exists(entry), "the entry to go")
 
 
 if __name__ == "__main__":
