@@ -102,6 +102,8 @@ QCoro::Task<> Program::runAndExit()
     } catch (const Error &error) {
         m_err.writeLine(error.description());
     }
+    // It has heeded the end; what follows has a bound of its own.
+    m_patience.stop();
     if (m_app) {
         co_await finishRefreshes();
         m_app->files().preferences.flush();
