@@ -70,7 +70,8 @@ QCoro::Task<ExitCode> Program::runDesktop()
 QCoro::Task<> Program::connectDemo()
 {
     co_await Demo::connectAccounts(&m_app->authentication(), m_stop.get_token());
-    m_demo->handOver();
+    if (m_demo)
+        m_demo->handOver();
 }
 
 } // namespace velmora

@@ -2,6 +2,7 @@
 #include "ui/menu_bar_window.h"
 
 #include "ui/tones.h"
+#include "ui/window_activation.h"
 #include "ui/window_placement.h"
 
 #include <QApplication>
@@ -18,8 +19,6 @@ namespace velmora
 
 namespace
 {
-
-constexpr auto kTokenVariable = "XDG_ACTIVATION_TOKEN";
 
 Qt::WindowFlags flagsFor(MenuBarWindow::Placement placement)
 {
@@ -112,13 +111,7 @@ void MenuBarWindow::closeEvent(QCloseEvent *event)
 
 void MenuBarWindow::takeFocus(const QString &activationToken)
 {
-    // Qt's plugin for Wayland takes the token from there. Nothing that is started later may find it.
-    if (!activationToken.isEmpty())
-        qputenv(kTokenVariable, activationToken.toUtf8());
-    raise();
-    activateWindow();
-    if (!activationToken.isEmpty())
-        qunsetenv(kTokenVariable);
+    bringToFront(this, activationToken);
 }
 
 QSize MenuBarWindow::wantedSize() const

@@ -1,18 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "ui/settings_window.h"
 
+#include "ui/window_activation.h"
+
 #include <QShortcut>
 #include <QVBoxLayout>
 
 namespace velmora
 {
-
-namespace
-{
-
-constexpr auto kTokenVariable = "XDG_ACTIVATION_TOKEN";
-
-} // namespace
 
 SettingsWindow::SettingsWindow(const SettingsView::Services &services, QWidget *parent)
     : QWidget(parent, Qt::Window)
@@ -39,13 +34,7 @@ void SettingsWindow::open(const QString &activationToken)
         showNormal();
     else
         show();
-    // Qt's plugin for Wayland takes the token from there. Nothing that is started later may find it.
-    if (!activationToken.isEmpty())
-        qputenv(kTokenVariable, activationToken.toUtf8());
-    raise();
-    activateWindow();
-    if (!activationToken.isEmpty())
-        qunsetenv(kTokenVariable);
+    bringToFront(this, activationToken);
 }
 
 } // namespace velmora
