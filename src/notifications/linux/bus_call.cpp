@@ -2,27 +2,14 @@
 #include "notifications/linux/bus_call.h"
 
 #include "notifications/notification_error.h"
-#include "support/one_shot.h"
 
 #include <QDBusError>
-#include <QDBusPendingCallWatcher>
-
-#include <algorithm>
-#include <limits>
 
 namespace velmora
 {
 
 namespace
 {
-
-constexpr auto kBusName = "org.freedesktop.DBus";
-
-/// D-Bus takes 0 and less for "no bound given".
-int millisecondsUntil(const QDeadlineTimer &deadline)
-{
-    return static_cast<int>(std::clamp<qint64>(deadline.remainingTime(), 1, std::numeric_limits<int>::max()));
-}
 
 NotificationError errorFor(const QDBusMessage &answer)
 {
@@ -48,29 +35,7 @@ NotificationError errorFor(const QDBusMessage &answer)
     return NotificationError(Failed, name);
 }
 
-QDBusMessage callOfTheBus(const QString &method)
-{
-    const QString name = QString::fromLatin1(kBusName);
-    return QDBusMessage::createMethodCall(name, QStringLiteral("/org/freedesktop/DBus"), name, method);
-}
-
 } // namespace
-
-QCoro::Task<QDBusMessage> callBus(QDBusConnection bus, QDBusMessage message, QDeadlineTimer deadline)
-{
-    const QDBusPendingCall call = bus.asyncCall(message, millisecondsUntil(deadline));
-    // Without a connection it has failed already, and a watcher would stay silent.
-    if (call.isFinished())
-        co_return call.reply();
-    const OneShot<QDBusMessage> answer;
-    auto *const watcher = new QDBusPendingCallWatcher(call);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [answer](QDBusPendingCallWatcher *finished) {
-        finished->deleteLater();
-        answer.resolve(finished->reply());
-    });
-    auto result = co_await answer;
-    co_return result;
-}
 
 void requireReply(const QDBusMessage &answer, const QString &signature)
 {

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/application_service.h"
 
-#include "support/one_shot.h"
+#include "platform/bus_call.h"
 
 #include <QDBusAbstractAdaptor>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 
 namespace velmora
 {
@@ -13,7 +11,7 @@ namespace velmora
 namespace
 {
 
-constexpr int kCallTimeout = 2'000; // milliseconds
+constexpr std::chrono::seconds kCallTimeout(2);
 constexpr uint kDoNotQueue = 4; // a flag of the bus
 constexpr uint kPrimaryOwner = 1; // answers of the bus
 constexpr uint kAlreadyOwner = 4;
@@ -22,20 +20,6 @@ QString tokenIn(const QVariantMap &platformData)
 {
     const QString token = platformData.value(QStringLiteral("activation-token")).toString();
     return token.isEmpty() ? platformData.value(QStringLiteral("desktop-startup-id")).toString() : token;
-}
-
-QCoro::Task<QDBusMessage> call(QDBusConnection bus, QDBusMessage message)
-{
-    const OneShot<QDBusMessage> answered;
-    // The waiter goes on while the signal is still being sent, so that only later is there time to go.
-    auto *const watcher = new QDBusPendingCallWatcher(bus.asyncCall(message, kCallTimeout));
-    const auto note = [answered](QDBusPendingCallWatcher *finished) {
-        finished->deleteLater();
-        answered.resolve(finished->reply());
-    };
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, note);
-    const QDBusMessage answer = co_await answered;
-    co_return answer;
 }
 
 } // namespace
@@ -90,31 +74,43 @@ QCoro::Task<ApplicationService::Claim> ApplicationService::claim()
     // Whoever finds the name finds the object.
     if (m_bus.objectRegisteredAt(m_path) != this)
         m_bus.registerObject(m_path, this, QDBusConnection::ExportAdaptors);
-    const QString bus = QStringLiteral("org.freedesktop.DBus");
-    QDBusMessage request = QDBusMessage::createMethodCall(
-        bus, QStringLiteral("/org/freedesktop/DBus"), bus, QStringLiteral("RequestName"));
+    QDBusMessage request = callOfTheBus(QStringLiteral("RequestName"));
     request << m_name << kDoNotQueue;
-    const QDBusMessage answer = co_await call(m_bus, request);
+    const QDBusMessage answer = co_await callBus(m_bus, request, QDeadlineTimer(kCallTimeout));
     if (answer.type() != QDBusMessage::ReplyMessage)
         co_return Claim::NoBus;
     const uint result = answer.arguments().value(0).toUInt();
     co_return result == kPrimaryOwner || result == kAlreadyOwner ? Claim::Ours : Claim::Taken;
 }
 
-QCoro::Task<bool> ApplicationService::activateRunning(QString activationToken)
+QVariantMap ApplicationService::platformData(const QString &activationToken)
 {
-    if (!m_bus.isConnected())
-        co_return false;
-    QDBusMessage request = QDBusMessage::createMethodCall(
-        m_name, m_path, QStringLiteral("org.freedesktop.Application"), QStringLiteral("Activate"));
-    request.setAutoStartService(false);
     QVariantMap platformData;
     if (!activationToken.isEmpty()) {
         platformData.insert(QStringLiteral("activation-token"), activationToken);
         platformData.insert(QStringLiteral("desktop-startup-id"), activationToken);
     }
-    request << platformData;
-    const QDBusMessage answer = co_await call(m_bus, request);
+    return platformData;
+}
+
+QCoro::Task<bool> ApplicationService::activateRunning(QString activationToken)
+{
+    return callRunning(QStringLiteral("Activate"), {platformData(activationToken)});
+}
+
+QCoro::Task<bool> ApplicationService::actOnRunning(QString action, QString activationToken)
+{
+    const QVariant noParameters = QVariantList();
+    return callRunning(QStringLiteral("ActivateAction"), {action, noParameters, platformData(activationToken)});
+}
+
+QCoro::Task<bool> ApplicationService::callRunning(QString method, QVariantList arguments)
+{
+    QDBusMessage request = QDBusMessage::createMethodCall(
+        m_name, m_path, QStringLiteral("org.freedesktop.Application"), method);
+    request.setAutoStartService(false);
+    request.setArguments(arguments);
+    const QDBusMessage answer = co_await callBus(m_bus, request, QDeadlineTimer(kCallTimeout));
     co_return answer.type() == QDBusMessage::ReplyMessage;
 }
 

@@ -34,6 +34,9 @@ public:
     /// none. False when there was no answer within two seconds.
     [[nodiscard]] QCoro::Task<bool> activateRunning(QString activationToken);
 
+    /// Asks the process that has the name for one of its actions, as activateRunning() does.
+    [[nodiscard]] QCoro::Task<bool> actOnRunning(QString action, QString activationToken);
+
 Q_SIGNALS:
     /// The application is to show itself. The token is empty when none came along.
     void activated(const QString &activationToken);
@@ -41,6 +44,9 @@ Q_SIGNALS:
     void actionActivated(const QString &action, const QString &activationToken);
 
 private:
+    [[nodiscard]] static QVariantMap platformData(const QString &activationToken);
+    QCoro::Task<bool> callRunning(QString method, QVariantList arguments);
+
     QDBusConnection m_bus;
     QString m_name;
     QString m_path;

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#include "platform/bus_call.h"
+
+#include "support/cancel_on_stop.h"
+#include "support/task_scope.h"
+
+#include <QDBusPendingCallWatcher>
+
+#include <algorithm>
+#include <limits>
+
+namespace velmora
+{
+
+namespace
+{
+
+/// D-Bus takes 0 and less for "no bound given", and the largest number for "no bound".
+int millisecondsUntil(const QDeadlineTimer &deadline)
+{
+    constexpr int kUnbounded = std::numeric_limits<int>::max();
+    return deadline.isForever() ? kUnbounded
+                                : static_cast<int>(std::clamp<qint64>(deadline.remainingTime(), 1, kUnbounded - 1));
+}
+
+} // namespace
+
+QCoro::Task<QDBusMessage> callBus(
+    QDBusConnection bus, QDBusMessage message, QDeadlineTimer deadline, std::stop_token stop)
+{
+    throwIfStopped(stop);
+    const QDBusPendingCall call = bus.asyncCall(message, millisecondsUntil(deadline));
+    // Without a connection it has failed already, and a watcher would stay silent.
+    if (call.isFinished())
+        co_return call.reply();
+    const OneShot<QDBusMessage> answer;
+    // The waiter goes on while the signal is still being sent, so that only later is there time to go.
+    auto *const watcher = new QDBusPendingCallWatcher(call);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [answer](QDBusPendingCallWatcher *finished) {
+        finished->deleteLater();
+        answer.resolve(finished->reply());
+    });
+    const CancelOnStop cancel(answer, stop);
+    auto result = co_await answer;
+    co_return result;
+}
+
+QDBusMessage callOfTheBus(const QString &method)
+{
+    const QString name = QStringLiteral("org.freedesktop.DBus");
+    return QDBusMessage::createMethodCall(name, QStringLiteral("/org/freedesktop/DBus"), name, method);
+}
+
+} // namespace velmora
