@@ -2,7 +2,7 @@
 #include "app/demo.h"
 
 #include "accounts/in_memory_credential_store.h"
-#include "cli/signal_waiting.h"
+#include "support/signal_waiting.h"
 #include "platform/linux/browser_url_opener.h"
 #include "platform/linux/clipboard_pasteboard.h"
 #include "support/error.h"

@@ -119,6 +119,8 @@ void Desktop::start()
     launch(m_app->settings().repairLaunchAtLogin(), "repairing the start at login");
     if (m_options.opensAtStart)
         open();
+    if (m_options.opensSettingsAtStart)
+        openSettings();
     m_trayPatience.start((m_options.isBackground ? kPatienceAtLogin : kPatience) + kWindowDelay);
 }
 

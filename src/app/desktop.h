@@ -29,6 +29,7 @@ public:
     struct Options {
         bool isBackground = false; ///< started at login: no window opens by itself
         bool opensAtStart = false;
+        bool opensSettingsAtStart = false;
     };
 
     /// The application outlives the desktop.

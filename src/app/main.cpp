@@ -12,9 +12,15 @@ namespace
 
 using namespace velmora;
 
+bool isForDesktop(const CommandLine &line)
+{
+    using Command = CommandLine::Command;
+    return line.command == Command::Desktop || line.command == Command::Show || line.command == Command::Settings;
+}
+
 std::unique_ptr<QCoreApplication> makeApplication(const CommandLine &line, int &argc, char **argv)
 {
-    if (line.command == CommandLine::Command::Desktop) {
+    if (isForDesktop(line) && isDisplayNamed()) {
         endQuietlyWithoutDisplay();
         auto application = std::make_unique<QApplication>(argc, argv);
         // The windows come and go; the tray item stays.
@@ -52,10 +58,6 @@ int runVelmora(int argc, char **argv)
         endQuietlyWithoutDisplay();
         const QGuiApplication application(argc, argv);
         return static_cast<int>(ExitCode::Done);
-    }
-    if (line.command == CommandLine::Command::Desktop && !isDisplayNamed()) {
-        reportNoDisplay();
-        return static_cast<int>(ExitCode::Failed);
     }
     const QString token = startupToken();
     // Our arguments are none of the toolkit's.

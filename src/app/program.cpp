@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "app/program.h"
 
-#include "accounts/keychain_credential_store.h"
 #include "app/logging.h"
-#include "cli/signal_waiting.h"
-#include "notifications/linux/desktop_notifications.h"
-#include "platform/linux/background_portal_login_item.h"
-#include "platform/linux/browser_url_opener.h"
-#include "platform/linux/clipboard_pasteboard.h"
-#include "platform/linux/flatpak.h"
+#include "platform/pasteboard.h"
+#include "platform/url_opener.h"
+#include "support/signal_waiting.h"
 #include "support/task_scope.h"
 
 #include <QCoreApplication>
@@ -33,14 +29,6 @@ void unwind()
         QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
-}
-
-QString missingConfiguration(const AppEnvironment &environment)
-{
-    if (environment.configuration.githubClientID)
-        return QString();
-    return QStringLiteral("Set GITHUB_CLIENT_ID in the environment or in %1/velmora.properties.")
-        .arg(environment.directories.configuration);
 }
 
 } // namespace
@@ -83,9 +71,13 @@ int Program::run()
     QTimer::singleShot(0, this, start);
     const int code = QCoreApplication::exec();
     m_desktop.reset();
+    m_service.reset();
+    m_saved.reset();
     m_wakeSources.reset();
+    m_control.reset();
     m_app.reset();
     m_notifier.setDesktop(nullptr);
+    m_desktopNotifier.reset();
     m_desktopNotifications.reset();
     m_demo.reset();
     unwind();
@@ -124,148 +116,16 @@ QCoro::Task<> Program::finishRefreshes()
 
 QCoro::Task<ExitCode> Program::runCommand()
 {
-    if (m_line.command == CommandLine::Command::Desktop) {
-        const bool isFirst = co_await claimDesktop();
-        if (!isFirst)
-            co_return ExitCode::Done;
-    }
-    if (m_line.isDemo) {
-        m_demo = std::make_unique<Demo>();
-        co_await m_demo->start(m_stop.get_token());
-    }
-    if (m_line.command != CommandLine::Command::Status || m_line.isDemo) {
-        const ExitCode code = co_await runWithStores();
-        co_return code;
-    }
-    // Nothing of the network, and nothing of the keyring, for what was saved.
-    ProfileFiles files(XDGDirectories::fromEnvironment());
-    listenTo(&files.preferences);
-    CommandContext context = baseContext(QString::fromUtf16(kApplicationName));
-    context.preferences = &files.preferences;
-    context.cache = &files.cache;
-    const ExitCode code = co_await runStatus(context, m_line);
-    co_return code;
-}
-
-QCoro::Task<ExitCode> Program::runWithStores()
-{
-    AppEnvironment environment = m_demo ? m_demo->environment() : realEnvironment();
-    environment.notifier = &m_notifier;
-    environment.clock = &m_clock;
-    announceOnDesktop(&environment);
-    CommandContext context = baseContext(environment.applicationName);
-    context.installationURL = environment.configuration.installationURL();
-    context.missingConfiguration = missingConfiguration(environment);
-    m_app = std::make_unique<VelmoraApp>(std::move(environment));
-    listenTo(&m_app->files().preferences);
-    context.preferences = &m_app->files().preferences;
-    context.cache = &m_app->files().cache;
-    context.authentication = &m_app->authentication();
-    context.installations = &m_app->installations();
-    context.monitor = &m_app->monitor();
-    context.settings = &m_app->settings();
-    if (m_demo) {
-        Demo::fillPreferences(&m_app->files().preferences);
-        const bool connectsFirst
-            = m_line.command != CommandLine::Command::Connect && m_line.command != CommandLine::Command::Desktop;
-        if (connectsFirst)
-            co_await connectDemo();
-    }
-    const ExitCode code = co_await dispatch(context);
-    co_return code;
-}
-
-QCoro::Task<ExitCode> Program::dispatch(CommandContext context)
-{
     switch (m_line.command) {
-    case CommandLine::Command::Connect:
-        return runConnect(std::move(context));
-    case CommandLine::Command::Accounts:
-        return runAccounts(std::move(context), m_line);
-    case CommandLine::Command::RemoveAccount:
-        return runRemoveAccount(std::move(context), m_line);
-    case CommandLine::Command::Installations:
-        return runInstallations(std::move(context), m_line);
-    case CommandLine::Command::Repositories:
-        return runRepositories(std::move(context), m_line);
-    case CommandLine::Command::Status:
-        return runStatus(std::move(context), m_line);
     case CommandLine::Command::Desktop:
-        watchMachine();
-        return runDesktop();
-    case CommandLine::Command::Watch:
-    case CommandLine::Command::IsConfigured:
-    case CommandLine::Command::IsDisplayUsable:
-        break;
+    case CommandLine::Command::Show:
+    case CommandLine::Command::Settings:
+        return runAsDesktop();
+    case CommandLine::Command::Quit:
+        return quitRunning();
+    default:
+        return runInTerminal();
     }
-    if (!m_line.isOnce)
-        watchMachine();
-    return runWatch(std::move(context), m_line);
-}
-
-void Program::watchMachine()
-{
-    m_wakeSources = std::make_unique<WakeSources>(QDBusConnection::systemBus(), &m_app->wakeWatch());
-}
-
-AppEnvironment Program::realEnvironment()
-{
-    m_pasteboard = std::make_unique<ClipboardPasteboard>();
-    m_urlOpener = std::make_unique<BrowserURLOpener>();
-    AppEnvironment environment;
-    environment.applicationName = QString::fromUtf16(kApplicationName);
-    environment.directories = XDGDirectories::fromEnvironment();
-    environment.configuration = AppConfiguration::load(environment.directories);
-    environment.credentialStore = std::make_shared<KeychainCredentialStore>(AppConfiguration::keychainService());
-    environment.pasteboard = m_pasteboard.get();
-    environment.urlOpener = m_urlOpener.get();
-    if (isInsideFlatpak()) {
-        environment.makeLoginItem = [](Preferences *preferences) {
-            const QStringList command{QStringLiteral("velmora"), QStringLiteral("--background")};
-            return std::make_unique<BackgroundPortalLoginItem>(QDBusConnection::sessionBus(), preferences, command);
-        };
-    }
-    return environment;
-}
-
-/// The desktop's own program announces there and nowhere else; the terminal announces there as well. Where there is no
-/// session bus, as over a bare network login, there is no desktop to speak of.
-void Program::announceOnDesktop(AppEnvironment *environment)
-{
-    const QDBusConnection bus = QDBusConnection::sessionBus();
-    const bool isDesktop = m_line.command == CommandLine::Command::Desktop;
-    const bool isWatching = m_line.command == CommandLine::Command::Watch && !m_line.isOnce && !m_line.isQuiet;
-    if (!isDesktop && !(isWatching && bus.isConnected()))
-        return;
-    m_desktopNotifications = desktopNotificationService(bus, *environment->urlOpener, environment->applicationName);
-    if (isDesktop)
-        environment->notifier = m_desktopNotifications.get();
-    else
-        m_notifier.setDesktop(m_desktopNotifications.get());
-}
-
-CommandContext Program::baseContext(const QString &applicationName)
-{
-    CommandContext context;
-    context.applicationName = applicationName;
-    context.out = &m_out;
-    context.err = &m_err;
-    context.terminalEvents = &m_signals;
-    context.clock = &m_clock;
-    context.notifier = &m_notifier;
-    context.stop = m_stop.get_token();
-    return context;
-}
-
-void Program::listenTo(FilePreferences *preferences)
-{
-    const auto report = [this](const QString &message) {
-        m_err.writeLine(message);
-    };
-    const QStringList failures = preferences->earlyFailures();
-    for (const QString &failure : failures)
-        report(failure);
-    connect(preferences, &Preferences::failed, this, report);
 }
 
 void Program::requestEnd()

@@ -7,6 +7,11 @@
 #include "app/wake_sources.h"
 #include "cli/commands.h"
 #include "cli/terminal_notifier.h"
+#include "control/linux/control_service.h"
+#include "control/linux/remote_control.h"
+#include "control/local_control.h"
+#include "control/observed_notifier.h"
+#include "control/saved_reports.h"
 #include "notifications/user_notification_service.h"
 #include "platform/linux/application_service.h"
 #include "support/clock.h"
@@ -35,20 +40,41 @@ public:
 
 private:
     QCoro::Task<> runAndExit();
+    QCoro::Task<ExitCode> runCommand();
+
+    // On the desktop.
+    QCoro::Task<ExitCode> runAsDesktop();
     QCoro::Task<bool> claimDesktop();
+    QCoro::Task<ExitCode> quitRunning();
+    QCoro::Task<> askRunning();
+    QCoro::Task<ExitCode> askFromElsewhere();
     void openDesktop(const QString &activationToken);
     void actOnDesktop(const QString &action, const QString &activationToken);
     QCoro::Task<ExitCode> runDesktop();
-    QCoro::Task<> connectDemo();
-    QCoro::Task<ExitCode> runCommand();
-    QCoro::Task<> finishRefreshes();
-    QCoro::Task<ExitCode> runWithStores();
+    void makeService();
+    [[nodiscard]] QString busName() const;
+
+    // In the terminal.
+    QCoro::Task<ExitCode> runInTerminal();
+    QCoro::Task<ExitCode> runConnecting();
+    QCoro::Task<ExitCode> runWithReports();
+    QCoro::Task<ExitCode> runWithControl();
     QCoro::Task<ExitCode> dispatch(CommandContext context);
+    QCoro::Task<ReportSource *> enterReports();
+    QCoro::Task<> leaveReports();
+
+    // The objects behind all of them.
+    QCoro::Task<> enterStores();
+    QCoro::Task<> leaveStores();
+    QCoro::Task<> enterSaved();
+    QCoro::Task<> connectDemo();
+    QCoro::Task<> finishRefreshes();
     void watchMachine();
     [[nodiscard]] AppEnvironment realEnvironment();
-    [[nodiscard]] CommandContext baseContext(const QString &applicationName);
     void announceOnDesktop(AppEnvironment *environment);
+    [[nodiscard]] CommandContext baseContext();
     void listenTo(FilePreferences *preferences);
+
     void requestEnd();
     [[noreturn]] void endAtOnce();
 
@@ -64,12 +90,19 @@ private:
     std::unique_ptr<URLOpener> m_urlOpener;
     std::unique_ptr<Demo> m_demo;
     std::unique_ptr<UserNotificationService> m_desktopNotifications;
+    std::unique_ptr<ObservedNotifier> m_desktopNotifier; ///< the tray program's
     TerminalNotifier m_notifier;
     std::unique_ptr<VelmoraApp> m_app;
+    std::unique_ptr<LocalControl> m_control; ///< of the app
+    std::unique_ptr<ProfileFiles> m_files; ///< where the app is not needed
+    std::unique_ptr<SavedReports> m_saved; ///< of the app's files, or of those
     std::unique_ptr<WakeSources> m_wakeSources; ///< for a command that goes on
+    std::unique_ptr<RemoteControl> m_remote; ///< of the Velmora that runs in the session
     std::unique_ptr<ApplicationService> m_service; ///< of the desktop's program
+    ControlService *m_controlService = nullptr; ///< the application service's
     std::unique_ptr<Desktop> m_desktop;
     bool m_opensAtStart = false; ///< somebody asked before there was a window
+    bool m_opensSettingsAtStart = false;
 };
 
 /// Whether a client id is configured; the answer for scripts. Says on standard error what is wrong with a

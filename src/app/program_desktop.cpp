@@ -1,30 +1,114 @@
 // SPDX-License-Identifier: MIT
 #include "app/program.h"
 
-#include "support/one_shot.h"
+#include "app/display_probe.h"
+#include "control/control_error.h"
+#include "support/signal_waiting.h"
 #include "support/task_scope.h"
+
+#include <QApplication>
 
 namespace velmora
 {
+
+namespace
+{
+
+/// Longer than a program that was asked to end takes before it ends itself.
+constexpr std::chrono::seconds kLongestQuitting{5};
+
+} // namespace
+
+QString Program::busName() const
+{
+    const QString name = QStringLiteral("com.tarvik.Velmora");
+    return m_line.isDemo ? name + QStringLiteral(".Demo") : name;
+}
+
+void Program::makeService()
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    m_service = std::make_unique<ApplicationService>(bus, busName());
+    m_controlService = new ControlService(bus, m_service.get());
+    connect(m_service.get(), &ApplicationService::activated, this, &Program::openDesktop);
+    connect(m_service.get(), &ApplicationService::actionActivated, this, &Program::actOnDesktop);
+}
+
+QCoro::Task<ExitCode> Program::runAsDesktop()
+{
+    m_remote = std::make_unique<RemoteControl>(QDBusConnection::sessionBus(), busName());
+    makeService();
+    if (!qobject_cast<QApplication *>(QCoreApplication::instance())) {
+        const ExitCode code = co_await askFromElsewhere();
+        co_return code;
+    }
+    const bool isFirst = co_await claimDesktop();
+    if (!isFirst)
+        co_return ExitCode::Done;
+    m_opensAtStart = m_opensAtStart || m_line.command == CommandLine::Command::Show;
+    m_opensSettingsAtStart = m_opensSettingsAtStart || m_line.command == CommandLine::Command::Settings;
+    co_await enterStores();
+    m_controlService->setControl(m_control.get());
+    watchMachine();
+    const ExitCode code = co_await runDesktop();
+    co_return code;
+}
+
+/// A terminal without a display, as over the network, can still ask the program that has one.
+QCoro::Task<ExitCode> Program::askFromElsewhere()
+{
+    const bool isRunning = co_await m_remote->locate(m_stop.get_token());
+    if (!isRunning) {
+        reportNoDisplay();
+        co_return ExitCode::Failed;
+    }
+    co_await askRunning();
+    co_return ExitCode::Done;
+}
 
 /// Whether this is the only Velmora of the session, or there is no telling. Otherwise the other one has been asked to
 /// come forward; at login it is left where it is.
 QCoro::Task<bool> Program::claimDesktop()
 {
-    const QString name = QStringLiteral("com.tarvik.Velmora");
-    m_service = std::make_unique<ApplicationService>(
-        QDBusConnection::sessionBus(), m_line.isDemo ? name + QStringLiteral(".Demo") : name);
-    connect(m_service.get(), &ApplicationService::activated, this, &Program::openDesktop);
-    connect(m_service.get(), &ApplicationService::actionActivated, this, &Program::actOnDesktop);
     const ApplicationService::Claim claim = co_await m_service->claim();
     if (claim != ApplicationService::Claim::Taken)
         co_return true;
-    if (!m_line.isBackground) {
-        const bool isAnswered = co_await m_service->activateRunning(m_startupToken);
-        if (!isAnswered)
-            throw ConfigurationError(QStringLiteral("Velmora is running already, but does not answer."));
-    }
+    if (!m_line.isBackground)
+        co_await askRunning();
     co_return false;
+}
+
+/// Has the running Velmora open what this one was started for.
+QCoro::Task<> Program::askRunning()
+{
+    bool isAnswered = false;
+    if (m_line.command == CommandLine::Command::Settings)
+        isAnswered = co_await m_service->actOnRunning(QStringLiteral("settings"), m_startupToken);
+    else
+        isAnswered = co_await m_service->activateRunning(m_startupToken);
+    if (!isAnswered)
+        throw ControlError(QStringLiteral("Velmora is running already, but does not answer."));
+}
+
+/// Done when it has gone, so that it can be started again at once.
+QCoro::Task<ExitCode> Program::quitRunning()
+{
+    m_remote = std::make_unique<RemoteControl>(QDBusConnection::sessionBus(), busName());
+    const bool isRunning = co_await m_remote->locate(m_stop.get_token());
+    if (!isRunning) {
+        m_err.writeLine(QStringLiteral("Velmora is not running."));
+        co_return ExitCode::Failed;
+    }
+    RemoteControl *const remote = m_remote.get();
+    const std::function<bool()> hasGone = [remote] {
+        return !remote->isRunning();
+    };
+    ApplicationService service(QDBusConnection::sessionBus(), busName());
+    std::ignore = co_await service.actOnRunning(QStringLiteral("quit"), QString());
+    co_await waitFor(remote, &RemoteControl::isRunningChanged, hasGone, m_stop.get_token(), kLongestQuitting);
+    if (!hasGone())
+        throw ControlError(QStringLiteral("Velmora is running, but does not end."));
+    co_return ExitCode::Done;
 }
 
 void Program::openDesktop(const QString &activationToken)
@@ -37,14 +121,14 @@ void Program::openDesktop(const QString &activationToken)
 
 void Program::actOnDesktop(const QString &action, const QString &activationToken)
 {
-    if (!m_desktop)
-        return;
-    if (action == QLatin1String("refresh"))
-        m_desktop->refresh();
+    if (action == QLatin1String("quit"))
+        requestEnd();
+    else if (action == QLatin1String("settings") && !m_desktop)
+        m_opensSettingsAtStart = true;
     else if (action == QLatin1String("settings"))
         m_desktop->openSettings(activationToken);
-    else if (action == QLatin1String("quit"))
-        requestEnd();
+    else if (action == QLatin1String("refresh") && m_desktop)
+        m_desktop->refresh();
 }
 
 QCoro::Task<ExitCode> Program::runDesktop()
@@ -52,6 +136,7 @@ QCoro::Task<ExitCode> Program::runDesktop()
     Desktop::Options options;
     options.isBackground = m_line.isBackground;
     options.opensAtStart = m_opensAtStart;
+    options.opensSettingsAtStart = m_opensSettingsAtStart;
     m_desktop = std::make_unique<Desktop>(m_app.get(), options);
     connect(m_desktop.get(), &Desktop::quitRequested, this, &Program::requestEnd);
     const OneShot<> ended;

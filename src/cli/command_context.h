@@ -14,13 +14,8 @@ namespace velmora
 
 class AuthenticationStore;
 class Clock;
-class DeploymentCaching;
-class DeploymentMonitor;
-class FilePreferences;
-class GeneralSettingsStore;
-class InstallationStore;
-class Preferences;
-class TerminalNotifier;
+class Control;
+class ReportSource;
 
 /// What happens to the terminal behind the program's back.
 class TerminalEvents : public QObject
@@ -39,18 +34,13 @@ Q_SIGNALS:
 
 /// What the commands work with. Nothing is owned; everything outlives the command.
 struct CommandContext {
-    QString applicationName; ///< as the application names itself
     Terminal *out = nullptr;
     Terminal *err = nullptr;
     TerminalEvents *terminalEvents = nullptr;
     Clock *clock = nullptr;
-    Preferences *preferences = nullptr;
-    DeploymentCaching *cache = nullptr;
-    AuthenticationStore *authentication = nullptr;
-    InstallationStore *installations = nullptr;
-    DeploymentMonitor *monitor = nullptr;
-    GeneralSettingsStore *settings = nullptr;
-    TerminalNotifier *notifier = nullptr;
+    Control *control = nullptr; ///< of `connect` and `status`: none
+    ReportSource *reports = nullptr; ///< of `watch` and `status`
+    AuthenticationStore *authentication = nullptr; ///< of `connect`
     WebAddress installationURL;
     QString missingConfiguration; ///< what to do about a missing client id; empty when there is one
     std::stop_token stop; ///< requested when the person ends the program

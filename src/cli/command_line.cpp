@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "cli/command_line.h"
 
+#include "cli/status_line.h"
+
 #include <CLI/CLI.hpp>
 
 #include <sstream>
@@ -15,6 +17,7 @@ using Command = CommandLine::Command;
 
 struct Texts {
     std::string login;
+    std::string format;
     std::vector<std::string> enable;
     std::vector<std::string> disable;
     std::vector<std::string> include;
@@ -47,6 +50,8 @@ public:
         addInstallations();
         addRepositories();
         addWatching();
+        addStatus();
+        addDesktopCommands();
     }
 
     CommandLineResult parse(const QStringList &arguments)
@@ -130,7 +135,24 @@ private:
         watch->add_flag("--once", m_line.isOnce, "End after the first complete refresh");
         watch->add_flag("--quiet", m_line.isQuiet, "Post no desktop notifications; results still appear here");
         addJSON(watch);
-        addJSON(addCommand(m_app, "status", "Show the saved deployments, without the network", Command::Status));
+    }
+
+    void addStatus()
+    {
+        CLI::App *status = addCommand(m_app, "status", "Show how things stand, without asking GitHub", Command::Status);
+        addJSON(status);
+        m_format = status->add_option(
+            "--format", m_texts.format, "Print one line for a bar: waybar, or a template such as '{active} {failed}'");
+        m_format->type_name("FORMAT")->excludes("--json");
+        status->add_flag("--follow", m_line.isFollowing, "Go on, with a line for every change");
+        addCommand(m_app, "refresh", "Load everything from GitHub now", Command::Refresh);
+    }
+
+    void addDesktopCommands()
+    {
+        addCommand(m_app, "show", "Open the window, starting Velmora where it does not run", Command::Show);
+        addCommand(m_app, "settings", "Open the settings, starting Velmora where it does not run", Command::Settings);
+        addCommand(m_app, "quit", "End the Velmora that runs in the tray", Command::Quit);
     }
 
     CommandLineResult instead(const CLI::ParseError &error)
@@ -161,6 +183,7 @@ private:
             m_command = Command::IsDisplayUsable;
         m_line.command = m_command.value_or(Command::Desktop);
         m_line.login = QString::fromStdString(m_texts.login);
+        m_line.format = QString::fromStdString(m_texts.format);
         m_line.enable = toList(m_texts.enable);
         m_line.disable = toList(m_texts.disable);
         m_line.include = toList(m_texts.include);
@@ -181,6 +204,13 @@ private:
         };
         if (m_line.isBackground && m_line.command != Command::Desktop)
             return QStringLiteral("--background is for the tray: no command goes with it.\n");
+        if (m_line.isFollowing && !m_line.isJSON && m_line.format.isEmpty())
+            return QStringLiteral("--follow goes with --json or --format.\n");
+        if (m_format->count() > 0) {
+            const QString error = StatusLine::parse(m_line.format).error;
+            if (!error.isEmpty())
+                return error + QLatin1Char('\n');
+        }
         if (const QString key = common(m_line.enable, m_line.disable); !key.isEmpty())
             return QStringLiteral("%1 is both enabled and disabled.\n").arg(key);
         if (const QString name = common(m_line.include, m_line.exclude); !name.isEmpty())
@@ -191,6 +221,7 @@ private:
     CLI::App m_app{"Watches GitHub deployments, from the tray when no command is given."};
     CommandLine m_line;
     Texts m_texts;
+    CLI::Option *m_format = nullptr;
     std::optional<Command> m_command;
     bool m_isRefresh = false; // every run loads; the flag says so in scripts
     bool m_isConfigured = false;

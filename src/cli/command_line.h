@@ -27,6 +27,10 @@ struct CommandLine {
         Repositories,
         Watch,
         Status,
+        Refresh,
+        Show, ///< the window of the tray item
+        Settings, ///< the settings window
+        Quit,
         IsConfigured, ///< for scripts: whether a client id is configured
         IsDisplayUsable, ///< for the program itself: whether a connection to the display can be opened
     };
@@ -38,9 +42,11 @@ struct CommandLine {
     bool isJSON = false;
     bool isOnce = false;
     bool isQuiet = false; ///< no desktop notifications
+    bool isFollowing = false; ///< goes on with every change
     bool isAll = false;
     bool isNone = false;
     QString login;
+    QString format; ///< of the line for a bar; empty: none
     QStringList enable;
     QStringList disable;
     QStringList include;

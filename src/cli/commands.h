@@ -25,10 +25,13 @@ namespace velmora
 /// Loads the repositories from GitHub, includes and excludes those that are named, and lists them.
 [[nodiscard]] QCoro::Task<ExitCode> runRepositories(CommandContext context, CommandLine line);
 
-/// Runs the monitor and shows what it publishes, once or until the stop.
+/// Shows what is reported, once after a refresh or until the stop.
 [[nodiscard]] QCoro::Task<ExitCode> runWatch(CommandContext context, CommandLine line);
 
-/// Shows the saved deployments. Needs of the context only the terminals, the clock, the preferences and the cache.
+/// Shows how the deployments stand, once or with every change. Of the context it needs the reports, not the control.
 [[nodiscard]] QCoro::Task<ExitCode> runStatus(CommandContext context, CommandLine line);
+
+/// Loads everything from GitHub and tells how things stand in one line.
+[[nodiscard]] QCoro::Task<ExitCode> runRefresh(CommandContext context);
 
 } // namespace velmora

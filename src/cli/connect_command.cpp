@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "accounts/authentication_store.h"
 #include "cli/commands.h"
-#include "cli/signal_waiting.h"
+#include "support/signal_waiting.h"
 
 namespace velmora
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "cli/monitor_report.h"
+#include "control/monitor_report.h"
 
 #include <QStringList>
 

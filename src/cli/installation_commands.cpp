@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "cli/choices.h"
 #include "cli/commands.h"
 #include "cli/deployment_table.h"
 #include "cli/loading.h"
-#include "cli/printed_records.h"
-#include "installations/installation_store.h"
+#include "cli/plain_text.h"
+#include "control/control.h"
+#include "support/json.h"
 
 namespace velmora
 {
@@ -24,53 +24,43 @@ void print(Terminal *out, const QStringList &header, const QList<QStringList> &r
         out->writeRawLine(line);
 }
 
-void printInstallations(const CommandContext &context, const CommandLine &line)
+void printInstallations(const CommandContext &context, const CommandLine &line, const InstallationsAnswer &answer)
 {
-    const auto &installations = context.installations->installations();
-    const auto &sessions = context.authentication->sessions();
     if (line.isJSON) {
-        context.out->write(installationsJSON(installations, sessions) + '\n');
+        context.out->write(harmlessJSON(encodeJSON(answer.installations)) + '\n');
         return;
     }
-    if (installations.isEmpty()) {
+    if (answer.installations.isEmpty()) {
         context.out->writeLine(
-            QStringLiteral("Velmora is not installed anywhere. Install it: %1").arg(context.installationURL.text()));
+            QStringLiteral("Velmora is not installed anywhere. Install it: %1").arg(answer.installationURL.text()));
         return;
     }
     QList<QStringList> rows;
-    for (const auto &record : installations)
-        rows.append(
-            {yesNo(record.isEnabled), record.id(), record.installation.account.login, record.installation.account.type,
-                record.installation.repositorySelection, loginOf(record.identityID, sessions)});
+    for (const auto &listed : answer.installations)
+        rows.append({yesNo(listed.isEnabled), listed.key, listed.account, listed.type, listed.repositorySelection,
+            listed.identity});
     print(context.out,
         {QStringLiteral("WATCHED"), QStringLiteral("KEY"), QStringLiteral("ACCOUNT"), QStringLiteral("TYPE"),
             QStringLiteral("REPOSITORIES"), QStringLiteral("SEEN BY")},
         rows);
 }
 
-void printRepositories(const CommandContext &context, const CommandLine &line)
+void printRepositories(const CommandContext &context, const CommandLine &line, const RepositoriesAnswer &answer)
 {
-    QSet<QString> monitored;
-    const auto watched = context.installations->monitoredRepositories();
-    for (const auto &record : watched)
-        monitored.insert(record.id());
-    const auto &repositories = context.installations->repositories();
     if (line.isJSON) {
-        context.out->write(repositoriesJSON(repositories, monitored) + '\n');
+        context.out->write(harmlessJSON(encodeJSON(answer.repositories)) + '\n');
         return;
     }
-    if (repositories.isEmpty()) {
+    if (answer.repositories.isEmpty()) {
         context.out->writeLine(QStringLiteral("No repositories. Choose where Velmora is installed: %1")
-                                   .arg(context.installationURL.text()));
+                                   .arg(answer.installationURL.text()));
         return;
     }
     QList<QStringList> rows;
-    for (const auto &record : repositories) {
-        const bool isOff = record.isIncluded && !monitored.contains(record.id());
-        rows.append(
-            {isOff ? QStringLiteral("installation off") : yesNo(record.isIncluded), record.repository.nameWithOwner,
-                record.repository.isPrivate ? QStringLiteral("private") : QStringLiteral("public"),
-                record.installationAccount.login});
+    for (const auto &listed : answer.repositories) {
+        const bool isOff = listed.isIncluded && !listed.isMonitored;
+        rows.append({isOff ? QStringLiteral("installation off") : yesNo(listed.isIncluded), listed.name,
+            listed.isPrivate ? QStringLiteral("private") : QStringLiteral("public"), listed.account});
     }
     print(context.out,
         {QStringLiteral("WATCHED"), QStringLiteral("REPOSITORY"), QStringLiteral("VISIBILITY"),
@@ -78,55 +68,49 @@ void printRepositories(const CommandContext &context, const CommandLine &line)
         rows);
 }
 
-/// Prints why the first of the names means nothing; false when there is one.
-bool areKnown(const CommandContext &context, const QList<Choice> &choices)
+/// What became of the loading and the switching; the list is worth printing unless a name means nothing.
+template <typename Answer>
+bool isWorthPrinting(const CommandContext &context, const Answer &answer)
 {
-    for (const Choice &choice : choices) {
-        if (!choice.error.isEmpty()) {
-            context.err->writeLine(choice.error);
-            return false;
-        }
-    }
-    return true;
+    if (!answer.refusal.isEmpty())
+        context.err->writeLine(answer.refusal);
+    return answer.refusal.isEmpty() && answer.loading.hasAccounts;
+}
+
+QString loadingText()
+{
+    return QStringLiteral("Loading repositories from GitHub…");
 }
 
 } // namespace
 
 QCoro::Task<ExitCode> runInstallations(CommandContext context, CommandLine line)
 {
-    InstallationStore *store = context.installations;
-    const ExitCode loaded = co_await loadInstallations(context);
-    if (context.stop.stop_requested() || context.authentication->sessions().isEmpty())
+    InstallationChoices choices;
+    choices.enable = line.enable;
+    choices.disable = line.disable;
+    auto work = context.control->installations(choices, context.stop);
+    const InstallationsAnswer answer = co_await withProgress(context, loadingText(), std::move(work));
+    const ExitCode loaded = reportLoading(context, answer.loading);
+    if (!isWorthPrinting(context, answer))
         co_return ExitCode::Failed;
-    const QList<Choice> enabled = chooseInstallations(line.enable, store->installations());
-    const QList<Choice> disabled = chooseInstallations(line.disable, store->installations());
-    if (!areKnown(context, enabled + disabled))
-        co_return ExitCode::Failed;
-    for (const Choice &choice : enabled)
-        store->setInstallation(choice.id, true);
-    for (const Choice &choice : disabled)
-        store->setInstallation(choice.id, false);
-    printInstallations(context, line);
+    printInstallations(context, line, answer);
     co_return loaded;
 }
 
 QCoro::Task<ExitCode> runRepositories(CommandContext context, CommandLine line)
 {
-    InstallationStore *store = context.installations;
-    const ExitCode loaded = co_await loadInstallations(context);
-    if (context.stop.stop_requested() || context.authentication->sessions().isEmpty())
-        co_return ExitCode::Failed;
-    const QList<Choice> included = chooseRepositories(line.include, store->repositories());
-    const QList<Choice> excluded = chooseRepositories(line.exclude, store->repositories());
-    if (!areKnown(context, included + excluded))
-        co_return ExitCode::Failed;
+    RepositoryChoices choices;
+    choices.include = line.include;
+    choices.exclude = line.exclude;
     if (line.isAll || line.isNone)
-        store->setAllRepositories(line.isAll);
-    for (const Choice &choice : included)
-        store->setRepository(choice.id, true);
-    for (const Choice &choice : excluded)
-        store->setRepository(choice.id, false);
-    printRepositories(context, line);
+        choices.all = line.isAll;
+    auto work = context.control->repositories(choices, context.stop);
+    const RepositoriesAnswer answer = co_await withProgress(context, loadingText(), std::move(work));
+    const ExitCode loaded = reportLoading(context, answer.loading);
+    if (!isWorthPrinting(context, answer))
+        co_return ExitCode::Failed;
+    printRepositories(context, line, answer);
     co_return loaded;
 }
 

@@ -1,71 +1,31 @@
 // SPDX-License-Identifier: MIT
 #include "cli/loading.h"
 
-#include "installations/installation_store.h"
-
 namespace velmora
 {
 
-namespace
+ProgressLine::ProgressLine(Terminal *terminal, const QString &text)
+    : m_terminal(terminal->isLive() ? terminal : nullptr)
 {
-
-/// A line on a terminal that is gone when the work is done.
-class ProgressLine
-{
-public:
-    ProgressLine(Terminal *terminal, const QString &text)
-        : m_terminal(terminal->isLive() ? terminal : nullptr)
-    {
-        if (m_terminal)
-            m_terminal->write(text.toUtf8());
-    }
-    ProgressLine(const ProgressLine &) = delete;
-    ProgressLine &operator=(const ProgressLine &) = delete;
-    ~ProgressLine()
-    {
-        if (m_terminal)
-            m_terminal->write("\r\x1b[2K");
-    }
-
-private:
-    Terminal *m_terminal;
-};
-
-QCoro::Task<> refresh(CommandContext context)
-{
-    const ProgressLine progress(context.err, QStringLiteral("Loading repositories from GitHub…"));
-    co_await context.installations->refresh(context.authentication, context.stop);
+    if (m_terminal)
+        m_terminal->write(text.toUtf8());
 }
 
-void report(Terminal *terminal, const QString &message)
+ProgressLine::~ProgressLine()
 {
-    const QStringList lines = message.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    for (const QString &line : lines)
-        terminal->writeLine(line);
+    if (m_terminal)
+        m_terminal->write("\r\x1b[2K");
 }
 
-} // namespace
-
-QCoro::Task<ExitCode> loadInstallations(CommandContext context)
+ExitCode reportLoading(const CommandContext &context, const LoadingAnswer &answer)
 {
-    if (context.authentication->sessions().isEmpty())
-        co_return reportNoAccount(context);
-    co_await refresh(context);
-    if (context.stop.stop_requested()) {
-        context.err->writeLine(QStringLiteral("Cancelled."));
-        co_return ExitCode::Failed;
+    if (!answer.hasAccounts) {
+        context.err->writeLine(QStringLiteral("No GitHub account is connected. Run “velmora connect” to connect one."));
+        return ExitCode::Failed;
     }
-    const InstallationLoadingState state = context.installations->state();
-    report(context.err, state.message);
-    const bool isComplete = state.state == InstallationLoadingState::Case::Ready;
-    const ExitCode result = isComplete ? ExitCode::Done : ExitCode::Failed;
-    co_return result;
-}
-
-ExitCode reportNoAccount(const CommandContext &context)
-{
-    context.err->writeLine(QStringLiteral("No GitHub account is connected. Run “velmora connect” to connect one."));
-    return ExitCode::Failed;
+    for (const QString &message : answer.messages)
+        context.err->writeLine(message);
+    return answer.isComplete ? ExitCode::Done : ExitCode::Failed;
 }
 
 } // namespace velmora

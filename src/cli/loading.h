@@ -2,18 +2,37 @@
 #pragma once
 
 #include "cli/command_context.h"
+#include "control/control_answers.h"
 
 #include <QCoroTask>
 
 namespace velmora
 {
 
-/// Loads installations and repositories from GitHub, with a progress line where standard error is a
-/// terminal. What failed is reported there. Failed without an account, for every identity that failed,
-/// and when the stop was requested.
-[[nodiscard]] QCoro::Task<ExitCode> loadInstallations(CommandContext context);
+/// A line on a terminal that is gone when the work is done. Nothing where standard error is no terminal.
+class ProgressLine
+{
+public:
+    ProgressLine(Terminal *terminal, const QString &text);
+    ProgressLine(const ProgressLine &) = delete;
+    ProgressLine &operator=(const ProgressLine &) = delete;
+    ~ProgressLine();
 
-/// Tells how to connect an account; the end of a command that needs one.
-ExitCode reportNoAccount(const CommandContext &context);
+private:
+    Terminal *m_terminal;
+};
+
+/// The task, with a progress line as long as it takes.
+template <typename Answer>
+[[nodiscard]] QCoro::Task<Answer> withProgress(CommandContext context, QString text, QCoro::Task<Answer> task)
+{
+    const ProgressLine progress(context.err, text);
+    Answer answer = co_await task;
+    co_return answer;
+}
+
+/// Prints why not every identity has answered. Failed for each, and without an account, when it tells how to connect
+/// one.
+[[nodiscard]] ExitCode reportLoading(const CommandContext &context, const LoadingAnswer &answer);
 
 } // namespace velmora

@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "cli/commands.h"
 #include "cli/deployment_table.h"
-#include "cli/monitor_report.h"
-#include "cli/plain_text.h"
-#include "model/deployment_cache.h"
-#include "monitor/deployment_list.h"
-#include "platform/preferences.h"
+#include "cli/printed_report.h"
+#include "cli/report_follower.h"
+#include "cli/status_line.h"
+#include "control/report_source.h"
 #include "support/clock.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
 
 namespace velmora
 {
@@ -17,49 +13,73 @@ namespace velmora
 namespace
 {
 
-/// Whether accounts are remembered. What exactly is written there is the business of their store, which
-/// is not needed for this command, nor is the credential store behind it.
-bool hasAccounts(const Preferences &preferences)
+void printTable(const CommandContext &context, const MonitorReport &report)
 {
-    const auto accounts = preferences.data(QStringLiteral("github.accounts"));
-    return accounts && !QJsonDocument::fromJson(*accounts).array().isEmpty();
+    const TableStyle style{context.out->size().width(), 0, context.out->isColoured()};
+    const QStringList lines = renderReport(report, {}, context.clock->now(), style);
+    for (const QString &text : lines)
+        context.out->writeRawLine(text);
 }
 
-MonitorReport savedReport(const CommandContext &context, const std::optional<DeploymentCachePayload> &payload)
+/// Writes reports as lines, none twice in a row.
+class LinePrinter
 {
-    MonitorReport report;
-    report.applicationName = context.applicationName;
-    if (!hasAccounts(*context.preferences)) {
-        report.state = DeploymentMonitorState::disconnected();
-        report.hint = QStringLiteral("No GitHub account is connected. Run “velmora connect” to connect one.");
-        return report;
+public:
+    LinePrinter(Terminal *out, std::optional<StatusLine> format)
+        : m_out(out)
+        , m_format(std::move(format))
+    {
     }
-    report.state = DeploymentMonitorState::stale(std::nullopt);
-    if (!payload) {
-        report.hint = QStringLiteral("Nothing is saved yet. Run “velmora watch” to load the deployments.");
-        return report;
+
+    void print(const MonitorReport &report)
+    {
+        const QByteArray line = m_format ? m_format->lineOf(report) : jsonLine(report);
+        if (m_last != line)
+            m_out->write(line + '\n');
+        m_last = line;
     }
-    report.state = DeploymentMonitorState::stale(payload->savedAt);
-    report.lastRefreshedAt = payload->savedAt;
-    report.savedAt = payload->savedAt;
-    report.deployments = filteredAndSorted(payload->deployments, context.clock->now());
-    return report;
+
+private:
+    Terminal *m_out;
+    std::optional<StatusLine> m_format; ///< none: JSON
+    std::optional<QByteArray> m_last;
+};
+
+QCoro::Task<ExitCode> follow(CommandContext context, std::optional<StatusLine> format)
+{
+    LinePrinter printer(context.out, std::move(format));
+    const ReportFollower::Show show = [&printer](const MonitorReport &report) {
+        printer.print(report);
+    };
+    ReportFollower follower(context.reports, context.out, show);
+    QObject::connect(context.reports, &ReportSource::reportChanged, &follower, &ReportFollower::update);
+    const OneShot<> done = follower.done();
+    const auto interrupt = [done] {
+        done.resolve();
+    };
+    const std::stop_callback onStop(context.stop, interrupt);
+    follower.update();
+    context.reports->follow();
+    co_await done;
+    co_return ExitCode::Done;
 }
 
 } // namespace
 
 QCoro::Task<ExitCode> runStatus(CommandContext context, CommandLine line)
 {
-    const auto payload = co_await context.cache->load();
-    const MonitorReport report = savedReport(context, payload);
-    if (line.isJSON) {
-        context.out->write(jsonLine(report, ReportOrigin::Saved) + '\n');
-        co_return ExitCode::Done;
+    std::optional<StatusLine> format;
+    if (!line.format.isEmpty())
+        format = StatusLine::parse(line.format).line;
+    if (line.isFollowing) {
+        const ExitCode code = co_await follow(context, format);
+        co_return code;
     }
-    const TableStyle style{context.out->size().width(), 0, context.out->isColoured()};
-    const QStringList lines = renderReport(report, {}, context.clock->now(), style);
-    for (const QString &text : lines)
-        context.out->writeRawLine(text);
+    const MonitorReport report = co_await context.reports->report(context.stop);
+    if (line.isJSON || format)
+        LinePrinter(context.out, format).print(report);
+    else
+        printTable(context, report);
     co_return ExitCode::Done;
 }
 

@@ -3,6 +3,7 @@
 
 #include "cli/deployment_table.h"
 #include "cli/live_display.h"
+#include "cli/printed_report.h"
 #include "cli/terminal.h"
 #include "support/clock.h"
 
@@ -20,7 +21,7 @@ public:
     {
     }
 
-    void show(const MonitorReport &report) override { writeNew(jsonLine(report, ReportOrigin::Live), m_last); }
+    void show(const MonitorReport &report) override { writeNew(jsonLine(report), m_last); }
 
     void announce(const DeploymentNotification &notification) override { m_out->write(jsonLine(notification) + '\n'); }
 

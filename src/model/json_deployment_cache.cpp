@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "model/json_deployment_cache.h"
 
+#include "model/deployment_snapshot_coding.h"
 #include "support/background.h"
-#include "support/json_coding.h"
 #include "support/private_file.h"
 
 #include <QLoggingCategory>
@@ -30,34 +30,6 @@ std::optional<DeploymentCachePayload> readPayload(const QString &path)
 }
 
 } // namespace
-
-template <>
-struct json::Codec<DeploymentState> {
-    static void decode(DeploymentState &value, Element element, const Path &path)
-    {
-        QString text;
-        Codec<QString>::decode(text, element, path);
-        const auto state = deploymentStateFromRawValue(text);
-        if (!state)
-            failExpected(path, "a deployment state");
-        value = *state;
-    }
-    static void encode(Writer &writer, DeploymentState value) { Codec<QString>::encode(writer, rawValue(value)); }
-};
-
-template <>
-struct JSONTable<DeploymentSnapshot> {
-    using Record = DeploymentSnapshot;
-    static constexpr auto fields = std::tuple{json::required("id", &Record::id),
-        json::required("repositoryNodeID", &Record::repositoryNodeID),
-        json::required("repositoryName", &Record::repositoryName),
-        json::required("repositoryURL", &Record::repositoryURL), json::required("environment", &Record::environment),
-        json::optional("refName", &Record::refName), json::required("commitOID", &Record::commitOID),
-        json::optional("creatorLogin", &Record::creatorLogin), json::required("state", &Record::state),
-        json::required("createdAt", &Record::createdAt), json::required("updatedAt", &Record::updatedAt),
-        json::optional("statusDescription", &Record::statusDescription), json::optional("logURL", &Record::logURL),
-        json::optional("environmentURL", &Record::environmentURL)};
-};
 
 template <>
 struct JSONTable<DeploymentCachePayload> {

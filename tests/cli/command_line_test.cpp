@@ -31,6 +31,10 @@ private Q_SLOTS:
         row("repositories", Command::Repositories);
         row("watch", Command::Watch);
         row("status", Command::Status);
+        row("refresh", Command::Refresh);
+        row("show", Command::Show);
+        row("settings", Command::Settings);
+        row("quit", Command::Quit);
         row("--is-configured", Command::IsConfigured);
         row("--is-display-usable", Command::IsDisplayUsable);
     }
@@ -58,6 +62,35 @@ private Q_SLOTS:
         const auto line = parse("watch --once --quiet --json").commandLine;
         QVERIFY(line && line->isOnce && line->isQuiet && line->isJSON);
         QVERIFY(!parse("watch").commandLine->isQuiet);
+    }
+
+    void statusTakesAFormatAndMayGoOn()
+    {
+        const auto line = parse("status --format {active}/{failed} --follow").commandLine;
+        QVERIFY(line && line->isFollowing);
+        QCOMPARE(line->format, QStringLiteral("{active}/{failed}"));
+        QVERIFY(parse("status --json --follow").commandLine);
+        QVERIFY(!parse("status").commandLine->isFollowing);
+    }
+
+    void aFormatThatSaysNothingIsWrongUsage_data()
+    {
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("status --format wayba") << QStringLiteral("neither waybar nor a template");
+        QTest::newRow("status --format {active}{colour}") << QStringLiteral("There is no {colour}.");
+        QTest::newRow("status --format {active") << QStringLiteral("A single { stands for nothing");
+        QTest::newRow("status --format=") << QStringLiteral("FORMAT missing");
+        QTest::newRow("status --format waybar --json") << QStringLiteral("--json");
+        QTest::newRow("status --follow") << QStringLiteral("--follow goes with --json or --format.");
+    }
+
+    void aFormatThatSaysNothingIsWrongUsage()
+    {
+        QFETCH(QString, reason);
+        const auto result = parse(QTest::currentDataTag());
+        QVERIFY(!result.commandLine);
+        QCOMPARE(result.exitCode, ExitCode::WrongUsage);
+        QVERIFY2(result.error.contains(reason), qPrintable(result.error));
     }
 
     void namesAreTakenOneByOneAndRepeatedly()

@@ -16,8 +16,11 @@ _LAYERS = {
     "installations": ["support", "model", "github", "platform", "accounts"],
     "notifications": ["support", "model", "platform"],
     "monitor": ["support", "model", "github", "platform", "accounts", "installations", "notifications"],
+    "control": ["support", "model", "github", "platform", "accounts", "installations", "notifications", "monitor"],
     "ui": ["support", "model", "github", "platform", "accounts", "installations", "notifications", "monitor"],
-    "cli": ["support", "model", "github", "platform", "accounts", "installations", "notifications", "monitor"],
+    "cli": [
+        "support", "model", "github", "platform", "accounts", "installations", "notifications", "monitor", "control",
+    ],
     "app": None,
 }
 _INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)

@@ -12,8 +12,15 @@
 namespace velmora
 {
 
-/// Everything that `watch` and `status` tell of the deployments at one moment.
+/// Whether a report is of what the monitor publishes, or of what it has saved.
+enum class ReportOrigin {
+    Live,
+    Saved,
+};
+
+/// Everything that a terminal tells of the deployments at one moment.
 struct MonitorReport {
+    ReportOrigin origin = ReportOrigin::Live;
     QString applicationName; ///< as the application names itself
     DeploymentMonitorState state;
     QList<DeploymentSnapshot> deployments;
@@ -24,18 +31,5 @@ struct MonitorReport {
 
     friend bool operator==(const MonitorReport &, const MonitorReport &) = default;
 };
-
-/// Whether a report is of what the monitor publishes, or of what it has saved.
-enum class ReportOrigin {
-    Live,
-    Saved,
-};
-
-/// The report as one line of JSON, without the line break. Instants are ISO 8601 texts in UTC; what is absent is
-/// left out. Of saved data it says so.
-[[nodiscard]] QByteArray jsonLine(const MonitorReport &report, ReportOrigin origin);
-
-/// The notification as one line of JSON, without the line break.
-[[nodiscard]] QByteArray jsonLine(const DeploymentNotification &notification);
 
 } // namespace velmora

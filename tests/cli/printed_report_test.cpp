@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/monitor_report.h"
+#include "cli/printed_report.h"
 
 #include "support/builders.h"
 
@@ -22,7 +22,7 @@ QByteArray json(QByteArray text)
 
 } // namespace
 
-class MonitorReportTest : public QObject
+class PrintedReportTest : public QObject
 {
     Q_OBJECT
 
@@ -38,7 +38,7 @@ private:
 private Q_SLOTS:
     void absentValuesAreLeftOut()
     {
-        QCOMPARE(jsonLine(report(State::loading(false)), ReportOrigin::Live),
+        QCOMPARE(jsonLine(report(State::loading(false))),
             json("{'state':'loading','title':'Velmora','symbol':'arrow.triangle.2.circlepath','deployments':[]}"));
     }
 
@@ -54,7 +54,7 @@ private Q_SLOTS:
         snapshot.logURL = WebAddress(QStringLiteral("https://ci.example/1"));
         snapshot.environmentURL = WebAddress(QStringLiteral("https://acme.example/"));
         full.deployments = {snapshot};
-        QCOMPARE(jsonLine(full, ReportOrigin::Live),
+        QCOMPARE(jsonLine(full),
             json("{'state':'rateLimited','title':'Velmora','symbol':'clock.badge.exclamationmark',"
                  "'lastRefreshedAt':'2026-05-01T12:00:00Z','resumeAt':'2026-05-01T12:01:30.250000Z',"
                  "'message':'zed: The network is down.','deployments':[{'id':'D_1','repositoryNodeID':'R_web',"
@@ -70,20 +70,23 @@ private Q_SLOTS:
     {
         MonitorReport ready = report(State::ready(noon()));
         ready.applicationName = QStringLiteral("Velmora Demo");
-        QVERIFY(jsonLine(ready, ReportOrigin::Live).contains(json("'title':'Velmora Demo'")));
+        QVERIFY(jsonLine(ready).contains(json("'title':'Velmora Demo'")));
         ready.deployments = {makeSnapshot(QStringLiteral("D_1"), DeploymentState::Queued, noon())};
-        QVERIFY(jsonLine(ready, ReportOrigin::Live).contains(json("'title':'1','symbol':'arrow.up.circle.fill'")));
+        QVERIFY(jsonLine(ready).contains(json("'title':'1','symbol':'arrow.up.circle.fill'")));
     }
 
     void savedDataIsMarked()
     {
         MonitorReport saved = report(State::stale(noon()));
+        saved.origin = ReportOrigin::Saved;
         saved.lastRefreshedAt = noon();
         saved.savedAt = noon();
-        QCOMPARE(jsonLine(saved, ReportOrigin::Saved),
+        QCOMPARE(jsonLine(saved),
             json("{'saved':true,'savedAt':'2026-05-01T12:00:00Z','state':'stale','title':'Velmora',"
                  "'symbol':'exclamationmark.circle','lastRefreshedAt':'2026-05-01T12:00:00Z','deployments':[]}"));
-        QCOMPARE(jsonLine(report(State::disconnected()), ReportOrigin::Saved),
+        MonitorReport nothing = report(State::disconnected());
+        nothing.origin = ReportOrigin::Saved;
+        QCOMPARE(jsonLine(nothing),
             json("{'saved':true,'state':'disconnected','title':'Velmora','symbol':'arrow.up.circle.dotted',"
                  "'deployments':[]}"));
     }
@@ -106,5 +109,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(MonitorReportTest)
-#include "monitor_report_test.moc"
+QTEST_GUILESS_MAIN(PrintedReportTest)
+#include "printed_report_test.moc"

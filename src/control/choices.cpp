@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/choices.h"
+#include "control/choices.h"
 
 namespace velmora
 {

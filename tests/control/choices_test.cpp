@@ -1,22 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "cli/choices.h"
-
-#include "cli/printed_records.h"
+#include "control/choices.h"
 
 #include <QTest>
 
 using namespace velmora;
-
-namespace
-{
-
-/// JSON, written here with single quotation marks.
-QByteArray json(QByteArray text)
-{
-    return text.replace('\'', '"');
-}
-
-} // namespace
 
 class ChoicesTest : public QObject
 {
@@ -100,25 +87,6 @@ private Q_SLOTS:
         const QString error = chooseRepositories({QStringLiteral("x")}, many).first().error;
         QVERIFY(error.contains(QStringLiteral("acme/r39, and 3 more")));
         QVERIFY(!error.contains(QStringLiteral("acme/r40")));
-    }
-
-    void recordsForOtherProgramsHaveFixedKeys()
-    {
-        const GitHubAccountSession session{
-            {1, QStringLiteral("octo\u202Ecat"), WebAddress(QStringLiteral("https://a.example/1"))},
-            GitHubSessionStatus::ReconnectRequired};
-        const GitHubAccountSession bare{{3, QStringLiteral("zed"), {}}, GitHubSessionStatus::Connected};
-        QCOMPARE(accountsJSON({session, bare}),
-            json("[{'id':1,'login':'octo\\u202ecat','status':'reconnectRequired','avatarURL':"
-                 "'https://a.example/1'},{'id':3,'login':'zed','status':'connected'}]"));
-        QCOMPARE(installationsJSON({installation(1, 10, "acme"), installation(9, 11, "zed")}, {bare, session}),
-            json("[{'key':'1:10','identity':'octo\\u202ecat','account':'acme','type':'Organization',"
-                 "'repositorySelection':'all','enabled':true},{'key':'9:11','identity':'9','account':'zed',"
-                 "'type':'Organization','repositorySelection':'all','enabled':true}]"));
-        QCOMPARE(repositoriesJSON({repository("R_1", "acme/web")}, {QStringLiteral("R_1")}),
-            json("[{'id':'R_1','name':'acme/web','url':'https://github.com/acme/web','private':false,"
-                 "'installation':'1:10','account':'acme','included':true,'monitored':true}]"));
-        QCOMPARE(accountsJSON({}), QByteArray("[]"));
     }
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/monitor_report.h"
+#include "cli/printed_report.h"
 
 #include "cli/plain_text.h"
 #include "monitor/presentation.h"
@@ -129,11 +129,11 @@ QString title(const DeploymentMonitorPresentation &shown, const QString &applica
 
 } // namespace
 
-QByteArray jsonLine(const MonitorReport &report, ReportOrigin origin)
+QByteArray jsonLine(const MonitorReport &report)
 {
     const DeploymentMonitorPresentation shown = presentation(report.state, report.deployments);
     PrintedReport result;
-    if (origin == ReportOrigin::Saved) {
+    if (report.origin == ReportOrigin::Saved) {
         result.isSaved = true;
         result.savedAt = printed(report.savedAt);
     }

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+#include "control/linux/control_service.h"
+
+#include "control/control.h"
+#include "control/control_coding.h"
+#include "control/linux/control_protocol.h"
+#include "support/background.h"
+#include "support/cancel_on_stop.h"
+
+#include <utility>
+
+namespace velmora
+{
+
+namespace
+{
+
+/// Lists may be long: they are written where nobody waits for the event loop.
+template <typename Answer>
+QCoro::Task<QByteArray> encoded(QCoro::Task<Answer> task)
+{
+    const Answer answer = co_await task;
+    auto encode = [answer] {
+        return encodeJSON(answer);
+    };
+    auto json = co_await runInBackground(QThreadPool::globalInstance(), std::move(encode));
+    co_return json;
+}
+
+} // namespace
+
+ControlService::ControlService(const QDBusConnection &bus, QObject *application)
+    : QDBusAbstractAdaptor(application)
+    , m_bus(bus)
+{
+}
+
+QString ControlService::version() const
+{
+    return QStringLiteral(VELMORA_VERSION);
+}
+
+void ControlService::setControl(Control *control)
+{
+    m_control = control;
+    connect(control, &Control::reportChanged, this, &ControlService::ReportChanged);
+    connect(control, &Control::announced, this, [this](const DeploymentNotification &notification) {
+        Q_EMIT Announced(QString::fromUtf8(encodeJSON(notification)));
+    });
+    const auto waiting = std::exchange(m_waiting, {});
+    for (const auto &call : waiting)
+        call.resolve();
+}
+
+QString ControlService::Accounts(const QDBusMessage &message)
+{
+    const Work work = [](Control *control, const std::stop_token &stop) {
+        return encoded(control->accounts(stop));
+    };
+    return answer(message, work);
+}
+
+QString ControlService::RemoveAccount(const QString &login, const QDBusMessage &message)
+{
+    const Work work = [login](Control *control, const std::stop_token &stop) {
+        return encoded(control->removeAccount(login, stop));
+    };
+    return answer(message, work);
+}
+
+QString ControlService::Installations(
+    const QStringList &enable, const QStringList &disable, const QDBusMessage &message)
+{
+    const InstallationChoices choices{enable, disable};
+    const Work work = [choices](Control *control, const std::stop_token &stop) {
+        return encoded(control->installations(choices, stop));
+    };
+    return answer(message, work);
+}
+
+QString ControlService::Repositories(
+    const QString &all, const QStringList &include, const QStringList &exclude, const QDBusMessage &message)
+{
+    RepositoryChoices choices;
+    choices.include = include;
+    choices.exclude = exclude;
+    if (!all.isEmpty())
+        choices.all = all == QLatin1String("all");
+    const Work work = [choices](Control *control, const std::stop_token &stop) {
+        return encoded(control->repositories(choices, stop));
+    };
+    return answer(message, work);
+}
+
+QString ControlService::Refresh(const QDBusMessage &message)
+{
+    const Work work = [](Control *control, const std::stop_token &stop) {
+        return encoded(control->refresh(stop));
+    };
+    return answer(message, work);
+}
+
+QString ControlService::Report(const QDBusMessage &message)
+{
+    const Work work = [](Control *control, const std::stop_token &stop) {
+        return encoded(control->report(stop));
+    };
+    return answer(message, work);
+}
+
+/// The answer is sent later; what is returned here goes nowhere.
+QString ControlService::answer(const QDBusMessage &message, Work work)
+{
+    message.setDelayedReply(true);
+    m_scope.launch(serve(message, std::move(work)), "answering a terminal");
+    return QString();
+}
+
+QCoro::Task<> ControlService::serve(QDBusMessage message, Work work)
+{
+    const QPointer<ControlService> self(this);
+    const QDBusConnection bus = m_bus;
+    const std::stop_token stop = m_scope.stopToken();
+    QDBusMessage answer;
+    try {
+        co_await waitForControl(stop);
+        if (!self || !m_control)
+            throw CancellationError();
+        const QByteArray json = co_await work(m_control, stop);
+        answer = message.createReply(QString::fromUtf8(json));
+    } catch (const Error &error) {
+        answer = message.createErrorReply(QString::fromUtf16(kControlFailure), error.description());
+    }
+    bus.send(answer);
+}
+
+QCoro::Task<> ControlService::waitForControl(std::stop_token stop)
+{
+    if (m_control)
+        co_return;
+    const OneShot<> isThere;
+    m_waiting.append(isThere);
+    const CancelOnStop cancel(isThere, stop);
+    co_await isThere;
+}
+
+} // namespace velmora

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "accounts/github_account.h"
+#include "github/repository_record.h"
+#include "installations/installation_record.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QSet>
+
+namespace velmora
+{
+
+// What the terminal lists, for people and for other programs alike. The JSON of each is an object with the keys that
+// are named with its fields.
+
+/// A connected identity.
+struct ListedAccount {
+    qint64 id = 0; ///< "id"
+    QString login; ///< "login"
+    QString status; ///< "status": rawValue() of a GitHubSessionStatus
+    std::optional<WebAddress> avatarURL; ///< "avatarURL"
+
+    friend bool operator==(const ListedAccount &, const ListedAccount &) = default;
+};
+
+/// An installation as one identity sees it.
+struct ListedInstallation {
+    QString key; ///< "key"
+    QString identity; ///< "identity": the login through which it is seen
+    QString account; ///< "account": the login of the account or organisation
+    QString type; ///< "type"
+    QString repositorySelection; ///< "repositorySelection"
+    bool isEnabled = true; ///< "enabled"
+
+    friend bool operator==(const ListedInstallation &, const ListedInstallation &) = default;
+};
+
+/// A repository that an installation grants.
+struct ListedRepository {
+    QString id; ///< "id": the node identifier
+    QString name; ///< "name": with its owner
+    WebAddress url; ///< "url"
+    bool isPrivate = false; ///< "private"
+    QString installation; ///< "installation": its key
+    QString account; ///< "account": the login on which the installation is
+    bool isIncluded = true; ///< "included": whether the person lets Velmora monitor it
+    bool isMonitored = true; ///< "monitored": included, and of an installation that is enabled
+
+    friend bool operator==(const ListedRepository &, const ListedRepository &) = default;
+};
+
+[[nodiscard]] QList<ListedAccount> listedAccounts(const QList<GitHubAccountSession> &sessions);
+[[nodiscard]] QList<ListedInstallation> listedInstallations(
+    const QList<InstallationRecord> &installations, const QList<GitHubAccountSession> &sessions);
+/// `monitored` holds the node ids of those that are watched.
+[[nodiscard]] QList<ListedRepository> listedRepositories(
+    const QList<RepositoryRecord> &repositories, const QSet<QString> &monitored);
+
+// encodeJSON() of support/json.h takes lists of them.
+
+} // namespace velmora

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "control/control.h"
+
+namespace velmora
+{
+
+class AuthenticationStore;
+class Clock;
+class DeploymentMonitor;
+class GeneralSettingsStore;
+class InstallationStore;
+
+/// Controls the Velmora of this process: reports what its stores say, and has them do what is asked.
+class LocalControl final : public Control
+{
+    Q_OBJECT
+
+public:
+    /// The pointers are not owned and outlive the control.
+    struct Services {
+        QString applicationName; ///< as the application names itself
+        AuthenticationStore *authentication = nullptr;
+        InstallationStore *installations = nullptr;
+        DeploymentMonitor *monitor = nullptr;
+        GeneralSettingsStore *settings = nullptr;
+        Clock *clock = nullptr;
+        WebAddress installationURL;
+    };
+
+    explicit LocalControl(Services services, QObject *parent = nullptr);
+
+    [[nodiscard]] QCoro::Task<QList<ListedAccount>> accounts(std::stop_token stop) override;
+    [[nodiscard]] QCoro::Task<RemovalAnswer> removeAccount(QString login, std::stop_token stop) override;
+    [[nodiscard]] QCoro::Task<InstallationsAnswer> installations(
+        InstallationChoices choices, std::stop_token stop) override;
+    [[nodiscard]] QCoro::Task<RepositoriesAnswer> repositories(
+        RepositoryChoices choices, std::stop_token stop) override;
+    [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override;
+    [[nodiscard]] QCoro::Task<MonitorReport> report(std::stop_token stop) override;
+    void follow() override;
+
+private:
+    QCoro::Task<LoadingAnswer> loadInstallations(std::stop_token stop);
+    [[nodiscard]] QString hint() const;
+    [[nodiscard]] LoadingAnswer refreshed() const;
+    void noteRepositories();
+
+    Services m_services;
+    QString m_hint; ///< of the latest report
+};
+
+} // namespace velmora

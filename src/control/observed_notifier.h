@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "notifications/deployment_notification.h"
+
+#include <QObject>
+
+namespace velmora
+{
+
+/// Has another notifier announce every result, and tells of each, whether the other one succeeds or not.
+class ObservedNotifier final : public QObject, public DeploymentNotifying
+{
+    Q_OBJECT
+
+public:
+    /// `notifier` is not owned and outlives this one.
+    explicit ObservedNotifier(DeploymentNotifying *notifier, QObject *parent = nullptr);
+
+    [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;
+    [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override;
+    [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) override;
+
+Q_SIGNALS:
+    void posted(const velmora::DeploymentNotification &notification);
+
+private:
+    DeploymentNotifying *m_notifier;
+};
+
+} // namespace velmora

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#include "control/saved_reports.h"
+
+#include "model/deployment_cache.h"
+#include "monitor/deployment_list.h"
+#include "platform/preferences.h"
+#include "support/clock.h"
+#include "support/error.h"
+#include "support/task_scope.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QPointer>
+
+namespace velmora
+{
+
+namespace
+{
+
+/// Whether accounts are remembered. What exactly is written there is the business of their store, which is not needed
+/// for this, nor is the credential store behind it.
+bool hasAccounts(const Preferences &preferences)
+{
+    const auto accounts = preferences.data(QStringLiteral("github.accounts"));
+    return accounts && !QJsonDocument::fromJson(*accounts).array().isEmpty();
+}
+
+} // namespace
+
+SavedReports::SavedReports(Services services, QObject *parent)
+    : ReportSource(parent)
+    , m_services(std::move(services))
+{
+}
+
+QCoro::Task<MonitorReport> SavedReports::report(std::stop_token stop)
+{
+    const QPointer<SavedReports> self(this);
+    const auto payload = co_await m_services.cache->load();
+    throwIfStopped(stop);
+    if (!self)
+        throw CancellationError();
+    co_return reportOf(payload);
+}
+
+MonitorReport SavedReports::reportOf(const std::optional<DeploymentCachePayload> &payload) const
+{
+    MonitorReport report;
+    report.origin = ReportOrigin::Saved;
+    report.applicationName = m_services.applicationName;
+    if (!hasAccounts(*m_services.preferences)) {
+        report.state = DeploymentMonitorState::disconnected();
+        report.hint = QStringLiteral("No GitHub account is connected. Run “velmora connect” to connect one.");
+        return report;
+    }
+    report.state = DeploymentMonitorState::stale(std::nullopt);
+    if (!payload) {
+        report.hint = QStringLiteral("Nothing is saved yet. Run “velmora watch” to load the deployments.");
+        return report;
+    }
+    report.state = DeploymentMonitorState::stale(payload->savedAt);
+    report.lastRefreshedAt = payload->savedAt;
+    report.savedAt = payload->savedAt;
+    report.deployments = filteredAndSorted(payload->deployments, m_services.clock->now());
+    return report;
+}
+
+void SavedReports::follow()
+{
+    connect(&m_files, &QFileSystemWatcher::fileChanged, this, &SavedReports::watchFile);
+    connect(&m_files, &QFileSystemWatcher::directoryChanged, this, &SavedReports::watchFile);
+    if (!m_services.cachePath.isEmpty()) {
+        // The file is replaced as a whole, so that it is its folder that tells of a new one.
+        m_files.addPath(QFileInfo(m_services.cachePath).path());
+        m_files.addPath(m_services.cachePath);
+    }
+    connect(m_services.preferences, &Preferences::changed, this, &ReportSource::reportChanged);
+}
+
+void SavedReports::watchFile()
+{
+    m_files.addPath(m_services.cachePath);
+    Q_EMIT reportChanged();
+}
+
+} // namespace velmora

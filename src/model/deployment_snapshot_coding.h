@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+// Included only by source files that code records which hold deployments.
+
+#include "model/deployment_snapshot.h"
+#include "support/json_coding.h"
+
+namespace velmora
+{
+
+template <>
+struct json::Codec<DeploymentState> {
+    static void decode(DeploymentState &value, Element element, const Path &path);
+    static void encode(Writer &writer, DeploymentState value) { Codec<QString>::encode(writer, rawValue(value)); }
+};
+
+/// A deployment as Velmora keeps it, exactly.
+template <>
+struct JSONTable<DeploymentSnapshot> {
+    using Record = DeploymentSnapshot;
+    static constexpr auto fields = std::tuple{json::required("id", &Record::id),
+        json::required("repositoryNodeID", &Record::repositoryNodeID),
+        json::required("repositoryName", &Record::repositoryName),
+        json::required("repositoryURL", &Record::repositoryURL), json::required("environment", &Record::environment),
+        json::optional("refName", &Record::refName), json::required("commitOID", &Record::commitOID),
+        json::optional("creatorLogin", &Record::creatorLogin), json::required("state", &Record::state),
+        json::required("createdAt", &Record::createdAt), json::required("updatedAt", &Record::updatedAt),
+        json::optional("statusDescription", &Record::statusDescription), json::optional("logURL", &Record::logURL),
+        json::optional("environmentURL", &Record::environmentURL)};
+};
+
+} // namespace velmora
