@@ -6,6 +6,11 @@ target_compile_definitions(velmora_options INTERFACE
   QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING
   QT_DISABLE_DEPRECATED_BEFORE=0x060400 VELMORA_VERSION="${PROJECT_VERSION}"
   $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+# What is released defends itself against what the compiler has overlooked. Flags of a distribution's own come first.
+if(NOT VELMORA_SANITIZERS)
+  target_compile_options(velmora_options INTERFACE "$<$<CONFIG:Release>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>"
+    "$<$<CONFIG:Release>:-fstack-protector-strong;-fstack-clash-protection>")
+endif()
 # The precompiled header fits only where the threading option is the same.
 target_compile_options(velmora_options INTERFACE -pthread)
 if(VELMORA_SANITIZERS)

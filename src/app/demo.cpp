@@ -9,7 +9,7 @@
 #include "support/task_scope.h"
 
 #include <QCoreApplication>
-#include <QFileInfo>
+#include <QDir>
 #include <QStandardPaths>
 
 #include <unistd.h>
@@ -63,10 +63,11 @@ private:
 QString simulatorProgram()
 {
     const QString name = QStringLiteral("velmora-simulator");
-    const QFileInfo beside(QCoreApplication::applicationDirPath() + QLatin1Char('/') + name);
-    if (beside.isFile() && beside.isExecutable())
-        return beside.filePath();
-    return QStandardPaths::findExecutable(name);
+    const QString here = QCoreApplication::applicationDirPath();
+    // Beside the program in a build; where programs of programs are, once installed.
+    const QString found
+        = QStandardPaths::findExecutable(name, {here, QDir::cleanPath(here + QLatin1String("/../libexec/velmora"))});
+    return found.isEmpty() ? QStandardPaths::findExecutable(name) : found;
 }
 
 AppConfiguration demoConfiguration(const QString &address)

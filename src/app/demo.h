@@ -49,7 +49,8 @@ private:
     std::unique_ptr<DemoURLOpener> m_urlOpener;
 };
 
-/// The simulator's executable: beside this program, else where the shell would find it; empty when there is none.
+/// The simulator's executable: beside this program, in the libexec folder of its installation, or where the shell
+/// would find it; empty when there is none.
 [[nodiscard]] QString simulatorProgram();
 
 /// The configuration that speaks to a simulator at the address.

@@ -1,0 +1,62 @@
+# SPDX-License-Identifier: MIT
+# shellcheck shell=bash
+# Completion of velmora for bash.
+
+# The connected accounts. Only what a login is made of: bash would evaluate anything else.
+_velmora_logins() {
+  velmora accounts --json 2>/dev/null | grep -oE '"login":"[A-Za-z0-9_-]+"' | cut -d '"' -f 4
+}
+
+# _velmora_command WORD…: the command that the words before the present one name.
+_velmora_command() {
+  local command='' word
+  for word in "$@"; do
+    case $command:$word in
+      *:-*) ;;
+      :*) command=$word ;;
+      accounts:remove) command=accounts-remove ;;
+      # One account is enough.
+      accounts-remove:*) command=done ;;
+    esac
+  done
+  echo "$command"
+}
+
+_velmora() {
+  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  # --format=waybar is three words to bash.
+  if [[ $current == '=' ]]; then
+    current=''
+  elif [[ $previous == '=' ]]; then
+    previous=${COMP_WORDS[COMP_CWORD - 2]}
+  fi
+
+  local words=''
+  local options='--help -h --version --demo --verbose'
+  case $previous in
+    --format) words='waybar' ;;
+    # Keys and names come from GitHub, which nobody waits for while typing.
+    --enable | --disable | --include | --exclude) ;;
+    *)
+      case $(_velmora_command "${COMP_WORDS[@]:1:COMP_CWORD-1}") in
+        '')
+          words='connect accounts installations repositories watch status refresh show settings quit diagnose'
+          options+=' --background'
+          ;;
+        accounts)
+          words='remove'
+          options+=' --json'
+          ;;
+        accounts-remove) [[ $current == -* ]] || words=$(_velmora_logins) ;;
+        installations) options+=' --json --enable --disable' ;;
+        repositories) options+=' --json --include --exclude --all --none --refresh' ;;
+        watch) options+=' --once --json --quiet' ;;
+        status) options+=' --json --format --follow' ;;
+      esac
+      [[ $current != -* ]] || words=$options
+      ;;
+  esac
+  mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+}
+
+complete -F _velmora velmora

@@ -1,0 +1,90 @@
+# SPDX-License-Identifier: MIT
+# Completion of velmora for fish.
+
+function __velmora_logins
+    velmora accounts --json 2>/dev/null | string match --all --regex --groups-only '"login":"([A-Za-z0-9_-]+)"'
+end
+
+# The command in front of the cursor: its words, without options.
+function __velmora_command
+    set --local words (commandline --tokenize --cut-at-cursor --current-process)
+    string match --invert -- '-*' $words[2..]
+end
+
+function __velmora_needs_command
+    test (count (__velmora_command)) -eq 0
+end
+
+function __velmora_in_command
+    set --local words (__velmora_command)
+    test "$words[1]" = "$argv[1]"
+end
+
+function __velmora_accounts_words
+    set --local words (__velmora_command)
+    test "$words" = "$argv"
+end
+
+complete --command velmora --no-files
+complete --command velmora --short-option h --long-option help --description 'Show help and exit'
+complete --command velmora --long-option version --description 'Show the version and exit'
+complete --command velmora --long-option demo --description 'Watch a made-up GitHub on this machine'
+complete --command velmora --long-option verbose --description 'Tell on standard error what is being done'
+complete --command velmora --condition __velmora_needs_command --long-option background \
+    --description 'Start quietly into the tray, as at login'
+
+complete --command velmora --condition __velmora_needs_command --arguments connect --description 'Connect a GitHub account'
+complete --command velmora --condition __velmora_needs_command --arguments accounts \
+    --description 'List the connected accounts'
+complete --command velmora --condition __velmora_needs_command --arguments installations \
+    --description 'List where the App is installed, and switch that'
+complete --command velmora --condition __velmora_needs_command --arguments repositories \
+    --description 'List the repositories, and choose among them'
+complete --command velmora --condition __velmora_needs_command --arguments watch --description 'Watch the deployments'
+complete --command velmora --condition __velmora_needs_command --arguments status \
+    --description 'Show the saved deployments, without the network'
+complete --command velmora --condition __velmora_needs_command --arguments refresh \
+    --description 'Have the running Velmora load everything now'
+complete --command velmora --condition __velmora_needs_command --arguments show \
+    --description 'Open the window of the running Velmora'
+complete --command velmora --condition __velmora_needs_command --arguments settings \
+    --description 'Open the settings of the running Velmora'
+complete --command velmora --condition __velmora_needs_command --arguments quit --description 'End the running Velmora'
+complete --command velmora --condition __velmora_needs_command --arguments diagnose \
+    --description 'Check what Velmora needs, and tell what is wrong'
+
+complete --command velmora --condition '__velmora_accounts_words accounts' --arguments remove \
+    --description 'Forget an account and its token'
+complete --command velmora --condition '__velmora_accounts_words accounts remove' --arguments '(__velmora_logins)'
+
+for command in accounts installations repositories watch status
+    complete --command velmora --condition "__velmora_in_command $command" --long-option json \
+        --description 'Print JSON instead of text'
+end
+
+# Keys and names come from GitHub, which nobody waits for while typing.
+complete --command velmora --condition '__velmora_in_command installations' --long-option enable --exclusive \
+    --description 'Watch this installation'
+complete --command velmora --condition '__velmora_in_command installations' --long-option disable --exclusive \
+    --description 'Do not watch this installation'
+
+complete --command velmora --condition '__velmora_in_command repositories' --long-option include --exclusive \
+    --description 'Watch this repository'
+complete --command velmora --condition '__velmora_in_command repositories' --long-option exclude --exclusive \
+    --description 'Do not watch this repository'
+complete --command velmora --condition '__velmora_in_command repositories' --long-option all \
+    --description 'Watch every repository'
+complete --command velmora --condition '__velmora_in_command repositories' --long-option none \
+    --description 'Watch no repository'
+complete --command velmora --condition '__velmora_in_command repositories' --long-option refresh \
+    --description 'Load the list from GitHub'
+
+complete --command velmora --condition '__velmora_in_command watch' --long-option once \
+    --description 'End after the first complete refresh'
+complete --command velmora --condition '__velmora_in_command watch' --long-option quiet \
+    --description 'Post no desktop notifications'
+
+complete --command velmora --condition '__velmora_in_command status' --long-option format --exclusive \
+    --arguments waybar --description 'Print a line in this format'
+complete --command velmora --condition '__velmora_in_command status' --long-option follow \
+    --description 'Print again whenever something changes'
