@@ -12,6 +12,8 @@
 #include <QHash>
 #include <QTimer>
 
+#include <atomic>
+
 namespace velmora
 {
 
@@ -19,6 +21,8 @@ namespace
 {
 
 constexpr std::chrono::minutes kRememberedFor(1);
+
+std::atomic<int> s_openQuestions = 0;
 
 using Answer = OneShot<QNetworkProxy>;
 
@@ -125,7 +129,10 @@ QCoro::Task<> ProxyLookup::ask(std::shared_ptr<State> state, QString origin)
 {
     const auto question = state->questions.value(origin);
     auto work = [query = state->systemQuery, url = QUrl(origin)] {
-        return query(url);
+        ++s_openQuestions;
+        QNetworkProxy found = query(url);
+        --s_openQuestions;
+        return found;
     };
     const QNetworkProxy proxy = co_await runInBackground(&state->pool, std::move(work));
     if (state->questions.value(origin) == question) {
@@ -140,6 +147,11 @@ QCoro::Task<> ProxyLookup::ask(std::shared_ptr<State> state, QString origin)
 QNetworkProxy ProxyLookup::lastKnown(const QUrl &url) const
 {
     return m_state->remembered.value(originOf(url)).proxy;
+}
+
+bool ProxyLookup::isAskingSystem()
+{
+    return s_openQuestions > 0;
 }
 
 void ProxyLookup::abandon()

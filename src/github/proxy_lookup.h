@@ -37,6 +37,10 @@ public:
     /// What was found out last for the address, without asking; directly when nothing was.
     [[nodiscard]] QNetworkProxy lastKnown(const QUrl &url) const;
 
+    /// Whether a question to the system is still open, asked by any lookup of the process. Such a question cannot be
+    /// taken back, and Qt waits for its answer at the end of the process.
+    [[nodiscard]] static bool isAskingSystem();
+
     /// Fails whoever waits for an answer, on the spot, and asks anew the next time.
     void abandon();
 

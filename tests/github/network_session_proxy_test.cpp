@@ -253,6 +253,24 @@ private Q_SLOTS:
         QVERIFY(!description.contains(QLatin1String("secret")));
     }
 
+    void aSlowSystemHoldsTheEndOfTheProgramNotUp()
+    {
+#ifdef __SANITIZE_ADDRESS__
+        QSKIP("the sanitizer wants to be loaded first");
+#endif
+        const QTemporaryDir home;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("HOME"), home.path());
+        environment.insert(QStringLiteral("GITHUB_CLIENT_ID"), QStringLiteral("Iv23liVelmoraDemo001"));
+        environment.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral(VELMORA_SLOW_LIBPROXY));
+        ProgramRun run({QStringLiteral("connect")}, environment);
+        run.start();
+        QVERIFY(waitUntil([&] { return run.err().contains("asked for a proxy"); }));
+        run.signal(SIGINT);
+        QVERIFY(run.ends(kWithinASecond));
+        QCOMPARE(run.code(), 1);
+    }
+
     void theProgramSaysTheSame()
     {
         const auto server = httpsServer(QStringLiteral("self-signed"));
