@@ -7,6 +7,8 @@ namespace velmora
 namespace
 {
 
+constexpr int kDefaultPort = 443;
+
 GitHubEndpoints endpoints(const QString &api, const QString &graphql, const QString &web)
 {
     const QString scheme = QStringLiteral("https://");
@@ -14,12 +16,15 @@ GitHubEndpoints endpoints(const QString &api, const QString &graphql, const QStr
         QUrl(scheme + api), QUrl(scheme + graphql), QUrl(scheme + web + QStringLiteral("/login")), QUrl(scheme + web)};
 }
 
-/// The host and its port as addresses write them; empty when the text is anything more or less.
+/// The host and its port, unless that is the usual one, as addresses write them; empty when the text is anything more
+/// or less.
 QString authority(const QString &text)
 {
-    const QUrl url(QStringLiteral("https://") + text, QUrl::StrictMode);
+    QUrl url(QStringLiteral("https://") + text, QUrl::StrictMode);
     const bool isHost = url.isValid() && !url.host().isEmpty() && url.path().isEmpty() && url.userInfo().isEmpty()
         && !url.hasQuery() && !url.hasFragment();
+    if (url.port() == kDefaultPort)
+        url.setPort(-1);
     return isHost ? url.authority(QUrl::FullyEncoded) : QString();
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "github/network_exchange.h"
 
+#include "github/connection_failure.h"
+
 namespace velmora
 {
 
@@ -47,22 +49,31 @@ bool isAnswer(const QNetworkReply &reply, const std::optional<int> &status)
     return reply.error() == QNetworkReply::NoError || (status && *status >= 400 && isStatusError(reply.error()));
 }
 
-/// Qt's own words for what went wrong, unless they quote the request or the server.
-QString failureText(const QNetworkReply &reply, const QString &host)
+/// Hands Qt the proxies that were found out before, for it would ask the system itself and wait for the answer.
+class KnownProxies final : public QNetworkProxyFactory
 {
-    if (reply.error() == QNetworkReply::RemoteHostClosedError)
-        return QStringLiteral("%1 closed the connection before the answer was complete.").arg(host);
-    const QString text = reply.errorString();
-    if (reply.error() >= QNetworkReply::ContentAccessDenied || text.contains(QLatin1String("://")))
-        return QStringLiteral("The answer of %1 cannot be read.").arg(host);
-    return text;
-}
+public:
+    explicit KnownProxies(std::weak_ptr<NetworkSession::State> state)
+        : m_state(std::move(state))
+    {
+    }
+    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override
+    {
+        const auto state = m_state.lock();
+        return {state ? state->proxies.lastKnown(query.url()) : QNetworkProxy(QNetworkProxy::NoProxy)};
+    }
 
-std::shared_ptr<QNetworkAccessManager> managerOf(NetworkSession::State &state)
+private:
+    std::weak_ptr<NetworkSession::State> m_state;
+};
+
+std::shared_ptr<QNetworkAccessManager> managerOf(const std::shared_ptr<NetworkSession::State> &state)
 {
-    if (!state.manager)
-        state.manager = std::make_shared<QNetworkAccessManager>();
-    return state.manager;
+    if (!state->manager) {
+        state->manager = std::make_shared<QNetworkAccessManager>();
+        state->manager->setProxyFactory(new KnownProxies(state));
+    }
+    return state->manager;
 }
 
 } // namespace
@@ -70,11 +81,13 @@ std::shared_ptr<QNetworkAccessManager> managerOf(NetworkSession::State &state)
 NetworkExchange::NetworkExchange(
     std::shared_ptr<NetworkSession::State> state, const HTTPRequest &request, std::chrono::milliseconds deadline)
     : m_state(std::move(state))
-    , m_manager(managerOf(*m_state))
+    , m_manager(managerOf(m_state))
     , m_host(request.url.host())
+    , m_proxy(m_state->proxies.lastKnown(request.url))
     , m_reply(startReply(*m_manager, request, m_state->limits))
 {
     m_state->open.append(this);
+    connect(m_reply, &QNetworkReply::sslErrors, this, &NetworkExchange::noteCertificateErrors);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &NetworkExchange::readHeaders);
     connect(m_reply, &QNetworkReply::readyRead, this, &NetworkExchange::readBody);
     connect(m_reply, &QNetworkReply::finished, this, &NetworkExchange::finishReply);
@@ -106,6 +119,12 @@ void NetworkExchange::dropNow()
 {
     drop();
     settle();
+}
+
+/// Nothing is ever forgiven: the reply fails next, and this is why.
+void NetworkExchange::noteCertificateErrors(const QList<QSslError> &errors)
+{
+    m_certificateErrors = errors;
 }
 
 void NetworkExchange::readHeaders()
@@ -152,8 +171,15 @@ void NetworkExchange::finishReply()
         // Nobody else aborts a reply that is still listened to: this is the limit of silence.
         expire();
     } else {
-        fail(TransportError::Kind::Network, failureText(*m_reply, m_host));
+        fail(TransportError::Kind::Network, failureText());
     }
+}
+
+QString NetworkExchange::failureText() const
+{
+    if (!m_certificateErrors.isEmpty())
+        return certificateFailureText(m_host, m_certificateErrors);
+    return connectionFailureText(m_host, m_reply->error(), m_reply->errorString(), m_proxy);
 }
 
 void NetworkExchange::fail(TransportError::Kind kind, const QString &text)
@@ -176,7 +202,7 @@ void NetworkExchange::end(std::exception_ptr failure)
 void NetworkExchange::expire()
 {
     abandonConnections();
-    fail(TransportError::Kind::TimedOut, QStringLiteral("The connection to %1 timed out.").arg(m_host));
+    fail(TransportError::Kind::TimedOut, timeoutText(m_host, m_proxy));
 }
 
 /// Aborting a reply leaves a connection open that was still being made, and later requests would wait for

@@ -2,11 +2,13 @@
 #pragma once
 
 #include "github/network_session.h"
+#include "github/proxy_lookup.h"
 #include "support/error.h"
 #include "support/one_shot.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QSslError>
 #include <QTimer>
 
 namespace velmora
@@ -19,11 +21,13 @@ struct NetworkSession::State {
     /// Holds the connections; absent until it is needed, and let go of when they are not to be trusted.
     std::shared_ptr<QNetworkAccessManager> manager;
     QList<NetworkExchange *> open;
+    ProxyLookup proxies;
     bool isClosed = false;
 };
 
-/// One request on the wire and its answer. Lives in the frame of the coroutine that awaits done() and owns
-/// the reply; whoever awaits is resumed from the event loop, never inside of what ended the exchange.
+/// One request on the wire and its answer, through the proxy that is known for its address. Lives in the frame of the
+/// coroutine that awaits done() and owns the reply; whoever awaits is resumed from the event loop, never inside of what
+/// ended the exchange.
 class NetworkExchange final : public QObject
 {
 public:
@@ -42,9 +46,11 @@ public:
     void dropNow();
 
 private:
+    void noteCertificateErrors(const QList<QSslError> &errors);
     void readHeaders();
     void readBody();
     void finishReply();
+    [[nodiscard]] QString failureText() const;
     void fail(TransportError::Kind kind, const QString &text);
     void end(std::exception_ptr failure);
     void expire();
@@ -55,9 +61,11 @@ private:
     std::shared_ptr<NetworkSession::State> m_state;
     std::shared_ptr<QNetworkAccessManager> m_manager;
     QString m_host;
+    QNetworkProxy m_proxy;
     OneShot<HTTPResponse> m_done;
     QNetworkReply *m_reply = nullptr;
     QTimer m_deadline;
+    QList<QSslError> m_certificateErrors;
     HTTPResponse m_response;
     std::exception_ptr m_failure;
     bool m_isEnded = false;

@@ -74,13 +74,18 @@ void requireSendable(const HTTPRequest &request)
         throw TransportError(TransportError::Kind::Network, QStringLiteral("The request cannot be sent."));
 }
 
+void requireOpen(const State &state)
+{
+    if (state.isClosed)
+        throw TransportError(TransportError::Kind::Network, QStringLiteral("The connection is closed."));
+}
+
 QCoro::Task<HTTPResponse> sendOnce(
     std::shared_ptr<State> state, HTTPRequest request, std::chrono::milliseconds deadline, std::stop_token stop)
 {
     throwIfStopped(stop);
     requireSendable(request);
-    if (state->isClosed)
-        throw TransportError(TransportError::Kind::Network, QStringLiteral("The connection is closed."));
+    requireOpen(*state);
     NetworkExchange exchange(state, request, deadline);
     const auto interrupt = [&exchange] {
         exchange.cancel();
@@ -94,6 +99,11 @@ QCoro::Task<HTTPResponse> sendOnce(
 QCoro::Task<HTTPResponse> sendAndFollow(std::shared_ptr<State> state, HTTPRequest request, std::stop_token stop)
 {
     const QDeadlineTimer end(state->limits.total);
+    requireSendable(request);
+    requireOpen(*state);
+    const auto patience = std::min(state->limits.silence, state->limits.total);
+    // Redirects stay on the same origin, and so with the same proxy.
+    co_await state->proxies.proxyFor(request.url, patience, stop);
     int redirects = 0;
     while (true) {
         const std::chrono::milliseconds left(std::max<qint64>(end.remainingTime(), 0));
@@ -122,6 +132,7 @@ NetworkSession::NetworkSession(Limits limits)
 NetworkSession::~NetworkSession()
 {
     m_state->isClosed = true;
+    m_state->proxies.abandon();
     // Each one leaves the list when whoever awaits it has seen the end.
     while (!m_state->open.isEmpty())
         m_state->open.takeFirst()->dropNow();
@@ -137,6 +148,7 @@ void NetworkSession::dropConnections()
     const auto open = m_state->open;
     for (auto *exchange : open)
         exchange->drop();
+    m_state->proxies.abandon();
     m_state->manager.reset();
 }
 

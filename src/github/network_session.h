@@ -14,6 +14,9 @@ namespace velmora
 /// HTTP/1.1 only: a silently dead HTTP/2 connection would be used for every later request, for ever.
 /// Redirects are followed by hand, at most three and only on the same origin, so that no token travels
 /// to another host; any other redirect is the answer. No cookies, no cache.
+///
+/// A host is reached through the proxy that the environment or the system names for it, this machine itself never. What
+/// a host certifies itself with must verify against the trust store of the system, and nothing can switch that off.
 class NetworkSession final : public HTTPSession
 {
 public:

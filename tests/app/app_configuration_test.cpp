@@ -81,6 +81,8 @@ private Q_SLOTS:
             "https://github.com");
         row("octocorp.ghe.com", "https://api.octocorp.ghe.com", "https://api.octocorp.ghe.com/graphql",
             "https://octocorp.ghe.com/login", "https://octocorp.ghe.com");
+        row("github.com:443", "https://api.github.com", "https://api.github.com/graphql", "https://github.com/login",
+            "https://github.com");
         row("ghe.example.com", "https://ghe.example.com/api/v3", "https://ghe.example.com/api/graphql",
             "https://ghe.example.com/login", "https://ghe.example.com");
         row("ghe.example.com:8443", "https://ghe.example.com:8443/api/v3", "https://ghe.example.com:8443/api/graphql",
@@ -105,12 +107,41 @@ private Q_SLOTS:
 
     void anEndpointOfItsOwnCountsMoreThanTheHost()
     {
-        const Properties api{
-            {kHost, QStringLiteral("ghe.example.com")}, {kKeys.at(1), QStringLiteral("https://api.example.com")}};
-        const auto moved = AppConfiguration::fromProperties({api});
-        QCOMPARE(moved.apiURL, QUrl(QStringLiteral("https://api.example.com")));
-        QVERIFY(moved.graphqlURL.isEmpty());
-        QCOMPARE(moved.webURL, QUrl(QStringLiteral("https://ghe.example.com")));
+        const QUrl own(QStringLiteral("https://own.example.com/x"));
+        const auto configured = [&](const QString &key) {
+            return AppConfiguration::fromProperties({{{kHost, QStringLiteral("ghe.example.com")}},
+                {{key, own.toString()}, {kHost, QStringLiteral("other.example.com")}}});
+        };
+        const QString name = QStringLiteral("https://ghe.example.com");
+        const auto api = configured(kKeys.at(1));
+        QCOMPARE(api.apiURL, own);
+        QVERIFY(api.graphqlURL.isEmpty());
+        QCOMPARE(api.loginURL, QUrl(name + QStringLiteral("/login")));
+        QCOMPARE(api.webURL, QUrl(name));
+        const auto graphql = configured(kKeys.at(2));
+        QCOMPARE(graphql.apiURL, QUrl(name + QStringLiteral("/api/v3")));
+        QCOMPARE(graphql.graphqlURL, own);
+        const auto login = configured(kKeys.at(3));
+        QCOMPARE(login.loginURL, own);
+        QCOMPARE(login.webURL, QUrl(name));
+        const auto web = configured(kKeys.at(4));
+        QCOMPARE(web.webURL, own);
+        QCOMPARE(web.loginURL, QUrl(name + QStringLiteral("/login")));
+    }
+
+    void theHostOfThePersonCountsMoreThanWhatIsBuiltIn()
+    {
+        const QTemporaryDir folder;
+        const auto directories = XDGDirectories::under(folder.path());
+        QCOMPARE(AppConfiguration::load(directories).loginURL, QUrl(QStringLiteral("https://github.com/login")));
+        qputenv(qPrintable(kHost), "octocorp.ghe.com");
+        const auto configuration = AppConfiguration::load(directories);
+        QCOMPARE(configuration.apiURL, QUrl(QStringLiteral("https://api.octocorp.ghe.com")));
+        QCOMPARE(configuration.graphqlURL, QUrl(QStringLiteral("https://api.octocorp.ghe.com/graphql")));
+        QCOMPARE(configuration.loginURL, QUrl(QStringLiteral("https://octocorp.ghe.com/login")));
+        QCOMPARE(configuration.webURL, QUrl(QStringLiteral("https://octocorp.ghe.com")));
+        qputenv("VELMORA_WEB_URL", "https://pages.example.com");
+        QCOMPARE(AppConfiguration::load(directories).webURL, QUrl(QStringLiteral("https://pages.example.com")));
     }
 
     void whatIsNoHostIsRefused_data()

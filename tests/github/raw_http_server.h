@@ -17,14 +17,22 @@ public:
     using Handler = std::function<void(QTcpSocket *, const QByteArray &request)>;
 
     RawHTTPServer()
+        : RawHTTPServer(std::make_unique<QTcpServer>())
     {
-        connect(&m_server, &QTcpServer::newConnection, this, [this] { accept(); });
-        m_server.listen(QHostAddress::LocalHost);
     }
+    /// `server` makes the connections; one that encrypts hands over what has been agreed on.
+    explicit RawHTTPServer(std::unique_ptr<QTcpServer> server)
+        : m_server(std::move(server))
+    {
+        connect(m_server.get(), &QTcpServer::pendingConnectionAvailable, this, [this] { accept(); });
+        m_server->listen(QHostAddress::LocalHost);
+    }
+
+    [[nodiscard]] quint16 port() const { return m_server->serverPort(); }
 
     [[nodiscard]] QUrl url(const QString &path = QStringLiteral("/")) const
     {
-        return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_server.serverPort()).arg(path));
+        return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(port()).arg(path));
     }
 
     static QByteArray answer(const QByteArray &status, const QByteArray &body, const QByteArray &headers = {})
@@ -57,7 +65,7 @@ public:
 private:
     void accept()
     {
-        while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+        while (QTcpSocket *socket = m_server->nextPendingConnection()) {
             ++connections;
             auto received = std::make_shared<QByteArray>();
             connect(socket, &QTcpSocket::readyRead, this, [this, socket, received] {
@@ -97,7 +105,7 @@ private:
         return 0;
     }
 
-    QTcpServer m_server;
+    std::unique_ptr<QTcpServer> m_server;
 };
 
 } // namespace velmora::testing

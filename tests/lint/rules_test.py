@@ -121,6 +121,14 @@ class RulesTest(unittest.TestCase):
         self.assertEqual(self.found(rule, "a.h", "class A { Q_OBJECT\n};"), 1)
         self.assertEqual(self.found(rule, "a.h", "class A {\n    Q_OBJECT\n}; // Q_OBJECT"), 0)
 
+    def test_certificates_are_always_verified(self):
+        rule = source_rules.verified_peers
+        self.assertEqual(self.found(rule, "src/a/a.cpp", "reply->ignoreSslErrors();"), 1)
+        self.assertEqual(self.found(rule, "src/a/a.cpp", "c.setPeerVerifyMode(QSslSocket::VerifyNone);"), 2)
+        self.assertEqual(self.found(rule, "src/a/a.h", "QSslConfiguration::setDefaultConfiguration(c);"), 1)
+        self.assertEqual(self.found(rule, "src/a/a.cpp", '// ignoreSslErrors\nlog("ignoreSslErrors");'), 0)
+        self.assertEqual(self.found(rule, "tests/a/a.cpp", "reply->ignoreSslErrors();"), 0)
+
     def test_licence_and_guard(self):
         self.assertEqual(self.found(source_rules.licence, "a.h", "int a;"), 1)
         self.assertEqual(self.found(source_rules.licence, "a.h", "// SPDX-License-Identifier: MIT\n"), 0)

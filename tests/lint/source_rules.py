@@ -91,6 +91,15 @@ def meta_object_macro(path, text):
             yield number, "Q_OBJECT stands on a line of its own"
 
 
+def verified_peers(path, text):
+    """A certificate that does not verify is an error, for everybody and always."""
+    if not is_cpp(path) or not path.startswith("src/"):
+        return
+    for item in tokens(text):
+        if item.text in ("ignoreSslErrors", "setPeerVerifyMode", "VerifyNone", "QueryPeer", "setDefaultConfiguration"):
+            yield item.line, f"{item.text} takes part in switching the check of certificates off"
+
+
 def header_guard(path, text):
     if path.endswith(".h") and not re.search(r"^#pragma once$", text, re.MULTILINE):
         yield 1, "no #pragma once"
@@ -119,5 +128,5 @@ def file_size(path, text):
         yield 401, "more than 400 lines; split it"
 
 
-SOURCE_RULES = [licence, layers, plain_awaits, connects, meta_object_macro, header_guard, file_size]
+SOURCE_RULES = [licence, layers, plain_awaits, connects, meta_object_macro, verified_peers, header_guard, file_size]
 TEXT_RULES = [marks, outside_references]

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+#include "github/connection_failure.h"
+
+namespace velmora
+{
+
+namespace
+{
+
+struct CertificateProblem {
+    QList<QSslError::SslError> errors;
+    QString reason;
+    QString advice;
+};
+
+/// The first that applies is the one to tell: a certificate that nobody vouches for may as well be out of date.
+const QList<CertificateProblem> &certificateProblems()
+{
+    const QString install = QStringLiteral("If your company signs certificates itself, install the certificate of its "
+                                           "authority in the system's trust store.");
+    static const QList<CertificateProblem> problems{
+        {{QSslError::CertificateRevoked, QSslError::CertificateBlacklisted}, QStringLiteral("it was revoked"),
+            QStringLiteral("Tell whoever runs the host.")},
+        {{QSslError::SelfSignedCertificate}, QStringLiteral("it is self-signed"), install},
+        {{QSslError::SelfSignedCertificateInChain, QSslError::UnableToGetIssuerCertificate,
+             QSslError::UnableToGetLocalIssuerCertificate, QSslError::UnableToVerifyFirstCertificate,
+             QSslError::CertificateUntrusted},
+            QStringLiteral("this system does not know its issuer"), install},
+        {{QSslError::HostNameMismatch}, QStringLiteral("it is for another host name"),
+            QStringLiteral("Check the address, or tell whoever runs the host.")},
+        {{QSslError::CertificateExpired}, QStringLiteral("it has expired"),
+            QStringLiteral("Check this computer's clock, or tell whoever runs the host.")},
+        {{QSslError::CertificateNotYetValid}, QStringLiteral("it is not valid yet"),
+            QStringLiteral("Check this computer's clock, or tell whoever runs the host.")},
+        {{}, QStringLiteral("it breaks a rule for certificates"), QStringLiteral("Tell whoever runs the host.")},
+    };
+    return problems;
+}
+
+bool applies(const CertificateProblem &problem, const QList<QSslError> &errors)
+{
+    return problem.errors.isEmpty()
+        || std::ranges::any_of(errors, [&](const QSslError &error) { return problem.errors.contains(error.error()); });
+}
+
+bool isUsed(const QNetworkProxy &proxy)
+{
+    return proxy.type() != QNetworkProxy::NoProxy && proxy.type() != QNetworkProxy::DefaultProxy;
+}
+
+QString nameOf(const QNetworkProxy &proxy)
+{
+    const bool isIPv6 = proxy.hostName().contains(QLatin1Char(':'));
+    const QString host = isIPv6 ? QStringLiteral("[%1]").arg(proxy.hostName()) : proxy.hostName();
+    return QStringLiteral("%1:%2").arg(host).arg(proxy.port());
+}
+
+/// Whether the words of Qt quote an address or the other side.
+bool isQuoting(QNetworkReply::NetworkError error, const QString &qtText)
+{
+    return error >= QNetworkReply::ContentAccessDenied || qtText.contains(QLatin1String("://"));
+}
+
+QString authenticationText(const QNetworkProxy &proxy)
+{
+    if (proxy.user().isEmpty())
+        return QStringLiteral("The proxy %1 asks for a user name and a password, and none are set in its address.")
+            .arg(nameOf(proxy));
+    return QStringLiteral("The proxy %1 does not accept the user name and the password that are set in its address.")
+        .arg(nameOf(proxy));
+}
+
+QString proxyFailureText(
+    const QString &host, QNetworkReply::NetworkError error, const QString &qtText, const QNetworkProxy &proxy)
+{
+    const QString name = nameOf(proxy);
+    if (error == QNetworkReply::ProxyAuthenticationRequiredError)
+        return authenticationText(proxy);
+    // Qt names the host, but it is the proxy who looks for that, and Qt who looks for the proxy.
+    if (error == QNetworkReply::HostNotFoundError || error == QNetworkReply::ProxyNotFoundError)
+        return QStringLiteral("The proxy %1 was not found, or does not find %2.").arg(name, host);
+    const QString failed = QStringLiteral("%1 cannot be reached through the proxy %2").arg(host, name);
+    return isQuoting(error, qtText) ? failed + QLatin1Char('.') : failed + QStringLiteral(": ") + qtText;
+}
+
+} // namespace
+
+QString certificateFailureText(const QString &host, const QList<QSslError> &errors)
+{
+    const auto &problems = certificateProblems();
+    const auto found
+        = std::ranges::find_if(problems, [&](const CertificateProblem &problem) { return applies(problem, errors); });
+    return QStringLiteral("The certificate of %1 could not be verified: %2. %3")
+        .arg(host, found->reason, found->advice);
+}
+
+QString connectionFailureText(
+    const QString &host, QNetworkReply::NetworkError error, const QString &qtText, const QNetworkProxy &proxy)
+{
+    if (error == QNetworkReply::RemoteHostClosedError)
+        return QStringLiteral("%1 closed the connection before the answer was complete.").arg(host);
+    if (error == QNetworkReply::SslHandshakeFailedError)
+        return QStringLiteral("No encrypted connection to %1 could be made.").arg(host);
+    if (isUsed(proxy) && error < QNetworkReply::ContentAccessDenied)
+        return proxyFailureText(host, error, qtText, proxy);
+    if (isQuoting(error, qtText))
+        return QStringLiteral("The answer of %1 cannot be read.").arg(host);
+    return qtText;
+}
+
+QString timeoutText(const QString &host, const QNetworkProxy &proxy)
+{
+    if (isUsed(proxy))
+        return QStringLiteral("The connection to %1 through the proxy %2 timed out.").arg(host, nameOf(proxy));
+    return QStringLiteral("The connection to %1 timed out.").arg(host);
+}
+
+} // namespace velmora

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: MIT
+#include "github/proxy_lookup.h"
+#include "support/await.h"
+
+#include <QSemaphore>
+#include <QTest>
+#include <QThread>
+
+#include <atomic>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+const QUrl kAddress(QStringLiteral("https://a.test/path?token=secret"));
+const QNetworkProxy kProxy(QNetworkProxy::HttpProxy, QStringLiteral("p.test"), 3128);
+
+/// A system that answers when it is let.
+struct SlowSystem {
+    QSemaphore allowed;
+    std::atomic<int> questions = 0;
+    QUrl lastAddress;
+    bool wasOnMainThread = false;
+
+    ProxyLookup::SystemQuery query()
+    {
+        return [this](const QUrl &url) {
+            ++questions;
+            lastAddress = url;
+            wasOnMainThread = QThread::currentThread() == QCoreApplication::instance()->thread();
+            allowed.acquire();
+            return kProxy;
+        };
+    }
+};
+
+} // namespace
+
+class ProxyLookupTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        for (const char *name : {"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"})
+            qunsetenv(name);
+    }
+
+    void theSystemIsAskedOnAnotherThreadAndOnceForAMinute()
+    {
+        SlowSystem system;
+        const ProxyLookup lookup(system.query());
+        const auto first = start(lookup.proxyFor(kAddress, 10s, {}));
+        const auto second = start(lookup.proxyFor(QUrl(QStringLiteral("https://a.test/other")), 10s, {}));
+        QVERIFY(waitUntil([&] { return system.questions == 1; }));
+        drainEvents();
+        QVERIFY(!first->isDone && !second->isDone);
+        QCOMPARE(lookup.lastKnown(kAddress).type(), QNetworkProxy::NoProxy);
+        system.allowed.release();
+        QVERIFY(waitUntil([&] { return first->isDone && second->isDone; }));
+        QCOMPARE(*first->value, kProxy);
+        QCOMPARE(*second->value, kProxy);
+        QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})), kProxy);
+        QCOMPARE(lookup.lastKnown(kAddress), kProxy);
+        QCOMPARE(system.questions, 1);
+        QVERIFY(!system.wasOnMainThread);
+        // A script may come from anywhere and must not learn more than it needs.
+        QCOMPARE(system.lastAddress, QUrl(QStringLiteral("https://a.test")));
+    }
+
+    void afterBeingAbandonedItAsksAnew()
+    {
+        SlowSystem system;
+        system.allowed.release(2);
+        ProxyLookup lookup(system.query());
+        QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})), kProxy);
+        lookup.abandon();
+        QCOMPARE(lookup.lastKnown(kAddress), kProxy);
+        QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})), kProxy);
+        QCOMPARE(system.questions, 2);
+    }
+
+    void aSystemThatDoesNotAnswerEndsWithThePatience()
+    {
+        SlowSystem system;
+        const ProxyLookup lookup(system.query());
+        const auto outcome = await(lookup.proxyFor(kAddress, 30ms, {}));
+        QVERIFY(outcome.failedWithType<TransportError>());
+        system.allowed.release();
+    }
+
+    void aStopEndsTheWaiting()
+    {
+        SlowSystem system;
+        const ProxyLookup lookup(system.query());
+        std::stop_source stop;
+        const auto outcome = start(lookup.proxyFor(kAddress, 10s, stop.get_token()));
+        stop.request_stop();
+        QVERIFY(!outcome->isDone);
+        QVERIFY(waitUntil([&] { return outcome->isDone; }));
+        QVERIFY(outcome->failedWithType<CancellationError>());
+        system.allowed.release();
+    }
+
+    void theEndOfTheLookupFailsWhoWaitsOnTheSpot()
+    {
+        SlowSystem system;
+        auto lookup = std::make_unique<ProxyLookup>(system.query());
+        const auto outcome = start(lookup->proxyFor(kAddress, 10s, {}));
+        lookup.reset();
+        QVERIFY(outcome->isDone);
+        QVERIFY(outcome->failedWithType<TransportError>());
+        system.allowed.release();
+    }
+
+    void theEnvironmentIsAskedFirst()
+    {
+        SlowSystem system;
+        const ProxyLookup lookup(system.query());
+        qputenv("HTTPS_PROXY", "http://env.test:1");
+        QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})).hostName(), QStringLiteral("env.test"));
+        QCOMPARE(lookup.lastKnown(kAddress).hostName(), QStringLiteral("env.test"));
+        const QUrl here(QStringLiteral("http://127.0.0.1:80/"));
+        QCOMPARE(awaitValue(lookup.proxyFor(here, 10s, {})).type(), QNetworkProxy::NoProxy);
+        QCOMPARE(system.questions, 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(ProxyLookupTest)
+#include "proxy_lookup_test.moc"

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// Loaded before the system's library for the choice of a proxy: says that it was asked, and takes its time, as a script
+// on a slow network does.
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+
+extern "C" char **px_proxy_factory_get_proxies(void *, const char *)
+{
+    constexpr char kNotice[] = "asked for a proxy\n";
+    if (::write(STDERR_FILENO, kNotice, sizeof kNotice - 1) > 0)
+        ::sleep(20);
+    auto **proxies = static_cast<char **>(std::calloc(2, sizeof(char *)));
+    proxies[0] = ::strdup("direct://");
+    return proxies;
+}
