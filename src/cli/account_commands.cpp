@@ -5,6 +5,8 @@
 #include "cli/plain_text.h"
 #include "cli/printed_records.h"
 #include "cli/signal_waiting.h"
+#include "monitor/deployment_monitor.h"
+#include "support/clock.h"
 
 namespace velmora
 {
@@ -88,6 +90,7 @@ QCoro::Task<ExitCode> runRemoveAccount(CommandContext context, CommandLine line)
     }
     const GitHubAccount account = found->account;
     co_await store->removeAndWait(account.id);
+    co_await context.monitor->forgetRemoved(store, context.installations, context.clock->now());
     context.out->writeLine(QStringLiteral("Removed %1.").arg(account.login));
     co_return ExitCode::Done;
 }
