@@ -92,8 +92,14 @@ QCoro::Task<RemovalAnswer> LocalControl::removeAccount(QString login, std::stop_
         answer.refusal = QStringLiteral("There is no account named %1. %2").arg(login, knownLogins(sessions));
         co_return answer;
     }
-    answer.login = found->account.login;
-    co_await m_services.authentication->removeAndWait(found->account.id);
+    const GitHubAccount account = found->account;
+    answer.login = account.login;
+    const Services services = m_services;
+    const QPointer<LocalControl> self(this);
+    co_await services.authentication->removeAndWait(account.id);
+    if (self)
+        co_await services.monitor->forgetRemoved(
+            services.authentication, services.installations, services.clock->now());
     co_return answer;
 }
 

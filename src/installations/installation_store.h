@@ -57,6 +57,9 @@ public:
     [[nodiscard]] QCoro::Task<> refreshIdentities(
         AuthenticationStore *authentication, QSet<qint64> identities, std::stop_token stop = {});
 
+    /// Forgets what only identities reached that are not among these sessions. Asks nobody.
+    void retain(const QList<GitHubAccountSession> &sessions);
+
     /// Switches one installation by its key; an unknown key changes and saves nothing.
     void setInstallation(const QString &key, bool enabled);
     /// Switches one repository by its node id; an unknown id changes and saves nothing.

@@ -202,6 +202,22 @@ void InstallationStore::settle(
         Q_EMIT stateChanged();
 }
 
+void InstallationStore::retain(const QList<GitHubAccountSession> &sessions)
+{
+    const QPointer<InstallationStore> self(this);
+    const auto isGone = [&sessions](qint64 identityID) {
+        return std::ranges::find(sessions, identityID, &GitHubAccountSession::id) == sessions.end();
+    };
+    m_reach.removeIf([&](const auto &entry) { return isGone(entry.key()); });
+    publishRecords(sessions);
+    // What never ended, or is under way, says itself how it ends.
+    if (!self || !m_lastRefreshedAt || m_runningRefreshes > 0)
+        return;
+    auto failures = m_failures;
+    failures.removeIf([&](const InstallationFailure &failure) { return isGone(failure.identityID); });
+    settle(sessions, std::move(failures), false);
+}
+
 void InstallationStore::abandon()
 {
     // Another refresh that is under way goes on loading.

@@ -39,22 +39,10 @@ DeploymentMonitorPresentation DeploymentMonitor::presentation() const
 
 void DeploymentMonitor::start(AuthenticationStore *authentication, InstallationStore *installations)
 {
+    m_listed = identities(*authentication);
     connect(authentication, &AuthenticationStore::sessionsChanged, this,
-        [this, authentication] { retryReconnected(*authentication); });
+        [this, authentication, installations] { followSessions(authentication, installations); });
     m_scope.launch(poll(authentication, installations), "Polling deployments");
-}
-
-/// A keyring that was unlocked, or an account connected anew, is not kept waiting for the next retry.
-void DeploymentMonitor::retryReconnected(const AuthenticationStore &authentication)
-{
-    QSet<qint64> connected;
-    for (const auto &session : authentication.sessions()) {
-        if (session.status == GitHubSessionStatus::Connected)
-            connected.insert(session.id());
-    }
-    for (const auto identityID : connected - m_connected)
-        m_health.retryNow(identityID);
-    m_connected = connected;
 }
 
 QCoro::Task<> DeploymentMonitor::poll(AuthenticationStore *authentication, InstallationStore *installations)
@@ -190,12 +178,17 @@ QCoro::Task<> DeploymentMonitor::retryNow(
     co_await tick(authentication, installations, now);
 }
 
-QSet<qint64> DeploymentMonitor::identities(const Round &round) const
+QSet<qint64> DeploymentMonitor::identities(const AuthenticationStore &authentication)
 {
     QSet<qint64> result;
-    for (const auto &session : round.authentication->sessions())
+    for (const auto &session : authentication.sessions())
         result.insert(session.id());
     return result;
+}
+
+QSet<qint64> DeploymentMonitor::identities(const Round &round)
+{
+    return identities(*round.authentication);
 }
 
 QSet<qint64> DeploymentMonitor::eligibleIdentities(const Round &round) const
@@ -258,6 +251,17 @@ void DeploymentMonitor::publish(Published published)
         return;
     m_published = std::move(published);
     Q_EMIT changed();
+}
+
+/// "Connect GitHub" is no longer true once somebody is asked.
+void DeploymentMonitor::beginRequests()
+{
+    if (m_published.state.state == DeploymentMonitorState::Case::Disconnected) {
+        Published next = m_published;
+        next.state = DeploymentMonitorState::loading(!next.deployments.isEmpty());
+        publish(std::move(next));
+    }
+    setRefreshing(true);
 }
 
 void DeploymentMonitor::setRefreshing(bool isRefreshing)

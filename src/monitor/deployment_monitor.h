@@ -62,8 +62,8 @@ public:
     [[nodiscard]] bool isRefreshing() const { return m_isRefreshing; }
     [[nodiscard]] DeploymentMonitorPresentation presentation() const;
 
-    /// Loads the cache, then polls every 5 seconds until the monitor is destroyed. Call it once. The stores
-    /// outlive the monitor.
+    /// Loads the cache, then polls every 5 seconds until the monitor is destroyed. An identity that joins is fetched
+    /// at once, and one that leaves is forgotten. Call it once. The stores outlive the monitor.
     void start(AuthenticationStore *authentication, InstallationStore *installations);
 
     /// One decision of the polling loop. Ends at once while a refresh is running.
@@ -81,6 +81,13 @@ public:
 
     /// The network is back or the machine woke: identities that failed are due, and a tick follows at once.
     [[nodiscard]] QCoro::Task<> retryNow(
+        AuthenticationStore *authentication, InstallationStore *installations, Instant now);
+
+    /// Forgets, here and in the cache, whatever only identities reached that are no longer connected; no deployment
+    /// is fetched. Asks GitHub where an identity reaches when that is not known yet: after a restart nothing else
+    /// tells whose a saved deployment is. Whatever may belong to one that cannot be asked stays. Waits for a running
+    /// refresh first.
+    [[nodiscard]] QCoro::Task<> forgetRemoved(
         AuthenticationStore *authentication, InstallationStore *installations, Instant now);
 
     /// The machine is about to sleep or has just woken: until release() ticks do nothing, and a request that
@@ -138,14 +145,20 @@ private:
     QCoro::Task<Fetched> fetch(QList<RepositoryRecord> repositories, Round round, Scope scope);
     QCoro::Task<> finish(Round round, Fetched fetched);
 
+    void followSessions(AuthenticationStore *authentication, InstallationStore *installations);
     void retryReconnected(const AuthenticationStore &authentication);
-    [[nodiscard]] QSet<qint64> identities(const Round &round) const;
+    QCoro::Task<> welcomeNewcomers(AuthenticationStore *authentication, InstallationStore *installations);
+    QCoro::Task<> forgetIdentities(Round round);
+    QCoro::Task<> dropUnreachable(Round round);
+    [[nodiscard]] static QSet<qint64> identities(const AuthenticationStore &authentication);
+    [[nodiscard]] static QSet<qint64> identities(const Round &round);
     [[nodiscard]] QSet<qint64> eligibleIdentities(const Round &round) const;
     [[nodiscard]] QSet<qint64> identitiesWithoutInstallations(const Round &round) const;
     [[nodiscard]] QSet<qint64> neverAskedIdentities(const Round &round) const;
     void recordSuccess(qint64 identityID, const DeploymentRateLimit &rateLimit, Scope scope, Instant now);
     void recordFailure(qint64 identityID, const std::exception_ptr &failure, Instant now);
     void noteInstallationFailures(const Round &round);
+    void forgetFailuresOfPaused(const Round &round);
     void takeNoteOfHistory(const QSet<qint64> &succeeded, const QList<DeploymentSnapshot> &deployments);
     [[nodiscard]] QList<DeploymentSnapshot> shownAfter(
         QList<DeploymentSnapshot> deployments, const Fetched &fetched, const Round &round) const;
@@ -155,6 +168,7 @@ private:
     QCoro::Task<> disconnect(Instant now);
     QCoro::Task<> saveCache(Instant now);
     void publish(Published published);
+    void beginRequests();
     void setRefreshing(bool isRefreshing);
 
     GitHubClient m_client;
@@ -166,6 +180,7 @@ private:
     std::optional<Instant> m_lastFullRefreshAt; ///< installations and all deployments
     std::optional<Instant> m_lastCompleteSuccessAt; ///< no identity failed or was paused
     IdentityHealth m_health;
+    QSet<qint64> m_listed; ///< identities of the sessions when they last changed
     QSet<qint64> m_connected; ///< identities whose session was connected when the sessions last changed
     QHash<qint64, qint64> m_fullCosts; ///< points that the last full fetch of each identity cost
     QHash<QString, qint64> m_owners; ///< identity by repository node id, of every deployment fetched in this run

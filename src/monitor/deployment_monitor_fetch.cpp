@@ -71,7 +71,7 @@ QCoro::Task<> DeploymentMonitor::refreshInstallations(Round round, QSet<qint64> 
         co_return;
     const QPointer<DeploymentMonitor> self(this);
     const std::stop_token stop = m_scope.stopToken();
-    setRefreshing(true);
+    beginRequests();
     if (asked == identities(round))
         co_await round.installations->refresh(round.authentication, stop);
     else
@@ -99,7 +99,7 @@ QCoro::Task<> DeploymentMonitor::refreshIdentities(Round round, Scope scope, QSe
 
     Fetched fetched;
     if (!repositories.isEmpty()) {
-        setRefreshing(true);
+        beginRequests();
         fetched = co_await fetch(repositories, round, scope);
         if (!self)
             co_return;
@@ -189,10 +189,20 @@ void DeploymentMonitor::noteInstallationFailures(const Round &round)
     }
 }
 
+/// Refused since it failed: GitHub's answer is the newer one, and until the pause is over there is none after it.
+void DeploymentMonitor::forgetFailuresOfPaused(const Round &round)
+{
+    for (const auto identityID : identities(round)) {
+        if (m_services.rateLimits->pausedUntil(identityID, round.now))
+            m_health.recordSuccess(identityID);
+    }
+}
+
 QCoro::Task<> DeploymentMonitor::finish(Round round, Fetched fetched)
 {
     const QPointer<DeploymentMonitor> self(this);
     noteInstallationFailures(round);
+    forgetFailuresOfPaused(round);
     const auto previous = m_published.deployments;
     Published next = m_published;
     if (!fetched.succeeded.isEmpty()) {

@@ -53,6 +53,18 @@ class ConnectionTest(VelmoraTest):
         window.find("list item", "Failed, 1")
         eventually(lambda: self.desktop.tray.item().read("Title") == "1", "the number in the tray")
 
+    def test_says_that_it_loads_from_the_authorisation_on(self):
+        window = self.start_velmora().open_by_click()
+        window.find("push button", "Add GitHub account").press()
+        code = eventually(lambda: self.github.ask("GET", "codes")["userCodes"], "a code")[0]
+        self.github.tell("rules", {"path": "/user/installations", **_WAITING})
+
+        self.github.tell("approve", {"userCode": code})
+
+        window.find("label", "Refreshing deployments")
+        window.find("label", "Loading deployments…")
+        self.assertEqual(window.all("label", "Connect GitHub"), [])
+
     def test_a_click_opens_the_log_the_environment_or_the_deployments_of_the_repository(self):
         velmora = self.start_velmora()
         window = self.connect(velmora)

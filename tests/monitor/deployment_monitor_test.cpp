@@ -531,6 +531,18 @@ private Q_SLOTS:
         QCOMPARE(f->monitor->message(), text("alice: GitHub returned HTTP 502."));
     }
 
+    void aPauseTakesTheTimeOfTheFailureBeforeIt()
+    {
+        f->connect(1, text("alice")).restFailure = FakeHTTPSession::response(502, "");
+        f->build();
+        f->tick();
+        QCOMPARE(stateOf(*f), Case::Stale);
+        alice().restFailure = FakeHTTPSession::response(429, "{}", {{"Retry-After", "600"}});
+        f->tickAfter(5s);
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::rateLimited({}, noon() + 605s));
+        QCOMPARE(f->monitor->message(), QString());
+    }
+
     void aRefusalForTooManyRequestsPausesForAsLongAsGitHubSays()
     {
         buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
