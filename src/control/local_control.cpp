@@ -174,6 +174,7 @@ QCoro::Task<LoadingAnswer> LocalControl::refresh(std::stop_token stop)
     const CancelOnStop cancel(done, stop);
     launch(refreshStores(m_services, stop, done), "the refresh");
     co_await done;
+    throwIfStopped(stop);
     if (!self)
         throw CancellationError();
     co_return refreshed();

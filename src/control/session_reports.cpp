@@ -56,13 +56,22 @@ QCoro::Task<> SessionReports::settle()
         Q_EMIT reportChanged();
 }
 
+/// Whoever owns the source may have connected more to these reports than is connected here.
+void SessionReports::dropSource()
+{
+    if (m_source) {
+        disconnect(m_source, &ReportSource::reportChanged, this, nullptr);
+        disconnect(m_source, &ReportSource::announced, this, nullptr);
+    }
+    m_source.clear();
+}
+
 /// Gives way to the running Velmora, unless it ends meanwhile.
 QCoro::Task<> SessionReports::leaveSubstitute()
 {
     const QPointer<SessionReports> self(this);
     if (m_source) {
-        m_source->disconnect(this);
-        m_source.clear();
+        dropSource();
         co_await m_substitute.leave();
     }
     if (self && m_isRunning)
@@ -72,9 +81,7 @@ QCoro::Task<> SessionReports::leaveSubstitute()
 QCoro::Task<> SessionReports::enterSubstitute()
 {
     const QPointer<SessionReports> self(this);
-    if (m_source)
-        m_source->disconnect(this);
-    m_source.clear();
+    dropSource();
     ReportSource *source = nullptr;
     std::exception_ptr failure;
     try {

@@ -46,6 +46,7 @@ private:
     QCoro::Task<> leaveSubstitute();
     QCoro::Task<> enterSubstitute();
     void use(ReportSource *source);
+    void dropSource();
     [[nodiscard]] bool isRight() const;
 
     ReportSource *m_running;

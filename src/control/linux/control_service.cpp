@@ -128,6 +128,9 @@ QCoro::Task<> ControlService::serve(QDBusMessage message, Work work)
             throw CancellationError();
         const QByteArray json = co_await work(m_control, stop);
         answer = message.createReply(QString::fromUtf8(json));
+    } catch (const CancellationError &) {
+        answer
+            = message.createErrorReply(QString::fromUtf16(kControlFailure), QStringLiteral("Velmora has been quit."));
     } catch (const Error &error) {
         answer = message.createErrorReply(QString::fromUtf16(kControlFailure), error.description());
     }

@@ -37,8 +37,6 @@ ControlError errorFor(const QDBusMessage &answer)
 {
     const QDBusError error(answer);
     switch (error.type()) {
-    case QDBusError::ServiceUnknown:
-        return ControlError(QStringLiteral("Velmora has been quit."));
     case QDBusError::UnknownInterface:
     case QDBusError::UnknownMethod:
     case QDBusError::UnknownObject:
@@ -50,6 +48,8 @@ ControlError errorFor(const QDBusMessage &answer)
     }
     if (answer.errorName() == QString::fromUtf16(kControlFailure))
         return ControlError(error.message());
+    if (answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
+        return ControlError(QStringLiteral("Velmora has been quit."));
     return ControlError(QStringLiteral("Velmora is running already, but does not answer."));
 }
 

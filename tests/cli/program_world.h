@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "program_run.h"
+
+#include "simulator/simulator.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace velmora::testing
+{
+
+using simulator::Simulator;
+using simulator::SimulatorOptions;
+
+/// The GitHub of a test whose story stands still, and where codes are approved at once.
+inline SimulatorOptions quietSimulator()
+{
+    SimulatorOptions options;
+    options.playsStory = false;
+    options.oauth.interval = 1;
+    options.oauth.autoApproveAfter = 0;
+    return options;
+}
+
+inline QStringList words(const char *text)
+{
+    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+inline QJsonArray array(const QByteArray &json)
+{
+    return QJsonDocument::fromJson(json).array();
+}
+
+inline QList<QJsonObject> jsonLines(const QByteArray &text)
+{
+    QList<QJsonObject> objects;
+    const QList<QByteArray> lines = text.trimmed().split('\n');
+    for (const QByteArray &line : lines)
+        objects.append(QJsonDocument::fromJson(line).object());
+    return objects;
+}
+
+/// A GitHub and a home for the real program, and what a test does with the three.
+class ProgramWorld
+{
+protected:
+    Simulator m_simulator{quietSimulator()};
+    std::unique_ptr<QTemporaryDir> m_home;
+
+    [[nodiscard]] QProcessEnvironment environment() const
+    {
+        QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
+        const QString address = m_simulator.url().toString(QUrl::StripTrailingSlash);
+        result.insert(QStringLiteral("HOME"), m_home->path());
+        result.insert(QStringLiteral("PATH"), QStringLiteral("/nowhere")); // so that no browser is found
+        result.insert(QStringLiteral("GITHUB_CLIENT_ID"), QStringLiteral("Iv23liVelmoraDemo001"));
+        result.insert(QStringLiteral("VELMORA_API_URL"), address);
+        result.insert(QStringLiteral("VELMORA_WEB_URL"), address);
+        result.insert(QStringLiteral("VELMORA_LOGIN_URL"), address + QStringLiteral("/login"));
+        result.remove(QStringLiteral("QT_LOGGING_RULES"));
+        return result;
+    }
+
+    [[nodiscard]] std::unique_ptr<ProgramRun> started(const char *arguments) const
+    {
+        auto run = std::make_unique<ProgramRun>(words(arguments), environment());
+        run->start();
+        return run;
+    }
+
+    [[nodiscard]] std::unique_ptr<ProgramRun> finished(const char *arguments) const
+    {
+        auto run = started(arguments);
+        if (!run->ends())
+            qWarning("%s did not end", arguments);
+        return run;
+    }
+
+    void addRule(const char *rule)
+    {
+        QString reason;
+        const auto parsed = velmora::simulator::MisbehaviourRule::fromJSON(
+            QJsonDocument::fromJson(QByteArray(rule).replace('\'', '"')).object(), &reason);
+        QVERIFY2(parsed, qPrintable(reason));
+        m_simulator.misbehaviour().add(*parsed);
+    }
+
+    [[nodiscard]] QStringList filesOfHome() const
+    {
+        QStringList files;
+        QDirIterator iterator(m_home->path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (iterator.hasNext())
+            files.append(iterator.next());
+        return files;
+    }
+
+    /// Waits until that many requests for the path wait for their answer.
+    [[nodiscard]] bool areOpen(const QByteArray &path, qsizetype count)
+    {
+        return waitUntil([&] {
+            return std::ranges::count_if(m_simulator.log().entries(), [&](const auto &entry) {
+                return entry.isOpen && entry.request.path == path;
+            }) == count;
+        });
+    }
+
+    /// What the simulator's control endpoint answers to a change of its world.
+    QJsonObject changeWorld(const QJsonObject &change)
+    {
+        velmora::simulator::Request request;
+        request.method = "POST";
+        request.path = "/_control/world";
+        request.body = QJsonDocument(change).toJson();
+        return QJsonDocument::fromJson(m_simulator.answer(request).body).object();
+    }
+
+    /// Gives the deployment (a new one without an id) of the repository a status, and returns its id.
+    QString deploy(const QString &repository, const QString &id, const char *state)
+    {
+        QJsonObject deployment{{QStringLiteral("repository"), repository}, {QStringLiteral("ageSeconds"), 0},
+            {QStringLiteral("state"), QString::fromUtf8(state)}};
+        if (!id.isEmpty())
+            deployment.insert(QStringLiteral("id"), id);
+        return changeWorld({{QStringLiteral("deployment"), deployment}}).value(QLatin1String("id")).toString();
+    }
+
+    void connectFirst() { QCOMPARE(finished("connect")->code(), 0); }
+};
+
+} // namespace velmora::testing

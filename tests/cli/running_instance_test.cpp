@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: MIT
+// Terminal commands beside the tray program, both real, in a session bus, a home and a keyring of their own.
+#include "notification-daemons/fake_notification_daemon.h"
+#include "program_world.h"
+
+using namespace velmora::testing;
+
+class RunningInstanceTest : public QObject, private ProgramWorld
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<ProgramRun> m_tray;
+
+    /// The tray program, on a desktop that nobody sees.
+    [[nodiscard]] std::unique_ptr<ProgramRun> startedOnDesktop(const char *arguments) const
+    {
+        QProcessEnvironment desktop = environment();
+        desktop.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        desktop.insert(QStringLiteral("DISPLAY"), QStringLiteral(":0"));
+        auto run = std::make_unique<ProgramRun>(words(arguments), desktop);
+        run->start();
+        return run;
+    }
+
+    /// Starts the tray program and waits until it shows what is there.
+    void startTray()
+    {
+        m_tray = startedOnDesktop("");
+        QVERIFY(waitUntil([this] {
+            return jsonLines(finished("status --json")->out()).last().value(QLatin1String("state")).toString()
+                == QLatin1String("ready");
+        }));
+        m_simulator.log().clear();
+    }
+
+    void connectAndStartTray()
+    {
+        connectFirst();
+        startTray();
+    }
+
+    /// How many requests GitHub has had since the log was cleared.
+    [[nodiscard]] qsizetype requests() { return m_simulator.log().entries().size(); }
+
+    [[nodiscard]] QString firstRepository() const
+    {
+        const auto listed = array(finished("repositories --json")->out());
+        return listed.first().toObject().value(QLatin1String("name")).toString();
+    }
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(m_simulator.start()); }
+
+    void init()
+    {
+        m_home = std::make_unique<QTemporaryDir>();
+        m_simulator.misbehaviour().clear();
+        m_simulator.log().clear();
+    }
+
+    void cleanup()
+    {
+        if (!m_tray)
+            return;
+        m_tray->signal(SIGTERM);
+        QVERIFY(m_tray->ends());
+        QCOMPARE(m_tray->code(), 0);
+        m_tray.reset();
+    }
+
+    void theStatusIsLiveAndAsksNobody()
+    {
+        connectAndStartTray();
+        const auto before = requests();
+        const auto status = finished("status --json");
+        QCOMPARE(status->err(), QByteArray());
+        QCOMPARE(status->code(), 0);
+        const QJsonObject report = jsonLines(status->out()).last();
+        QVERIFY(!report.contains(QLatin1String("saved")));
+        QVERIFY(!report.value(QLatin1String("deployments")).toArray().isEmpty());
+        QCOMPARE(requests(), before);
+    }
+
+    void aBarIsFedOneLine()
+    {
+        connectAndStartTray();
+        const QByteArray total = finished("status --format {total}")->out();
+        QVERIFY2(total.trimmed().toInt() > 0, total.constData());
+        const auto waybar = jsonLines(finished("status --format waybar")->out());
+        QCOMPARE(waybar.size(), 1);
+        QVERIFY(waybar.first().value(QLatin1String("tooltip")).toString().size() > 20);
+    }
+
+    void aFollowedStatusTellsEveryChangeOnce()
+    {
+        connectAndStartTray();
+        const QString name = firstRepository();
+        const auto run = started("status --format <{active}> --follow");
+        QVERIFY(run->prints("<0>\n"));
+        const QString id = deploy(name, QString(), "IN_PROGRESS");
+        QCOMPARE(finished("refresh")->code(), 0);
+        QVERIFY(run->prints("<1>\n"));
+        deploy(name, id, "SUCCESS");
+        QVERIFY(waitUntil([&] { return run->out() == "<0>\n<1>\n<0>\n"; }));
+        run->signal(SIGTERM);
+        QVERIFY(run->ends(kWithinASecond));
+        QCOMPARE(run->code(), 0);
+    }
+
+    void aFollowedStatusOutlivesTheTray()
+    {
+        connectAndStartTray();
+        const auto run = started("status --format {state} --follow");
+        QVERIFY(run->prints("\n") && !run->out().contains("stale"));
+        QCOMPARE(finished("quit")->code(), 0);
+        QVERIFY(run->prints("stale\n"));
+        QVERIFY(m_tray->ends());
+        const auto before = run->out().size();
+        startTray();
+        QVERIFY(waitUntil([&] { return run->out().size() > before; }));
+        run->signal(SIGINT);
+        QVERIFY(run->ends(kWithinASecond));
+    }
+
+    void watchingAddsNoRequest()
+    {
+        connectAndStartTray();
+        const auto run = started("watch --json");
+        QVERIFY(run->prints("\"ready\""));
+        QCOMPARE(requests(), qsizetype(0));
+        run->signal(SIGINT);
+        QVERIFY(run->ends(kWithinASecond));
+        QCOMPARE(run->code(), 0);
+    }
+
+    void aFailureIsPostedOnceAndToldToEveryWatcher()
+    {
+        FakeNotificationDaemon daemon(QStringLiteral("daemon"));
+        daemon.appear();
+        connectAndStartTray();
+        const QString name = firstRepository();
+        const QString id = deploy(name, QString(), "IN_PROGRESS");
+        QCOMPARE(finished("refresh")->code(), 0);
+        const auto first = started("watch");
+        const auto second = started("watch");
+        QVERIFY(first->prints("in progress") && second->prints("in progress"));
+        deploy(name, id, "FAILURE");
+        const QByteArray line = "* " + name.toUtf8() + " failed";
+        QVERIFY(first->prints(line) && second->prints(line));
+        QVERIFY(waitUntil([&] { return !daemon.notified.isEmpty(); }));
+        QCOMPARE(finished("refresh")->code(), 0);
+        QCOMPARE(daemon.notified.size(), qsizetype(1));
+        first->signal(SIGINT);
+        second->signal(SIGINT);
+        QVERIFY(first->ends() && second->ends());
+    }
+
+    void aWatcherGivesWayToTheTrayAndTakesOverAfterIt()
+    {
+        connectFirst();
+        const auto run = started("watch --json");
+        QVERIFY(run->prints("\"ready\""));
+        startTray();
+        QCOMPARE(finished("refresh")->code(), 0);
+        const auto before = run->out().size();
+        QCOMPARE(finished("quit")->code(), 0);
+        QVERIFY(m_tray->ends());
+        m_tray.reset();
+        m_simulator.log().clear();
+        QVERIFY(waitUntil([&] { return requests() > 0; }));
+        QVERIFY(waitUntil([&] { return run->out().mid(before).contains("\"ready\""); }));
+        run->signal(SIGINT);
+        QVERIFY(run->ends(kWithinASecond));
+        QCOMPARE(run->code(), 0);
+        QCOMPARE(run->err(), QByteArray());
+    }
+
+    void choicesAreMadeInTheTray()
+    {
+        connectAndStartTray();
+        const QString name = firstRepository();
+        const auto excluded = finished(("repositories --json --exclude " + name.toUtf8()).constData());
+        QCOMPARE(excluded->code(), 0);
+        const auto run = started("status --json --follow");
+        QVERIFY(run->prints("deployments"));
+        QCOMPARE(finished("refresh")->code(), 0);
+        QVERIFY(!finished("status --json")->out().contains('"' + name.toUtf8() + '"'));
+        QVERIFY(finished("repositories --exclude a/b")->err().contains("There is no repository a/b"));
+        QCOMPARE(finished("installations --disable 9:9")->code(), 1);
+        QVERIFY(finished("installations")->out().contains("WATCHED"));
+        run->signal(SIGINT);
+        QVERIFY(run->ends(kWithinASecond));
+    }
+
+    void accountsAreTheTrays()
+    {
+        connectAndStartTray();
+        const QJsonObject account = array(finished("accounts --json")->out()).first().toObject();
+        QCOMPARE(account.value(QLatin1String("status")).toString(), QStringLiteral("connected"));
+        QCOMPARE(finished("accounts remove nobody")->code(), 1);
+        const QByteArray login = account.value(QLatin1String("login")).toString().toUtf8();
+        QCOMPARE(finished(("accounts remove " + login).constData())->out(), "Removed " + login + ".\n");
+        QCOMPARE(finished("accounts --json")->out(), QByteArray("[]\n"));
+        const auto status = jsonLines(finished("status --json")->out()).last();
+        QCOMPARE(status.value(QLatin1String("state")).toString(), QStringLiteral("disconnected"));
+        QVERIFY(status.value(QLatin1String("deployments")).toArray().isEmpty());
+        QVERIFY(finished("refresh")->err().contains("velmora connect"));
+    }
+
+    void anAccountThatIsConnectedInTheTerminalIsWatchedByTheTray()
+    {
+        m_tray = startedOnDesktop("");
+        QVERIFY(waitUntil([this] { return finished("accounts --json")->out() == "[]\n"; }));
+        connectFirst();
+        QVERIFY(waitUntil([this] { return finished("status --json")->out().contains("\"ready\""); }));
+    }
+
+    void oneRefreshServesTheTrayAndTheTerminal()
+    {
+        connectAndStartTray();
+        const auto once = finished("watch --once --json");
+        QCOMPARE(once->code(), 0);
+        QVERIFY(once->out().contains("\"ready\""));
+        QVERIFY(requests() > 0);
+        const auto refresh = finished("refresh");
+        QCOMPARE(refresh->code(), 0);
+        QVERIFY2(refresh->out().startsWith("Velmora"), refresh->out().constData());
+    }
+
+    void whatTheWindowCommandsAskForIsDoneByTheTray()
+    {
+        connectAndStartTray();
+        for (const char *command : {"show", "settings"}) {
+            const auto run = finished(command);
+            QCOMPARE(run->code(), 0);
+            QCOMPARE(run->err(), QByteArray());
+        }
+        const auto second = startedOnDesktop("");
+        QVERIFY(second->ends());
+        QCOMPARE(second->code(), 0);
+        QCOMPARE(m_tray->process().state(), QProcess::Running);
+    }
+
+    void quittingWaitsForTheEnd()
+    {
+        connectAndStartTray();
+        QCOMPARE(finished("quit")->code(), 0);
+        QVERIFY(m_tray->ends(kWithinASecond));
+        QCOMPARE(m_tray->code(), 0);
+        m_tray.reset();
+        const auto again = finished("quit");
+        QCOMPARE(again->code(), 1);
+        QVERIFY(again->err().contains("Velmora is not running."));
+    }
+
+    void withoutATrayAndADisplayTheWindowCommandsSayWhatToDo()
+    {
+        for (const char *command : {"show", "settings"}) {
+            const auto run = finished(command);
+            QCOMPARE(run->code(), 1);
+            QVERIFY(run->err().contains("There is no display"));
+        }
+    }
+
+    void withoutATrayARefreshIsSavedForTheNextStatus()
+    {
+        connectFirst();
+        const auto refresh = finished("refresh");
+        QCOMPARE(refresh->err(), QByteArray());
+        QCOMPARE(refresh->code(), 0);
+        const auto status = jsonLines(finished("status --json")->out()).last();
+        QVERIFY(!status.value(QLatin1String("deployments")).toArray().isEmpty());
+        QCOMPARE(status.value(QLatin1String("saved")).toBool(), true);
+    }
+};
+
+QTEST_GUILESS_MAIN(RunningInstanceTest)
+#include "running_instance_test.moc"

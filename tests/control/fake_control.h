@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "control/control.h"
+#include "support/cancel_on_stop.h"
+
+namespace velmora::testing
+{
+
+/// Answers with what it was told to, and remembers what it was asked.
+class FakeControl final : public Control
+{
+public:
+    FakeControl()
+    {
+        installationsAnswer.installationURL = WebAddress(QStringLiteral("https://github.com/apps/velmora"));
+        repositoriesAnswer.installationURL = installationsAnswer.installationURL;
+    }
+
+    [[nodiscard]] QCoro::Task<QList<ListedAccount>> accounts(std::stop_token stop) override
+    {
+        return answer(QStringLiteral("accounts"), listed, stop);
+    }
+    [[nodiscard]] QCoro::Task<RemovalAnswer> removeAccount(QString login, std::stop_token stop) override
+    {
+        return answer(QStringLiteral("remove ") + login, removal, stop);
+    }
+    [[nodiscard]] QCoro::Task<InstallationsAnswer> installations(
+        InstallationChoices choices, std::stop_token stop) override
+    {
+        installationChoices = choices;
+        return answer(QStringLiteral("installations"), installationsAnswer, stop);
+    }
+    [[nodiscard]] QCoro::Task<RepositoriesAnswer> repositories(RepositoryChoices choices, std::stop_token stop) override
+    {
+        repositoryChoices = choices;
+        return answer(QStringLiteral("repositories"), repositoriesAnswer, stop);
+    }
+    [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override
+    {
+        return answer(QStringLiteral("refresh"), loading, stop);
+    }
+    [[nodiscard]] QCoro::Task<MonitorReport> report(std::stop_token stop) override
+    {
+        return answer(QStringLiteral("report"), shown, stop);
+    }
+    void follow() override { asked.append(QStringLiteral("follow")); }
+
+    QList<ListedAccount> listed;
+    RemovalAnswer removal;
+    InstallationsAnswer installationsAnswer;
+    RepositoriesAnswer repositoriesAnswer;
+    LoadingAnswer loading;
+    MonitorReport shown;
+    InstallationChoices installationChoices;
+    RepositoryChoices repositoryChoices;
+    QStringList asked;
+    QString failure; ///< thrown by everything; empty: none
+    std::optional<OneShot<>> gate; ///< answers wait for it
+
+private:
+    template <typename Answer>
+    QCoro::Task<Answer> answer(QString question, Answer value, std::stop_token stop)
+    {
+        asked.append(question);
+        if (gate) {
+            const OneShot<> opened = *gate;
+            const CancelOnStop cancel(opened, stop);
+            co_await opened;
+        }
+        if (!failure.isEmpty())
+            throw FileError(failure);
+        co_return value;
+    }
+};
+
+} // namespace velmora::testing

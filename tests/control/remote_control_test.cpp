@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: MIT
+#include "control/linux/remote_control.h"
+
+#include "control/control_coding.h"
+#include "control/linux/control_service.h"
+#include "fake_control.h"
+#include "platform/bus_client.h"
+#include "platform/linux/application_service.h"
+#include "support/builders.h"
+
+#include <QDBusVirtualObject>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+
+namespace
+{
+
+const QString kName = QStringLiteral("com.example.Velmora");
+const QString kPath = QStringLiteral("/com/example/Velmora");
+
+/// A Velmora of its own, as far as the bus can tell.
+struct RunningVelmora {
+    explicit RunningVelmora(const QString &connection)
+        : bus(connection)
+        , application(bus.bus(), kName)
+        , service(new ControlService(bus.bus(), &application))
+    {
+        if (awaitValue(application.claim()) != ApplicationService::Claim::Ours)
+            qFatal("the name is taken");
+    }
+
+    BusClient bus;
+    ApplicationService application;
+    ControlService *service; ///< the application's
+    FakeControl control;
+};
+
+/// Owns the name, and answers everything in its own way.
+class Stranger final : public QDBusVirtualObject
+{
+public:
+    using QDBusVirtualObject::QDBusVirtualObject;
+
+    QString answer; ///< empty: an error of no meaning
+
+    [[nodiscard]] QString introspect(const QString &) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+    {
+        return connection.send(answer.isEmpty()
+                ? message.createErrorReply(QDBusError::UnknownMethod, QStringLiteral("never heard of it"))
+                : message.createReply(answer));
+    }
+};
+
+} // namespace
+
+/// The two ends of a private session bus.
+class RemoteControlTest final : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<BusClient> m_bus;
+    std::unique_ptr<RemoteControl> m_remote;
+    std::unique_ptr<RunningVelmora> m_running;
+
+    void run()
+    {
+        m_running = std::make_unique<RunningVelmora>(QStringLiteral("running"));
+        m_running->service->setControl(&m_running->control);
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_bus = std::make_unique<BusClient>(QStringLiteral("terminal"));
+        m_remote = std::make_unique<RemoteControl>(m_bus->bus(), kName);
+    }
+
+    void cleanup()
+    {
+        m_remote.reset();
+        m_running.reset();
+        QVERIFY(waitUntil([this] { return !m_bus->hasOwner(kName); }));
+        m_bus.reset();
+    }
+
+    void withoutARunningVelmoraThereIsNone()
+    {
+        QVERIFY(!awaitValue(m_remote->locate({})));
+        QVERIFY(!m_remote->isRunning());
+        QCOMPARE(await(m_remote->report({})).description(), QStringLiteral("Velmora has been quit."));
+    }
+
+    void withoutASessionBusThereIsNone()
+    {
+        RemoteControl alone(QDBusConnection(QStringLiteral("there is no such connection")), kName);
+        QVERIFY(!awaitValue(alone.locate({})));
+    }
+
+    void itsComingAndGoingIsNoticed()
+    {
+        QVERIFY(!awaitValue(m_remote->locate({})));
+        const QSignalSpy changed(m_remote.get(), &RemoteControl::isRunningChanged);
+        run();
+        QVERIFY(waitUntil([&] { return m_remote->isRunning(); }));
+        QCOMPARE(changed.size(), 1);
+        m_running.reset();
+        QVERIFY(waitUntil([&] { return !m_remote->isRunning(); }));
+        QCOMPARE(changed.size(), 2);
+    }
+
+    void everyQuestionArrivesAndEveryAnswerComesBack()
+    {
+        run();
+        FakeControl &control = m_running->control;
+        control.listed = {{1, QStringLiteral("alice"), QStringLiteral("connected"), {}}};
+        control.removal.login = QStringLiteral("alice");
+        control.loading = {true, false, {QStringLiteral("alice: no")}};
+        control.installationsAnswer.refusal = QStringLiteral("unknown");
+        control.repositoriesAnswer.loading = control.loading;
+        control.shown.applicationName = QStringLiteral("Velmora");
+        control.shown.deployments = {makeSnapshot(QStringLiteral("D"), DeploymentState::Failure, noon())};
+        QVERIFY(awaitValue(m_remote->locate({})));
+        QCOMPARE(awaitValue(m_remote->accounts({})), control.listed);
+        QCOMPARE(awaitValue(m_remote->removeAccount(QStringLiteral("Alice"), {})), control.removal);
+        const InstallationChoices keys{{QStringLiteral("1:2")}, {QStringLiteral("3:4"), QStringLiteral("ö")}};
+        QCOMPARE(awaitValue(m_remote->installations(keys, {})), control.installationsAnswer);
+        QCOMPARE(control.installationChoices, keys);
+        for (const std::optional<bool> all : {std::optional<bool>(), std::optional(true), std::optional(false)}) {
+            const RepositoryChoices names{all, {QStringLiteral("a/b")}, {}};
+            QCOMPARE(awaitValue(m_remote->repositories(names, {})), control.repositoriesAnswer);
+            QCOMPARE(control.repositoryChoices, names);
+        }
+        QCOMPARE(awaitValue(m_remote->refresh({})), control.loading);
+        QCOMPARE(awaitValue(m_remote->report({})), control.shown);
+        QVERIFY(control.asked.contains(QStringLiteral("remove Alice")));
+    }
+
+    void aQuestionThatComesTooEarlyWaits()
+    {
+        m_running = std::make_unique<RunningVelmora>(QStringLiteral("running"));
+        QVERIFY(awaitValue(m_remote->locate({})));
+        const auto report = start(m_remote->report({}));
+        // The next answer on the same way shows that the question has arrived.
+        QVERIFY(m_bus->property(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"), QStringLiteral("Version"))
+                    .isValid());
+        QVERIFY(!report->isDone);
+        m_running->service->setControl(&m_running->control);
+        QVERIFY(waitUntil([&] { return report->isDone; }));
+        QVERIFY(report->value);
+    }
+
+    void whatFailsThereIsToldHere()
+    {
+        run();
+        m_running->control.failure = QStringLiteral("The disk is full.");
+        QCOMPARE(await(m_remote->refresh({})).description(), QStringLiteral("The disk is full."));
+    }
+
+    void oneThatEndsWhileItIsAskedIsAnError()
+    {
+        run();
+        m_running->control.gate.emplace();
+        const auto refresh = start(m_remote->refresh({}));
+        QVERIFY(waitUntil([&] { return !m_running->control.asked.isEmpty(); }));
+        m_running.reset();
+        QVERIFY(waitUntil([&] { return refresh->isDone; }));
+        QCOMPARE(refresh->description(), QStringLiteral("Velmora has been quit."));
+    }
+
+    void aStopEndsTheWaiting()
+    {
+        run();
+        m_running->control.gate.emplace();
+        std::stop_source stop;
+        const auto refresh = start(m_remote->refresh(stop.get_token()));
+        QVERIFY(waitUntil([&] { return !m_running->control.asked.isEmpty(); }));
+        stop.request_stop();
+        QVERIFY(waitUntil([&] { return refresh->isDone; }));
+        QVERIFY(refresh->failedWithType<CancellationError>());
+        m_running->control.gate->resolve();
+    }
+
+    void signalsOfTheRunningVelmoraArePassedOn()
+    {
+        run();
+        QVERIFY(awaitValue(m_remote->locate({})));
+        const QSignalSpy changed(m_remote.get(), &ReportSource::reportChanged);
+        QList<DeploymentNotification> announced;
+        connect(m_remote.get(), &ReportSource::announced, this, [&](const auto &one) { announced.append(one); });
+        const auto notification = deploymentNotification(
+            makeSnapshot(QStringLiteral("D"), DeploymentState::Failure, noon()), DeploymentNotificationKind::Failure);
+        Q_EMIT m_running->control.announced(notification);
+        Q_EMIT m_running->control.reportChanged();
+        QVERIFY(waitUntil([&] { return changed.size() == 1; }));
+        QCOMPARE(announced, QList{notification});
+    }
+
+    void signalsOfOthersAreNot()
+    {
+        run();
+        QVERIFY(awaitValue(m_remote->locate({})));
+        const QSignalSpy changed(m_remote.get(), &ReportSource::reportChanged);
+        BusClient stranger(QStringLiteral("stranger"));
+        const auto pretend = QDBusMessage::createSignal(
+            kPath, QStringLiteral("com.tarvik.Velmora.Control1"), QStringLiteral("ReportChanged"));
+        QVERIFY(stranger.bus().send(pretend));
+        std::ignore = stranger.hasOwner(kName);
+        Q_EMIT m_running->control.reportChanged();
+        QVERIFY(waitUntil([&] { return changed.size() > 0; }));
+        drainEvents();
+        QCOMPARE(changed.size(), 1);
+    }
+
+    void anotherVersionIsNamedAsSuch()
+    {
+        BusClient other(QStringLiteral("other"));
+        Stranger stranger;
+        QVERIFY(other.bus().registerVirtualObject(kPath, &stranger));
+        QVERIFY(other.bus().registerService(kName));
+        for (const auto &answer : {QString(), QStringLiteral("{}"), QStringLiteral("no JSON")}) {
+            stranger.answer = answer;
+            const QString description = await(m_remote->report({})).description();
+            QVERIFY2(description.contains(QStringLiteral("of another version")), qPrintable(description));
+        }
+        other.bus().unregisterObject(kPath);
+    }
+};
+
+QTEST_GUILESS_MAIN(RemoteControlTest)
+#include "remote_control_test.moc"
