@@ -57,7 +57,9 @@ complete --command velmora --condition '__velmora_accounts_words accounts' --arg
     --description 'Forget an account and its token'
 complete --command velmora --condition '__velmora_accounts_words accounts remove' --arguments '(__velmora_logins)'
 
-for command in accounts installations repositories watch status
+complete --command velmora --condition '__velmora_accounts_words accounts' --long-option json \
+    --description 'Print JSON instead of text'
+for command in installations repositories watch status
     complete --command velmora --condition "__velmora_in_command $command" --long-option json \
         --description 'Print JSON instead of text'
 end
