@@ -32,8 +32,8 @@ class FlatpakManifestTest(unittest.TestCase):
     def setUpClass(cls):
         # Even for this it makes a folder for its state.
         with tempfile.TemporaryDirectory(prefix="velmora-flatpak.") as folder:
-            command = ["flatpak-builder", f"--state-dir={folder}", "--show-manifest", _MANIFEST]
-            shown = subprocess.run(command, check=True, capture_output=True, text=True, timeout=60)
+            shown = subprocess.run(["flatpak-builder", "--show-manifest", _MANIFEST], cwd=folder, check=True,
+                                   capture_output=True, text=True, timeout=60)
         cls.manifest = json.loads(shown.stdout)
         cls.complaints = shown.stderr
 
