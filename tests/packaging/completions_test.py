@@ -4,30 +4,21 @@
 
 Usage: completions_test.py PROGRAM [arguments of unittest]"""
 
+import functools
 import os
-import re
 import subprocess
 import sys
 import tempfile
 import unittest
 
 sys.dont_write_bytecode = True
+import program_help  # noqa: E402
 import shells  # noqa: E402
 
 _PROGRAM = os.path.realpath(sys.argv.pop(1)) if len(sys.argv) > 1 else ""
+Help = functools.partial(program_help.Help, _PROGRAM)
 _SYNTAX_CHECKS = {
     "velmora.bash": ["bash", "-n"], "_velmora": ["zsh", "-n"], "velmora.fish": ["fish", "--no-execute"]}
-
-
-class Help:
-    """What the help of a command names."""
-
-    def __init__(self, *command):
-        text = subprocess.run(
-            [_PROGRAM, *command, "--help"], check=True, capture_output=True, text=True, timeout=60).stdout
-        self.options = set(re.findall(r"^ +(?:-\w,)?(--[a-z-]+)", text, re.MULTILINE))
-        _, _, commands = text.partition("\nSubcommands:\n")
-        self.commands = set(re.findall(r"^ +([a-z]+) ", commands, re.MULTILINE))
 
 
 class CompletionsTest(unittest.TestCase):
