@@ -64,7 +64,8 @@ class CompletionsTest(unittest.TestCase):
         self.in_every_shell("velmora accounts remove mira-oakes ", set())
 
     def test_a_login_is_never_evaluated(self):
-        self.use_accounts('[{"login":"$(touch ${HOME}/evaluated)"},{"login":"`touch ${HOME}/evaluated`"},{"login":"a"}]')
+        trap = "touch ${HOME}/evaluated"
+        self.use_accounts('[{"login":"$(%s)"},{"login":"`%s`"},{"login":"a"}]' % (trap, trap))
         self.in_every_shell("velmora accounts remove ", {"a"})
         self.assertFalse(os.path.exists(os.path.join(self.folder, "evaluated")))
 
