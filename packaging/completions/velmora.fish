@@ -42,22 +42,24 @@ complete --command velmora --condition __velmora_needs_command --arguments repos
     --description 'List the repositories, and choose among them'
 complete --command velmora --condition __velmora_needs_command --arguments watch --description 'Watch the deployments'
 complete --command velmora --condition __velmora_needs_command --arguments status \
-    --description 'Show the saved deployments, without the network'
+    --description 'Show how things stand, without asking GitHub'
 complete --command velmora --condition __velmora_needs_command --arguments refresh \
-    --description 'Have the running Velmora load everything now'
+    --description 'Load everything from GitHub now'
 complete --command velmora --condition __velmora_needs_command --arguments show \
-    --description 'Open the window of the running Velmora'
+    --description 'Open the window, starting Velmora where it does not run'
 complete --command velmora --condition __velmora_needs_command --arguments settings \
-    --description 'Open the settings of the running Velmora'
-complete --command velmora --condition __velmora_needs_command --arguments quit --description 'End the running Velmora'
+    --description 'Open the settings, starting Velmora where it does not run'
+complete --command velmora --condition __velmora_needs_command --arguments quit --description 'End the Velmora that runs in the tray'
 complete --command velmora --condition __velmora_needs_command --arguments diagnose \
-    --description 'Check what Velmora needs, and tell what is wrong'
+    --description 'Show what a bug report needs, without secrets and names'
 
 complete --command velmora --condition '__velmora_accounts_words accounts' --arguments remove \
     --description 'Forget an account and its token'
 complete --command velmora --condition '__velmora_accounts_words accounts remove' --arguments '(__velmora_logins)'
 
-for command in accounts installations repositories watch status
+complete --command velmora --condition '__velmora_accounts_words accounts' --long-option json \
+    --description 'Print JSON instead of text'
+for command in installations repositories watch status
     complete --command velmora --condition "__velmora_in_command $command" --long-option json \
         --description 'Print JSON instead of text'
 end
@@ -85,6 +87,6 @@ complete --command velmora --condition '__velmora_in_command watch' --long-optio
     --description 'Post no desktop notifications'
 
 complete --command velmora --condition '__velmora_in_command status' --long-option format --exclusive \
-    --arguments waybar --description 'Print a line in this format'
+    --arguments waybar --description 'Print one line for a bar'
 complete --command velmora --condition '__velmora_in_command status' --long-option follow \
-    --description 'Print again whenever something changes'
+    --description 'Go on, with a line for every change'
