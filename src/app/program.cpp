@@ -2,6 +2,7 @@
 #include "app/program.h"
 
 #include "accounts/keychain_credential_store.h"
+#include "app/diagnosis.h"
 #include "app/logging.h"
 #include "cli/signal_waiting.h"
 #include "notifications/linux/desktop_notifications.h"
@@ -129,6 +130,10 @@ QCoro::Task<ExitCode> Program::runCommand()
         if (!isFirst)
             co_return ExitCode::Done;
     }
+    if (m_line.command == CommandLine::Command::Diagnose) {
+        const ExitCode code = co_await runDiagnosis(&m_out, &m_clock, m_stop.get_token());
+        co_return code;
+    }
     if (m_line.isDemo) {
         m_demo = std::make_unique<Demo>();
         co_await m_demo->start(m_stop.get_token());
@@ -194,6 +199,7 @@ QCoro::Task<ExitCode> Program::dispatch(CommandContext context)
         watchMachine();
         return runDesktop();
     case CommandLine::Command::Watch:
+    case CommandLine::Command::Diagnose:
     case CommandLine::Command::IsConfigured:
     case CommandLine::Command::IsDisplayUsable:
         break;

@@ -131,6 +131,7 @@ private:
         watch->add_flag("--quiet", m_line.isQuiet, "Post no desktop notifications; results still appear here");
         addJSON(watch);
         addJSON(addCommand(m_app, "status", "Show the saved deployments, without the network", Command::Status));
+        addCommand(m_app, "diagnose", "Show what a bug report needs, without secrets and names", Command::Diagnose);
     }
 
     CommandLineResult instead(const CLI::ParseError &error)
@@ -181,6 +182,8 @@ private:
         };
         if (m_line.isBackground && m_line.command != Command::Desktop)
             return QStringLiteral("--background is for the tray: no command goes with it.\n");
+        if (m_line.isDemo && m_line.command == Command::Diagnose)
+            return QStringLiteral("The demo touches nothing of yours: there is nothing to diagnose.\n");
         if (const QString key = common(m_line.enable, m_line.disable); !key.isEmpty())
             return QStringLiteral("%1 is both enabled and disabled.\n").arg(key);
         if (const QString name = common(m_line.include, m_line.exclude); !name.isEmpty())

@@ -27,6 +27,7 @@ struct CommandLine {
         Repositories,
         Watch,
         Status,
+        Diagnose,
         IsConfigured, ///< for scripts: whether a client id is configured
         IsDisplayUsable, ///< for the program itself: whether a connection to the display can be opened
     };

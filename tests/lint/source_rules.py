@@ -18,6 +18,7 @@ _LAYERS = {
     "monitor": ["support", "model", "github", "platform", "accounts", "installations", "notifications"],
     "ui": ["support", "model", "github", "platform", "accounts", "installations", "notifications", "monitor"],
     "cli": ["support", "model", "github", "platform", "accounts", "installations", "notifications", "monitor"],
+    "diagnostics": ["support", "model", "github", "platform", "accounts"],
     "app": None,
 }
 _INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
