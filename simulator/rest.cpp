@@ -128,6 +128,33 @@ Response repositories(const Caller &caller, qint64 id)
     return response;
 }
 
+QJsonObject budgetJSON(const RateLimit &limit, int whole, const QString &resource)
+{
+    return QJsonObject{{u"limit"_s, whole}, {u"remaining"_s, limit.remaining}, {u"used"_s, whole - limit.remaining},
+        {u"reset"_s, limit.resetAt / 1'000}, {u"resource"_s, resource}};
+}
+
+/// Asking for the budgets costs nothing, and takes no token; without one there is little to tell.
+Response rateLimits(const APIContext &context, const QString &login, APIVersion version)
+{
+    constexpr int kAnonymousLimit = 60;
+    constexpr int kSearchLimit = 30;
+    const Milliseconds reset = context.now + RateLimits::kWindow;
+    const auto budget = [&](const QByteArray &resource) {
+        if (login.isEmpty())
+            return budgetJSON({kAnonymousLimit, reset}, kAnonymousLimit, QString::fromLatin1(resource));
+        return budgetJSON(
+            context.limits.look(login, resource, context.now), RateLimit::kLimit, QString::fromLatin1(resource));
+    };
+    const QJsonObject core = budget("core");
+    QJsonObject body{{u"resources"_s,
+        QJsonObject{{u"core"_s, core}, {u"graphql"_s, budget("graphql")},
+            {u"search"_s, budgetJSON({kSearchLimit, reset}, kSearchLimit, u"search"_s)}}}};
+    if (version == APIVersion::V2022_11_28)
+        body.insert(u"rate"_s, core);
+    return Response::json(200, body);
+}
+
 Response route(const Caller &caller)
 {
     const QString path = QString::fromUtf8(caller.request.path);
@@ -196,6 +223,8 @@ Response answerREST(const APIContext &context, const Request &request)
     const auto identity = context.world.ownerWithLogin(login);
     if (request.header("Authorization") && !identity)
         return badCredentials(request, kDocumentation);
+    if (request.path == "/rate_limit" && request.method == "GET")
+        return rateLimits(context, login, *version);
     if (!isKnown(request))
         return notFound();
     if (!identity)

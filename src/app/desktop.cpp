@@ -117,8 +117,8 @@ void Desktop::start()
     m_app->monitor().start(&m_app->authentication(), &m_app->installations());
     // Somebody who has started it waits for it. At login the network takes a moment, and so does everything else.
     if (!m_options.isBackground)
-        launch(m_app->monitor().tick(
-                   &m_app->authentication(), &m_app->installations(), m_app->environment().clock->now()),
+        launch(
+            m_app->monitor().tick(&m_app->authentication(), &m_app->installations(), m_app->environment().clock->now()),
             "the first refresh");
     launch(m_app->settings().prepareNotifications(), "preparing notifications");
     launch(m_app->settings().repairLaunchAtLogin(), "repairing the start at login");

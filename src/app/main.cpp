@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/display_probe.h"
 #include "app/program.h"
+#include "diagnostics/patient_work.h"
 #include "github/proxy_lookup.h"
 
 #include <QApplication>
@@ -79,8 +80,8 @@ int main(int argc, char **argv)
     // The keyring is spoken to through GLib, which needs its own event loop below Qt's.
     qunsetenv("QT_NO_GLIB");
     const int code = runVelmora(argc, argv);
-    // Everything is written and closed; a slow script for the choice of a proxy must not hold the end up.
-    if (ProxyLookup::isAskingSystem())
+    // Everything is written and closed; what cannot be interrupted must not hold the end up.
+    if (ProxyLookup::isAskingSystem() || isPatientWorkOpen())
         ::_exit(code);
     return code;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/program.h"
 
+#include "app/diagnosis.h"
 #include "app/logging.h"
 #include "platform/pasteboard.h"
 #include "platform/url_opener.h"
@@ -123,6 +124,8 @@ QCoro::Task<ExitCode> Program::runCommand()
         return runAsDesktop();
     case CommandLine::Command::Quit:
         return quitRunning();
+    case CommandLine::Command::Diagnose:
+        return runDiagnosis(&m_out, &m_clock, m_stop.get_token());
     default:
         return runInTerminal();
     }

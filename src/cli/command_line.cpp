@@ -153,6 +153,7 @@ private:
         addCommand(m_app, "show", "Open the window, starting Velmora where it does not run", Command::Show);
         addCommand(m_app, "settings", "Open the settings, starting Velmora where it does not run", Command::Settings);
         addCommand(m_app, "quit", "End the Velmora that runs in the tray", Command::Quit);
+        addCommand(m_app, "diagnose", "Show what a bug report needs, without secrets and names", Command::Diagnose);
     }
 
     CommandLineResult instead(const CLI::ParseError &error)
@@ -211,6 +212,8 @@ private:
             if (!error.isEmpty())
                 return error + QLatin1Char('\n');
         }
+        if (m_line.isDemo && m_line.command == Command::Diagnose)
+            return QStringLiteral("The demo touches nothing of yours: there is nothing to diagnose.\n");
         if (const QString key = common(m_line.enable, m_line.disable); !key.isEmpty())
             return QStringLiteral("%1 is both enabled and disabled.\n").arg(key);
         if (const QString name = common(m_line.include, m_line.exclude); !name.isEmpty())

@@ -31,6 +31,7 @@ struct CommandLine {
         Show, ///< the window of the tray item
         Settings, ///< the settings window
         Quit,
+        Diagnose,
         IsConfigured, ///< for scripts: whether a client id is configured
         IsDisplayUsable, ///< for the program itself: whether a connection to the display can be opened
     };

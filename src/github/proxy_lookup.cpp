@@ -42,9 +42,13 @@ QNetworkProxy systemProxy(const QUrl &url)
     return proxies.isEmpty() ? QNetworkProxy(QNetworkProxy::NoProxy) : proxies.first();
 }
 
-/// A script may answer differently for each address, but is told nothing of what is asked there.
-QString originOf(const QUrl &url)
+/// A script may answer differently for each address, but is told nothing of what is asked there. The usual port is left
+/// out, since a redirect to the same origin may name it.
+QString originOf(QUrl url)
 {
+    const int usualPort = url.scheme() == QLatin1String("https") ? 443 : 80;
+    if (url.port() == usualPort)
+        url.setPort(-1);
     return url.toString(QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment | QUrl::RemoveUserInfo);
 }
 

@@ -24,18 +24,6 @@ std::optional<qint64> parseDigits(const QByteArray &text)
     return fits ? number : std::numeric_limits<qint64>::max();
 }
 
-/// "Sun, 06 Nov 1994 08:49:37 GMT", the one form of a date that servers still send.
-std::optional<Instant> parseHTTPDate(const QByteArray &text)
-{
-    if (!text.endsWith(" GMT"))
-        return std::nullopt;
-    const auto date
-        = QLocale::c().toDateTime(QString::fromLatin1(text.chopped(4)), QStringLiteral("ddd, dd MMM yyyy hh:mm:ss"));
-    if (!date.isValid())
-        return std::nullopt;
-    return addingSeconds(Instant(), QDateTime(date.date(), date.time(), Qt::UTC).toSecsSinceEpoch());
-}
-
 std::optional<Instant> retryAfter(const HTTPResponse &response, Instant now)
 {
     const QByteArray text = response.header("retry-after").value_or(QByteArray()).trimmed();
@@ -59,6 +47,17 @@ bool tellsOfSecondaryLimit(const QByteArray &body)
 }
 
 } // namespace
+
+std::optional<Instant> parseHTTPDate(const QByteArray &text)
+{
+    if (!text.endsWith(" GMT"))
+        return std::nullopt;
+    const auto date
+        = QLocale::c().toDateTime(QString::fromLatin1(text.chopped(4)), QStringLiteral("ddd, dd MMM yyyy hh:mm:ss"));
+    if (!date.isValid())
+        return std::nullopt;
+    return addingSeconds(Instant(), QDateTime(date.date(), date.time(), Qt::UTC).toSecsSinceEpoch());
+}
 
 std::optional<Instant> resumeInstant(const HTTPResponse &response, Instant now)
 {

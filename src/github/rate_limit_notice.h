@@ -17,6 +17,9 @@ struct RateLimitNotice {
     friend bool operator==(const RateLimitNotice &, const RateLimitNotice &) = default;
 };
 
+/// "Sun, 06 Nov 1994 08:49:37 GMT", the one form of a date that servers still send.
+[[nodiscard]] std::optional<Instant> parseHTTPDate(const QByteArray &text);
+
 /// What the headers say of the time to wait: "retry-after" (seconds, or a date), else "x-ratelimit-reset" where
 /// "x-ratelimit-remaining" is 0, else nothing.
 [[nodiscard]] std::optional<Instant> resumeInstant(const HTTPResponse &response, Instant now);

@@ -35,6 +35,7 @@ private Q_SLOTS:
         row("show", Command::Show);
         row("settings", Command::Settings);
         row("quit", Command::Quit);
+        row("diagnose", Command::Diagnose);
         row("--is-configured", Command::IsConfigured);
         row("--is-display-usable", Command::IsDisplayUsable);
     }
@@ -132,6 +133,8 @@ private Q_SLOTS:
             QTest::newRow(arguments) << QString::fromUtf8(mentions);
         };
         row("--background watch", "--background");
+        row("--demo diagnose", "diagnose");
+        row("diagnose --json", "--json");
         row("nonsense", "nonsense");
         row("--nonsense", "--nonsense");
         row("watch --nonsense", "--nonsense");
@@ -163,7 +166,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("prefix");
         for (const char *prefix : {"", "connect", "accounts", "accounts remove", "installations", "repositories",
-                 "watch", "status", "--demo watch"})
+                 "watch", "status", "diagnose", "--demo watch"})
             QTest::newRow(prefix) << QString::fromUtf8(prefix);
     }
 

@@ -7,6 +7,7 @@ import { createRequire } from 'node:module';
 const description = createRequire(import.meta.url)('@octokit/openapi/generated/api.github.com.json');
 
 export const paths = {
+  limits: '/rate_limit',
   user: '/user',
   installations: '/user/installations',
   repositories: '/user/installations/{installation_id}/repositories',

@@ -42,6 +42,12 @@ for (const description of descriptions) {
     }
   });
 
+  test(`${version}: the rate limits are as described`, async () => {
+    const { resources } = await answer('limits', '/rate_limit');
+    assert.equal(resources.graphql.limit, 5000);
+    assert.deepEqual((await answer('limits', '/rate_limit')).resources.graphql, resources.graphql);
+  });
+
   test(`${version}: unusual installations are as described`, async () => {
     const { id } = world.installations[0];
     for (const account of ['null', 'enterprise']) {

@@ -111,6 +111,21 @@ private Q_SLOTS:
         QCOMPARE(server->requests.size(), 2);
     }
 
+    void aRedirectThatNamesTheUsualPortStaysBehindTheProxy()
+    {
+        if (!isTrusted())
+            QSKIP("no trust store of its own");
+        const auto server = httpsServer(QStringLiteral("good"));
+        const QByteArray there = "https://" + kSecureHost.toLatin1() + ":443/there";
+        server->answerPaths({{"/", redirect("302", there)}, {"/there", kAnswer}});
+        ConnectProxy proxy;
+        proxy.target = server->port();
+        qputenv("https_proxy", proxy.address());
+        NetworkSession session;
+        QCOMPARE(awaitValue(session.send(get(secure()), {})).body, QByteArray("hello"));
+        QCOMPARE(server->requests.size(), 2);
+    }
+
     void theTokenIsNotForTheProxyAndItsCredentialsAreForNobodyElse()
     {
         if (!isTrusted())

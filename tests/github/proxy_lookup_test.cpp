@@ -66,6 +66,8 @@ private Q_SLOTS:
         QCOMPARE(*second->value, kProxy);
         QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})), kProxy);
         QCOMPARE(lookup.lastKnown(kAddress), kProxy);
+        QCOMPARE(lookup.lastKnown(QUrl(QStringLiteral("https://A.test:443/x"))), kProxy);
+        QCOMPARE(lookup.lastKnown(QUrl(QStringLiteral("https://a.test:444/x"))).type(), QNetworkProxy::NoProxy);
         QCOMPARE(system.questions, 1);
         QVERIFY(!system.wasOnMainThread);
         // A script may come from anywhere and must not learn more than it needs.

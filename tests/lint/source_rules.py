@@ -21,6 +21,7 @@ _LAYERS = {
     "cli": [
         "support", "model", "github", "platform", "accounts", "installations", "notifications", "monitor", "control",
     ],
+    "diagnostics": ["support", "model", "github", "platform", "accounts"],
     "app": None,
 }
 _INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)

@@ -70,6 +70,9 @@ bool FakeNotificationDaemon::handleMessage(const QDBusMessage &message, const QD
     if (message.member() == QLatin1String("GetCapabilities")) {
         ++capabilityQuestions;
         connection.send(message.createReply(capabilities));
+    } else if (message.member() == QLatin1String("GetServerInformation")) {
+        connection.send(message.createReply(
+            {QStringLiteral("Fake"), QStringLiteral("Nobody"), QStringLiteral("1.0"), QStringLiteral("1.2")}));
     } else if (message.member() == QLatin1String("Notify")) {
         answerNotify(message, connection);
     } else if (message.member() == QLatin1String("CloseNotification")) {

@@ -40,6 +40,21 @@ private Q_SLOTS:
         m_client = std::make_unique<Client>(*m_simulator);
     }
 
+    void askingForTheRateLimitsCostsNothing()
+    {
+        const QString token = m_simulator->issueAccessToken(u"mira-oakes"_s);
+        std::ignore = ask(token, {});
+        for (int i = 0; i < 2; ++i) {
+            const auto answered = m_client->send("GET", u"/rate_limit"_s, {}, token);
+            QCOMPARE(answered.status, 200);
+            QCOMPARE(answered.json()["resources"_L1]["graphql"_L1]["remaining"_L1].toInt(), 4'999);
+            QCOMPARE(answered.json()["resources"_L1]["core"_L1]["remaining"_L1].toInt(), 5'000);
+        }
+        QCOMPARE(
+            m_client->send("GET", u"/rate_limit"_s, {}, {}).json()["resources"_L1]["core"_L1]["limit"_L1].toInt(), 60);
+        QCOMPARE(m_client->send("GET", u"/rate_limit"_s, {}, u"ghu_wrong"_s).status, 401);
+    }
+
     void nodesComeInTheOrderOfTheIdentifiers()
     {
         m_simulator->replaceWorld({.repositories = 3, .deployments = 2});

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: MIT
+#include "app/diagnosis.h"
+
+#include "accounts/keychain_credential_store.h"
+#include "app/app_configuration.h"
+#include "app/desktop_probes.h"
+#include "diagnostics/identity_probes.h"
+#include "diagnostics/patient_work.h"
+#include "diagnostics/private_names.h"
+#include "diagnostics/profile_probes.h"
+#include "diagnostics/system_findings.h"
+#include "github/network_session.h"
+#include "platform/linux/flatpak.h"
+#include "platform/linux/network_connectivity.h"
+#include "platform/linux/xdg_directories.h"
+#include "support/error.h"
+
+namespace velmora
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+// Less than five seconds in all: the bus and what is on it, and at the same time the files and then the network.
+constexpr auto kPatienceWithBus = 1500ms;
+constexpr auto kPatienceWithSession = 2500ms;
+constexpr auto kPatienceWithFiles = 700ms;
+constexpr auto kPatienceWithNetwork = 3500ms;
+
+namespace heading
+{
+const QString kProgram = QStringLiteral("Program");
+const QString kSession = QStringLiteral("Session");
+const QString kGitHub = QStringLiteral("GitHub");
+const QString kAccounts = QStringLiteral("Accounts");
+const QString kFiles = QStringLiteral("Files");
+} // namespace heading
+
+/// The settings of the run, or why there are none.
+struct Configured {
+    std::optional<AppConfiguration> configuration;
+    QString problem;
+};
+
+Configured loadConfiguration(const XDGDirectories &directories)
+{
+    try {
+        return {AppConfiguration::load(directories), {}};
+    } catch (const Error &error) {
+        return {std::nullopt, error.description()};
+    }
+}
+
+PrivateNames privateNames(const XDGDirectories &directories, const std::optional<AppConfiguration> &configuration)
+{
+    PrivateNames names;
+    names.add(directories.configuration, pathFromHome(directories.configuration, homesOfPerson()));
+    for (const QString &home : homesOfPerson())
+        names.add(home, QStringLiteral("~"));
+    if (!configuration)
+        return names;
+    for (const QUrl &url :
+        {configuration->apiURL, configuration->graphqlURL, configuration->loginURL, configuration->webURL}) {
+        if (!isPublicHost(url.host()))
+            names.add(url.host(), QStringLiteral("the host"));
+    }
+    return names;
+}
+
+QList<Finding> configurationFindings(const Configured &configured, const PrivateNames &names)
+{
+    if (!configured.configuration)
+        return {{QStringLiteral("settings"), names.removedFrom(configured.problem)}};
+    const AppConfiguration &configuration = *configured.configuration;
+    return {
+        {QStringLiteral("client id"), configuration.githubClientID ? QStringLiteral("set") : QStringLiteral("not set")},
+        {QStringLiteral("host"), gitHubKind(configuration.apiURL)}};
+}
+
+ProbedEndpoints probedEndpoints(const AppConfiguration &configuration)
+{
+    return {configuration.apiURL, configuration.graphqlURL, configuration.loginURL, configuration.apiVersion};
+}
+
+QCoro::Task<QList<Finding>> askForConnectivity(QString label)
+{
+    auto work = [] {
+        return networkConnectivity();
+    };
+    const QString text = co_await runInBackground(patientPool(), std::move(work));
+    const QList<Finding> findings{Finding{label, text}};
+    co_return findings;
+}
+
+Probe connectivityProbe()
+{
+    const QString label = QStringLiteral("network");
+    return Probe{heading::kGitHub, label, [label](const std::stop_token &) {
+                     return askForConnectivity(label);
+                 }};
+}
+
+QCoro::Task<QList<FindingSection>> askDesktop(PrivateNames names, std::stop_token stop)
+{
+    const SessionBus bus = co_await connectSessionBus(kPatienceWithBus, stop);
+    QList<Finding> session = sessionFindings();
+    session.append(Finding{QStringLiteral("session bus"), bus.state});
+    QList<FindingSection> sections;
+    addFindings(&sections, heading::kSession, session);
+    if (!bus.connection.isConnected())
+        co_return sections;
+    QList<Probe> probes = desktopProbes(bus.connection, isInsideFlatpak());
+    const auto answers = co_await runProbes(std::move(probes), names, kPatienceWithSession, stop);
+    for (const FindingSection &section : answers)
+        addFindings(&sections, section.heading, section.findings);
+    co_return sections;
+}
+
+QCoro::Task<QList<Finding>> askFiles(XDGDirectories directories, Instant now, std::shared_ptr<ProfileRecord> record)
+{
+    auto work = [directories, now] {
+        const auto inFolder = [](const QString &folder, const QString &name) {
+            return folder.isEmpty() ? QString() : folder + name;
+        };
+        return readProfile(inFolder(directories.configuration, QStringLiteral("/preferences.json")),
+            inFolder(directories.cache, QStringLiteral("/deployments.json")), now);
+    };
+    *record = co_await runInBackground(patientPool(), std::move(work));
+    QList<Finding> findings = record->findings;
+    co_return findings;
+}
+
+Probe filesProbe(const XDGDirectories &directories, Instant now, const std::shared_ptr<ProfileRecord> &record)
+{
+    return Probe{heading::kFiles, QStringLiteral("preferences"), [=](const std::stop_token &) {
+                     return askFiles(directories, now, record);
+                 }};
+}
+
+/// Everything that is asked on the network, and of the keyring.
+QList<Probe> networkProbes(const Configured &configured, const ProfileRecord &profile, Clock *clock,
+    const std::shared_ptr<IdentityCounts> &counts)
+{
+    QList<Probe> probes{connectivityProbe()};
+    if (!configured.configuration)
+        return probes;
+    const ProbedEndpoints endpoints = probedEndpoints(*configured.configuration);
+    const NetworkProbeServices network{
+        std::make_shared<NetworkSession>(), std::make_shared<const ProxyLookup>(), clock};
+    probes.append(endpointProbes(network, endpoints));
+    const IdentityProbeServices identities{
+        network, std::make_shared<KeychainCredentialStore>(AppConfiguration::keychainService()), endpoints};
+    probes.append(identityProbes(identities, profile.accountIDs, counts));
+    return probes;
+}
+
+QCoro::Task<QList<FindingSection>> askFilesAndNetwork(
+    XDGDirectories directories, Configured configured, PrivateNames names, Clock *clock, std::stop_token stop)
+{
+    const auto profile = std::make_shared<ProfileRecord>();
+    QList<Probe> files{filesProbe(directories, clock->now(), profile)};
+    const auto fileSections = co_await runProbes(std::move(files), names, kPatienceWithFiles, stop);
+    const auto counts = std::make_shared<IdentityCounts>();
+    QList<Probe> network = networkProbes(configured, *profile, clock, counts);
+    const auto networkSections = co_await runProbes(std::move(network), names, kPatienceWithNetwork, stop);
+    QList<FindingSection> sections;
+    addFindings(&sections, heading::kGitHub, configurationFindings(configured, names));
+    counts->all = static_cast<int>(profile->accountIDs.size());
+    const bool isRead = !profile->findings.isEmpty();
+    const QString accounts = isRead ? identityCountsText(*counts) : QStringLiteral("not known");
+    addFindings(&sections, heading::kAccounts, {{QStringLiteral("accounts"), accounts}});
+    for (const FindingSection &section : networkSections + fileSections)
+        addFindings(&sections, section.heading, section.findings);
+    addFindings(&sections, heading::kAccounts, profile->choices);
+    co_return sections;
+}
+
+} // namespace
+
+QCoro::Task<ExitCode> runDiagnosis(Terminal *out, Clock *clock, std::stop_token stop)
+{
+    const XDGDirectories directories = XDGDirectories::fromEnvironment();
+    const Configured configured = loadConfiguration(directories);
+    const PrivateNames names = privateNames(directories, configured.configuration);
+    QList<FindingSection> sections;
+    addFindings(&sections, heading::kProgram, programFindings(isInsideFlatpak()));
+    // Both are under way from here on.
+    auto desktop = askDesktop(names, stop);
+    auto rest = askFilesAndNetwork(directories, configured, names, clock, stop);
+    sections.append(co_await desktop);
+    sections.append(co_await rest);
+    const QStringList lines = reportLines(sections);
+    for (const QString &line : lines)
+        out->writeLine(line);
+    co_return out->isClosed() ? ExitCode::Failed : ExitCode::Done;
+}
+
+} // namespace velmora

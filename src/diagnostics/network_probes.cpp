@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#include "diagnostics/network_probes.h"
+
+#include "diagnostics/texts.h"
+#include "github/github_client_requests.h"
+#include "github/rate_limit_notice.h"
+
+#include <QElapsedTimer>
+
+namespace velmora
+{
+
+namespace
+{
+
+const QString kHeading = QStringLiteral("GitHub");
+
+HTTPRequest anonymousRequest(const QUrl &url, const HTTPHeaders &headers = {})
+{
+    HTTPRequest request;
+    request.url = url;
+    request.headers = HTTPHeaders{{"Accept", "application/vnd.github+json"}} + headers;
+    return request;
+}
+
+QCoro::Task<QList<Finding>> askEndpoint(
+    NetworkProbeServices services, QString label, HTTPRequest request, bool tellsTime, std::stop_token stop)
+{
+    QElapsedTimer timer;
+    timer.start();
+    const HTTPResponse response = co_await services.session->send(std::move(request), stop);
+    const std::chrono::milliseconds duration(timer.elapsed());
+    QList<Finding> findings{Finding{label, answerText(response.statusCode, duration)}};
+    if (tellsTime) {
+        // The answer was under way for about half of the time.
+        const auto time = parseHTTPDate(response.header("date").value_or(QByteArray()));
+        findings.append(Finding{QStringLiteral("clock"), clockText(time, services.clock->now() - duration / 2)});
+    }
+    co_return findings;
+}
+
+QCoro::Task<QList<Finding>> askForProxy(std::shared_ptr<const ProxyLookup> proxies, QUrl url, std::stop_token stop)
+{
+    constexpr std::chrono::seconds kPatience(60); // the deadline of the probes comes before
+    const QNetworkProxy proxy = co_await proxies->proxyFor(url, kPatience, stop);
+    const QList<Finding> findings{Finding{QStringLiteral("proxy"), proxyText(proxy)}};
+    co_return findings;
+}
+
+Probe endpointProbe(
+    const NetworkProbeServices &services, const QString &label, const HTTPRequest &request, bool tellsTime = false)
+{
+    return Probe{kHeading, label, [=](std::stop_token stop) {
+                     return askEndpoint(services, label, request, tellsTime, std::move(stop));
+                 }};
+}
+
+} // namespace
+
+QList<Probe> endpointProbes(const NetworkProbeServices &services, const ProbedEndpoints &endpoints)
+{
+    const HTTPRequest rest = anonymousRequest(appendingPath(endpoints.api, QStringLiteral("rate_limit")),
+        HTTPHeaders{{"X-GitHub-Api-Version", endpoints.apiVersion}});
+    const bool hasOwnGraphQL = !endpoints.graphql.isEmpty();
+    HTTPRequest graphql
+        = anonymousRequest(hasOwnGraphQL ? endpoints.graphql : appendingPath(endpoints.api, QStringLiteral("graphql")),
+            HTTPHeaders{{"Content-Type", "application/json"}});
+    graphql.method = "POST";
+    graphql.body = "{}";
+    const Probe proxy{
+        kHeading, QStringLiteral("proxy"), [proxies = services.proxies, url = endpoints.api](std::stop_token stop) {
+            return askForProxy(proxies, url, std::move(stop));
+        }};
+    return {proxy, endpointProbe(services, QStringLiteral("REST"), rest, true),
+        endpointProbe(services, QStringLiteral("GraphQL"), graphql),
+        endpointProbe(services, QStringLiteral("login"),
+            anonymousRequest(appendingPath(endpoints.login, QStringLiteral("device"))))};
+}
+
+} // namespace velmora

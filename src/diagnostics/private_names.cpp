@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#include "diagnostics/private_names.h"
+
+#include <QDir>
+#include <QRegularExpression>
+#include <QStringList>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace velmora
+{
+
+void PrivateNames::add(const QString &name, const QString &replacement)
+{
+    if (name.isEmpty())
+        return;
+    m_replacements.append({name, replacement});
+    std::ranges::stable_sort(m_replacements, std::greater(), [](const auto &one) { return one.first.size(); });
+}
+
+QString PrivateNames::removedFrom(QString text) const
+{
+    static const QRegularExpression proxy(
+        QStringLiteral("\\b(proxy) \\S+:[0-9]+"), QRegularExpression::CaseInsensitiveOption);
+    text.replace(proxy, QStringLiteral("\\1"));
+    for (const auto &[name, replacement] : m_replacements) {
+        // A path goes on behind the name; a host does not go on behind a dot, unless that ends the sentence.
+        const QRegularExpression alone(
+            QStringLiteral("(?<![\\w.-])%1(?![\\w-]|\\.\\w)").arg(QRegularExpression::escape(name)),
+            QRegularExpression::CaseInsensitiveOption | QRegularExpression::UseUnicodePropertiesOption);
+        text.replace(alone, replacement);
+    }
+    return text;
+}
+
+QString pathFromHome(const QString &path, const QStringList &homes)
+{
+    for (const QString &home : homes) {
+        if (path == home || path.startsWith(home + QLatin1Char('/')))
+            return QLatin1Char('~') + path.mid(home.size());
+    }
+    // Elsewhere a folder may be named after the person as well.
+    return QStringLiteral("…/") + path.section(QLatin1Char('/'), -2);
+}
+
+QStringList homesOfPerson()
+{
+    QStringList homes{qEnvironmentVariable("HOME")};
+    if (const passwd *entry = ::getpwuid(::getuid()))
+        homes.append(QString::fromLocal8Bit(entry->pw_dir));
+    for (QString &home : homes)
+        home = QDir::cleanPath(home);
+    homes.removeIf(
+        [](const QString &home) { return !home.startsWith(QLatin1Char('/')) || home == QLatin1String("/"); });
+    homes.removeDuplicates();
+    return homes;
+}
+
+} // namespace velmora

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: MIT
+#include "diagnostics/texts.h"
+
+#include "github/proxy_environment.h"
+#include "support/relative_time.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+#include <QStringList>
+
+namespace velmora
+{
+
+namespace
+{
+
+/// From here on a clock makes trouble with tokens that are good for hours, and with requests that are signed in time.
+constexpr std::chrono::seconds kWorryingSkew(60);
+
+QString number(qint64 value)
+{
+    return QLocale(QLocale::English, QLocale::UnitedStates).toString(value);
+}
+
+QString budgetText(const QString &name, const QJsonObject &budget, Instant now)
+{
+    if (!budget.value(QLatin1String("remaining")).isDouble() || !budget.value(QLatin1String("limit")).isDouble())
+        return QString();
+    const QString left = QStringLiteral("%1 %2 of %3 left")
+                             .arg(name, number(budget.value(QLatin1String("remaining")).toInteger()),
+                                 number(budget.value(QLatin1String("limit")).toInteger()));
+    const auto reset = Instant(std::chrono::seconds(budget.value(QLatin1String("reset")).toInteger()));
+    const auto minutes = std::chrono::ceil<std::chrono::minutes>(reset - now).count();
+    if (minutes <= 0)
+        return left;
+    return QStringLiteral("%1, resets in %2 min").arg(left, number(minutes));
+}
+
+} // namespace
+
+bool isPublicHost(const QString &host)
+{
+    QUrl url;
+    url.setHost(host);
+    return host == QLatin1String("github.com") || host == QLatin1String("api.github.com") || isOnThisMachine(url);
+}
+
+QString gitHubKind(const QUrl &api)
+{
+    if (isOnThisMachine(api))
+        return QStringLiteral("loopback");
+    if (isPublicHost(api.host()))
+        return QStringLiteral("github.com");
+    if (api.host().endsWith(QLatin1String(".ghe.com")))
+        return QStringLiteral("GHE.com tenant");
+    return QStringLiteral("Enterprise Server");
+}
+
+QString proxyText(const QNetworkProxy &proxy)
+{
+    switch (proxy.type()) {
+    case QNetworkProxy::NoProxy:
+    case QNetworkProxy::DefaultProxy:
+        return QStringLiteral("none");
+    case QNetworkProxy::Socks5Proxy:
+        return QStringLiteral("a proxy (socks5)");
+    default:
+        return proxy.user().isEmpty() ? QStringLiteral("a proxy (http)")
+                                      : QStringLiteral("a proxy (http), with a user name");
+    }
+}
+
+QString answerText(std::optional<int> status, std::chrono::milliseconds duration)
+{
+    const QString what = status ? QStringLiteral("HTTP %1").arg(*status) : QStringLiteral("an answer that is not HTTP");
+    return QStringLiteral("%1 in %2 ms").arg(what, number(duration.count()));
+}
+
+QString clockText(std::optional<Instant> gitHubTime, Instant now)
+{
+    if (!gitHubTime)
+        return QStringLiteral("GitHub does not tell its time");
+    const auto skew = std::chrono::round<std::chrono::seconds>(now - *gitHubTime);
+    const auto size = std::chrono::abs(skew);
+    if (size < std::chrono::seconds(2))
+        return QStringLiteral("agrees with GitHub's");
+    const QString side = skew.count() > 0 ? QStringLiteral("ahead of") : QStringLiteral("behind");
+    const QString text = QStringLiteral("%1 s %2 GitHub's").arg(number(size.count()), side);
+    return size < kWorryingSkew ? text : text + QStringLiteral("; the expiry of tokens is misjudged");
+}
+
+QString rateLimitsText(const QByteArray &answer, Instant now)
+{
+    const auto resources = QJsonDocument::fromJson(answer).object().value(QLatin1String("resources")).toObject();
+    QStringList texts;
+    for (const QString &name : {QStringLiteral("graphql"), QStringLiteral("core")}) {
+        const QString text = budgetText(name, resources.value(name).toObject(), now);
+        if (!text.isEmpty())
+            texts.append(text);
+    }
+    return texts.join(QStringLiteral("; "));
+}
+
+QString sizeText(qint64 bytes)
+{
+    return QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
+}
+
+QString identityCountsText(const IdentityCounts &counts)
+{
+    if (counts.all == 0)
+        return QStringLiteral("none");
+    const int unknown = counts.all - counts.connected - counts.toReconnect;
+    QStringList parts;
+    const auto add = [&](int count, const QString &what) {
+        if (count > 0)
+            parts.append(QStringLiteral("%1 %2").arg(count).arg(what));
+    };
+    add(counts.connected, QStringLiteral("connected"));
+    add(counts.toReconnect, QStringLiteral("to be connected again"));
+    add(unknown, QStringLiteral("unknown"));
+    return QStringLiteral("%1 (%2)").arg(counts.all).arg(parts.join(QStringLiteral(", ")));
+}
+
+} // namespace velmora

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: MIT
+#include "diagnostics/findings.h"
+#include "diagnostics/private_names.h"
+#include "diagnostics/texts.h"
+
+#include <QTest>
+
+using namespace velmora;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+const Instant kNow(std::chrono::seconds(1'800'000'000));
+
+} // namespace
+
+class DiagnosisTextsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theReportHasTwoColumnsUnderHeadings()
+    {
+        const QList<FindingSection> sections{{QStringLiteral("One"), {{QStringLiteral("a"), QStringLiteral("x")}}},
+            {QStringLiteral("Empty"), {{QStringLiteral("none"), QString()}}},
+            {QStringLiteral("Two"),
+                {{QStringLiteral("long"), QStringLiteral("y\n  z")}, {QStringLiteral("left out"), QString()}}}};
+        const QStringList expected{QStringLiteral("One"), QStringLiteral("  a         x"), QString(),
+            QStringLiteral("Two"), QStringLiteral("  long      y z")};
+        QCOMPARE(reportLines(sections), expected);
+    }
+
+    void namesAreRemovedWhereTheyStandAlone_data()
+    {
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char *text, const char *expected) {
+            QTest::newRow(text) << QString::fromUtf8(expected);
+        };
+        row("Host ghe.corp.test not found", "Host the host not found");
+        row("GHE.Corp.Test closed the connection.", "the host closed the connection.");
+        row("The answer of ghe.corp.test.", "The answer of the host.");
+        row("https://ghe.corp.test:8443/api", "https://the host:8443/api");
+        row("notghe.corp.test", "notghe.corp.test");
+        row("ghe.corp.tester", "ghe.corp.tester");
+        row("api.ghe.corp.test failed", "the API failed");
+        row("Cannot read /home/mona/.config/x: no", "Cannot read ~/.config/x: no");
+        row("Cannot read /home/monalisa/x", "Cannot read /home/monalisa/x");
+        row("The proxy proxy.corp.test:3128 asks for it.", "The proxy asks for it.");
+        row("a cannot be reached through the proxy [::1]:3128: refused",
+            "a cannot be reached through the proxy: refused");
+        row("nothing of the kind", "nothing of the kind");
+    }
+    void namesAreRemovedWhereTheyStandAlone()
+    {
+        QFETCH(QString, expected);
+        PrivateNames names;
+        names.add(QStringLiteral("ghe.corp.test"), QStringLiteral("the host"));
+        names.add(QStringLiteral("api.ghe.corp.test"), QStringLiteral("the API"));
+        names.add(QStringLiteral("/home/mona"), QStringLiteral("~"));
+        names.add(QString(), QStringLiteral("never"));
+        QCOMPARE(names.removedFrom(QString::fromUtf8(QTest::currentDataTag())), expected);
+    }
+
+    void aNameMayHoldAnything()
+    {
+        PrivateNames names;
+        const QString hostile = QStringLiteral("/home/m(o[n*a+.\\d$");
+        names.add(hostile, QStringLiteral("~"));
+        QCOMPARE(names.removedFrom(QStringLiteral("in ") + hostile + QStringLiteral("/x")), QStringLiteral("in ~/x"));
+    }
+
+    void pathsBeginAtHomeOrAreCut()
+    {
+        const QStringList homes{QStringLiteral("/home/mona"), QStringLiteral("/srv/homes/mona")};
+        const auto shown = [&](const char *path) {
+            return pathFromHome(QString::fromUtf8(path), homes);
+        };
+        QCOMPARE(shown("/home/mona/.config/velmora/x"), QStringLiteral("~/.config/velmora/x"));
+        QCOMPARE(shown("/srv/homes/mona/x"), QStringLiteral("~/x"));
+        QCOMPARE(shown("/home/mona"), QStringLiteral("~"));
+        QCOMPARE(shown("/home/monalisa/velmora/x"), QStringLiteral("…/velmora/x"));
+        QCOMPARE(shown("/data/mona/velmora/x"), QStringLiteral("…/velmora/x"));
+    }
+
+    void theKindOfGitHubIsToldAndNotItsName_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("https://api.github.com") << "github.com";
+        QTest::newRow("https://api.octocorp.ghe.com") << "GHE.com tenant";
+        QTest::newRow("https://ghe.corp.test/api/v3") << "Enterprise Server";
+        QTest::newRow("https://github.com.evil.test") << "Enterprise Server";
+        QTest::newRow("http://127.0.0.1:8080") << "loopback";
+        QTest::newRow("http://localhost:8080") << "loopback";
+    }
+    void theKindOfGitHubIsToldAndNotItsName()
+    {
+        QFETCH(QString, kind);
+        QCOMPARE(gitHubKind(QUrl(QString::fromUtf8(QTest::currentDataTag()))), kind);
+    }
+
+    void aProxyIsToldWithoutItsNameAndCredentials()
+    {
+        QNetworkProxy proxy(QNetworkProxy::HttpProxy, QStringLiteral("corp.test"), 3128);
+        QCOMPARE(proxyText(proxy), QStringLiteral("a proxy (http)"));
+        proxy.setUser(QStringLiteral("mona"));
+        proxy.setPassword(QStringLiteral("secret"));
+        QCOMPARE(proxyText(proxy), QStringLiteral("a proxy (http), with a user name"));
+        proxy.setType(QNetworkProxy::Socks5Proxy);
+        QCOMPARE(proxyText(proxy), QStringLiteral("a proxy (socks5)"));
+        QCOMPARE(proxyText(QNetworkProxy(QNetworkProxy::NoProxy)), QStringLiteral("none"));
+    }
+
+    void theClockIsComparedWithGitHubs_data()
+    {
+        QTest::addColumn<int>("skew");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("equal") << 0 << "agrees with GitHub's";
+        QTest::newRow("a second") << -1 << "agrees with GitHub's";
+        QTest::newRow("ahead") << 5 << "5 s ahead of GitHub's";
+        QTest::newRow("behind") << -59 << "59 s behind GitHub's";
+        QTest::newRow("wrong") << -7200 << "7,200 s behind GitHub's; the expiry of tokens is misjudged";
+    }
+    void theClockIsComparedWithGitHubs()
+    {
+        QFETCH(int, skew);
+        QFETCH(QString, text);
+        QCOMPARE(clockText(kNow, kNow + std::chrono::seconds(skew)), text);
+        QCOMPARE(clockText(std::nullopt, kNow), QStringLiteral("GitHub does not tell its time"));
+    }
+
+    void rateLimitsAreTold_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow(R"({"resources":{"core":{"limit":5000,"remaining":4990,"reset":1800001801},
+            "graphql":{"limit":5000,"remaining":4312,"reset":1800001800}}})")
+            << "graphql 4,312 of 5,000 left, resets in 30 min; core 4,990 of 5,000 left, resets in 31 min";
+        QTest::newRow(R"({"resources":{"graphql":{"limit":5000,"remaining":0,"reset":1}}})")
+            << "graphql 0 of 5,000 left";
+        QTest::newRow(R"({"resources":{"graphql":{"limit":"many","remaining":0}}})") << "";
+        QTest::newRow(R"({"message":"secret"})") << "";
+        QTest::newRow("secret") << "";
+    }
+    void rateLimitsAreTold()
+    {
+        QFETCH(QString, text);
+        QCOMPARE(rateLimitsText(QTest::currentDataTag(), kNow), text);
+    }
+
+    void smallTexts()
+    {
+        QCOMPARE(answerText(200, 1234ms), QStringLiteral("HTTP 200 in 1,234 ms"));
+        QCOMPARE(answerText(std::nullopt, 5ms), QStringLiteral("an answer that is not HTTP in 5 ms"));
+        QCOMPARE(identityCountsText({}), QStringLiteral("none"));
+        QCOMPARE(identityCountsText({3, 1, 1}), QStringLiteral("3 (1 connected, 1 to be connected again, 1 unknown)"));
+        QCOMPARE(identityCountsText({2, 2, 0}), QStringLiteral("2 (2 connected)"));
+    }
+};
+
+QTEST_GUILESS_MAIN(DiagnosisTextsTest)
+#include "diagnosis_texts_test.moc"
