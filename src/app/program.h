@@ -51,6 +51,7 @@ private:
     void listenTo(FilePreferences *preferences);
     void requestEnd();
     [[noreturn]] void endAtOnce();
+    ExitCode reportCancelled();
 
     CommandLine m_line;
     QString m_startupToken;

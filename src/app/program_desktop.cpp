@@ -16,6 +16,8 @@ QCoro::Task<bool> Program::claimDesktop()
         QDBusConnection::sessionBus(), m_line.isDemo ? name + QStringLiteral(".Demo") : name);
     connect(m_service.get(), &ApplicationService::activated, this, &Program::openDesktop);
     connect(m_service.get(), &ApplicationService::actionActivated, this, &Program::actOnDesktop);
+    // Whoever is started on another bus would not find this one, and nobody reaches it any more.
+    connect(m_service.get(), &ApplicationService::busLost, this, &Program::requestEnd);
     const ApplicationService::Claim claim = co_await m_service->claim();
     if (claim != ApplicationService::Claim::Taken)
         co_return true;

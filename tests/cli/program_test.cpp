@@ -57,6 +57,7 @@ class ProgramTest : public QObject
 private:
     Simulator m_simulator{options()};
     std::unique_ptr<QTemporaryDir> m_home;
+    QList<QByteArray> m_connected; ///< logins, in the order in which they were connected
 
     [[nodiscard]] QProcessEnvironment environment() const
     {
@@ -135,7 +136,25 @@ private:
         return changeWorld({{QStringLiteral("deployment"), deployment}}).value(QLatin1String("id")).toString();
     }
 
-    void connectFirst() { QCOMPARE(finished("connect")->code(), 0); }
+    void connectFirst()
+    {
+        const auto connection = finished("connect");
+        QCOMPARE(connection->code(), 0);
+        const QByteArray words = "Connected as ";
+        const QByteArray rest = connection->out().mid(connection->out().indexOf(words) + words.size());
+        m_connected.append(rest.first(rest.indexOf('\n')));
+    }
+
+    /// The ids of what is shown without the network.
+    [[nodiscard]] QSet<QString> savedDeployments() const
+    {
+        QSet<QString> ids;
+        const QJsonObject saved = jsonLines(finished("status --json")->out()).last();
+        const auto deployments = saved.value(QLatin1String("deployments")).toArray();
+        for (const auto &deployment : deployments)
+            ids.insert(deployment.toObject().value(QLatin1String("id")).toString());
+        return ids;
+    }
 
 private Q_SLOTS:
     void initTestCase() { QVERIFY(m_simulator.start()); }
@@ -182,6 +201,23 @@ private Q_SLOTS:
         const QByteArray login = account.value(QLatin1String("login")).toString().toUtf8();
         QCOMPARE(finished(QByteArray("accounts remove " + login.toUpper()).constData())->code(), 0);
         QCOMPARE(finished("accounts --json")->out(), QByteArray("[]\n"));
+    }
+
+    void anAccountThatIsRemovedTakesItsSavedDeploymentsAlong()
+    {
+        connectFirst();
+        QCOMPARE(finished("watch --once")->code(), 0);
+        const auto ofFirst = savedDeployments();
+        connectFirst();
+        QCOMPARE(finished("watch --once")->code(), 0);
+        QVERIFY(savedDeployments() != ofFirst);
+        const auto accounts = array(finished("accounts --json")->out());
+        QCOMPARE(accounts.size(), 2);
+        const QByteArray login = m_connected.last();
+        const auto removal = finished(QByteArray("accounts remove " + login).constData());
+        QCOMPARE(removal->err(), QByteArray());
+        QCOMPARE(removal->code(), 0);
+        QCOMPARE(savedDeployments(), ofFirst);
     }
 
     void choicesOutliveTheRun()
