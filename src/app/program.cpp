@@ -91,7 +91,7 @@ QCoro::Task<> Program::runAndExit()
     try {
         code = co_await runCommand();
     } catch (const CancellationError &) {
-        m_err.writeLine(QStringLiteral("Cancelled."));
+        code = reportCancelled();
     } catch (const Error &error) {
         m_err.writeLine(error.description());
     }
@@ -143,8 +143,16 @@ void Program::endAtOnce()
     if (m_app)
         m_app->files().preferences.flush();
     m_demo.reset();
+    ::_exit(static_cast<int>(reportCancelled()));
+}
+
+/// A command that was cut short has failed; the program of the tray is there until it is told to end.
+ExitCode Program::reportCancelled()
+{
+    if (m_line.command == CommandLine::Command::Desktop)
+        return ExitCode::Done;
     m_err.writeLine(QStringLiteral("Cancelled."));
-    ::_exit(static_cast<int>(ExitCode::Failed));
+    return ExitCode::Failed;
 }
 
 } // namespace velmora

@@ -77,6 +77,7 @@ private:
 
     void requestEnd();
     [[noreturn]] void endAtOnce();
+    ExitCode reportCancelled();
 
     CommandLine m_line;
     QString m_startupToken;

@@ -32,6 +32,8 @@ void Program::makeService()
     m_controlService = new ControlService(bus, m_service.get());
     connect(m_service.get(), &ApplicationService::activated, this, &Program::openDesktop);
     connect(m_service.get(), &ApplicationService::actionActivated, this, &Program::actOnDesktop);
+    // Whoever is started on another bus would not find this one, and nobody reaches it any more.
+    connect(m_service.get(), &ApplicationService::busLost, this, &Program::requestEnd);
 }
 
 QCoro::Task<ExitCode> Program::runAsDesktop()

@@ -55,6 +55,19 @@ qsizetype installationCount(const QList<InstallationRecord> &installations, qint
     return std::ranges::count(installations, identityID, &InstallationRecord::identityID);
 }
 
+QString installationDescription(const InstallationRecord &record, const QList<InstallationRecord> &installations,
+    const QList<GitHubAccountSession> &sessions)
+{
+    const GitHubInstallationAccount &account = record.installation.account;
+    const auto isSeenByAnother = [&](const InstallationRecord &other) {
+        return other.identityID != record.identityID && other.installation.account.login == account.login;
+    };
+    const auto identity = std::ranges::find(sessions, record.identityID, &GitHubAccountSession::id);
+    if (identity == sessions.end() || std::ranges::none_of(installations, isSeenByAnother))
+        return account.type;
+    return Texts::seenBy(account.type, identity->account.login);
+}
+
 bool showsInstallations(const QList<GitHubAccountSession> &sessions, const QList<InstallationRecord> &installations)
 {
     return !sessions.isEmpty() && !installations.isEmpty();

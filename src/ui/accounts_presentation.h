@@ -36,6 +36,11 @@ struct InstallationSummary {
 /// How many of the installations the identity sees.
 [[nodiscard]] qsizetype installationCount(const QList<InstallationRecord> &installations, qint64 identityID);
 
+/// What is read of an installation besides its name: the kind of account and, where several identities see an account
+/// of that name, the one that this installation is seen by.
+[[nodiscard]] QString installationDescription(const InstallationRecord &record,
+    const QList<InstallationRecord> &installations, const QList<GitHubAccountSession> &sessions);
+
 /// Whether the list of installations is shown at all.
 [[nodiscard]] bool showsInstallations(
     const QList<GitHubAccountSession> &sessions, const QList<InstallationRecord> &installations);

@@ -29,6 +29,7 @@ public:
     static QString oneInstallation() { return tr("1 installation"); }
     static QString manyInstallations(qsizetype count) { return tr("%1 installations").arg(count); }
     static QString install() { return tr("&Install on GitHub"); }
+    static QString seenBy(const QString &kind, const QString &login) { return tr("%1, seen by %2").arg(kind, login); }
     static QString installations() { return tr("Installations"); }
     static QString manage() { return tr("Manage on Git&Hub"); }
 };

@@ -207,6 +207,8 @@ void AccountsSettingsView::showInstallations()
         const GitHubInstallationAccount &account = record.installation.account;
         SwitchControl *control = installationSwitch(record.id());
         control->setName(account.login, account.type, SwitchControl::Emphasis::Strong);
+        control->setAccessibleDescription(
+            installationDescription(record, installations, m_services.authentication->sessions()));
         control->setAccessibleName(monitoringSentence(account.login, record.isEnabled));
         control->setChecked(record.isEnabled);
         rows.append(control);

@@ -4,6 +4,7 @@
 #include "ui/deployment_list_view.h"
 
 #include "support/clock.h"
+#include "ui/accessible_part.h"
 #include "ui/deployment_list_model.h"
 
 #include <QPaintEvent>
@@ -21,6 +22,7 @@ DeploymentListView::DeploymentListView(const Services &services, QWidget *parent
     , m_services(services)
     , m_model(new DeploymentListModel(services.clock, this))
 {
+    describeBy<DeploymentListView, AccessibleList>();
     setAccessibleName(tr("Deployments"));
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

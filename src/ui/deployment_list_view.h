@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/task_scope.h"
+#include "ui/accessible_list.h"
 #include "ui/deployment_list_layout.h"
 #include "ui/deployment_row_view.h"
 #include "ui/deployment_section_view.h"
@@ -25,7 +26,7 @@ class URLOpener;
 /// What it costs depends on what is visible: places are computed, nothing is measured or made for a row that nobody
 /// sees. Nothing happens by itself while it is hidden; while it is shown, ages are brought up to date when they change,
 /// and the icons of what is in progress turn.
-class DeploymentListView final : public QListView
+class DeploymentListView final : public QListView, public AccessibleRows
 {
     Q_OBJECT
 
@@ -43,6 +44,7 @@ public:
     void setDeployments(const QList<DeploymentSnapshot> &deployments);
     /// Does what the context menu offers, or a click does, with a deployment.
     void perform(RowActionKind action, const DeploymentSnapshot &deployment);
+    [[nodiscard]] QList<AccessibleAction> accessibleActions(const QModelIndex &index) override;
     /// Whether icons are turning just now.
     [[nodiscard]] bool isTurning() const { return m_turning.isActive(); }
 

@@ -81,6 +81,26 @@ void DeploymentListView::perform(RowActionKind action, const DeploymentSnapshot 
     }
 }
 
+QList<AccessibleAction> DeploymentListView::accessibleActions(const QModelIndex &index)
+{
+    QList<AccessibleAction> actions;
+    const auto *deployment = m_model->deployment(index.row());
+    if (!deployment)
+        return actions;
+    for (const RowAction &action : rowActions(*deployment)) {
+        // Whoever asks does not wait for a browser, and the list may be another one by then.
+        const auto perform = [this, kind = action.kind, shown = *deployment] {
+            const auto later = [this, kind, shown] {
+                this->perform(kind, shown);
+            };
+            QMetaObject::invokeMethod(this, later, Qt::QueuedConnection);
+        };
+        const bool isClick = action.kind == RowActionKind::OpenDetails;
+        actions.append({isClick ? QAccessibleActionInterface::pressAction() : action.text, action.text, perform});
+    }
+    return actions;
+}
+
 DeploymentListView::Target DeploymentListView::targetAt(const QPoint &point) const
 {
     const QModelIndex index = indexAt(point);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/menu_bar_window.h"
 
+#include "ui/accessible_part.h"
 #include "ui/tones.h"
 #include "ui/window_activation.h"
 #include "ui/window_placement.h"
@@ -62,6 +63,7 @@ MenuBarWindow::MenuBarWindow(QWidget *content, Placement placement, Now now)
     , m_now(std::move(now))
     , m_dismissal(focusFor(placement))
 {
+    describeBy<MenuBarWindow, AccessibleWindow>();
     auto *const layout = new QVBoxLayout(this);
     const int border = placement == Placement::AtItem ? 1 : 0;
     layout->setContentsMargins(border, border, border, border);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/repository_list_view.h"
 
+#include "ui/accessible_part.h"
 #include "ui/repository_list_model.h"
 #include "ui/switch_painting.h"
 #include "ui/text_label.h"
@@ -135,6 +136,7 @@ RepositoryListView::RepositoryListView(RepositoryListModel *model, QWidget *pare
     : QListView(parent)
     , m_model(model)
 {
+    describeBy<RepositoryListView, AccessibleList>();
     setModel(model);
     setItemDelegate(new RepositoryRowDelegate(this));
     // What a row needs does not depend on the row: with 10,000 of them, only those in sight are ever looked at.
@@ -157,6 +159,14 @@ void RepositoryListView::toggle(const QModelIndex &index)
 {
     const bool isOn = index.data(Qt::CheckStateRole).value<Qt::CheckState>() == Qt::Checked;
     m_model->setData(index, isOn ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
+}
+
+QList<AccessibleAction> RepositoryListView::accessibleActions(const QModelIndex &index)
+{
+    const auto perform = [this, row = QPersistentModelIndex(index)] {
+        toggle(row);
+    };
+    return {{QAccessibleActionInterface::toggleAction(), {}, perform}};
 }
 
 void RepositoryListView::restoreFocus()

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ui/accessible_list.h"
+
 #include <QListView>
 #include <QStyledItemDelegate>
 
@@ -29,7 +31,7 @@ protected:
 
 /// The list of repositories. A click anywhere on a row switches it, as does Space on the row with the focus; whatever
 /// else is typed is left to whoever is around. The row with the focus keeps it while the search still finds it.
-class RepositoryListView final : public QListView
+class RepositoryListView final : public QListView, public AccessibleRows
 {
     Q_OBJECT
 
@@ -38,6 +40,8 @@ public:
 
     /// Takes the focus, at the row that had it last, else the first.
     void focusRow();
+
+    [[nodiscard]] QList<AccessibleAction> accessibleActions(const QModelIndex &index) override;
 
 Q_SIGNALS:
     /// Up was pressed on the first row.

@@ -75,6 +75,9 @@ void RowList::setRows(const QList<QWidget *> &rows)
         m_layout->insertWidget(place++, row);
         row->show();
     }
+    // Assistive technology reads them in the order in which they lie on each other.
+    for (QWidget *row : std::as_const(m_rows))
+        row->raise();
 }
 
 void setTabSequence(const QList<QWidget *> &widgets)

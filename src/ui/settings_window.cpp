@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/settings_window.h"
 
+#include "ui/accessible_part.h"
 #include "ui/window_activation.h"
 
 #include <QShortcut>
@@ -13,6 +14,7 @@ SettingsWindow::SettingsWindow(const SettingsView::Services &services, QWidget *
     : QWidget(parent, Qt::Window)
     , m_view(new SettingsView(services))
 {
+    describeBy<SettingsWindow, AccessibleWindow>();
     setWindowTitle(tr("Settings"));
     // Some platforms quit a program when its last window closes; this one lives beside the tray.
     setAttribute(Qt::WA_QuitOnClose, false);

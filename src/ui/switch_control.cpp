@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/switch_control.h"
 
+#include "ui/accessible_part.h"
 #include "ui/switch_painting.h"
 #include "ui/text_label.h"
 
@@ -22,11 +23,66 @@ constexpr int kLineGap = 1;
 /// A longer label is cut, in lower-case letters: names come from elsewhere and may be of any length.
 constexpr int kMostColumns = 60;
 
+/// Like a check box, but one whose "Toggle" is what a click is. Qt's only changes how it looks.
+class AccessibleSwitch final : public QAccessibleWidget
+{
+public:
+    explicit AccessibleSwitch(SwitchControl *control)
+        : QAccessibleWidget(control, QAccessible::CheckBox)
+        , m_control(control)
+    {
+    }
+
+    [[nodiscard]] QString text(QAccessible::Text kind) const override
+    {
+        const QString text = QAccessibleWidget::text(kind);
+        if (kind == QAccessible::Accelerator)
+            return m_control->shortcut().toString(QKeySequence::NativeText);
+        return kind == QAccessible::Name && text.isEmpty() ? m_control->name() : text;
+    }
+
+    [[nodiscard]] QAccessible::State state() const override
+    {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.checkable = true;
+        state.checked = m_control->isChecked();
+        state.pressed = m_control->isDown();
+        return state;
+    }
+
+    [[nodiscard]] QStringList actionNames() const override
+    {
+        QStringList names = QAccessibleWidget::actionNames();
+        if (m_control->isEnabled())
+            names.prepend(toggleAction());
+        return names;
+    }
+
+    void doAction(const QString &name) override
+    {
+        if (name != toggleAction())
+            return QAccessibleWidget::doAction(name);
+        // Whoever asks waits for the answer, not for what comes of it.
+        QMetaObject::invokeMethod(m_control, &SwitchControl::click, Qt::QueuedConnection);
+    }
+
+    [[nodiscard]] QStringList keyBindingsForAction(const QString &name) const override
+    {
+        if (name != toggleAction() || m_control->shortcut().isEmpty())
+            return QAccessibleWidget::keyBindingsForAction(name);
+        return {m_control->shortcut().toString()};
+    }
+
+private:
+    SwitchControl *m_control;
+};
+
 } // namespace
 
 SwitchControl::SwitchControl(const QString &text, QWidget *parent)
     : QCheckBox(text, parent)
 {
+    describeBy<SwitchControl, AccessibleSwitch>();
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAttribute(Qt::WA_Hover);
 }
@@ -42,6 +98,18 @@ void SwitchControl::setName(const QString &name, const QString &detail, Emphasis
     setText(literal);
     updateGeometry();
     update();
+}
+
+QString SwitchControl::name() const
+{
+    // Two stand for one; one alone marks the letter after it.
+    QString name;
+    for (qsizetype i = 0; i < text().size(); ++i) {
+        if (text().at(i) == QLatin1Char('&') && ++i == text().size())
+            break;
+        name.append(text().at(i));
+    }
+    return name;
 }
 
 QFont SwitchControl::labelFont() const
@@ -133,7 +201,7 @@ bool SwitchControl::event(QEvent *event)
 {
     if (event->type() != QEvent::ToolTip || textWidth() <= textFrame().width())
         return QCheckBox::event(event);
-    const QString whole = QString(text()).replace(QLatin1String("&&"), QLatin1String("&"));
+    const QString whole = name();
     // Made rich by us, so that nothing in the name is taken for markup.
     QToolTip::showText(
         static_cast<QHelpEvent *>(event)->globalPos(), Qt::convertFromPlainText(whole, Qt::WhiteSpaceNormal), this);

@@ -7,8 +7,8 @@ namespace velmora
 {
 
 /// A switch with its label on one line: the label at the start, below it a smaller detail where there is one, the
-/// switch at the end. The whole of it can be clicked, as with a check box, which it is to assistive technology: role,
-/// states, their announcement, the mnemonic and the keys are inherited.
+/// switch at the end. The whole of it can be clicked, as with a check box, which it is to assistive technology;
+/// mnemonic and keys are inherited.
 class SwitchControl final : public QCheckBox
 {
     Q_OBJECT
@@ -25,6 +25,9 @@ public:
 
     /// Shows a name that came from elsewhere literally, with `detail` below it.
     void setName(const QString &name, const QString &detail, Emphasis emphasis);
+
+    /// The label as it is read, without the mark of a mnemonic.
+    [[nodiscard]] QString name() const;
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;

@@ -56,6 +56,23 @@ private Q_SLOTS:
         QCOMPARE(finished("accounts --json")->out(), QByteArray("[]\n"));
     }
 
+    void anAccountThatIsRemovedTakesItsSavedDeploymentsAlong()
+    {
+        connectFirst();
+        QCOMPARE(finished("watch --once")->code(), 0);
+        const auto ofFirst = savedDeployments();
+        connectFirst();
+        QCOMPARE(finished("watch --once")->code(), 0);
+        QVERIFY(savedDeployments() != ofFirst);
+        const auto accounts = array(finished("accounts --json")->out());
+        QCOMPARE(accounts.size(), 2);
+        const QByteArray login = m_connected.last();
+        const auto removal = finished(QByteArray("accounts remove " + login).constData());
+        QCOMPARE(removal->err(), QByteArray());
+        QCOMPARE(removal->code(), 0);
+        QCOMPARE(savedDeployments(), ofFirst);
+    }
+
     void choicesOutliveTheRun()
     {
         connectFirst();

@@ -54,6 +54,7 @@ class ProgramWorld
 protected:
     Simulator m_simulator{quietSimulator()};
     std::unique_ptr<QTemporaryDir> m_home;
+    QList<QByteArray> m_connected; ///< logins, in the order in which they were connected
 
     [[nodiscard]] QProcessEnvironment environment() const
     {
@@ -132,7 +133,26 @@ protected:
         return changeWorld({{QStringLiteral("deployment"), deployment}}).value(QLatin1String("id")).toString();
     }
 
-    void connectFirst() { QCOMPARE(finished("connect")->code(), 0); }
+    /// Connects one more of GitHub's people.
+    void connectFirst()
+    {
+        const auto connection = finished("connect");
+        QCOMPARE(connection->code(), 0);
+        const QByteArray before = "Connected as ";
+        const QByteArray rest = connection->out().mid(connection->out().indexOf(before) + before.size());
+        m_connected.append(rest.first(rest.indexOf('\n')));
+    }
+
+    /// The ids of what is shown without the network.
+    [[nodiscard]] QSet<QString> savedDeployments() const
+    {
+        QSet<QString> ids;
+        const QJsonObject saved = jsonLines(finished("status --json")->out()).last();
+        const auto deployments = saved.value(QLatin1String("deployments")).toArray();
+        for (const auto &deployment : deployments)
+            ids.insert(deployment.toObject().value(QLatin1String("id")).toString());
+        return ids;
+    }
 };
 
 } // namespace velmora::testing

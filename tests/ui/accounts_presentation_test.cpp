@@ -75,6 +75,30 @@ private Q_SLOTS:
         QCOMPARE(installationCount({one, two, one}, 3), 0);
     }
 
+    void aNameThatSeveralSeeIsReadWithWhoeverSeesIt()
+    {
+        const auto installation = [](qint64 identityID, const char *login) {
+            InstallationRecord record;
+            record.identityID = identityID;
+            record.installation.account.login = QString::fromLatin1(login);
+            record.installation.account.type = QStringLiteral("Organization");
+            return record;
+        };
+        const auto session = [](qint64 id, const char *login) {
+            GitHubAccountSession result;
+            result.account.id = id;
+            result.account.login = QString::fromLatin1(login);
+            return result;
+        };
+        const QList<InstallationRecord> records{
+            installation(1, "acme"), installation(2, "acme"), installation(2, "own")};
+        const QList<GitHubAccountSession> sessions{session(1, "alice"), session(2, "bob")};
+        QCOMPARE(installationDescription(records[0], records, sessions), QStringLiteral("Organization, seen by alice"));
+        QCOMPARE(installationDescription(records[1], records, sessions), QStringLiteral("Organization, seen by bob"));
+        QCOMPARE(installationDescription(records[2], records, sessions), QStringLiteral("Organization"));
+        QCOMPARE(installationDescription(records[0], records, {}), QStringLiteral("Organization"));
+    }
+
     void installationsAreShownWhereThereAreAccountsAndInstallations()
     {
         QVERIFY(!showsInstallations({}, {}));

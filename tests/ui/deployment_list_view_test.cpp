@@ -722,6 +722,40 @@ private Q_SLOTS:
             text("acme/web, production, failed, 0123456, now"));
     }
 
+    void assistiveTechnologyDoesWhatAClickAndTheMenuDo()
+    {
+        auto deployment = snapshot(text("a"), DeploymentState::Failure);
+        deployment.logURL = WebAddress(text("https://ci.example/log"));
+        deployment.environmentURL = WebAddress(text("https://acme.example"));
+        show({deployment});
+        auto *list = QAccessible::queryAccessibleInterface(m_view.get());
+        QVERIFY(list->child(0)->actionInterface()->actionNames().isEmpty());
+        auto *row = list->child(1)->actionInterface();
+        QCOMPARE(row->actionNames(),
+            (QStringList{QAccessibleActionInterface::pressAction(), text("Open environment"), text("Copy commit ID"),
+                text("Copy link to log"), text("Copy link to environment")}));
+        QCOMPARE(row->localizedActionDescription(QAccessibleActionInterface::pressAction()), text("Open log"));
+        row->doAction(QAccessibleActionInterface::pressAction());
+        row->doAction(text("Open environment"));
+        drainEvents();
+        QCOMPARE(m_opener->opened, (QStringList{text("https://ci.example/log"), text("https://acme.example")}));
+        QVERIFY(!list->child(1)->state().selected);
+    }
+
+    void assistiveTechnologyKeepsARowThatMovesAndLosesOneThatGoes()
+    {
+        show({snapshot(text("a"), DeploymentState::Failure), snapshot(text("b"), DeploymentState::Failure)});
+        auto *list = QAccessible::queryAccessibleInterface(m_view.get());
+        auto *second = list->child(2);
+        const auto first = QAccessible::uniqueId(list->child(1));
+        QCOMPARE(list->child(2), second);
+        QCOMPARE(list->indexOfChild(second), 2);
+        m_view->setDeployments({snapshot(text("b"), DeploymentState::Failure)});
+        QCOMPARE(list->childCount(), 2);
+        QCOMPARE(list->indexOfChild(second), 1);
+        QVERIFY(!QAccessible::accessibleInterface(first));
+    }
+
 private:
     [[nodiscard]] DeploymentListModel *model() const { return qobject_cast<DeploymentListModel *>(m_view->model()); }
     [[nodiscard]] QModelIndex index(int row) const { return m_view->model()->index(row, 0); }

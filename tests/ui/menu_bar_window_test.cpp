@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/menu_bar_window.h"
 
+#include <QAccessible>
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
@@ -78,6 +79,11 @@ private Q_SLOTS:
         QVERIFY(!m_window->geometry().contains(kItem));
         QVERIFY(std::abs(m_window->geometry().center().x() - kItem.x()) <= 1);
         QCOMPARE(m_content->geometry(), QRect(1, 1, 360, 400));
+    }
+
+    void shouldBeAWindowToAssistiveTechnology()
+    {
+        QCOMPARE(QAccessible::queryAccessibleInterface(m_window.get())->role(), QAccessible::Window);
     }
 
     void shouldGrowAndShrinkWithItsContentWhereItStands()

@@ -369,6 +369,11 @@ private Q_SLOTS:
         auto *off = interface->child(1);
         QCOMPARE(off->text(QAccessible::Name), QStringLiteral("acme/web, not monitored"));
         QVERIFY(!off->state().checked);
+        QCOMPARE(off->actionInterface()->actionNames(), QStringList{QAccessibleActionInterface::toggleAction()});
+        off->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+        QVERIFY(off->state().checked);
+        QVERIFY(!m_fixture->defaults.stringList(QStringLiteral("github.excludedRepositories"))
+                     .contains(QStringLiteral("R_acme/web")));
         QCOMPARE(QAccessible::queryAccessibleInterface(field())->text(QAccessible::Name),
             QStringLiteral("Search repositories"));
     }

@@ -10,6 +10,7 @@
 #include "ui/search_field.h"
 #include "ui/switch_control.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QLayout>
 #include <QSet>
@@ -62,6 +63,13 @@ private Q_SLOTS:
     {
         for (int i = 0; i < view()->count(); ++i)
             QCOMPARE(view()->widget(i)->layout()->contentsMargins(), QMargins(12, 12, 12, 12));
+    }
+
+    void assistiveTechnologySeesAWindow()
+    {
+        auto *interface = QAccessible::queryAccessibleInterface(m_window.get());
+        QCOMPARE(interface->role(), QAccessible::Window);
+        QCOMPARE(interface->text(QAccessible::Name), m_window->windowTitle());
     }
 
     void theSizeIsFixed()

@@ -5,11 +5,13 @@
 #include "ui/device_code_panel.h"
 #include "ui/empty_state_view.h"
 #include "ui/progress_spinner.h"
+#include "ui/row_list.h"
 #include "ui/text_label.h"
 
 #include <QAccessible>
 #include <QApplication>
 #include <QHelpEvent>
+#include <QLabel>
 #include <QPushButton>
 #include <QTest>
 #include <QToolTip>
@@ -263,6 +265,27 @@ private Q_SLOTS:
         fixture.github.userCode = text("ABCD-EFGH");
         connectAccount(fixture);
         QVERIFY(labels(panel).contains(text("ABCD-EFGH")));
+    }
+
+    void rowsAreReadInTheOrderInWhichTheyAreSeen()
+    {
+        RowList list(text("Names"));
+        const auto row = [](const char *name) {
+            auto *label = new QLabel(text(name));
+            label->setAccessibleName(text(name));
+            return label;
+        };
+        auto *first = row("first");
+        auto *last = row("last");
+        list.setRows({last});
+        list.setRows({first, row("middle"), last});
+        auto *body = QAccessible::queryAccessibleInterface(first->parentWidget());
+        QCOMPARE(body->text(QAccessible::Name), text("Names"));
+        QStringList names;
+        for (int i = 0; i < body->childCount(); ++i)
+            names.append(body->child(i)->text(QAccessible::Name));
+        names.removeAll(QString());
+        QCOMPARE(names, (QStringList{text("first"), text("middle"), text("last")}));
     }
 
 private:

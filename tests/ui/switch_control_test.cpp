@@ -203,8 +203,14 @@ private Q_SLOTS:
         QVERIFY(interface->state().checkable);
         QVERIFY(!interface->state().checked);
         QVERIFY(interface->actionInterface()->actionNames().contains(QAccessibleActionInterface::toggleAction()));
+        const QSignalSpy clicked(&control, &SwitchControl::clicked);
         interface->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
         QTRY_VERIFY(interface->state().checked);
+        // It is used, not only turned: whoever listens does what it says.
+        QCOMPARE(clicked.count(), 1);
+        QCOMPARE(interface->text(QAccessible::Accelerator), control.shortcut().toString(QKeySequence::NativeText));
+        control.setEnabled(false);
+        QVERIFY(!interface->actionInterface()->actionNames().contains(QAccessibleActionInterface::toggleAction()));
     }
 
     void aNameIsShownLiterally()

@@ -60,6 +60,10 @@ ApplicationService::ApplicationService(const QDBusConnection &bus, const QString
     , m_path(QLatin1Char('/') + QString(name).replace(QLatin1Char('.'), QLatin1Char('/')))
 {
     new ApplicationAdaptor(this);
+    // Not the bus, but our own end of the connection says so.
+    const QString local = QStringLiteral("org.freedesktop.DBus.Local");
+    m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"), local, QStringLiteral("Disconnected"), this,
+        SIGNAL(busLost()));
 }
 
 ApplicationService::~ApplicationService()

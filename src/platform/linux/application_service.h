@@ -42,6 +42,8 @@ Q_SIGNALS:
     void activated(const QString &activationToken);
     /// One of the application's actions is to be done; the name is whatever the caller said.
     void actionActivated(const QString &action, const QString &activationToken);
+    /// The connection to the bus has ended, and the name with it.
+    void busLost();
 
 private:
     [[nodiscard]] static QVariantMap platformData(const QString &activationToken);

@@ -47,14 +47,18 @@ class Screen:
         reader, writer = os.pipe()
         arguments = ["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{self.width}x{self.height}x24"]
         arguments += ["-nolisten", "tcp", "-noreset", "-fbdir", self._memory]
-        program = session.launch("screen", arguments, descriptors=(writer,))
+        self._program = session.launch("screen", arguments, descriptors=(writer,))
         os.close(writer)
         # Without a server there is no writer, and the read ends.
         with os.fdopen(reader) as file:
             number = file.readline().strip()
         if not number:
-            raise RuntimeError(f"the display server did not start: {program.output()}")
+            raise RuntimeError(f"the display server did not start: {self._program.output()}")
         self.name = f":{number}"
+
+    def end(self):
+        """Takes the display from every program, as the end of a session does."""
+        self._program.end()
 
     def picture(self, area=None):
         """What is shown now, or the part of it in x, y, width and height."""

@@ -1,0 +1,100 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: MIT
+"""Velmora is told to end in the middle of something, or loses the desktop under its feet."""
+
+import json
+import os
+import signal
+import subprocess
+import unittest
+
+from headless import eventually
+from velmora import PROGRAM, Simulator, Velmora, VelmoraTest
+
+_NOTIFY_FAILURES = "Notify me when deployments fail"
+# A sanitized program looks for leaks before it ends.
+_WITHIN_A_SECOND = 15.0 if "ASAN_OPTIONS" in os.environ else 1.0
+
+
+class EndTest(VelmoraTest):
+    def come_up(self, *arguments, windowing="x11", notifications="none", **options):
+        self.desktop = self.session(windowing, notifications=notifications, **options)
+        self.github = Simulator(self.desktop)
+        self.velmora = Velmora(self.desktop, *arguments, environment=self.github.environment)
+        self.velmora.wait_for_item()
+
+    def expect_end(self, code=0):
+        self.assertEqual(self.velmora.program.wait(_WITHIN_A_SECOND), code, self.velmora.program.output())
+
+    def preferences(self):
+        with open(f"{self.desktop.environment['XDG_CONFIG_HOME']}/velmora/preferences.json", encoding="utf-8") as file:
+            return json.load(file)
+
+    def expect_usable_profile(self):
+        """A command of the terminal, which needs no display, finds everything in order."""
+        environment = self.desktop.environment | self.github.environment
+        for command in ["accounts"], ["status", "--json"]:
+            answer = subprocess.run([PROGRAM, *command], env=environment, capture_output=True, check=False, timeout=30)
+            self.assertEqual((answer.returncode, answer.stderr), (0, b""))
+
+    def open_general_settings(self):
+        self.desktop.tray.item().choose("Settings…")
+        window = self.velmora.settings()
+        self.desktop.screen.key("ctrl+3")
+        return window.find("check box", _NOTIFY_FAILURES)
+
+    def test_a_choice_of_the_last_moment_is_kept(self):
+        for number in signal.SIGTERM, signal.SIGINT:
+            with self.subTest(number=number):
+                self.come_up("--background", notifications="dunst")
+                switch = self.open_general_settings()
+                self.assertIn("checked", switch.states)
+
+                switch.do("Toggle")
+                eventually(lambda: "checked" not in switch.states, "the switch")
+                self.velmora.program.send(number)
+
+                self.expect_end()
+                self.assertFalse(self.preferences()["general.notificationsEnabled"])
+                self.expect_usable_profile()
+
+    def test_ends_with_every_window_open_while_it_connects(self):
+        self.come_up("--background")
+        window = self.velmora.open_by_click()
+        window.find("push button", "Add GitHub account").press()
+        window.find("label", "Enter this code on GitHub")
+        self.velmora.open_settings()
+
+        self.velmora.program.send(signal.SIGTERM)
+
+        self.expect_end()
+        self.assertEqual(self.velmora.program.output(), "")
+        self.expect_usable_profile()
+
+    def test_ends_with_its_display(self):
+        for windowing in "x11", "wayland":
+            with self.subTest(windowing=windowing):
+                self.come_up(windowing=windowing, accessibility=False)
+                self.desktop.tray.click()
+                eventually(self.velmora.is_open, "the window")
+
+                self.desktop.screen.end()
+
+                # The toolkit ends the program on the spot; what it knew is saved by then.
+                self.expect_end(1)
+                self.expect_usable_profile()
+
+    def test_the_demo_ends_with_its_display_and_leaves_nobody(self):
+        self.come_up("--demo", "--background", accessibility=False)
+        with open(f"/proc/{self.velmora.pid}/task/{self.velmora.pid}/children", encoding="ascii") as file:
+            children = file.read().split()
+        self.assertTrue(children)
+
+        self.desktop.screen.end()
+
+        self.expect_end(1)
+        eventually(lambda: not any(os.path.exists(f"/proc/{child}/exe") for child in children), "its GitHub to end")
+
+
+if __name__ == "__main__":
+    unittest.main()

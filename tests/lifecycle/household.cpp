@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: MIT
+#include "household.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+
+namespace velmora::testing
+{
+
+namespace
+{
+
+simulator::SimulatorOptions simulatorOptions()
+{
+    simulator::SimulatorOptions options;
+    options.playsStory = false;
+    options.oauth.interval = 1;
+    options.oauth.autoApproveAfter = 0;
+    return options;
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QByteArray ofProcess(qint64 process, const char *name)
+{
+    return contentOf(QStringLiteral("/proc/%1/%2").arg(process).arg(QString::fromLatin1(name)));
+}
+
+/// What the kernel says of the process, from its state on: the name before may hold anything.
+QList<QByteArray> statusFields(qint64 process)
+{
+    const QByteArray line = ofProcess(process, "stat");
+    return line.mid(line.lastIndexOf(')') + 2).split(' ');
+}
+
+std::optional<QJsonObject> objectIn(const QString &path)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(contentOf(path));
+    return document.isObject() ? std::optional(document.object()) : std::nullopt;
+}
+
+} // namespace
+
+PrivateBus::PrivateBus()
+{
+    m_process.setProgram(QStringLiteral("dbus-daemon"));
+    m_process.setArguments({QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
+        QStringLiteral("--config-file=" VELMORA_BUS_CONFIGURATION), QStringLiteral("--address=") + address(),
+        QStringLiteral("--print-address")});
+    m_process.setStandardErrorFile(QProcess::nullDevice());
+}
+
+QString PrivateBus::address() const
+{
+    return QStringLiteral("unix:path=%1/bus").arg(m_folder.path());
+}
+
+bool PrivateBus::start()
+{
+    QFile::remove(m_folder.filePath(QStringLiteral("bus")));
+    m_process.start();
+    // It prints its address when it listens.
+    return waitUntil([this] { return m_process.canReadLine(); });
+}
+
+void PrivateBus::end()
+{
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+Household::Household()
+    : simulator(simulatorOptions())
+{
+}
+
+QProcessEnvironment Household::environment() const
+{
+    QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
+    const QString address = simulator.url().toString(QUrl::StripTrailingSlash);
+    result.insert(QStringLiteral("HOME"), m_home.path());
+    result.insert(QStringLiteral("PATH"), QStringLiteral("/nowhere")); // so that no browser is found
+    result.insert(QStringLiteral("GITHUB_CLIENT_ID"), QStringLiteral("Iv23liVelmoraDemo001"));
+    result.insert(QStringLiteral("VELMORA_API_URL"), address);
+    result.insert(QStringLiteral("VELMORA_WEB_URL"), address);
+    result.insert(QStringLiteral("VELMORA_LOGIN_URL"), address + QStringLiteral("/login"));
+    result.remove(QStringLiteral("QT_LOGGING_RULES"));
+    for (const char *name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "DISPLAY", "WAYLAND_DISPLAY"})
+        result.remove(QString::fromLatin1(name));
+    return result;
+}
+
+std::unique_ptr<ProgramRun> Household::started(const QStringList &arguments) const
+{
+    auto run = std::make_unique<ProgramRun>(arguments, environment());
+    run->start();
+    return run;
+}
+
+std::unique_ptr<ProgramRun> Household::finished(const QStringList &arguments) const
+{
+    auto run = started(arguments);
+    if (!run->ends())
+        qWarning("%s did not end", qPrintable(arguments.join(QLatin1Char(' '))));
+    return run;
+}
+
+bool Household::connectAccount() const
+{
+    return finished({QStringLiteral("connect")})->code() == 0;
+}
+
+bool Household::keepAccounts(const QByteArray &accounts) const
+{
+    const QJsonObject value{{QStringLiteral("data"), QString::fromLatin1(accounts.toBase64())}};
+    const QJsonObject preferences{{QStringLiteral("github.accounts"), value}};
+    const QDir folder(m_home.filePath(QStringLiteral(".config/velmora")));
+    QFile file(folder.filePath(QStringLiteral("preferences.json")));
+    return folder.mkpath(QStringLiteral(".")) && file.open(QIODevice::WriteOnly)
+        && file.write(QJsonDocument(preferences).toJson()) > 0;
+}
+
+void Household::silence(const QByteArray &path)
+{
+    simulator::MisbehaviourRule rule;
+    rule.path = path;
+    rule.delivery.hang = true;
+    simulator.misbehaviour().add(rule);
+}
+
+bool Household::isAsked(const QByteArray &path)
+{
+    return waitUntil([&] {
+        return std::ranges::any_of(
+            simulator.log().entries(), [&](const auto &entry) { return entry.isOpen && entry.request.path == path; });
+    });
+}
+
+std::optional<QJsonObject> Household::preferences() const
+{
+    return objectIn(m_home.filePath(QStringLiteral(".config/velmora/preferences.json")));
+}
+
+std::optional<QJsonObject> Household::cache() const
+{
+    return objectIn(m_home.filePath(QStringLiteral(".cache/velmora/deployments.json")));
+}
+
+bool Household::isCachePresent() const
+{
+    return QFile::exists(m_home.filePath(QStringLiteral(".cache/velmora/deployments.json")));
+}
+
+qint64 ownerOnBus(const QDBusConnection &bus, const QString &name)
+{
+    const QDBusReply<uint> owner = bus.interface()->servicePid(name);
+    return owner.isValid() ? owner.value() : 0;
+}
+
+void askRunning(const QDBusConnection &bus, const QString &action)
+{
+    QDBusMessage call
+        = QDBusMessage::createMethodCall(QStringLiteral("com.tarvik.Velmora"), QStringLiteral("/com/tarvik/Velmora"),
+            QStringLiteral("org.freedesktop.Application"), QStringLiteral("ActivateAction"));
+    call << action << QVariantList() << QVariantMap();
+    bus.call(call);
+}
+
+bool heeds(qint64 process, int number)
+{
+    const QByteArray status = ofProcess(process, "status");
+    const QByteArray label = "SigCgt:";
+    const qsizetype start = status.indexOf(label);
+    if (start < 0)
+        return false;
+    const QByteArray mask = status.mid(start + label.size(), 17).trimmed();
+    return (mask.toULongLong(nullptr, 16) >> (number - 1) & 1) != 0;
+}
+
+QList<qint64> childrenOf(qint64 process)
+{
+    QList<qint64> children;
+    const QDir threads(QStringLiteral("/proc/%1/task").arg(process));
+    const auto names = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &thread : names) {
+        const auto words = contentOf(threads.filePath(thread + QStringLiteral("/children"))).simplified().split(' ');
+        for (const QByteArray &word : words) {
+            if (!word.isEmpty())
+                children.append(word.toLongLong());
+        }
+    }
+    return children;
+}
+
+bool isAlive(qint64 process)
+{
+    const QByteArray state = statusFields(process).value(0);
+    return !state.isEmpty() && state != "Z" && state != "X";
+}
+
+qint64 processorTime(qint64 process)
+{
+    const auto fields = statusFields(process);
+    const qint64 ticks = fields.value(11).toLongLong() + fields.value(12).toLongLong();
+    return ticks * 1000 / ::sysconf(_SC_CLK_TCK);
+}
+
+bool comesToRest(qint64 process)
+{
+    constexpr qint64 kMoment = 300; // milliseconds
+    QElapsedTimer rest;
+    rest.start();
+    qint64 before = -1;
+    return waitUntil([&] {
+        const qint64 used = processorTime(process);
+        if (std::exchange(before, used) != used)
+            rest.restart();
+        return rest.hasExpired(kMoment);
+    });
+}
+
+} // namespace velmora::testing
