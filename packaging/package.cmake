@@ -27,7 +27,7 @@ set(CPACK_DEBIAN_PACKAGE_HOMEPAGE https://github.com/apps/tarvik-velmora)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 # Libraries are found by looking at the programs; what is loaded, read or started at run time has to be named.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "ca-certificates, qt6-qpa-plugins, qt6-wayland, xdg-utils")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "ca-certificates, qt6-wayland, xdg-utils")
 # A Secret Service, a notification daemon, and the proxy that is set in the desktop: a desktop has its own.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gnome-keyring | libkf5wallet-bin | keepassxc | org.freedesktop.secrets, \
 libproxy1-plugin-gsettings | libproxy1-plugin-kconfig, notification-daemon")
