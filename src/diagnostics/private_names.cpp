@@ -5,9 +5,6 @@
 #include <QRegularExpression>
 #include <QStringList>
 
-#include <pwd.h>
-#include <unistd.h>
-
 namespace velmora
 {
 
@@ -46,14 +43,15 @@ QString pathFromHome(const QString &path, const QStringList &homes)
 
 QStringList homesOfPerson()
 {
-    QStringList homes{qEnvironmentVariable("HOME")};
-    if (const passwd *entry = ::getpwuid(::getuid()))
-        homes.append(QString::fromLocal8Bit(entry->pw_dir));
-    for (QString &home : homes)
-        home = QDir::cleanPath(home);
-    homes.removeIf(
-        [](const QString &home) { return !home.startsWith(QLatin1Char('/')) || home == QLatin1String("/"); });
-    homes.removeDuplicates();
+    QStringList homes;
+    const QString named = qEnvironmentVariable("HOME");
+    if (!named.startsWith(QLatin1Char('/')))
+        return homes;
+    // As it is written, and where links lead.
+    for (const QString &home : {QDir::cleanPath(named), QDir(named).canonicalPath()}) {
+        if (!home.isEmpty() && home != QLatin1String("/") && !homes.contains(home))
+            homes.append(home);
+    }
     return homes;
 }
 

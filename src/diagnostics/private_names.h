@@ -29,7 +29,7 @@ private:
 /// The path with "~" for a home folder that it begins with; of a path elsewhere only the end.
 [[nodiscard]] QString pathFromHome(const QString &path, const QStringList &homes);
 
-/// Where the person's files may be: HOME and what the system knows, without a slash at the end. Never "/".
+/// The names of the home folder that the environment tells, without a slash at the end. Never "/".
 [[nodiscard]] QStringList homesOfPerson();
 
 } // namespace velmora

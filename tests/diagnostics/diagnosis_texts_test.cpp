@@ -3,6 +3,8 @@
 #include "diagnostics/private_names.h"
 #include "diagnostics/texts.h"
 
+#include <QDir>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace velmora;
@@ -81,6 +83,20 @@ private Q_SLOTS:
         QCOMPARE(shown("/home/mona"), QStringLiteral("~"));
         QCOMPARE(shown("/home/monalisa/velmora/x"), QStringLiteral("…/velmora/x"));
         QCOMPARE(shown("/data/mona/velmora/x"), QStringLiteral("…/velmora/x"));
+    }
+
+    void theHomeIsWhatTheEnvironmentTells()
+    {
+        const QTemporaryDir folder;
+        const QString link = folder.filePath(QStringLiteral("link"));
+        const QString home = QDir(folder.path()).canonicalPath() + QStringLiteral("/home");
+        QVERIFY(QDir().mkpath(home) && QFile::link(home, link));
+        qputenv("HOME", link.toUtf8() + '/');
+        QCOMPARE(homesOfPerson(), (QStringList{link, home}));
+        for (const char *bad : {"/", "", "relative"}) {
+            qputenv("HOME", bad);
+            QVERIFY2(homesOfPerson().isEmpty(), bad);
+        }
     }
 
     void theKindOfGitHubIsToldAndNotItsName_data()

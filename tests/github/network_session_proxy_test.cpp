@@ -235,6 +235,18 @@ private Q_SLOTS:
         QCOMPARE(proxy.lines().last(), QByteArray("GET http://plain.example.test/path HTTP/1.1"));
     }
 
+    void whereTheEnvironmentIsSilentTheSystemIsAsked()
+    {
+        ConnectProxy proxy;
+        proxy.refusal = "HTTP/1.1 403 No";
+        // Not meant for https by our reading of it, but the system takes it for every scheme.
+        qputenv("http_proxy", "http://" + proxy.address());
+        NetworkSession session(limits(5s, 10s));
+        const QString description = await(session.send(get(secure()), {})).description();
+        QVERIFY2(isAboutProxy(description, proxy.address()), qPrintable(description));
+        QCOMPARE(proxy.lines().first(), QByteArray("CONNECT ghe.example.test:443 HTTP/1.1"));
+    }
+
     void whatIsOnTheListIsReachedWithoutTheProxy()
     {
         ConnectProxy proxy;
