@@ -84,6 +84,19 @@ class ConnectionTest(VelmoraTest):
         velmora.click_row(window, "staging")
         eventually(lambda: opened() == [log, environment, deployments], "the deployments of the repository")
 
+    def test_assistive_technology_opens_what_a_click_opens(self):
+        window = self.connect(self.start_velmora())
+        self.assertEqual([(each.role, each.name) for each in window.children()], [("frame", "Velmora")])
+        row = next(row for row in window.all("list item") if "production" in row.name)
+        names = ["Press", "Open environment", "Copy commit ID", "Copy link to log", "Copy link to environment"]
+        self.assertEqual(row.actions(), names)
+
+        row.do("Press")
+        row.do("Open environment")
+
+        pages = [f"{self.github.address}/{page}" for page in ("the-log", "the-environment")]
+        eventually(lambda: set(pages) <= {page.address for page in self.desktop.browser.opened()}, "both pages")
+
     def test_the_code_can_be_copied(self):
         velmora = self.start_velmora()
         window = velmora.open_by_click()

@@ -76,7 +76,7 @@ class Settings:
 
     def accounts(self):
         """The logins of the rows, in their order."""
-        rows = _from_the_top(self.find("filler", "GitHub accounts").children())
+        rows = self.find("filler", "GitHub accounts").children()
         # What separates the rows has no name.
         return [row.name for row in rows if row.name]
 
@@ -90,7 +90,7 @@ class Settings:
         _expect(self._installations, expected)
 
     def _installations(self):
-        return _choices(_from_the_top(self.find("filler", "Installations").children()), "check box")
+        return _choices(self.find("filler", "Installations").children(), "check box")
 
     def expect_repositories(self, expected):
         """The rows of the list, in sight or not: whether the switch is on, by the name."""
@@ -121,11 +121,6 @@ class Settings:
         if found and found[-1].role == "list":
             found += [one for one in claims if one.role == "list item"]
         return (found[-1].role, found[-1].name, found[-1].place) if found else None
-
-
-def _from_the_top(elements):
-    """In the order in which they are seen; the tree has them in the order in which they came."""
-    return sorted(elements, key=lambda element: element.place[1])
 
 
 def _choices(elements, role):
