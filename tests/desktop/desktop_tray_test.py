@@ -34,8 +34,12 @@ class MainPath:
         window = velmora.open_by_click()
         window.find("label", "Velmora Demo")
         window.find("label", "Deployment in progress")
-        sections = [row.name.split(",")[0] for row in window.all("list item") if row.name.count(",") == 1]
-        self.assertEqual(sections[0], "In progress")
+
+        # The demo connects its accounts one after the other, and their codes take the place of the list meanwhile.
+        def sections():
+            return [row.name.split(",")[0] for row in window.all("list item") if row.name.count(",") == 1]
+
+        self.assertEqual(eventually(sections, "the deployments")[0], "In progress")
         self.assertTrue(any(text.startswith("Updated ") for text in window.texts()))
 
         row = velmora.click_row(window, "failed")

@@ -110,8 +110,8 @@ QCoro::Task<bool> ApplicationService::actOnRunning(QString action, QString activ
 
 QCoro::Task<bool> ApplicationService::callRunning(QString method, QVariantList arguments)
 {
-    QDBusMessage request = QDBusMessage::createMethodCall(
-        m_name, m_path, QStringLiteral("org.freedesktop.Application"), method);
+    QDBusMessage request
+        = QDBusMessage::createMethodCall(m_name, m_path, QStringLiteral("org.freedesktop.Application"), method);
     request.setAutoStartService(false);
     request.setArguments(arguments);
     const QDBusMessage answer = co_await callBus(m_bus, request, QDeadlineTimer(kCallTimeout));
