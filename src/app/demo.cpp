@@ -94,7 +94,7 @@ Demo::~Demo()
     if (m_simulator.state() == QProcess::NotRunning)
         return;
     m_simulator.kill();
-    m_simulator.waitForFinished(1000);
+    m_simulator.waitForFinished(3000); // it is killed: only a very busy machine takes that long
 }
 
 QCoro::Task<> Demo::start(std::stop_token stop)
