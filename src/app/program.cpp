@@ -9,6 +9,7 @@
 #include "support/task_scope.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <QThreadPool>
 
 #include <unistd.h>
@@ -57,6 +58,8 @@ Program::Program(CommandLine line, QString startupToken)
     m_patience.setSingleShot(true);
     connect(&m_patience, &QTimer::timeout, this, &Program::endAtOnce);
     connect(&m_signals, &ProcessSignals::endRequested, this, &Program::requestEnd);
+    if (m_line.command == CommandLine::Command::Desktop)
+        QCoreApplication::instance()->installEventFilter(this);
 }
 
 Program::~Program()
@@ -102,6 +105,14 @@ QCoro::Task<> Program::runAndExit()
         m_app->files().preferences.flush();
     }
     QCoreApplication::exit(static_cast<int>(code));
+}
+
+bool Program::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() != QEvent::Quit)
+        return QObject::eventFilter(watched, event);
+    requestEnd();
+    return true;
 }
 
 /// A refresh token works only once: an answer that nobody waits for would end the account's session.

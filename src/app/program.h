@@ -38,6 +38,9 @@ public:
     /// a moment ends with the process.
     [[nodiscard]] int run();
 
+    /// The end of the session is an end like any other: what is under way is finished first.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     QCoro::Task<> runAndExit();
     QCoro::Task<ExitCode> runCommand();

@@ -9,19 +9,32 @@ import subprocess
 import unittest
 
 from headless import eventually
+from headless.session_manager import SessionManager
 from velmora import PROGRAM, Simulator, Velmora, VelmoraTest
 
 _NOTIFY_FAILURES = "Notify me when deployments fail"
 # A sanitized program looks for leaks before it ends.
 _WITHIN_A_SECOND = 15.0 if "ASAN_OPTIONS" in os.environ else 1.0
+_TOKENS = "/login/oauth/access_token"
+
+
+def _served(manager, condition, what, *seconds):
+    def holds():
+        manager.serve()
+        return condition()
+
+    eventually(holds, what, *seconds)
 
 
 class EndTest(VelmoraTest):
     def come_up(self, *arguments, windowing="x11", notifications="none", **options):
         self.desktop = self.session(windowing, notifications=notifications, **options)
         self.github = Simulator(self.desktop)
-        self.velmora = Velmora(self.desktop, *arguments, environment=self.github.environment)
+        self.start_velmora(*arguments)
         self.velmora.wait_for_item()
+
+    def start_velmora(self, *arguments, environment=None):
+        self.velmora = Velmora(self.desktop, *arguments, environment=self.github.environment | (environment or {}))
 
     def expect_end(self, code=0):
         self.assertEqual(self.velmora.program.wait(_WITHIN_A_SECOND), code, self.velmora.program.output())
@@ -83,6 +96,36 @@ class EndTest(VelmoraTest):
                 # The toolkit ends the program on the spot; what it knew is saved by then.
                 self.expect_end(1)
                 self.expect_usable_profile()
+
+    def test_ends_with_the_session_and_keeps_the_token_that_is_under_way(self):
+        self.desktop = self.session(notifications="none")
+        # Every use of a token needs a new one, and the one that it is got with works once.
+        self.github = Simulator(self.desktop, "--token-lifetime", "200")
+        self.github.small_world([{"environment": "production", "state": "IN_PROGRESS"}])
+        manager = SessionManager()
+        self.addCleanup(manager.close)
+        self.start_velmora("--background", environment={"SESSION_MANAGER": manager.address})
+        _served(manager, lambda: manager.clients == 1, "Velmora in the session")
+        window = self.velmora.open_by_click()
+        window.find("push button", "Add GitHub account").press()
+        self.github.approve()
+        window.find("label", "Deployment in progress")
+        manager.save()
+        _served(manager, lambda: manager.saved > 0, "Velmora to have saved")
+        self.github.tell("rules", {"path": _TOKENS, "action": {"delayMilliseconds": 200}})
+        before = len(self.github.requests(_TOKENS))
+        self.desktop.screen.key("ctrl+r")
+        eventually(lambda: len(self.github.requests(_TOKENS)) > before, "a request for a token")
+
+        manager.end_session()
+
+        _served(manager, lambda: not self.velmora.program.is_running, "Velmora to end", _WITHIN_A_SECOND)
+        self.expect_end()
+        self.github.ask("DELETE", "rules")
+        self.start_velmora("--background")
+        window = self.velmora.open_by_click()
+        window.find("push button", "Refresh").press()
+        window.find("label", "Deployment in progress")
 
     def test_the_demo_ends_with_its_display_and_leaves_nobody(self):
         self.come_up("--demo", "--background", accessibility=False)
