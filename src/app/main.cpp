@@ -14,15 +14,9 @@ namespace
 
 using namespace velmora;
 
-bool isForDesktop(const CommandLine &line)
-{
-    using Command = CommandLine::Command;
-    return line.command == Command::Desktop || line.command == Command::Show || line.command == Command::Settings;
-}
-
 std::unique_ptr<QCoreApplication> makeApplication(const CommandLine &line, int &argc, char **argv)
 {
-    if (isForDesktop(line) && isDisplayNamed()) {
+    if (line.isForDesktop() && isDisplayNamed()) {
         endQuietlyWithoutDisplay();
         auto application = std::make_unique<QApplication>(argc, argv);
         // The windows come and go; the tray item stays.

@@ -58,7 +58,7 @@ Program::Program(CommandLine line, QString startupToken)
     m_patience.setSingleShot(true);
     connect(&m_patience, &QTimer::timeout, this, &Program::endAtOnce);
     connect(&m_signals, &ProcessSignals::endRequested, this, &Program::requestEnd);
-    if (m_line.command == CommandLine::Command::Desktop)
+    if (m_line.isForDesktop())
         QCoreApplication::instance()->installEventFilter(this);
 }
 
@@ -128,11 +128,9 @@ QCoro::Task<> Program::finishRefreshes()
 
 QCoro::Task<ExitCode> Program::runCommand()
 {
-    switch (m_line.command) {
-    case CommandLine::Command::Desktop:
-    case CommandLine::Command::Show:
-    case CommandLine::Command::Settings:
+    if (m_line.isForDesktop())
         return runAsDesktop();
+    switch (m_line.command) {
     case CommandLine::Command::Quit:
         return quitRunning();
     case CommandLine::Command::Diagnose:
@@ -160,7 +158,7 @@ void Program::endAtOnce()
 /// A command that was cut short has failed; the program of the tray is there until it is told to end.
 ExitCode Program::reportCancelled()
 {
-    if (m_line.command == CommandLine::Command::Desktop)
+    if (m_line.isForDesktop())
         return ExitCode::Done;
     m_err.writeLine(QStringLiteral("Cancelled."));
     return ExitCode::Failed;

@@ -52,6 +52,12 @@ struct CommandLine {
     QStringList disable;
     QStringList include;
     QStringList exclude;
+
+    /// Whether the command is done by the program of the tray, which this process becomes where there is none.
+    [[nodiscard]] bool isForDesktop() const
+    {
+        return command == Command::Desktop || command == Command::Show || command == Command::Settings;
+    }
 };
 
 /// A command, or what is to be printed instead of running one.
