@@ -9,14 +9,12 @@
 #include "ui/card.h"
 #include "ui/device_code_panel.h"
 #include "ui/empty_state_view.h"
+#include "ui/installation_section.h"
 #include "ui/menu_bar_presentation.h"
 #include "ui/message_row.h"
-#include "ui/repositories_presentation.h"
 #include "ui/row_list.h"
 #include "ui/scrolling_page.h"
-#include "ui/separator.h"
 #include "ui/settings_header.h"
-#include "ui/switch_control.h"
 #include "ui/symbols.h"
 
 #include <QPushButton>
@@ -35,13 +33,6 @@ constexpr int kPadding = 12;
 constexpr int kSpacing = 10;
 constexpr int kLeastList = 120;
 
-/// Deletes nothing: the rows themselves are deleted by the list that they leave.
-template <typename Key, typename Row>
-void forgetOthers(QHash<Key, Row *> &rows, const QSet<Key> &kept)
-{
-    rows.removeIf([&kept](const auto &entry) { return !kept.contains(entry.key()); });
-}
-
 } // namespace
 
 AccountsSettingsView::AccountsSettingsView(const Services &services, QWidget *parent)
@@ -55,9 +46,7 @@ AccountsSettingsView::AccountsSettingsView(const Services &services, QWidget *pa
     , m_noAccounts(new EmptyStateView(
           {QStringLiteral("person.crop.circle.badge.plus"), Texts::noAccounts(), Texts::noAccountsHelp()}))
     , m_accountList(new RowList(Texts::title()))
-    , m_installationSection(new QWidget)
-    , m_manage(new QPushButton(Texts::manage()))
-    , m_installationList(new RowList(Texts::installations()))
+    , m_installations(new InstallationSection(services.authentication, services.installations, this))
 {
     const DeviceCodePanel::Services panelServices{services.authentication, services.pasteboard, services.urlOpener};
     m_authorization->addRow(new DeviceCodePanel(panelServices, DeviceCodePanel::Arrangement::Row));
@@ -71,7 +60,6 @@ AccountsSettingsView::AccountsSettingsView(const Services &services, QWidget *pa
     connectStores();
     showConnection();
     showSessions();
-    showInstallations();
 }
 
 QWidget *AccountsSettingsView::makeContent()
@@ -87,29 +75,8 @@ QWidget *AccountsSettingsView::makeContent()
     layout->addWidget(m_error);
     layout->addWidget(m_noAccounts, 1);
     layout->addWidget(m_accountList, 1);
-    layout->addWidget(makeInstallations(), 1);
+    layout->addWidget(m_installations, 1);
     return content;
-}
-
-QWidget *AccountsSettingsView::makeInstallations()
-{
-    auto *heading = new TextLabel(TextSize::Body);
-    heading->setWeight(QFont::DemiBold);
-    heading->setText(Texts::installations());
-    m_manage->setFlat(true);
-    m_manage->setAutoDefault(false);
-    auto *headingRow = new QHBoxLayout;
-    headingRow->addWidget(heading, 1);
-    headingRow->addWidget(m_manage);
-    m_installationList->setMinimumHeight(kLeastList);
-
-    auto *layout = new QVBoxLayout(m_installationSection);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(kSpacing / 2);
-    layout->addWidget(new Separator);
-    layout->addLayout(headingRow);
-    layout->addWidget(m_installationList, 1);
-    return m_installationSection;
 }
 
 void AccountsSettingsView::connectStores()
@@ -117,10 +84,11 @@ void AccountsSettingsView::connectStores()
     const auto *authentication = m_services.authentication;
     const auto *installations = m_services.installations;
     connect(m_add, &QPushButton::clicked, authentication, &AuthenticationStore::startConnecting);
-    connect(m_manage, &QPushButton::clicked, this, &AccountsSettingsView::openInstallationPage);
+    connect(m_installations, &InstallationSection::manageRequested, this, &AccountsSettingsView::openInstallationPage);
+    connect(m_installations, &InstallationSection::rowsChanged, this, &AccountsSettingsView::orderTabStops);
     connect(authentication, &AuthenticationStore::connectionChanged, this, &AccountsSettingsView::showConnection);
     connect(authentication, &AuthenticationStore::sessionsChanged, this, &AccountsSettingsView::showSessions);
-    connect(installations, &InstallationStore::installationsChanged, this, &AccountsSettingsView::showInstallations);
+    connect(installations, &InstallationStore::installationsChanged, this, &AccountsSettingsView::showKnowledge);
     connect(installations, &InstallationStore::stateChanged, this, &AccountsSettingsView::showKnowledge);
     connect(m_gallery, &AvatarGallery::changed, this, &AccountsSettingsView::showPictures);
 }
@@ -177,12 +145,14 @@ void AccountsSettingsView::showSessions()
         rows.append(row);
         listed.insert(session.id());
     }
-    forgetOthers(m_accountRows, listed);
+    // The rows themselves are deleted by the list that they leave.
+    m_accountRows.removeIf([&](const auto &entry) { return !listed.contains(entry.key()); });
     m_accountList->setRows(rows);
     m_noAccounts->setVisible(sessions.isEmpty());
     m_accountList->setVisible(!sessions.isEmpty());
     showPictures();
-    showInstallations();
+    showKnowledge();
+    orderTabStops();
 }
 
 AccountRow *AccountsSettingsView::accountRow(qint64 accountID)
@@ -196,43 +166,6 @@ AccountRow *AccountsSettingsView::accountRow(qint64 accountID)
     connect(row, &AccountRow::removeRequested, this, [this, accountID] { remove(accountID); });
     connect(row, &AccountRow::installRequested, this, &AccountsSettingsView::openInstallationPage);
     return row;
-}
-
-void AccountsSettingsView::showInstallations()
-{
-    const auto &installations = m_services.installations->installations();
-    QList<QWidget *> rows;
-    QSet<QString> listed;
-    for (const InstallationRecord &record : installations) {
-        const GitHubInstallationAccount &account = record.installation.account;
-        SwitchControl *control = installationSwitch(record.id());
-        control->setName(account.login, account.type, SwitchControl::Emphasis::Strong);
-        control->setAccessibleDescription(
-            installationDescription(record, installations, m_services.authentication->sessions()));
-        control->setAccessibleName(monitoringSentence(account.login, record.isEnabled));
-        control->setChecked(record.isEnabled);
-        rows.append(control);
-        listed.insert(record.id());
-    }
-    forgetOthers(m_installationSwitches, listed);
-    m_installationList->setRows(rows);
-    m_installationSection->setVisible(showsInstallations(m_services.authentication->sessions(), installations));
-    showKnowledge();
-    orderTabStops();
-}
-
-SwitchControl *AccountsSettingsView::installationSwitch(const QString &key)
-{
-    if (auto *known = m_installationSwitches.value(key))
-        return known;
-    auto *control = new SwitchControl(QString(), m_installationList);
-    m_installationSwitches.insert(key, control);
-    connect(control, &SwitchControl::clicked, this, [this, key](bool enabled) {
-        m_services.installations->setInstallation(key, enabled);
-        // One that has gone meanwhile changes nothing, and the switch must not look as if it had.
-        showInstallations();
-    });
-    return control;
 }
 
 void AccountsSettingsView::showKnowledge()
@@ -266,14 +199,7 @@ void AccountsSettingsView::showPictures()
 
 void AccountsSettingsView::orderTabStops()
 {
-    QList<QWidget *> sequence{m_header, m_authorization};
-    for (const GitHubAccountSession &session : m_services.authentication->sessions())
-        sequence.append(m_accountRows.value(session.id()));
-    sequence.append(m_manage);
-    for (const InstallationRecord &record : m_services.installations->installations())
-        sequence.append(m_installationSwitches.value(record.id()));
-    sequence.removeAll(nullptr);
-    setTabSequence(sequence);
+    setTabSequence({m_header, m_authorization, m_accountList, m_installations});
 }
 
 void AccountsSettingsView::remove(qint64 accountID)

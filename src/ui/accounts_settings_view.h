@@ -18,12 +18,12 @@ class AvatarGallery;
 class AvatarLoading;
 class Card;
 class EmptyStateView;
+class InstallationSection;
 class InstallationStore;
 class MessageRow;
 class Pasteboard;
 class RowList;
 class SettingsHeader;
-class SwitchControl;
 class URLOpener;
 struct GitHubAccountSession;
 
@@ -55,16 +55,13 @@ protected:
 
 private:
     [[nodiscard]] QWidget *makeContent();
-    [[nodiscard]] QWidget *makeInstallations();
     void connectStores();
     void showConnection();
     void showSessions();
-    void showInstallations();
     void showKnowledge();
     void showPictures();
     void orderTabStops();
     [[nodiscard]] AccountRow *accountRow(qint64 accountID);
-    [[nodiscard]] SwitchControl *installationSwitch(const QString &key);
     void loadInstallations();
     void remove(qint64 accountID);
     void openInstallationPage();
@@ -77,11 +74,8 @@ private:
     MessageRow *m_error;
     EmptyStateView *m_noAccounts;
     RowList *m_accountList;
-    QWidget *m_installationSection;
-    QPushButton *m_manage;
-    RowList *m_installationList;
+    InstallationSection *m_installations;
     QHash<qint64, AccountRow *> m_accountRows;
-    QHash<QString, SwitchControl *> m_installationSwitches;
     bool m_isAtGitHub = false; ///< the person was sent to a page on which installations change
     TaskScope m_work;
     TaskScope m_appearance; ///< what is only worth doing while the tab is shown

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: MIT
+#include "ui/installation_section.h"
+
+#include "accounts/authentication_store.h"
+#include "installations/installation_store.h"
+#include "ui/accounts_presentation.h"
+#include "ui/accounts_settings_texts.h"
+#include "ui/repositories_presentation.h"
+#include "ui/row_list.h"
+#include "ui/separator.h"
+#include "ui/switch_control.h"
+#include "ui/text_label.h"
+
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace velmora
+{
+
+namespace
+{
+
+using Texts = AccountsSettingsTexts;
+
+constexpr int kSpacing = 5;
+constexpr int kLeastList = 120;
+
+} // namespace
+
+InstallationSection::InstallationSection(
+    AuthenticationStore *authentication, InstallationStore *installations, QWidget *parent)
+    : QWidget(parent)
+    , m_authentication(authentication)
+    , m_installations(installations)
+    , m_list(new RowList(Texts::installations()))
+{
+    auto *heading = new TextLabel(TextSize::Body);
+    heading->setWeight(QFont::DemiBold);
+    heading->setText(Texts::installations());
+    auto *manage = new QPushButton(Texts::manage());
+    manage->setFlat(true);
+    manage->setAutoDefault(false);
+    auto *headingRow = new QHBoxLayout;
+    headingRow->addWidget(heading, 1);
+    headingRow->addWidget(manage);
+    m_list->setMinimumHeight(kLeastList);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(kSpacing);
+    layout->addWidget(new Separator);
+    layout->addLayout(headingRow);
+    layout->addWidget(m_list, 1);
+
+    connect(manage, &QPushButton::clicked, this, &InstallationSection::manageRequested);
+    connect(authentication, &AuthenticationStore::sessionsChanged, this, &InstallationSection::showInstallations);
+    connect(installations, &InstallationStore::installationsChanged, this, &InstallationSection::showInstallations);
+    showInstallations();
+}
+
+void InstallationSection::showInstallations()
+{
+    const auto &installations = m_installations->installations();
+    const auto &sessions = m_authentication->sessions();
+    QList<QWidget *> rows;
+    QSet<QString> listed;
+    for (const InstallationRecord &record : installations) {
+        const GitHubInstallationAccount &account = record.installation.account;
+        SwitchControl *row = control(record.id());
+        row->setName(account.login, account.type, SwitchControl::Emphasis::Strong);
+        row->setAccessibleDescription(installationDescription(record, installations, sessions));
+        row->setAccessibleName(monitoringSentence(account.login, record.isEnabled));
+        row->setChecked(record.isEnabled);
+        rows.append(row);
+        listed.insert(record.id());
+    }
+    // The controls themselves are deleted by the list that they leave.
+    m_controls.removeIf([&](const auto &entry) { return !listed.contains(entry.key()); });
+    m_list->setRows(rows);
+    setVisible(showsInstallations(sessions, installations));
+    Q_EMIT rowsChanged();
+}
+
+SwitchControl *InstallationSection::control(const QString &key)
+{
+    if (auto *known = m_controls.value(key))
+        return known;
+    auto *control = new SwitchControl(QString(), m_list);
+    m_controls.insert(key, control);
+    connect(control, &SwitchControl::clicked, this, [this, key](bool enabled) {
+        m_installations->setInstallation(key, enabled);
+        // One that has gone meanwhile changes nothing, and the switch must not look as if it had.
+        showInstallations();
+    });
+    return control;
+}
+
+} // namespace velmora
