@@ -95,15 +95,15 @@ QCoro::Task<> Program::runAndExit()
         code = co_await runCommand();
     } catch (const CancellationError &) {
         code = reportCancelled();
-    } catch (const Error &error) {
-        m_err.writeLine(error.description());
+    } catch (...) {
+        m_err.writeLine(describe(std::current_exception()));
     }
     // It has heeded the end; what follows has a bound of its own.
     m_patience.stop();
-    if (m_app) {
-        co_await finishRefreshes();
+    if (m_app)
+        co_await finishRefreshes(std::stop_token(), kPatience / 2);
+    if (m_app)
         m_app->files().preferences.flush();
-    }
     QCoreApplication::exit(static_cast<int>(code));
 }
 
@@ -116,14 +116,14 @@ bool Program::eventFilter(QObject *watched, QEvent *event)
 }
 
 /// A refresh token works only once: an answer that nobody waits for would end the account's session.
-QCoro::Task<> Program::finishRefreshes()
+QCoro::Task<> Program::finishRefreshes(std::stop_token stop, std::optional<std::chrono::milliseconds> limit)
 {
     AuthenticationStore *store = &m_app->authentication();
     const std::function<bool()> isQuiet = [store] {
         return std::ranges::none_of(store->sessions(),
             [](const GitHubAccountSession &session) { return session.status == GitHubSessionStatus::Refreshing; });
     };
-    co_await waitFor(store, &AuthenticationStore::sessionsChanged, isQuiet, std::stop_token(), kPatience / 2);
+    co_await waitFor(store, &AuthenticationStore::sessionsChanged, isQuiet, stop, limit);
 }
 
 QCoro::Task<ExitCode> Program::runCommand()

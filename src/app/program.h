@@ -71,7 +71,7 @@ private:
     QCoro::Task<> leaveStores();
     QCoro::Task<> enterSaved();
     QCoro::Task<> connectDemo();
-    QCoro::Task<> finishRefreshes();
+    QCoro::Task<> finishRefreshes(std::stop_token stop, std::optional<std::chrono::milliseconds> limit);
     void watchMachine();
     [[nodiscard]] AppEnvironment realEnvironment();
     void announceOnDesktop(AppEnvironment *environment);

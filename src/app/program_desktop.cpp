@@ -3,6 +3,7 @@
 
 #include "app/display_probe.h"
 #include "control/control_error.h"
+#include "control/control_texts.h"
 #include "support/signal_waiting.h"
 #include "support/task_scope.h"
 
@@ -38,7 +39,6 @@ void Program::makeService()
 
 QCoro::Task<ExitCode> Program::runAsDesktop()
 {
-    m_remote = std::make_unique<RemoteControl>(QDBusConnection::sessionBus(), busName());
     makeService();
     if (!qobject_cast<QApplication *>(QCoreApplication::instance())) {
         const ExitCode code = co_await askFromElsewhere();
@@ -59,12 +59,14 @@ QCoro::Task<ExitCode> Program::runAsDesktop()
 /// A terminal without a display, as over the network, can still ask the program that has one.
 QCoro::Task<ExitCode> Program::askFromElsewhere()
 {
+    m_remote = std::make_unique<RemoteControl>(QDBusConnection::sessionBus(), busName());
     const bool isRunning = co_await m_remote->locate(m_stop.get_token());
     if (!isRunning) {
         reportNoDisplay();
         co_return ExitCode::Failed;
     }
-    co_await askRunning();
+    if (!m_line.isBackground)
+        co_await askRunning();
     co_return ExitCode::Done;
 }
 
@@ -89,7 +91,7 @@ QCoro::Task<> Program::askRunning()
     else
         isAnswered = co_await m_service->activateRunning(m_startupToken);
     if (!isAnswered)
-        throw ControlError(QStringLiteral("Velmora is running already, but does not answer."));
+        throw ControlError(noAnswerText());
 }
 
 /// Done when it has gone, so that it can be started again at once.
@@ -108,6 +110,7 @@ QCoro::Task<ExitCode> Program::quitRunning()
     ApplicationService service(QDBusConnection::sessionBus(), busName());
     std::ignore = co_await service.actOnRunning(QStringLiteral("quit"), QString());
     co_await waitFor(remote, &RemoteControl::isRunningChanged, hasGone, m_stop.get_token(), kLongestQuitting);
+    throwIfStopped(m_stop.get_token());
     if (!hasGone())
         throw ControlError(QStringLiteral("Velmora is running, but does not end."));
     co_return ExitCode::Done;
@@ -150,6 +153,8 @@ QCoro::Task<ExitCode> Program::runDesktop()
     if (m_demo)
         launch(connectDemo(), "connecting the demo");
     co_await ended;
+    // Whoever is started from now on finds nobody to ask, and runs itself.
+    m_service->release();
     m_desktop.reset();
     co_return ExitCode::Done;
 }

@@ -39,11 +39,15 @@ QCoro::Task<> Program::enterStores()
         connect(m_desktopNotifier.get(), &ObservedNotifier::posted, m_control.get(), &Control::announced);
 }
 
+/// For a program that goes on, and has time for tokens that are being renewed.
 QCoro::Task<> Program::leaveStores()
 {
     if (!m_app)
         co_return;
-    co_await finishRefreshes();
+    co_await finishRefreshes(m_stop.get_token(), std::nullopt);
+    // The end of the program has a way of its own.
+    if (m_stop.stop_requested())
+        co_return;
     m_app->files().preferences.flush();
     m_wakeSources.reset();
     m_control.reset();

@@ -3,6 +3,7 @@
 #include "cli/deployment_table.h"
 #include "cli/plain_text.h"
 #include "control/control.h"
+#include "control/control_texts.h"
 #include "support/json.h"
 
 namespace velmora
@@ -25,7 +26,7 @@ QString statusWords(const QString &status)
 void printAccounts(const CommandContext &context, const QList<ListedAccount> &accounts)
 {
     if (accounts.isEmpty()) {
-        context.out->writeLine(QStringLiteral("No GitHub account is connected. Run “velmora connect” to connect one."));
+        context.out->writeLine(noAccountText());
         return;
     }
     QList<QStringList> rows;

@@ -38,8 +38,8 @@ struct CommandContext {
     Terminal *err = nullptr;
     TerminalEvents *terminalEvents = nullptr;
     Clock *clock = nullptr;
-    Control *control = nullptr; ///< of `connect` and `status`: none
-    ReportSource *reports = nullptr; ///< of `watch` and `status`
+    Control *control = nullptr; ///< for what asks or changes something once
+    ReportSource *reports = nullptr; ///< for `status`, and for a `watch` that goes on
     AuthenticationStore *authentication = nullptr; ///< of `connect`
     WebAddress installationURL;
     QString missingConfiguration; ///< what to do about a missing client id; empty when there is one

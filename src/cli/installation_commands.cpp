@@ -4,6 +4,7 @@
 #include "cli/loading.h"
 #include "cli/plain_text.h"
 #include "control/control.h"
+#include "control/control_texts.h"
 #include "support/json.h"
 
 namespace velmora
@@ -52,8 +53,7 @@ void printRepositories(const CommandContext &context, const CommandLine &line, c
         return;
     }
     if (answer.repositories.isEmpty()) {
-        context.out->writeLine(QStringLiteral("No repositories. Choose where Velmora is installed: %1")
-                                   .arg(answer.installationURL.text()));
+        context.out->writeLine(noRepositoriesText(answer.installationURL));
         return;
     }
     QList<QStringList> rows;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "cli/loading.h"
 
+#include "control/control_texts.h"
+
 namespace velmora
 {
 
@@ -20,7 +22,7 @@ ProgressLine::~ProgressLine()
 ExitCode reportLoading(const CommandContext &context, const LoadingAnswer &answer)
 {
     if (!answer.hasAccounts) {
-        context.err->writeLine(QStringLiteral("No GitHub account is connected. Run “velmora connect” to connect one."));
+        context.err->writeLine(noAccountText());
         return ExitCode::Failed;
     }
     for (const QString &message : answer.messages)

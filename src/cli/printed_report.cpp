@@ -121,12 +121,6 @@ PrintedDeployment printed(const DeploymentSnapshot &deployment)
     return result;
 }
 
-/// The title, with the name by which the application goes at the moment.
-QString title(const DeploymentMonitorPresentation &shown, const QString &applicationName)
-{
-    return shown.activeCount > 0 ? shown.title() : applicationName;
-}
-
 } // namespace
 
 QByteArray jsonLine(const MonitorReport &report)
@@ -138,7 +132,7 @@ QByteArray jsonLine(const MonitorReport &report)
         result.savedAt = printed(report.savedAt);
     }
     result.state = rawValue(report.state.state);
-    result.title = title(shown, report.applicationName);
+    result.title = titleOf(report);
     result.symbol = shown.symbol();
     result.lastRefreshedAt = printed(report.lastRefreshedAt);
     result.resumeAt = printed(report.state.resumeAt);

@@ -3,7 +3,6 @@
 
 #include "cli/plain_text.h"
 #include "monitor/deployment_sections.h"
-#include "monitor/presentation.h"
 #include "monitor/status_text.h"
 #include "support/json_coding.h"
 
@@ -64,12 +63,6 @@ QString stateWord(const MonitorReport &report)
     if (counts.active > 0)
         return QStringLiteral("active");
     return counts.failed > 0 ? QStringLiteral("failed") : QStringLiteral("ok");
-}
-
-QString titleOf(const MonitorReport &report)
-{
-    const DeploymentMonitorPresentation shown = presentation(report.state, report.deployments);
-    return shown.activeCount > 0 ? shown.title() : report.applicationName;
 }
 
 QString updateTime(const MonitorReport &report)

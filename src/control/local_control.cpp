@@ -2,6 +2,7 @@
 #include "control/local_control.h"
 
 #include "control/choices.h"
+#include "control/control_texts.h"
 #include "installations/installation_store.h"
 #include "monitor/deployment_monitor.h"
 #include "notifications/general_settings_store.h"
@@ -47,14 +48,48 @@ QSet<QString> idsOf(const QList<RepositoryRecord> &repositories)
     return ids;
 }
 
-/// Everything once. Nobody waits for the end of it after a stop: the stores end by themselves.
-QCoro::Task<> refreshStores(LocalControl::Services services, std::stop_token stop, OneShot<> done)
+QCoro::Task<> loadEverything(LocalControl::Services services, std::stop_token stop)
 {
     const QPointer<DeploymentMonitor> monitor(services.monitor);
     co_await services.installations->refresh(services.authentication, stop);
     if (monitor && !stop.stop_requested())
         co_await monitor->refreshAll(services.authentication, services.installations, services.clock->now());
-    done.resolve();
+}
+
+/// The account leaves the list as soon as this is called. The keyring may ask the person first, who may take their
+/// time, so that what was fetched for the account is forgotten before.
+QCoro::Task<> forgetEverywhere(LocalControl::Services services, qint64 accountID)
+{
+    const QPointer<DeploymentMonitor> monitor(services.monitor);
+    auto removal = services.authentication->removeAndWait(accountID);
+    if (monitor)
+        co_await monitor->forgetRemoved(services.authentication, services.installations, services.clock->now());
+    co_await removal;
+}
+
+/// Tells how the work ended.
+QCoro::Task<> tell(QCoro::Task<> work, OneShot<> done)
+{
+    std::exception_ptr failure;
+    try {
+        co_await work;
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (failure)
+        done.fail(failure);
+    else
+        done.resolve();
+}
+
+/// Waits for work that heeds no stop. Nobody waits for its end after one: the stores end by themselves.
+QCoro::Task<> waitUnlessStopped(QCoro::Task<> work, std::stop_token stop)
+{
+    const OneShot<> done;
+    const CancelOnStop cancel(done, stop);
+    launch(tell(std::move(work), done), "what a terminal asked for");
+    co_await done;
+    throwIfStopped(stop);
 }
 
 } // namespace
@@ -81,7 +116,7 @@ QCoro::Task<QList<ListedAccount>> LocalControl::accounts(std::stop_token stop)
     co_return listedAccounts(store->sessions());
 }
 
-QCoro::Task<RemovalAnswer> LocalControl::removeAccount(QString login, std::stop_token)
+QCoro::Task<RemovalAnswer> LocalControl::removeAccount(QString login, std::stop_token stop)
 {
     const QList<GitHubAccountSession> sessions = m_services.authentication->sessions();
     const auto found = std::ranges::find_if(sessions, [&](const GitHubAccountSession &session) {
@@ -92,14 +127,9 @@ QCoro::Task<RemovalAnswer> LocalControl::removeAccount(QString login, std::stop_
         answer.refusal = QStringLiteral("There is no account named %1. %2").arg(login, knownLogins(sessions));
         co_return answer;
     }
-    const GitHubAccount account = found->account;
-    answer.login = account.login;
-    const Services services = m_services;
-    const QPointer<LocalControl> self(this);
-    co_await services.authentication->removeAndWait(account.id);
-    if (self)
-        co_await services.monitor->forgetRemoved(
-            services.authentication, services.installations, services.clock->now());
+    answer.login = found->account.login;
+    const qint64 accountID = found->id();
+    co_await waitUnlessStopped(forgetEverywhere(m_services, accountID), stop);
     co_return answer;
 }
 
@@ -170,11 +200,7 @@ QCoro::Task<LoadingAnswer> LocalControl::refresh(std::stop_token stop)
     const QPointer<LocalControl> self(this);
     if (m_services.authentication->sessions().isEmpty())
         co_return LoadingAnswer();
-    const OneShot<> done;
-    const CancelOnStop cancel(done, stop);
-    launch(refreshStores(m_services, stop, done), "the refresh");
-    co_await done;
-    throwIfStopped(stop);
+    co_await waitUnlessStopped(loadEverything(m_services, stop), stop);
     if (!self)
         throw CancellationError();
     co_return refreshed();
@@ -204,10 +230,9 @@ QString LocalControl::hint() const
     if (m_services.monitor->state().state != DeploymentMonitorState::Case::Disconnected)
         return QString();
     if (m_services.authentication->sessions().isEmpty())
-        return QStringLiteral("No GitHub account is connected. Run “velmora connect” to connect one.");
+        return noAccountText();
     if (m_services.installations->repositories().isEmpty())
-        return QStringLiteral("No repositories. Choose where Velmora is installed: %1")
-            .arg(m_services.installationURL.text());
+        return noRepositoriesText(m_services.installationURL);
     // What is watched now is loaded with the next refresh.
     if (!m_services.installations->monitoredRepositories().isEmpty())
         return QString();

@@ -32,4 +32,7 @@ struct MonitorReport {
     friend bool operator==(const MonitorReport &, const MonitorReport &) = default;
 };
 
+/// What the tray item would say: the number of active deployments where there is one, else the application's name.
+[[nodiscard]] QString titleOf(const MonitorReport &report);
+
 } // namespace velmora

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "control/saved_reports.h"
 
+#include "control/control_texts.h"
 #include "model/deployment_cache.h"
 #include "monitor/deployment_list.h"
 #include "platform/preferences.h"
@@ -8,7 +9,6 @@
 #include "support/error.h"
 #include "support/task_scope.h"
 
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QPointer>
@@ -52,7 +52,7 @@ MonitorReport SavedReports::reportOf(const std::optional<DeploymentCachePayload>
     report.applicationName = m_services.applicationName;
     if (!hasAccounts(*m_services.preferences)) {
         report.state = DeploymentMonitorState::disconnected();
-        report.hint = QStringLiteral("No GitHub account is connected. Run “velmora connect” to connect one.");
+        report.hint = noAccountText();
         return report;
     }
     report.state = DeploymentMonitorState::stale(std::nullopt);
@@ -69,20 +69,9 @@ MonitorReport SavedReports::reportOf(const std::optional<DeploymentCachePayload>
 
 void SavedReports::follow()
 {
-    connect(&m_files, &QFileSystemWatcher::fileChanged, this, &SavedReports::watchFile);
-    connect(&m_files, &QFileSystemWatcher::directoryChanged, this, &SavedReports::watchFile);
-    if (!m_services.cachePath.isEmpty()) {
-        // The file is replaced as a whole, so that it is its folder that tells of a new one.
-        m_files.addPath(QFileInfo(m_services.cachePath).path());
-        m_files.addPath(m_services.cachePath);
-    }
+    m_cacheFile.emplace(m_services.cachePath);
+    connect(&*m_cacheFile, &FileWatch::changed, this, &ReportSource::reportChanged);
     connect(m_services.preferences, &Preferences::changed, this, &ReportSource::reportChanged);
-}
-
-void SavedReports::watchFile()
-{
-    m_files.addPath(m_services.cachePath);
-    Q_EMIT reportChanged();
 }
 
 } // namespace velmora

@@ -2,8 +2,9 @@
 #pragma once
 
 #include "control/report_source.h"
+#include "platform/file_watch.h"
 
-#include <QFileSystemWatcher>
+#include <optional>
 
 namespace velmora
 {
@@ -35,10 +36,9 @@ public:
 
 private:
     [[nodiscard]] MonitorReport reportOf(const std::optional<DeploymentCachePayload> &payload) const;
-    void watchFile();
 
     Services m_services;
-    QFileSystemWatcher m_files;
+    std::optional<FileWatch> m_cacheFile; ///< while it is followed
 };
 
 } // namespace velmora

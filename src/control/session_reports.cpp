@@ -92,7 +92,10 @@ QCoro::Task<> SessionReports::enterSubstitute()
     if (!self)
         co_return;
     m_failure = failure;
-    if (source)
+    // Whoever appeared meanwhile is asked instead; this one is left again before it has begun.
+    if (source && m_isRunning)
+        m_source = source;
+    else if (source)
         use(source);
 }
 
@@ -126,11 +129,15 @@ QCoro::Task<MonitorReport> SessionReports::report(std::stop_token stop)
             co_return report;
         } catch (const ControlError &) {
             failure = std::current_exception();
+        } catch (const CancellationError &) {
+            // Of a substitute that ended while it was asked, unless it was the caller who wanted the end.
+            failure = std::current_exception();
         }
-        // Whoever was asked may have ended meanwhile.
+        throwIfStopped(stop);
         const std::function<bool()> isExchanged = [self, exchanges] {
-            return self && self->m_exchanges != exchanges;
+            return self && (self->m_isSettling || self->m_exchanges != exchanges);
         };
+        // It may not be known yet that whoever was asked has ended.
         if (self)
             co_await waitFor(this, &SessionReports::settled, isExchanged, stop, kLongestParting);
         if (!isExchanged())

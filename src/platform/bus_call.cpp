@@ -45,6 +45,11 @@ QCoro::Task<QDBusMessage> callBus(
     co_return result;
 }
 
+QString applicationPath(const QString &name)
+{
+    return QLatin1Char('/') + QString(name).replace(QLatin1Char('.'), QLatin1Char('/'));
+}
+
 QDBusMessage callOfTheBus(const QString &method)
 {
     const QString name = QStringLiteral("org.freedesktop.DBus");

@@ -17,6 +17,9 @@ namespace velmora
 [[nodiscard]] QCoro::Task<QDBusMessage> callBus(
     QDBusConnection bus, QDBusMessage message, QDeadlineTimer deadline, std::stop_token stop = {});
 
+/// The object that stands for the application with that dotted name, as desktops look for it.
+[[nodiscard]] QString applicationPath(const QString &name);
+
 /// A call of the bus itself.
 [[nodiscard]] QDBusMessage callOfTheBus(const QString &method);
 

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "platform/file_preferences.h"
 
+#include "platform/file_watch.h"
 #include "platform/preferences_file.h"
 
 #include <QFileInfo>
-#include <QFileSystemWatcher>
 #include <QMetaObject>
 #include <QPointer>
 #include <QSet>
 #include <QThreadPool>
-#include <QTimer>
 
 namespace velmora
 {
@@ -21,17 +20,6 @@ namespace
 
 constexpr std::chrono::milliseconds kPatienceAtStart = 300ms;
 constexpr std::chrono::milliseconds kPatience = 5s;
-// Several events come with one replacement of the file.
-constexpr std::chrono::milliseconds kSettling = 20ms;
-
-/// The folder, or the nearest one above it that exists.
-QString nearestFolder(const QString &folder)
-{
-    QString nearest = folder;
-    while (!QFileInfo(nearest).isDir() && nearest != QFileInfo(nearest).absolutePath())
-        nearest = QFileInfo(nearest).absolutePath();
-    return nearest;
-}
 
 } // namespace
 
@@ -43,23 +31,20 @@ public:
     Storage(FilePreferences *owner, const QString &path)
         : m_owner(owner)
         , m_path(path.isEmpty() ? QString() : QFileInfo(path).absoluteFilePath())
+        , m_watch(m_path)
     {
         if (m_path.isEmpty()) {
             earlyFailures.append(QStringLiteral("There is no home folder: the settings are not kept."));
             return;
         }
         m_pool.setMaxThreadCount(1);
-        m_settling.setSingleShot(true);
-        m_settling.setInterval(kSettling);
-        QObject::connect(&m_settling, &QTimer::timeout, owner, [this] { readIfChanged(); });
-        QObject::connect(&m_watcher, &QFileSystemWatcher::fileChanged, owner, [this] { noticeEvent(); });
-        QObject::connect(&m_watcher, &QFileSystemWatcher::directoryChanged, owner, [this] { noticeEvent(); });
+        QObject::connect(&m_watch, &FileWatch::changed, owner, [this] { readIfChanged(); });
         PreferencesExchange first;
         exchange(m_path, kPatienceAtStart, first);
         m_stored = first.content.value_or(QJsonObject());
         m_stamp = first.stamp;
         earlyFailures = first.failures;
-        watch();
+        m_watch.renew();
     }
 
     [[nodiscard]] QJsonValue json(const QString &key) const
@@ -83,8 +68,8 @@ public:
 
     void noticeRead()
     {
-        if (!m_path.isEmpty() && !m_running && !m_settling.isActive() && FileStamp::of(m_path) != m_stamp)
-            m_settling.start();
+        if (!m_path.isEmpty() && !m_running && !m_watch.isSettling() && FileStamp::of(m_path) != m_stamp)
+            m_watch.settle();
     }
 
     void flush()
@@ -115,12 +100,6 @@ private:
             start({});
     }
 
-    void noticeEvent()
-    {
-        watch();
-        m_settling.start();
-    }
-
     void start(const QMap<QString, QJsonValue> &changes)
     {
         m_running = std::make_shared<PreferencesExchange>();
@@ -149,7 +128,7 @@ private:
         m_running.reset();
         m_stamp = done->stamp;
         const QStringList keys = done->content ? adopt(*done) : QStringList();
-        watch();
+        m_watch.renew();
         // What was set meanwhile; what failed waits for the next change, lest a full disk keeps us busy.
         startWriting();
         noticeRead();
@@ -191,20 +170,6 @@ private:
         }
     }
 
-    /// A file that is replaced is not watched any more, and its folder may have come or gone.
-    void watch()
-    {
-        const QString folder = nearestFolder(QFileInfo(m_path).absolutePath());
-        const QStringList folders = m_watcher.directories();
-        if (folders != QStringList(folder)) {
-            if (!folders.isEmpty())
-                m_watcher.removePaths(folders);
-            m_watcher.addPath(folder);
-        }
-        if (m_watcher.files().isEmpty() && QFileInfo::exists(m_path))
-            m_watcher.addPath(m_path);
-    }
-
     FilePreferences *m_owner;
     QString m_path;
     QJsonObject m_stored;
@@ -212,8 +177,7 @@ private:
     QMap<QString, QJsonValue> m_pending;
     bool m_isWriteDue = false;
     std::shared_ptr<PreferencesExchange> m_running;
-    QTimer m_settling;
-    QFileSystemWatcher m_watcher;
+    FileWatch m_watch;
     QThreadPool m_pool;
 };
 

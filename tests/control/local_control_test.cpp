@@ -20,6 +20,36 @@ QString text(const char *latin1)
     return QString::fromLatin1(latin1);
 }
 
+/// A keyring that asks the person before it deletes anything.
+class WaitingCredentialStore final : public CredentialStoring
+{
+public:
+    explicit WaitingCredentialStore(std::shared_ptr<InMemoryCredentialStore> content)
+        : m_content(std::move(content))
+    {
+    }
+
+    [[nodiscard]] QCoro::Task<> save(GitHubCredential credential, qint64 accountID, Interaction interaction) override
+    {
+        return m_content->save(std::move(credential), accountID, interaction);
+    }
+    [[nodiscard]] QCoro::Task<std::optional<GitHubCredential>> load(qint64 accountID) override
+    {
+        return m_content->load(accountID);
+    }
+    [[nodiscard]] QCoro::Task<> remove(qint64 accountID, Interaction interaction) override
+    {
+        const OneShot<> isAnswered = answered;
+        co_await isAnswered;
+        co_await m_content->remove(accountID, interaction);
+    }
+
+    OneShot<> answered;
+
+private:
+    std::shared_ptr<InMemoryCredentialStore> m_content;
+};
+
 } // namespace
 
 /// The control over the real stores and the real monitor.
@@ -91,6 +121,24 @@ private Q_SLOTS:
         QVERIFY(answer.refusal.isEmpty());
         QVERIFY(report().deployments.isEmpty());
         QVERIFY(awaitValue(m_control->accounts({})).isEmpty());
+    }
+
+    void aKeyringThatAsksThePersonHoldsNothingElseUp()
+    {
+        f->connect(1, text("alice")).repositories
+            = {{text("R_a"), text("alice/a"), {{text("a1"), text("FAILURE")}}, {}}};
+        const auto waiting = std::make_shared<WaitingCredentialStore>(f->credentials);
+        f->credentialStore = waiting;
+        build();
+        std::ignore = awaitValue(m_control->refresh({}));
+        std::stop_source stop;
+        const auto removal = start(m_control->removeAccount(text("alice"), stop.get_token()));
+        QVERIFY(waitUntil([&] { return report().deployments.isEmpty(); }));
+        QVERIFY(!removal->isDone);
+        stop.request_stop();
+        QVERIFY(waitUntil([&] { return removal->isDone; }));
+        QVERIFY(removal->failedWithType<CancellationError>());
+        waiting->answered.resolve();
     }
 
     void anUnknownAccountIsRefusedWithTheKnownOnes()

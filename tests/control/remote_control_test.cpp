@@ -140,6 +140,16 @@ private Q_SLOTS:
         QVERIFY(control.asked.contains(QStringLiteral("remove Alice")));
     }
 
+    void aWordThatMeansNothingSwitchesNothing()
+    {
+        run();
+        const QDBusMessage answer = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
+            QStringLiteral("Repositories"), {QStringLiteral("ALL"), QStringList(), QStringList()});
+        QCOMPARE(answer.errorName(), QStringLiteral("com.tarvik.Velmora.Error.Failed"));
+        QVERIFY(answer.errorMessage().contains(QStringLiteral("“ALL”")));
+        QVERIFY(m_running->control.asked.isEmpty());
+    }
+
     void aQuestionThatComesTooEarlyWaits()
     {
         m_running = std::make_unique<RunningVelmora>(QStringLiteral("running"));

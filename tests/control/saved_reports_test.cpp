@@ -104,6 +104,23 @@ private Q_SLOTS:
         }
     }
 
+    void aFolderThatComesLaterIsNoticed()
+    {
+        const QTemporaryDir home;
+        JSONDeploymentCache cache(home.path() + QStringLiteral("/cache/velmora"));
+        auto followed = services();
+        followed.cache = &cache;
+        followed.cachePath = cache.path();
+        SavedReports reports(followed);
+        reports.follow();
+        const QSignalSpy changed(&reports, &ReportSource::reportChanged);
+        awaitValue(cache.save({{}, noon()}));
+        QVERIFY(waitUntil([&] { return changed.size() > 0; }));
+        const auto before = changed.size();
+        awaitValue(cache.save({{makeSnapshot(QStringLiteral("D"), DeploymentState::Success, noon())}, noon()}));
+        QVERIFY(waitUntil([&] { return changed.size() > before; }));
+    }
+
     void aChangedListOfAccountsIsNoticed()
     {
         SavedReports reports(services());

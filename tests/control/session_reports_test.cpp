@@ -31,6 +31,8 @@ public:
             co_await opened;
         }
         throwIfStopped(stop);
+        if (isEnding)
+            throw CancellationError();
         if (fails)
             throw ControlError(QStringLiteral("no answer"));
         MonitorReport report;
@@ -41,6 +43,7 @@ public:
 
     int follows = 0;
     bool fails = false;
+    bool isEnding = false;
     std::optional<OneShot<>> gate; ///< reports wait for it
 
 private:
@@ -59,13 +62,19 @@ private:
     std::unique_ptr<SessionReports> m_reports;
     QStringList m_calls;
     bool m_cannotEnter = false;
+    std::optional<OneShot<>> m_entering; ///< entering takes until then
     std::optional<OneShot<>> m_leaving; ///< leaving takes until then
+    int m_followsOfSubstitute = 0; ///< of the one that was left last
 
     QCoro::Task<ReportSource *> enter()
     {
         m_calls.append(QStringLiteral("enter"));
         if (m_cannotEnter)
             throw FileError(QStringLiteral("cannot enter"));
+        if (m_entering) {
+            const OneShot<> entered = *m_entering;
+            co_await entered;
+        }
         m_substitute = std::make_unique<FakeReports>(QStringLiteral("substitute"));
         co_return m_substitute.get();
     }
@@ -77,6 +86,7 @@ private:
             const OneShot<> left = *m_leaving;
             co_await left;
         }
+        m_followsOfSubstitute = m_substitute->follows;
         m_substitute.reset();
     }
 
@@ -87,6 +97,7 @@ private Q_SLOTS:
     {
         m_calls.clear();
         m_cannotEnter = false;
+        m_entering.reset();
         m_leaving.reset();
         m_running.follows = 0;
         m_running.fails = false;
@@ -206,6 +217,37 @@ private Q_SLOTS:
         m_reports->setRunning(false);
         QVERIFY(waitUntil([&] { return report->isDone; }));
         QCOMPARE(report->value->applicationName, QStringLiteral("substitute"));
+    }
+
+    void aQuestionToASubstituteThatEndsIsAskedAgain()
+    {
+        m_reports->setRunning(false);
+        m_substitute->gate.emplace();
+        m_substitute->isEnding = true;
+        const OneShot<> gate = *m_substitute->gate;
+        m_leaving.emplace();
+        const auto report = start(m_reports->report({}));
+        m_reports->setRunning(true);
+        gate.resolve();
+        drainEvents();
+        QVERIFY(!report->isDone);
+        m_leaving->resolve();
+        QVERIFY(waitUntil([&] { return report->isDone; }));
+        QVERIFY(report->value);
+        QCOMPARE(report->value->applicationName, QStringLiteral("running"));
+    }
+
+    void aSubstituteThatIsMadeTooLateIsLeftBeforeItBegins()
+    {
+        m_entering.emplace();
+        m_reports->follow();
+        m_reports->setRunning(false);
+        m_reports->setRunning(true);
+        m_entering->resolve();
+        QCOMPARE(reporter(), QStringLiteral("running"));
+        const QStringList calls{QStringLiteral("enter"), QStringLiteral("leave")};
+        QCOMPARE(m_calls, calls);
+        QCOMPARE(m_followsOfSubstitute, 0);
     }
 
     void oneThatRunsAndDoesNotAnswerIsAnError()

@@ -88,6 +88,26 @@ private Q_SLOTS:
         QCOMPARE(run.code(), 0);
     }
 
+    void aTerminalThatFollowsTheTrayTakesOverWhenTheBusIsGone()
+    {
+        PrivateBus bus;
+        QVERIFY(bus.start());
+        ProgramRun tray({}, on(bus));
+        tray.start();
+        QVERIFY(hasName(bus, tray));
+        ProgramRun run(words("watch --json"), on(bus));
+        run.start();
+        QVERIFY(run.prints("\"disconnected\""));
+        bus.end();
+        QVERIFY(tray.ends());
+        // What it prints now it has found out by itself.
+        keepAccount();
+        QVERIFY(run.prints("mira: "));
+        run.signal(SIGTERM);
+        QVERIFY(run.ends(kWithinASecond));
+        QVERIFY(m_household.keepAccounts("[]"));
+    }
+
     void commandsWorkWhereThereNeverWasABus_data()
     {
         QTest::addColumn<QString>("arguments");

@@ -3,6 +3,7 @@
 
 #include "control/control.h"
 #include "control/control_coding.h"
+#include "control/control_texts.h"
 #include "control/linux/control_protocol.h"
 #include "support/background.h"
 #include "support/cancel_on_stop.h"
@@ -81,6 +82,8 @@ QString ControlService::Installations(
 QString ControlService::Repositories(
     const QString &all, const QStringList &include, const QStringList &exclude, const QDBusMessage &message)
 {
+    if (!all.isEmpty() && all != QLatin1String("all") && all != QLatin1String("none"))
+        return refuse(message, QStringLiteral("“%1” is neither “all” nor “none”.").arg(all));
     RepositoryChoices choices;
     choices.include = include;
     choices.exclude = exclude;
@@ -106,6 +109,13 @@ QString ControlService::Report(const QDBusMessage &message)
         return encoded(control->report(stop));
     };
     return answer(message, work);
+}
+
+QString ControlService::refuse(const QDBusMessage &message, const QString &reason)
+{
+    message.setDelayedReply(true);
+    m_bus.send(message.createErrorReply(QString::fromUtf16(kControlFailure), reason));
+    return QString();
 }
 
 /// The answer is sent later; what is returned here goes nowhere.

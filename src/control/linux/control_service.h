@@ -61,6 +61,7 @@ private:
     using Work = std::function<QCoro::Task<QByteArray>(Control *, std::stop_token)>;
 
     QString answer(const QDBusMessage &message, Work work);
+    QString refuse(const QDBusMessage &message, const QString &reason);
     QCoro::Task<> serve(QDBusMessage message, Work work);
     QCoro::Task<> waitForControl(std::stop_token stop);
 

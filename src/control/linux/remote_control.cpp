@@ -3,6 +3,7 @@
 
 #include "control/control_coding.h"
 #include "control/control_error.h"
+#include "control/control_texts.h"
 #include "control/linux/control_protocol.h"
 #include "platform/bus_call.h"
 
@@ -49,8 +50,8 @@ ControlError errorFor(const QDBusMessage &answer)
     if (answer.errorName() == QString::fromUtf16(kControlFailure))
         return ControlError(error.message());
     if (answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
-        return ControlError(QStringLiteral("Velmora has been quit."));
-    return ControlError(QStringLiteral("Velmora is running already, but does not answer."));
+        return ControlError(hasBeenQuitText());
+    return ControlError(noAnswerText());
 }
 
 template <typename Answer>
@@ -77,7 +78,7 @@ RemoteControl::RemoteControl(const QDBusConnection &bus, const QString &name, QO
     : Control(parent)
     , m_bus(bus)
     , m_name(name)
-    , m_path(QLatin1Char('/') + QString(name).replace(QLatin1Char('.'), QLatin1Char('/')))
+    , m_path(applicationPath(name))
 {
     connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
         [this](const QString &, const QString &, const QString &newOwner) { setOwner(newOwner); });
@@ -104,11 +105,20 @@ void RemoteControl::listen()
     m_watcher.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
     m_watcher.setConnection(m_bus);
     m_watcher.addWatchedService(m_name);
+    // Not the bus, but our own end of the connection says so.
+    m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+        QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this, SLOT(noteEndOfBus()));
     // From any sender: naming the service would make Qt ask for its owner and wait. Who sent them is looked at below.
     const QString interface = QString::fromUtf16(kControlInterface);
     m_bus.connect(QString(), m_path, interface, QStringLiteral("ReportChanged"), this, SLOT(noteChange(QDBusMessage)));
     m_bus.connect(
         QString(), m_path, interface, QStringLiteral("Announced"), this, SLOT(noteAnnouncement(QDBusMessage)));
+}
+
+/// Nobody can be asked any more, wherever the other one is now.
+void RemoteControl::noteEndOfBus()
+{
+    setOwner(QString());
 }
 
 void RemoteControl::setOwner(const QString &owner)

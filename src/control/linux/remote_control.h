@@ -24,7 +24,7 @@ public:
     [[nodiscard]] QCoro::Task<bool> locate(std::stop_token stop);
     [[nodiscard]] bool isRunning() const { return !m_owner.isEmpty(); }
 
-    // Each throws a ControlError that says what to do when there is no answer, or none that can be understood.
+    // Each throws a ControlError when there is no answer, or none that can be understood.
     [[nodiscard]] QCoro::Task<QList<ListedAccount>> accounts(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<RemovalAnswer> removeAccount(QString login, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<InstallationsAnswer> installations(
@@ -43,6 +43,7 @@ Q_SIGNALS:
 private Q_SLOTS:
     void noteChange(const QDBusMessage &signal);
     void noteAnnouncement(const QDBusMessage &signal);
+    void noteEndOfBus();
 
 private:
     QCoro::Task<QByteArray> call(

@@ -4,6 +4,7 @@
 #include "platform/bus_call.h"
 
 #include <QDBusAbstractAdaptor>
+#include <QDBusPendingCall>
 
 namespace velmora
 {
@@ -57,7 +58,7 @@ ApplicationService::ApplicationService(const QDBusConnection &bus, const QString
     : QObject(parent)
     , m_bus(bus)
     , m_name(name)
-    , m_path(QLatin1Char('/') + QString(name).replace(QLatin1Char('.'), QLatin1Char('/')))
+    , m_path(applicationPath(name))
 {
     new ApplicationAdaptor(this);
     // Not the bus, but our own end of the connection says so.
@@ -85,6 +86,13 @@ QCoro::Task<ApplicationService::Claim> ApplicationService::claim()
         co_return Claim::NoBus;
     const uint result = answer.arguments().value(0).toUInt();
     co_return result == kPrimaryOwner || result == kAlreadyOwner ? Claim::Ours : Claim::Taken;
+}
+
+void ApplicationService::release()
+{
+    QDBusMessage request = callOfTheBus(QStringLiteral("ReleaseName"));
+    request << m_name;
+    m_bus.asyncCall(request);
 }
 
 QVariantMap ApplicationService::platformData(const QString &activationToken)

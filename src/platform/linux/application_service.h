@@ -30,6 +30,9 @@ public:
     /// Takes the name unless another process has it. Calls are answered from the moment on in which it is ours.
     [[nodiscard]] QCoro::Task<Claim> claim();
 
+    /// Gives the name up, so that whoever is started from now on is not sent here. Waits for nothing.
+    void release();
+
     /// Asks the process that has the name to show itself. The token is the desktop's leave to take the focus; empty for
     /// none. False when there was no answer within two seconds.
     [[nodiscard]] QCoro::Task<bool> activateRunning(QString activationToken);

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "support/web_address.h"
+
+#include <QString>
+
+namespace velmora
+{
+
+// Texts that more than one place has for the terminal.
+
+[[nodiscard]] inline QString noAccountText()
+{
+    return QStringLiteral("No GitHub account is connected. Run “velmora connect” to connect one.");
+}
+
+[[nodiscard]] inline QString noRepositoriesText(const WebAddress &installationURL)
+{
+    return QStringLiteral("No repositories. Choose where Velmora is installed: %1").arg(installationURL.text());
+}
+
+[[nodiscard]] inline QString hasBeenQuitText()
+{
+    return QStringLiteral("Velmora has been quit.");
+}
+
+[[nodiscard]] inline QString noAnswerText()
+{
+    return QStringLiteral("Velmora is running already, but does not answer.");
+}
+
+} // namespace velmora
