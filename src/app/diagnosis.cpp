@@ -56,8 +56,11 @@ Configured loadConfiguration(const XDGDirectories &directories)
 PrivateNames privateNames(const XDGDirectories &directories, const std::optional<AppConfiguration> &configuration)
 {
     PrivateNames names;
-    names.add(directories.configuration, pathFromHome(directories.configuration, homesOfPerson()));
-    for (const QString &home : homesOfPerson())
+    const QStringList homes = homesOfPerson();
+    const QStringList own{directories.configuration, directories.data, directories.cache};
+    for (const QString &folder : own + directories.systemConfiguration)
+        names.add(folder, folderFromHome(folder, homes));
+    for (const QString &home : homes)
         names.add(home, QStringLiteral("~"));
     if (!configuration)
         return names;

@@ -191,6 +191,29 @@ private Q_SLOTS:
         QVERIFY(!run->out().contains("hiddencorp"));
     }
 
+    void aBrokenFileOfSettingsIsToldWithoutTheFoldersAboveIt_data()
+    {
+        QTest::addColumn<QByteArray>("variable");
+        QTest::newRow("the person's") << QByteArray("XDG_CONFIG_HOME");
+        QTest::newRow("the system's") << QByteArray("XDG_CONFIG_DIRS");
+    }
+    void aBrokenFileOfSettingsIsToldWithoutTheFoldersAboveIt()
+    {
+        QFETCH(QByteArray, variable);
+        const QTemporaryDir elsewhere;
+        const QString company = elsewhere.filePath(QStringLiteral("hiddencorp"));
+        QVERIFY(QDir().mkpath(company + QStringLiteral("/velmora")));
+        QFile settings(company + QStringLiteral("/velmora/velmora.properties"));
+        QVERIFY(settings.open(QIODevice::WriteOnly));
+        settings.write("no equals sign\n");
+        settings.close();
+        const auto run = finished("diagnose", {{variable.constData(), company}});
+        QCOMPARE(run->code(), 0);
+        QVERIFY2(line(run->out(), "settings").contains("…/velmora/velmora.properties, line 1"), run->out());
+        for (const QString &name : {QStringLiteral("hiddencorp"), elsewhere.path()})
+            QVERIFY2(!run->out().contains(name.toUtf8()), run->out());
+    }
+
     void thoseWhoNeverAnswerTakeFiveSecondsAtMost()
     {
         QTcpServer silent;
