@@ -2,13 +2,16 @@
 #include "app/desktop_probes.h"
 
 #include "diagnostics/patient_work.h"
-#include "notifications/linux/bus_call.h"
+#include "platform/bus_call.h"
 #include "support/cancel_on_stop.h"
+#include "support/one_shot.h"
 #include "support/task_scope.h"
 
-#include <QDBusArgument>
+#include <QCoreApplication>
+#include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QFile>
+#include <QTimer>
 
 namespace velmora
 {
