@@ -5,8 +5,25 @@
 #include <QRegularExpression>
 #include <QStringList>
 
+#include <optional>
+
 namespace velmora
 {
+
+namespace
+{
+
+/// The path with "~" for the home folder; nothing where it is elsewhere.
+std::optional<QString> fromHome(const QString &path, const QStringList &homes)
+{
+    for (const QString &home : homes) {
+        if (path == home || path.startsWith(home + QLatin1Char('/')))
+            return QLatin1Char('~') + path.mid(home.size());
+    }
+    return std::nullopt;
+}
+
+} // namespace
 
 void PrivateNames::add(const QString &name, const QString &replacement)
 {
@@ -33,12 +50,13 @@ QString PrivateNames::removedFrom(QString text) const
 
 QString pathFromHome(const QString &path, const QStringList &homes)
 {
-    for (const QString &home : homes) {
-        if (path == home || path.startsWith(home + QLatin1Char('/')))
-            return QLatin1Char('~') + path.mid(home.size());
-    }
     // Elsewhere a folder may be named after the person as well.
-    return QStringLiteral("…/") + path.section(QLatin1Char('/'), -2);
+    return fromHome(path, homes).value_or(QStringLiteral("…/") + path.section(QLatin1Char('/'), -2));
+}
+
+QString folderFromHome(const QString &folder, const QStringList &homes)
+{
+    return fromHome(folder, homes).value_or(QStringLiteral("…/") + folder.section(QLatin1Char('/'), -1));
 }
 
 QStringList homesOfPerson()

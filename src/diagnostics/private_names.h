@@ -29,6 +29,10 @@ private:
 /// The path with "~" for a home folder that it begins with; of a path elsewhere only the end.
 [[nodiscard]] QString pathFromHome(const QString &path, const QStringList &homes);
 
+/// The path of a folder in the same way; of one elsewhere only its own name, since what is above it may be named after
+/// the person or the company.
+[[nodiscard]] QString folderFromHome(const QString &folder, const QStringList &homes);
+
 /// The names of the home folder that the environment tells, without a slash at the end. Never "/".
 [[nodiscard]] QStringList homesOfPerson();
 

@@ -20,9 +20,11 @@ namespace velmora
 namespace
 {
 
-/// What stands behind the path in the line of a file that is not as it should be.
+/// The state behind the path of the file, where it has one.
 QString fileText(const QString &path, const QString &state)
 {
+    if (path.isEmpty())
+        return state;
     return QStringLiteral("%1: %2").arg(pathFromHome(path, homesOfPerson()), state);
 }
 
@@ -81,9 +83,18 @@ QString cacheText(const QString &path, Instant now)
     return fileText(path, QStringLiteral("%1, saved %2").arg(sizeText(file.size()), relativeTime(saved, now)));
 }
 
-QString countText(const QJsonObject &content, const QString &key)
+QString countText(qsizetype count, const QString &one, const QString &several)
 {
-    return QString::number(preference<QStringList>(content, key).size());
+    return QStringLiteral("%1 %2").arg(count).arg(count == 1 ? one : several);
+}
+
+QString choicesText(const QJsonObject &content)
+{
+    const auto installations = preference<QStringList>(content, QStringLiteral("github.disabledInstallations"));
+    const auto repositories = preference<QStringList>(content, QStringLiteral("github.excludedRepositories"));
+    return countText(installations.size(), QStringLiteral("installation"), QStringLiteral("installations"))
+        + QStringLiteral(", ")
+        + countText(repositories.size(), QStringLiteral("repository"), QStringLiteral("repositories"));
 }
 
 } // namespace
@@ -96,12 +107,7 @@ ProfileRecord readProfile(const QString &preferencesPath, const QString &cachePa
         {QStringLiteral("preferences"), fileText(preferencesPath, preferences.state)},
         {QStringLiteral("cache"), cacheText(cachePath, now)},
     };
-    record.choices = {
-        {QStringLiteral("switched off"),
-            QStringLiteral("%1 installations, %2 repositories")
-                .arg(countText(preferences.content, QStringLiteral("github.disabledInstallations")),
-                    countText(preferences.content, QStringLiteral("github.excludedRepositories")))},
-    };
+    record.choices = {{QStringLiteral("switched off"), choicesText(preferences.content)}};
     record.accountIDs = accountIDs(preferences.content);
     return record;
 }

@@ -36,12 +36,14 @@ namespace velmora
 /// "12.3 kB".
 [[nodiscard]] QString sizeText(qint64 bytes);
 
-/// "3 connected, 1 to be connected again, 1 unknown"; only what there is.
+/// How the identities stand; those that are in neither number could not be asked.
 struct IdentityCounts {
     int all = 0;
     int connected = 0;
     int toReconnect = 0;
 };
+
+/// "5 (3 connected, 1 to be connected again, 1 unknown)", without the parts that count nobody; "none" for no identity.
 [[nodiscard]] QString identityCountsText(const IdentityCounts &counts);
 
 } // namespace velmora

@@ -20,8 +20,6 @@ namespace velmora
 namespace
 {
 
-constexpr std::chrono::minutes kRememberedFor(1);
-
 std::atomic<int> s_openQuestions = 0;
 
 using Answer = OneShot<QNetworkProxy>;
@@ -61,13 +59,14 @@ std::exception_ptr failure(TransportError::Kind kind, const QString &text)
 
 struct ProxyLookup::State {
     SystemQuery systemQuery;
+    std::chrono::milliseconds rememberedFor{};
     QThreadPool pool;
     QHash<QString, Remembered> remembered;
     QHash<QString, std::shared_ptr<Question>> questions;
 
     void remember(const QString &origin, const QNetworkProxy &proxy)
     {
-        remembered.insert(origin, Remembered{proxy, QDeadlineTimer(kRememberedFor)});
+        remembered.insert(origin, Remembered{proxy, QDeadlineTimer(rememberedFor)});
     }
 };
 
@@ -76,10 +75,11 @@ ProxyLookup::ProxyLookup()
 {
 }
 
-ProxyLookup::ProxyLookup(SystemQuery systemQuery)
+ProxyLookup::ProxyLookup(SystemQuery systemQuery, std::chrono::milliseconds rememberedFor)
     : m_state(std::make_shared<State>())
 {
     m_state->systemQuery = std::move(systemQuery);
+    m_state->rememberedFor = rememberedFor;
     m_state->pool.setMaxThreadCount(1);
 }
 

@@ -13,7 +13,7 @@
 namespace velmora
 {
 
-/// Finds out through which proxy an address is reached, and remembers it for a minute.
+/// Finds out through which proxy an address is reached, and remembers it for a while.
 ///
 /// The environment is asked first, then the system. The system may have to run a script from the network for its
 /// answer, so it is asked on another thread. An address on this machine is reached directly, whatever they say.
@@ -24,7 +24,7 @@ public:
     using SystemQuery = std::function<QNetworkProxy(const QUrl &)>;
 
     ProxyLookup();
-    explicit ProxyLookup(SystemQuery systemQuery);
+    explicit ProxyLookup(SystemQuery systemQuery, std::chrono::milliseconds rememberedFor = std::chrono::minutes(1));
     ~ProxyLookup();
     ProxyLookup(const ProxyLookup &) = delete;
     ProxyLookup &operator=(const ProxyLookup &) = delete;

@@ -93,6 +93,13 @@ private:
         return {};
     }
 
+    /// Of the Session section, since the Program section has a line of the same label.
+    static QByteArray sessionLine(const QByteArray &report, const QByteArray &label)
+    {
+        const qsizetype section = report.indexOf("\nSession\n");
+        return section < 0 ? QByteArray() : line(report.sliced(section), label);
+    }
+
     [[nodiscard]] QMap<QString, QByteArray> filesOfHome() const
     {
         QMap<QString, QByteArray> files;
@@ -141,7 +148,7 @@ private Q_SLOTS:
         QCOMPARE(line(report, "accounts"), QByteArray("1 (1 connected)"));
         QVERIFY2(line(report, "identity 1").startsWith("graphql "), report);
         QVERIFY2(line(report, "preferences").contains("~/.config/velmora/preferences.json: readable"), report);
-        QVERIFY(report.contains("running"));
+        QCOMPARE(sessionLine(report, "Velmora"), QByteArray("running"));
         // Nothing was changed or shown, and nobody is named.
         QCOMPARE(filesOfHome(), files);
         QCOMPARE(daemon.notified.size(), 0);
@@ -182,6 +189,29 @@ private Q_SLOTS:
         QCOMPARE(run->code(), 0);
         QVERIFY2(line(run->out(), "settings").startsWith("VELMORA_API_URL must be"), run->out());
         QVERIFY(!run->out().contains("hiddencorp"));
+    }
+
+    void aBrokenFileOfSettingsIsToldWithoutTheFoldersAboveIt_data()
+    {
+        QTest::addColumn<QByteArray>("variable");
+        QTest::newRow("the person's") << QByteArray("XDG_CONFIG_HOME");
+        QTest::newRow("the system's") << QByteArray("XDG_CONFIG_DIRS");
+    }
+    void aBrokenFileOfSettingsIsToldWithoutTheFoldersAboveIt()
+    {
+        QFETCH(QByteArray, variable);
+        const QTemporaryDir elsewhere;
+        const QString company = elsewhere.filePath(QStringLiteral("hiddencorp"));
+        QVERIFY(QDir().mkpath(company + QStringLiteral("/velmora")));
+        QFile settings(company + QStringLiteral("/velmora/velmora.properties"));
+        QVERIFY(settings.open(QIODevice::WriteOnly));
+        settings.write("no equals sign\n");
+        settings.close();
+        const auto run = finished("diagnose", {{variable.constData(), company}});
+        QCOMPARE(run->code(), 0);
+        QVERIFY2(line(run->out(), "settings").contains("…/velmora/velmora.properties, line 1"), run->out());
+        for (const QString &name : {QStringLiteral("hiddencorp"), elsewhere.path()})
+            QVERIFY2(!run->out().contains(name.toUtf8()), run->out());
     }
 
     void thoseWhoNeverAnswerTakeFiveSecondsAtMost()

@@ -85,6 +85,14 @@ private Q_SLOTS:
         QCOMPARE(shown("/data/mona/velmora/x"), QStringLiteral("…/velmora/x"));
     }
 
+    void aFolderBeginsAtHomeOrIsItsOwnName()
+    {
+        const QStringList homes{QStringLiteral("/home/mona")};
+        QCOMPARE(
+            folderFromHome(QStringLiteral("/home/mona/.config/velmora"), homes), QStringLiteral("~/.config/velmora"));
+        QCOMPARE(folderFromHome(QStringLiteral("/data/mona/velmora"), homes), QStringLiteral("…/velmora"));
+    }
+
     void theHomeIsWhatTheEnvironmentTells()
     {
         const QTemporaryDir folder;

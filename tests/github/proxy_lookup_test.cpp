@@ -2,11 +2,13 @@
 #include "github/proxy_lookup.h"
 #include "support/await.h"
 
+#include <QElapsedTimer>
 #include <QSemaphore>
 #include <QTest>
 #include <QThread>
 
 #include <atomic>
+#include <memory>
 
 using namespace velmora;
 using namespace velmora::testing;
@@ -24,18 +26,19 @@ struct SlowSystem {
     std::atomic<int> questions = 0;
     QUrl lastAddress;
     bool wasOnMainThread = false;
-
-    ProxyLookup::SystemQuery query()
-    {
-        return [this](const QUrl &url) {
-            ++questions;
-            lastAddress = url;
-            wasOnMainThread = QThread::currentThread() == QCoreApplication::instance()->thread();
-            allowed.acquire();
-            return kProxy;
-        };
-    }
 };
+
+/// Keeps the system: a thread may still be asking when the test has ended.
+ProxyLookup::SystemQuery queryOf(const std::shared_ptr<SlowSystem> &system)
+{
+    return [system](const QUrl &url) {
+        ++system->questions;
+        system->lastAddress = url;
+        system->wasOnMainThread = QThread::currentThread() == QCoreApplication::instance()->thread();
+        system->allowed.acquire();
+        return kProxy;
+    };
+}
 
 } // namespace
 
@@ -50,17 +53,17 @@ private Q_SLOTS:
             qunsetenv(name);
     }
 
-    void theSystemIsAskedOnAnotherThreadAndOnceForAMinute()
+    void theSystemIsAskedOnAnotherThreadAndItsAnswerRemembered()
     {
-        SlowSystem system;
-        const ProxyLookup lookup(system.query());
+        const auto system = std::make_shared<SlowSystem>();
+        const ProxyLookup lookup(queryOf(system));
         const auto first = start(lookup.proxyFor(kAddress, 10s, {}));
         const auto second = start(lookup.proxyFor(QUrl(QStringLiteral("https://a.test/other")), 10s, {}));
-        QVERIFY(waitUntil([&] { return system.questions == 1; }));
+        QVERIFY(waitUntil([&] { return system->questions == 1; }));
         drainEvents();
         QVERIFY(!first->isDone && !second->isDone);
         QCOMPARE(lookup.lastKnown(kAddress).type(), QNetworkProxy::NoProxy);
-        system.allowed.release();
+        system->allowed.release();
         QVERIFY(waitUntil([&] { return first->isDone && second->isDone; }));
         QCOMPARE(*first->value, kProxy);
         QCOMPARE(*second->value, kProxy);
@@ -68,67 +71,82 @@ private Q_SLOTS:
         QCOMPARE(lookup.lastKnown(kAddress), kProxy);
         QCOMPARE(lookup.lastKnown(QUrl(QStringLiteral("https://A.test:443/x"))), kProxy);
         QCOMPARE(lookup.lastKnown(QUrl(QStringLiteral("https://a.test:444/x"))).type(), QNetworkProxy::NoProxy);
-        QCOMPARE(system.questions, 1);
-        QVERIFY(!system.wasOnMainThread);
+        QCOMPARE(system->questions, 1);
+        QVERIFY(!system->wasOnMainThread);
         // A script may come from anywhere and must not learn more than it needs.
-        QCOMPARE(system.lastAddress, QUrl(QStringLiteral("https://a.test")));
+        QCOMPARE(system->lastAddress, QUrl(QStringLiteral("https://a.test")));
+    }
+
+    void anAnswerIsForgottenAfterItsTime()
+    {
+        const auto system = std::make_shared<SlowSystem>();
+        system->allowed.release(2);
+        constexpr auto kRememberedFor = 200ms;
+        const ProxyLookup lookup(queryOf(system), kRememberedFor);
+        QElapsedTimer timer;
+        timer.start();
+        const auto asks = [&](int questions) {
+            return awaitValue(lookup.proxyFor(kAddress, 10s, {})) == kProxy && system->questions == questions;
+        };
+        QVERIFY(waitUntil([&] { return asks(2); }));
+        QVERIFY(timer.elapsed() >= std::chrono::milliseconds(kRememberedFor).count());
     }
 
     void afterBeingAbandonedItAsksAnew()
     {
-        SlowSystem system;
-        system.allowed.release(2);
-        ProxyLookup lookup(system.query());
+        const auto system = std::make_shared<SlowSystem>();
+        system->allowed.release(2);
+        ProxyLookup lookup(queryOf(system));
         QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})), kProxy);
         lookup.abandon();
         QCOMPARE(lookup.lastKnown(kAddress), kProxy);
         QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})), kProxy);
-        QCOMPARE(system.questions, 2);
+        QCOMPARE(system->questions, 2);
     }
 
     void aSystemThatDoesNotAnswerEndsWithThePatience()
     {
-        SlowSystem system;
-        const ProxyLookup lookup(system.query());
+        const auto system = std::make_shared<SlowSystem>();
+        const ProxyLookup lookup(queryOf(system));
         const auto outcome = await(lookup.proxyFor(kAddress, 30ms, {}));
         QVERIFY(outcome.failedWithType<TransportError>());
-        system.allowed.release();
+        system->allowed.release();
     }
 
     void aStopEndsTheWaiting()
     {
-        SlowSystem system;
-        const ProxyLookup lookup(system.query());
+        const auto system = std::make_shared<SlowSystem>();
+        const ProxyLookup lookup(queryOf(system));
         std::stop_source stop;
         const auto outcome = start(lookup.proxyFor(kAddress, 10s, stop.get_token()));
         stop.request_stop();
         QVERIFY(!outcome->isDone);
         QVERIFY(waitUntil([&] { return outcome->isDone; }));
         QVERIFY(outcome->failedWithType<CancellationError>());
-        system.allowed.release();
+        system->allowed.release();
     }
 
     void theEndOfTheLookupFailsWhoWaitsOnTheSpot()
     {
-        SlowSystem system;
-        auto lookup = std::make_unique<ProxyLookup>(system.query());
+        const auto system = std::make_shared<SlowSystem>();
+        auto lookup = std::make_unique<ProxyLookup>(queryOf(system));
         const auto outcome = start(lookup->proxyFor(kAddress, 10s, {}));
         lookup.reset();
         QVERIFY(outcome->isDone);
         QVERIFY(outcome->failedWithType<TransportError>());
-        system.allowed.release();
+        system->allowed.release();
     }
 
     void theEnvironmentIsAskedFirst()
     {
-        SlowSystem system;
-        const ProxyLookup lookup(system.query());
+        const auto system = std::make_shared<SlowSystem>();
+        const ProxyLookup lookup(queryOf(system));
         qputenv("HTTPS_PROXY", "http://env.test:1");
         QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})).hostName(), QStringLiteral("env.test"));
         QCOMPARE(lookup.lastKnown(kAddress).hostName(), QStringLiteral("env.test"));
         const QUrl here(QStringLiteral("http://127.0.0.1:80/"));
         QCOMPARE(awaitValue(lookup.proxyFor(here, 10s, {})).type(), QNetworkProxy::NoProxy);
-        QCOMPARE(system.questions, 0);
+        QCOMPARE(system->questions, 0);
     }
 };
 
