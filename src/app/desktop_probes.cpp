@@ -21,6 +21,7 @@ namespace
 
 const QString kBus = QStringLiteral("org.freedesktop.DBus");
 const QString kHeading = QStringLiteral("Session");
+const QString kKeyring = QStringLiteral("org.freedesktop.secrets");
 const QString kNone = QStringLiteral("none");
 
 /// The deadline of the probes comes before.
@@ -145,11 +146,10 @@ QCoro::Task<QList<Finding>> askPortal(QDBusConnection bus, QString label)
 
 QCoro::Task<QList<Finding>> askKeyring(QDBusConnection bus, QString label)
 {
-    const QString name = QStringLiteral("org.freedesktop.secrets");
-    const Owner owner = co_await ownerOf(bus, name);
+    const Owner owner = co_await ownerOf(bus, kKeyring);
     QString text = owner.text;
     if (owner.isPresent) {
-        QDBusMessage question = callTo(name, QStringLiteral("/org/freedesktop/secrets"),
+        QDBusMessage question = callTo(kKeyring, QStringLiteral("/org/freedesktop/secrets"),
             QStringLiteral("org.freedesktop.Secret.Service"), QStringLiteral("ReadAlias"));
         question.setArguments({QStringLiteral("default")});
         const QDBusMessage answer = co_await callBus(bus, question, deadline());
@@ -159,7 +159,7 @@ QCoro::Task<QList<Finding>> askKeyring(QDBusConnection bus, QString label)
         QVariant isLocked;
         if (path != QLatin1String("/"))
             isLocked = co_await propertyOf(
-                bus, name, path, QStringLiteral("org.freedesktop.Secret.Collection"), QStringLiteral("Locked"));
+                bus, kKeyring, path, QStringLiteral("org.freedesktop.Secret.Collection"), QStringLiteral("Locked"));
         if (!isLocked.isValid())
             text += QStringLiteral(", without a default keyring");
         else
@@ -213,6 +213,14 @@ QCoro::Task<SessionBus> connectSessionBus(std::chrono::milliseconds patience, st
     patientPool()->start(std::move(work));
     SessionBus bus = co_await done;
     co_return bus;
+}
+
+QCoro::Task<bool> isKeyringRunning(QDBusConnection bus, std::chrono::milliseconds patience, std::stop_token stop)
+{
+    QDBusMessage question = callOfTheBus(QStringLiteral("NameHasOwner"));
+    question.setArguments({kKeyring});
+    const QDBusMessage answer = co_await callBus(bus, question, QDeadlineTimer(patience), stop);
+    co_return answer.type() == QDBusMessage::ReplyMessage &&answer.arguments().value(0).toBool();
 }
 
 QList<Probe> desktopProbes(const QDBusConnection &bus, bool isInsideFlatpak)

@@ -13,7 +13,12 @@
 #include "platform/linux/flatpak.h"
 #include "platform/linux/network_connectivity.h"
 #include "platform/linux/xdg_directories.h"
+#include "support/background.h"
+#include "support/cancel_on_stop.h"
 #include "support/error.h"
+#include "support/one_shot.h"
+
+#include <QDeadlineTimer>
 
 namespace velmora
 {
@@ -25,6 +30,7 @@ using namespace std::chrono_literals;
 
 // Less than five seconds in all: the bus and what is on it, and at the same time the files and then the network.
 constexpr auto kPatienceWithBus = 1500ms;
+constexpr auto kPatienceWithOwner = 500ms;
 constexpr auto kPatienceWithSession = 2500ms;
 constexpr auto kPatienceWithFiles = 700ms;
 constexpr auto kPatienceWithNetwork = 3500ms;
@@ -105,15 +111,20 @@ Probe connectivityProbe()
                  }};
 }
 
-QCoro::Task<QList<FindingSection>> askDesktop(PrivateNames names, std::stop_token stop)
+/// `keyring` is told whether one is running.
+QCoro::Task<QList<FindingSection>> askDesktop(PrivateNames names, OneShot<bool> keyring, std::stop_token stop)
 {
     const SessionBus bus = co_await connectSessionBus(kPatienceWithBus, stop);
     QList<Finding> session = sessionFindings();
     session.append(Finding{QStringLiteral("session bus"), bus.state});
     QList<FindingSection> sections;
     addFindings(&sections, heading::kSession, session);
-    if (!bus.connection.isConnected())
+    if (!bus.connection.isConnected()) {
+        keyring.resolve(false);
         co_return sections;
+    }
+    const bool hasKeyring = co_await isKeyringRunning(bus.connection, kPatienceWithOwner, stop);
+    keyring.resolve(hasKeyring);
     QList<Probe> probes = desktopProbes(bus.connection, isInsideFlatpak());
     const auto answers = co_await runProbes(std::move(probes), names, kPatienceWithSession, stop);
     for (const FindingSection &section : answers)
@@ -142,39 +153,67 @@ Probe filesProbe(const XDGDirectories &directories, Instant now, const std::shar
                  }};
 }
 
-/// Everything that is asked on the network, and of the keyring.
-QList<Probe> networkProbes(const Configured &configured, const ProfileRecord &profile, Clock *clock,
-    const std::shared_ptr<IdentityCounts> &counts)
+QList<Probe> networkProbes(const Configured &configured, const NetworkProbeServices &services)
 {
     QList<Probe> probes{connectivityProbe()};
-    if (!configured.configuration)
-        return probes;
-    const ProbedEndpoints endpoints = probedEndpoints(*configured.configuration);
-    const NetworkProbeServices network{
-        std::make_shared<NetworkSession>(), std::make_shared<const ProxyLookup>(), clock};
-    probes.append(endpointProbes(network, endpoints));
-    const IdentityProbeServices identities{
-        network, std::make_shared<KeychainCredentialStore>(AppConfiguration::keychainService()), endpoints};
-    probes.append(identityProbes(identities, profile.accountIDs, counts));
+    if (configured.configuration)
+        probes.append(endpointProbes(services, probedEndpoints(*configured.configuration)));
     return probes;
 }
 
-QCoro::Task<QList<FindingSection>> askFilesAndNetwork(
-    XDGDirectories directories, Configured configured, PrivateNames names, Clock *clock, std::stop_token stop)
+/// What the keyring and GitHub tell about each identity. Reading from a keyring starts one, so without one nothing is
+/// asked.
+QCoro::Task<QList<FindingSection>> askIdentities(
+    QList<Probe> probes, OneShot<bool> keyring, PrivateNames names, std::stop_token stop)
+{
+    QList<FindingSection> sections;
+    if (probes.isEmpty())
+        co_return sections;
+    const QDeadlineTimer deadline(kPatienceWithNetwork);
+    const CancelOnStop<bool> onStop(keyring, stop);
+    const bool hasKeyring = co_await keyring;
+    if (!hasKeyring) {
+        addFindings(&sections, heading::kAccounts,
+            {{QStringLiteral("identities"), QStringLiteral("not asked without a keyring that is running")}});
+        co_return sections;
+    }
+    const std::chrono::milliseconds left(deadline.remainingTime());
+    sections = co_await runProbes(std::move(probes), names, left, stop);
+    co_return sections;
+}
+
+QList<Probe> identityProbesFor(const Configured &configured, const NetworkProbeServices &network,
+    const ProfileRecord &profile, const std::shared_ptr<IdentityCounts> &counts)
+{
+    if (!configured.configuration)
+        return {};
+    const IdentityProbeServices services{network,
+        std::make_shared<KeychainCredentialStore>(AppConfiguration::keychainService()),
+        probedEndpoints(*configured.configuration)};
+    return identityProbes(services, profile.accountIDs, counts);
+}
+
+QCoro::Task<QList<FindingSection>> askFilesAndNetwork(XDGDirectories directories, Configured configured,
+    PrivateNames names, OneShot<bool> keyring, Clock *clock, std::stop_token stop)
 {
     const auto profile = std::make_shared<ProfileRecord>();
     QList<Probe> files{filesProbe(directories, clock->now(), profile)};
     const auto fileSections = co_await runProbes(std::move(files), names, kPatienceWithFiles, stop);
     const auto counts = std::make_shared<IdentityCounts>();
-    QList<Probe> network = networkProbes(configured, *profile, clock, counts);
-    const auto networkSections = co_await runProbes(std::move(network), names, kPatienceWithNetwork, stop);
+    const NetworkProbeServices services{
+        std::make_shared<NetworkSession>(), std::make_shared<const ProxyLookup>(), clock};
+    // Both are under way from here on.
+    auto network = runProbes(networkProbes(configured, services), names, kPatienceWithNetwork, stop);
+    auto identities = askIdentities(identityProbesFor(configured, services, *profile, counts), keyring, names, stop);
+    const auto networkSections = co_await network;
+    const auto identitySections = co_await identities;
     QList<FindingSection> sections;
     addFindings(&sections, heading::kGitHub, configurationFindings(configured, names));
     counts->all = static_cast<int>(profile->accountIDs.size());
     const bool isRead = !profile->findings.isEmpty();
     const QString accounts = isRead ? identityCountsText(*counts) : QStringLiteral("not known");
     addFindings(&sections, heading::kAccounts, {{QStringLiteral("accounts"), accounts}});
-    for (const FindingSection &section : networkSections + fileSections)
+    for (const FindingSection &section : networkSections + identitySections + fileSections)
         addFindings(&sections, section.heading, section.findings);
     addFindings(&sections, heading::kAccounts, profile->choices);
     co_return sections;
@@ -190,8 +229,9 @@ QCoro::Task<ExitCode> runDiagnosis(Terminal *out, Clock *clock, std::stop_token 
     QList<FindingSection> sections;
     addFindings(&sections, heading::kProgram, programFindings(isInsideFlatpak()));
     // Both are under way from here on.
-    auto desktop = askDesktop(names, stop);
-    auto rest = askFilesAndNetwork(directories, configured, names, clock, stop);
+    const OneShot<bool> keyring;
+    auto desktop = askDesktop(names, keyring, stop);
+    auto rest = askFilesAndNetwork(directories, configured, names, keyring, clock, stop);
     sections.append(co_await desktop);
     sections.append(co_await rest);
     const QStringList lines = reportLines(sections);

@@ -17,6 +17,7 @@ struct IdentityProbeServices {
 
 /// For each account, under a number instead of its name: whether it is connected, and what is left of its rate limits.
 ///
+/// Reading from a keyring starts one where none is running, so whoever must not do that does not ask then.
 /// A credential is read without asking the person for anything, and never renewed: the old one dies with that, and a
 /// report that ends within seconds could not promise to store the new one. `counts` is filled as answers come.
 [[nodiscard]] QList<Probe> identityProbes(
