@@ -56,6 +56,7 @@ public:
     RepositoryChoices repositoryChoices;
     QStringList asked;
     QString failure; ///< thrown by everything; empty: none
+    std::exception_ptr surprise; ///< the same, of a type that nobody expects
     std::optional<OneShot<>> gate; ///< answers wait for it
 
 private:
@@ -68,6 +69,8 @@ private:
             const CancelOnStop cancel(opened, stop);
             co_await opened;
         }
+        if (surprise)
+            std::rethrow_exception(surprise);
         if (!failure.isEmpty())
             throw FileError(failure);
         co_return value;

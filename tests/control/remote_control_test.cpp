@@ -171,6 +171,13 @@ private Q_SLOTS:
         QCOMPARE(await(m_remote->refresh({})).description(), QStringLiteral("The disk is full."));
     }
 
+    void evenASurpriseIsAnswered()
+    {
+        run();
+        m_running->control.surprise = std::make_exception_ptr(std::runtime_error("out of luck"));
+        QCOMPARE(await(m_remote->refresh({})).description(), QStringLiteral("out of luck"));
+    }
+
     void oneThatEndsWhileItIsAskedIsAnError()
     {
         run();

@@ -139,10 +139,10 @@ QCoro::Task<> ControlService::serve(QDBusMessage message, Work work)
         const QByteArray json = co_await work(m_control, stop);
         answer = message.createReply(QString::fromUtf8(json));
     } catch (const CancellationError &) {
-        answer
-            = message.createErrorReply(QString::fromUtf16(kControlFailure), QStringLiteral("Velmora has been quit."));
-    } catch (const Error &error) {
-        answer = message.createErrorReply(QString::fromUtf16(kControlFailure), error.description());
+        answer = message.createErrorReply(QString::fromUtf16(kControlFailure), hasBeenQuitText());
+    } catch (...) {
+        // Whoever waits for an answer gets one, whatever happened.
+        answer = message.createErrorReply(QString::fromUtf16(kControlFailure), describe(std::current_exception()));
     }
     bus.send(answer);
 }
