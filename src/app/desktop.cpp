@@ -31,8 +31,11 @@ constexpr auto kPatience = 2s;
 constexpr auto kWindowDelay = 1s;
 
 /// The item ends its connection, so it has one of its own.
-QDBusConnection itemConnection()
+QDBusConnection itemConnection(const QDBusConnection &bus)
 {
+    // Where there was no answer, asking again would only block.
+    if (!bus.isConnected())
+        return QDBusConnection(QString());
     return QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("velmora tray item"));
 }
 
@@ -41,12 +44,12 @@ QString missingTrayText()
     return QStringLiteral("This desktop shows no tray. Starting Velmora again opens this window.");
 }
 
-std::unique_ptr<StatusItem> makeStatusItem(bool isBackground)
+std::unique_ptr<StatusItem> makeStatusItem(const QDBusConnection &bus, bool isBackground)
 {
     StatusNotifierItem::Options options;
     options.id = QStringLiteral("com.tarvik.Velmora");
     options.clickPlace = StatusNotifierItem::clickPlaceOfSession();
-    return std::make_unique<FallbackStatusItem>(std::make_unique<StatusNotifierItem>(itemConnection(), options),
+    return std::make_unique<FallbackStatusItem>(std::make_unique<StatusNotifierItem>(itemConnection(bus), options),
         &XEmbedStatusItem::makeWherePossible, isBackground ? kPatienceAtLogin : kPatience);
 }
 
@@ -62,13 +65,13 @@ void adoptPicture()
 
 } // namespace
 
-Desktop::Desktop(VelmoraApp *app, const Options &options)
+Desktop::Desktop(VelmoraApp *app, const QDBusConnection &bus, const Options &options)
     : m_app(app)
     , m_options(options)
-    , m_item(makeStatusItem(options.isBackground))
+    , m_item(makeStatusItem(bus, options.isBackground))
 {
     makeTray();
-    m_notificationService = std::make_unique<NotificationServiceWatcher>(QDBusConnection::sessionBus());
+    m_notificationService = std::make_unique<NotificationServiceWatcher>(bus);
     connect(m_notificationService.get(), &NotificationServiceWatcher::appeared, this,
         [this] { launch(m_app->settings().retryPreparation(), "preparing notifications again"); });
 }

@@ -4,6 +4,7 @@
 #include "platform/linux/notification_settings_page.h"
 #include "ui/menu_bar_window.h"
 
+#include <QDBusConnection>
 #include <QObject>
 #include <QTimer>
 
@@ -32,8 +33,9 @@ public:
         bool opensSettingsAtStart = false;
     };
 
-    /// The application outlives the desktop.
-    Desktop(VelmoraApp *app, const Options &options);
+    /// The application outlives the desktop. `bus` is a connection to the session bus; one that is not connected stands
+    /// for none.
+    Desktop(VelmoraApp *app, const QDBusConnection &bus, const Options &options);
     ~Desktop() override;
 
     /// Shows the item and starts the monitor, which shows what was saved before it asks anybody. Call it once.

@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "app/desktop_probes.h"
 
-#include "diagnostics/patient_work.h"
 #include "platform/bus_call.h"
-#include "support/cancel_on_stop.h"
-#include "support/one_shot.h"
-#include "support/task_scope.h"
 
-#include <QCoreApplication>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QFile>
-#include <QTimer>
 
 namespace velmora
 {
@@ -189,31 +183,6 @@ Probe probe(const QString &label, Question question, const QDBusConnection &bus)
 }
 
 } // namespace
-
-QCoro::Task<SessionBus> connectSessionBus(std::chrono::milliseconds patience, std::stop_token stop)
-{
-    throwIfStopped(stop);
-    const OneShot<SessionBus> done;
-    const CancelOnStop<SessionBus> onStop(done, stop);
-    QTimer timer;
-    timer.setSingleShot(true);
-    const auto giveUp = [done] {
-        done.resolve(SessionBus{QDBusConnection(QString()), QStringLiteral("does not answer")});
-    };
-    QObject::connect(&timer, &QTimer::timeout, &timer, giveUp);
-    timer.start(patience);
-    const auto settle = [done](const QDBusConnection &bus) {
-        done.resolve(SessionBus{bus, bus.isConnected() ? QStringLiteral("present") : kNone});
-    };
-    auto work = [settle] {
-        const auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("diagnosis"));
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(), [settle, bus] { settle(bus); }, Qt::QueuedConnection);
-    };
-    patientPool()->start(std::move(work));
-    SessionBus bus = co_await done;
-    co_return bus;
-}
 
 QCoro::Task<bool> isKeyringRunning(QDBusConnection bus, std::chrono::milliseconds patience, std::stop_token stop)
 {

@@ -4,6 +4,7 @@
 #include "accounts/keychain_credential_store.h"
 #include "app/app_configuration.h"
 #include "app/desktop_probes.h"
+#include "app/session_bus.h"
 #include "diagnostics/identity_probes.h"
 #include "diagnostics/patient_work.h"
 #include "diagnostics/private_names.h"

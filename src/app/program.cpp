@@ -3,6 +3,7 @@
 
 #include "app/diagnosis.h"
 #include "app/logging.h"
+#include "app/session_bus.h"
 #include "platform/pasteboard.h"
 #include "platform/url_opener.h"
 #include "support/signal_waiting.h"
@@ -21,6 +22,7 @@ namespace
 {
 
 constexpr std::chrono::milliseconds kPatience{700};
+constexpr std::chrono::seconds kPatienceWithBus{2};
 
 /// Work that was ended above, or is still on a thread, comes to its end in the event loop: let it, so
 /// that nothing is left suspended when the process goes.
@@ -128,16 +130,25 @@ QCoro::Task<> Program::finishRefreshes(std::stop_token stop, std::optional<std::
 
 QCoro::Task<ExitCode> Program::runCommand()
 {
+    if (m_line.command == CommandLine::Command::Diagnose)
+        return runDiagnosis(&m_out, &m_clock, m_stop.get_token());
+    return runWithBus();
+}
+
+/// A bus that does not answer is none.
+QCoro::Task<ExitCode> Program::runWithBus()
+{
+    const SessionBus bus = co_await connectSessionBus(kPatienceWithBus, m_stop.get_token());
+    m_bus = bus.connection;
+    const ExitCode code = co_await runOnBus();
+    co_return code;
+}
+
+QCoro::Task<ExitCode> Program::runOnBus()
+{
     if (m_line.isForDesktop())
         return runAsDesktop();
-    switch (m_line.command) {
-    case CommandLine::Command::Quit:
-        return quitRunning();
-    case CommandLine::Command::Diagnose:
-        return runDiagnosis(&m_out, &m_clock, m_stop.get_token());
-    default:
-        return runInTerminal();
-    }
+    return m_line.command == CommandLine::Command::Quit ? quitRunning() : runInTerminal();
 }
 
 void Program::requestEnd()

@@ -44,6 +44,8 @@ public:
 private:
     QCoro::Task<> runAndExit();
     QCoro::Task<ExitCode> runCommand();
+    QCoro::Task<ExitCode> runWithBus();
+    QCoro::Task<ExitCode> runOnBus();
 
     // On the desktop.
     QCoro::Task<ExitCode> runAsDesktop();
@@ -89,6 +91,7 @@ private:
     ProcessSignals m_signals;
     SystemClock m_clock;
     std::stop_source m_stop;
+    QDBusConnection m_bus{QString()}; ///< the session's, where there is one that answers
     QTimer m_patience; ///< for a command that was asked to end
     std::unique_ptr<Pasteboard> m_pasteboard;
     std::unique_ptr<URLOpener> m_urlOpener;

@@ -28,9 +28,8 @@ QString Program::busName() const
 
 void Program::makeService()
 {
-    const QDBusConnection bus = QDBusConnection::sessionBus();
-    m_service = std::make_unique<ApplicationService>(bus, busName());
-    m_controlService = new ControlService(bus, m_service.get());
+    m_service = std::make_unique<ApplicationService>(m_bus, busName());
+    m_controlService = new ControlService(m_bus, m_service.get());
     connect(m_service.get(), &ApplicationService::activated, this, &Program::openDesktop);
     connect(m_service.get(), &ApplicationService::actionActivated, this, &Program::actOnDesktop);
     // Whoever is started on another bus would not find this one, and nobody reaches it any more.
@@ -59,7 +58,7 @@ QCoro::Task<ExitCode> Program::runAsDesktop()
 /// A terminal without a display, as over the network, can still ask the program that has one.
 QCoro::Task<ExitCode> Program::askFromElsewhere()
 {
-    m_remote = std::make_unique<RemoteControl>(QDBusConnection::sessionBus(), busName());
+    m_remote = std::make_unique<RemoteControl>(m_bus, busName());
     const bool isRunning = co_await m_remote->locate(m_stop.get_token());
     if (!isRunning) {
         reportNoDisplay();
@@ -97,7 +96,7 @@ QCoro::Task<> Program::askRunning()
 /// Done when it has gone, so that it can be started again at once.
 QCoro::Task<ExitCode> Program::quitRunning()
 {
-    m_remote = std::make_unique<RemoteControl>(QDBusConnection::sessionBus(), busName());
+    m_remote = std::make_unique<RemoteControl>(m_bus, busName());
     const bool isRunning = co_await m_remote->locate(m_stop.get_token());
     if (!isRunning) {
         m_err.writeLine(QStringLiteral("Velmora is not running."));
@@ -107,7 +106,7 @@ QCoro::Task<ExitCode> Program::quitRunning()
     const std::function<bool()> hasGone = [remote] {
         return !remote->isRunning();
     };
-    ApplicationService service(QDBusConnection::sessionBus(), busName());
+    ApplicationService service(m_bus, busName());
     std::ignore = co_await service.actOnRunning(QStringLiteral("quit"), QString());
     co_await waitFor(remote, &RemoteControl::isRunningChanged, hasGone, m_stop.get_token(), kLongestQuitting);
     throwIfStopped(m_stop.get_token());
@@ -142,7 +141,7 @@ QCoro::Task<ExitCode> Program::runDesktop()
     options.isBackground = m_line.isBackground;
     options.opensAtStart = m_opensAtStart;
     options.opensSettingsAtStart = m_opensSettingsAtStart;
-    m_desktop = std::make_unique<Desktop>(m_app.get(), options);
+    m_desktop = std::make_unique<Desktop>(m_app.get(), m_bus, options);
     connect(m_desktop.get(), &Desktop::quitRequested, this, &Program::requestEnd);
     const OneShot<> ended;
     const auto end = [ended] {

@@ -93,9 +93,9 @@ AppEnvironment Program::realEnvironment()
     environment.pasteboard = m_pasteboard.get();
     environment.urlOpener = m_urlOpener.get();
     if (isInsideFlatpak()) {
-        environment.makeLoginItem = [](Preferences *preferences) {
+        environment.makeLoginItem = [bus = m_bus](Preferences *preferences) {
             const QStringList command{QStringLiteral("velmora"), QStringLiteral("--background")};
-            return std::make_unique<BackgroundPortalLoginItem>(QDBusConnection::sessionBus(), preferences, command);
+            return std::make_unique<BackgroundPortalLoginItem>(bus, preferences, command);
         };
     }
     return environment;
@@ -105,11 +105,10 @@ AppEnvironment Program::realEnvironment()
 /// session bus, as over a bare network login, there is no desktop to speak of.
 void Program::announceOnDesktop(AppEnvironment *environment)
 {
-    const QDBusConnection bus = QDBusConnection::sessionBus();
     const bool isWatching = m_line.command == CommandLine::Command::Watch && !m_line.isOnce && !m_line.isQuiet;
-    if (!m_service && !(isWatching && bus.isConnected()))
+    if (!m_service && !(isWatching && m_bus.isConnected()))
         return;
-    m_desktopNotifications = desktopNotificationService(bus, *environment->urlOpener, environment->applicationName);
+    m_desktopNotifications = desktopNotificationService(m_bus, *environment->urlOpener, environment->applicationName);
     if (m_service) {
         m_desktopNotifier = std::make_unique<ObservedNotifier>(m_desktopNotifications.get());
         environment->notifier = m_desktopNotifier.get();

@@ -55,7 +55,7 @@ QCoro::Task<ExitCode> Program::runConnecting()
 
 QCoro::Task<ExitCode> Program::runWithControl()
 {
-    m_remote = std::make_unique<RemoteControl>(QDBusConnection::sessionBus(), busName());
+    m_remote = std::make_unique<RemoteControl>(m_bus, busName());
     const bool isRunning = co_await m_remote->locate(m_stop.get_token());
     if (!isRunning) {
         co_await enterStores();
@@ -89,7 +89,7 @@ QCoro::Task<ExitCode> Program::dispatch(CommandContext context)
 /// Follows the running Velmora for as long as there is one, whoever comes and goes meanwhile.
 QCoro::Task<ExitCode> Program::runWithReports()
 {
-    m_remote = std::make_unique<RemoteControl>(QDBusConnection::sessionBus(), busName());
+    m_remote = std::make_unique<RemoteControl>(m_bus, busName());
     const bool isRunning = co_await m_remote->locate(m_stop.get_token());
     SessionReports::Substitute substitute;
     substitute.enter = [this] {

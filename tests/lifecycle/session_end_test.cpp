@@ -108,6 +108,24 @@ private Q_SLOTS:
         QVERIFY(m_household.keepAccounts("[]"));
     }
 
+    void aBusThatDoesNotAnswerIsLikeNone()
+    {
+        PrivateBus bus;
+        QVERIFY(bus.start());
+        bus.freeze();
+        ProgramRun status(words("status"), on(bus));
+        status.start();
+        QVERIFY(status.ends(10'000));
+        QCOMPARE(status.code(), 0);
+        QVERIFY(status.out().contains("Connect GitHub"));
+        ProgramRun interrupted(words("accounts"), on(bus));
+        interrupted.start();
+        QVERIFY(waitUntil([&] { return heeds(interrupted.process().processId(), SIGTERM); }));
+        interrupted.signal(SIGTERM);
+        QVERIFY(interrupted.ends(kWithinASecond));
+        bus.resume();
+    }
+
     void commandsWorkWhereThereNeverWasABus_data()
     {
         QTest::addColumn<QString>("arguments");
