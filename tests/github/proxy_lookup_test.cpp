@@ -46,7 +46,28 @@ class ProxyLookupTest : public QObject
 {
     Q_OBJECT
 
+private:
+    QList<std::shared_ptr<SlowSystem>> m_systems;
+
+    std::shared_ptr<SlowSystem> slowSystem()
+    {
+        m_systems.append(std::make_shared<SlowSystem>());
+        return m_systems.last();
+    }
+
 private Q_SLOTS:
+    /// Nobody is left waiting for a system that never answers: whoever asks one keeps it.
+    void cleanup()
+    {
+        for (const auto &system : std::as_const(m_systems))
+            system->allowed.release(10);
+        const auto isLetGo = [](const std::shared_ptr<SlowSystem> &system) {
+            return system.use_count() == 1;
+        };
+        QVERIFY(waitUntil([&] { return std::ranges::all_of(std::as_const(m_systems), isLetGo); }));
+        m_systems.clear();
+    }
+
     void init()
     {
         for (const char *name : {"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"})
@@ -55,7 +76,7 @@ private Q_SLOTS:
 
     void theSystemIsAskedOnAnotherThreadAndItsAnswerRemembered()
     {
-        const auto system = std::make_shared<SlowSystem>();
+        const auto system = slowSystem();
         const ProxyLookup lookup(queryOf(system));
         const auto first = start(lookup.proxyFor(kAddress, 10s, {}));
         const auto second = start(lookup.proxyFor(QUrl(QStringLiteral("https://a.test/other")), 10s, {}));
@@ -79,7 +100,7 @@ private Q_SLOTS:
 
     void anAnswerIsForgottenAfterItsTime()
     {
-        const auto system = std::make_shared<SlowSystem>();
+        const auto system = slowSystem();
         system->allowed.release(2);
         constexpr auto kRememberedFor = 200ms;
         const ProxyLookup lookup(queryOf(system), kRememberedFor);
@@ -94,7 +115,7 @@ private Q_SLOTS:
 
     void afterBeingAbandonedItAsksAnew()
     {
-        const auto system = std::make_shared<SlowSystem>();
+        const auto system = slowSystem();
         system->allowed.release(2);
         ProxyLookup lookup(queryOf(system));
         QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})), kProxy);
@@ -106,7 +127,7 @@ private Q_SLOTS:
 
     void aSystemThatDoesNotAnswerEndsWithThePatience()
     {
-        const auto system = std::make_shared<SlowSystem>();
+        const auto system = slowSystem();
         const ProxyLookup lookup(queryOf(system));
         const auto outcome = await(lookup.proxyFor(kAddress, 30ms, {}));
         QVERIFY(outcome.failedWithType<TransportError>());
@@ -115,7 +136,7 @@ private Q_SLOTS:
 
     void aStopEndsTheWaiting()
     {
-        const auto system = std::make_shared<SlowSystem>();
+        const auto system = slowSystem();
         const ProxyLookup lookup(queryOf(system));
         std::stop_source stop;
         const auto outcome = start(lookup.proxyFor(kAddress, 10s, stop.get_token()));
@@ -128,7 +149,7 @@ private Q_SLOTS:
 
     void theEndOfTheLookupFailsWhoWaitsOnTheSpot()
     {
-        const auto system = std::make_shared<SlowSystem>();
+        const auto system = slowSystem();
         auto lookup = std::make_unique<ProxyLookup>(queryOf(system));
         const auto outcome = start(lookup->proxyFor(kAddress, 10s, {}));
         lookup.reset();
@@ -139,7 +160,7 @@ private Q_SLOTS:
 
     void theEnvironmentIsAskedFirst()
     {
-        const auto system = std::make_shared<SlowSystem>();
+        const auto system = slowSystem();
         const ProxyLookup lookup(queryOf(system));
         qputenv("HTTPS_PROXY", "http://env.test:1");
         QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})).hostName(), QStringLiteral("env.test"));

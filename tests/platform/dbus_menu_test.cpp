@@ -68,6 +68,7 @@ private Q_SLOTS:
         new DBusMenuAdaptor(m_menu.get(), m_owner->bus());
         m_owner->bus().registerObject(kPath, m_menu.get(), QDBusConnection::ExportAdaptors);
         m_menu->setEntries(threeEntries());
+        std::ignore = m_owner->hasOwner(kInterface); // the bus has passed on what was announced so far
         m_triggered = std::make_unique<QSignalSpy>(m_menu.get(), &DBusMenu::triggered);
         m_listener = std::make_unique<MenuListener>(m_host->bus());
         std::ignore = m_host->hasOwner(kInterface); // the bus knows by now what is listened for
