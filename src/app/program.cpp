@@ -4,6 +4,7 @@
 #include "app/diagnosis.h"
 #include "app/logging.h"
 #include "app/session_bus.h"
+#include "app/sudden_exit.h"
 #include "platform/pasteboard.h"
 #include "platform/url_opener.h"
 #include "support/signal_waiting.h"
@@ -75,7 +76,7 @@ int Program::run()
         launch(runAndExit(), "the command");
     };
     QTimer::singleShot(0, this, start);
-    const int code = QCoreApplication::exec();
+    const int code = execute();
     m_desktop.reset();
     m_service.reset();
     m_saved.reset();
@@ -88,6 +89,16 @@ int Program::run()
     m_demo.reset();
     unwind();
     return code;
+}
+
+/// The event loop, whose end may come from outside.
+int Program::execute()
+{
+    const SuddenExit suddenExit([this] {
+        if (m_app)
+            m_app->files().preferences.flush();
+    });
+    return QCoreApplication::exec();
 }
 
 QCoro::Task<> Program::runAndExit()

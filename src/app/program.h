@@ -42,6 +42,7 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    int execute();
     QCoro::Task<> runAndExit();
     QCoro::Task<ExitCode> runCommand();
     QCoro::Task<ExitCode> runWithBus();
