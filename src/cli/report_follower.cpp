@@ -3,7 +3,6 @@
 
 #include "cli/terminal.h"
 #include "control/report_source.h"
-#include "support/error.h"
 
 #include <QPointer>
 
@@ -44,7 +43,7 @@ QCoro::Task<> ReportFollower::showLatest()
     std::exception_ptr failure;
     try {
         co_await showUntilLatest();
-    } catch (const Error &) {
+    } catch (...) {
         failure = std::current_exception();
     }
     if (!self)

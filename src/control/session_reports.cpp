@@ -86,7 +86,7 @@ QCoro::Task<> SessionReports::enterSubstitute()
     std::exception_ptr failure;
     try {
         source = co_await m_substitute.enter();
-    } catch (const Error &) {
+    } catch (...) {
         failure = std::current_exception();
     }
     if (!self)

@@ -20,7 +20,7 @@ class SessionReports final : public ReportSource
 public:
     /// What stands in.
     struct Substitute {
-        /// Makes the source, which stays until `leave` is called. May throw an Error.
+        /// Makes the source, which stays until `leave` is called. May throw.
         std::function<QCoro::Task<ReportSource *>()> enter;
         /// Ends the source; another one is used when that is done.
         std::function<QCoro::Task<>()> leave;

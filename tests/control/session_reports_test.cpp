@@ -61,7 +61,7 @@ private:
     std::unique_ptr<FakeReports> m_substitute;
     std::unique_ptr<SessionReports> m_reports;
     QStringList m_calls;
-    bool m_cannotEnter = false;
+    std::exception_ptr m_cannotEnter; ///< what entering throws
     std::optional<OneShot<>> m_entering; ///< entering takes until then
     std::optional<OneShot<>> m_leaving; ///< leaving takes until then
     int m_followsOfSubstitute = 0; ///< of the one that was left last
@@ -70,7 +70,7 @@ private:
     {
         m_calls.append(QStringLiteral("enter"));
         if (m_cannotEnter)
-            throw FileError(QStringLiteral("cannot enter"));
+            std::rethrow_exception(m_cannotEnter);
         if (m_entering) {
             const OneShot<> entered = *m_entering;
             co_await entered;
@@ -96,7 +96,7 @@ private Q_SLOTS:
     void init()
     {
         m_calls.clear();
-        m_cannotEnter = false;
+        m_cannotEnter = nullptr;
         m_entering.reset();
         m_leaving.reset();
         m_running.follows = 0;
@@ -260,11 +260,18 @@ private Q_SLOTS:
 
     void aSubstituteThatCannotBeMadeIsAnError()
     {
-        m_cannotEnter = true;
+        m_cannotEnter = std::make_exception_ptr(FileError(QStringLiteral("cannot enter")));
         m_reports->setRunning(false);
         QCOMPARE(await(m_reports->report({})).description(), QStringLiteral("cannot enter"));
         m_reports->setRunning(true);
         QCOMPARE(reporter(), QStringLiteral("running"));
+    }
+
+    void evenASurpriseOfTheSubstituteIsTold()
+    {
+        m_cannotEnter = std::make_exception_ptr(std::runtime_error("out of luck"));
+        m_reports->setRunning(false);
+        QCOMPARE(await(m_reports->report({})).description(), QStringLiteral("out of luck"));
     }
 
     void aStopEndsTheWaiting()
