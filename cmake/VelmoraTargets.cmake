@@ -1,24 +1,36 @@
 # SPDX-License-Identifier: MIT
 # The targets of Velmora: one library for each folder, seeing only the headers of what it links.
 
-add_library(velmora_options INTERFACE)
-target_compile_definitions(velmora_options INTERFACE
+# What every target is compiled and linked with, tests included.
+add_library(velmora_common_options INTERFACE)
+target_compile_definitions(velmora_common_options INTERFACE
   QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING
   QT_DISABLE_DEPRECATED_BEFORE=0x060400 VELMORA_VERSION="${PROJECT_VERSION}"
   $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
-# What is released defends itself against what the compiler has overlooked. Flags of a distribution's own come first.
-if(NOT VELMORA_SANITIZERS)
-  target_compile_options(velmora_options INTERFACE "$<$<CONFIG:Release>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>"
-    "$<$<CONFIG:Release>:-fstack-protector-strong;-fstack-clash-protection>")
-endif()
 # The precompiled header fits only where the threading option is the same.
-target_compile_options(velmora_options INTERFACE -pthread)
+target_compile_options(velmora_common_options INTERFACE -pthread)
+# Linking was most of the time between a change and its test. What is released is linked with the system's own linker.
+find_program(VELMORA_MOLD mold)
+if(VELMORA_MOLD AND NOT CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_link_options(velmora_common_options INTERFACE -fuse-ld=mold)
+endif()
 if(VELMORA_SANITIZERS)
-  target_compile_options(velmora_options INTERFACE -fsanitize=${VELMORA_SANITIZERS} -fno-omit-frame-pointer
+  target_compile_options(velmora_common_options INTERFACE -fno-omit-frame-pointer)
+  target_link_options(velmora_common_options INTERFACE -fsanitize=${VELMORA_SANITIZERS})
+endif()
+
+# What the program is compiled with. What is released defends itself against what the compiler has overlooked; flags of
+# a distribution's own come first.
+add_library(velmora_options INTERFACE)
+target_link_libraries(velmora_options INTERFACE velmora_common_options)
+if(VELMORA_SANITIZERS)
+  target_compile_options(velmora_options INTERFACE -fsanitize=${VELMORA_SANITIZERS}
     # clang 14 cannot emit the type prologue of this check for the parts of a coroutine.
     $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>
     $<$<CXX_COMPILER_ID:Clang>:-fsanitize-ignorelist=${CMAKE_SOURCE_DIR}/cmake/sanitizers.ignore>)
-  target_link_options(velmora_options INTERFACE -fsanitize=${VELMORA_SANITIZERS})
+else()
+  target_compile_options(velmora_options INTERFACE "$<$<CONFIG:Release>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>"
+    "$<$<CONFIG:Release>:-fstack-protector-strong;-fstack-clash-protection>")
 endif()
 
 # One precompiled header for every target: most of the time of a small file is Qt's and QCoro's headers.
@@ -43,26 +55,50 @@ function(velmora_library name)
   target_include_directories(velmora_${name} PUBLIC ${root})
   target_link_libraries(velmora_${name} PUBLIC ${A_PUBLIC} PRIVATE velmora_options ${A_PRIVATE})
   target_precompile_headers(velmora_${name} REUSE_FROM velmora_pch)
-  # Every header compiles alone: `ninja all_verify_interface_header_sets`.
+  # Every header compiles alone: `ninja all_verify_interface_header_sets`. Parsing Qt again for each of them would take
+  # minutes, so the precompiled header comes first; a lint sees to it that no header relies on that.
   set(headers ${A_HEADERS})
   list(TRANSFORM headers PREPEND ${root}/${folder}/)
   add_library(velmora_${name}_headers INTERFACE)
   target_sources(velmora_${name}_headers INTERFACE FILE_SET HEADERS BASE_DIRS ${root} FILES ${headers})
   target_link_libraries(velmora_${name}_headers INTERFACE velmora_${name} velmora_options)
+  target_compile_options(velmora_${name}_headers INTERFACE
+    -include ${CMAKE_BINARY_DIR}/CMakeFiles/velmora_pch.dir/cmake_pch.hxx)
 endfunction()
 
-# velmora_test(<name> SOURCES … LIBRARIES … LABELS … [WRAPPER …])
-# A Qt Test executable that runs under CTest on the offscreen platform, in a fixed locale and zone.
+# velmora_test(<name> SOURCES … LIBRARIES … LABELS … [WRAPPER …] [TIMEOUT …])
+# A test that is registered in the first of the sources (tests/support/test_main.h). All tests of a folder are linked
+# into one executable, <folder>_tests, and CTest runs each in a process of its own: on the offscreen platform, in a
+# fixed locale and zone, the longest first. The folder is a label of the test as well, and label_<label> builds what its tests need.
 function(velmora_test name)
   cmake_parse_arguments(A "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;WRAPPER" ${ARGN})
   if(NOT A_TIMEOUT)
-    set(A_TIMEOUT 60)
+    set(A_TIMEOUT 120)
   endif()
-  add_executable(${name} ${A_SOURCES})
-  target_link_libraries(${name} PRIVATE velmora_options velmora_test_support Qt6::Test ${A_LIBRARIES})
-  target_precompile_headers(${name} REUSE_FROM velmora_pch)
-  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-  add_test(NAME ${name}${VELMORA_TEST_SUFFIX} COMMAND ${A_WRAPPER} $<TARGET_FILE:${name}>)
-  set_tests_properties(${name}${VELMORA_TEST_SUFFIX} PROPERTIES LABELS "${A_LABELS}" TIMEOUT ${A_TIMEOUT}
+  cmake_path(GET CMAKE_CURRENT_SOURCE_DIR FILENAME folder)
+  set(executable ${folder}_tests)
+  if(NOT TARGET ${executable})
+    add_executable(${executable})
+    target_link_libraries(${executable} PRIVATE velmora_test_options velmora_test_main)
+    target_precompile_headers(${executable} REUSE_FROM velmora_test_pch)
+    set_target_properties(${executable} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  endif()
+  target_sources(${executable} PRIVATE ${A_SOURCES})
+  target_link_libraries(${executable} PRIVATE ${A_LIBRARIES})
+  list(GET A_SOURCES 0 file)
+  cmake_path(GET file STEM test)
+  add_test(NAME ${name} COMMAND ${A_WRAPPER} $<TARGET_FILE:${executable}> ${test})
+  set_tests_properties(${name} PROPERTIES LABELS "${A_LABELS};${folder}" TIMEOUT ${A_TIMEOUT} COST ${A_TIMEOUT}
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;TZ=UTC;LC_ALL=C.UTF-8;QT_LOGGING_RULES=velmora.*=false")
+  velmora_needed_by_labels(${executable} ${A_LABELS} ${folder})
+endfunction()
+
+# velmora_needed_by_labels(<target> <label> …): building label_<label> builds the target.
+function(velmora_needed_by_labels target)
+  foreach(label ${ARGN})
+    if(NOT TARGET label_${label})
+      add_custom_target(label_${label})
+    endif()
+    add_dependencies(label_${label} ${target})
+  endforeach()
 endfunction()

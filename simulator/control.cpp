@@ -96,6 +96,10 @@ Response setTokens(Simulator &simulator, const QJsonObject &json)
 
 Response setRateLimit(Simulator &simulator, const QJsonObject &json)
 {
+    if (json.contains("on"_L1)) {
+        simulator.limits().setOn(json["on"_L1].toBool());
+        return done();
+    }
     const Milliseconds resetAt = simulator.now() + json["resetInSeconds"_L1].toInteger(3'600) * 1'000;
     simulator.limits().set(json["login"_L1].toString(), json["remaining"_L1].toInt(), resetAt);
     return done();
@@ -185,9 +189,29 @@ Response changeDeployment(Simulator &simulator, const QJsonObject &json)
     return Response::json(200, QJsonObject{{u"id"_s, id}});
 }
 
+/// The identity installs the App on its own account.
+Response addInstallation(World &world, const QJsonObject &json)
+{
+    const auto identity = world.ownerWithLogin(json["identity"_L1].toString());
+    if (!identity)
+        return wrong(u"no such identity"_s);
+    QList<int> granted;
+    const QJsonArray names = json["repositories"_L1].toArray();
+    for (const auto &name : names) {
+        const auto repository = world.repositoryWithName(name.toString());
+        if (!repository)
+            return wrong(u"no such repository"_s);
+        granted.append(*repository);
+    }
+    const int position = world.addInstallation(*identity, {*identity}, granted);
+    return Response::json(200, QJsonObject{{u"id"_s, world.installations()[position].id}});
+}
+
 Response changeInstallation(Simulator &simulator, const QJsonObject &json)
 {
     World &world = simulator.world();
+    if (!json.contains("id"_L1))
+        return addInstallation(world, json);
     const qint64 id = json["id"_L1].toInteger();
     for (int i = 0; i < world.installations().size(); ++i) {
         if (world.installations()[i].id != id)

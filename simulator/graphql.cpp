@@ -113,10 +113,16 @@ struct Answer {
             {u"link"_s, u"https://docs.github.com/graphql/guides/migrating-graphql-global-node-ids"_s}});
     }
 
-    [[nodiscard]] QByteArray text(const RateLimit &limit) const
+    static QByteArray text(const RateLimit &limit)
     {
-        QByteArray all = "{\"data\":{\"nodes\":[" + nodes.join(',') + "],\"rateLimit\":{\"cost\":1,\"remaining\":"
-            + QByteArray::number(limit.remaining) + ",\"resetAt\":" + timeText(limit.resetAt) + "}}";
+        return "{\"cost\":1,\"remaining\":" + QByteArray::number(limit.remaining)
+            + ",\"resetAt\":" + timeText(limit.resetAt) + '}';
+    }
+
+    /// `rateLimit` is JSON.
+    [[nodiscard]] QByteArray text(const QByteArray &rateLimit) const
+    {
+        QByteArray all = "{\"data\":{\"nodes\":[" + nodes.join(',') + "],\"rateLimit\":" + rateLimit + '}';
         if (!errors.isEmpty())
             all += ",\"errors\":" + QJsonDocument(errors).toJson(QJsonDocument::Compact);
         if (!warnings.isEmpty()) {
@@ -155,7 +161,7 @@ Response rateLimited(const APIContext &context, int identity, const RateLimit &l
 {
     Response response = errorAnswer({{u"type"_s, u"RATE_LIMIT"_s}, {u"code"_s, u"graphql_rate_limit"_s},
         {u"message"_s, u"API rate limit already exceeded for user ID %1."_s.arg(context.world.owners()[identity].id)}});
-    response.headers += RateLimits::headers(limit, "graphql");
+    response.headers += context.limits.headers(limit, "graphql");
     return response;
 }
 
@@ -225,15 +231,16 @@ Response answerGraphQL(const APIContext &context, const Request &request)
     const QJsonDocument body = QJsonDocument::fromJson(request.body);
     const auto ids = idsOf(body.object());
     if (auto refusal = refuse(body, ids)) {
-        refusal->headers += RateLimits::headers(context.limits.look(login, "graphql", context.now), "graphql");
+        refusal->headers += context.limits.headers(context.limits.look(login, "graphql", context.now), "graphql");
         return *refusal;
     }
     bool isSpent = false;
     const RateLimit limit = context.limits.take(login, "graphql", context.now, &isSpent);
     if (isSpent)
         return rateLimited(context, *identity, limit);
-    Response response = Response::json(200, answerFor(context, *ids, *identity).text(limit));
-    response.headers += RateLimits::headers(limit, "graphql");
+    const QByteArray told = context.limits.areOn() ? Answer::text(limit) : QByteArray("null");
+    Response response = Response::json(200, answerFor(context, *ids, *identity).text(told));
+    response.headers += context.limits.headers(limit, "graphql");
     response.headers.append(Header{"X-GitHub-Media-Type", "github.v4; format=json"});
     return response;
 }

@@ -100,6 +100,8 @@ struct HTTPServer::Exchange {
     bool closesAfterwards = false;
     QMetaObject::Connection whenDisconnected;
 
+    [[nodiscard]] bool hasEnded() const { return !reply.finished; }
+
     /// Tells how it ended, and lets go of everything: the connection may live on for ever.
     void finish(int status)
     {
@@ -133,8 +135,11 @@ bool HTTPServer::handleRequest(const QHttpServerRequest &incoming, QTcpSocket *s
         const auto kept = exchange; // finishing ends this very connection
         kept->finish(0);
     });
-    if (exchange->reply.delivery.hang)
+    if (exchange->reply.delivery.hang) {
+        m_hanging.removeIf([](const auto &other) { return other->hasEnded(); });
+        m_hanging.append(exchange);
         return true;
+    }
     if (exchange->reply.delivery.delayMilliseconds > 0) {
         QTimer::singleShot(
             exchange->reply.delivery.delayMilliseconds, Qt::PreciseTimer, socket, [exchange] { send(exchange); });
@@ -142,6 +147,19 @@ bool HTTPServer::handleRequest(const QHttpServerRequest &incoming, QTcpSocket *s
     }
     send(exchange);
     return true;
+}
+
+qsizetype HTTPServer::hangingCount() const
+{
+    return std::count_if(
+        m_hanging.begin(), m_hanging.end(), [](const auto &exchange) { return !exchange->hasEnded(); });
+}
+
+void HTTPServer::answerHanging()
+{
+    const auto hanging = std::exchange(m_hanging, {});
+    for (const auto &exchange : hanging)
+        send(exchange);
 }
 
 void HTTPServer::missingHandler(const QHttpServerRequest &, QTcpSocket *)

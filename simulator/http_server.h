@@ -9,6 +9,7 @@
 #include <QTcpSocket>
 
 #include <functional>
+#include <memory>
 
 namespace velmora::simulator
 {
@@ -30,6 +31,10 @@ public:
     explicit HTTPServer(Handler handler, QObject *parent = nullptr);
     /// The port it listens on, 0 when that failed. Port 0 asks for a free one.
     [[nodiscard]] quint16 start(quint16 port);
+    /// How many requests hang: their clients are still there, and wait.
+    [[nodiscard]] qsizetype hangingCount() const;
+    /// Sends the answers to the requests that hang.
+    void answerHanging();
 
 protected:
     bool handleRequest(const QHttpServerRequest &request, QTcpSocket *socket) override;
@@ -41,6 +46,7 @@ private:
     static void sendEndlessly(const std::shared_ptr<Exchange> &exchange);
 
     Handler m_handler;
+    QList<std::shared_ptr<Exchange>> m_hanging;
 };
 
 } // namespace velmora::simulator

@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 
-constexpr auto kRuleKeys = {"method"_L1, "path"_L1, "after"_L1, "times"_L1, "action"_L1};
+constexpr auto kRuleKeys = {"method"_L1, "path"_L1, "login"_L1, "after"_L1, "times"_L1, "action"_L1};
 constexpr auto kActionKeys = {"status"_L1, "headers"_L1, "body"_L1, "bodyBase64"_L1, "delayMilliseconds"_L1,
     "truncateAfter"_L1, "endlessBody"_L1, "hang"_L1, "closeConnection"_L1};
 
@@ -91,6 +91,7 @@ std::optional<MisbehaviourRule> MisbehaviourRule::fromJSON(const QJsonObject &js
     MisbehaviourRule rule;
     rule.method = json["method"_L1].toString().toLatin1();
     rule.path = json["path"_L1].toString().toUtf8();
+    rule.login = json["login"_L1].toString();
     rule.after = json["after"_L1].toInt();
     rule.times = json["times"_L1].toInt(-1);
     if (action.contains("status"_L1))
@@ -101,9 +102,11 @@ std::optional<MisbehaviourRule> MisbehaviourRule::fromJSON(const QJsonObject &js
     return rule;
 }
 
-bool MisbehaviourRule::matches(const Request &request) const
+bool MisbehaviourRule::matches(const Request &request, const QString &requestLogin) const
 {
     if (!method.isEmpty() && method != request.method)
+        return false;
+    if (!login.isEmpty() && login != requestLogin)
         return false;
     if (path.endsWith('*'))
         return request.path.startsWith(path.chopped(1));
@@ -124,10 +127,10 @@ Response MisbehaviourRule::apply(Response ordinary) const
     return response;
 }
 
-std::optional<MisbehaviourRule> Misbehaviour::take(const Request &request)
+std::optional<MisbehaviourRule> Misbehaviour::take(const Request &request, const QString &login)
 {
     for (MisbehaviourRule &rule : m_rules) {
-        if (rule.times == 0 || !rule.matches(request))
+        if (rule.times == 0 || !rule.matches(request, login))
             continue;
         if (rule.after > 0) {
             --rule.after;

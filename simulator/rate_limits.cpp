@@ -7,8 +7,8 @@ namespace velmora::simulator
 RateLimit RateLimits::take(const QString &login, const QByteArray &resource, Milliseconds now, bool *isSpent)
 {
     RateLimit &limit = current(login, resource, now);
-    *isSpent = limit.remaining == 0;
-    if (!*isSpent)
+    *isSpent = m_areOn && limit.remaining == 0;
+    if (m_areOn && !*isSpent)
         --limit.remaining;
     return limit;
 }
@@ -24,8 +24,10 @@ void RateLimits::set(const QString &login, int remaining, Milliseconds resetAt)
         m_limits[{login, resource}] = {remaining, resetAt};
 }
 
-QList<Header> RateLimits::headers(const RateLimit &limit, const QByteArray &resource)
+QList<Header> RateLimits::headers(const RateLimit &limit, const QByteArray &resource) const
 {
+    if (!m_areOn)
+        return {};
     return {{"X-RateLimit-Limit", QByteArray::number(RateLimit::kLimit)},
         {"X-RateLimit-Remaining", QByteArray::number(limit.remaining)},
         {"X-RateLimit-Reset", QByteArray::number(limit.resetAt / 1'000)},

@@ -5,6 +5,7 @@
 #include "simulator/world.h"
 
 #include <map>
+#include <utility>
 
 namespace velmora::simulator
 {
@@ -30,12 +31,17 @@ public:
     void set(const QString &login, int remaining, Milliseconds resetAt);
     void clear() { m_limits.clear(); }
 
-    /// The headers that tell of the budget.
-    [[nodiscard]] static QList<Header> headers(const RateLimit &limit, const QByteArray &resource);
+    /// Whether there are limits at all; an Enterprise Server has none unless its owner wants them.
+    [[nodiscard]] bool areOn() const { return m_areOn; }
+    void setOn(bool areOn) { m_areOn = areOn; }
+
+    /// The headers that tell of the budget; none without limits.
+    [[nodiscard]] QList<Header> headers(const RateLimit &limit, const QByteArray &resource) const;
 
 private:
     [[nodiscard]] RateLimit &current(const QString &login, const QByteArray &resource, Milliseconds now);
     std::map<std::pair<QString, QByteArray>, RateLimit> m_limits;
+    bool m_areOn = true;
 };
 
 } // namespace velmora::simulator

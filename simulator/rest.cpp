@@ -181,11 +181,11 @@ QByteArray entityTag(const Request &request, const Response &response)
     return "W/\"" + QCryptographicHash::hash(tagged, QCryptographicHash::Sha256).toHex() + '"';
 }
 
-Response rateLimited(const RateLimit &limit, const QString &login)
+Response rateLimited(const Caller &caller, const RateLimit &limit, const QString &login)
 {
     Response response = apiError(403, u"API rate limit exceeded for user %1."_s.arg(login),
         u"https://docs.github.com/rest/overview/resources-in-the-rest-api#rate-limiting"_s);
-    response.headers += RateLimits::headers(limit, "core");
+    response.headers += caller.context.limits.headers(limit, "core");
     return response;
 }
 
@@ -196,12 +196,13 @@ Response counted(const Caller &caller, Response response, const QString &login)
     bool isSpent = false;
     if (response.status == 200 && caller.request.header("If-None-Match") == tag) {
         response = {304, {}, {}};
-        response.headers += RateLimits::headers(caller.context.limits.look(login, "core", caller.context.now), "core");
+        const RateLimit limit = caller.context.limits.look(login, "core", caller.context.now);
+        response.headers += caller.context.limits.headers(limit, "core");
     } else {
         const RateLimit limit = caller.context.limits.take(login, "core", caller.context.now, &isSpent);
         if (isSpent)
-            return rateLimited(limit, login);
-        response.headers += RateLimits::headers(limit, "core");
+            return rateLimited(caller, limit, login);
+        response.headers += caller.context.limits.headers(limit, "core");
     }
     if (response.status < 400) {
         response.headers.append({{"ETag", tag}, {"Cache-Control", "private, max-age=60, s-maxage=60"},
@@ -223,7 +224,7 @@ Response answerREST(const APIContext &context, const Request &request)
     const auto identity = context.world.ownerWithLogin(login);
     if (request.header("Authorization") && !identity)
         return badCredentials(request, kDocumentation);
-    if (request.path == "/rate_limit" && request.method == "GET")
+    if (request.path == "/rate_limit" && request.method == "GET" && context.limits.areOn())
         return rateLimits(context, login, *version);
     if (!isKnown(request))
         return notFound();

@@ -64,9 +64,15 @@ void Simulator::tellStory()
         m_story->advance(Milliseconds(double(elapsed) * m_options.speed), now(), m_options.speed);
 }
 
+void Simulator::answerHanging()
+{
+    if (m_server)
+        m_server->answerHanging();
+}
+
 Milliseconds Simulator::now() const
 {
-    return QDateTime::currentMSecsSinceEpoch() + m_clockOffset;
+    return (m_options.clock ? m_options.clock() : QDateTime::currentMSecsSinceEpoch()) + m_clockOffset;
 }
 
 Response Simulator::answer(const Request &request)
@@ -92,7 +98,7 @@ Reply Simulator::reply(const Request &request)
     const quint64 number = m_log.begin(request);
     Reply reply;
     // A rule with a status answers in the place of the stand-in, which then never learns of the request.
-    const auto rule = m_misbehaviour.take(request);
+    const auto rule = m_misbehaviour.take(request, m_oauth.loginOf(request.token(), now()));
     if (!rule || !rule->status)
         reply.response = answer(request);
     if (rule) {

@@ -16,6 +16,7 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <functional>
 #include <memory>
 
 namespace velmora::simulator
@@ -27,6 +28,7 @@ struct SimulatorOptions {
     double speed = 1; ///< of the story
     bool playsStory = true;
     OAuthSettings oauth;
+    std::function<Milliseconds()> clock; ///< the wall clock; without one, that of the machine
 };
 
 /// A stand-in for GitHub that listens on the loopback address. It ends, with every connection, when destroyed.
@@ -46,7 +48,13 @@ public:
     [[nodiscard]] OAuth &oauth() { return m_oauth; }
     [[nodiscard]] RateLimits &limits() { return m_limits; }
     [[nodiscard]] RequestLog &log() { return m_log; }
+    [[nodiscard]] const RequestLog &log() const { return m_log; }
     [[nodiscard]] Misbehaviour &misbehaviour() { return m_misbehaviour; }
+
+    /// How many requests wait because a rule has them hang.
+    [[nodiscard]] qsizetype hangingCount() const { return m_server ? m_server->hangingCount() : 0; }
+    /// Answers the requests that a rule has hang, as the rule says otherwise and with what was true when they came.
+    void answerHanging();
 
     /// A token of that person, without the device flow.
     [[nodiscard]] QString issueAccessToken(const QString &login) { return m_oauth.issueAccessToken(login, now()); }

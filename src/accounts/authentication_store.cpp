@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "accounts/authentication_store.h"
 
+#include "accounts/account_removal_error.h"
+#include "accounts/installation_page.h"
+#include "accounts/renewing_credentials.h"
 #include "platform/preferences.h"
 #include "support/alphabetical_order.h"
 #include "support/error.h"
 #include "support/json.h"
 
 #include <QLoggingCategory>
+#include <QPointer>
 
 #include <array>
 
@@ -45,50 +49,95 @@ bool isTemporary(const std::exception_ptr &failure)
 AuthenticationStore::AuthenticationStore(
     GitHubClient client, std::shared_ptr<CredentialStoring> credentialStore, Services services, QObject *parent)
     : QObject(parent)
-    , m_client(std::move(client))
     , m_credentialStore(std::move(credentialStore))
     , m_services(std::move(services))
+    , m_connectionCounts(m_services.defaults)
+    , m_endedSessions(m_services.defaults)
+    , m_turns(m_services.locks, m_services.clock)
+    , m_renewal(renewalServices(client))
+    , m_connection(connectionServices(client))
+    , m_credentials(std::make_shared<RenewingCredentials>(&m_renewal))
+    , m_promptCredentials(std::make_shared<PromptCredentials>(m_credentials, m_services.clock))
 {
+    QObject::connect(&m_connection, &AccountConnection::changed, this, &AuthenticationStore::connectionChanged);
+    QObject::connect(&m_connection, &AccountConnection::accountConnected, this, &AuthenticationStore::adoptConnected);
+    QObject::connect(&m_renewal, &CredentialRenewal::renewalsFinished, this, &AuthenticationStore::renewalsFinished);
+    QObject::connect(&m_renewal, &CredentialRenewal::statusChanged, this, &AuthenticationStore::updateStatus);
+    QObject::connect(&m_renewal, &CredentialRenewal::sessionEnded, this, &AuthenticationStore::endSession);
+    QObject::connect(&m_renewal, &CredentialRenewal::credentialFound, this, &AuthenticationStore::noteGoodCredential);
+    QObject::connect(
+        m_promptCredentials.get(), &PromptCredentials::arrived, this, &AuthenticationStore::credentialChanged);
     restoreAccounts();
     QObject::connect(m_services.defaults, &Preferences::changed, this, [this](const QString &key) {
         if (key == kAccountsKey)
             adoptStoredAccounts();
+        else if (key == ConnectionCounts::key())
+            adoptConnections();
     });
     m_scope.launch(restoreStatuses(m_scope.stopToken()), "Restoring the accounts");
 }
 
-AuthenticationStore::~AuthenticationStore()
+AuthenticationStore::~AuthenticationStore() = default;
+
+CredentialRenewal::Services AuthenticationStore::renewalServices(const GitHubClient &client)
 {
-    if (m_connectionTask)
-        m_connectionTask->request_stop();
+    return {client, m_credentialStore, &m_turns, &m_endedSessions, m_services.clock};
 }
 
-void AuthenticationStore::remove(qint64 accountID)
+AccountConnection::Services AuthenticationStore::connectionServices(const GitHubClient &client)
 {
-    m_scope.launch(removeAndWait(accountID), "Removing an account");
+    AccountConnection::Services services;
+    services.client = client;
+    services.credentialStore = m_credentialStore;
+    services.turns = &m_turns;
+    services.pasteboard = m_services.pasteboard;
+    services.urlOpener = m_services.urlOpener;
+    services.installationPage = m_services.installationPage;
+    services.isListed = [this](qint64 accountID) {
+        return isListed(accountID);
+    };
+    return services;
 }
 
-QCoro::Task<> AuthenticationStore::removeAndWait(qint64 accountID)
+QCoro::Task<> AuthenticationStore::remove(qint64 accountID)
 {
     const QPointer<AuthenticationStore> self(this);
     const auto credentialStore = m_credentialStore;
-    // The deletion may wait for a person; the list does not.
-    forget(accountID);
-    if (!self)
-        co_return;
-    Turn turn;
+    CredentialTurn turn;
     try {
         // A refresh under way may store one more credential, which has to go as well.
-        turn = co_await takeTurn(accountID, std::stop_token());
-    } catch (const Error &) {
-        qCInfo(accountsLog) << "A credential is removed without waiting for others.";
+        turn = co_await m_turns.take(accountID, CredentialUse::Removing, std::stop_token());
+    } catch (const Error &error) {
+        qCInfo(accountsLog).noquote() << "A credential is removed out of turn:" << error.description();
     }
-    if (self && isListed(accountID))
-        co_return; // connected again in the meantime
+    if (!self)
+        co_return;
+    const auto session = std::ranges::find(m_sessions, accountID, &GitHubAccountSession::id);
+    if (session == m_sessions.end())
+        co_return;
+    const QString login = session->account.login;
+    std::exception_ptr failure;
     try {
         co_await credentialStore->remove(accountID, Interaction::Allowed);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (failure)
+        throw AccountRemovalError(login, failure);
+    if (self)
+        forget(accountID);
+}
+
+QCoro::Task<> AuthenticationStore::unlock()
+{
+    const auto credentialStore = m_credentialStore;
+    QList<qint64> accountIDs;
+    for (const GitHubAccountSession &session : std::as_const(m_sessions))
+        accountIDs.append(session.id());
+    try {
+        co_await credentialStore->unlock(accountIDs);
     } catch (const Error &error) {
-        qCInfo(accountsLog).noquote() << "The credential was not removed:" << error.description();
+        qCInfo(accountsLog).noquote() << "The credentials were not unlocked:" << error.description();
     }
 }
 
@@ -134,13 +183,51 @@ void AuthenticationStore::adoptStoredAccounts()
         sessions.append({account, isNew ? GitHubSessionStatus::ReconnectRequired : known->status});
     }
     m_unreadAccounts.intersect(listed);
-    m_unsavedCredentials.removeIf([&listed](const auto &entry) { return !listed.contains(entry.key()); });
+    m_endedAccounts.intersect(listed);
+    for (const GitHubAccountSession &session : std::as_const(m_sessions)) {
+        if (!listed.contains(session.id()))
+            m_renewal.supersede(session.id());
+    }
     if (sessions == m_sessions)
         return;
     m_sessions = std::move(sessions);
-    if (!m_isRestoring)
-        m_scope.launch(restoreStatuses(m_scope.stopToken()), "Restoring the accounts");
+    readUnreadAccounts();
     Q_EMIT sessionsChanged();
+}
+
+/// Another process has stored new credentials: what is known of the old ones is out of date. Connecting has led the
+/// user to the page of installations there, as it does here.
+void AuthenticationStore::adoptConnections()
+{
+    const QPointer<AuthenticationStore> self(this);
+    const QList<qint64> accountIDs = m_connectionCounts.takeChanged();
+    if (!accountIDs.isEmpty() && m_services.installationPage)
+        m_services.installationPage->noteOpened();
+    for (const qint64 accountID : accountIDs) {
+        if (!isListed(accountID))
+            continue;
+        m_unreadAccounts.insert(accountID);
+        noteNewCredential(accountID);
+        if (!self)
+            return;
+    }
+    readUnreadAccounts();
+}
+
+void AuthenticationStore::readUnreadAccounts()
+{
+    // A restoration under way may be waiting to try again.
+    if (m_isRestoring)
+        m_scope.launch(readStatuses(), "Reading new credentials");
+    else
+        m_scope.launch(restoreStatuses(m_scope.stopToken()), "Restoring the accounts");
+}
+
+void AuthenticationStore::noteNewCredential(qint64 accountID)
+{
+    m_renewal.supersede(accountID);
+    m_promptCredentials->forget(accountID);
+    Q_EMIT credentialChanged(accountID);
 }
 
 QCoro::Task<> AuthenticationStore::restoreStatuses(std::stop_token stop)
@@ -185,7 +272,10 @@ QCoro::Task<> AuthenticationStore::readStatuses()
         // Whatever became of the account in the meantime is newer than this answer.
         if (!m_unreadAccounts.contains(accountID) || (failure && isTemporary(failure)))
             continue;
-        updateStatus(credential ? GitHubSessionStatus::Connected : GitHubSessionStatus::ReconnectRequired, accountID);
+        if (credential && !m_endedSessions.contains(accountID, *credential))
+            updateStatus(accountID, GitHubSessionStatus::Connected);
+        else
+            endSession(accountID);
         if (!self)
             co_return;
     }
@@ -199,11 +289,24 @@ void AuthenticationStore::persistAccounts()
     m_services.defaults->setValue(kAccountsKey, encodeJSON(accounts));
 }
 
+void AuthenticationStore::adoptConnected(const GitHubAccount &account)
+{
+    const QPointer<AuthenticationStore> self(this);
+    m_renewal.supersede(account.id);
+    m_endedSessions.remove(account.id);
+    m_endedAccounts.remove(account.id);
+    upsert({account, GitHubSessionStatus::Connected});
+    if (!self)
+        return;
+    m_connectionCounts.increase(account.id);
+    if (self)
+        noteNewCredential(account.id);
+}
+
 void AuthenticationStore::upsert(const GitHubAccountSession &session)
 {
     const auto before = m_sessions;
     m_unreadAccounts.remove(session.id());
-    m_unsavedCredentials.remove(session.id());
     const auto known = std::ranges::find(m_sessions, session.id(), &GitHubAccountSession::id);
     if (known != m_sessions.end())
         *known = session;
@@ -218,7 +321,9 @@ void AuthenticationStore::upsert(const GitHubAccountSession &session)
 void AuthenticationStore::forget(qint64 accountID)
 {
     m_unreadAccounts.remove(accountID);
-    m_unsavedCredentials.remove(accountID);
+    m_endedAccounts.remove(accountID);
+    m_endedSessions.remove(accountID);
+    m_renewal.supersede(accountID);
     const auto removed
         = m_sessions.removeIf([accountID](const GitHubAccountSession &session) { return session.id() == accountID; });
     persistAccounts();
@@ -226,14 +331,57 @@ void AuthenticationStore::forget(qint64 accountID)
         Q_EMIT sessionsChanged();
 }
 
-void AuthenticationStore::updateStatus(GitHubSessionStatus status, qint64 accountID)
+/// Whatever made it good: another process, a keyring that can be read again.
+void AuthenticationStore::noteGoodCredential(qint64 accountID)
+{
+    const auto session = std::ranges::find(m_sessions, accountID, &GitHubAccountSession::id);
+    if (session != m_sessions.end() && session->status == GitHubSessionStatus::ReconnectRequired)
+        updateStatus(accountID, GitHubSessionStatus::Connected);
+}
+
+void AuthenticationStore::updateStatus(qint64 accountID, GitHubSessionStatus status)
+{
+    setSession(accountID, status, false);
+}
+
+void AuthenticationStore::endSession(qint64 accountID)
+{
+    setSession(accountID, GitHubSessionStatus::ReconnectRequired, true);
+}
+
+void AuthenticationStore::setSession(qint64 accountID, GitHubSessionStatus status, bool hasEnded)
 {
     m_unreadAccounts.remove(accountID);
     const auto session = std::ranges::find(m_sessions, accountID, &GitHubAccountSession::id);
-    if (session == m_sessions.end() || session->status == status)
+    if (session == m_sessions.end())
+        return;
+    if (session->status == status && m_endedAccounts.contains(accountID) == hasEnded)
         return;
     session->status = status;
+    if (hasEnded)
+        m_endedAccounts.insert(accountID);
+    else
+        m_endedAccounts.remove(accountID);
     Q_EMIT sessionsChanged();
+}
+
+QCoro::Task<GitHubCredential> AuthenticationStore::validCredential(qint64 accountID, std::stop_token stop)
+{
+    return m_credentials->validCredential(accountID, std::move(stop));
+}
+
+std::optional<QString> AuthenticationStore::advice(qint64 accountID) const
+{
+    const auto session = std::ranges::find(m_sessions, accountID, &GitHubAccountSession::id);
+    if (session == m_sessions.end() || !hasEnded(accountID))
+        return std::nullopt;
+    return QStringLiteral("Connect %1 again.").arg(session->account.login);
+}
+
+QString AuthenticationStore::explain(qint64 accountID, const std::exception_ptr &failure) const
+{
+    const auto help = advice(accountID);
+    return help ? describe(failure) + QLatin1Char(' ') + *help : describe(failure);
 }
 
 bool AuthenticationStore::isListed(qint64 accountID) const

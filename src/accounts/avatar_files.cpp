@@ -38,7 +38,7 @@ std::optional<AvatarFiles::Found> AvatarFiles::read(const WebAddress &address) c
 {
     const QString path = pathOf(address);
     try {
-        auto content = readFile(path);
+        auto content = readPrivateFile(path);
         if (!content)
             return std::nullopt;
         const std::chrono::milliseconds stored(QFileInfo(path).lastModified().toMSecsSinceEpoch());

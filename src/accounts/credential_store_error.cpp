@@ -24,6 +24,8 @@ QString CredentialStoreError::description() const
             "KeePassXC with its Secret Service integration turned on.");
     case ProviderEnded:
         return QStringLiteral("The keyring ended before it answered. Try again.");
+    case NotAnswering:
+        return QStringLiteral("The keyring does not answer. Restart it, or log in again.");
     default:
         break;
     }

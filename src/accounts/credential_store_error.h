@@ -3,6 +3,8 @@
 
 #include "support/error.h"
 
+#include <utility>
+
 namespace velmora
 {
 
@@ -17,11 +19,12 @@ public:
 
     /// Statuses of Case::Keychain.
     enum Status : qint32 {
-        Locked = 1, ///< locked, and nobody may be asked
-        Dismissed = 2, ///< the person was asked to unlock and declined
+        Locked = 1, ///< locked, and the user may not be asked
+        Dismissed = 2, ///< the user was asked to unlock and declined
         NoProvider = 3, ///< no Secret Service on the bus, and none that can be started
         ProviderEnded = 4, ///< the provider ended before it answered
         Failed = 5, ///< anything else
+        NotAnswering = 6, ///< the provider runs and does not answer
     };
 
     static CredentialStoreError keychain(qint32 status, QString detail = {});
@@ -29,7 +32,7 @@ public:
 
     [[nodiscard]] Case errorCase() const { return m_case; }
     [[nodiscard]] qint32 status() const { return m_status; }
-    /// Tells the person what to do about it.
+    /// Tells the user what to do about it.
     [[nodiscard]] QString description() const override;
     [[nodiscard]] const char *what() const noexcept override { return "velmora::CredentialStoreError"; }
 

@@ -4,6 +4,16 @@
 namespace velmora
 {
 
+QCoro::Task<> InMemoryCredentialStore::prepareToSave()
+{
+    co_return;
+}
+
+QCoro::Task<> InMemoryCredentialStore::unlock(QList<qint64>)
+{
+    co_return;
+}
+
 QCoro::Task<> InMemoryCredentialStore::save(
     GitHubCredential credential, qint64 accountID, [[maybe_unused]] Interaction interaction)
 {

@@ -12,6 +12,8 @@ namespace velmora
 class InMemoryCredentialStore final : public CredentialStoring
 {
 public:
+    [[nodiscard]] QCoro::Task<> prepareToSave() override;
+    [[nodiscard]] QCoro::Task<> unlock(QList<qint64> accountIDs) override;
     [[nodiscard]] QCoro::Task<> save(GitHubCredential credential, qint64 accountID, Interaction interaction) override;
     [[nodiscard]] QCoro::Task<std::optional<GitHubCredential>> load(qint64 accountID) override;
     [[nodiscard]] QCoro::Task<> remove(qint64 accountID, Interaction interaction) override;

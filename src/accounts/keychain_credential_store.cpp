@@ -2,12 +2,12 @@
 #include "accounts/keychain_credential_store.h"
 
 #include "accounts/credential_store_error.h"
-#include "accounts/secret_service_connection.h"
+#include "accounts/open_wallets.h"
+#include "accounts/secret_service_calls.h"
+#include "support/erased.h"
 #include "support/json.h"
 
-#include <QList>
-
-#include <cstring>
+#include <QSet>
 
 namespace velmora
 {
@@ -15,193 +15,195 @@ namespace velmora
 namespace
 {
 
-struct HashTableDeleter {
-    void operator()(GHashTable *table) const { g_hash_table_unref(table); }
-};
-struct SecretValueDeleter {
-    void operator()(SecretValue *value) const { secret_value_unref(value); }
-};
-struct ListDeleter {
-    void operator()(GList *list) const { g_list_free(list); }
-};
-using Attributes = std::unique_ptr<GHashTable, HashTableDeleter>;
-using Secret = std::unique_ptr<SecretValue, SecretValueDeleter>;
-using List = std::unique_ptr<GList, ListDeleter>;
-using Item = GReference<SecretItem>;
-using Items = QList<Item>;
+using Operation = SecretOperation;
 
-/// Everything that an operation needs once the store is gone.
-struct Operation {
-    std::shared_ptr<SecretServiceConnection> connection;
-    QByteArray serviceName;
-    QByteArray account;
-    Interaction interaction;
-    GReference<SecretService> service;
+/// How many more sessions are tried when a secret does not get through one.
+constexpr int kFurtherSessions = 2;
+
+/// What there is of an account, and what stands before it.
+struct Found {
+    SecretItems items;
+    SecretProxies locked; ///< what would have to be unlocked to reach all of them
 };
 
-const SecretSchema *schema()
+[[noreturn]] void throwLocked()
 {
-    static const SecretSchema schema = [] {
-        SecretSchema made = {};
-        made.name = "com.tarvik.velmora.credential";
-        made.flags = SECRET_SCHEMA_NONE;
-        made.attributes[0] = {"service", SECRET_SCHEMA_ATTRIBUTE_STRING};
-        made.attributes[1] = {"account", SECRET_SCHEMA_ATTRIBUTE_STRING};
-        return made;
-    }();
-    return &schema;
+    throw CredentialStoreError::keychain(CredentialStoreError::Locked);
 }
 
-Attributes attributesOf(const Operation &operation)
-{
-    return Attributes(secret_attributes_build(
-        schema(), "service", operation.serviceName.constData(), "account", operation.account.constData(), nullptr));
-}
-
-bool isLocked(const Item &item)
+bool isLocked(const GReference<SecretItem> &item)
 {
     return secret_item_get_locked(item);
 }
 
-[[noreturn]] void throwStatus(CredentialStoreError::Status status)
+GReference<GDBusProxy> proxyOf(SecretItem *item)
 {
-    throw CredentialStoreError::keychain(status);
+    return GReference<GDBusProxy>::share(G_DBUS_PROXY(item));
 }
 
-/// The item itself is of no use any more, so it is told from others by its place.
-QByteArray pathOf(const Item &item)
+GReference<GDBusProxy> proxyOf(SecretCollection *collection)
 {
-    return g_dbus_proxy_get_object_path(G_DBUS_PROXY(static_cast<SecretItem *>(item)));
-}
-
-QByteArray collectionOf(const Item &item)
-{
-    const QByteArray path = pathOf(item);
-    return path.left(path.lastIndexOf('/'));
+    return GReference<GDBusProxy>::share(G_DBUS_PROXY(collection));
 }
 
 /// The item that counts when several match: one that can be read, and of those the latest.
-Item preferred(const Items &items)
+GReference<SecretItem> preferred(const SecretItems &items)
 {
-    const auto rank = [](const Item &item) {
+    const auto rank = [](const GReference<SecretItem> &item) {
         return std::pair(!isLocked(item), secret_item_get_modified(item));
     };
     return *std::ranges::max_element(items, {}, rank);
+}
+
+bool isReadable(const Found &found)
+{
+    return !found.items.isEmpty() && !isLocked(preferred(found.items));
 }
 
 Secret encoded(const GitHubCredential &credential)
 {
     QByteArray json = encodeJSON(credential);
     Secret secret(secret_value_new(json.constData(), json.size(), "application/json"));
-    explicit_bzero(json.data(), static_cast<std::size_t>(json.size()));
+    erase(json);
     return secret;
 }
 
-/// Everything that matches, locked or not. Never asks the person.
-QCoro::Task<Items> search(Operation operation)
+/// The default collection when it is locked, else null.
+QCoro::Task<GReference<GDBusProxy>> lockedDefaultCollection(Operation operation)
 {
-    const auto attributes = attributesOf(operation);
-    const auto answer = operation.connection->answerOfProvider();
-    secret_service_search(
-        operation.service, schema(), attributes.get(), SECRET_SEARCH_ALL, nullptr, settleAnswer, settles(answer));
-    const auto result = co_await answer;
-    GError *error = nullptr;
-    const List found(secret_service_search_finish(operation.service, result, &error));
-    throwKeyringError(error, operation.interaction);
-    Items items;
-    for (const GList *link = found.get(); link; link = link->next)
-        items.append(Item::adopt(SECRET_ITEM(link->data)));
-    co_return items;
+    const auto collection = co_await defaultCollection(operation);
+    GReference<GDBusProxy> locked;
+    if (collection && secret_collection_get_locked(collection))
+        locked = proxyOf(collection);
+    co_return locked;
 }
 
-/// Unlocks what is locked among the items, or throws.
-QCoro::Task<> unlock(Operation operation, Items items)
+QCoro::Task<Found> lookUp(Operation operation)
 {
-    GList *locked = nullptr;
-    for (const Item &item : items) {
+    Found found;
+    found.items = co_await searchItems(operation);
+    for (const auto &item : std::as_const(found.items)) {
         if (isLocked(item))
-            locked = g_list_prepend(locked, static_cast<SecretItem *>(item));
+            found.locked.append(proxyOf(item));
     }
-    const List list(locked);
-    if (!list)
+    if (!found.items.isEmpty())
+        co_return found;
+    // Some providers show nothing of what is in a locked collection.
+    const auto collection = co_await lockedDefaultCollection(operation);
+    if (collection)
+        found.locked.append(collection);
+    co_return found;
+}
+
+/// Where the user may be asked, what is open all the same is unlocked with everything else.
+QCoro::Task<Found> find(Operation operation)
+{
+    Found found = co_await lookUp(operation);
+    if (found.locked.isEmpty() || operation.interaction == Interaction::Allowed)
+        co_return found;
+    const bool isOpened = co_await openWallets(operation, found.locked);
+    if (isOpened)
+        found = co_await lookUp(operation);
+    co_return found;
+}
+
+/// Takes from the objects those that the user has been asked for already, and notes the others.
+SecretProxies notYetAsked(const SecretProxies &objects, QSet<QByteArray> &asked)
+{
+    SecretProxies remaining;
+    for (const auto &object : objects) {
+        const QByteArray path = pathOf(object);
+        if (asked.contains(path))
+            continue;
+        asked.insert(path);
+        remaining.append(object);
+    }
+    return remaining;
+}
+
+/// The items of the account, all unlocked. Throws Locked, or Dismissed after a question.
+QCoro::Task<SecretItems> openedItems(Operation operation)
+{
+    QSet<QByteArray> asked;
+    Found found = co_await find(operation);
+    // A collection may show items, once it is open, that have to be unlocked one by one.
+    while (!found.locked.isEmpty()) {
+        if (operation.interaction == Interaction::Forbidden)
+            throwLocked();
+        const SecretProxies objects = notYetAsked(found.locked, asked);
+        if (objects.isEmpty())
+            throw CredentialStoreError::keychain(CredentialStoreError::Dismissed);
+        co_await unlockProxies(operation, objects);
+        found = co_await find(operation);
+    }
+    co_return SecretItems(found.items);
+}
+
+/// What keeps the credentials of the accounts from being loaded.
+QCoro::Task<SecretProxies> obstacles(QList<Operation> operations)
+{
+    SecretProxies locked;
+    for (const Operation &operation : operations) {
+        const Found found = co_await find(operation);
+        if (!isReadable(found))
+            locked.append(found.locked);
+    }
+    co_return locked;
+}
+
+/// `operations`: one for each account, of one store.
+QCoro::Task<> unlockAll(QList<Operation> operations)
+{
+    if (operations.isEmpty())
         co_return;
-    if (operation.interaction == Interaction::Forbidden)
-        throwStatus(CredentialStoreError::Locked);
-    const auto answer = operation.connection->answerOfProvider();
-    secret_service_unlock(operation.service, list.get(), nullptr, settleAnswer, settles(answer));
-    const auto result = co_await answer;
-    GError *error = nullptr;
-    const gint count = secret_service_unlock_finish(operation.service, result, nullptr, &error);
-    throwKeyringError(error, operation.interaction);
-    if (count == 0)
-        throwStatus(CredentialStoreError::Dismissed);
-}
-
-/// Throws Locked unless a new item can be stored in the default collection without a question.
-QCoro::Task<> requireOpenDefaultCollection(Operation operation)
-{
-    const auto answer = operation.connection->answerOfProvider();
-    secret_collection_for_alias(
-        operation.service, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, nullptr, settleAnswer, settles(answer));
-    const auto result = co_await answer;
-    GError *error = nullptr;
-    const auto collection = GReference<SecretCollection>::adopt(secret_collection_for_alias_finish(result, &error));
-    throwKeyringError(error, operation.interaction);
-    // Without a collection the provider would ask for the password of a new one.
-    if (!collection || secret_collection_get_locked(collection))
-        throwStatus(CredentialStoreError::Locked);
-}
-
-/// Stores the secret in the collection; an item there with the same attributes is replaced.
-QCoro::Task<> store(Operation operation, QByteArray collection, Secret secret)
-{
-    const auto attributes = attributesOf(operation);
-    const QByteArray label = "Velmora (GitHub account " + operation.account + ')';
-    const auto answer = operation.connection->answerOfProvider();
-    secret_service_store(operation.service, schema(), attributes.get(), collection.constData(), label.constData(),
-        secret.get(), nullptr, settleAnswer, settles(answer));
-    const auto result = co_await answer;
-    GError *error = nullptr;
-    secret_service_store_finish(operation.service, result, &error);
-    // This is how libsecret reports that the person declined to make the very first keyring.
-    if (g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_METHOD)) {
-        g_error_free(error);
-        throwStatus(CredentialStoreError::Dismissed);
+    const auto service = co_await SecretServiceConnection::service(operations.first().connection);
+    for (Operation &operation : operations)
+        operation.service = service;
+    QSet<QByteArray> asked;
+    while (true) {
+        const SecretProxies locked = co_await obstacles(operations);
+        const SecretProxies objects = notYetAsked(locked, asked);
+        if (objects.isEmpty())
+            co_return;
+        co_await unlockProxies(operations.first(), objects);
     }
-    throwKeyringError(error, operation.interaction);
 }
 
-QCoro::Task<> deleteItem(Operation operation, Item item)
+QCoro::Task<> prepare(Operation operation)
 {
-    const auto answer = operation.connection->answerOfProvider();
-    secret_item_delete(item, nullptr, settleAnswer, settles(answer));
-    const auto result = co_await answer;
-    GError *error = nullptr;
-    const bool isDeleted = secret_item_delete_finish(item, result, &error);
-    if (g_error_matches(error, SECRET_ERROR, SECRET_ERROR_NO_SUCH_OBJECT)) {
-        // Somebody else was quicker.
-        g_error_free(error);
+    operation.service = co_await SecretServiceConnection::service(operation.connection);
+    const auto collection = co_await defaultCollection(operation);
+    if (!collection) {
+        co_await createDefaultCollection(operation);
         co_return;
     }
-    throwKeyringError(error, operation.interaction);
-    if (!isDeleted)
-        throwStatus(CredentialStoreError::Dismissed);
+    if (!secret_collection_get_locked(collection))
+        co_return;
+    const SecretProxies locked(1, proxyOf(collection));
+    co_await unlockProxies(operation, locked);
+}
+
+/// A new item would be stored in the default collection. Without one the provider asks for the password of a new one.
+QCoro::Task<> requireDefaultCollection(Operation operation)
+{
+    const auto collection = co_await defaultCollection(operation);
+    if (!collection)
+        throwLocked();
 }
 
 QCoro::Task<> saveCredential(Operation operation, GitHubCredential credential)
 {
     operation.service = co_await SecretServiceConnection::service(operation.connection);
-    const Items items = co_await search(operation);
-    co_await unlock(operation, items);
+    const SecretItems items = co_await openedItems(operation);
     if (items.isEmpty() && operation.interaction == Interaction::Forbidden)
-        co_await requireOpenDefaultCollection(operation);
+        co_await requireDefaultCollection(operation);
     QByteArray collection = SECRET_COLLECTION_DEFAULT;
     if (!items.isEmpty())
         collection = collectionOf(preferred(items));
     auto secret = encoded(credential);
-    co_await store(operation, collection, std::move(secret));
+    co_await storeSecret(operation, collection, std::move(secret));
     // Copies in other collections would come back one day as outdated credentials.
-    for (const Item &item : items) {
+    for (const auto &item : items) {
         if (collectionOf(item) != collection)
             co_await deleteItem(operation, item);
     }
@@ -210,19 +212,14 @@ QCoro::Task<> saveCredential(Operation operation, GitHubCredential credential)
 QCoro::Task<std::optional<GitHubCredential>> loadCredential(Operation operation)
 {
     operation.service = co_await SecretServiceConnection::service(operation.connection);
-    const Items items = co_await search(operation);
-    if (items.isEmpty())
+    const Found found = co_await find(operation);
+    if (!isReadable(found)) {
+        if (!found.locked.isEmpty())
+            throwLocked();
         co_return std::nullopt;
-    const Item item = preferred(items);
-    if (isLocked(item))
-        throwStatus(CredentialStoreError::Locked);
-    const auto answer = operation.connection->answerOfProvider();
-    secret_item_load_secret(item, nullptr, settleAnswer, settles(answer));
-    const auto result = co_await answer;
-    GError *error = nullptr;
-    secret_item_load_secret_finish(item, result, &error);
-    throwKeyringError(error, operation.interaction);
-    const Secret secret(secret_item_get_secret(item));
+    }
+    const auto item = preferred(found.items);
+    const Secret secret = co_await loadSecret(operation, item);
     gsize size = 0;
     const gchar *text = secret ? secret_value_get(secret.get(), &size) : nullptr;
     if (!text || size == 0)
@@ -234,40 +231,81 @@ QCoro::Task<std::optional<GitHubCredential>> loadCredential(Operation operation)
 QCoro::Task<> removeCredential(Operation operation)
 {
     operation.service = co_await SecretServiceConnection::service(operation.connection);
-    const Items items = co_await search(operation);
-    co_await unlock(operation, items);
-    for (const Item &item : items)
+    const SecretItems items = co_await openedItems(operation);
+    for (const auto &item : items)
         co_await deleteItem(operation, item);
+}
+
+/// KWallet misreads about one session in a hundred: those in which a key begins with a byte of zeros.
+bool mayBeOfSession(const CredentialStoreError &error)
+{
+    return error == CredentialStoreError::keychain(CredentialStoreError::Failed);
 }
 
 } // namespace
 
-KeychainCredentialStore::KeychainCredentialStore(QString service)
+KeychainCredentialStore::KeychainCredentialStore(QString service, std::chrono::milliseconds patience)
     : m_service(std::move(service))
-    , m_connection(std::make_shared<SecretServiceConnection>())
+    , m_connection(std::make_shared<SecretServiceConnection>(patience))
 {
 }
 
 KeychainCredentialStore::~KeychainCredentialStore() = default;
 
+SecretOperation KeychainCredentialStore::operation(qint64 accountID, Interaction interaction) const
+{
+    return SecretOperation{m_connection, m_service.toUtf8(), QByteArray::number(accountID), interaction, {}};
+}
+
+QCoro::Task<> KeychainCredentialStore::prepareToSave()
+{
+    // It is about no account in particular.
+    const Operation asking = operation(0, Interaction::Allowed);
+    co_await prepare(asking);
+}
+
+QCoro::Task<> KeychainCredentialStore::unlock(QList<qint64> accountIDs)
+{
+    QList<Operation> operations;
+    for (const qint64 accountID : std::as_const(accountIDs))
+        operations.append(operation(accountID, Interaction::Allowed));
+    co_await unlockAll(operations);
+}
+
 QCoro::Task<> KeychainCredentialStore::save(GitHubCredential credential, qint64 accountID, Interaction interaction)
 {
-    const Operation operation{m_connection, m_service.toUtf8(), QByteArray::number(accountID), interaction, {}};
-    co_await saveCredential(operation, std::move(credential));
+    const Operation saving = operation(accountID, interaction);
+    for (int furtherSessions = kFurtherSessions;; --furtherSessions) {
+        try {
+            co_await saveCredential(saving, credential);
+            co_return;
+        } catch (const CredentialStoreError &error) {
+            if (furtherSessions == 0 || !mayBeOfSession(error))
+                throw;
+        }
+        saving.connection->renewSession();
+    }
 }
 
 QCoro::Task<std::optional<GitHubCredential>> KeychainCredentialStore::load(qint64 accountID)
 {
-    const Operation operation{
-        m_connection, m_service.toUtf8(), QByteArray::number(accountID), Interaction::Forbidden, {}};
-    auto credential = co_await loadCredential(operation);
-    co_return credential;
+    const Operation loading = operation(accountID, Interaction::Forbidden);
+    for (int furtherSessions = kFurtherSessions;; --furtherSessions) {
+        try {
+            auto credential = co_await loadCredential(loading);
+            co_return credential;
+        } catch (const CredentialStoreError &error) {
+            if (furtherSessions == 0 || !mayBeOfSession(error))
+                throw;
+        }
+        loading.connection->renewSession();
+    }
 }
 
 QCoro::Task<> KeychainCredentialStore::remove(qint64 accountID, Interaction interaction)
 {
-    const Operation operation{m_connection, m_service.toUtf8(), QByteArray::number(accountID), interaction, {}};
-    co_await removeCredential(operation);
+    const Operation removing = operation(accountID, interaction);
+    co_await removeCredential(removing);
 }
 
 } // namespace velmora

@@ -2,6 +2,7 @@
 #include "accounts/secret_service_connection.h"
 
 #include "accounts/credential_store_error.h"
+#include "support/fail_after.h"
 
 #include <QString>
 
@@ -43,13 +44,15 @@ CredentialStoreError::Status statusOf(const GError *error, Interaction interacti
     }
     if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CLOSED))
         return CredentialStoreError::ProviderEnded;
+    if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT))
+        return CredentialStoreError::NotAnswering;
     return CredentialStoreError::Failed;
 }
 
-void callBus(GDBusConnection *bus, const char *method, GVariant *parameters, const GAnswer &answer)
+void callBus(GDBusConnection *bus, const char *method, GVariant *parameters, int timeout, const GAnswer &answer)
 {
-    g_dbus_connection_call(bus, kBusName, kBusPath, kBusName, method, parameters, nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
-        nullptr, settleAnswer, settles(answer));
+    g_dbus_connection_call(bus, kBusName, kBusPath, kBusName, method, parameters, nullptr, G_DBUS_CALL_FLAGS_NONE,
+        timeout, nullptr, settleAnswer, settles(answer));
 }
 
 } // namespace
@@ -90,7 +93,7 @@ QCoro::Task<GReference<SecretService>> SecretServiceConnection::service(Self con
         co_return GReference<SecretService>(connection->m_service);
     const auto answer = connection->answerOfProvider();
     secret_service_open(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_NONE, nullptr, settleAnswer, settles(answer));
-    const auto result = co_await answer;
+    const auto result = co_await timelyAnswer(connection, answer);
     GError *error = nullptr;
     const auto opened = GReference<SecretService>::adopt(secret_service_open_finish(result, &error));
     throwKeyringError(error, Interaction::Forbidden);
@@ -103,6 +106,15 @@ GAnswer SecretServiceConnection::answerOfProvider()
 {
     std::erase_if(m_pending, [](const GAnswer &answer) { return answer.isSettled(); });
     return m_pending.emplace_back();
+}
+
+QCoro::Task<GReference<GAsyncResult>> SecretServiceConnection::timelyAnswer(Self connection, GAnswer answer)
+{
+    const auto notAnswering
+        = std::make_exception_ptr(CredentialStoreError::keychain(CredentialStoreError::NotAnswering));
+    const FailAfter limit(answer, connection->m_patience, notAnswering);
+    auto result = co_await answer;
+    co_return result;
 }
 
 QCoro::Task<> SecretServiceConnection::connectToBus(Self self)
@@ -125,7 +137,7 @@ QCoro::Task<QByteArray> SecretServiceConnection::ownerOfName(Self self)
 {
     const GReference<GDBusConnection> bus = self->m_bus;
     const GAnswer answer;
-    callBus(bus, "GetNameOwner", g_variant_new("(s)", kServiceName), answer);
+    callBus(bus, "GetNameOwner", g_variant_new("(s)", kServiceName), self->timeout(), answer);
     const auto result = co_await answer;
     // The one failure that matters is that nobody owns the name.
     const Variant reply(g_dbus_connection_call_finish(bus, result, nullptr));
@@ -142,7 +154,7 @@ QCoro::Task<bool> SecretServiceConnection::startProvider(Self self, const char *
 {
     const GReference<GDBusConnection> bus = self->m_bus;
     const GAnswer answer;
-    callBus(bus, "StartServiceByName", g_variant_new("(su)", name, 0U), answer);
+    callBus(bus, "StartServiceByName", g_variant_new("(su)", name, 0U), self->timeout(), answer);
     const auto result = co_await answer;
     const Variant reply(g_dbus_connection_call_finish(bus, result, nullptr));
     co_return reply != nullptr;
@@ -209,6 +221,7 @@ void SecretServiceConnection::endPendingAnswers()
 {
     m_service = {};
     m_owner.clear();
+    m_reluctantWallets.clear();
     const auto pending = std::exchange(m_pending, {});
     for (const GAnswer &answer : pending)
         answer.fail(std::make_exception_ptr(CredentialStoreError::keychain(CredentialStoreError::ProviderEnded)));

@@ -5,11 +5,14 @@
 #include <libsecret/secret.h>
 
 #include "accounts/credential_storing.h"
+#include "support/async_mutex.h"
 #include "support/one_shot.h"
 
 #include <QByteArray>
 #include <QCoroTask>
+#include <QSet>
 
+#include <chrono>
 #include <memory>
 #include <vector>
 
@@ -78,23 +81,46 @@ void throwKeyringError(GError *error, Interaction interaction);
 class SecretServiceConnection final : public std::enable_shared_from_this<SecretServiceConnection>
 {
 public:
-    SecretServiceConnection() = default;
+    /// `patience`: how long a provider may take for an answer that needs no user.
+    explicit SecretServiceConnection(std::chrono::milliseconds patience)
+        : m_patience(patience)
+    {
+    }
     SecretServiceConnection(const SecretServiceConnection &) = delete;
     SecretServiceConnection &operator=(const SecretServiceConnection &) = delete;
     ~SecretServiceConnection();
 
-    /// The service of the provider that runs now. Throws CredentialStoreError, NoProvider among them.
+    /// The service of the provider that runs now. Throws CredentialStoreError: NoProvider, NotAnswering and others.
     [[nodiscard]] static QCoro::Task<GReference<SecretService>> service(
         std::shared_ptr<SecretServiceConnection> connection);
+
+    /// Opens a new session for the next operation, in which secrets are encrypted with other keys.
+    void renewSession() { m_service = {}; }
 
     /// For a call to the provider: fails with ProviderEnded when the provider ends, for then libsecret's
     /// callback may never come. Nothing is ever cancelled instead: cancelling a prompt brings gnome-keyring down.
     [[nodiscard]] GAnswer answerOfProvider();
+    /// What the provider answers to a call that asks the user nothing. Throws NotAnswering when it takes longer than
+    /// the patience.
+    [[nodiscard]] static QCoro::Task<GReference<GAsyncResult>> timelyAnswer(
+        std::shared_ptr<SecretServiceConnection> connection, GAnswer answer);
+
+    [[nodiscard]] std::chrono::milliseconds patience() const { return m_patience; }
+    /// Held while the user is asked something.
+    [[nodiscard]] const AsyncMutex &questions() const { return m_questions; }
+    /// Held while something is opened that needs no question.
+    [[nodiscard]] const AsyncMutex &openings() const { return m_openings; }
+    /// How many requests to unlock the user has declined so far.
+    [[nodiscard]] int dismissals() const { return m_dismissals; }
+    void noteDismissal() { ++m_dismissals; }
+    /// The paths of wallets that did not open unasked, although they should have. Empty once the provider ends.
+    [[nodiscard]] QSet<QByteArray> &reluctantWallets() { return m_reluctantWallets; }
 
 private:
     using Self = std::shared_ptr<SecretServiceConnection>;
 
     static QCoro::Task<> connectToBus(Self self);
+    [[nodiscard]] int timeout() const { return static_cast<int>(m_patience.count()); }
     static QCoro::Task<QByteArray> ownerOfName(Self self);
     static QCoro::Task<bool> startProvider(Self self, const char *name);
     static QCoro::Task<QByteArray> runningProvider(Self self);
@@ -113,6 +139,11 @@ private:
     GReference<SecretService> m_service;
     QByteArray m_owner; ///< the unique name of the provider that m_service talks to
     std::vector<GAnswer> m_pending;
+    std::chrono::milliseconds m_patience;
+    AsyncMutex m_questions;
+    AsyncMutex m_openings;
+    int m_dismissals = 0;
+    QSet<QByteArray> m_reluctantWallets;
 };
 
 } // namespace velmora

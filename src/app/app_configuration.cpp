@@ -29,15 +29,28 @@ const QString kSlug = QStringLiteral("VELMORA_APP_SLUG");
 const QString kAPIVersion = QStringLiteral("VELMORA_API_VERSION");
 } // namespace key
 
+/// A value and the place that it was read at.
+struct Setting {
+    QString name;
+    QString text; ///< empty: no source has a value
+    qsizetype source = -1;
+};
+
 /// The first value for the key that is not empty.
+Setting setting(const QList<Properties> &sources, const QString &name)
+{
+    for (qsizetype source = 0; source < sources.size(); ++source) {
+        const QString text = sources.at(source).value(name).trimmed();
+        if (!text.isEmpty())
+            return {name, text, source};
+    }
+    return {name, QString(), -1};
+}
+
 QString value(const QList<Properties> &sources, const QString &name, const QString &fallback)
 {
-    for (const Properties &source : sources) {
-        const QString text = source.value(name).trimmed();
-        if (!text.isEmpty())
-            return text;
-    }
-    return fallback;
+    const Setting found = setting(sources, name);
+    return found.text.isEmpty() ? fallback : found.text;
 }
 
 bool isLoopback(const QString &host)
@@ -69,12 +82,73 @@ QUrl endpoint(const QString &name, const QString &text)
     return url;
 }
 
+/// An endpoint, and the setting that it follows from.
+struct SetEndpoint {
+    QUrl url;
+    Setting origin;
+};
+
+SetEndpoint setEndpoint(const QList<Properties> &sources, const QString &name, const QUrl &ofHost, const Setting &host)
+{
+    const Setting own = setting(sources, name);
+    if (own.text.isEmpty())
+        return {ofHost, host};
+    return {endpoint(name, own.text), own};
+}
+
 GitHubEndpoints endpointsFor(const QString &host)
 {
-    const auto endpoints = endpointsOfHost(host);
+    const auto endpoints = endpointsOfHost(host.isEmpty() ? QStringLiteral("github.com") : host);
     if (!endpoints)
         fail(key::kHost, QStringLiteral("must be a host such as ghe.example.com."));
     return *endpoints;
+}
+
+SetEndpoint loginEndpoint(const QList<Properties> &sources)
+{
+    const Setting host = setting(sources, key::kHost);
+    return setEndpoint(sources, key::kLogin, endpointsFor(host.text).login, host);
+}
+
+/// Whether the endpoint may be given the tokens that are issued at the login endpoint.
+bool isOfSameGitHub(const QUrl &url, const QUrl &login)
+{
+    QUrl apiOfLogin = login;
+    apiOfLogin.setHost(QStringLiteral("api.") + login.host());
+    const LoginOrigin origin(url);
+    return origin == LoginOrigin(login) || origin == LoginOrigin(apiOfLogin);
+}
+
+/// The variables of an environment come from many places, so only a file says of two endpoints that they belong
+/// together.
+bool isWrittenTogether(const SetEndpoint &one, const SetEndpoint &other)
+{
+    constexpr qsizetype kEnvironment = 0;
+    return one.origin.source == other.origin.source && one.origin.source != kEnvironment;
+}
+
+/// Why the tokens of the login endpoint may not be sent to either of the others.
+std::optional<QString> endpointProblemOf(const SetEndpoint &api, const SetEndpoint &graphql, const SetEndpoint &login)
+{
+    for (const auto &[what, used] : {std::pair(QStringLiteral("the API"), api), {QStringLiteral("GraphQL"), graphql}}) {
+        if (used.url.isEmpty() || isWrittenTogether(used, login) || isOfSameGitHub(used.url, login.url))
+            continue;
+        return QStringLiteral("No account is used: %1 is at %2 (%3), but accounts are connected at %4 (%5), and a "
+                              "token is sent to no other host than its own. Remove one of the two settings, or write "
+                              "both into the same velmora.properties if they belong together.")
+            .arg(what, used.url.authority(), used.origin.name, login.url.authority(), login.origin.name);
+    }
+    return std::nullopt;
+}
+
+/// Nothing when what the files say cannot be used; the environment may say something else then.
+std::optional<LoginOrigin> originIn(const QList<Properties> &files)
+{
+    try {
+        return LoginOrigin(loginEndpoint(files).url);
+    } catch (const ConfigurationError &) {
+        return std::nullopt;
+    }
 }
 
 QString slug(const QString &text)
@@ -126,41 +200,50 @@ Properties builtIn()
 
 WebAddress AppConfiguration::installationURL() const
 {
-    return WebAddress(webURL.toString(QUrl::FullyEncoded) + QStringLiteral("/apps/") + appSlug
-        + QStringLiteral("/installations/new"));
+    const QString apps = isEnterpriseServer(webURL) ? QStringLiteral("github-apps") : QStringLiteral("apps");
+    return WebAddress(
+        QStringLiteral("%1/%2/%3/installations/new").arg(webURL.toString(QUrl::FullyEncoded), apps, appSlug));
 }
 
 AppConfiguration AppConfiguration::fromProperties(const QList<Properties> &sources)
 {
+    return fromProperties({}, sources);
+}
+
+AppConfiguration AppConfiguration::fromProperties(const Properties &environment, const QList<Properties> &files)
+{
+    const QList<Properties> sources = QList{environment} + files;
     AppConfiguration configuration;
     if (const QString id = value(sources, key::kClientID, {}); !id.isEmpty())
         configuration.githubClientID = id;
-    const GitHubEndpoints host = endpointsFor(value(sources, key::kHost, QStringLiteral("github.com")));
-    const auto endpointOf = [&](const QString &name, const QUrl &fallback) {
-        const QString text = value(sources, name, {});
-        return text.isEmpty() ? fallback : endpoint(name, text);
-    };
-    configuration.apiURL = endpointOf(key::kAPI, host.api);
+    const Setting hostSetting = setting(sources, key::kHost);
+    const GitHubEndpoints host = endpointsFor(hostSetting.text);
+    const SetEndpoint api = setEndpoint(sources, key::kAPI, host.api, hostSetting);
     // An API elsewhere brings its GraphQL along, unless that is said to be elsewhere too.
-    const bool isOwnAPI = configuration.apiURL != host.api;
-    configuration.graphqlURL = endpointOf(key::kGraphQL, isOwnAPI ? QUrl() : host.graphql);
-    configuration.loginURL = endpointOf(key::kLogin, host.login);
-    configuration.webURL = endpointOf(key::kWeb, host.web);
+    const bool isOwnAPI = api.url != host.api;
+    const SetEndpoint graphql = setEndpoint(sources, key::kGraphQL, isOwnAPI ? QUrl() : host.graphql, api.origin);
+    const SetEndpoint login = loginEndpoint(sources);
+    configuration.apiURL = api.url;
+    configuration.graphqlURL = graphql.url;
+    configuration.loginURL = login.url;
+    configuration.webURL = setEndpoint(sources, key::kWeb, host.web, hostSetting).url;
     configuration.appSlug = slug(value(sources, key::kSlug, QStringLiteral("tarvik-velmora")));
     configuration.apiVersion = velmora::apiVersion(value(sources, key::kAPIVersion, QStringLiteral("2026-03-10")));
+    configuration.endpointProblem = endpointProblemOf(api, graphql, login);
+    configuration.originInFiles = originIn(files);
     return configuration;
 }
 
 AppConfiguration AppConfiguration::load(const XDGDirectories &directories)
 {
-    QList<Properties> sources{environment()};
+    QList<Properties> files;
     const QStringList folders = QStringList{directories.configuration} + directories.systemConfiguration;
     for (const QString &folder : folders) {
         if (const auto properties = readProperties(folder))
-            sources.append(*properties);
+            files.append(*properties);
     }
-    sources.append(builtIn());
-    return fromProperties(sources);
+    files.append(builtIn());
+    return fromProperties(environment(), files);
 }
 
 } // namespace velmora

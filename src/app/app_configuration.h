@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "accounts/login_origin.h"
 #include "app/properties_file.h"
 #include "support/web_address.h"
 
@@ -27,17 +28,24 @@ struct AppConfiguration {
     QUrl webURL; ///< base of the pages, without a slash at its end
     QString appSlug; ///< the GitHub App's name in addresses
     QByteArray apiVersion; ///< of the REST API, a date
+    /// Why no account may be used with these endpoints; absent when they belong together. They do when all are of the
+    /// host at which accounts are connected, or when one file says where each is.
+    std::optional<QString> endpointProblem;
+    /// The GitHub that the files name, whatever the environment says; absent when that cannot be told.
+    std::optional<LoginOrigin> originInFiles;
+
+    /// The GitHub whose accounts are used.
+    [[nodiscard]] LoginOrigin loginOrigin() const { return LoginOrigin(loginURL); }
 
     /// The page on which the App is installed on an account or organisation.
     [[nodiscard]] WebAddress installationURL() const;
-
-    /// What the keyring files the credentials under.
-    [[nodiscard]] static QString keychainService() { return QStringLiteral("com.tarvik.velmora.github"); }
 
     /// Takes each key from the first of the sources that has a value for it, and what no source knows from the
     /// defaults. Throws ConfigurationError for a value that cannot be used: an endpoint must be https or on
     /// this machine.
     [[nodiscard]] static AppConfiguration fromProperties(const QList<Properties> &sources);
+    /// The same for what the environment says, which comes first, and the files.
+    [[nodiscard]] static AppConfiguration fromProperties(const Properties &environment, const QList<Properties> &files);
 
     /// From the environment of the process, "velmora.properties" in the configuration directories, the
     /// user's first, and the copy built into the program. Throws ConfigurationError and FileError.

@@ -41,19 +41,24 @@ private:
     ClipboardPasteboard m_clipboard;
 };
 
-/// The person's browser, once the person is there to click.
+/// The user's browser, once the user is there to click. Until then nothing is opened, and nothing is amiss.
 class DemoURLOpener final : public URLOpener
 {
 public:
-    using URLOpener::open;
-    bool open(const WebAddress &address) override { return isAllowed && m_browser.open(address); }
+    DemoURLOpener()
+    {
+        connect(&m_browser, &URLOpener::unopenedChanged, this, [this] {
+            if (m_browser.unopened())
+                noteUnopened(*m_browser.unopened());
+        });
+    }
 
     bool isAllowed = false;
 
 protected:
-    bool openActivated(const WebAddress &address, const QString &activationToken) override
+    bool start(const WebAddress &address, const QString &activationToken) override
     {
-        return isAllowed && m_browser.open(address, activationToken);
+        return !isAllowed || m_browser.open(address, activationToken);
     }
 
 private:
@@ -136,7 +141,9 @@ AppEnvironment Demo::environment()
     environment.applicationName = QString::fromUtf16(kApplicationName) + QStringLiteral(" Demo");
     environment.configuration = demoConfiguration(m_address);
     environment.directories = XDGDirectories::under(m_folder.path());
-    environment.credentialStore = std::make_shared<InMemoryCredentialStore>();
+    environment.openCredentials = [](const QString &) {
+        return std::make_shared<InMemoryCredentialStore>();
+    };
     environment.pasteboard = m_pasteboard.get();
     environment.urlOpener = m_urlOpener.get();
     return environment;

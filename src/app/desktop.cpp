@@ -3,6 +3,7 @@
 
 #include "accounts/avatar_loader.h"
 #include "app/velmora_app.h"
+#include "notifications/linux/desktop_notifications.h"
 #include "notifications/linux/notification_service_watcher.h"
 #include "platform/fallback_status_item.h"
 #include "platform/linux/status_notifier_item.h"
@@ -14,6 +15,7 @@
 
 #include <QGuiApplication>
 #include <QIcon>
+#include <QWindow>
 
 namespace velmora
 {
@@ -27,6 +29,8 @@ using namespace std::chrono_literals;
 /// looks for it, and gets the window instead.
 constexpr auto kPatienceAtLogin = 10s;
 constexpr auto kPatience = 2s;
+/// A panel that crashes or is restarted is back in seconds, and a desktop takes the item away while it is locked.
+constexpr auto kPatienceForReturn = 10s;
 /// Another kind of item may need a moment more to show up.
 constexpr auto kWindowDelay = 1s;
 
@@ -71,12 +75,21 @@ Desktop::Desktop(VelmoraApp *app, const QDBusConnection &bus, const Options &opt
     , m_item(makeStatusItem(bus, options.isBackground))
 {
     makeTray();
-    m_notificationService = std::make_unique<NotificationServiceWatcher>(bus);
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &Desktop::noteFocus);
+    m_notificationService = std::make_unique<NotificationServiceWatcher>(bus, desktopNotificationServiceName());
     connect(m_notificationService.get(), &NotificationServiceWatcher::appeared, this,
         [this] { launch(m_app->settings().retryPreparation(), "preparing notifications again"); });
 }
 
 Desktop::~Desktop() = default;
+
+/// Perhaps the user comes from installing the App. A menu that takes the focus is no window to come back to.
+void Desktop::noteFocus(const QWindow *window)
+{
+    if (window && window->type() != Qt::Popup && window->type() != Qt::ToolTip)
+        launch(m_app->monitor().refreshExpected(&m_app->authentication(), &m_app->installations()),
+            "looking for new installations");
+}
 
 /// The window costs memory that nobody needs before it is opened for the first time.
 MenuBarWindow &Desktop::window()
@@ -88,6 +101,7 @@ MenuBarWindow &Desktop::window()
     services.authentication = &m_app->authentication();
     services.installations = &m_app->installations();
     services.monitor = &m_app->monitor();
+    services.installationPage = &m_app->installationPage();
     services.clock = m_app->environment().clock;
     services.urlOpener = m_app->environment().urlOpener;
     services.pasteboard = m_app->environment().pasteboard;
@@ -96,6 +110,7 @@ MenuBarWindow &Desktop::window()
     m_window = std::make_unique<MenuBarWindow>(m_view);
     m_window->setWindowTitle(m_app->environment().applicationName);
     connect(m_view, &MenuBarView::settingsRequested, this, [this] { openSettings(); });
+    connect(m_view, &MenuBarView::repositoriesRequested, this, &Desktop::openRepositories);
     connect(m_view, &MenuBarView::quitRequested, this, &Desktop::quitRequested);
     m_view->setNotice(m_notice);
     return *m_window;
@@ -104,25 +119,25 @@ MenuBarWindow &Desktop::window()
 void Desktop::makeTray()
 {
     m_tray = std::make_unique<TrayItem>(&m_app->monitor(), m_item.get(), m_app->environment().applicationName);
-    connect(m_tray.get(), &TrayItem::toggleRequested, this,
-        [this](std::optional<QPoint> place, const QString &token) { window().toggle(place, token); });
+    connect(m_tray.get(), &TrayItem::toggleRequested, this, [this](std::optional<QPoint> place, const QString &token) {
+        m_isFound = true;
+        window().toggle(place, token);
+    });
     connect(m_tray.get(), &TrayItem::openRequested, this, &Desktop::open);
     connect(m_tray.get(), &TrayItem::refreshRequested, this, &Desktop::refresh);
     connect(m_tray.get(), &TrayItem::settingsRequested, this, &Desktop::openSettings);
     connect(m_tray.get(), &TrayItem::quitRequested, this, &Desktop::quitRequested);
-    connect(m_item.get(), &StatusItem::availabilityChanged, this, &Desktop::noteAvailability);
+    connect(m_item.get(), &StatusItem::availabilityChanged, this, &Desktop::followTray);
     m_trayPatience.setSingleShot(true);
-    connect(&m_trayPatience, &QTimer::timeout, this, &Desktop::noteAvailability);
+    connect(&m_trayPatience, &QTimer::timeout, this, &Desktop::showAvailability);
 }
 
 void Desktop::start()
 {
-    m_app->monitor().start(&m_app->authentication(), &m_app->installations());
     // Somebody who has started it waits for it. At login the network takes a moment, and so does everything else.
-    if (!m_options.isBackground)
-        launch(
-            m_app->monitor().tick(&m_app->authentication(), &m_app->installations(), m_app->environment().clock->now()),
-            "the first refresh");
+    using FirstTick = DeploymentMonitor::FirstTick;
+    m_app->monitor().start(&m_app->authentication(), &m_app->installations(),
+        m_options.isBackground ? FirstTick::AfterTheInterval : FirstTick::AtOnce);
     launch(m_app->settings().prepareNotifications(), "preparing notifications");
     launch(m_app->settings().repairLaunchAtLogin(), "repairing the start at login");
     if (m_options.opensAtStart)
@@ -132,21 +147,31 @@ void Desktop::start()
     m_trayPatience.start((m_options.isBackground ? kPatienceAtLogin : kPatience) + kWindowDelay);
 }
 
-/// Where there is no tray, somebody who has started the program by hand would see nothing of it. The window that is
-/// opened later, by starting it again, gives the reason too.
-void Desktop::noteAvailability()
+/// An item that has been shown can be found again, by starting Velmora once more if need be: nothing opens by itself
+/// when it goes.
+void Desktop::followTray(bool isAvailable)
+{
+    m_isFound = m_isFound || isAvailable;
+    if (!isAvailable)
+        m_trayPatience.start(kPatienceForReturn);
+    showAvailability();
+}
+
+/// Where no tray ever came, a user who has started the program by hand would see nothing of it. A window that is open
+/// without a tray gives the reason.
+void Desktop::showAvailability()
 {
     const bool isMissing = !m_item->isAvailable() && !m_trayPatience.isActive();
     m_notice = isMissing ? missingTrayText() : QString();
     if (m_view)
         m_view->setNotice(m_notice);
-    if (isMissing && !m_options.isBackground && !std::exchange(m_hasOpened, true))
+    if (isMissing && !m_options.isBackground && !m_isFound)
         open();
 }
 
 void Desktop::open(const QString &activationToken)
 {
-    m_hasOpened = true;
+    m_isFound = true;
     window().open(std::nullopt, activationToken);
 }
 
@@ -163,6 +188,12 @@ void Desktop::openSettings(const QString &activationToken)
     m_settings->open(activationToken);
 }
 
+void Desktop::openRepositories()
+{
+    openSettings();
+    m_settings->view()->showTab(SettingsView::Tab::Repositories);
+}
+
 void Desktop::makeSettings()
 {
     adoptPicture();
@@ -173,11 +204,12 @@ void Desktop::makeSettings()
     services.authentication = &m_app->authentication();
     services.installations = &m_app->installations();
     services.settings = &m_app->settings();
+    services.preferences = &m_app->files().preferences;
     services.pasteboard = environment.pasteboard;
     services.urlOpener = environment.urlOpener;
     services.settingsPageOpener = &m_notificationSettings;
     services.avatars = m_avatars.get();
-    services.installationURL = environment.configuration.installationURL();
+    services.installationPage = &m_app->installationPage();
     m_settings = std::make_unique<SettingsWindow>(services);
     m_settings->setWindowTitle(QStringLiteral("%1 Settings").arg(environment.applicationName));
 }

@@ -10,6 +10,8 @@
 
 #include <memory>
 
+class QWindow;
+
 namespace velmora
 {
 
@@ -55,7 +57,10 @@ private:
     [[nodiscard]] MenuBarWindow &window();
     void makeTray();
     void makeSettings();
-    void noteAvailability();
+    void followTray(bool isAvailable);
+    void showAvailability();
+    void noteFocus(const QWindow *window);
+    void openRepositories();
 
     VelmoraApp *m_app;
     Options m_options;
@@ -68,8 +73,8 @@ private:
     std::unique_ptr<AvatarLoader> m_avatars;
     std::unique_ptr<SettingsWindow> m_settings; ///< none before it is needed
     std::unique_ptr<NotificationServiceWatcher> m_notificationService;
-    QTimer m_trayPatience; ///< runs while the tray may still come
-    bool m_hasOpened = false;
+    QTimer m_trayPatience; ///< runs while the tray may still come, or come back
+    bool m_isFound = false; ///< the user has seen where Velmora is: the item was shown, or a window
 };
 
 } // namespace velmora

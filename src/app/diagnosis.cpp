@@ -2,7 +2,9 @@
 #include "app/diagnosis.h"
 
 #include "accounts/keychain_credential_store.h"
+#include "accounts/origin_credentials.h"
 #include "app/app_configuration.h"
+#include "app/credential_locks.h"
 #include "app/desktop_probes.h"
 #include "app/session_bus.h"
 #include "diagnostics/identity_probes.h"
@@ -84,9 +86,12 @@ QList<Finding> configurationFindings(const Configured &configured, const Private
     if (!configured.configuration)
         return {{QStringLiteral("settings"), names.removedFrom(configured.problem)}};
     const AppConfiguration &configuration = *configured.configuration;
-    return {
+    QList<Finding> findings{
         {QStringLiteral("client id"), configuration.githubClientID ? QStringLiteral("set") : QStringLiteral("not set")},
         {QStringLiteral("host"), gitHubKind(configuration.apiURL)}};
+    if (configuration.endpointProblem)
+        findings.append({QStringLiteral("endpoints"), names.removedFrom(*configuration.endpointProblem)});
+    return findings;
 }
 
 ProbedEndpoints probedEndpoints(const AppConfiguration &configuration)
@@ -133,24 +138,33 @@ QCoro::Task<QList<FindingSection>> askDesktop(PrivateNames names, OneShot<bool> 
     co_return sections;
 }
 
-QCoro::Task<QList<Finding>> askFiles(XDGDirectories directories, Instant now, std::shared_ptr<ProfileRecord> record)
+ProfilePlaces placesOf(const XDGDirectories &directories, const Configured &configured)
 {
-    auto work = [directories, now] {
-        const auto inFolder = [](const QString &folder, const QString &name) {
-            return folder.isEmpty() ? QString() : folder + name;
-        };
-        return readProfile(inFolder(directories.configuration, QStringLiteral("/preferences.json")),
-            inFolder(directories.cache, QStringLiteral("/deployments.json")), now);
+    ProfilePlaces places;
+    if (!directories.configuration.isEmpty())
+        places.preferencesFile = directories.configuration + QStringLiteral("/preferences.json");
+    places.cacheFolder = directories.cache;
+    if (configured.configuration) {
+        places.origin = configured.configuration->loginOrigin();
+        places.earlierOwner = configured.configuration->originInFiles;
+    }
+    return places;
+}
+
+QCoro::Task<QList<Finding>> askFiles(ProfilePlaces places, Instant now, std::shared_ptr<ProfileRecord> record)
+{
+    auto work = [places, now] {
+        return readProfile(places, now);
     };
     *record = co_await runInBackground(patientPool(), std::move(work));
     QList<Finding> findings = record->findings;
     co_return findings;
 }
 
-Probe filesProbe(const XDGDirectories &directories, Instant now, const std::shared_ptr<ProfileRecord> &record)
+Probe filesProbe(const ProfilePlaces &places, Instant now, const std::shared_ptr<ProfileRecord> &record)
 {
     return Probe{heading::kFiles, QStringLiteral("preferences"), [=](const std::stop_token &) {
-                     return askFiles(directories, now, record);
+                     return askFiles(places, now, record);
                  }};
 }
 
@@ -183,14 +197,18 @@ QCoro::Task<QList<FindingSection>> askIdentities(
     co_return sections;
 }
 
-QList<Probe> identityProbesFor(const Configured &configured, const NetworkProbeServices &network,
-    const ProfileRecord &profile, const std::shared_ptr<IdentityCounts> &counts)
+QList<Probe> identityProbesFor(const XDGDirectories &directories, const Configured &configured,
+    const NetworkProbeServices &network, const ProfileRecord &profile, const std::shared_ptr<IdentityCounts> &counts)
 {
-    if (!configured.configuration)
+    if (!configured.configuration || configured.configuration->endpointProblem || !profile.preferences)
         return {};
+    const auto open = [](const QString &service) {
+        return std::make_shared<KeychainCredentialStore>(service);
+    };
     const IdentityProbeServices services{network,
-        std::make_shared<KeychainCredentialStore>(AppConfiguration::keychainService()),
-        probedEndpoints(*configured.configuration)};
+        credentialStoreOf(configured.configuration->loginOrigin(), profile.preferences.get(), open),
+        probedEndpoints(*configured.configuration), profile.endedSessions,
+        credentialLocks(directories, configured.configuration->loginOrigin())};
     return identityProbes(services, profile.accountIDs, counts);
 }
 
@@ -198,14 +216,15 @@ QCoro::Task<QList<FindingSection>> askFilesAndNetwork(XDGDirectories directories
     PrivateNames names, OneShot<bool> keyring, Clock *clock, std::stop_token stop)
 {
     const auto profile = std::make_shared<ProfileRecord>();
-    QList<Probe> files{filesProbe(directories, clock->now(), profile)};
+    QList<Probe> files{filesProbe(placesOf(directories, configured), clock->now(), profile)};
     const auto fileSections = co_await runProbes(std::move(files), names, kPatienceWithFiles, stop);
     const auto counts = std::make_shared<IdentityCounts>();
     const NetworkProbeServices services{
         std::make_shared<NetworkSession>(), std::make_shared<const ProxyLookup>(), clock};
     // Both are under way from here on.
     auto network = runProbes(networkProbes(configured, services), names, kPatienceWithNetwork, stop);
-    auto identities = askIdentities(identityProbesFor(configured, services, *profile, counts), keyring, names, stop);
+    auto identities
+        = askIdentities(identityProbesFor(directories, configured, services, *profile, counts), keyring, names, stop);
     const auto networkSections = co_await network;
     const auto identitySections = co_await identities;
     QList<FindingSection> sections;

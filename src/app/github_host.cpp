@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "app/github_host.h"
 
+#include "github/proxy_environment.h"
+
 namespace velmora
 {
 
@@ -28,6 +30,12 @@ QString authority(const QString &text)
     return isHost ? url.authority(QUrl::FullyEncoded) : QString();
 }
 
+/// github.com, or a tenant with data residency.
+bool isOfGitHub(const QString &host)
+{
+    return host == QLatin1String("github.com") || host.endsWith(QLatin1String(".ghe.com"));
+}
+
 } // namespace
 
 std::optional<GitHubEndpoints> endpointsOfHost(const QString &host)
@@ -36,11 +44,16 @@ std::optional<GitHubEndpoints> endpointsOfHost(const QString &host)
     if (name.isEmpty())
         return std::nullopt;
     // Both keep their API on a host of its own; an Enterprise Server has one host for everything.
-    if (name == QLatin1String("github.com") || name.endsWith(QLatin1String(".ghe.com"))) {
+    if (isOfGitHub(name)) {
         const QString api = QStringLiteral("api.") + name;
         return endpoints(api, api + QStringLiteral("/graphql"), name);
     }
     return endpoints(name + QStringLiteral("/api/v3"), name + QStringLiteral("/api/graphql"), name);
+}
+
+bool isEnterpriseServer(const QUrl &web)
+{
+    return !isOfGitHub(web.host()) && !isOnThisMachine(web);
 }
 
 } // namespace velmora

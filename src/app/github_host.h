@@ -23,4 +23,7 @@ struct GitHubEndpoints {
 /// other host, with or without a port. Nothing when the text is no host.
 [[nodiscard]] std::optional<GitHubEndpoints> endpointsOfHost(const QString &host);
 
+/// Whether the pages are those of an Enterprise Server; what is on this machine is taken for github.com.
+[[nodiscard]] bool isEnterpriseServer(const QUrl &web);
+
 } // namespace velmora

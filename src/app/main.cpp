@@ -7,6 +7,7 @@
 #include <QApplication>
 
 #include <cstdio>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace
@@ -67,10 +68,21 @@ int runVelmora(int argc, char **argv)
     return program.run();
 }
 
+/// A core file would hold the tokens that are in use. The browser and other programs that are started from here may
+/// still raise the limit for themselves.
+void forbidCoreFiles()
+{
+    rlimit limit{};
+    ::getrlimit(RLIMIT_CORE, &limit);
+    limit.rlim_cur = 0;
+    ::setrlimit(RLIMIT_CORE, &limit);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+    forbidCoreFiles();
     // The keyring is spoken to through GLib, which needs its own event loop below Qt's.
     qunsetenv("QT_NO_GLIB");
     const int code = runVelmora(argc, argv);

@@ -15,6 +15,9 @@ namespace
 volatile std::sig_atomic_t s_endRequested = 0;
 volatile std::sig_atomic_t s_writeEnd = -1;
 
+/// How often each signal came.
+std::array<volatile std::sig_atomic_t, NSIG> s_counts{};
+
 constexpr std::array kEndSignals{SIGINT, SIGTERM, SIGHUP};
 
 bool isEndSignal(int number)
@@ -26,8 +29,14 @@ bool isEndSignal(int number)
 extern "C" void noteSignal(int number)
 {
     const int saved = errno;
-    if (isEndSignal(number))
+    if (isEndSignal(number)) {
         s_endRequested = 1;
+        auto &count = s_counts.at(static_cast<std::size_t>(number));
+        count = count + 1;
+        // Where nothing moves any more, the next one is the system's to handle.
+        if (count == 2)
+            ::signal(number, SIG_DFL);
+    }
     const auto byte = static_cast<unsigned char>(number);
     [[maybe_unused]] const auto written = ::write(static_cast<int>(s_writeEnd), &byte, 1);
     errno = saved;
@@ -62,6 +71,8 @@ ProcessSignals::ProcessSignals(QObject *parent)
     : TerminalEvents(parent)
 {
     ::signal(SIGPIPE, SIG_IGN);
+    // A file over the limit of the process is a write that fails like any other.
+    ::signal(SIGXFSZ, SIG_IGN);
     if (::pipe2(m_pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
         return;
     s_writeEnd = m_pipe[1];
@@ -69,7 +80,7 @@ ProcessSignals::ProcessSignals(QObject *parent)
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &ProcessSignals::readSignals);
     // A write that waits for its reader is interrupted by the end, and by nothing else.
     for (const int number : kEndSignals)
-        handle(number, static_cast<int>(SA_RESETHAND));
+        handle(number, 0);
     handle(SIGWINCH, SA_RESTART);
     handle(SIGCONT, SA_RESTART);
 }
@@ -96,11 +107,14 @@ void ProcessSignals::readSignals()
     std::array<unsigned char, 64> numbers{};
     const auto count = ::read(m_pipe[0], numbers.data(), numbers.size());
     bool isEnd = false;
+    bool isDemanded = false;
     bool isResized = false;
     bool isContinued = false;
     for (ssize_t i = 0; i < count; ++i) {
         const int number = numbers.at(static_cast<size_t>(i));
-        isEnd = isEnd || isEndSignal(number);
+        const bool isFirst = isEndSignal(number) && m_read.insert(number).second;
+        isEnd = isEnd || isFirst;
+        isDemanded = isDemanded || (isEndSignal(number) && !isFirst);
         isResized = isResized || number == SIGWINCH;
         isContinued = isContinued || number == SIGCONT;
     }
@@ -110,6 +124,8 @@ void ProcessSignals::readSignals()
         Q_EMIT resized();
     if (isEnd)
         Q_EMIT endRequested();
+    if (isDemanded)
+        Q_EMIT endDemanded();
 }
 
 } // namespace velmora

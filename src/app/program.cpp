@@ -7,7 +7,6 @@
 #include "app/sudden_exit.h"
 #include "platform/pasteboard.h"
 #include "platform/url_opener.h"
-#include "support/signal_waiting.h"
 #include "support/task_scope.h"
 
 #include <QCoreApplication>
@@ -59,8 +58,11 @@ Program::Program(CommandLine line, QString startupToken)
     m_err.isInterrupted = &ProcessSignals::isEndRequested;
     startLogging(&m_err, m_line.isVerbose);
     m_patience.setSingleShot(true);
-    connect(&m_patience, &QTimer::timeout, this, &Program::endAtOnce);
+    connect(&m_patience, &QTimer::timeout, this, &Program::endWithoutCommand);
     connect(&m_signals, &ProcessSignals::endRequested, this, &Program::requestEnd);
+    connect(&m_notifier, &TerminalNotifier::desktopFailed, this,
+        [this](const QString &description) { m_err.writeLine(description); });
+    connect(&m_signals, &ProcessSignals::endDemanded, this, &Program::endWithoutCommand);
     if (m_line.isForDesktop())
         QCoreApplication::instance()->installEventFilter(this);
 }
@@ -94,27 +96,38 @@ int Program::run()
 /// The event loop, whose end may come from outside.
 int Program::execute()
 {
-    const SuddenExit suddenExit([this] {
-        if (m_app)
-            m_app->files().preferences.flush();
-    });
+    const SuddenExit suddenExit([this] { finishWithoutDisplay(); }, RenewalGrace::kLongest + kPatience);
     return QCoreApplication::exec();
+}
+
+void Program::finishWithoutDisplay()
+{
+    if (!m_app)
+        return;
+    // Whoever is started on the next display does not find this one.
+    if (m_service)
+        m_service->release();
+    m_grace.passHere(&m_app->authentication());
+    m_app->files().preferences.flush();
 }
 
 QCoro::Task<> Program::runAndExit()
 {
     ExitCode code = ExitCode::Failed;
+    QString failure;
     try {
         code = co_await runCommand();
     } catch (const CancellationError &) {
         code = reportCancelled();
     } catch (...) {
-        m_err.writeLine(describe(std::current_exception()));
+        failure = describe(std::current_exception());
     }
+    if (!failure.isEmpty())
+        co_await tellFailure(failure);
     // It has heeded the end; what follows has a bound of its own.
     m_patience.stop();
     if (m_app)
-        co_await finishRefreshes(std::stop_token(), kPatience / 2);
+        co_await m_grace.pass(&m_app->authentication());
     if (m_app)
         m_app->files().preferences.flush();
     QCoreApplication::exit(static_cast<int>(code));
@@ -126,17 +139,6 @@ bool Program::eventFilter(QObject *watched, QEvent *event)
         return QObject::eventFilter(watched, event);
     requestEnd();
     return true;
-}
-
-/// A refresh token works only once: an answer that nobody waits for would end the account's session.
-QCoro::Task<> Program::finishRefreshes(std::stop_token stop, std::optional<std::chrono::milliseconds> limit)
-{
-    AuthenticationStore *store = &m_app->authentication();
-    const std::function<bool()> isQuiet = [store] {
-        return std::ranges::none_of(store->sessions(),
-            [](const GitHubAccountSession &session) { return session.status == GitHubSessionStatus::Refreshing; });
-    };
-    co_await waitFor(store, &AuthenticationStore::sessionsChanged, isQuiet, stop, limit);
 }
 
 QCoro::Task<ExitCode> Program::runCommand()
@@ -168,7 +170,20 @@ void Program::requestEnd()
     m_stop.request_stop();
 }
 
-/// Something waits for what cannot be cancelled: a person in front of the keyring's question, for instance.
+/// Something waits for what cannot be cancelled, the answer to the keyring's question for instance, or the user does
+/// not want to wait for it.
+void Program::endWithoutCommand()
+{
+    launch(graceAndEnd(), "the end");
+}
+
+QCoro::Task<> Program::graceAndEnd()
+{
+    if (m_app)
+        co_await m_grace.pass(&m_app->authentication());
+    endAtOnce();
+}
+
 void Program::endAtOnce()
 {
     if (m_app)

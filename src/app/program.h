@@ -4,6 +4,7 @@
 #include "app/demo.h"
 #include "app/desktop.h"
 #include "app/process_signals.h"
+#include "app/renewal_grace.h"
 #include "app/wake_sources.h"
 #include "cli/commands.h"
 #include "cli/terminal_notifier.h"
@@ -13,6 +14,7 @@
 #include "control/observed_notifier.h"
 #include "control/saved_reports.h"
 #include "notifications/user_notification_service.h"
+#include "notifications/waiting_notifier.h"
 #include "platform/linux/application_service.h"
 #include "support/clock.h"
 
@@ -74,15 +76,19 @@ private:
     QCoro::Task<> leaveStores();
     QCoro::Task<> enterSaved();
     QCoro::Task<> connectDemo();
-    QCoro::Task<> finishRefreshes(std::stop_token stop, std::optional<std::chrono::milliseconds> limit);
+    QCoro::Task<> tellFailure(QString reason);
     void watchMachine();
     [[nodiscard]] AppEnvironment realEnvironment();
+    [[nodiscard]] std::unique_ptr<ProfileFiles> realFiles();
     void announceOnDesktop(AppEnvironment *environment);
     [[nodiscard]] CommandContext baseContext();
     void listenTo(FilePreferences *preferences);
 
     void requestEnd();
+    void endWithoutCommand();
+    QCoro::Task<> graceAndEnd();
     [[noreturn]] void endAtOnce();
+    void finishWithoutDisplay();
     ExitCode reportCancelled();
 
     CommandLine m_line;
@@ -94,12 +100,14 @@ private:
     std::stop_source m_stop;
     QDBusConnection m_bus{QString()}; ///< the session's, where there is one that answers
     QTimer m_patience; ///< for a command that was asked to end
+    RenewalGrace m_grace;
     std::unique_ptr<Pasteboard> m_pasteboard;
     std::unique_ptr<URLOpener> m_urlOpener;
     std::unique_ptr<Demo> m_demo;
     std::unique_ptr<UserNotificationService> m_desktopNotifications;
     std::unique_ptr<ObservedNotifier> m_desktopNotifier; ///< the tray program's
     TerminalNotifier m_notifier;
+    WaitingNotifier m_waitingNotifier;
     std::unique_ptr<VelmoraApp> m_app;
     std::unique_ptr<LocalControl> m_control; ///< of the app
     std::unique_ptr<ProfileFiles> m_files; ///< where the app is not needed

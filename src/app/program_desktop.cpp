@@ -6,8 +6,11 @@
 #include "control/control_texts.h"
 #include "support/signal_waiting.h"
 #include "support/task_scope.h"
+#include "ui/failure_window.h"
 
 #include <QApplication>
+
+#include <unistd.h>
 
 namespace velmora
 {
@@ -17,6 +20,12 @@ namespace
 
 /// Longer than a program that was asked to end takes before it ends itself.
 constexpr std::chrono::seconds kLongestQuitting{5};
+
+/// Whether somebody sees what is written.
+bool isInTerminal()
+{
+    return ::isatty(STDIN_FILENO) == 1 || ::isatty(STDOUT_FILENO) == 1 || ::isatty(STDERR_FILENO) == 1;
+}
 
 } // namespace
 
@@ -156,6 +165,28 @@ QCoro::Task<ExitCode> Program::runDesktop()
     m_service->release();
     m_desktop.reset();
     co_return ExitCode::Done;
+}
+
+/// Standard error leads nowhere where the desktop has started the program; there a window tells, until it is closed.
+QCoro::Task<> Program::tellFailure(QString reason)
+{
+    m_err.writeLine(reason);
+    const bool hasDisplay = qobject_cast<QApplication *>(QCoreApplication::instance()) != nullptr;
+    if (!hasDisplay || isInTerminal() || m_stop.stop_requested())
+        co_return;
+    // It answers nobody: who is started or asks from now on does without it.
+    if (m_service)
+        m_service->release();
+    FailureWindow window(QString::fromUtf16(kApplicationName), reason);
+    const OneShot<> closed;
+    const auto close = [closed] {
+        closed.resolve();
+    };
+    connect(&window, &FailureWindow::closed, &window, close, Qt::QueuedConnection);
+    const std::stop_callback onStop(m_stop.get_token(), close);
+    window.show();
+    window.activateWindow();
+    co_await closed;
 }
 
 QCoro::Task<> Program::connectDemo()

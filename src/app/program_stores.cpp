@@ -18,7 +18,11 @@ QCoro::Task<> Program::enterStores()
         co_await m_demo->start(m_stop.get_token());
     }
     AppEnvironment environment = m_demo ? m_demo->environment() : realEnvironment();
-    environment.notifier = &m_notifier;
+    // A command that ends with its answer leaves what it finds to a Velmora that goes on.
+    const bool goesOn = m_line.isForDesktop() || (m_line.command == CommandLine::Command::Watch && !m_line.isOnce);
+    environment.notifier = &m_waitingNotifier;
+    if (goesOn)
+        environment.notifier = &m_notifier;
     environment.clock = &m_clock;
     announceOnDesktop(&environment);
     m_app = std::make_unique<VelmoraApp>(std::move(environment));
@@ -31,6 +35,7 @@ QCoro::Task<> Program::enterStores()
     services.installations = &m_app->installations();
     services.monitor = &m_app->monitor();
     services.settings = &m_app->settings();
+    services.preferences = &m_app->files().preferences;
     services.clock = &m_clock;
     services.installationURL = m_app->environment().configuration.installationURL();
     m_control = std::make_unique<LocalControl>(std::move(services));
@@ -44,7 +49,7 @@ QCoro::Task<> Program::leaveStores()
 {
     if (!m_app)
         co_return;
-    co_await finishRefreshes(m_stop.get_token(), std::nullopt);
+    co_await finishRenewals(&m_app->authentication(), m_stop.get_token(), std::nullopt);
     // The end of the program has a way of its own.
     if (m_stop.stop_requested())
         co_return;
@@ -63,17 +68,23 @@ QCoro::Task<> Program::enterSaved()
     if (m_line.isDemo)
         co_await enterStores();
     else if (!m_files)
-        m_files = std::make_unique<ProfileFiles>(XDGDirectories::fromEnvironment());
+        m_files = realFiles();
     ProfileFiles *const files = m_app ? &m_app->files() : m_files.get();
     if (!m_app)
         listenTo(&files->preferences);
     SavedReports::Services services;
     services.applicationName = m_app ? m_app->environment().applicationName : QString::fromUtf16(kApplicationName);
-    services.preferences = &files->preferences;
+    services.preferences = &files->accountPreferences;
     services.cache = &files->cache;
     services.cachePath = files->cache.path();
     services.clock = &m_clock;
     m_saved = std::make_unique<SavedReports>(std::move(services));
+}
+
+std::unique_ptr<ProfileFiles> Program::realFiles()
+{
+    const XDGDirectories directories = XDGDirectories::fromEnvironment();
+    return std::make_unique<ProfileFiles>(directories, AppConfiguration::load(directories), &m_clock);
 }
 
 void Program::watchMachine()
@@ -89,7 +100,9 @@ AppEnvironment Program::realEnvironment()
     environment.applicationName = QString::fromUtf16(kApplicationName);
     environment.directories = XDGDirectories::fromEnvironment();
     environment.configuration = AppConfiguration::load(environment.directories);
-    environment.credentialStore = std::make_shared<KeychainCredentialStore>(AppConfiguration::keychainService());
+    environment.openCredentials = [](const QString &service) {
+        return std::make_shared<KeychainCredentialStore>(service);
+    };
     environment.pasteboard = m_pasteboard.get();
     environment.urlOpener = m_urlOpener.get();
     if (isInsideFlatpak()) {
@@ -120,12 +133,18 @@ void Program::announceOnDesktop(AppEnvironment *environment)
 void Program::listenTo(FilePreferences *preferences)
 {
     const auto report = [this](const QString &message) {
-        m_err.writeLine(message);
+        if (!message.isEmpty())
+            m_err.writeLine(message);
     };
-    const QStringList failures = preferences->earlyFailures();
-    for (const QString &failure : failures)
-        report(failure);
-    connect(preferences, &Preferences::failed, this, report);
+    const auto reportFailure = [report, preferences] {
+        report(preferences->failure());
+    };
+    report(preferences->earlyDamage());
+    reportFailure();
+    connect(preferences, &Preferences::damageFound, this, report);
+    // What is done in a terminal, or shown there, tells the rest by itself.
+    if (m_line.isForDesktop())
+        connect(preferences, &Preferences::failureChanged, this, reportFailure);
 }
 
 } // namespace velmora

@@ -47,6 +47,7 @@ QCoro::Task<ExitCode> Program::runConnecting()
     co_await enterStores();
     CommandContext context = baseContext();
     context.authentication = &m_app->authentication();
+    context.preferences = &m_app->files().preferences;
     context.installationURL = m_app->environment().configuration.installationURL();
     context.missingConfiguration = missingConfiguration(m_app->environment());
     const ExitCode code = co_await runConnect(context);

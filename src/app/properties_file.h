@@ -7,6 +7,8 @@
 #include <QMap>
 #include <QString>
 
+#include <utility>
+
 namespace velmora
 {
 

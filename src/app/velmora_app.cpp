@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "app/velmora_app.h"
 
+#include "accounts/earlier_profile.h"
+#include "app/credential_locks.h"
+#include "app/refusing_session.h"
 #include "github/network_session.h"
 #include "platform/linux/autostart_login_item.h"
 #include "support/task_scope.h"
@@ -25,7 +28,10 @@ GitHubClient makeClient(const AppEnvironment &environment, std::shared_ptr<Netwo
     const AppConfiguration &configuration = environment.configuration;
     GitHubClient client;
     client.clientID = configuration.githubClientID.value_or(QString());
-    client.session = std::move(session);
+    if (configuration.endpointProblem)
+        client.session = std::make_shared<RefusingSession>(*configuration.endpointProblem);
+    else
+        client.session = std::move(session);
     client.apiURL = configuration.apiURL;
     client.loginURL = configuration.loginURL;
     client.graphqlURL = configuration.graphqlURL;
@@ -44,35 +50,40 @@ std::unique_ptr<LoginItem> makeLoginItem(const AppEnvironment &environment, Pref
 
 } // namespace
 
-ProfileFiles::ProfileFiles(const XDGDirectories &directories)
-    : preferences(inFolder(directories.configuration, QStringLiteral("preferences.json")))
-    , cache(directories.cache)
+ProfileFiles::ProfileFiles(const XDGDirectories &directories, const AppConfiguration &configuration, Clock *clock)
+    : preferences(inFolder(directories.configuration, QStringLiteral("preferences.json")), clock)
+    , accountPreferences(&preferences, configuration.loginOrigin())
+    , cache(configuration.loginOrigin().folderIn(directories.cache))
 {
+    if (configuration.originInFiles)
+        fileEarlierProfile(&preferences, directories.cache, *configuration.originInFiles);
 }
 
 VelmoraApp::VelmoraApp(AppEnvironment environment)
     : m_environment(std::move(environment))
-    , m_clock(m_environment.clock)
+    , m_clock(m_environment.clock, m_environment.monotonic)
     , m_wakeWatch(m_environment.clock)
-    , m_files(m_environment.directories)
+    , m_files(m_environment.directories, m_environment.configuration, m_environment.clock)
     , m_loginItem(makeLoginItem(m_environment, &m_files.preferences))
     , m_rateLimits(std::make_shared<RateLimitLedger>())
     , m_session(std::make_shared<NetworkSession>())
+    , m_installationPage(m_environment.configuration.installationURL(), m_environment.urlOpener, m_environment.clock)
 {
     const GitHubClient client = makeClient(m_environment, m_session);
 
     AuthenticationStore::Services accountServices;
-    accountServices.defaults = &m_files.preferences;
+    accountServices.defaults = &m_files.accountPreferences;
     accountServices.pasteboard = m_environment.pasteboard;
     accountServices.urlOpener = m_environment.urlOpener;
     accountServices.clock = m_environment.clock;
-    accountServices.installationURL = m_environment.configuration.installationURL();
-    accountServices.lockFolder = inFolder(m_environment.directories.data, QStringLiteral("locks"));
-    m_authentication
-        = std::make_unique<AuthenticationStore>(client, m_environment.credentialStore, std::move(accountServices));
+    accountServices.installationPage = &m_installationPage;
+    const LoginOrigin origin = m_environment.configuration.loginOrigin();
+    accountServices.locks = credentialLocks(m_environment.directories, origin);
+    m_authentication = std::make_unique<AuthenticationStore>(client,
+        credentialStoreOf(origin, &m_files.preferences, m_environment.openCredentials), std::move(accountServices));
 
-    m_installations
-        = std::make_unique<InstallationStore>(client, &m_files.preferences, m_environment.clock, m_rateLimits);
+    m_installations = std::make_unique<InstallationStore>(
+        client, &m_files.accountPreferences, m_environment.clock, m_rateLimits, &m_installationPage);
 
     m_settings
         = std::make_unique<GeneralSettingsStore>(&m_files.preferences, m_environment.notifier, m_loginItem.get());
@@ -80,7 +91,7 @@ VelmoraApp::VelmoraApp(AppEnvironment environment)
     DeploymentMonitor::Services monitorServices;
     monitorServices.cache = &m_files.cache;
     monitorServices.notifier = m_environment.notifier;
-    monitorServices.defaults = &m_files.preferences;
+    monitorServices.defaults = &m_files.accountPreferences;
     monitorServices.clock = &m_clock;
     monitorServices.rateLimits = m_rateLimits;
     monitorServices.random = [] {
@@ -111,7 +122,7 @@ VelmoraApp::~VelmoraApp()
     m_installations.reset();
     m_authentication.reset();
     // What is still on its way ends here, with nobody left to tell.
-    m_session->dropConnections();
+    m_session->close();
 }
 
 } // namespace velmora

@@ -2,6 +2,9 @@
 #pragma once
 
 #include "accounts/authentication_store.h"
+#include "accounts/installation_page.h"
+#include "accounts/origin_credentials.h"
+#include "accounts/origin_preferences.h"
 #include "app/app_configuration.h"
 #include "installations/installation_store.h"
 #include "model/json_deployment_cache.h"
@@ -26,21 +29,25 @@ struct AppEnvironment {
     QString applicationName; ///< as the application names itself
     AppConfiguration configuration;
     XDGDirectories directories;
-    std::shared_ptr<CredentialStoring> credentialStore;
+    CredentialStoreFactory openCredentials;
     Pasteboard *pasteboard = nullptr;
     URLOpener *urlOpener = nullptr;
     DeploymentNotifying *notifier = nullptr;
     Clock *clock = nullptr;
+    /// The time that a suspended machine does not see pass; a clock that runs ahead of it tells of an awakening.
+    ClockJumpWatch::Monotonic monotonic = &std::chrono::steady_clock::now;
     /// Makes the login item, given the preferences of the profile. Without it, it is an entry in the autostart
     /// folder beside the directories, so that a profile of its own leaves the person's alone.
     std::function<std::unique_ptr<LoginItem>(Preferences *)> makeLoginItem;
 };
 
-/// The files of a profile; enough for whoever only reads what was saved.
+/// The files of a profile, as the accounts of the configured GitHub see them; enough to read what was saved. What
+/// earlier versions left there without saying of which GitHub it is, is filed first. The clock is not owned.
 struct ProfileFiles {
-    explicit ProfileFiles(const XDGDirectories &directories);
+    ProfileFiles(const XDGDirectories &directories, const AppConfiguration &configuration, Clock *clock);
 
-    FilePreferences preferences;
+    FilePreferences preferences; ///< of the whole profile
+    OriginPreferences accountPreferences; ///< the same, as the accounts see them
     JSONDeploymentCache cache;
 };
 
@@ -58,6 +65,7 @@ public:
     [[nodiscard]] ProfileFiles &files() { return m_files; }
     [[nodiscard]] AuthenticationStore &authentication() { return *m_authentication; }
     [[nodiscard]] InstallationStore &installations() { return *m_installations; }
+    [[nodiscard]] InstallationPage &installationPage() { return m_installationPage; }
     [[nodiscard]] GeneralSettingsStore &settings() { return *m_settings; }
     [[nodiscard]] DeploymentMonitor &monitor() { return *m_monitor; }
     /// What is told of sleep and network holds the monitor, drops connections and, a little later, has it poll at once.
@@ -74,6 +82,7 @@ private:
     std::unique_ptr<LoginItem> m_loginItem;
     std::shared_ptr<RateLimitLedger> m_rateLimits;
     std::shared_ptr<NetworkSession> m_session;
+    InstallationPage m_installationPage;
     std::unique_ptr<AuthenticationStore> m_authentication;
     std::unique_ptr<InstallationStore> m_installations;
     std::unique_ptr<GeneralSettingsStore> m_settings;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/commands.h"
 #include "cli/deployment_table.h"
+#include "cli/loading.h"
 #include "cli/plain_text.h"
 #include "control/control.h"
 #include "control/control_texts.h"
@@ -35,6 +36,10 @@ void printAccounts(const CommandContext &context, const QList<ListedAccount> &ac
     const QStringList lines = renderColumns({QStringLiteral("ACCOUNT"), QStringLiteral("STATUS")}, rows);
     for (const QString &line : lines)
         context.out->writeRawLine(line);
+    for (const auto &account : accounts) {
+        if (account.advice)
+            context.err->writeLine(*account.advice + QStringLiteral(" Run “velmora connect”."));
+    }
 }
 
 } // namespace
@@ -56,6 +61,8 @@ QCoro::Task<ExitCode> runRemoveAccount(CommandContext context, CommandLine line)
         context.err->writeLine(answer.refusal);
         co_return ExitCode::Failed;
     }
+    if (!isSaved(context, answer.unsaved))
+        co_return ExitCode::Failed;
     context.out->writeLine(QStringLiteral("Removed %1.").arg(answer.login));
     co_return ExitCode::Done;
 }

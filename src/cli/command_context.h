@@ -15,6 +15,7 @@ namespace velmora
 class AuthenticationStore;
 class Clock;
 class Control;
+class Preferences;
 class ReportSource;
 
 /// What happens to the terminal behind the program's back.
@@ -41,6 +42,7 @@ struct CommandContext {
     Control *control = nullptr; ///< for what asks or changes something once
     ReportSource *reports = nullptr; ///< for `status`, and for a `watch` that goes on
     AuthenticationStore *authentication = nullptr; ///< of `connect`
+    Preferences *preferences = nullptr; ///< of `connect`: where accounts are remembered
     WebAddress installationURL;
     QString missingConfiguration; ///< what to do about a missing client id; empty when there is one
     std::stop_token stop; ///< requested when the person ends the program

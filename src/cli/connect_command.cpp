@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "accounts/authentication_store.h"
 #include "cli/commands.h"
+#include "platform/preferences.h"
+#include "support/error.h"
 #include "support/signal_waiting.h"
+
+#include <QSet>
 
 namespace velmora
 {
@@ -42,11 +46,33 @@ ExitCode reportEnd(const CommandContext &context)
     return ExitCode::Failed;
 }
 
+QSet<qint64> listedAccounts(const AuthenticationStore &store)
+{
+    QSet<qint64> accountIDs;
+    for (const GitHubAccountSession &session : store.sessions())
+        accountIDs.insert(session.id());
+    return accountIDs;
+}
+
+/// The list on the disk does not name the account that was connected: its token would lie in the keyring for ever.
+QCoro::Task<> removeUnlisted(CommandContext context, QSet<qint64> listedBefore)
+{
+    const auto account = context.authentication->lastConnectedAccount();
+    if (!account || listedBefore.contains(account->id))
+        co_return;
+    try {
+        co_await context.authentication->remove(account->id);
+    } catch (const Error &error) {
+        context.err->writeLine(error.description());
+    }
+}
+
 } // namespace
 
 QCoro::Task<ExitCode> runConnect(CommandContext context)
 {
     AuthenticationStore *store = context.authentication;
+    const QSet<qint64> listedBefore = listedAccounts(*store);
     store->startConnecting();
     const std::function<bool()> hasCode = [store] {
         return store->pendingAuthorization() || !isUnderWay(store->connectionState());
@@ -60,6 +86,14 @@ QCoro::Task<ExitCode> runConnect(CommandContext context)
     co_await waitFor(store, &AuthenticationStore::connectionChanged, hasEnded, context.stop);
     if (context.stop.stop_requested())
         store->cancelConnection();
+    if (store->connectionState() == GitHubSessionStatus::Connected) {
+        const QString unsaved = co_await whyNotSaved(context.preferences, context.stop);
+        if (!unsaved.isEmpty()) {
+            context.err->writeLine(QStringLiteral("The account is not saved. ") + unsaved);
+            co_await removeUnlisted(context, listedBefore);
+            co_return ExitCode::Failed;
+        }
+    }
     co_return reportEnd(context);
 }
 

@@ -175,17 +175,24 @@ QString ageText(const MonitorReport &report, Instant now)
     return QString();
 }
 
+/// What failed: a line each.
+QStringList messagesOf(const MonitorReport &report)
+{
+    return (report.message + QLatin1Char('\n') + report.unsaved.value_or(QString()))
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
 QStringList renderHead(
     const MonitorReport &report, const QStringList &announcements, Instant now, const TableStyle &style)
 {
     QStringList lines;
     lines.append(Line(style)
-                     .add(report.applicationName, colour::kBold)
+                     .add(harmless(report.applicationName), colour::kBold)
                      .add(QStringLiteral("  "))
                      .add(statusText(report.state, report.deployments))
                      .addRight(ageText(report, now), colour::kSecondary)
                      .text());
-    const QStringList messages = report.message.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QStringList messages = messagesOf(report);
     for (const QString &message : messages)
         lines.append(Line(style).add(harmless(message), colour::kRed).text());
     if (!report.hint.isEmpty())
@@ -285,9 +292,9 @@ QStringList renderChanges(const MonitorReport &previous, const MonitorReport &re
     const QString status = statusText(report.state, report.deployments);
     if (previous.state.state != report.state.state || status != statusText(previous.state, previous.deployments)
         || previous.applicationName.isEmpty())
-        lines.append(report.applicationName + QStringLiteral(": ") + status);
-    if (previous.message != report.message)
-        for (const QString &message : report.message.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        lines.append(harmless(report.applicationName + QStringLiteral(": ") + status));
+    if (const QStringList messages = messagesOf(report); messages != messagesOf(previous))
+        for (const QString &message : messages)
             lines.append(harmless(message));
     if (previous.hint != report.hint && !report.hint.isEmpty())
         lines.append(harmless(report.hint));

@@ -32,14 +32,13 @@ void printInstallations(const CommandContext &context, const CommandLine &line, 
         return;
     }
     if (answer.installations.isEmpty()) {
-        context.out->writeLine(
-            QStringLiteral("Velmora is not installed anywhere. Install it: %1").arg(answer.installationURL.text()));
+        context.out->writeLine(notInstalledText(answer.installationURL));
         return;
     }
     QList<QStringList> rows;
     for (const auto &listed : answer.installations)
-        rows.append({yesNo(listed.isEnabled), listed.key, listed.account, listed.type, listed.repositorySelection,
-            listed.identity});
+        rows.append({listed.isSuspended ? QStringLiteral("suspended") : yesNo(listed.isEnabled), listed.key,
+            listed.account, listed.type, listed.repositorySelection, listed.identity});
     print(context.out,
         {QStringLiteral("WATCHED"), QStringLiteral("KEY"), QStringLiteral("ACCOUNT"), QStringLiteral("TYPE"),
             QStringLiteral("REPOSITORIES"), QStringLiteral("SEEN BY")},
@@ -68,13 +67,14 @@ void printRepositories(const CommandContext &context, const CommandLine &line, c
         rows);
 }
 
-/// What became of the loading and the switching; the list is worth printing unless a name means nothing.
+/// What became of the loading and the switching; the list is worth printing unless a name means nothing, or what was
+/// switched will not last.
 template <typename Answer>
 bool isWorthPrinting(const CommandContext &context, const Answer &answer)
 {
     if (!answer.refusal.isEmpty())
         context.err->writeLine(answer.refusal);
-    return answer.refusal.isEmpty() && answer.loading.hasAccounts;
+    return answer.refusal.isEmpty() && answer.loading.hasAccounts && isSaved(context, answer.unsaved);
 }
 
 QString loadingText()

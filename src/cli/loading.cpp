@@ -30,4 +30,11 @@ ExitCode reportLoading(const CommandContext &context, const LoadingAnswer &answe
     return answer.isComplete ? ExitCode::Done : ExitCode::Failed;
 }
 
+bool isSaved(const CommandContext &context, const std::optional<QString> &unsaved)
+{
+    if (unsaved)
+        context.err->writeLine(QStringLiteral("The change is not saved. ") + *unsaved);
+    return !unsaved;
+}
+
 } // namespace velmora

@@ -35,4 +35,7 @@ template <typename Answer>
 /// one.
 [[nodiscard]] ExitCode reportLoading(const CommandContext &context, const LoadingAnswer &answer);
 
+/// Whether what was changed is kept: nothing stands against it. Prints what does.
+[[nodiscard]] bool isSaved(const CommandContext &context, const std::optional<QString> &unsaved);
+
 } // namespace velmora

@@ -37,7 +37,9 @@ struct PrintedReport {
     QString symbol;
     std::optional<QString> lastRefreshedAt;
     std::optional<QString> resumeAt;
+    std::optional<QString> missing;
     std::optional<QString> message;
+    std::optional<QString> unsaved;
     QList<PrintedDeployment> deployments;
 };
 
@@ -76,7 +78,8 @@ struct JSONTable<PrintedReport> {
         json::optional("savedAt", &Record::savedAt), json::required("state", &Record::state),
         json::required("title", &Record::title), json::required("symbol", &Record::symbol),
         json::optional("lastRefreshedAt", &Record::lastRefreshedAt), json::optional("resumeAt", &Record::resumeAt),
-        json::optional("message", &Record::message), json::required("deployments", &Record::deployments)};
+        json::optional("missing", &Record::missing), json::optional("message", &Record::message),
+        json::optional("unsaved", &Record::unsaved), json::required("deployments", &Record::deployments)};
 };
 
 template <>
@@ -136,8 +139,11 @@ QByteArray jsonLine(const MonitorReport &report)
     result.symbol = shown.symbol();
     result.lastRefreshedAt = printed(report.lastRefreshedAt);
     result.resumeAt = printed(report.state.resumeAt);
+    if (report.state.missing)
+        result.missing = rawValue(*report.state.missing);
     if (!report.message.isEmpty())
         result.message = report.message;
+    result.unsaved = report.unsaved;
     for (const auto &deployment : report.deployments)
         result.deployments.append(printed(deployment));
     return harmlessJSON(encodeJSON(result));

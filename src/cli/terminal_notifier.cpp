@@ -25,18 +25,42 @@ QCoro::Task<> TerminalNotifier::notifySuccess(DeploymentSnapshot deployment)
     return announce(std::move(deployment), DeploymentNotificationKind::Success);
 }
 
+QCoro::Task<> TerminalNotifier::untilReady(std::stop_token)
+{
+    co_return;
+}
+
+void TerminalNotifier::setDesktop(DeploymentNotifying *desktop)
+{
+    // What the one before has not got yet was on the terminal.
+    m_deliveries.cancelAll();
+    m_desktop = desktop;
+}
+
 QCoro::Task<> TerminalNotifier::announce(DeploymentSnapshot deployment, DeploymentNotificationKind kind)
 {
     const QPointer<TerminalNotifier> self(this);
     Q_EMIT posted(deploymentNotification(deployment, kind));
-    if (!self || !m_desktop)
-        co_return;
+    if (self && m_desktop)
+        m_deliveries.launch(deliver(deployment, kind), "Announcing a result on the desktop");
+    co_return;
+}
+
+QCoro::Task<> TerminalNotifier::deliver(DeploymentSnapshot deployment, DeploymentNotificationKind kind)
+{
+    const QPointer<TerminalNotifier> self(this);
+    const std::stop_token stop = m_deliveries.stopToken();
+    DeploymentNotifying *const desktop = m_desktop;
+    const auto turn = co_await m_turn.lock(stop);
+    throwIfStopped(stop);
+    co_await desktop->untilReady(stop);
+    throwIfStopped(stop);
     QString failure;
     try {
         if (kind == DeploymentNotificationKind::Failure)
-            co_await m_desktop->notifyFailure(deployment);
+            co_await desktop->notifyFailure(deployment);
         else
-            co_await m_desktop->notifySuccess(deployment);
+            co_await desktop->notifySuccess(deployment);
     } catch (const Error &error) {
         failure = error.description();
     }

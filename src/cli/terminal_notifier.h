@@ -2,6 +2,8 @@
 #pragma once
 
 #include "notifications/deployment_notification.h"
+#include "support/async_mutex.h"
+#include "support/task_scope.h"
 
 #include <QObject>
 
@@ -11,7 +13,8 @@ namespace velmora
 /// Announces results to whoever shows them in the terminal, and then to the desktop where there is one.
 ///
 /// The terminal is always allowed, so that a desktop that was told to keep quiet takes no line from it. A desktop that
-/// fails takes nothing either: the result was announced.
+/// fails takes nothing either: the result was announced. The desktop gets one result after the other, and holds up
+/// nothing.
 class TerminalNotifier final : public QObject, public DeploymentNotifying
 {
     Q_OBJECT
@@ -21,9 +24,11 @@ public:
 
     /// Has the desktop announce every result as well, from now on; not owned, and outlives the notifier. None: only
     /// the terminal does.
-    void setDesktop(DeploymentNotifying *desktop) { m_desktop = desktop; }
+    void setDesktop(DeploymentNotifying *desktop);
 
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;
+    /// The terminal is always ready.
+    [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override;
     [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) override;
 
@@ -34,10 +39,13 @@ Q_SIGNALS:
 
 private:
     QCoro::Task<> announce(DeploymentSnapshot deployment, DeploymentNotificationKind kind);
+    QCoro::Task<> deliver(DeploymentSnapshot deployment, DeploymentNotificationKind kind);
     void noteFailure(const QString &description);
 
     DeploymentNotifying *m_desktop = nullptr;
     QString m_failure; ///< of the latest notification; empty when it was taken
+    AsyncMutex m_turn; ///< held by the result that the desktop gets
+    TaskScope m_deliveries;
 };
 
 } // namespace velmora

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "control/choices.h"
 
+#include <QHash>
+
 namespace velmora
 {
 
@@ -8,6 +10,7 @@ namespace
 {
 
 constexpr qsizetype kMostListed = 40;
+constexpr qsizetype kLongestName = 200;
 
 QString listed(QStringList names)
 {
@@ -19,60 +22,78 @@ QString listed(QStringList names)
     return QStringLiteral("There is: %1.").arg(names.join(QStringLiteral(", ")));
 }
 
+/// A name as an error repeats it. It came from another program, and may be of any length.
+QString quoted(const QString &name)
+{
+    return name.size() > kLongestName ? name.first(kLongestName) + QStringLiteral("…") : name;
+}
+
 QString describe(const InstallationRecord &record)
 {
     return QStringLiteral("%1 (%2)").arg(record.id(), record.installation.account.login);
 }
 
-Choice chooseInstallation(const QString &key, const QList<InstallationRecord> &installations)
+QString unknownInstallation(const QString &key, const QList<InstallationRecord> &installations)
 {
     QStringList all;
-    QList<InstallationRecord> named;
-    for (const auto &record : installations) {
-        if (record.id() == key)
-            return {record.id(), {}};
+    for (const auto &record : installations)
         all.append(describe(record));
-        if (record.installation.account.login.compare(key, Qt::CaseInsensitive) == 0)
-            named.append(record);
-    }
-    if (named.size() == 1)
-        return {named.first().id(), {}};
-    if (named.isEmpty())
-        return {{}, QStringLiteral("There is no installation %1. %2").arg(key, listed(all))};
-    QStringList keys;
-    for (const auto &record : named)
-        keys.append(record.id());
-    return {{},
-        QStringLiteral("More than one installation is on %1. Name one of: %2.")
-            .arg(key, keys.join(QStringLiteral(", ")))};
+    return QStringLiteral("There is no installation %1. %2").arg(quoted(key), listed(all));
 }
 
-Choice chooseRepository(const QString &name, const QList<RepositoryRecord> &repositories)
+QString ambiguousInstallation(const QString &key, const QStringList &keys)
+{
+    return QStringLiteral("More than one installation is on %1. Name one of: %2.")
+        .arg(quoted(key), keys.join(QStringLiteral(", ")));
+}
+
+QString unknownRepository(const QString &name, const QList<RepositoryRecord> &repositories)
 {
     QStringList all;
-    for (const auto &record : repositories) {
-        if (record.id() == name || record.repository.nameWithOwner.compare(name, Qt::CaseInsensitive) == 0)
-            return {record.id(), {}};
+    for (const auto &record : repositories)
         all.append(record.repository.nameWithOwner);
-    }
-    return {{}, QStringLiteral("There is no repository %1. %2").arg(name, listed(all))};
+    return QStringLiteral("There is no repository %1. %2").arg(quoted(name), listed(all));
 }
 
 } // namespace
 
-QList<Choice> chooseInstallations(const QStringList &keys, const QList<InstallationRecord> &installations)
+Choices chooseInstallations(const QStringList &keys, const QList<InstallationRecord> &installations)
 {
-    QList<Choice> choices;
-    for (const QString &key : keys)
-        choices.append(chooseInstallation(key, installations));
+    QSet<QString> known;
+    QHash<QString, QStringList> onAccount;
+    for (const auto &record : installations) {
+        known.insert(record.id());
+        onAccount[record.installation.account.login.toCaseFolded()].append(record.id());
+    }
+    Choices choices;
+    for (const QString &key : keys) {
+        const QStringList named = known.contains(key) ? QStringList(key) : onAccount.value(key.toCaseFolded());
+        if (named.isEmpty())
+            return {{}, unknownInstallation(key, installations)};
+        if (named.size() > 1)
+            return {{}, ambiguousInstallation(key, named)};
+        choices.ids.insert(named.first());
+    }
     return choices;
 }
 
-QList<Choice> chooseRepositories(const QStringList &names, const QList<RepositoryRecord> &repositories)
+Choices chooseRepositories(const QStringList &names, const QList<RepositoryRecord> &repositories)
 {
-    QList<Choice> choices;
-    for (const QString &name : names)
-        choices.append(chooseRepository(name, repositories));
+    QHash<QString, QString> byName;
+    QSet<QString> known;
+    for (const auto &record : repositories) {
+        known.insert(record.id());
+        // The first of a name counts.
+        if (const QString name = record.repository.nameWithOwner.toCaseFolded(); !byName.contains(name))
+            byName.insert(name, record.id());
+    }
+    Choices choices;
+    for (const QString &name : names) {
+        const QString id = known.contains(name) ? name : byName.value(name.toCaseFolded());
+        if (id.isEmpty())
+            return {{}, unknownRepository(name, repositories)};
+        choices.ids.insert(id);
+    }
     return choices;
 }
 

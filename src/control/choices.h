@@ -5,24 +5,26 @@
 #include "installations/installation_record.h"
 
 #include <QList>
+#include <QSet>
 #include <QStringList>
 
 namespace velmora
 {
 
-/// What a name on the command line stands for.
-struct Choice {
-    QString id; ///< the key of the installation, or the node id of the repository
-    QString error; ///< why it stands for nothing, and what there is; else empty
+/// What names on the command line stand for.
+struct Choices {
+    QSet<QString> ids; ///< the keys of the installations, or the node ids of the repositories
+    QString error; ///< why the first name that stands for nothing does so, and what there is; else empty
 
-    friend bool operator==(const Choice &, const Choice &) = default;
+    friend bool operator==(const Choices &, const Choices &) = default;
 };
 
+// The time that either takes grows with the number of names and with that of records, not with both at once.
+
 /// Each key is an installation's key, or the login of its account where only one installation has it.
-[[nodiscard]] QList<Choice> chooseInstallations(
-    const QStringList &keys, const QList<InstallationRecord> &installations);
+[[nodiscard]] Choices chooseInstallations(const QStringList &keys, const QList<InstallationRecord> &installations);
 
 /// Each name is "owner/name" in any case of letters, or a node id.
-[[nodiscard]] QList<Choice> chooseRepositories(const QStringList &names, const QList<RepositoryRecord> &repositories);
+[[nodiscard]] Choices chooseRepositories(const QStringList &names, const QList<RepositoryRecord> &repositories);
 
 } // namespace velmora

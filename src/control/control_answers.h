@@ -8,10 +8,16 @@
 namespace velmora
 {
 
+/// How many installations or repositories can be named at once.
+inline constexpr qsizetype kMostNames = 10'000;
+
 /// What to do with installations that are named by key or account, before they are listed.
 struct InstallationChoices {
     QStringList enable;
     QStringList disable;
+
+    /// Whether nothing is switched.
+    [[nodiscard]] bool areNone() const { return enable.isEmpty() && disable.isEmpty(); }
 
     friend bool operator==(const InstallationChoices &, const InstallationChoices &) = default;
 };
@@ -22,6 +28,9 @@ struct RepositoryChoices {
     QStringList include;
     QStringList exclude;
 
+    /// Whether nothing is switched.
+    [[nodiscard]] bool areNone() const { return !all && include.isEmpty() && exclude.isEmpty(); }
+
     friend bool operator==(const RepositoryChoices &, const RepositoryChoices &) = default;
 };
 
@@ -29,6 +38,7 @@ struct RepositoryChoices {
 struct RemovalAnswer {
     QString login; ///< of the account that was removed, as GitHub writes it
     QString refusal; ///< why none was removed; else empty
+    std::optional<QString> unsaved; ///< why the removal will not last
 
     friend bool operator==(const RemovalAnswer &, const RemovalAnswer &) = default;
 };
@@ -46,6 +56,7 @@ struct LoadingAnswer {
 struct InstallationsAnswer {
     LoadingAnswer loading;
     QString refusal; ///< a name that means nothing: then nothing was switched; else empty
+    std::optional<QString> unsaved; ///< why what was switched will not last
     QList<ListedInstallation> installations;
     WebAddress installationURL; ///< where it is installed on another account
 
@@ -56,6 +67,7 @@ struct InstallationsAnswer {
 struct RepositoriesAnswer {
     LoadingAnswer loading;
     QString refusal; ///< a name that means nothing: then nothing was switched; else empty
+    std::optional<QString> unsaved; ///< why what was switched will not last
     QList<ListedRepository> repositories;
     WebAddress installationURL; ///< where more of them are granted
 

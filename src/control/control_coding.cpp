@@ -29,6 +29,24 @@ struct Codec<DeploymentMonitorState::Case> {
 };
 
 template <>
+struct Codec<MissingStep> {
+    static void decode(MissingStep &value, Element element, const Path &path)
+    {
+        QString text;
+        Codec<QString>::decode(text, element, path);
+        for (const MissingStep step :
+            {MissingStep::Account, MissingStep::Installation, MissingStep::Access, MissingStep::Selection}) {
+            if (rawValue(step) == text) {
+                value = step;
+                return;
+            }
+        }
+        failExpected(path, "a step that is missing");
+    }
+    static void encode(Writer &writer, MissingStep value) { Codec<QString>::encode(writer, rawValue(value)); }
+};
+
+template <>
 struct Codec<ReportOrigin> {
     static void decode(ReportOrigin &value, Element element, const Path &path)
     {
@@ -44,8 +62,8 @@ struct Codec<ReportOrigin> {
 template <>
 struct JSONTable<RemovalAnswer> {
     using Record = RemovalAnswer;
-    static constexpr auto fields
-        = std::tuple{json::required("login", &Record::login), json::required("refusal", &Record::refusal)};
+    static constexpr auto fields = std::tuple{json::required("login", &Record::login),
+        json::required("refusal", &Record::refusal), json::optional("unsaved", &Record::unsaved)};
 };
 
 template <>
@@ -58,25 +76,27 @@ struct JSONTable<LoadingAnswer> {
 template <>
 struct JSONTable<InstallationsAnswer> {
     using Record = InstallationsAnswer;
-    static constexpr auto fields = std::tuple{json::required("loading", &Record::loading),
-        json::required("refusal", &Record::refusal), json::required("installations", &Record::installations),
-        json::required("installationURL", &Record::installationURL)};
+    static constexpr auto fields
+        = std::tuple{json::required("loading", &Record::loading), json::required("refusal", &Record::refusal),
+            json::optional("unsaved", &Record::unsaved), json::required("installations", &Record::installations),
+            json::required("installationURL", &Record::installationURL)};
 };
 
 template <>
 struct JSONTable<RepositoriesAnswer> {
     using Record = RepositoriesAnswer;
-    static constexpr auto fields = std::tuple{json::required("loading", &Record::loading),
-        json::required("refusal", &Record::refusal), json::required("repositories", &Record::repositories),
-        json::required("installationURL", &Record::installationURL)};
+    static constexpr auto fields
+        = std::tuple{json::required("loading", &Record::loading), json::required("refusal", &Record::refusal),
+            json::optional("unsaved", &Record::unsaved), json::required("repositories", &Record::repositories),
+            json::required("installationURL", &Record::installationURL)};
 };
 
 template <>
 struct JSONTable<DeploymentMonitorState> {
     using Record = DeploymentMonitorState;
-    static constexpr auto fields
-        = std::tuple{json::required("case", &Record::state), json::required("hasContent", &Record::hasContent),
-            json::optional("lastUpdatedAt", &Record::lastUpdatedAt), json::optional("resumeAt", &Record::resumeAt)};
+    static constexpr auto fields = std::tuple{json::required("case", &Record::state),
+        json::required("hasContent", &Record::hasContent), json::optional("lastUpdatedAt", &Record::lastUpdatedAt),
+        json::optional("resumeAt", &Record::resumeAt), json::optional("missing", &Record::missing)};
 };
 
 template <>
@@ -86,7 +106,8 @@ struct JSONTable<MonitorReport> {
         = std::tuple{json::required("saved", &Record::origin), json::required("application", &Record::applicationName),
             json::required("state", &Record::state), json::required("deployments", &Record::deployments),
             json::optional("lastRefreshedAt", &Record::lastRefreshedAt), json::required("message", &Record::message),
-            json::required("hint", &Record::hint), json::optional("savedAt", &Record::savedAt)};
+            json::optional("unsaved", &Record::unsaved), json::required("hint", &Record::hint),
+            json::optional("savedAt", &Record::savedAt)};
 };
 
 template <>

@@ -3,6 +3,8 @@
 
 #include "support/error.h"
 
+#include <utility>
+
 namespace velmora
 {
 

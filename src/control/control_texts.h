@@ -15,6 +15,11 @@ namespace velmora
     return QStringLiteral("No GitHub account is connected. Run “velmora connect” to connect one.");
 }
 
+[[nodiscard]] inline QString notInstalledText(const WebAddress &installationURL)
+{
+    return QStringLiteral("Velmora is not installed anywhere. Install it: %1").arg(installationURL.text());
+}
+
 [[nodiscard]] inline QString noRepositoriesText(const WebAddress &installationURL)
 {
     return QStringLiteral("No repositories. Choose where Velmora is installed: %1").arg(installationURL.text());

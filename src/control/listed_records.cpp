@@ -26,7 +26,7 @@ QList<ListedAccount> listedAccounts(const QList<GitHubAccountSession> &sessions)
 {
     QList<ListedAccount> listed;
     for (const auto &[account, status] : sessions)
-        listed.append({account.id, account.login, rawValue(status), account.avatarURL});
+        listed.append({account.id, account.login, rawValue(status), account.avatarURL, std::nullopt});
     return listed;
 }
 
@@ -37,7 +37,7 @@ QList<ListedInstallation> listedInstallations(
     for (const auto &record : installations) {
         const auto &account = record.installation.account;
         listed.append({record.id(), loginOf(record.identityID, sessions), account.login, account.type,
-            record.installation.repositorySelection, record.isEnabled});
+            record.installation.repositorySelection, record.isEnabled, record.installation.isSuspended()});
     }
     return listed;
 }

@@ -21,6 +21,7 @@ struct ListedAccount {
     QString login; ///< "login"
     QString status; ///< "status": rawValue() of a GitHubSessionStatus
     std::optional<WebAddress> avatarURL; ///< "avatarURL"
+    std::optional<QString> advice; ///< "advice": what the user has to do about the account, if anything
 
     friend bool operator==(const ListedAccount &, const ListedAccount &) = default;
 };
@@ -33,6 +34,7 @@ struct ListedInstallation {
     QString type; ///< "type"
     QString repositorySelection; ///< "repositorySelection"
     bool isEnabled = true; ///< "enabled"
+    bool isSuspended = false; ///< "suspended": by its owner, on GitHub; then it grants nothing
 
     friend bool operator==(const ListedInstallation &, const ListedInstallation &) = default;
 };

@@ -12,9 +12,9 @@ namespace velmora
 template <>
 struct JSONTable<ListedAccount> {
     using Record = ListedAccount;
-    static constexpr auto fields
-        = std::tuple{json::required("id", &Record::id), json::required("login", &Record::login),
-            json::required("status", &Record::status), json::optional("avatarURL", &Record::avatarURL)};
+    static constexpr auto fields = std::tuple{json::required("id", &Record::id),
+        json::required("login", &Record::login), json::required("status", &Record::status),
+        json::optional("avatarURL", &Record::avatarURL), json::optional("advice", &Record::advice)};
 };
 
 template <>
@@ -23,7 +23,7 @@ struct JSONTable<ListedInstallation> {
     static constexpr auto fields = std::tuple{json::required("key", &Record::key),
         json::required("identity", &Record::identity), json::required("account", &Record::account),
         json::required("type", &Record::type), json::required("repositorySelection", &Record::repositorySelection),
-        json::required("enabled", &Record::isEnabled)};
+        json::required("enabled", &Record::isEnabled), json::required("suspended", &Record::isSuspended)};
 };
 
 template <>

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "control/local_control.h"
 
+#include "accounts/account_removal_error.h"
 #include "control/choices.h"
 #include "control/control_texts.h"
 #include "installations/installation_store.h"
 #include "monitor/deployment_monitor.h"
 #include "notifications/general_settings_store.h"
+#include "platform/preferences.h"
 #include "support/cancel_on_stop.h"
 #include "support/clock.h"
 #include "support/signal_waiting.h"
@@ -30,14 +32,22 @@ QString knownLogins(const QList<GitHubAccountSession> &sessions)
     return QStringLiteral("Connected: %1.").arg(logins.join(QStringLiteral(", ")));
 }
 
-/// Why the first of the names means nothing; empty when all mean something.
-QString firstError(const QList<Choice> &choices)
+std::optional<QString> nothingIfEmpty(const QString &text)
 {
-    for (const Choice &choice : choices) {
-        if (!choice.error.isEmpty())
-            return choice.error;
-    }
-    return QString();
+    return text.isEmpty() ? std::nullopt : std::optional(text);
+}
+
+QCoro::Task<std::optional<QString>> whyChangeIsLost(Preferences *preferences, std::stop_token stop)
+{
+    const QString reason = co_await whyNotSaved(preferences, stop);
+    co_return nothingIfEmpty(reason);
+}
+
+/// The installations that could grant repositories may be suspended; otherwise none was chosen for them.
+QString noAccessText(const QList<InstallationRecord> &installations, const WebAddress &installationURL)
+{
+    const QString suspended = suspendedText(installations);
+    return suspended.isEmpty() ? noRepositoriesText(installationURL) : suspended;
 }
 
 QSet<QString> idsOf(const QList<RepositoryRecord> &repositories)
@@ -48,23 +58,48 @@ QSet<QString> idsOf(const QList<RepositoryRecord> &repositories)
     return ids;
 }
 
-QCoro::Task<> loadEverything(LocalControl::Services services, std::stop_token stop)
+/// The keyring may ask the user first, who may take any time. Until then the account stays as it is.
+QCoro::Task<> removeEverywhere(LocalControl::Services services, qint64 accountID)
 {
     const QPointer<DeploymentMonitor> monitor(services.monitor);
-    co_await services.installations->refresh(services.authentication, stop);
-    if (monitor && !stop.stop_requested())
-        co_await monitor->refreshAll(services.authentication, services.installations, services.clock->now());
-}
-
-/// The account leaves the list as soon as this is called. The keyring may ask the person first, who may take their
-/// time, so that what was fetched for the account is forgotten before.
-QCoro::Task<> forgetEverywhere(LocalControl::Services services, qint64 accountID)
-{
-    const QPointer<DeploymentMonitor> monitor(services.monitor);
-    auto removal = services.authentication->removeAndWait(accountID);
+    co_await services.authentication->remove(accountID);
     if (monitor)
         co_await monitor->forgetRemoved(services.authentication, services.installations, services.clock->now());
-    co_await removal;
+}
+
+QCoro::Task<> loadInstallationsForUser(LocalControl::Services services, std::stop_token stop)
+{
+    const QPointer<InstallationStore> installations(services.installations);
+    co_await services.authentication->unlock();
+    if (installations && !stop.stop_requested())
+        co_await installations->refresh(services.authentication, stop);
+}
+
+SharedRuns installationLoads(LocalControl::Services services)
+{
+    return SharedRuns([services = std::move(services)](std::stop_token stop, const std::function<void()> &) {
+        return loadInstallationsForUser(services, std::move(stop));
+    });
+}
+
+QCoro::Task<> loadEverything(
+    LocalControl::Services services, SharedRuns installationLoads, std::stop_token stop, std::function<void()> close)
+{
+    const QPointer<DeploymentMonitor> monitor(services.monitor);
+    co_await installationLoads.join(stop);
+    if (!monitor || stop.stop_requested())
+        co_return;
+    // A deployment that is made from now on may be missing.
+    close();
+    co_await monitor->refreshAll(services.authentication, services.installations, services.clock->now());
+}
+
+SharedRuns refreshes(LocalControl::Services services, SharedRuns installationLoads)
+{
+    return SharedRuns([services = std::move(services), installationLoads = std::move(installationLoads)](
+                          std::stop_token stop, std::function<void()> close) {
+        return loadEverything(services, installationLoads, std::move(stop), std::move(close));
+    });
 }
 
 /// Tells how the work ended.
@@ -97,6 +132,8 @@ QCoro::Task<> waitUnlessStopped(QCoro::Task<> work, std::stop_token stop)
 LocalControl::LocalControl(Services services, QObject *parent)
     : Control(parent)
     , m_services(std::move(services))
+    , m_installationLoads(installationLoads(m_services))
+    , m_refreshes(refreshes(m_services, m_installationLoads))
 {
     connect(m_services.monitor, &DeploymentMonitor::changed, this, &ReportSource::reportChanged);
     connect(m_services.installations, &InstallationStore::repositoriesChanged, this, &LocalControl::noteRepositories);
@@ -113,7 +150,10 @@ QCoro::Task<QList<ListedAccount>> LocalControl::accounts(std::stop_token stop)
     throwIfStopped(stop);
     if (!self)
         throw CancellationError();
-    co_return listedAccounts(store->sessions());
+    auto listed = listedAccounts(store->sessions());
+    for (ListedAccount &account : listed)
+        account.advice = store->advice(account.id);
+    co_return listed;
 }
 
 QCoro::Task<RemovalAnswer> LocalControl::removeAccount(QString login, std::stop_token stop)
@@ -129,7 +169,13 @@ QCoro::Task<RemovalAnswer> LocalControl::removeAccount(QString login, std::stop_
     }
     answer.login = found->account.login;
     const qint64 accountID = found->id();
-    co_await waitUnlessStopped(forgetEverywhere(m_services, accountID), stop);
+    Preferences *const preferences = m_services.preferences;
+    try {
+        co_await waitUnlessStopped(removeEverywhere(m_services, accountID), stop);
+    } catch (const AccountRemovalError &error) {
+        answer.refusal = error.description();
+    }
+    answer.unsaved = co_await whyChangeIsLost(preferences, stop);
     co_return answer;
 }
 
@@ -141,8 +187,7 @@ QCoro::Task<LoadingAnswer> LocalControl::loadInstallations(std::stop_token stop)
     answer.hasAccounts = !m_services.authentication->sessions().isEmpty();
     if (!answer.hasAccounts)
         co_return answer;
-    co_await m_services.installations->refresh(m_services.authentication, stop);
-    throwIfStopped(stop);
+    co_await m_installationLoads.join(stop);
     if (!self)
         throw CancellationError();
     const InstallationLoadingState state = m_services.installations->state();
@@ -153,44 +198,50 @@ QCoro::Task<LoadingAnswer> LocalControl::loadInstallations(std::stop_token stop)
 
 QCoro::Task<InstallationsAnswer> LocalControl::installations(InstallationChoices choices, std::stop_token stop)
 {
+    const QPointer<LocalControl> self(this);
     InstallationsAnswer answer;
     answer.installationURL = m_services.installationURL;
     answer.loading = co_await loadInstallations(stop);
     if (!answer.loading.hasAccounts)
         co_return answer;
     InstallationStore *const store = m_services.installations;
-    const QList<Choice> enabled = chooseInstallations(choices.enable, store->installations());
-    const QList<Choice> disabled = chooseInstallations(choices.disable, store->installations());
-    answer.refusal = firstError(enabled + disabled);
+    const Choices enabled = chooseInstallations(choices.enable, store->installations());
+    const Choices disabled = chooseInstallations(choices.disable, store->installations());
+    answer.refusal = enabled.error.isEmpty() ? disabled.error : enabled.error;
     if (answer.refusal.isEmpty()) {
-        for (const Choice &choice : enabled)
-            store->setInstallation(choice.id, true);
-        for (const Choice &choice : disabled)
-            store->setInstallation(choice.id, false);
+        store->setInstallations(enabled.ids, true);
+        store->setInstallations(disabled.ids, false);
     }
+    if (!choices.areNone())
+        answer.unsaved = co_await whyChangeIsLost(m_services.preferences, stop);
+    if (!self)
+        throw CancellationError();
     answer.installations = listedInstallations(store->installations(), m_services.authentication->sessions());
     co_return answer;
 }
 
 QCoro::Task<RepositoriesAnswer> LocalControl::repositories(RepositoryChoices choices, std::stop_token stop)
 {
+    const QPointer<LocalControl> self(this);
     RepositoriesAnswer answer;
     answer.installationURL = m_services.installationURL;
     answer.loading = co_await loadInstallations(stop);
     if (!answer.loading.hasAccounts)
         co_return answer;
     InstallationStore *const store = m_services.installations;
-    const QList<Choice> included = chooseRepositories(choices.include, store->repositories());
-    const QList<Choice> excluded = chooseRepositories(choices.exclude, store->repositories());
-    answer.refusal = firstError(included + excluded);
+    const Choices included = chooseRepositories(choices.include, store->repositories());
+    const Choices excluded = chooseRepositories(choices.exclude, store->repositories());
+    answer.refusal = included.error.isEmpty() ? excluded.error : included.error;
     if (answer.refusal.isEmpty()) {
         if (choices.all)
             store->setAllRepositories(*choices.all);
-        for (const Choice &choice : included)
-            store->setRepository(choice.id, true);
-        for (const Choice &choice : excluded)
-            store->setRepository(choice.id, false);
+        store->setRepositories(included.ids, true);
+        store->setRepositories(excluded.ids, false);
     }
+    if (!choices.areNone())
+        answer.unsaved = co_await whyChangeIsLost(m_services.preferences, stop);
+    if (!self)
+        throw CancellationError();
     answer.repositories = listedRepositories(store->repositories(), idsOf(store->monitoredRepositories()));
     co_return answer;
 }
@@ -200,7 +251,11 @@ QCoro::Task<LoadingAnswer> LocalControl::refresh(std::stop_token stop)
     const QPointer<LocalControl> self(this);
     if (m_services.authentication->sessions().isEmpty())
         co_return LoadingAnswer();
-    co_await waitUnlessStopped(loadEverything(m_services, stop), stop);
+    co_await m_refreshes.join(stop);
+    if (!self)
+        throw CancellationError();
+    // What was announced on the way is remembered there.
+    co_await whyNotSaved(m_services.preferences, stop);
     if (!self)
         throw CancellationError();
     co_return refreshed();
@@ -215,6 +270,7 @@ LoadingAnswer LocalControl::refreshed() const
     answer.messages = m_services.monitor->message().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     for (const auto &failure : m_services.installations->failures())
         answer.messages.append(failure.login + QStringLiteral(": ") + failure.description);
+    answer.messages.append(m_services.monitor->unsaved().split(QLatin1Char('\n'), Qt::SkipEmptyParts));
     answer.messages.removeDuplicates();
     using Case = DeploymentMonitorState::Case;
     if (state.state == Case::RateLimited && answer.messages.isEmpty())
@@ -227,16 +283,21 @@ LoadingAnswer LocalControl::refreshed() const
 
 QString LocalControl::hint() const
 {
-    if (m_services.monitor->state().state != DeploymentMonitorState::Case::Disconnected)
-        return QString();
-    if (m_services.authentication->sessions().isEmpty())
-        return noAccountText();
-    if (m_services.installations->repositories().isEmpty())
-        return noRepositoriesText(m_services.installationURL);
+    const auto missing = m_services.monitor->state().missing;
     // What is watched now is loaded with the next refresh.
-    if (!m_services.installations->monitoredRepositories().isEmpty())
+    if (!missing || !m_services.installations->monitoredRepositories().isEmpty())
         return QString();
-    return QStringLiteral("No repository is watched. Run “velmora repositories --all” to watch them.");
+    switch (*missing) {
+    case MissingStep::Account:
+        return noAccountText();
+    case MissingStep::Installation:
+        return notInstalledText(m_services.installationURL);
+    case MissingStep::Access:
+        return noAccessText(m_services.installations->installations(), m_services.installationURL);
+    case MissingStep::Selection:
+        return QStringLiteral("No repository is watched. Run “velmora repositories --all” to watch them.");
+    }
+    Q_UNREACHABLE();
 }
 
 QCoro::Task<MonitorReport> LocalControl::report(std::stop_token)
@@ -246,8 +307,10 @@ QCoro::Task<MonitorReport> LocalControl::report(std::stop_token)
     report.applicationName = m_services.applicationName;
     report.state = monitor->state();
     report.deployments = monitor->deployments();
-    report.lastRefreshedAt = monitor->lastRefreshedAt();
+    // Before anything was fetched, the time at which it was saved is the age of what is shown.
+    report.lastRefreshedAt = monitor->lastRefreshedAt() ? monitor->lastRefreshedAt() : report.state.lastUpdatedAt;
     report.message = monitor->message();
+    report.unsaved = nothingIfEmpty(monitor->unsaved());
     report.hint = hint();
     m_hint = report.hint;
     co_return report;
@@ -261,10 +324,9 @@ void LocalControl::noteRepositories()
 
 void LocalControl::follow()
 {
-    m_services.monitor->start(m_services.authentication, m_services.installations);
+    m_services.monitor->start(
+        m_services.authentication, m_services.installations, DeploymentMonitor::FirstTick::AtOnce);
     launch(m_services.settings->prepareNotifications(), "preparing notifications");
-    launch(m_services.monitor->tick(m_services.authentication, m_services.installations, m_services.clock->now()),
-        "the first refresh");
 }
 
 } // namespace velmora

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "control/control.h"
+#include "control/shared_runs.h"
 
 namespace velmora
 {
@@ -11,8 +12,10 @@ class Clock;
 class DeploymentMonitor;
 class GeneralSettingsStore;
 class InstallationStore;
+class Preferences;
 
-/// Controls the Velmora of this process: reports what its stores say, and has them do what is asked.
+/// Controls the Velmora of this process: reports what its stores say, and has them do what is asked. What several
+/// callers want loaded at the same time is loaded once.
 class LocalControl final : public Control
 {
     Q_OBJECT
@@ -25,6 +28,7 @@ public:
         InstallationStore *installations = nullptr;
         DeploymentMonitor *monitor = nullptr;
         GeneralSettingsStore *settings = nullptr;
+        Preferences *preferences = nullptr; ///< where the stores keep their choices
         Clock *clock = nullptr;
         WebAddress installationURL;
     };
@@ -48,6 +52,8 @@ private:
     void noteRepositories();
 
     Services m_services;
+    SharedRuns m_installationLoads; ///< what the switches of the user are about
+    SharedRuns m_refreshes; ///< that, and then all deployments
     QString m_hint; ///< of the latest report
 };
 

@@ -26,6 +26,7 @@ struct MonitorReport {
     QList<DeploymentSnapshot> deployments;
     std::optional<Instant> lastRefreshedAt;
     QString message; ///< a line for each identity that failed
+    std::optional<QString> unsaved; ///< a line for each file that could not be saved
     QString hint; ///< what the person can do about an empty list
     std::optional<Instant> savedAt; ///< of saved data: since when
 

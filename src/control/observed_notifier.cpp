@@ -15,6 +15,11 @@ QCoro::Task<bool> ObservedNotifier::requestAuthorizationIfNeeded()
     return m_notifier->requestAuthorizationIfNeeded();
 }
 
+QCoro::Task<> ObservedNotifier::untilReady(std::stop_token stop)
+{
+    return m_notifier->untilReady(std::move(stop));
+}
+
 QCoro::Task<> ObservedNotifier::notifyFailure(DeploymentSnapshot deployment)
 {
     Q_EMIT posted(deploymentNotification(deployment, DeploymentNotificationKind::Failure));

@@ -18,6 +18,7 @@ public:
     explicit ObservedNotifier(DeploymentNotifying *notifier, QObject *parent = nullptr);
 
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;
+    [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override;
     [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) override;
 

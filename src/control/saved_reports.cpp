@@ -51,7 +51,7 @@ MonitorReport SavedReports::reportOf(const std::optional<DeploymentCachePayload>
     report.origin = ReportOrigin::Saved;
     report.applicationName = m_services.applicationName;
     if (!hasAccounts(*m_services.preferences)) {
-        report.state = DeploymentMonitorState::disconnected();
+        report.state = DeploymentMonitorState::disconnected(MissingStep::Account);
         report.hint = noAccountText();
         return report;
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "accounts/credential_storing.h"
+#include "accounts/credential_turns.h"
 #include "diagnostics/network_probes.h"
 #include "diagnostics/texts.h"
 
@@ -13,9 +14,12 @@ struct IdentityProbeServices {
     NetworkProbeServices network;
     std::shared_ptr<CredentialStoring> credentials;
     ProbedEndpoints endpoints;
+    QStringList endedSessions; ///< the list of EndedSessions
+    CredentialLockPlaces locks; ///< of the credentials
 };
 
-/// For each account, under a number instead of its name: whether it is connected, and what is left of its rate limits.
+/// For each account, under a number instead of its name: what is left of its rate limits, or what its session is
+/// waiting for.
 ///
 /// Reading from a keyring starts one where none is running, so whoever must not do that does not ask then.
 /// A credential is read without asking the person for anything, and never renewed: the old one dies with that, and a

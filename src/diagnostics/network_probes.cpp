@@ -23,19 +23,26 @@ HTTPRequest anonymousRequest(const QUrl &url, const HTTPHeaders &headers = {})
     return request;
 }
 
-QCoro::Task<QList<Finding>> askEndpoint(
-    NetworkProbeServices services, QString label, HTTPRequest request, bool tellsTime, std::stop_token stop)
+/// What the answer of the REST endpoint tells of the server, beside how it is reached.
+QList<Finding> serverFindings(const HTTPResponse &response, const QByteArray &apiVersion, Instant answeredAt)
+{
+    const auto time = parseHTTPDate(response.header("date").value_or(QByteArray()));
+    return {{QStringLiteral("server"), serverText(response.header("x-github-enterprise-version"), apiVersion)},
+        {QStringLiteral("clock"), clockText(time, answeredAt)}};
+}
+
+/// With the version of the API that it is asked with, the answer is that of the REST endpoint.
+QCoro::Task<QList<Finding>> askEndpoint(NetworkProbeServices services, QString label, HTTPRequest request,
+    std::optional<QByteArray> apiVersion, std::stop_token stop)
 {
     QElapsedTimer timer;
     timer.start();
     const HTTPResponse response = co_await services.session->send(std::move(request), stop);
     const std::chrono::milliseconds duration(timer.elapsed());
     QList<Finding> findings{Finding{label, answerText(response.statusCode, duration)}};
-    if (tellsTime) {
-        // The answer was under way for about half of the time.
-        const auto time = parseHTTPDate(response.header("date").value_or(QByteArray()));
-        findings.append(Finding{QStringLiteral("clock"), clockText(time, services.clock->now() - duration / 2)});
-    }
+    // The answer was under way for about half of the time.
+    if (apiVersion)
+        findings.append(serverFindings(response, *apiVersion, services.clock->now() - duration / 2));
     co_return findings;
 }
 
@@ -47,11 +54,11 @@ QCoro::Task<QList<Finding>> askForProxy(std::shared_ptr<const ProxyLookup> proxi
     co_return findings;
 }
 
-Probe endpointProbe(
-    const NetworkProbeServices &services, const QString &label, const HTTPRequest &request, bool tellsTime = false)
+Probe endpointProbe(const NetworkProbeServices &services, const QString &label, const HTTPRequest &request,
+    const std::optional<QByteArray> &apiVersion = std::nullopt)
 {
     return Probe{kHeading, label, [=](std::stop_token stop) {
-                     return askEndpoint(services, label, request, tellsTime, std::move(stop));
+                     return askEndpoint(services, label, request, apiVersion, std::move(stop));
                  }};
 }
 
@@ -71,7 +78,7 @@ QList<Probe> endpointProbes(const NetworkProbeServices &services, const ProbedEn
         kHeading, QStringLiteral("proxy"), [proxies = services.proxies, url = endpoints.api](std::stop_token stop) {
             return askForProxy(proxies, url, std::move(stop));
         }};
-    return {proxy, endpointProbe(services, QStringLiteral("REST"), rest, true),
+    return {proxy, endpointProbe(services, QStringLiteral("REST"), rest, endpoints.apiVersion),
         endpointProbe(services, QStringLiteral("GraphQL"), graphql),
         endpointProbe(services, QStringLiteral("login"),
             anonymousRequest(appendingPath(endpoints.login, QStringLiteral("device"))))};

@@ -28,7 +28,7 @@ struct ProbedEndpoints {
     QByteArray apiVersion;
 };
 
-/// The proxy, and how REST (with its clock), GraphQL and the pages for connecting answer.
+/// The proxy, and how REST (with its server and its clock), GraphQL and the pages for connecting answer.
 [[nodiscard]] QList<Probe> endpointProbes(const NetworkProbeServices &services, const ProbedEndpoints &endpoints);
 
 } // namespace velmora

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "diagnostics/profile_probes.h"
 
+#include "accounts/earlier_profile.h"
+#include "accounts/ended_sessions.h"
 #include "accounts/github_account.h"
+#include "accounts/origin_preferences.h"
 #include "diagnostics/private_names.h"
 #include "diagnostics/texts.h"
 #include "platform/preferences_file.h"
@@ -20,12 +23,37 @@ namespace velmora
 namespace
 {
 
+/// Preferences that were read from a file; what is set stays here.
+class PreferencesCopy final : public Preferences
+{
+public:
+    explicit PreferencesCopy(QJsonObject content)
+        : m_content(std::move(content))
+    {
+    }
+    [[nodiscard]] std::optional<Value> value(const QString &key) const override
+    {
+        return preferenceFromJSON(m_content.value(key));
+    }
+    void setValue(const QString &key, const Value &value) override { m_content.insert(key, jsonFromPreference(value)); }
+    void remove(const QString &key) override { m_content.remove(key); }
+
+private:
+    QJsonObject m_content;
+};
+
 /// The state behind the path of the file, where it has one.
 QString fileText(const QString &path, const QString &state)
 {
     if (path.isEmpty())
         return state;
     return QStringLiteral("%1: %2").arg(pathFromHome(path, homesOfPerson()), state);
+}
+
+/// What stands behind the path, which names the user's folders.
+QString reasonOf(const FileError &error, const QString &path)
+{
+    return error.description().section(path + QStringLiteral(": "), -1);
 }
 
 struct ReadPreferences {
@@ -38,29 +66,32 @@ ReadPreferences readPreferences(const QString &path)
     if (path.isEmpty())
         return {{}, QStringLiteral("there is no home for it")};
     try {
-        const auto bytes = readFile(path);
+        const auto bytes = readPrivateFile(path);
         if (!bytes)
             return {{}, QStringLiteral("not there yet")};
         const QJsonDocument document = QJsonDocument::fromJson(*bytes);
         if (!document.isObject())
             return {{}, QStringLiteral("damaged, %1").arg(sizeText(bytes->size()))};
         return {document.object(), QStringLiteral("readable, %1").arg(sizeText(bytes->size()))};
-    } catch (const Error &) {
-        return {{}, QStringLiteral("cannot be read")};
+    } catch (const FileError &error) {
+        return {{}, QStringLiteral("cannot be read: ") + reasonOf(error, path)};
     }
 }
 
-template <typename T>
-T preference(const QJsonObject &content, const QString &key)
+/// What stands against writing the file, to be put behind what else is known of it.
+QString obstacleText(const QString &path)
 {
-    const auto value = preferenceFromJSON(content.value(key));
-    const T *typed = value ? std::get_if<T>(&*value) : nullptr;
-    return typed ? *typed : T();
+    try {
+        requireWritable(path);
+        return QString();
+    } catch (const FileError &error) {
+        return QStringLiteral("; cannot be saved: ") + reasonOf(error, path);
+    }
 }
 
-QList<qint64> accountIDs(const QJsonObject &content)
+QList<qint64> accountIDs(const Preferences &preferences)
 {
-    const auto data = preference<QByteArray>(content, QStringLiteral("github.accounts"));
+    const auto data = preferences.data(QStringLiteral("github.accounts")).value_or(QByteArray());
     QList<qint64> ids;
     try {
         const auto accounts = decodeJSON<QList<GitHubAccount>>(data);
@@ -75,12 +106,16 @@ QList<qint64> accountIDs(const QJsonObject &content)
 QString cacheText(const QString &path, Instant now)
 {
     const QFileInfo file(path);
-    if (path.isEmpty() || !file.exists())
+    if (path.isEmpty())
         return QStringLiteral("none");
-    if (!file.isReadable())
-        return fileText(path, QStringLiteral("cannot be read"));
+    const QString obstacle = obstacleText(path);
+    if (!file.exists())
+        return obstacle.isEmpty() ? QStringLiteral("none") : fileText(path, QStringLiteral("none") + obstacle);
+    if (!file.isFile() || !file.isReadable())
+        return fileText(path, QStringLiteral("cannot be read") + obstacle);
     const Instant saved(std::chrono::milliseconds(file.lastModified().toMSecsSinceEpoch()));
-    return fileText(path, QStringLiteral("%1, saved %2").arg(sizeText(file.size()), relativeTime(saved, now)));
+    return fileText(
+        path, QStringLiteral("%1, saved %2").arg(sizeText(file.size()), relativeTime(saved, now)) + obstacle);
 }
 
 QString countText(qsizetype count, const QString &one, const QString &several)
@@ -88,27 +123,45 @@ QString countText(qsizetype count, const QString &one, const QString &several)
     return QStringLiteral("%1 %2").arg(count).arg(count == 1 ? one : several);
 }
 
-QString choicesText(const QJsonObject &content)
+QString choicesText(const Preferences &preferences)
 {
-    const auto installations = preference<QStringList>(content, QStringLiteral("github.disabledInstallations"));
-    const auto repositories = preference<QStringList>(content, QStringLiteral("github.excludedRepositories"));
+    const auto installations = preferences.stringList(QStringLiteral("github.disabledInstallations"));
+    const auto repositories = preferences.stringList(QStringLiteral("github.excludedRepositories"));
     return countText(installations.size(), QStringLiteral("installation"), QStringLiteral("installations"))
         + QStringLiteral(", ")
         + countText(repositories.size(), QStringLiteral("repository"), QStringLiteral("repositories"));
 }
 
+/// Where the origin's deployments are saved. Those of earlier versions are moved when the program starts.
+QString cachePath(const ProfilePlaces &places, bool isFiled)
+{
+    if (places.cacheFolder.isEmpty())
+        return QString();
+    const bool isOfEarlier = !isFiled && places.earlierOwner == places.origin;
+    const QString folder = isOfEarlier ? places.cacheFolder : places.origin.folderIn(places.cacheFolder);
+    return folder + QStringLiteral("/deployments.json");
+}
+
 } // namespace
 
-ProfileRecord readProfile(const QString &preferencesPath, const QString &cachePath, Instant now)
+ProfileRecord readProfile(const ProfilePlaces &places, Instant now)
 {
-    const ReadPreferences preferences = readPreferences(preferencesPath);
+    const ReadPreferences read = readPreferences(places.preferencesFile);
+    const auto preferences = std::make_shared<PreferencesCopy>(read.content);
+    const bool isFiled = earlierOwner(*preferences).has_value();
+    if (places.earlierOwner)
+        fileEarlierProfile(preferences.get(), QString(), *places.earlierOwner);
+    const OriginPreferences accountPreferences(preferences.get(), places.origin);
+    const QString obstacle = places.preferencesFile.isEmpty() ? QString() : obstacleText(places.preferencesFile);
     ProfileRecord record;
     record.findings = {
-        {QStringLiteral("preferences"), fileText(preferencesPath, preferences.state)},
-        {QStringLiteral("cache"), cacheText(cachePath, now)},
+        {QStringLiteral("preferences"), fileText(places.preferencesFile, read.state + obstacle)},
+        {QStringLiteral("cache"), cacheText(cachePath(places, isFiled), now)},
     };
-    record.choices = {{QStringLiteral("switched off"), choicesText(preferences.content)}};
-    record.accountIDs = accountIDs(preferences.content);
+    record.choices = {{QStringLiteral("switched off"), choicesText(accountPreferences)}};
+    record.accountIDs = accountIDs(accountPreferences);
+    record.endedSessions = accountPreferences.stringList(EndedSessions::key());
+    record.preferences = preferences;
     return record;
 }
 

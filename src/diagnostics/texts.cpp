@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocale>
+#include <QRegularExpression>
 #include <QStringList>
 
 namespace velmora
@@ -17,6 +18,10 @@ namespace
 
 /// From here on a clock makes trouble with tokens that are good for hours, and with requests that are signed in time.
 constexpr std::chrono::seconds kWorryingSkew(60);
+
+/// Enterprise Servers before this version know only the older API.
+constexpr std::pair kFirstWithNewAPI(3, 21);
+const QByteArray kOldAPI = "2022-11-28";
 
 QString number(qint64 value)
 {
@@ -88,6 +93,23 @@ QString clockText(std::optional<Instant> gitHubTime, Instant now)
     const QString side = skew.count() > 0 ? QStringLiteral("ahead of") : QStringLiteral("behind");
     const QString text = QStringLiteral("%1 s %2 GitHub's").arg(number(size.count()), side);
     return size < kWorryingSkew ? text : text + QStringLiteral("; the expiry of tokens is misjudged");
+}
+
+QString serverText(const std::optional<QByteArray> &version, const QByteArray &apiVersion)
+{
+    if (!version)
+        return QString();
+    static const QRegularExpression form(QStringLiteral("\\A([0-9]{1,3})\\.([0-9]{1,3})(\\.[0-9]{1,5})?\\z"));
+    const QString told = QString::fromLatin1(version->trimmed());
+    const auto match = form.match(told);
+    if (!match.hasMatch())
+        return QStringLiteral("Enterprise Server of a version that cannot be read");
+    const QString text = QStringLiteral("Enterprise Server %1").arg(told);
+    const std::pair found(match.captured(1).toInt(), match.captured(2).toInt());
+    if (found >= kFirstWithNewAPI || apiVersion <= kOldAPI)
+        return text;
+    return QStringLiteral("%1, which knows no API of %2: set VELMORA_API_VERSION=%3")
+        .arg(text, QString::fromLatin1(apiVersion), QString::fromLatin1(kOldAPI));
 }
 
 QString rateLimitsText(const QByteArray &answer, Instant now)

@@ -29,6 +29,10 @@ namespace velmora
 /// How far the clock of this machine is from GitHub's, where the difference endangers the expiry of tokens.
 [[nodiscard]] QString clockText(std::optional<Instant> gitHubTime, Instant now);
 
+/// "Enterprise Server 3.19.2" from the header in which one tells its version, and what follows from that for the
+/// version of the API. Empty without the header, which nothing else sends.
+[[nodiscard]] QString serverText(const std::optional<QByteArray> &version, const QByteArray &apiVersion);
+
 /// "graphql 4,312 of 5,000 left, resets in 31 min" and the same for REST, from the answer to GET /rate_limit. Empty
 /// where the answer tells nothing of the kind.
 [[nodiscard]] QString rateLimitsText(const QByteArray &answer, Instant now);

@@ -94,11 +94,18 @@ QString certificateFailureText(const QString &host, const QList<QSslError> &erro
         .arg(host, found->reason, found->advice);
 }
 
+QString closedEarlyText(const QString &host)
+{
+    return QStringLiteral("%1 closed the connection before the answer was complete.").arg(host);
+}
+
 QString connectionFailureText(
     const QString &host, QNetworkReply::NetworkError error, const QString &qtText, const QNetworkProxy &proxy)
 {
-    if (error == QNetworkReply::RemoteHostClosedError)
-        return QStringLiteral("%1 closed the connection before the answer was complete.").arg(host);
+    // Qt would send the request again, and may not.
+    const bool isClosed = error == QNetworkReply::RemoteHostClosedError || error == QNetworkReply::ContentReSendError;
+    if (isClosed)
+        return closedEarlyText(host);
     if (error == QNetworkReply::SslHandshakeFailedError)
         return QStringLiteral("No encrypted connection to %1 could be made.").arg(host);
     if (isUsed(proxy) && error < QNetworkReply::ContentAccessDenied)

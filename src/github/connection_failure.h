@@ -16,6 +16,8 @@ namespace velmora
 /// That the certificate of the host does not verify, why, and what helps. `errors` is not empty.
 [[nodiscard]] QString certificateFailureText(const QString &host, const QList<QSslError> &errors);
 
+[[nodiscard]] QString closedEarlyText(const QString &host);
+
 /// `qtText` is what Qt says about the error; it is passed on unless it quotes the request or the server.
 [[nodiscard]] QString connectionFailureText(
     const QString &host, QNetworkReply::NetworkError error, const QString &qtText, const QNetworkProxy &proxy);

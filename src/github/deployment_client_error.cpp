@@ -2,6 +2,7 @@
 #include "github/deployment_client_error.h"
 
 #include "github/github_client_error.h"
+#include "github/paused_error.h"
 
 namespace velmora
 {
@@ -17,7 +18,7 @@ DeploymentClientError DeploymentClientError::graphQL(QStringList messages, std::
 QString DeploymentClientError::description() const
 {
     if (m_case == Case::GraphQL)
-        return m_messages.join(QLatin1Char('\n'));
+        return cutText(m_messages.join(QLatin1Char('\n')));
     return QStringLiteral("GitHub returned invalid deployment data.");
 }
 
@@ -31,6 +32,8 @@ std::optional<RateLimitNotice> rateLimitOf(const std::exception_ptr &failure)
         return error.rateLimit();
     } catch (const DeploymentClientError &error) {
         return error.rateLimit();
+    } catch (const PausedError &error) {
+        return RateLimitNotice{error.until()};
     } catch (...) {
         return std::nullopt;
     }

@@ -2,8 +2,12 @@
 #include "github/deployments_query.h"
 
 #include "github/deployment_client_error.h"
+#include "support/error.h"
 
 #include <QHash>
+#include <QSet>
+
+#include <algorithm>
 
 namespace velmora
 {
@@ -25,6 +29,25 @@ QUtf8StringView environmentOf(const DeploymentNode &deployment)
     if (deployment.latestEnvironment)
         return *deployment.latestEnvironment;
     return deployment.environment.value_or("Default");
+}
+
+/// Why GitHub tells nothing of a repository, and what to do about it.
+QString reasonFor(const GraphQLError &error)
+{
+    if (error.isSingleSignOn || error.message.contains(QLatin1String("SAML")))
+        return QStringLiteral("Its organization asks for single sign-on. Sign in to the organization on GitHub, then "
+                              "connect the account again.");
+    if (error.type == QLatin1String("NOT_FOUND"))
+        return QStringLiteral("GitHub does not find it. It was deleted, or the account has lost access to it.");
+    if (error.type == QLatin1String("RESOURCE_LIMITS_EXCEEDED"))
+        return QStringLiteral("GitHub found the question too expensive. It is asked again with the next refresh.");
+    if (error.message.contains(QLatin1String("IP allow list"), Qt::CaseInsensitive))
+        return QStringLiteral("Its organization does not accept requests from this network. Ask an owner of the "
+                              "organization to allow it.");
+    if (error.type == QLatin1String("FORBIDDEN"))
+        return QStringLiteral("Velmora may not read its deployments. Allow “Deployments: read-only” where the App is "
+                              "installed on GitHub.");
+    return error.message;
 }
 
 /// The few texts that the deployments of an answer repeat, each kept in memory once.
@@ -90,6 +113,18 @@ void fill(DeploymentSnapshot &made, const DeploymentNode &deployment, const Repo
         made.logURL = WebAddress(status->logUrl->toString());
     if (isAddress(status->environmentUrl))
         made.environmentURL = WebAddress(shared.text(*status->environmentUrl));
+}
+
+DeploymentRateLimit rateLimitOf(const std::optional<RateLimitNode> &node, RateLimitUse use)
+{
+    if (!node && use == RateLimitUse::Configurable)
+        return DeploymentRateLimit::none();
+    if (!node)
+        throw DecodingError(QStringLiteral("data.rateLimit is missing"));
+    const auto resetAt = parseISO8601(node->resetAt);
+    if (!resetAt)
+        throw DeploymentClientError::invalidResponse();
+    return {node->cost, node->remaining, *resetAt};
 }
 
 } // namespace
@@ -163,12 +198,29 @@ std::optional<DeploymentSnapshot> snapshot(const DeploymentNode &deployment, con
     return made;
 }
 
-DeploymentRateLimit appendResult(
-    QList<DeploymentSnapshot> &deployments, const GitHubDeploymentGraphQLResponse::Payload &payload)
+QList<UnansweredRepository> unansweredRepositories(
+    const GitHubDeploymentGraphQLResponse &response, const QStringList &nodeIDs)
 {
-    const auto resetAt = parseISO8601(payload.rateLimit.resetAt);
-    if (!resetAt)
-        throw DeploymentClientError::invalidResponse();
+    QList<UnansweredRepository> unanswered;
+    if (!response.data || !response.errors)
+        return unanswered;
+    const auto &nodes = response.data->nodes;
+    QSet<qsizetype> explained;
+    for (const GraphQLError &error : *response.errors) {
+        const qsizetype place = error.node.value_or(nodes.size());
+        if (place < 0 || place >= std::min(nodes.size(), nodeIDs.size()) || nodes.at(place).has_value()
+            || explained.contains(place))
+            continue;
+        explained.insert(place);
+        unanswered.append({nodeIDs.at(place), reasonFor(error)});
+    }
+    return unanswered;
+}
+
+DeploymentRateLimit appendResult(
+    QList<DeploymentSnapshot> &deployments, const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use)
+{
+    const DeploymentRateLimit rateLimit = rateLimitOf(payload.rateLimit, use);
     SharedTexts shared;
     for (const auto &repository : payload.nodes) {
         if (!repository)
@@ -180,13 +232,13 @@ DeploymentRateLimit appendResult(
                 fill(deployments.emplaceBack(), *deployment, *repository, *times, shared);
         }
     }
-    return {payload.rateLimit.cost, payload.rateLimit.remaining, *resetAt};
+    return rateLimit;
 }
 
-DeploymentFetchResult fetchResult(const GitHubDeploymentGraphQLResponse::Payload &payload)
+DeploymentFetchResult fetchResult(const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use)
 {
     DeploymentFetchResult result;
-    result.rateLimit = appendResult(result.deployments, payload);
+    result.rateLimit = appendResult(result.deployments, payload, use);
     return result;
 }
 

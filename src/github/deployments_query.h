@@ -79,6 +79,8 @@ struct RateLimitNode {
 struct GraphQLError {
     QString message;
     std::optional<QString> type; ///< GitHub's word for the kind of error, such as "RATE_LIMITED"
+    std::optional<qsizetype> node; ///< which of the nodes it is about, by its place in the request
+    bool isSingleSignOn = false; ///< the organisation's single sign-on is what is missing
     friend bool operator==(const GraphQLError &, const GraphQLError &) = default;
 };
 
@@ -87,7 +89,7 @@ struct GitHubDeploymentGraphQLResponse {
     struct Payload {
         /// An entry is absent for a null and for an object that is not a repository.
         QList<std::optional<RepositoryNode>> nodes;
-        RateLimitNode rateLimit;
+        std::optional<RateLimitNode> rateLimit; ///< absent for a null
         friend bool operator==(const Payload &, const Payload &) = default;
     };
     std::optional<Payload> data;
@@ -101,16 +103,28 @@ struct GitHubDeploymentGraphQLResponse {
 [[nodiscard]] GitHubDeploymentGraphQLResponse::Payload payload(
     GitHubDeploymentGraphQLResponse response, std::optional<Instant> resumeAt = std::nullopt);
 
+/// The repositories that are null in the data because of an error, of those that were asked for.
+[[nodiscard]] QList<UnansweredRepository> unansweredRepositories(
+    const GitHubDeploymentGraphQLResponse &response, const QStringList &nodeIDs);
+
 /// Velmora's record of one deployment; nothing when one of its own two times cannot be read.
 [[nodiscard]] std::optional<DeploymentSnapshot> snapshot(
     const DeploymentNode &deployment, const RepositoryNode &repository);
 
-/// Appends the snapshots of one batch, in the order of the response, and returns its rate limit. Throws
-/// DeploymentClientError::invalidResponse, before anything is appended, when the time of the reset cannot be read.
-[[nodiscard]] DeploymentRateLimit appendResult(
-    QList<DeploymentSnapshot> &deployments, const GitHubDeploymentGraphQLResponse::Payload &payload);
+/// Whether answers without a rate limit are to be expected.
+enum class RateLimitUse {
+    Always, ///< as on github.com
+    Configurable, ///< an Enterprise Server has none unless its owner switches them on
+};
+
+/// Appends the snapshots of one batch, in the order of the response, and returns its rate limit, or
+/// DeploymentRateLimit::none(). Throws DeploymentClientError::invalidResponse, before anything is appended, when the
+/// time of the reset cannot be read, and DecodingError when there has to be a limit and is none.
+[[nodiscard]] DeploymentRateLimit appendResult(QList<DeploymentSnapshot> &deployments,
+    const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use = RateLimitUse::Always);
 
 /// The same as a result of its own.
-[[nodiscard]] DeploymentFetchResult fetchResult(const GitHubDeploymentGraphQLResponse::Payload &payload);
+[[nodiscard]] DeploymentFetchResult fetchResult(
+    const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use = RateLimitUse::Always);
 
 } // namespace velmora

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The JSON of the deployments query and of its answer.
 #include "github/deployments_query.h"
+#include "support/error.h"
 #include "support/json_coding.h"
 
 namespace velmora
@@ -88,7 +89,7 @@ private:
     }
 };
 
-/// The type of an error is a hint: one that is not a text must not spoil the answer.
+/// All but the message is a hint: what is not as expected must not spoil the answer.
 template <>
 struct json::Codec<GraphQLError> {
     static void decode(GraphQLError &value, Element element, const Path &path)
@@ -101,17 +102,37 @@ struct json::Codec<GraphQLError> {
         if (object["message"].get(message) != simdjson::SUCCESS || message.is_null())
             failMissing(messagePath);
         Codec<QString>::decode(value.message, message, messagePath);
+        value.message = cutText(value.message);
         std::string_view type;
         if (object["type"].get(type) == simdjson::SUCCESS)
-            value.type = QString::fromUtf8(type.data(), static_cast<qsizetype>(type.size()));
+            value.type = cutText(QString::fromUtf8(type.data(), static_cast<qsizetype>(type.size())));
+        value.node = nodeOf(object);
+        bool isSingleSignOn = false;
+        if (object["extensions"]["saml_failure"].get(isSingleSignOn) == simdjson::SUCCESS)
+            value.isSingleSignOn = isSingleSignOn;
     }
+
+private:
+    /// The path of an error within a node begins with "nodes" and the place of the node.
+    static std::optional<qsizetype> nodeOf(simdjson::dom::object error)
+    {
+        simdjson::dom::array path;
+        std::string_view first;
+        uint64_t place = 0;
+        if (error["path"].get(path) != simdjson::SUCCESS || path.at(0).get(first) != simdjson::SUCCESS
+            || first != "nodes" || path.at(1).get(place) != simdjson::SUCCESS || place > kMostNodes)
+            return std::nullopt;
+        return static_cast<qsizetype>(place);
+    }
+
+    static constexpr uint64_t kMostNodes = 100; ///< that GitHub takes in one question
 };
 
 template <>
 struct JSONTable<GitHubDeploymentGraphQLResponse::Payload> {
     using Record = GitHubDeploymentGraphQLResponse::Payload;
     static constexpr auto fields
-        = std::tuple{json::required("nodes", &Record::nodes), json::required("rateLimit", &Record::rateLimit)};
+        = std::tuple{json::required("nodes", &Record::nodes), json::nullable("rateLimit", &Record::rateLimit)};
 };
 
 template <>

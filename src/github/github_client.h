@@ -21,7 +21,8 @@ namespace velmora
 ///
 /// A value: copies share the session. It keeps no state, so operations may overlap, and a running one
 /// outlives the client that started it. Each operation throws GitHubClientError, DeploymentClientError,
-/// TransportError or DecodingError, and CancellationError once its stop is requested. Nothing is retried here.
+/// TransportError or DecodingError, and CancellationError once its stop is requested. Nothing is retried here but
+/// the polls of a device flow.
 class GitHubClient
 {
 public:
@@ -33,11 +34,13 @@ public:
     QByteArray apiVersion = "2026-03-10";
     Clock *clock = nullptr; ///< not owned; outlives every operation
 
-    /// Starts the device flow. Without a client id throws invalidConfiguration and sends nothing.
+    /// Starts the device flow. Without a client id throws invalidConfiguration and sends nothing. Throws unknownClient
+    /// and deviceFlowDisabled when that is GitHub's reason to refuse.
     [[nodiscard]] QCoro::Task<DeviceAuthorization> beginDeviceAuthorization(std::stop_token stop = {}) const;
 
-    /// Polls until the person has authorised, refused, or the code has expired. The first poll is one
-    /// interval after the call.
+    /// Polls until the user has authorised, refused, or the code has expired. The first poll is one
+    /// interval after the call. A poll without an answer (a lost connection, a time-out, a 5xx) is followed by the
+    /// next one, after time-outs in a growing distance.
     [[nodiscard]] QCoro::Task<GitHubCredential> waitForDeviceAuthorization(
         DeviceAuthorization authorization, std::stop_token stop = {}) const;
 
@@ -48,7 +51,8 @@ public:
     /// The identity behind the token.
     [[nodiscard]] QCoro::Task<GitHubUser> fetchUser(QString accessToken, std::stop_token stop = {}) const;
 
-    /// All installations of the App that the token can see, in GitHub's order.
+    /// All installations of the App that the token can see, in GitHub's order. Throws repeatedPage when a full page
+    /// brings nothing new; so does the next one.
     [[nodiscard]] QCoro::Task<QList<GitHubInstallation>> fetchInstallations(
         QString accessToken, std::stop_token stop = {}) const;
 
@@ -57,7 +61,8 @@ public:
         qint64 installationID, QString accessToken, std::stop_token stop = {}) const;
 
     /// The newest deployments of the repositories, asked for in batches of 20, one after the other.
-    /// One failed batch fails the whole fetch. No repository: no request.
+    /// One failed batch fails the whole fetch, and so does a rate limit that is used up before the last one
+    /// (PausedError). No repository: no request.
     [[nodiscard]] QCoro::Task<DeploymentFetchResult> fetchDeployments(
         QList<RepositoryRecord> repositories, QString accessToken, std::stop_token stop = {}) const;
 
@@ -71,6 +76,9 @@ public:
     /// The authenticated GET of a REST path.
     [[nodiscard]] HTTPRequest getRequest(
         const QString &path, const QList<std::pair<QString, QString>> &queryItems, const QString &accessToken) const;
+
+    /// Where the deployments are asked for.
+    [[nodiscard]] QUrl endpointForDeployments() const;
 
     /// The POST of the deployments query.
     [[nodiscard]] HTTPRequest deploymentsRequest(

@@ -2,6 +2,7 @@
 #include "github/deployments_query.h"
 #include "github/github_client.h"
 #include "github/github_client_requests.h"
+#include "github/paused_error.h"
 #include "support/json.h"
 
 #include <limits>
@@ -15,14 +16,23 @@ namespace
 constexpr qsizetype kBatchSize = 20;
 constexpr qsizetype kMostDeploymentsOfARepository = 20;
 
-/// Decodes the answer and appends its deployments; returns its rate limit.
-DeploymentRateLimit appendAnswer(
-    QList<DeploymentSnapshot> &deployments, const HTTPResponse &response, const Clock &clock)
+RateLimitUse rateLimitUseOf(const GitHubClient &client)
 {
-    requireSuccess(response, &clock);
-    const auto resumeAt = resumeInstant(response, clock.now());
+    const bool isGitHub = client.endpointForDeployments().host() == QLatin1String("api.github.com");
+    return isGitHub ? RateLimitUse::Always : RateLimitUse::Configurable;
+}
+
+/// Decodes the answer to the question for these repositories and appends what it holds to `result`, but for its rate
+/// limit, which it returns.
+DeploymentRateLimit appendAnswer(
+    DeploymentFetchResult &result, const QStringList &nodeIDs, const HTTPResponse &response, const GitHubClient &client)
+{
+    requireSuccess(response, client.clock);
+    const auto resumeAt = resumeInstant(response, client.clock->now());
     const JSONDocument document(response.body);
-    return appendResult(deployments, payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document), resumeAt));
+    auto answer = decodeJSON<GitHubDeploymentGraphQLResponse>(document);
+    result.unanswered += unansweredRepositories(answer, nodeIDs);
+    return appendResult(result.deployments, payload(std::move(answer), resumeAt), rateLimitUseOf(client));
 }
 
 QCoro::Task<DeploymentFetchResult> fetchBatchOf(
@@ -31,7 +41,7 @@ QCoro::Task<DeploymentFetchResult> fetchBatchOf(
     HTTPRequest request = client.deploymentsRequest(repositoryNodeIDs, accessToken);
     const HTTPResponse response = co_await client.session->send(std::move(request), stop);
     DeploymentFetchResult result;
-    result.rateLimit = appendAnswer(result.deployments, response, *client.clock);
+    result.rateLimit = appendAnswer(result, repositoryNodeIDs, response, client);
     co_return result;
 }
 
@@ -59,17 +69,28 @@ QCoro::Task<DeploymentFetchResult> fetchOf(
     DeploymentFetchResult whole;
     if (repositories.isEmpty())
         co_return whole;
-    whole.rateLimit.remaining = std::numeric_limits<qint64>::max();
+    whole.rateLimit = DeploymentRateLimit::none();
     whole.deployments.reserve(repositories.size() * kMostDeploymentsOfARepository);
     for (qsizetype first = 0; first < repositories.size(); first += kBatchSize) {
-        HTTPRequest request = client.deploymentsRequest(nodeIDs(repositories, first), accessToken);
+        const QStringList ids = nodeIDs(repositories, first);
+        HTTPRequest request = client.deploymentsRequest(ids, accessToken);
         const HTTPResponse response = co_await client.session->send(std::move(request), stop);
-        merge(whole.rateLimit, appendAnswer(whole.deployments, response, *client.clock));
+        const DeploymentRateLimit limit = appendAnswer(whole, ids, response, client);
+        merge(whole.rateLimit, limit);
+        // GitHub would refuse the next batch, and may hold it against the account.
+        const bool isLast = first + kBatchSize >= repositories.size();
+        if (!isLast && limit.remaining < limit.cost && limit.resetAt > client.clock->now())
+            throw PausedError(limit.resetAt);
     }
     co_return whole;
 }
 
 } // namespace
+
+QUrl GitHubClient::endpointForDeployments() const
+{
+    return graphqlURL.isEmpty() ? appendingPath(apiURL, QStringLiteral("graphql")) : graphqlURL;
+}
 
 HTTPRequest GitHubClient::deploymentsRequest(const QStringList &repositoryNodeIDs, const QString &accessToken) const
 {
@@ -78,7 +99,7 @@ HTTPRequest GitHubClient::deploymentsRequest(const QStringList &repositoryNodeID
     query.variables.ids = repositoryNodeIDs;
     HTTPRequest request;
     request.method = "POST";
-    request.url = graphqlURL.isEmpty() ? appendingPath(apiURL, QStringLiteral("graphql")) : graphqlURL;
+    request.url = endpointForDeployments();
     request.headers = {{"Authorization", bearer(accessToken)}, {"Content-Type", "application/json"},
         {"Accept", "application/vnd.github+json"}};
     request.body = encodeJSON(query);

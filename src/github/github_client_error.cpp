@@ -12,6 +12,13 @@ GitHubClientError GitHubClientError::requestFailed(int statusCode, std::optional
     return error;
 }
 
+GitHubClientError GitHubClientError::missingAccessToken(std::optional<QString> oauthError)
+{
+    GitHubClientError error(Case::MissingAccessToken);
+    error.m_oauthError = std::move(oauthError);
+    return error;
+}
+
 QString GitHubClientError::description() const
 {
     switch (m_case) {
@@ -29,8 +36,58 @@ QString GitHubClientError::description() const
         return QStringLiteral("GitHub did not return an access token.");
     case Case::MissingRefreshToken:
         return QStringLiteral("This GitHub account needs to be connected again.");
+    case Case::DeviceFlowDisabled:
+        return QStringLiteral("The GitHub App does not allow the device flow. Switch “Enable Device Flow” on in the "
+                              "settings of the App on GitHub, under Settings → Developer settings → GitHub Apps.");
+    case Case::UnknownClient:
+        return QStringLiteral("GitHub knows no App with this client ID. Set GITHUB_CLIENT_ID, in velmora.properties or "
+                              "in the environment, to the client ID on the App’s page on GitHub; for GitHub "
+                              "Enterprise, set VELMORA_GITHUB_HOST as well.");
+    case Case::RepeatedPage:
+        return QStringLiteral("GitHub sent the same page of a list again. A proxy in between may drop “page” from the "
+                              "address.");
     }
     Q_UNREACHABLE();
+}
+
+bool isUnauthorized(const std::exception_ptr &failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const GitHubClientError &error) {
+        return error.statusCode() == 401;
+    } catch (...) {
+        return false;
+    }
+}
+
+bool isPassing(const std::exception_ptr &failure)
+{
+    constexpr int kFirstServerError = 500;
+    try {
+        std::rethrow_exception(failure);
+    } catch (const TransportError &error) {
+        return error.kind() != TransportError::Kind::BodyTooLarge;
+    } catch (const GitHubClientError &error) {
+        return error.statusCode() >= kFirstServerError;
+    } catch (...) {
+        return false;
+    }
+}
+
+bool isFinalRefusal(const std::exception_ptr &failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const GitHubClientError &error) {
+        using Case = GitHubClientError::Case;
+        // GitHub's word, and the one of the standard. Other words complain of the App or of GitHub's own state.
+        const QString word = error.oauthError().value_or(QString());
+        return error.errorCase() == Case::MissingRefreshToken || word == QLatin1String("bad_refresh_token")
+            || word == QLatin1String("invalid_grant");
+    } catch (...) {
+        return false;
+    }
 }
 
 } // namespace velmora

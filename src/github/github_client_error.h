@@ -21,6 +21,9 @@ public:
         AuthorizationExpired,
         MissingAccessToken,
         MissingRefreshToken,
+        DeviceFlowDisabled,
+        UnknownClient,
+        RepeatedPage,
     };
 
     /// The HTTP status was not a success. `rateLimit` says that it was for asking too much.
@@ -29,14 +32,24 @@ public:
     static GitHubClientError invalidResponse() { return GitHubClientError(Case::InvalidResponse); }
     static GitHubClientError authorizationDenied() { return GitHubClientError(Case::AuthorizationDenied); }
     static GitHubClientError authorizationExpired() { return GitHubClientError(Case::AuthorizationExpired); }
-    static GitHubClientError missingAccessToken() { return GitHubClientError(Case::MissingAccessToken); }
+    /// `oauthError` is what GitHub gave as the reason, "bad_refresh_token" for instance.
+    static GitHubClientError missingAccessToken(std::optional<QString> oauthError = std::nullopt);
     static GitHubClientError missingRefreshToken() { return GitHubClientError(Case::MissingRefreshToken); }
+    /// The GitHub App does not allow the device flow.
+    static GitHubClientError deviceFlowDisabled() { return GitHubClientError(Case::DeviceFlowDisabled); }
+    /// GitHub knows no App with the client id.
+    static GitHubClientError unknownClient() { return GitHubClientError(Case::UnknownClient); }
+
+    /// A full page of a list held nothing that the pages before it had not held.
+    static GitHubClientError repeatedPage() { return GitHubClientError(Case::RepeatedPage); }
 
     [[nodiscard]] Case errorCase() const { return m_case; }
     /// The HTTP status of RequestFailed, else 0.
     [[nodiscard]] int statusCode() const { return m_statusCode; }
     /// Travels beside the case: not part of equality or description.
     [[nodiscard]] const std::optional<RateLimitNotice> &rateLimit() const { return m_rateLimit; }
+    /// The reason of MissingAccessToken, where GitHub gave one. Travels beside the case as well; never shown.
+    [[nodiscard]] const std::optional<QString> &oauthError() const { return m_oauthError; }
     [[nodiscard]] QString description() const override;
     [[nodiscard]] const char *what() const noexcept override { return "velmora::GitHubClientError"; }
 
@@ -54,6 +67,17 @@ private:
     Case m_case;
     int m_statusCode = 0;
     std::optional<RateLimitNotice> m_rateLimit;
+    std::optional<QString> m_oauthError;
 };
+
+/// Whether GitHub refused the access token (HTTP 401).
+[[nodiscard]] bool isUnauthorized(const std::exception_ptr &failure);
+
+/// Whether the same request may succeed a little later: the connection was lost, it took too long, or GitHub met with
+/// an error of its own.
+[[nodiscard]] bool isPassing(const std::exception_ptr &failure);
+
+/// Whether the failure of a renewal is final: no later try with the same refresh token can succeed.
+[[nodiscard]] bool isFinalRefusal(const std::exception_ptr &failure);
 
 } // namespace velmora

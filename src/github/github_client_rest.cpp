@@ -3,6 +3,8 @@
 #include "github/github_client_requests.h"
 #include "support/json.h"
 
+#include <QSet>
+
 namespace velmora
 {
 
@@ -37,11 +39,23 @@ HTTPRequest pageRequest(const GitHubClient &client, const QString &path, int pag
         accessToken);
 }
 
-/// All items of an endpoint, page by page until one is not full.
+qint64 idOf(const GitHubInstallation &installation)
+{
+    return installation.id;
+}
+
+QString idOf(const GitHubRepository &repository)
+{
+    return repository.nodeID;
+}
+
+/// All items of an endpoint, page by page until one is not full. What moves to the next page meanwhile, because
+/// something new comes before it, is not taken twice.
 template <typename Page, typename Item>
 QCoro::Task<QList<Item>> fetchPages(GitHubClient client, QString path, QString accessToken, std::stop_token stop)
 {
     QList<Item> items;
+    QSet<decltype(idOf(std::declval<Item>()))> ids;
     qsizetype found = kPageSize;
     for (int page = 1; found == kPageSize; ++page) {
         HTTPRequest request = pageRequest(client, path, page, accessToken);
@@ -49,6 +63,14 @@ QCoro::Task<QList<Item>> fetchPages(GitHubClient client, QString path, QString a
         requireSuccess(response, client.clock);
         QList<Item> more = itemsOf(decodeJSON<Page>(response.body));
         found = more.size();
+        more.removeIf([&ids](const Item &item) {
+            const bool isKnown = ids.contains(idOf(item));
+            ids.insert(idOf(item));
+            return isKnown;
+        });
+        // Whoever ignores the number of the page would have us ask for ever.
+        if (found == kPageSize && more.isEmpty())
+            throw GitHubClientError::repeatedPage();
         items.append(std::move(more));
     }
     co_return items;

@@ -20,6 +20,9 @@ struct HTTPRequest {
     QUrl url;
     HTTPHeaders headers; ///< sent in this order
     std::optional<QByteArray> body;
+    /// For a POST that uses something up, of which only the answer has the replacement. It is sent at most once, over a
+    /// connection of its own, and goes on when other connections are given up: its own limits end it.
+    bool isUnrepeatable = false;
 };
 
 struct HTTPResponse {

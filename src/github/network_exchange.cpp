@@ -2,6 +2,7 @@
 #include "github/network_exchange.h"
 
 #include "github/connection_failure.h"
+#include "support/erased.h"
 
 namespace velmora
 {
@@ -25,12 +26,56 @@ QNetworkRequest networkRequest(const HTTPRequest &request, const NetworkSession:
     return made;
 }
 
+/// A body that is read once. Qt sends a request again, up to three times, when its connection breaks before the answer,
+/// unless the body cannot be had from the beginning again.
+class UnrepeatableBody final : public QIODevice
+{
+public:
+    explicit UnrepeatableBody(QByteArray content)
+        : m_content(std::move(content))
+    {
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+
+    /// The last one that has the content: the request has ended by now.
+    ~UnrepeatableBody() override { erase(m_content); }
+    UnrepeatableBody(const UnrepeatableBody &) = delete;
+    UnrepeatableBody &operator=(const UnrepeatableBody &) = delete;
+
+    [[nodiscard]] qint64 size() const override { return m_content.size(); }
+    bool seek(qint64) override { return false; }
+
+protected:
+    qint64 readData(char *data, qint64 limit) override
+    {
+        const auto count = std::min<qint64>(limit, m_content.size() - m_position);
+        std::copy_n(m_content.constData() + m_position, count, data);
+        m_position += count;
+        return count;
+    }
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    QByteArray m_content;
+    qint64 m_position = 0;
+};
+
+QNetworkReply *postOnce(QNetworkAccessManager &manager, const QNetworkRequest &made, const QByteArray &content)
+{
+    auto body = std::make_unique<UnrepeatableBody>(content);
+    QNetworkReply *const reply = manager.post(made, body.get());
+    body.release()->setParent(reply);
+    return reply;
+}
+
 QNetworkReply *startReply(
     QNetworkAccessManager &manager, const HTTPRequest &request, const NetworkSession::Limits &limits)
 {
     const QNetworkRequest made = networkRequest(request, limits);
     if (request.method == "GET" && !request.body)
         return manager.get(made);
+    if (request.method == "POST" && request.isUnrepeatable)
+        return postOnce(manager, made, request.body.value_or(QByteArray()));
     if (request.method == "POST")
         return manager.post(made, request.body.value_or(QByteArray()));
     return manager.sendCustomRequest(made, request.method, request.body.value_or(QByteArray()));
@@ -67,12 +112,22 @@ private:
     std::weak_ptr<NetworkSession::State> m_state;
 };
 
-std::shared_ptr<QNetworkAccessManager> managerOf(const std::shared_ptr<NetworkSession::State> &state)
+std::shared_ptr<QNetworkAccessManager> makeManager(const std::shared_ptr<NetworkSession::State> &state)
 {
-    if (!state->manager) {
-        state->manager = std::make_shared<QNetworkAccessManager>();
-        state->manager->setProxyFactory(new KnownProxies(state));
-    }
+    auto manager = std::make_shared<QNetworkAccessManager>();
+    manager->setProxyFactory(new KnownProxies(state));
+    return manager;
+}
+
+/// The one with the connections for the request. On a connection that was used before, an unrepeatable request could
+/// meet the other side's decision to close it.
+std::shared_ptr<QNetworkAccessManager> managerFor(
+    const std::shared_ptr<NetworkSession::State> &state, const HTTPRequest &request)
+{
+    if (request.isUnrepeatable)
+        return makeManager(state);
+    if (!state->manager)
+        state->manager = makeManager(state);
     return state->manager;
 }
 
@@ -81,7 +136,8 @@ std::shared_ptr<QNetworkAccessManager> managerOf(const std::shared_ptr<NetworkSe
 NetworkExchange::NetworkExchange(
     std::shared_ptr<NetworkSession::State> state, const HTTPRequest &request, std::chrono::milliseconds deadline)
     : m_state(std::move(state))
-    , m_manager(managerOf(m_state))
+    , m_isUnrepeatable(request.isUnrepeatable)
+    , m_manager(managerFor(m_state, request))
     , m_host(request.url.host())
     , m_proxy(m_state->proxies.lastKnown(request.url))
     , m_reply(startReply(*m_manager, request, m_state->limits))
@@ -129,9 +185,8 @@ void NetworkExchange::noteCertificateErrors(const QList<QSslError> &errors)
 
 void NetworkExchange::readHeaders()
 {
-    bool isNumber = false;
-    const qint64 length = m_reply->rawHeader("content-length").trimmed().toLongLong(&isNumber);
-    if (!isNumber || length <= 0)
+    const qint64 length = announcedLength();
+    if (length <= 0)
         return;
     if (length > m_state->limits.bodySize)
         fail(TransportError::Kind::BodyTooLarge, QStringLiteral("The answer of %1 is too large.").arg(m_host));
@@ -164,7 +219,9 @@ void NetworkExchange::finishReply()
     if (status.isValid())
         m_response.statusCode = status.toInt();
     const auto error = m_reply->error();
-    if (isAnswer(*m_reply, m_response.statusCode)) {
+    if (isAnswer(*m_reply, m_response.statusCode) && isCutOff()) {
+        fail(TransportError::Kind::Network, closedEarlyText(m_host));
+    } else if (isAnswer(*m_reply, m_response.statusCode)) {
         m_response.headers = m_reply->rawHeaderPairs();
         end(nullptr);
     } else if (error == QNetworkReply::OperationCanceledError || error == QNetworkReply::TimeoutError) {
@@ -173,6 +230,22 @@ void NetworkExchange::finishReply()
     } else {
         fail(TransportError::Kind::Network, failureText());
     }
+}
+
+/// Whether the body is shorter than it was said to be. Qt takes it for whole when the connection is closed together
+/// with the bytes that came last.
+bool NetworkExchange::isCutOff() const
+{
+    constexpr int kNotModified = 304; // may tell the length of what it does not repeat
+    return m_response.statusCode != kNotModified && m_response.body.size() < announcedLength();
+}
+
+/// Zero where none is announced, or where Qt unpacks the body and leaves its length out.
+qint64 NetworkExchange::announcedLength() const
+{
+    bool isNumber = false;
+    const qint64 length = m_reply->rawHeader("content-length").trimmed().toLongLong(&isNumber);
+    return isNumber ? length : 0;
 }
 
 QString NetworkExchange::failureText() const

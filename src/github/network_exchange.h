@@ -36,6 +36,8 @@ public:
     ~NetworkExchange() override;
 
     [[nodiscard]] const OneShot<HTTPResponse> &done() const { return m_done; }
+    /// Whether the request is: then the connection is the exchange's own, and ends with it.
+    [[nodiscard]] bool isUnrepeatable() const { return m_isUnrepeatable; }
 
     /// Ends the exchange with a CancellationError.
     void cancel();
@@ -50,6 +52,8 @@ private:
     void readHeaders();
     void readBody();
     void finishReply();
+    [[nodiscard]] bool isCutOff() const;
+    [[nodiscard]] qint64 announcedLength() const;
     [[nodiscard]] QString failureText() const;
     void fail(TransportError::Kind kind, const QString &text);
     void end(std::exception_ptr failure);
@@ -59,6 +63,7 @@ private:
     void settle();
 
     std::shared_ptr<NetworkSession::State> m_state;
+    bool m_isUnrepeatable;
     std::shared_ptr<QNetworkAccessManager> m_manager;
     QString m_host;
     QNetworkProxy m_proxy;

@@ -80,6 +80,14 @@ void requireOpen(const State &state)
         throw TransportError(TransportError::Kind::Network, QStringLiteral("The connection is closed."));
 }
 
+void drop(State &state, const QList<NetworkExchange *> &exchanges)
+{
+    for (auto *exchange : exchanges)
+        exchange->drop();
+    state.proxies.abandon();
+    state.manager.reset();
+}
+
 QCoro::Task<HTTPResponse> sendOnce(
     std::shared_ptr<State> state, HTTPRequest request, std::chrono::milliseconds deadline, std::stop_token stop)
 {
@@ -145,11 +153,15 @@ QCoro::Task<HTTPResponse> NetworkSession::send(HTTPRequest request, std::stop_to
 
 void NetworkSession::dropConnections()
 {
-    const auto open = m_state->open;
-    for (auto *exchange : open)
-        exchange->drop();
-    m_state->proxies.abandon();
-    m_state->manager.reset();
+    auto repeatable = m_state->open;
+    repeatable.removeIf([](const NetworkExchange *exchange) { return exchange->isUnrepeatable(); });
+    drop(*m_state, repeatable);
+}
+
+void NetworkSession::close()
+{
+    m_state->isClosed = true;
+    drop(*m_state, m_state->open);
 }
 
 } // namespace velmora

@@ -33,9 +33,12 @@ public:
 
     [[nodiscard]] QCoro::Task<HTTPResponse> send(HTTPRequest request, std::stop_token stop) override;
 
-    /// Aborts every open request, which fails with a TransportError, and closes every connection: for the
-    /// moment after waking or a change of network, when both may be dead without knowing it.
+    /// Aborts the open requests, which fail with a TransportError, and closes their connections: for the
+    /// moment after waking or a change of network, when both may be dead without knowing it. A request
+    /// that is unrepeatable goes on.
     void dropConnections();
+    /// Aborts every open request, the unrepeatable ones included; later ones fail at once.
+    void close();
 
     /// What open requests share with the session that they may outlive.
     struct State;

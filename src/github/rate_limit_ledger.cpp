@@ -33,8 +33,23 @@ microseconds pauseAfterRefusal(const std::optional<Instant> &resumeAt, Instant n
 
 } // namespace
 
-std::optional<Instant> RateLimitLedger::pausedUntil(qint64 identityID, Instant now) const
+void RateLimitLedger::heedClock(Instant now)
 {
+    const Instant latest = m_latest.value_or(now);
+    if (now >= latest) {
+        m_latest = now;
+        return;
+    }
+    for (Entry &entry : m_entries) {
+        if (entry.pausedUntil)
+            *entry.pausedUntil -= latest - now;
+    }
+    m_latest = now;
+}
+
+std::optional<Instant> RateLimitLedger::pausedUntil(qint64 identityID, Instant now)
+{
+    heedClock(now);
     const auto entry = m_entries.constFind(identityID);
     if (entry == m_entries.cend() || !entry->pausedUntil || *entry->pausedUntil <= now)
         return std::nullopt;
@@ -43,6 +58,7 @@ std::optional<Instant> RateLimitLedger::pausedUntil(qint64 identityID, Instant n
 
 void RateLimitLedger::recordRefusal(qint64 identityID, const RateLimitNotice &notice, Instant now)
 {
+    heedClock(now);
     Entry &entry = m_entries[identityID];
     const Instant until = now + pauseAfterRefusal(notice.resumeAt, now, entry.refusalsInARow);
     entry.pausedUntil = std::max(entry.pausedUntil.value_or(until), until);
@@ -51,6 +67,7 @@ void RateLimitLedger::recordRefusal(qint64 identityID, const RateLimitNotice &no
 
 void RateLimitLedger::recordSuccess(qint64 identityID, const DeploymentRateLimit &limit, qint64 nextCost, Instant now)
 {
+    heedClock(now);
     Entry &entry = m_entries[identityID];
     entry.refusalsInARow = 0;
     // An answer that was under way when GitHub refused another request does not lift the refusal.

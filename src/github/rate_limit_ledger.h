@@ -14,11 +14,12 @@ namespace velmora
 
 /// Who may not ask GitHub at the moment, by identity. Shared by everything that sends requests in the
 /// name of an identity; whoever does looks here first. Plain memory: the next run asks anew.
+/// A pause keeps its length when the clock is set back, so `now` is always the time of the call.
 class RateLimitLedger
 {
 public:
     /// When requests of the identity may go out again; nothing when they may now.
-    [[nodiscard]] std::optional<Instant> pausedUntil(qint64 identityID, Instant now) const;
+    [[nodiscard]] std::optional<Instant> pausedUntil(qint64 identityID, Instant now);
 
     /// GitHub refused. The pause lasts until GitHub's time, at most a day. Without one it is 60 seconds,
     /// and after one that has passed already 1 second, doubled with each refusal in a row, at most an hour.
@@ -34,7 +35,10 @@ private:
         std::optional<Instant> pausedUntil;
         int refusalsInARow = 0;
     };
+    void heedClock(Instant now);
+
     QHash<qint64, Entry> m_entries;
+    std::optional<Instant> m_latest; ///< the latest time seen since the clock was last set back
 };
 
 } // namespace velmora

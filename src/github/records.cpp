@@ -54,7 +54,8 @@ struct JSONTable<GitHubInstallation> {
     using Record = GitHubInstallation;
     static constexpr auto fields
         = std::tuple{json::required("id", &Record::id), json::required("account", &Record::account),
-            json::required("repository_selection", &Record::repositorySelection)};
+            json::required("repository_selection", &Record::repositorySelection),
+            json::optional("suspended_at", &Record::suspendedAt)};
 };
 
 template <>

@@ -3,15 +3,16 @@
 
 #include "github/github_installation.h"
 
+#include <QList>
 #include <QString>
-
-#include <variant>
 
 namespace velmora
 {
 
 /// What identifies an installation as seen by one identity: both ids in decimal, joined by a colon.
 [[nodiscard]] QString installationKey(qint64 identityID, qint64 installationID);
+/// Whether the key is one of that identity.
+[[nodiscard]] bool isKeyOf(qint64 identityID, const QString &key);
 
 /// One installation of the App, as one identity sees it.
 struct InstallationRecord {
@@ -22,6 +23,9 @@ struct InstallationRecord {
     [[nodiscard]] QString id() const { return installationKey(identityID, installation.id); }
     friend bool operator==(const InstallationRecord &, const InstallationRecord &) = default;
 };
+
+/// Names the accounts on which the App is suspended, and says what follows; empty when it is on none.
+[[nodiscard]] QString suspendedText(const QList<InstallationRecord> &installations);
 
 /// How the installations stand.
 struct InstallationLoadingState {

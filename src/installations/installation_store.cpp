@@ -1,74 +1,75 @@
 // SPDX-License-Identifier: MIT
+// What the installation store knows, and the choices of the user. How it asks GitHub is in
+// installation_store_refresh.cpp.
 #include "installations/installation_store.h"
 
+#include "accounts/installation_page.h"
 #include "platform/preferences.h"
 
 namespace velmora
 {
 
-namespace
-{
-
-const QString kDisabledInstallationsKey = QStringLiteral("github.disabledInstallations");
-const QString kExcludedRepositoriesKey = QStringLiteral("github.excludedRepositories");
-
-QSet<QString> storedSet(const Preferences &defaults, const QString &key)
-{
-    const QStringList values = defaults.stringList(key);
-    return QSet<QString>(values.begin(), values.end());
-}
-
-} // namespace
-
 InstallationStore::InstallationStore(GitHubClient client, Preferences *defaults, Clock *clock,
-    std::shared_ptr<RateLimitLedger> rateLimits, QObject *parent)
+    std::shared_ptr<RateLimitLedger> rateLimits, const InstallationPage *installationPage, QObject *parent)
     : QObject(parent)
-    , m_client(std::move(client))
-    , m_defaults(defaults)
     , m_clock(clock)
     , m_rateLimits(std::move(rateLimits))
+    , m_installationPage(installationPage)
+    , m_loads(std::move(client), m_rateLimits)
+    , m_switchedOff(defaults)
 {
-    QObject::connect(m_defaults, &Preferences::changed, this, [this](const QString &key) {
-        if (key == kDisabledInstallationsKey || key == kExcludedRepositoriesKey)
+    QObject::connect(defaults, &Preferences::changed, this, [this](const QString &key) {
+        if (SwitchedOff::isPreference(key))
             adoptChoices();
     });
 }
 
-QSet<QString> InstallationStore::disabledInstallations() const
+std::optional<Instant> InstallationStore::loadedAt(qint64 identityID) const
 {
-    return storedSet(*m_defaults, kDisabledInstallationsKey);
+    const auto knowledge = m_knowledge.constFind(identityID);
+    if (knowledge == m_knowledge.constEnd() || !knowledge->reach)
+        return std::nullopt;
+    return knowledge->loadedAt;
 }
 
-QSet<QString> InstallationStore::excludedRepositories() const
+bool InstallationStore::expectsInstallations(qint64 identityID) const
 {
-    return storedSet(*m_defaults, kExcludedRepositoriesKey);
+    const auto knowledge = m_knowledge.constFind(identityID);
+    const bool hasNone
+        = knowledge != m_knowledge.constEnd() && knowledge->reach && knowledge->reach->installations.isEmpty();
+    return hasNone || (m_installationPage && m_installationPage->wasOpenedLately());
 }
 
-void InstallationStore::setInstallation(const QString &key, bool enabled)
+void InstallationStore::setInstallations(const QSet<QString> &keys, bool enabled)
 {
-    const auto record = std::ranges::find(m_installations, key, &InstallationRecord::id);
-    if (record == m_installations.end())
-        return;
-    const bool isChange = record->isEnabled != enabled;
-    record->isEnabled = enabled;
-    QStringList disabled;
-    for (const InstallationRecord &installation : std::as_const(m_installations)) {
-        if (!installation.isEnabled)
-            disabled.append(installation.id());
+    bool isKnown = false;
+    bool isChange = false;
+    for (InstallationRecord &record : m_installations) {
+        if (!keys.contains(record.id()))
+            continue;
+        isKnown = true;
+        isChange = isChange || record.isEnabled != enabled;
+        record.isEnabled = enabled;
     }
-    m_defaults->setValue(kDisabledInstallationsKey, disabled);
+    if (isKnown)
+        m_switchedOff.saveInstallations(m_installations, [this](const QString &id) { return mayBeOfUnknown(id); });
     if (isChange)
         Q_EMIT installationsChanged();
 }
 
-void InstallationStore::setRepository(const QString &nodeID, bool included)
+void InstallationStore::setRepositories(const QSet<QString> &nodeIDs, bool included)
 {
-    const auto record = std::ranges::find(m_repositories, nodeID, &RepositoryRecord::id);
-    if (record == m_repositories.end())
-        return;
-    const bool isChange = record->isIncluded != included;
-    record->isIncluded = included;
-    saveExclusions();
+    bool isKnown = false;
+    bool isChange = false;
+    for (RepositoryRecord &record : m_repositories) {
+        if (!nodeIDs.contains(record.id()))
+            continue;
+        isKnown = true;
+        isChange = isChange || record.isIncluded != included;
+        record.isIncluded = included;
+    }
+    if (isKnown)
+        saveExclusions();
     if (isChange)
         Q_EMIT repositoriesChanged();
 }
@@ -85,21 +86,38 @@ void InstallationStore::setAllRepositories(bool included)
         Q_EMIT repositoriesChanged();
 }
 
+/// A node id does not tell whose it is: unless everything is known, every choice may still be somebody's.
 void InstallationStore::saveExclusions()
 {
-    QStringList excluded;
-    for (const RepositoryRecord &record : std::as_const(m_repositories)) {
-        if (!record.isIncluded)
-            excluded.append(record.id());
-    }
-    m_defaults->setValue(kExcludedRepositoriesKey, excluded);
+    const bool isEverythingKnown = m_authentication
+        && std::ranges::all_of(m_authentication->sessions(),
+            [this](const GitHubAccountSession &session) { return isKnownWhole(session.id()); });
+    m_switchedOff.saveRepositories(m_repositories, [isEverythingKnown](const QString &) { return !isEverythingKnown; });
+}
+
+/// Whether every repository of the identity is known. Those of a suspended installation come back with it.
+bool InstallationStore::isKnownWhole(qint64 identityID) const
+{
+    const auto knowledge = m_knowledge.constFind(identityID);
+    return knowledge != m_knowledge.constEnd() && knowledge->reach
+        && std::ranges::none_of(knowledge->reach->installations, &GitHubInstallation::isSuspended);
+}
+
+/// Whether the key is of an identity whose installations are not known just now.
+bool InstallationStore::mayBeOfUnknown(const QString &installationKey) const
+{
+    if (!m_authentication)
+        return true;
+    return std::ranges::any_of(m_authentication->sessions(), [&](const GitHubAccountSession &session) {
+        return !hasLoaded(session.id()) && isKeyOf(session.id(), installationKey);
+    });
 }
 
 void InstallationStore::adoptChoices()
 {
     const QPointer<InstallationStore> self(this);
-    const auto disabled = disabledInstallations();
-    const auto excluded = excludedRepositories();
+    const auto disabled = m_switchedOff.installations();
+    const auto excluded = m_switchedOff.repositories();
     bool haveInstallationsChanged = false;
     for (InstallationRecord &record : m_installations) {
         const bool wasEnabled = std::exchange(record.isEnabled, !disabled.contains(record.id()));

@@ -2,163 +2,134 @@
 #include "installations/installation_store.h"
 
 #include "github/deployment_client_error.h"
+#include "github/paused_error.h"
 #include "support/alphabetical_order.h"
 #include "support/error.h"
-
-#include <QDateTime>
 
 namespace velmora
 {
 
-namespace
-{
-
-/// The first whole minute at which GitHub may be asked again, on the person's clock.
-QString pauseDescription(Instant until)
-{
-    const auto minute = std::chrono::ceil<std::chrono::minutes>(until);
-    const auto time = QDateTime::fromSecsSinceEpoch(std::chrono::seconds(minute.time_since_epoch()).count());
-    return QStringLiteral("GitHub asks to wait until %1.").arg(time.toString(QStringLiteral("HH:mm")));
-}
-
-} // namespace
-
 QCoro::Task<> InstallationStore::refresh(AuthenticationStore *authentication, std::stop_token stop)
 {
-    return refreshSessions(authentication, std::nullopt, std::move(stop));
+    return refreshSessions(authentication, Patience::Long, std::nullopt, std::move(stop));
 }
 
 QCoro::Task<> InstallationStore::refreshIdentities(
     AuthenticationStore *authentication, QSet<qint64> identities, std::stop_token stop)
 {
-    return refreshSessions(authentication, std::move(identities), std::move(stop));
+    return refreshSessions(authentication, Patience::Short, std::move(identities), std::move(stop));
 }
 
-QCoro::Task<> InstallationStore::refreshSessions(
-    QPointer<AuthenticationStore> authentication, std::optional<QSet<qint64>> only, std::stop_token stop)
+QCoro::Task<> InstallationStore::refreshSessions(QPointer<AuthenticationStore> authentication, Patience patience,
+    std::optional<QSet<qint64>> only, std::stop_token stop)
 {
     const QPointer<InstallationStore> self(this);
     if (!authentication || stop.stop_requested())
         co_return;
+    m_authentication = authentication;
     ++m_runningRefreshes;
     if (!authentication->sessions().isEmpty() && (!only || !m_lastRefreshedAt))
         setState({InstallationLoadingState::Case::Loading, {}});
     if (!self)
         co_return;
-    const auto findings = co_await gather(authentication, only, stop);
+    const auto findings = co_await gather(authentication, patience, only, stop);
     if (!self)
         co_return;
     --m_runningRefreshes;
     if (findings.isCancelled || stop.stop_requested() || !authentication)
         abandon();
     else
-        publish(findings, authentication->sessions());
+        publish(findings, QList<GitHubAccountSession>(authentication->sessions()));
 }
 
-QCoro::Task<InstallationStore::Findings> InstallationStore::gather(
-    QPointer<AuthenticationStore> authentication, std::optional<QSet<qint64>> only, std::stop_token stop)
+QCoro::Task<InstallationStore::Findings> InstallationStore::gather(QPointer<AuthenticationStore> authentication,
+    Patience patience, std::optional<QSet<qint64>> only, std::stop_token stop)
 {
     const QPointer<InstallationStore> self(this);
     Findings findings;
-    findings.only = only;
     findings.isCancelled = !authentication;
     if (findings.isCancelled)
         co_return findings;
+    const auto credentials
+        = patience == Patience::Short ? authentication->promptCredentials() : authentication->credentials();
     const auto sessions = authentication->sessions();
+    findings.isWhole = true;
     for (const GitHubAccountSession &session : sessions) {
         const qint64 identityID = session.id();
-        if (only && !only->contains(identityID))
+        if (only && !only->contains(identityID)) {
+            findings.isWhole = false;
             continue;
+        }
         if (const auto until = m_rateLimits->pausedUntil(identityID, m_clock->now())) {
-            if (!m_reach.contains(identityID))
-                findings.failures.append({identityID, session.account.login, pauseDescription(*until), true});
+            findings.paused.insert(
+                identityID, {identityID, session.account.login, PausedError(*until).description(), true});
             continue;
         }
-        std::exception_ptr failure;
-        try {
-            auto reach = co_await fetchReach(m_client, authentication, identityID, stop);
-            findings.reached.insert(identityID, std::move(reach));
-        } catch (...) {
-            failure = std::current_exception();
-        }
-        findings.isCancelled = !self || stop.stop_requested() || (failure && isCancellation(failure));
+        const auto load = co_await m_loads.load(identityID, credentials, patience, stop);
+        findings.isCancelled
+            = !self || !authentication || stop.stop_requested() || (load.failure && isCancellation(load.failure));
         if (findings.isCancelled)
             break;
-        if (failure)
-            noteFailure(findings, session.account, failure);
+        // One that is known stays so while its credential is waited for, and when a pause has begun meanwhile.
+        if (!load.isPutOff() || !hasLoaded(identityID))
+            findings.loaded.insert(identityID, knowledgeOf(load, session.account, *authentication));
     }
     co_return findings;
 }
 
-QCoro::Task<InstallationStore::Reach> InstallationStore::fetchReach(
-    GitHubClient client, QPointer<AuthenticationStore> authentication, qint64 identityID, std::stop_token stop)
+InstallationStore::Knowledge InstallationStore::knowledgeOf(
+    const InstallationLoad &load, const GitHubAccount &account, const AuthenticationStore &authentication)
 {
-    if (!authentication)
-        throw CancellationError();
-    const auto credential = co_await authentication->validCredential(identityID, stop);
-    const QString accessToken = credential.accessToken;
-    Reach reach;
-    reach.installations = co_await client.fetchInstallations(accessToken, stop);
-    for (const GitHubInstallation &installation : std::as_const(reach.installations)) {
-        const auto repositories = co_await client.fetchRepositories(installation.id, accessToken, stop);
-        for (const GitHubRepository &repository : repositories) {
-            const RepositoryRecord record{identityID, installation.id, installation.account, repository, true};
-            reach.repositories.append(record);
-        }
+    Knowledge knowledge{load.number, load.loadedAt, load.reach, std::nullopt};
+    if (load.failure) {
+        const bool isRateLimit = rateLimitOf(load.failure).has_value();
+        knowledge.failure = {account.id, account.login, authentication.explain(account.id, load.failure), isRateLimit};
     }
-    co_return reach;
-}
-
-void InstallationStore::noteFailure(Findings &findings, const GitHubAccount &account, const std::exception_ptr &failure)
-{
-    const auto rateLimit = rateLimitOf(failure);
-    if (rateLimit)
-        m_rateLimits->recordRefusal(account.id, *rateLimit, m_clock->now());
-    findings.failures.append({account.id, account.login, describe(failure), rateLimit.has_value()});
+    return knowledge;
 }
 
 void InstallationStore::publish(const Findings &findings, const QList<GitHubAccountSession> &sessions)
 {
     const QPointer<InstallationStore> self(this);
-    for (auto entry = findings.reached.cbegin(); entry != findings.reached.cend(); ++entry)
-        m_reach.insert(entry.key(), entry.value());
-    for (const InstallationFailure &failure : findings.failures)
-        m_reach.remove(failure.identityID);
-
-    QList<InstallationFailure> failures;
-    QSet<qint64> listed;
-    for (const GitHubAccountSession &session : sessions) {
-        listed.insert(session.id());
-        // Who was not asked this time stands as before.
-        const bool wasAsked = !findings.only || findings.only->contains(session.id());
-        const auto &source = wasAsked ? findings.failures : m_failures;
-        const auto failure = std::ranges::find(source, session.id(), &InstallationFailure::identityID);
-        if (failure != source.end())
-            failures.append(*failure);
+    for (auto entry = findings.loaded.cbegin(); entry != findings.loaded.cend(); ++entry) {
+        Knowledge &known = m_knowledge[entry.key()];
+        if (entry->load >= known.load)
+            known = *entry;
     }
-    m_reach.removeIf([&listed](const auto &entry) { return !listed.contains(entry.key()); });
+    for (auto entry = findings.paused.cbegin(); entry != findings.paused.cend(); ++entry) {
+        if (!hasLoaded(entry.key()))
+            m_knowledge[entry.key()].failure = *entry;
+    }
+    forgetOthers(sessions);
     publishRecords(sessions);
     if (self)
-        settle(sessions, std::move(failures), !findings.only.has_value());
+        settle(sessions, findings.isWhole);
+}
+
+void InstallationStore::forgetOthers(const QList<GitHubAccountSession> &sessions)
+{
+    m_knowledge.removeIf([&sessions](const auto &entry) {
+        return std::ranges::find(sessions, entry.key(), &GitHubAccountSession::id) == sessions.end();
+    });
 }
 
 void InstallationStore::publishRecords(const QList<GitHubAccountSession> &sessions)
 {
-    // The choices as they are now: the person may have changed them while GitHub was asked.
-    const auto disabled = disabledInstallations();
-    const auto excluded = excludedRepositories();
+    // The choices as they are now: the user may have changed them while GitHub was asked.
+    const auto disabled = m_switchedOff.installations();
+    const auto excluded = m_switchedOff.repositories();
     QList<InstallationRecord> installations;
     QList<RepositoryRecord> repositories;
     QSet<QString> seen;
     for (const GitHubAccountSession &session : sessions) {
-        const auto reach = m_reach.constFind(session.id());
-        if (reach == m_reach.constEnd())
+        const auto knowledge = m_knowledge.constFind(session.id());
+        if (knowledge == m_knowledge.constEnd() || !knowledge->reach)
             continue;
-        for (const GitHubInstallation &installation : reach->installations) {
+        for (const GitHubInstallation &installation : knowledge->reach->installations) {
             const bool isEnabled = !disabled.contains(installationKey(session.id(), installation.id));
             installations.append({session.id(), installation, isEnabled});
         }
-        for (RepositoryRecord record : reach->repositories) {
+        for (RepositoryRecord record : knowledge->reach->repositories) {
             if (seen.contains(record.id()))
                 continue; // the first sighting counts
             seen.insert(record.id());
@@ -181,41 +152,45 @@ void InstallationStore::publishRecords(const QList<GitHubAccountSession> &sessio
         Q_EMIT repositoriesChanged();
 }
 
-void InstallationStore::settle(
-    const QList<GitHubAccountSession> &sessions, QList<InstallationFailure> failures, bool isWhole)
+void InstallationStore::settle(const QList<GitHubAccountSession> &sessions, bool isWhole)
 {
     using Case = InstallationLoadingState::Case;
+    QList<InstallationFailure> failures;
+    QSet<qint64> loaded;
     QStringList lines;
-    for (const InstallationFailure &failure : std::as_const(failures))
-        lines.append(failure.login + QStringLiteral(": ") + failure.description);
+    for (const GitHubAccountSession &session : sessions) {
+        const Knowledge knowledge = m_knowledge.value(session.id());
+        if (knowledge.reach)
+            loaded.insert(session.id());
+        if (!knowledge.failure)
+            continue;
+        failures.append(*knowledge.failure);
+        lines.append(knowledge.failure->login + QStringLiteral(": ") + knowledge.failure->description);
+    }
     InstallationLoadingState state{lines.isEmpty() ? Case::Ready : Case::Stale, lines.join(QLatin1Char('\n'))};
     if (sessions.isEmpty())
         state = {Case::Disconnected, {}};
     const auto refreshedAt
         = !sessions.isEmpty() && (isWhole || !m_lastRefreshedAt) ? std::optional(m_clock->now()) : m_lastRefreshedAt;
-    const bool isChange = state != m_state || failures != m_failures || refreshedAt != m_lastRefreshedAt;
+    const bool isChange
+        = state != m_state || failures != m_failures || refreshedAt != m_lastRefreshedAt || loaded != m_loaded;
     m_settledState = state;
     m_state = state;
     m_failures = std::move(failures);
     m_lastRefreshedAt = refreshedAt;
+    m_loaded = loaded;
     if (isChange)
         Q_EMIT stateChanged();
 }
 
-void InstallationStore::retain(const QList<GitHubAccountSession> &sessions)
+void InstallationStore::retain(QList<GitHubAccountSession> sessions)
 {
     const QPointer<InstallationStore> self(this);
-    const auto isGone = [&sessions](qint64 identityID) {
-        return std::ranges::find(sessions, identityID, &GitHubAccountSession::id) == sessions.end();
-    };
-    m_reach.removeIf([&](const auto &entry) { return isGone(entry.key()); });
+    forgetOthers(sessions);
     publishRecords(sessions);
     // What never ended, or is under way, says itself how it ends.
-    if (!self || !m_lastRefreshedAt || m_runningRefreshes > 0)
-        return;
-    auto failures = m_failures;
-    failures.removeIf([&](const InstallationFailure &failure) { return isGone(failure.identityID); });
-    settle(sessions, std::move(failures), false);
+    if (self && m_lastRefreshedAt && m_runningRefreshes == 0)
+        settle(sessions, false);
 }
 
 void InstallationStore::abandon()

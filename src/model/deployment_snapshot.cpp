@@ -4,9 +4,14 @@
 namespace velmora
 {
 
+bool hasLogPage(const DeploymentSnapshot &deployment)
+{
+    return deployment.logURL && deployment.logURL->isOpenable();
+}
+
 WebAddress detailsURL(const DeploymentSnapshot &deployment)
 {
-    if (deployment.logURL)
+    if (hasLogPage(deployment))
         return *deployment.logURL;
     return deployment.repositoryURL.appendingPathComponent(QStringLiteral("deployments"));
 }

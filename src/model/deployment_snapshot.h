@@ -40,7 +40,11 @@ struct DeploymentSnapshot {
     friend bool operator==(const DeploymentSnapshot &, const DeploymentSnapshot &) = default;
 };
 
-/// The page that tells most about a deployment: its log, else the deployments of its repository.
+/// Whether the deployment has a log that a browser can open.
+[[nodiscard]] bool hasLogPage(const DeploymentSnapshot &deployment);
+
+/// The page that tells most about a deployment, for a click at it wherever it is shown: its log where that is a web
+/// address, else the deployments of its repository.
 [[nodiscard]] WebAddress detailsURL(const DeploymentSnapshot &deployment);
 
 /// What a deployment's result is remembered and announced under: its id, a colon and its state.

@@ -18,7 +18,7 @@ Q_LOGGING_CATEGORY(cacheLog, "velmora.cache", QtWarningMsg)
 std::optional<DeploymentCachePayload> readPayload(const QString &path)
 {
     try {
-        const auto content = readFile(path);
+        const auto content = readPrivateFile(path);
         if (!content)
             return std::nullopt;
         return decodeJSON<DeploymentCachePayload>(*content);

@@ -9,7 +9,7 @@
 namespace velmora
 {
 
-/// Keeps the payload in one JSON file, "deployments.json", which is replaced as a whole: a crash at any
+/// Keeps the payload in one JSON file, "deployments.json", which is replaced as a whole: a crash or a full disk at any
 /// instant leaves the old or the new one. Coding and disk are off the calling thread.
 class JSONDeploymentCache final : public DeploymentCaching
 {

@@ -3,8 +3,10 @@
 
 #include "accounts/authentication_store.h"
 #include "installations/installation_store.h"
-#include "monitor/polling_schedule.h"
+#include "platform/preferences.h"
+#include "support/error.h"
 
+#include <QLoggingCategory>
 #include <QPointer>
 
 namespace velmora
@@ -12,6 +14,11 @@ namespace velmora
 
 namespace
 {
+
+Q_LOGGING_CATEGORY(monitorLog, "velmora.monitor", QtWarningMsg)
+
+/// A list that was saved longer ago is history. While GitHub has an account wait, nothing may be saved for an hour.
+constexpr std::chrono::hours kLongestHandOver{1};
 
 bool hasActiveDeployment(const QList<DeploymentSnapshot> &deployments)
 {
@@ -26,8 +33,9 @@ DeploymentMonitor::DeploymentMonitor(GitHubClient client, Services services, QOb
     , m_client(std::move(client))
     , m_services(std::move(services))
     , m_health(m_services.random)
-    , m_announcer(m_services.notifier, m_services.defaults)
+    , m_announcer(m_services.notifier, m_services.defaults, m_services.clock)
 {
+    connect(m_services.defaults, &Preferences::failureChanged, this, &DeploymentMonitor::changed);
 }
 
 DeploymentMonitor::~DeploymentMonitor() = default;
@@ -37,45 +45,99 @@ DeploymentMonitorPresentation DeploymentMonitor::presentation() const
     return velmora::presentation(m_published.state, m_published.deployments);
 }
 
-void DeploymentMonitor::start(AuthenticationStore *authentication, InstallationStore *installations)
+QString DeploymentMonitor::unsaved() const
+{
+    QStringList lines{m_services.defaults->failure(), m_cacheFailure};
+    lines.removeAll(QString());
+    return lines.join(QLatin1Char('\n'));
+}
+
+void DeploymentMonitor::start(
+    AuthenticationStore *authentication, InstallationStore *installations, FirstTick firstTick)
 {
     m_listed = identities(*authentication);
     connect(authentication, &AuthenticationStore::sessionsChanged, this,
         [this, authentication, installations] { followSessions(authentication, installations); });
-    m_scope.launch(poll(authentication, installations), "Polling deployments");
+    connect(authentication, &AuthenticationStore::credentialChanged, this,
+        [this, authentication, installations](qint64 identityID) {
+            m_health.retryNow(identityID);
+            m_scope.launch(pollInTurn(authentication, installations), "Fetching with a new credential");
+        });
+    m_scope.launch(poll(authentication, installations, firstTick), "Polling deployments");
 }
 
-QCoro::Task<> DeploymentMonitor::poll(AuthenticationStore *authentication, InstallationStore *installations)
+QCoro::Task<> DeploymentMonitor::poll(
+    AuthenticationStore *authentication, InstallationStore *installations, FirstTick firstTick)
 {
     const QPointer<DeploymentMonitor> self(this);
     const std::stop_token stop = m_scope.stopToken();
     Clock *const clock = m_services.clock;
-    co_await loadCache();
+    co_await begin(authentication);
     if (!self)
         co_return;
-    if (authentication->sessions().isEmpty() && !m_hasRefreshed) {
-        co_await disconnect(clock->now());
-        if (!self)
-            co_return;
-    }
-    while (true) {
+    if (firstTick == FirstTick::AtOnce)
+        co_await tickSafely(authentication, installations);
+    while (self) {
         co_await clock->sleep(kTickInterval, stop);
+        if (self)
+            co_await tickSafely(authentication, installations);
+    }
+}
+
+/// Shows what is known before anybody is asked.
+QCoro::Task<> DeploymentMonitor::begin(AuthenticationStore *authentication)
+{
+    const QPointer<DeploymentMonitor> self(this);
+    try {
+        const auto turn = co_await m_turn.lock();
         if (!self)
             co_return;
-        co_await tick(authentication, installations, clock->now());
+        co_await loadCacheInTurn();
+        if (self && authentication->sessions().isEmpty())
+            co_await disconnect(MissingStep::Account);
+    } catch (...) {
+        qCWarning(monitorLog).noquote() << "The start of polling failed:" << describe(std::current_exception());
+    }
+}
+
+/// A tick for which nobody waits: the next one comes, whatever this one throws.
+QCoro::Task<> DeploymentMonitor::tickSafely(AuthenticationStore *authentication, InstallationStore *installations)
+{
+    const QPointer<DeploymentMonitor> self(this);
+    try {
+        co_await tick(authentication, installations, now());
+    } catch (...) {
         if (!self)
             co_return;
+        qCWarning(monitorLog).noquote() << "A tick failed:" << describe(std::current_exception());
+        m_isRefreshing = false;
     }
 }
 
 QCoro::Task<> DeploymentMonitor::loadCache()
 {
     const QPointer<DeploymentMonitor> self(this);
-    const auto payload = co_await m_services.cache->load();
-    if (!self || !payload || m_hasRefreshed)
+    const auto turn = co_await m_turn.lock();
+    if (self)
+        co_await loadCacheInTurn();
+}
+
+QCoro::Task<> DeploymentMonitor::loadCacheInTurn()
+{
+    if (m_isCacheLoaded)
         co_return;
+    const QPointer<DeploymentMonitor> self(this);
+    const auto payload = co_await m_services.cache->load();
+    if (!self)
+        co_return;
+    m_isCacheLoaded = true;
+    if (!payload)
+        co_return;
+    // A clock that was set back since must not show an age in the future.
+    m_lastCompleteSuccessAt = std::min(payload->savedAt, now());
+    m_isContinuing = now() - payload->savedAt < kLongestHandOver;
     Published next = m_published;
-    next.deployments = filteredAndSorted(payload->deployments, m_services.clock->now());
+    next.deployments = filteredAndSorted(payload->deployments, now());
     if (next.state.state == DeploymentMonitorState::Case::Loading)
         next.state = DeploymentMonitorState::loading(!next.deployments.isEmpty());
     publish(std::move(next));
@@ -89,32 +151,25 @@ QCoro::Task<> DeploymentMonitor::tick(
     const auto turn = m_turn.tryLock();
     if (!turn)
         co_return;
+    const QPointer<DeploymentMonitor> self(this);
+    co_await loadCacheInTurn();
+    if (!self)
+        co_return;
     const Round round{authentication, installations, now};
     co_await decideAndRefresh(round);
+    if (self)
+        co_await saveCacheAgain();
 }
 
 QCoro::Task<> DeploymentMonitor::decideAndRefresh(Round round)
 {
     const QPointer<DeploymentMonitor> self(this);
     m_health.retain(identities(round));
-    const PollingSituation situation{
-        m_lastFullRefreshAt, m_published.lastRefreshedAt, hasActiveDeployment(m_published.deployments)};
-    const auto decision = decide(situation, round.now);
     const auto eligible = eligibleIdentities(round);
+    const auto decision = decide(situation(round, eligible), round.now);
 
-    if (decision == PollingDecision::InstallationsAndAllDeployments) {
-        m_lastFullRefreshAt = round.now;
-        co_await refreshInstallations(round, eligible);
-        if (!self)
-            co_return;
-        // Perhaps broken off: it is all due again after the pause.
-        if (m_isHeld)
-            m_lastFullRefreshAt.reset();
-        co_await refreshIdentities(round, Scope::All, eligible);
-        co_return;
-    }
-    if (decision == PollingDecision::AllDeployments) {
-        co_await refreshInstallations(round, eligible & identitiesWithoutInstallations(round));
+    if (decision == PollingDecision::InstallationsAndAllDeployments || decision == PollingDecision::AllDeployments) {
+        co_await refreshInstallations(round, eligible & identitiesWithInstallationsDue(round));
         if (self)
             co_await refreshIdentities(round, Scope::All, eligible);
         co_return;
@@ -146,12 +201,14 @@ QCoro::Task<> DeploymentMonitor::refreshAll(
     const auto turn = co_await m_turn.lock();
     if (!self)
         co_return;
+    co_await loadCacheInTurn();
+    if (!self)
+        co_return;
     const Round round{authentication, installations, now};
     m_health.retain(identities(round));
     m_health.retryAllNow();
-    Published next = m_published;
-    next.state = DeploymentMonitorState::loading(!next.deployments.isEmpty());
-    publish(std::move(next));
+    if (!identities(round).isEmpty())
+        showThatItLoads();
     noteInstallationFailures(round);
     // Installations that could not be fetched are refreshed by whoever asks; those never fetched belong to
     // an identity that was connected a moment ago.
@@ -166,6 +223,10 @@ QCoro::Task<> DeploymentMonitor::refreshActive(
 {
     const auto turn = m_turn.tryLock();
     if (!turn)
+        co_return;
+    const QPointer<DeploymentMonitor> self(this);
+    co_await loadCacheInTurn();
+    if (!self)
         co_return;
     const Round round{authentication, installations, now};
     co_await refreshIdentities(round, Scope::Active, eligibleIdentities(round));
@@ -194,8 +255,35 @@ QSet<qint64> DeploymentMonitor::identities(const Round &round)
 QSet<qint64> DeploymentMonitor::eligibleIdentities(const Round &round) const
 {
     auto result = identities(round);
+    result.removeIf([&](qint64 id) { return m_health.isWaiting(id, now()) || pausedUntil(id).has_value(); });
+    return result;
+}
+
+std::optional<Instant> DeploymentMonitor::pausedUntil(qint64 identityID) const
+{
+    return m_services.rateLimits->pausedUntil(identityID, now());
+}
+
+PollingSituation DeploymentMonitor::situation(const Round &round, const QSet<qint64> &eligible) const
+{
+    PollingSituation situation;
+    // An identity that may not be asked at the full hour is due when it may be.
+    for (const auto identityID : eligible) {
+        const auto loadedAt = round.installations->loadedAt(identityID);
+        if (loadedAt && (!situation.installationsLoadedAt || *loadedAt < *situation.installationsLoadedAt))
+            situation.installationsLoadedAt = loadedAt;
+    }
+    situation.lastRefreshedAt = missingStep(round) ? m_foundNothingAt : m_published.lastRefreshedAt;
+    situation.hasActiveDeployment = hasActiveDeployment(m_published.deployments);
+    return situation;
+}
+
+QSet<qint64> DeploymentMonitor::identitiesWithInstallationsDue(const Round &round) const
+{
+    auto result = identities(round);
     result.removeIf([&](qint64 id) {
-        return m_health.isWaiting(id, round.now) || m_services.rateLimits->pausedUntil(id, round.now).has_value();
+        const auto loadedAt = round.installations->loadedAt(id);
+        return loadedAt && !areInstallationsDue(*loadedAt, round.installations->expectsInstallations(id), round.now);
     });
     return result;
 }
@@ -215,9 +303,16 @@ QSet<qint64> DeploymentMonitor::neverAskedIdentities(const Round &round) const
     return result;
 }
 
-bool DeploymentMonitor::isEverythingMissing(const Round &round) const
+/// Nothing while something is monitored, or it is not known for every identity.
+std::optional<MissingStep> DeploymentMonitor::missingStep(const Round &round) const
 {
-    return identitiesWithoutInstallations(round).isEmpty() && round.installations->monitoredRepositories().isEmpty();
+    if (round.authentication->sessions().isEmpty())
+        return MissingStep::Account;
+    if (!identitiesWithoutInstallations(round).isEmpty() || !round.installations->monitoredRepositories().isEmpty())
+        return std::nullopt;
+    if (round.installations->installations().isEmpty())
+        return MissingStep::Installation;
+    return round.installations->repositories().isEmpty() ? MissingStep::Access : MissingStep::Selection;
 }
 
 DeploymentMonitorState DeploymentMonitor::currentState(const Round &round, std::optional<Instant> refreshedAt) const
@@ -226,12 +321,12 @@ DeploymentMonitorState DeploymentMonitor::currentState(const Round &round, std::
     for (const auto identityID : identities(round)) {
         if (m_health.hasFailed(identityID))
             return DeploymentMonitorState::stale(m_lastCompleteSuccessAt);
-        const auto pausedUntil = m_services.rateLimits->pausedUntil(identityID, round.now);
-        if (pausedUntil && (!resumeAt || *pausedUntil < *resumeAt))
-            resumeAt = pausedUntil;
+        const auto until = pausedUntil(identityID);
+        if (until && (!resumeAt || *until < *resumeAt))
+            resumeAt = until;
     }
     if (resumeAt)
-        return DeploymentMonitorState::rateLimited(refreshedAt, *resumeAt);
+        return DeploymentMonitorState::rateLimited(refreshedAt ? refreshedAt : m_lastCompleteSuccessAt, *resumeAt);
     return refreshedAt ? DeploymentMonitorState::ready(*refreshedAt) : m_published.state;
 }
 
@@ -241,6 +336,8 @@ QString DeploymentMonitor::failureMessage(const Round &round) const
     for (const auto &session : round.authentication->sessions()) {
         if (const auto failure = m_health.failure(session.id()))
             lines.append(session.account.login + QLatin1String(": ") + *failure);
+        for (const QString &line : m_unanswered.lines(session.id()))
+            lines.append(session.account.login + QLatin1String(": ") + line);
     }
     return lines.join(QLatin1Char('\n'));
 }
@@ -253,23 +350,11 @@ void DeploymentMonitor::publish(Published published)
     Q_EMIT changed();
 }
 
-/// "Connect GitHub" is no longer true once somebody is asked.
-void DeploymentMonitor::beginRequests()
+void DeploymentMonitor::showThatItLoads()
 {
-    if (m_published.state.state == DeploymentMonitorState::Case::Disconnected) {
-        Published next = m_published;
-        next.state = DeploymentMonitorState::loading(!next.deployments.isEmpty());
-        publish(std::move(next));
-    }
-    setRefreshing(true);
-}
-
-void DeploymentMonitor::setRefreshing(bool isRefreshing)
-{
-    if (m_isRefreshing == isRefreshing)
-        return;
-    m_isRefreshing = isRefreshing;
-    Q_EMIT isRefreshingChanged();
+    Published next = m_published;
+    next.state = DeploymentMonitorState::loading(!next.deployments.isEmpty());
+    publish(std::move(next));
 }
 
 } // namespace velmora

@@ -2,13 +2,16 @@
 // How the monitor fetches, and what becomes of what it fetched. When it does is in deployment_monitor.cpp.
 #include "monitor/deployment_monitor.h"
 
-#include "accounts/authentication_store.h"
+#include "accounts/account_stop.h"
+#include "accounts/authorized_requests.h"
 #include "github/deployment_client_error.h"
+#include "github/pausing_session.h"
 #include "installations/installation_store.h"
 
 #include <QLoggingCategory>
 #include <QPointer>
 
+#include <algorithm>
 #include <iterator>
 
 namespace velmora
@@ -25,13 +28,19 @@ struct IdentityOutcome {
     std::exception_ptr failure;
 };
 
+/// Ends with a cancellation as soon as the account is removed.
 QCoro::Task<IdentityOutcome> fetchForIdentity(GitHubClient client, AuthenticationStore *authentication,
     qint64 identityID, QList<RepositoryRecord> repositories, std::stop_token stop)
 {
     IdentityOutcome outcome;
+    const AccountStop whileListed(authentication, identityID, stop);
+    const std::stop_token requestStop = whileListed.token();
+    AuthorizedRequests requests(authentication->promptCredentials(), identityID, stop);
+    const std::function<QCoro::Task<DeploymentFetchResult>(QString)> fetch = [=](const QString &accessToken) {
+        return client.fetchDeployments(repositories, accessToken, requestStop);
+    };
     try {
-        const auto credential = co_await authentication->validCredential(identityID, stop);
-        auto result = co_await client.fetchDeployments(repositories, credential.accessToken, stop);
+        auto result = co_await requests.send(fetch);
         outcome.result = std::move(result);
     } catch (...) {
         outcome.failure = std::current_exception();
@@ -63,6 +72,9 @@ QList<RepositoryRecord> ofIdentity(const QList<RepositoryRecord> &repositories, 
     return ofIdentities(repositories, QSet<qint64>{identityID});
 }
 
+/// Until a save that failed is tried again.
+constexpr std::chrono::seconds kCachePause{30};
+
 } // namespace
 
 QCoro::Task<> DeploymentMonitor::refreshInstallations(Round round, QSet<qint64> asked)
@@ -71,35 +83,39 @@ QCoro::Task<> DeploymentMonitor::refreshInstallations(Round round, QSet<qint64> 
         co_return;
     const QPointer<DeploymentMonitor> self(this);
     const std::stop_token stop = m_scope.stopToken();
-    beginRequests();
-    if (asked == identities(round))
-        co_await round.installations->refresh(round.authentication, stop);
-    else
-        co_await round.installations->refreshIdentities(round.authentication, asked, stop);
+    // Somebody of whom nothing is known yet, as one who was connected a moment ago: "Connect GitHub" is no longer true.
+    // What is merely asked for again, every hour, changes nothing that is shown.
+    const bool isDisconnected = m_published.state.state == DeploymentMonitorState::Case::Disconnected;
+    if (isDisconnected && asked.intersects(identitiesWithoutInstallations(round)))
+        showThatItLoads();
+    m_isRefreshing = true;
+    co_await round.installations->refreshIdentities(round.authentication, asked, stop);
     if (!self || m_isHeld)
         co_return;
     for (const auto &failure : round.installations->failures()) {
         if (asked.contains(failure.identityID) && !failure.isRateLimit)
-            m_health.recordFailure(failure.identityID, failure.description, round.now);
+            m_health.recordFailure(failure.identityID, failure.description, now());
     }
 }
 
 QCoro::Task<> DeploymentMonitor::refreshIdentities(Round round, Scope scope, QSet<qint64> asked)
 {
     const QPointer<DeploymentMonitor> self(this);
-    if (isEverythingMissing(round)) {
-        co_await disconnect(round.now);
+    if (const auto missing = missingStep(round)) {
+        co_await disconnect(*missing);
         co_return;
     }
     asked -= identitiesWithoutInstallations(round);
-    asked.removeIf([&](qint64 id) { return m_services.rateLimits->pausedUntil(id, round.now).has_value(); });
+    asked.removeIf([&](qint64 id) { return pausedUntil(id).has_value(); });
     auto repositories = ofIdentities(round.installations->monitoredRepositories(), asked);
     if (scope == Scope::Active)
         repositories = repositoriesWithActiveDeployments(repositories, m_published.deployments);
 
     Fetched fetched;
     if (!repositories.isEmpty()) {
-        beginRequests();
+        if (m_published.state.state == DeploymentMonitorState::Case::Disconnected)
+            showThatItLoads();
+        m_isRefreshing = true;
         fetched = co_await fetch(repositories, round, scope);
         if (!self)
             co_return;
@@ -126,28 +142,35 @@ QCoro::Task<DeploymentMonitor::Fetched> DeploymentMonitor::fetch(
     for (const auto &session : sessions) {
         const auto identityID = session.id();
         const auto own = ofIdentity(repositories, identityID);
-        if (own.isEmpty())
+        // Somebody may have been removed, or told to pause, since the round began.
+        if (own.isEmpty() || !identities(round).contains(identityID) || pausedUntil(identityID))
             continue;
-        auto outcome = co_await fetchForIdentity(m_client, round.authentication, identityID, own, stop);
+        const auto client = clientOfIdentity(m_client, m_services.rateLimits, identityID);
+        auto outcome = co_await fetchForIdentity(client, round.authentication, identityID, own, stop);
         if (!self)
             co_return fetched;
+        if (!identities(round).contains(identityID))
+            continue;
         if (outcome.result) {
-            recordSuccess(identityID, outcome.result->rateLimit, scope, round.now);
+            recordSuccess(identityID, outcome.result->rateLimit, scope);
             for (const auto &deployment : std::as_const(outcome.result->deployments))
                 m_owners.insert(deployment.repositoryNodeID, identityID);
-            fetched.add(identityID, own, std::move(outcome.result->deployments));
+            m_unanswered.note(own, outcome.result->unanswered);
+            fetched.succeeded.insert(identityID);
+            fetched.add(own, std::move(outcome.result->deployments), m_unanswered);
         } else {
-            recordFailure(identityID, outcome.failure, round.now);
+            recordFailure(round, identityID, outcome.failure);
+            fetched.hasBrokenOff = fetched.hasBrokenOff || isBrokenOff(outcome.failure);
         }
     }
     co_return fetched;
 }
 
-void DeploymentMonitor::Fetched::add(
-    qint64 identityID, const QList<RepositoryRecord> &asked, QList<DeploymentSnapshot> &&result)
+void DeploymentMonitor::Fetched::add(const QList<RepositoryRecord> &asked, QList<DeploymentSnapshot> &&result,
+    const UnansweredRepositories &withoutAnswer)
 {
-    succeeded.insert(identityID);
-    repositories += asked;
+    for (const RepositoryRecord &record : asked)
+        (withoutAnswer.contains(record) ? unanswered : repositories).append(record);
     // Most people have one identity: its list is taken as it is.
     if (deployments.isEmpty())
         deployments = std::move(result);
@@ -155,27 +178,31 @@ void DeploymentMonitor::Fetched::add(
         deployments += std::move(result);
 }
 
-void DeploymentMonitor::recordSuccess(qint64 identityID, const DeploymentRateLimit &rateLimit, Scope scope, Instant now)
+void DeploymentMonitor::recordSuccess(qint64 identityID, const DeploymentRateLimit &rateLimit, Scope scope)
 {
     m_health.recordSuccess(identityID);
     if (scope != Scope::Active)
         m_fullCosts.insert(identityID, rateLimit.cost);
     const auto nextCost = std::max(rateLimit.cost, m_fullCosts.value(identityID));
-    m_services.rateLimits->recordSuccess(identityID, rateLimit, nextCost, now);
+    m_services.rateLimits->recordSuccess(identityID, rateLimit, nextCost, now());
 }
 
-void DeploymentMonitor::recordFailure(qint64 identityID, const std::exception_ptr &failure, Instant now)
+void DeploymentMonitor::recordFailure(const Round &round, qint64 identityID, const std::exception_ptr &failure)
 {
     qCInfo(monitorLog).noquote() << "Identity" << identityID << "failed:" << describe(failure);
     if (const auto notice = rateLimitOf(failure)) {
-        m_services.rateLimits->recordRefusal(identityID, *notice, now);
+        m_services.rateLimits->recordRefusal(identityID, *notice, now());
         m_health.recordSuccess(identityID);
         return;
     }
-    // Connections do not survive a sleep; that is nobody's failure, and it is asked again in a moment.
-    if (m_isHeld && isTransportError(failure))
-        return;
-    m_health.recordFailure(identityID, describe(failure), now);
+    if (!isBrokenOff(failure))
+        m_health.recordFailure(identityID, round.authentication->explain(identityID, failure), now());
+}
+
+/// Connections do not survive a sleep; that is nobody's failure, and it is asked again in a moment.
+bool DeploymentMonitor::isBrokenOff(const std::exception_ptr &failure) const
+{
+    return m_isHeld && isTransportError(failure);
 }
 
 /// Failures of a refresh of the installations that somebody else started.
@@ -185,7 +212,7 @@ void DeploymentMonitor::noteInstallationFailures(const Round &round)
         return;
     for (const auto &failure : round.installations->failures()) {
         if (!failure.isRateLimit && !m_health.hasFailed(failure.identityID))
-            m_health.recordFailure(failure.identityID, failure.description, round.now);
+            m_health.recordFailure(failure.identityID, failure.description, now());
     }
 }
 
@@ -193,7 +220,7 @@ void DeploymentMonitor::noteInstallationFailures(const Round &round)
 void DeploymentMonitor::forgetFailuresOfPaused(const Round &round)
 {
     for (const auto identityID : identities(round)) {
-        if (m_services.rateLimits->pausedUntil(identityID, round.now))
+        if (pausedUntil(identityID))
             m_health.recordSuccess(identityID);
     }
 }
@@ -203,13 +230,14 @@ QCoro::Task<> DeploymentMonitor::finish(Round round, Fetched fetched)
     const QPointer<DeploymentMonitor> self(this);
     noteInstallationFailures(round);
     forgetFailuresOfPaused(round);
-    const auto previous = m_published.deployments;
+    dropUnmonitored(round, fetched);
+    m_unanswered.retain(round.installations->monitoredRepositories());
+    const auto previous = listBefore();
     Published next = m_published;
     if (!fetched.succeeded.isEmpty()) {
-        m_hasRefreshed = true;
         next.deployments = shownAfter(std::move(fetched.deployments), fetched, round);
-        if (fetched.scope == Scope::All && !m_isHeld)
-            next.lastRefreshedAt = round.now;
+        if (fetched.scope == Scope::All && !fetched.hasBrokenOff)
+            next.lastRefreshedAt = now();
     }
     next.state = currentState(round, next.lastRefreshedAt);
     next.message = failureMessage(round);
@@ -217,43 +245,78 @@ QCoro::Task<> DeploymentMonitor::finish(Round round, Fetched fetched)
         m_lastCompleteSuccessAt = next.lastRefreshedAt;
     const auto updated = next.deployments;
     publish(std::move(next));
-    setRefreshing(false);
+    m_isRefreshing = false;
     if (fetched.succeeded.isEmpty())
         co_return;
 
-    co_await saveCache(round.now);
+    co_await saveCache();
     if (!self)
         co_return;
-    takeNoteOfHistory(fetched.succeeded, updated);
+    takeNoteOfHistory(round, fetched.repositories, previous, updated);
     co_await processNotifications(previous, updated);
 }
 
 QCoro::Task<> DeploymentMonitor::processNotifications(
     QList<DeploymentSnapshot> previous, QList<DeploymentSnapshot> updated)
 {
-    co_await m_announcer.process(previous, updated);
+    m_announcer.process(previous, updated);
+    co_return;
 }
 
-/// An identity that joins later, or failed at the start, brings its history along: old news.
-void DeploymentMonitor::takeNoteOfHistory(const QSet<qint64> &succeeded, const QList<DeploymentSnapshot> &deployments)
+/// What was switched off, or whose account was removed, while GitHub was asked is neither shown nor announced.
+void DeploymentMonitor::dropUnmonitored(const Round &round, Fetched &fetched)
 {
-    const auto newcomers = succeeded - m_seenLive;
-    m_seenLive |= succeeded;
+    const auto sessions = identities(round);
+    fetched.succeeded &= sessions;
+    QSet<QString> monitored;
+    for (const auto &record : round.installations->monitoredRepositories()) {
+        if (sessions.contains(record.identityID))
+            monitored.insert(record.id());
+    }
+    const auto isMonitored = [&](const RepositoryRecord &record) {
+        return monitored.contains(record.id());
+    };
+    auto &asked = fetched.repositories;
+    const auto gone = std::stable_partition(asked.begin(), asked.end(), isMonitored);
+    if (gone == asked.end())
+        return;
+    fetched.gone = QList<RepositoryRecord>(gone, asked.end());
+    asked.erase(gone, asked.end());
+    const RepositoryIndex index(fetched.gone);
+    fetched.deployments.removeIf(
+        [&](const DeploymentSnapshot &deployment) { return index.find(deployment) != nullptr; });
+}
+
+/// What the list held before: what was under way there and has ended is news. At the first refresh of a run it counts
+/// only while it is fresh, that is when another Velmora has just handed over.
+QList<DeploymentSnapshot> DeploymentMonitor::listBefore() const
+{
+    if (m_announcer.hasCompletedLiveRefresh() || m_isContinuing)
+        return m_published.deployments;
+    return {};
+}
+
+/// What is fetched of a repository for the first time is old news, but for the end of what the list held as under way:
+/// it may be new to the list, and its history with it.
+void DeploymentMonitor::takeNoteOfHistory(const Round &round, const QList<RepositoryRecord> &fetched,
+    const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
+{
+    const auto newcomers = m_liveRepositories.add(fetched);
+    m_liveRepositories.retain(round.installations->monitoredRepositories(), identitiesWithoutInstallations(round));
     if (newcomers.isEmpty() || !m_announcer.hasCompletedLiveRefresh())
         return;
+    const RepositoryIndex index(newcomers);
     QList<DeploymentSnapshot> history;
-    std::ranges::copy_if(deployments, std::back_inserter(history), [&](const DeploymentSnapshot &deployment) {
-        const auto owner = m_owners.constFind(deployment.repositoryNodeID);
-        return owner != m_owners.constEnd() && newcomers.contains(*owner);
-    });
-    m_announcer.takeNote(history);
+    std::ranges::copy_if(updated, std::back_inserter(history),
+        [&](const DeploymentSnapshot &deployment) { return index.find(deployment) != nullptr; });
+    m_announcer.takeNote(previous, history);
 }
 
 QList<DeploymentSnapshot> DeploymentMonitor::shownAfter(
     QList<DeploymentSnapshot> deployments, const Fetched &fetched, const Round &round) const
 {
     if (fetched.scope == Scope::Active) {
-        const RepositoryIndex asked(fetched.repositories);
+        const RepositoryIndex asked(fetched.repositories + fetched.gone);
         const auto wasAsked = [&](const DeploymentSnapshot &deployment) {
             return asked.find(deployment) != nullptr;
         };
@@ -261,9 +324,12 @@ QList<DeploymentSnapshot> DeploymentMonitor::shownAfter(
     }
     const RepositoryIndex monitored(round.installations->monitoredRepositories());
     const RepositoryIndex known(round.installations->repositories());
+    const RepositoryIndex unanswered(fetched.unanswered);
     const auto sessions = identities(round);
     const auto unloaded = identitiesWithoutInstallations(round);
     const auto isReplaced = [&](const DeploymentSnapshot &deployment) {
+        if (unanswered.find(deployment))
+            return false;
         if (const auto *record = monitored.find(deployment))
             return fetched.succeeded.contains(record->identityID) || !sessions.contains(record->identityID);
         // No longer monitored: it goes, unless it may belong to an identity whose repositories are not
@@ -276,27 +342,47 @@ QList<DeploymentSnapshot> DeploymentMonitor::shownAfter(
     return shownAfterFetch(m_published.deployments, std::move(deployments), isReplaced, round.now);
 }
 
-QCoro::Task<> DeploymentMonitor::disconnect(Instant now)
+QCoro::Task<> DeploymentMonitor::disconnect(MissingStep missing)
 {
-    m_hasRefreshed = true;
+    m_foundNothingAt = now();
     m_lastCompleteSuccessAt.reset();
+    m_liveRepositories = LiveRepositories();
     const bool hadDeployments = !m_published.deployments.isEmpty();
     Published next;
-    next.state = DeploymentMonitorState::disconnected();
+    next.state = DeploymentMonitorState::disconnected(missing);
     publish(std::move(next));
-    setRefreshing(false);
+    m_isRefreshing = false;
     if (hadDeployments)
-        co_await saveCache(now);
+        co_await saveCache();
 }
 
-QCoro::Task<> DeploymentMonitor::saveCache(Instant now)
+QCoro::Task<> DeploymentMonitor::saveCache()
 {
-    const DeploymentCachePayload payload{m_published.deployments, now};
+    const QPointer<DeploymentMonitor> self(this);
+    const DeploymentCachePayload payload{m_published.deployments, now()};
+    QString failure;
     try {
         co_await m_services.cache->save(payload);
     } catch (...) {
-        qCWarning(monitorLog).noquote() << "The deployments were not saved:" << describe(std::current_exception());
+        failure = describe(std::current_exception());
     }
+    if (!self)
+        co_return;
+    m_cacheRetryAt = now() + kCachePause;
+    if (m_cacheFailure == failure)
+        co_return;
+    m_cacheFailure = failure;
+    if (!failure.isEmpty())
+        qCWarning(monitorLog).noquote() << "The deployments were not saved:" << failure;
+    Q_EMIT changed();
+}
+
+/// Whoever is refreshed saves as well; this is for the time in which nothing is.
+QCoro::Task<> DeploymentMonitor::saveCacheAgain()
+{
+    if (m_cacheFailure.isEmpty() || now() < m_cacheRetryAt)
+        co_return;
+    co_await saveCache();
 }
 
 } // namespace velmora

@@ -17,10 +17,9 @@ void DeploymentMonitor::followSessions(AuthenticationStore *authentication, Inst
     const bool haveLeft = !m_listed.contains(before);
     const bool haveJoined = !before.contains(m_listed);
     if (haveLeft)
-        m_scope.launch(
-            forgetRemoved(authentication, installations, m_services.clock->now()), "Forgetting removed accounts");
+        m_scope.launch(forgetRemoved(authentication, installations, now()), "Forgetting removed accounts");
     if (haveJoined)
-        m_scope.launch(welcomeNewcomers(authentication, installations), "Fetching for new accounts");
+        m_scope.launch(pollInTurn(authentication, installations), "Fetching for new accounts");
 }
 
 /// A keyring that was unlocked, or an account connected anew, is not kept waiting for the next retry.
@@ -36,15 +35,46 @@ void DeploymentMonitor::retryReconnected(const AuthenticationStore &authenticati
     m_connected = connected;
 }
 
-/// Like a tick, but one that waits for its turn: whoever has just connected looks at the window.
-QCoro::Task<> DeploymentMonitor::welcomeNewcomers(AuthenticationStore *authentication, InstallationStore *installations)
+/// Like a tick, but one that waits for its turn: a user who has just connected an account looks at the window.
+QCoro::Task<> DeploymentMonitor::pollInTurn(AuthenticationStore *authentication, InstallationStore *installations)
 {
     const QPointer<DeploymentMonitor> self(this);
     const auto turn = co_await m_turn.lock();
     if (!self || m_isHeld)
         co_return;
-    const Round round{authentication, installations, m_services.clock->now()};
+    co_await loadCacheInTurn();
+    if (!self)
+        co_return;
+    const Round round{authentication, installations, now()};
     co_await decideAndRefresh(round);
+}
+
+QCoro::Task<> DeploymentMonitor::refreshExpected(AuthenticationStore *authentication, InstallationStore *installations)
+{
+    const QPointer<DeploymentMonitor> self(this);
+    const Instant askedAt = now();
+    const auto turn = co_await m_turn.lock();
+    if (!self || m_isHeld)
+        co_return;
+    co_await loadCacheInTurn();
+    if (!self)
+        co_return;
+    const Round round{authentication, installations, now()};
+    auto expected = eligibleIdentities(round);
+    expected.removeIf([&](qint64 id) {
+        // What was loaded while this one waited for its turn serves as well.
+        const auto loadedAt = installations->loadedAt(id);
+        return !installations->expectsInstallations(id) || (loadedAt && *loadedAt > askedAt);
+    });
+    if (expected.isEmpty())
+        co_return;
+    co_await refreshInstallations(round, expected);
+    if (!self)
+        co_return;
+    const Round next{authentication, installations, now()};
+    co_await decideAndRefresh(next);
+    if (self)
+        m_isRefreshing = false;
 }
 
 QCoro::Task<> DeploymentMonitor::forgetRemoved(
@@ -54,8 +84,7 @@ QCoro::Task<> DeploymentMonitor::forgetRemoved(
     const auto turn = co_await m_turn.lock();
     if (!self)
         co_return;
-    if (!m_hasRefreshed)
-        co_await loadCache();
+    co_await loadCacheInTurn();
     if (!self)
         co_return;
     const Round round{authentication, installations, now};
@@ -67,18 +96,18 @@ QCoro::Task<> DeploymentMonitor::forgetIdentities(Round round)
     const QPointer<DeploymentMonitor> self(this);
     const auto listed = identities(round);
     m_health.retain(listed);
-    // Whoever comes back brings a history along again.
-    m_seenLive &= listed;
     round.installations->retain(round.authentication->sessions());
     if (!self)
         co_return;
+    // Whoever comes back brings a history along again.
+    m_liveRepositories.retain(round.installations->monitoredRepositories(), identitiesWithoutInstallations(round));
     if (!m_isHeld) {
         co_await refreshInstallations(round, eligibleIdentities(round) & identitiesWithoutInstallations(round));
         if (!self)
             co_return;
     }
-    if (isEverythingMissing(round))
-        co_await disconnect(round.now);
+    if (const auto missing = missingStep(round))
+        co_await disconnect(*missing);
     else
         co_await dropUnreachable(round);
 }
@@ -92,11 +121,10 @@ QCoro::Task<> DeploymentMonitor::dropUnreachable(Round round)
     next.state = currentState(round, next.lastRefreshedAt);
     next.message = failureMessage(round);
     const bool isChange = next.deployments != m_published.deployments;
-    m_hasRefreshed = m_hasRefreshed || isChange;
     publish(std::move(next));
-    setRefreshing(false);
+    m_isRefreshing = false;
     if (isChange)
-        co_await saveCache(round.now);
+        co_await saveCache();
 }
 
 } // namespace velmora

@@ -21,4 +21,19 @@ QString rawValue(DeploymentMonitorState::Case state)
     Q_UNREACHABLE();
 }
 
+QString rawValue(MissingStep step)
+{
+    switch (step) {
+    case MissingStep::Account:
+        return QStringLiteral("account");
+    case MissingStep::Installation:
+        return QStringLiteral("installation");
+    case MissingStep::Access:
+        return QStringLiteral("access");
+    case MissingStep::Selection:
+        return QStringLiteral("selection");
+    }
+    Q_UNREACHABLE();
+}
+
 } // namespace velmora

@@ -10,6 +10,14 @@
 namespace velmora
 {
 
+/// What is still to be done before there is anything to monitor, in the order in which it is done.
+enum class MissingStep {
+    Account, ///< no account is connected
+    Installation, ///< the App is installed nowhere
+    Access, ///< where it is installed, no repository is granted to it
+    Selection, ///< every repository is switched off
+};
+
 /// How the deployments on show stand. Each case uses the fields that its maker below takes.
 struct DeploymentMonitorState {
     enum class Case {
@@ -27,25 +35,33 @@ struct DeploymentMonitorState {
     std::optional<Instant> lastUpdatedAt;
     /// Of RateLimited: when polling may resume.
     std::optional<Instant> resumeAt;
+    /// Of Disconnected: why.
+    std::optional<MissingStep> missing;
 
-    static DeploymentMonitorState loading(bool hasContent) { return {Case::Loading, hasContent, {}, {}}; }
-    static DeploymentMonitorState ready(Instant refreshedAt) { return {Case::Ready, false, refreshedAt, {}}; }
+    static DeploymentMonitorState loading(bool hasContent) { return {Case::Loading, hasContent, {}, {}, {}}; }
+    static DeploymentMonitorState ready(Instant refreshedAt) { return {Case::Ready, false, refreshedAt, {}, {}}; }
     /// What is shown is saved or older data.
     static DeploymentMonitorState stale(std::optional<Instant> refreshedAt)
     {
-        return {Case::Stale, false, refreshedAt, {}};
+        return {Case::Stale, false, refreshedAt, {}, {}};
     }
     static DeploymentMonitorState rateLimited(std::optional<Instant> updatedAt, Instant resumeAt)
     {
-        return {Case::RateLimited, false, updatedAt, resumeAt};
+        return {Case::RateLimited, false, updatedAt, resumeAt, {}};
     }
     /// No account, or nothing to monitor.
-    static DeploymentMonitorState disconnected() { return {Case::Disconnected, false, {}, {}}; }
+    static DeploymentMonitorState disconnected(MissingStep missing)
+    {
+        return {Case::Disconnected, false, {}, {}, missing};
+    }
 
     friend bool operator==(const DeploymentMonitorState &, const DeploymentMonitorState &) = default;
 };
 
 /// The case's name: "loading", "ready", "stale", "rateLimited" or "disconnected".
 [[nodiscard]] QString rawValue(DeploymentMonitorState::Case state);
+
+/// The step's name: "account", "installation", "access" or "selection".
+[[nodiscard]] QString rawValue(MissingStep step);
 
 } // namespace velmora

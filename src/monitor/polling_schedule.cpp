@@ -9,7 +9,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-constexpr auto kInstallationsInterval = 3600s;
+constexpr std::chrono::seconds kInstallationsInterval{3600};
 constexpr auto kDeploymentsInterval = 30s;
 
 bool isDue(std::optional<Instant> last, std::chrono::seconds interval, Instant now)
@@ -21,11 +21,16 @@ bool isDue(std::optional<Instant> last, std::chrono::seconds interval, Instant n
 
 PollingDecision decide(const PollingSituation &situation, Instant now)
 {
-    if (isDue(situation.lastFullRefreshAt, kInstallationsInterval, now))
+    if (isDue(situation.installationsLoadedAt, kInstallationsInterval, now))
         return PollingDecision::InstallationsAndAllDeployments;
     if (isDue(situation.lastRefreshedAt, kDeploymentsInterval, now))
         return PollingDecision::AllDeployments;
     return situation.hasActiveDeployment ? PollingDecision::ActiveDeployments : PollingDecision::Nothing;
+}
+
+bool areInstallationsDue(Instant loadedAt, bool areExpected, Instant now)
+{
+    return isDue(loadedAt, areExpected ? kTickInterval : kInstallationsInterval, now);
 }
 
 } // namespace velmora

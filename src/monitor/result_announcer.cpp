@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "monitor/result_announcer.h"
 
-#include "platform/preferences.h"
 #include "support/error.h"
 
 #include <QLoggingCategory>
 #include <QPointer>
+
+#include <algorithm>
+#include <iterator>
 
 namespace velmora
 {
@@ -15,27 +17,14 @@ namespace
 
 Q_LOGGING_CATEGORY(announcerLog, "velmora.announcer", QtWarningMsg)
 
-const QString kFailuresKey = QStringLiteral("deployments.notifiedFailures");
-const QString kSuccessesKey = QStringLiteral("deployments.notifiedSuccesses");
-const QString kFailuresEnabledKey = QStringLiteral("general.notificationsEnabled");
-const QString kSuccessesEnabledKey = QStringLiteral("general.successNotificationsEnabled");
-
 bool isSuccess(DeploymentState state)
 {
     return state == DeploymentState::Success;
 }
 
-QSet<QString> storedKeys(const Preferences &defaults, const QString &key)
+bool isResult(const DeploymentSnapshot &deployment)
 {
-    const QStringList keys = defaults.stringList(key);
-    return QSet<QString>(keys.begin(), keys.end());
-}
-
-QStringList sortedList(const QSet<QString> &keys)
-{
-    QStringList list(keys.begin(), keys.end());
-    list.sort();
-    return list;
+    return isFailure(deployment.state) || isSuccess(deployment.state);
 }
 
 QHash<QString, DeploymentState> statesByID(const QList<DeploymentSnapshot> &deployments)
@@ -52,93 +41,128 @@ QHash<QString, DeploymentState> statesByID(const QList<DeploymentSnapshot> &depl
     return states;
 }
 
+/// Whether the deployment had another outcome before, or none.
+bool isNew(const DeploymentSnapshot &result, DeploymentState before)
+{
+    return isFailure(result.state) ? !isFailure(before) : !isSuccess(before);
+}
+
+/// Whether nobody is to be told: the list did not hold the deployment as under way, and no run has put the result into
+/// its queue.
+bool isHistory(const DeploymentSnapshot &result, DeploymentState before, const RememberedResults::Keys &keys)
+{
+    return !isActive(before) && !keys.waiting.contains(resultKey(result));
+}
+
 } // namespace
 
-/// What differs between announcing failures and successes.
-struct ResultAnnouncer::Kind {
-    bool (*isResult)(DeploymentState);
-    QSet<QString> ResultAnnouncer::*notifiedKeys;
-    QCoro::Task<> (DeploymentNotifying::*notify)(DeploymentSnapshot);
-};
-
-ResultAnnouncer::ResultAnnouncer(DeploymentNotifying *notifier, Preferences *defaults, QObject *parent)
+ResultAnnouncer::ResultAnnouncer(
+    DeploymentNotifying *notifier, Preferences *defaults, const Clock *clock, QObject *parent)
     : QObject(parent)
     , m_notifier(notifier)
     , m_defaults(defaults)
-    , m_notifiedFailureKeys(storedKeys(*defaults, kFailuresKey))
-    , m_notifiedSuccessKeys(storedKeys(*defaults, kSuccessesKey))
+    , m_results(defaults, clock)
 {
 }
 
-QCoro::Task<> ResultAnnouncer::process(QList<DeploymentSnapshot> previous, QList<DeploymentSnapshot> updated)
+void ResultAnnouncer::process(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
 {
-    if (!m_hasCompletedLiveRefresh) {
-        takeNote(updated);
-        m_hasCompletedLiveRefresh = true;
+    const bool isFirst = !std::exchange(m_hasCompletedLiveRefresh, true);
+    const States before = statesByID(previous);
+    RememberedResults::Changes changes;
+    std::ranges::copy_if(updated, std::back_inserter(changes.seen), &isResult);
+    QList<DeploymentSnapshot> candidates;
+    std::ranges::copy_if(changes.seen, std::back_inserter(candidates), [&](const DeploymentSnapshot &result) {
+        return isFirst || isNew(result, before.value(result.id, DeploymentState::Unknown));
+    });
+    sortOut(candidates, before, isFirst, changes);
+    m_queue += changes.waiting;
+    m_results.keep(changes);
+    if (!m_isPosting && !m_queue.isEmpty())
+        m_scope.launch(postQueue(), "Announcing results");
+}
+
+/// Which of the results are history, and which are to be posted, failures first.
+void ResultAnnouncer::sortOut(const QList<DeploymentSnapshot> &results, const States &before, bool isFirst,
+    RememberedResults::Changes &changes) const
+{
+    if (results.isEmpty())
+        return;
+    const auto keys = m_results.keys();
+    for (const DeploymentSnapshot &result : results) {
+        if (keys.known.contains(resultKey(result)) || isQueued(result))
+            continue;
+        if (isFirst && isHistory(result, before.value(result.id, DeploymentState::Unknown), keys))
+            changes.noted.append(result);
+        else if (isEnabled(result))
+            changes.waiting.append(result);
+    }
+    std::stable_partition(changes.waiting.begin(), changes.waiting.end(),
+        [](const DeploymentSnapshot &result) { return isFailure(result.state); });
+}
+
+void ResultAnnouncer::takeNote(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &deployments)
+{
+    const States before = statesByID(previous);
+    const auto keys = m_results.keys();
+    RememberedResults::Changes changes;
+    std::ranges::copy_if(deployments, std::back_inserter(changes.noted), [&](const DeploymentSnapshot &deployment) {
+        return isResult(deployment) && !keys.known.contains(resultKey(deployment))
+            && isHistory(deployment, before.value(deployment.id, DeploymentState::Unknown), keys);
+    });
+    m_results.keep(changes);
+}
+
+bool ResultAnnouncer::isEnabled(const DeploymentSnapshot &result) const
+{
+    return m_defaults->boolean(isFailure(result.state) ? QStringLiteral("general.notificationsEnabled")
+                                                       : QStringLiteral("general.successNotificationsEnabled"));
+}
+
+bool ResultAnnouncer::isQueued(const DeploymentSnapshot &result) const
+{
+    return std::ranges::any_of(m_queue,
+        [&](const DeploymentSnapshot &queued) { return queued.id == result.id && queued.state == result.state; });
+}
+
+/// Posts what waits, and what comes to it meanwhile, until nothing is left.
+QCoro::Task<> ResultAnnouncer::postQueue()
+{
+    const QPointer<ResultAnnouncer> self(this);
+    const std::stop_token stop = m_scope.stopToken();
+    m_isPosting = true;
+    while (!m_queue.isEmpty()) {
+        co_await m_notifier->untilReady(stop);
+        if (!self)
+            co_return;
+        co_await post(m_queue.first());
+        if (!self)
+            co_return;
+        m_queue.removeFirst();
+    }
+    m_isPosting = false;
+}
+
+/// The result is remembered before it is handed over: what ends the program in between costs one notification, while
+/// the other way round it would be posted twice.
+QCoro::Task<> ResultAnnouncer::post(DeploymentSnapshot result)
+{
+    if (!isEnabled(result)) {
+        m_results.giveUp(result);
         co_return;
     }
     const QPointer<ResultAnnouncer> self(this);
-    const auto states = statesByID(previous);
-    if (m_defaults->boolean(kFailuresEnabledKey)) {
-        const Kind failures{&isFailure, &ResultAnnouncer::m_notifiedFailureKeys, &DeploymentNotifying::notifyFailure};
-        co_await announce(failures, states, updated);
-        if (!self)
-            co_return;
+    const bool isOurs = co_await m_results.claim(result);
+    if (!self || !isOurs)
+        co_return;
+    try {
+        if (isFailure(result.state))
+            co_await m_notifier->notifyFailure(result);
+        else
+            co_await m_notifier->notifySuccess(result);
+    } catch (...) {
+        qCWarning(announcerLog).noquote() << "A notification was not delivered:" << describe(std::current_exception());
     }
-    if (m_defaults->boolean(kSuccessesEnabledKey)) {
-        const Kind successes{&isSuccess, &ResultAnnouncer::m_notifiedSuccessKeys, &DeploymentNotifying::notifySuccess};
-        co_await announce(successes, states, updated);
-        if (!self)
-            co_return;
-    }
-    persistNotifiedStates();
-}
-
-QCoro::Task<> ResultAnnouncer::announce(
-    Kind kind, QHash<QString, DeploymentState> previous, QList<DeploymentSnapshot> updated)
-{
-    const QPointer<ResultAnnouncer> self(this);
-    for (const auto &deployment : std::as_const(updated)) {
-        if (!kind.isResult(deployment.state))
-            continue;
-        const auto before = previous.constFind(deployment.id);
-        if (before != previous.constEnd() && kind.isResult(*before))
-            continue;
-        const QString key = resultKey(deployment);
-        if ((this->*kind.notifiedKeys).contains(key))
-            continue;
-        try {
-            co_await (m_notifier->*kind.notify)(deployment);
-        } catch (...) {
-            qCWarning(announcerLog).noquote()
-                << "A notification was not delivered:" << describe(std::current_exception());
-        }
-        if (!self)
-            co_return;
-        (this->*kind.notifiedKeys).insert(key);
-        m_hasUnsavedKeys = true;
-    }
-}
-
-void ResultAnnouncer::takeNote(const QList<DeploymentSnapshot> &deployments)
-{
-    for (const auto &deployment : deployments) {
-        if (isFailure(deployment.state))
-            m_notifiedFailureKeys.insert(resultKey(deployment));
-        else if (isSuccess(deployment.state))
-            m_notifiedSuccessKeys.insert(resultKey(deployment));
-    }
-    m_hasUnsavedKeys = true;
-    persistNotifiedStates();
-}
-
-void ResultAnnouncer::persistNotifiedStates()
-{
-    // The sets only ever grow, so that sorting them with every poll would cost more each month.
-    if (!std::exchange(m_hasUnsavedKeys, false))
-        return;
-    m_defaults->setValue(kFailuresKey, sortedList(m_notifiedFailureKeys));
-    m_defaults->setValue(kSuccessesKey, sortedList(m_notifiedSuccessKeys));
 }
 
 } // namespace velmora

@@ -1,52 +1,59 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/deployment_snapshot.h"
+#include "monitor/remembered_results.h"
 #include "notifications/deployment_notifying.h"
+#include "support/task_scope.h"
 
-#include <QCoroTask>
-#include <QList>
+#include <QHash>
 #include <QObject>
-#include <QSet>
-#include <QString>
 
 namespace velmora
 {
 
-class Preferences;
-
-/// Posts one notification for each deployment and result, ever: what was announced is remembered in the
-/// preferences. Which kinds are posted is read from the preferences each time.
+/// Posts one notification for each deployment and result, ever, whichever Velmora of the profile sees it first: what
+/// was announced is remembered in the preferences. Which kinds are posted is read from the preferences each time.
+///
+/// What is to be posted waits in a queue of its own, in order, one at a time, and holds nothing else up. The queue is
+/// kept: what a Velmora has not posted when it ends, the next one posts.
 class ResultAnnouncer final : public QObject
 {
     Q_OBJECT
 
 public:
     /// The pointers are not owned and outlive the announcer.
-    ResultAnnouncer(DeploymentNotifying *notifier, Preferences *defaults, QObject *parent = nullptr);
+    ResultAnnouncer(
+        DeploymentNotifying *notifier, Preferences *defaults, const Clock *clock, QObject *parent = nullptr);
 
     /// Whether process() has taken note of what was there when this run began.
     [[nodiscard]] bool hasCompletedLiveRefresh() const { return m_hasCompletedLiveRefresh; }
 
-    /// Announces results of `updated` that `previous` did not have, one after the other, failures first.
-    /// The first call announces nothing and takes note of every result. A notification that could
-    /// not be delivered counts as announced. A repeated id in `previous` is a fatal error.
-    [[nodiscard]] QCoro::Task<> process(QList<DeploymentSnapshot> previous, QList<DeploymentSnapshot> updated);
+    /// Queues the results of `updated` that `previous` did not have, failures first. The first call takes note of
+    /// results as takeNote() does, and queues what is left and what an earlier run has not posted. A notification that
+    /// could not be delivered counts as announced. A repeated id in `previous` is a fatal error.
+    void process(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated);
 
-    /// Takes note of the results among the deployments without announcing them.
-    void takeNote(const QList<DeploymentSnapshot> &deployments);
+    /// Takes note of the results among the deployments without announcing them: history, but for the ends of
+    /// deployments that were under way in `previous`, and for what an earlier run has not posted.
+    void takeNote(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &deployments);
 
 private:
-    struct Kind;
-    QCoro::Task<> announce(Kind kind, QHash<QString, DeploymentState> previous, QList<DeploymentSnapshot> updated);
-    void persistNotifiedStates();
+    using States = QHash<QString, DeploymentState>; ///< by the id of the deployment
+
+    [[nodiscard]] bool isEnabled(const DeploymentSnapshot &result) const;
+    [[nodiscard]] bool isQueued(const DeploymentSnapshot &result) const;
+    void sortOut(const QList<DeploymentSnapshot> &results, const States &before, bool isFirst,
+        RememberedResults::Changes &changes) const;
+    QCoro::Task<> postQueue();
+    QCoro::Task<> post(DeploymentSnapshot result);
 
     DeploymentNotifying *m_notifier;
     Preferences *m_defaults;
+    RememberedResults m_results;
     bool m_hasCompletedLiveRefresh = false;
-    QSet<QString> m_notifiedFailureKeys;
-    QSet<QString> m_notifiedSuccessKeys;
-    bool m_hasUnsavedKeys = false;
+    QList<DeploymentSnapshot> m_queue; ///< the first is the one that is being posted
+    bool m_isPosting = false;
+    TaskScope m_scope;
 };
 
 } // namespace velmora

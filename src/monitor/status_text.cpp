@@ -10,6 +10,21 @@ namespace velmora
 namespace
 {
 
+QString missingStepText(MissingStep step)
+{
+    switch (step) {
+    case MissingStep::Account:
+        return QStringLiteral("Connect GitHub");
+    case MissingStep::Installation:
+        return QStringLiteral("Install Velmora on GitHub");
+    case MissingStep::Access:
+        return QStringLiteral("No repositories granted");
+    case MissingStep::Selection:
+        return QStringLiteral("No repositories selected");
+    }
+    Q_UNREACHABLE();
+}
+
 QString shortTime(Instant instant)
 {
     const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(instant.time_since_epoch());
@@ -33,7 +48,7 @@ QString statusText(const DeploymentMonitorState &state, const QList<DeploymentSn
     case DeploymentMonitorState::Case::RateLimited:
         return QStringLiteral("Paused until ") + shortTime(state.resumeAt.value_or(distantPast()));
     case DeploymentMonitorState::Case::Disconnected:
-        return QStringLiteral("Connect GitHub");
+        return missingStepText(state.missing.value_or(MissingStep::Account));
     }
     return QString();
 }

@@ -5,6 +5,8 @@
 
 #include <QCoroTask>
 
+#include <stop_token>
+
 namespace velmora
 {
 
@@ -14,7 +16,8 @@ enum class DeploymentNotificationKind {
     Success,
 };
 
-/// Tells the person how a deployment ended. All operations may throw.
+/// Tells the person how a deployment ended. All operations may throw; untilReady() throws a cancellation and nothing
+/// else.
 class DeploymentNotifying
 {
 public:
@@ -22,6 +25,9 @@ public:
 
     /// Whether notifications may be shown; asks the person only the first time.
     [[nodiscard]] virtual QCoro::Task<bool> requestAuthorizationIfNeeded() = 0;
+    /// Ends when a notification can be posted without waiting for long: at once, unless what takes it kept the last
+    /// one waiting. A stop ends it with a CancellationError.
+    [[nodiscard]] virtual QCoro::Task<> untilReady(std::stop_token stop) = 0;
     /// Posts the failure notification of the deployment.
     [[nodiscard]] virtual QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) = 0;
     /// Posts the success notification of the deployment.

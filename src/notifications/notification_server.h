@@ -58,7 +58,8 @@ class NotificationServer : public QObject
 public:
     /// Ends when a server runs or can be started, and throws NoServer otherwise. Starts none.
     [[nodiscard]] virtual QCoro::Task<> requireServer(QDeadlineTimer deadline) = 0;
-    /// What the present server can do; starts one if need be.
+    /// What the present server can do; starts one if need be. Asks it only when it is not known, or when the last post
+    /// had no answer.
     [[nodiscard]] virtual QCoro::Task<NotificationCapabilities> capabilities(QDeadlineTimer deadline) = 0;
     /// Shows the notification and returns its handle. Throws ServerChanged, and shows nothing, when the server that
     /// the request was made for is gone.

@@ -5,6 +5,8 @@
 #include "notifications/notification_error.h"
 #include "notifications/notification_text.h"
 #include "notifications/posted_notifications.h"
+#include "support/signal_waiting.h"
+#include "support/task_scope.h"
 
 #include <QLoggingCategory>
 
@@ -49,9 +51,12 @@ struct UserNotificationService::State {
     std::shared_ptr<NotificationServer> server;
     std::shared_ptr<NotificationPermission> permission;
     std::chrono::milliseconds bound;
+    std::chrono::milliseconds pause;
     PostedNotifications posted;
 
     static QCoro::Task<bool> authorize(std::shared_ptr<State> state);
+    static QCoro::Task<bool> isSilent(std::shared_ptr<State> state);
+    static QCoro::Task<> untilReady(std::shared_ptr<State> state, std::stop_token stop);
     static QCoro::Task<> post(
         std::shared_ptr<State> state, DeploymentNotification notification, DeploymentNotificationKind kind);
     static QCoro::Task<QString> postOnce(std::shared_ptr<State> state, DeploymentNotification notification,
@@ -64,6 +69,37 @@ QCoro::Task<bool> UserNotificationService::State::authorize(std::shared_ptr<Stat
     co_await state->server->requireServer(deadline);
     const bool isGranted = co_await state->permission->isGranted(deadline);
     co_return isGranted;
+}
+
+/// Whether the server keeps us waiting. What it has to say costs no question as long as it has answered the last one;
+/// one that is not there, or refuses, says so at once to whoever posts.
+QCoro::Task<bool> UserNotificationService::State::isSilent(std::shared_ptr<State> state)
+{
+    try {
+        std::ignore = co_await state->server->capabilities(QDeadlineTimer(state->bound));
+    } catch (const NotificationError &error) {
+        co_return error.kind() == NotificationError::Kind::TimedOut;
+    } catch (...) {
+        co_return false;
+    }
+    co_return false;
+}
+
+QCoro::Task<> UserNotificationService::State::untilReady(std::shared_ptr<State> state, std::stop_token stop)
+{
+    while (true) {
+        throwIfStopped(stop);
+        const bool keepsWaiting = co_await isSilent(state);
+        throwIfStopped(stop);
+        if (!keepsWaiting)
+            co_return;
+        // The first question comes before any signal.
+        const auto questions = std::make_shared<int>(0);
+        const std::function<bool()> hasSuccessor = [questions] {
+            return (*questions)++ > 0;
+        };
+        co_await waitFor(state->server.get(), &NotificationServer::serverGone, hasSuccessor, stop, state->pause);
+    }
 }
 
 QCoro::Task<QString> UserNotificationService::State::postOnce(std::shared_ptr<State> state,
@@ -99,13 +135,15 @@ QCoro::Task<> UserNotificationService::State::post(
 }
 
 UserNotificationService::UserNotificationService(std::shared_ptr<NotificationServer> server,
-    std::shared_ptr<NotificationPermission> permission, URLOpener &opener, std::chrono::milliseconds bound)
+    std::shared_ptr<NotificationPermission> permission, URLOpener &opener, std::chrono::milliseconds bound,
+    std::chrono::milliseconds pause)
     : m_state(std::make_shared<State>())
     , m_opener(opener)
 {
     m_state->server = std::move(server);
     m_state->permission = std::move(permission);
     m_state->bound = bound;
+    m_state->pause = pause;
     watchServer();
 }
 
@@ -114,6 +152,11 @@ UserNotificationService::~UserNotificationService() = default;
 QCoro::Task<bool> UserNotificationService::requestAuthorizationIfNeeded()
 {
     return State::authorize(m_state);
+}
+
+QCoro::Task<> UserNotificationService::untilReady(std::stop_token stop)
+{
+    return State::untilReady(m_state, std::move(stop));
 }
 
 QCoro::Task<> UserNotificationService::notifyFailure(DeploymentSnapshot deployment)

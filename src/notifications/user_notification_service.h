@@ -19,12 +19,14 @@ namespace velmora
 class UserNotificationService final : public DeploymentNotifying
 {
 public:
-    /// No operation takes longer, whatever the desktop does.
+    /// No operation but untilReady() takes longer, whatever the desktop does.
     static constexpr std::chrono::milliseconds kBound = std::chrono::seconds(9);
+    /// Before a server that does not answer is asked again, unless another one takes its place.
+    static constexpr std::chrono::milliseconds kPause = std::chrono::seconds(15);
 
     UserNotificationService(std::shared_ptr<NotificationServer> server,
-        std::shared_ptr<NotificationPermission> permission, URLOpener &opener,
-        std::chrono::milliseconds bound = kBound);
+        std::shared_ptr<NotificationPermission> permission, URLOpener &opener, std::chrono::milliseconds bound = kBound,
+        std::chrono::milliseconds pause = kPause);
     ~UserNotificationService() override;
     UserNotificationService(const UserNotificationService &) = delete;
     UserNotificationService &operator=(const UserNotificationService &) = delete;
@@ -32,6 +34,8 @@ public:
     /// False when the person has switched the notifications of this application off. No prompt is ever shown: this
     /// desktop has none. Throws when there is no notification service, which says nothing about the person's wish.
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;
+    /// Asks the server again and again, while it does not answer. Not bounded but by the stop.
+    [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override;
     /// Does not ask for the permission first; the desktop drops what it must not show.
     [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override;
     [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) override;

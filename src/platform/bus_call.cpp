@@ -5,6 +5,7 @@
 #include "support/task_scope.h"
 
 #include <QDBusPendingCallWatcher>
+#include <QScopedPointer>
 
 #include <algorithm>
 #include <limits>
@@ -34,12 +35,11 @@ QCoro::Task<QDBusMessage> callBus(
     if (call.isFinished())
         co_return call.reply();
     const OneShot<QDBusMessage> answer;
-    // The waiter goes on while the signal is still being sent, so that only later is there time to go.
-    auto *const watcher = new QDBusPendingCallWatcher(call);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [answer](QDBusPendingCallWatcher *finished) {
-        finished->deleteLater();
-        answer.resolve(finished->reply());
-    });
+    // The waiter goes on while the signal is still being sent, so that only later is there time to go. It goes with a
+    // waiter that is stopped, too: the answer may never come.
+    const QScopedPointer<QDBusPendingCallWatcher, QScopedPointerDeleteLater> watcher(new QDBusPendingCallWatcher(call));
+    QObject::connect(watcher.data(), &QDBusPendingCallWatcher::finished, watcher.data(),
+        [answer](QDBusPendingCallWatcher *finished) { answer.resolve(finished->reply()); });
     const CancelOnStop cancel(answer, stop);
     auto result = co_await answer;
     co_return result;

@@ -3,6 +3,9 @@
 
 #include "platform/file_watch.h"
 #include "platform/preferences_file.h"
+#include "support/clock.h"
+#include "support/one_shot.h"
+#include "support/task_scope.h"
 
 #include <QFileInfo>
 #include <QMetaObject>
@@ -20,6 +23,8 @@ namespace
 
 constexpr std::chrono::milliseconds kPatienceAtStart = 300ms;
 constexpr std::chrono::milliseconds kPatience = 5s;
+constexpr std::chrono::milliseconds kFirstPause = 5s;
+constexpr std::chrono::milliseconds kLongestPause = 5min;
 
 } // namespace
 
@@ -28,13 +33,14 @@ constexpr std::chrono::milliseconds kPatience = 5s;
 class FilePreferences::Storage
 {
 public:
-    Storage(FilePreferences *owner, const QString &path)
+    Storage(FilePreferences *owner, Clock *clock, const QString &path)
         : m_owner(owner)
+        , m_clock(clock)
         , m_path(path.isEmpty() ? QString() : QFileInfo(path).absoluteFilePath())
         , m_watch(m_path)
     {
         if (m_path.isEmpty()) {
-            earlyFailures.append(QStringLiteral("There is no home folder: the settings are not kept."));
+            m_failure = QStringLiteral("There is no home folder: the settings are not kept.");
             return;
         }
         m_pool.setMaxThreadCount(1);
@@ -42,15 +48,55 @@ public:
         PreferencesExchange first;
         exchange(m_path, kPatienceAtStart, first);
         m_stored = first.content.value_or(QJsonObject());
+        m_hasRead = first.content.has_value();
         m_stamp = first.stamp;
-        earlyFailures = first.failures;
+        earlyDamage = first.damage;
         m_watch.renew();
+        noteFailure(first.failure);
     }
 
     [[nodiscard]] QJsonValue json(const QString &key) const
     {
         const auto pending = m_pending.constFind(key);
-        return pending == m_pending.constEnd() ? m_stored.value(key) : *pending;
+        const QJsonValue value = pending == m_pending.constEnd() ? m_stored.value(key) : *pending;
+        QJsonObject object;
+        for (const ListStep &step : m_steps) {
+            const auto change = step.changes.constFind(key);
+            if (change == step.changes.constEnd())
+                continue;
+            if (object.isEmpty())
+                object.insert(key, value);
+            std::ignore = applyListChanges(object, ListChanges{{key, *change}});
+        }
+        return object.isEmpty() ? value : object.value(key);
+    }
+
+    /// The result is settled once it is known what made a difference.
+    OneShot<ListChanges> changeLists(const ListChanges &changes)
+    {
+        const OneShot<ListChanges> done;
+        QStringList changed;
+        QJsonObject after;
+        for (auto change = changes.begin(); change != changes.end(); ++change)
+            after.insert(change.key(), json(change.key()));
+        const QJsonObject before = after;
+        const ListChanges differences = applyListChanges(after, changes);
+        for (auto value = after.begin(); value != after.end(); ++value) {
+            if (before.value(value.key()) != *value)
+                changed.append(value.key());
+        }
+        if (m_path.isEmpty()) {
+            for (const QString &key : std::as_const(changed))
+                m_pending.insert(key, after.value(key));
+            done.resolve(differences);
+        } else {
+            m_steps.append({changes, done});
+            m_isWriteDue = true;
+            QMetaObject::invokeMethod(
+                m_owner, [this] { startWriting(); }, Qt::QueuedConnection);
+        }
+        announce(changed, {}, false);
+        return done;
     }
 
     /// Undefined removes the key.
@@ -59,7 +105,7 @@ public:
         if (json(key) == value)
             return;
         m_pending.insert(key, value);
-        m_isWriteDue = true;
+        m_isWriteDue = !m_path.isEmpty();
         // Everything that is set in one turn of the event loop is written together.
         QMetaObject::invokeMethod(
             m_owner, [this] { startWriting(); }, Qt::QueuedConnection);
@@ -78,33 +124,57 @@ public:
         finish();
         if (!owner)
             return;
-        m_isWriteDue = true;
+        m_isWriteDue = !m_path.isEmpty() && hasChanges();
         startWriting();
         finish();
     }
 
-    QStringList earlyFailures;
+    [[nodiscard]] const QString &failure() const { return m_failure; }
+    [[nodiscard]] bool isSaving() const { return m_isWriteDue || m_isWriting; }
+
+    QString earlyDamage;
 
 private:
+    /// A change of lists that is not in the file yet.
+    struct ListStep {
+        ListChanges changes;
+        OneShot<ListChanges> done; ///< settled already when the file could not be written
+    };
+
+    [[nodiscard]] bool hasChanges() const { return !m_pending.isEmpty() || !m_steps.isEmpty(); }
+
     void startWriting()
     {
-        if (m_path.isEmpty() || m_running || !m_isWriteDue || m_pending.isEmpty())
+        if (m_running || !m_isWriteDue)
             return;
         m_isWriteDue = false;
-        start(m_pending);
+        // What was set and set back while it was being written is in the file already.
+        if (hasChanges())
+            write();
     }
 
     void readIfChanged()
     {
         if (!m_running && FileStamp::of(m_path) != m_stamp)
-            start({});
+            start({}, {});
     }
 
-    void start(const QMap<QString, QJsonValue> &changes)
+    void write()
+    {
+        QList<ListChanges> listChanges;
+        for (const ListStep &step : std::as_const(m_steps))
+            listChanges.append(step.changes);
+        start(m_pending, listChanges);
+    }
+
+    void start(const QMap<QString, QJsonValue> &changes, const QList<ListChanges> &listChanges)
     {
         m_running = std::make_shared<PreferencesExchange>();
         m_running->changes = changes;
+        m_running->listChanges = listChanges;
         m_running->lastKnown = m_stored;
+        m_running->yieldsToFile = !m_hasRead;
+        m_isWriting = !changes.isEmpty() || !listChanges.isEmpty();
         // The owner waits for the pool before it goes, so it is there when the worker ends.
         m_pool.start([this, owner = m_owner, path = m_path, running = m_running] {
             exchange(path, kPatience, *running);
@@ -126,37 +196,101 @@ private:
         if (!done || done != m_running)
             return;
         m_running.reset();
+        m_isWriting = false;
         m_stamp = done->stamp;
+        const QList<ListStep> steps = m_steps.first(done->listChanges.size());
         const QStringList keys = done->content ? adopt(*done) : QStringList();
         m_watch.renew();
-        // What was set meanwhile; what failed waits for the next change, lest a full disk keeps us busy.
+        const bool isFailureNew = noteFailure(done->failure);
+        // What was set meanwhile; what failed waits for its pause, lest a full disk keeps us busy.
         startWriting();
         noticeRead();
-        announce(keys, done->failures);
+        const QPointer<FilePreferences> owner(m_owner);
+        settle(steps, *done);
+        if (owner)
+            announce(keys, done->damage, isFailureNew);
+    }
+
+    /// Tells what the steps came to; without a file, in what is known here.
+    static void settle(const QList<ListStep> &steps, const PreferencesExchange &done)
+    {
+        QJsonObject known = done.lastKnown;
+        for (qsizetype place = 0; place < steps.size(); ++place) {
+            if (done.content)
+                steps.at(place).done.resolve(done.differences.at(place));
+            else
+                steps.at(place).done.resolve(applyListChanges(known, steps.at(place).changes));
+        }
+    }
+
+    /// Returns whether it is another one than before.
+    bool noteFailure(const QString &failure)
+    {
+        if (failure.isEmpty()) {
+            m_retries.cancelAll();
+            m_isRetryDue = false;
+            m_pause = kFirstPause;
+        } else if (m_clock && !m_isRetryDue) {
+            m_isRetryDue = true;
+            m_retries.launch(retryAfterPause(m_retries.stopToken()), "Saving the settings again");
+        }
+        return std::exchange(m_failure, failure) != failure;
+    }
+
+    QCoro::Task<> retryAfterPause(std::stop_token stop)
+    {
+        const QPointer<FilePreferences> owner(m_owner);
+        co_await m_clock->sleep(m_pause, stop);
+        if (!owner)
+            co_return;
+        m_isRetryDue = false;
+        m_pause = std::min(2 * m_pause, kLongestPause);
+        // Without anything to write it is the reading that failed.
+        if (!m_running)
+            write();
     }
 
     /// Takes over what the file holds; returns the keys whose value is another one now.
     QStringList adopt(const PreferencesExchange &done)
     {
         const QJsonObject before = m_stored;
+        const QMap<QString, QJsonValue> listsBefore = listsOf(done);
+        m_steps.remove(0, done.listChanges.size());
         for (auto change = done.changes.begin(); change != done.changes.end(); ++change) {
             const auto pending = m_pending.constFind(change.key());
             if (pending != m_pending.constEnd() && *pending == *change)
                 m_pending.erase(pending);
         }
         m_stored = *done.content;
+        if (!std::exchange(m_hasRead, true))
+            m_pending.removeIf([this](const auto &pending) { return m_stored.contains(pending.key()); });
         QStringList keys;
         const QStringList all = before.keys() + m_stored.keys();
         for (const QString &key : QSet<QString>(all.begin(), all.end())) {
-            const bool isOwn = m_pending.contains(key) || done.changes.contains(key);
+            const bool isOwn = m_pending.contains(key) || done.changes.contains(key) || listsBefore.contains(key);
             if (!isOwn && before.value(key) != m_stored.value(key))
                 keys.append(key);
+        }
+        for (auto list = listsBefore.begin(); list != listsBefore.end(); ++list) {
+            if (json(list.key()) != *list)
+                keys.append(list.key());
         }
         keys.sort();
         return keys;
     }
 
-    void announce(const QStringList &keys, const QStringList &failures)
+    /// The lists that were changed, as they were seen while that was under way.
+    [[nodiscard]] QMap<QString, QJsonValue> listsOf(const PreferencesExchange &done) const
+    {
+        QMap<QString, QJsonValue> lists;
+        for (const ListChanges &changes : done.listChanges) {
+            for (auto change = changes.begin(); change != changes.end(); ++change)
+                lists.insert(change.key(), json(change.key()));
+        }
+        return lists;
+    }
+
+    void announce(const QStringList &keys, const QString &damage, bool isFailureNew)
     {
         // Whoever listens may delete the preferences.
         const QPointer<FilePreferences> owner(m_owner);
@@ -164,26 +298,36 @@ private:
             if (owner)
                 Q_EMIT owner->changed(key);
         }
-        for (const QString &failure : failures) {
-            if (owner)
-                Q_EMIT owner->failed(failure);
-        }
+        if (owner && !damage.isEmpty())
+            Q_EMIT owner->damageFound(damage);
+        if (owner && isFailureNew)
+            Q_EMIT owner->failureChanged();
+        if (owner && !isSaving())
+            Q_EMIT owner->settled();
     }
 
     FilePreferences *m_owner;
+    Clock *m_clock;
     QString m_path;
     QJsonObject m_stored;
     FileStamp m_stamp;
     QMap<QString, QJsonValue> m_pending;
+    QList<ListStep> m_steps;
+    bool m_hasRead = false; ///< ever
+    QString m_failure;
     bool m_isWriteDue = false;
+    bool m_isWriting = false; ///< what is under way is not for reading alone
+    bool m_isRetryDue = false;
+    std::chrono::milliseconds m_pause = kFirstPause; ///< before the next retry
     std::shared_ptr<PreferencesExchange> m_running;
     FileWatch m_watch;
     QThreadPool m_pool;
+    TaskScope m_retries;
 };
 
-FilePreferences::FilePreferences(const QString &path, QObject *parent)
+FilePreferences::FilePreferences(const QString &path, Clock *clock, QObject *parent)
     : Preferences(parent)
-    , m_storage(std::make_unique<Storage>(this, path))
+    , m_storage(std::make_unique<Storage>(this, clock, path))
 {
 }
 
@@ -209,14 +353,31 @@ void FilePreferences::remove(const QString &key)
     m_storage->change(key, QJsonValue(QJsonValue::Undefined));
 }
 
+QCoro::Task<ListChanges> FilePreferences::changeLists(ListChanges changes)
+{
+    const OneShot<ListChanges> done = m_storage->changeLists(changes);
+    auto differences = co_await done;
+    co_return differences;
+}
+
 void FilePreferences::flush()
 {
     m_storage->flush();
 }
 
-QStringList FilePreferences::earlyFailures() const
+QString FilePreferences::failure() const
 {
-    return m_storage->earlyFailures;
+    return m_storage->failure();
+}
+
+bool FilePreferences::isSaving() const
+{
+    return m_storage->isSaving();
+}
+
+QString FilePreferences::earlyDamage() const
+{
+    return m_storage->earlyDamage;
 }
 
 } // namespace velmora

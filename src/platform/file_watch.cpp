@@ -40,12 +40,13 @@ void FileWatch::renew()
 {
     if (m_path.isEmpty())
         return;
-    const QString folder = nearestFolder(QFileInfo(m_path).absolutePath());
-    const QStringList folders = m_watcher.directories();
-    if (folders != QStringList(folder)) {
-        if (!folders.isEmpty())
-            m_watcher.removePaths(folders);
-        m_watcher.addPath(folder);
+    // A folder that is made before the one above it is watched is noticed by looking again.
+    for (QString folder = nearestFolder(QFileInfo(m_path).absolutePath());
+         m_watcher.directories() != QStringList(folder); folder = nearestFolder(QFileInfo(m_path).absolutePath())) {
+        if (!m_watcher.directories().isEmpty())
+            m_watcher.removePaths(m_watcher.directories());
+        if (!m_watcher.addPath(folder))
+            break;
     }
     if (m_watcher.files().isEmpty() && QFileInfo::exists(m_path))
         m_watcher.addPath(m_path);

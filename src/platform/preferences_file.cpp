@@ -2,13 +2,14 @@
 #include "platform/preferences_file.h"
 
 #include "support/error.h"
+#include "support/file_lock.h"
 #include "support/private_file.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QLockFile>
 #include <QThread>
 
 #include <sys/stat.h>
@@ -24,6 +25,7 @@ namespace
 constexpr QLatin1String kDataKey("data");
 constexpr int kDamageChecks = 3;
 constexpr std::chrono::milliseconds kDamagePause = 50ms;
+constexpr std::chrono::milliseconds kLockPause = 10ms;
 
 std::chrono::nanoseconds sinceEpoch(const timespec &time)
 {
@@ -33,7 +35,7 @@ std::chrono::nanoseconds sinceEpoch(const timespec &time)
 /// The object in the file, an empty one when there is no file, nothing when the file is damaged.
 std::optional<QJsonObject> readObject(const QString &path)
 {
-    const auto text = readFile(path);
+    const auto text = readPrivateFile(path);
     if (!text)
         return QJsonObject();
     const QJsonDocument document = QJsonDocument::fromJson(*text);
@@ -51,15 +53,13 @@ std::optional<QJsonObject> readPatiently(const QString &path)
     }
 }
 
-/// Renames the damaged file to the first free name; throws FileError.
+/// Copies the damaged file to the first free name, since it may be a link to where the file belongs; throws FileError.
 QString setAside(const QString &path)
 {
     QString target = path + QLatin1String(".damaged");
     for (int number = 2; QFileInfo::exists(target); ++number)
         target = QStringLiteral("%1.damaged-%2").arg(path).arg(number);
-    QFile file(path);
-    if (!file.rename(target))
-        throw FileError(QStringLiteral("Cannot set the damaged %1 aside: %2").arg(path, file.errorString()));
+    writePrivateFile(target, readPrivateFile(path).value_or(QByteArray()));
     return target;
 }
 
@@ -82,24 +82,48 @@ QJsonObject applied(QJsonObject object, const QMap<QString, QJsonValue> &changes
     return object;
 }
 
+/// Throws FileError when the lock is held elsewhere for longer than `patience`, or when there can be none.
+std::unique_ptr<FileLock> lockOf(const QString &path, std::chrono::milliseconds patience)
+{
+    const QDeadlineTimer deadline(patience);
+    while (true) {
+        if (auto lock = FileLock::tryLock(path + QLatin1String(".lock")))
+            return lock;
+        if (deadline.hasExpired())
+            throw FileError(QStringLiteral("Cannot write %1: another process keeps it locked").arg(path));
+        QThread::msleep(static_cast<unsigned long>(kLockPause.count()));
+    }
+}
+
+/// Throws FileError, and then takes the copy of a damaged file, which is still in its place, away again.
+void replaceFile(const QString &path, const QJsonObject &content, const QString &copy)
+{
+    try {
+        writePrivateFile(path, QJsonDocument(content).toJson(QJsonDocument::Indented));
+    } catch (const FileError &) {
+        // Or each new try would leave one more.
+        if (!copy.isEmpty())
+            QFile::remove(copy);
+        throw;
+    }
+}
+
 void exchangeUnderLock(const QString &path, std::chrono::milliseconds patience, PreferencesExchange &exchange)
 {
     makePrivateFolder(QFileInfo(path).absolutePath());
-    const QString lockPath = path + QLatin1String(".lock");
-    QLockFile lock(lockPath);
-    if (!lock.tryLock(static_cast<int>(patience.count())))
-        throw FileError(QStringLiteral("Cannot write %1: another process keeps it locked").arg(path));
-    QFile::setPermissions(lockPath, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    const auto lock = lockOf(path, patience);
     const auto stored = readPatiently(path);
-    if (!stored) {
-        const QString target = setAside(path);
-        exchange.failures.append(damageMessage(path, target, !exchange.lastKnown.isEmpty()));
-    }
-    const QJsonObject before = stored.value_or(QJsonObject());
-    const QJsonObject after = applied(stored ? *stored : exchange.lastKnown, exchange.changes);
-    if (after != before)
-        writePrivateFile(path, QJsonDocument(after).toJson(QJsonDocument::Indented));
-    // Nobody else replaces the file while the lock is held, so stamp and content belong together.
+    const QString copy = stored ? QString() : setAside(path);
+    if (stored && exchange.yieldsToFile)
+        exchange.changes.removeIf([&](const auto &change) { return stored->contains(change.key()); });
+    QJsonObject after = applied(stored ? *stored : exchange.lastKnown, exchange.changes);
+    for (const ListChanges &changes : std::as_const(exchange.listChanges))
+        exchange.differences.append(applyListChanges(after, changes));
+    if (after != stored)
+        replaceFile(path, after, copy);
+    if (!stored)
+        exchange.damage = damageMessage(path, copy, !exchange.lastKnown.isEmpty());
+    // No other process replaces the file while the lock is held, so stamp and content belong together.
     exchange.stamp = FileStamp::of(path);
     exchange.content = after;
 }
@@ -107,7 +131,7 @@ void exchangeUnderLock(const QString &path, std::chrono::milliseconds patience, 
 /// Whether reading was enough.
 bool readOnly(const QString &path, PreferencesExchange &exchange)
 {
-    if (!exchange.changes.isEmpty())
+    if (!exchange.changes.isEmpty() || !exchange.listChanges.isEmpty())
         return false;
     // The stamp first: a change after it is then noticed later.
     exchange.stamp = FileStamp::of(path);
@@ -133,8 +157,22 @@ void exchange(const QString &path, std::chrono::milliseconds patience, Preferenc
     } catch (const Error &error) {
         exchange.content.reset();
         exchange.stamp = FileStamp::of(path);
-        exchange.failures.append(error.description());
+        exchange.failure = error.description();
     }
+}
+
+ListChanges applyListChanges(QJsonObject &object, const ListChanges &changes)
+{
+    ListChanges differences;
+    for (auto change = changes.begin(); change != changes.end(); ++change) {
+        const auto stored = preferenceFromJSON(object.value(change.key()));
+        const QStringList *const list = stored ? std::get_if<QStringList>(&*stored) : nullptr;
+        ListChange difference;
+        const QStringList changed = changedList(list ? *list : QStringList(), *change, difference);
+        object.insert(change.key(), QJsonArray::fromStringList(changed));
+        differences.insert(change.key(), difference);
+    }
+    return differences;
 }
 
 QJsonValue jsonFromPreference(const Preferences::Value &value)

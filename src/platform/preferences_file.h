@@ -6,7 +6,6 @@
 #include <QJsonObject>
 #include <QMap>
 #include <QString>
-#include <QStringList>
 
 #include <chrono>
 #include <ctime>
@@ -30,20 +29,35 @@ struct FileStamp {
 
 /// What is done to the file, and what came of it. A plain value that travels between threads.
 struct PreferencesExchange {
-    /// The new value of each key; undefined removes the key. Nothing: the file is only read.
+    /// The new value of each key; undefined removes the key. Without any change the file is only read.
     QMap<QString, QJsonValue> changes;
+    /// Changes of lists, made one after the other to what stands in the file.
+    QList<ListChanges> listChanges;
     /// What the caller knows: takes the place of a file that turns out to be damaged.
     QJsonObject lastKnown;
+    /// The caller could never read the file: its changes are made in ignorance of what stands there, and are dropped
+    /// where the file holds the key already.
+    bool yieldsToFile = false;
 
-    /// What the file holds now; nothing when it could not be read or written, and `failures` says why.
+    /// What each of the list changes came to.
+    QList<ListChanges> differences;
+    /// What the file holds now; nothing when it could not be read or written, and `failure` says why.
     std::optional<QJsonObject> content;
     FileStamp stamp;
-    QStringList failures;
+    QString failure;
+    /// What was done about a damaged file; empty when it was none.
+    QString damage;
 };
 
 /// Reads the file, applies the changes under the lock of the file, replaces the file as a whole if that
-/// makes a difference. Blocks on the disk and, for at most `patience`, on the lock. Does not throw.
+/// makes a difference. The lock is on a file beside it, with the suffix ".lock", which stays. What a damaged file
+/// holds is copied first, to the first free name with the suffix ".damaged". Blocks on the disk and, for at most
+/// `patience`, on the lock. Does not throw.
 void exchange(const QString &path, std::chrono::milliseconds patience, PreferencesExchange &exchange);
+
+/// Makes the changes in the object, where what is no list of texts counts as an empty one, and returns what made a
+/// difference.
+[[nodiscard]] ListChanges applyListChanges(QJsonObject &object, const ListChanges &changes);
 
 /// How a value looks in the file: booleans, texts and lists of texts as themselves, data as {"data": base64}.
 [[nodiscard]] QJsonValue jsonFromPreference(const Preferences::Value &value);

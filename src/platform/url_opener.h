@@ -3,32 +3,44 @@
 
 #include "support/web_address.h"
 
+#include <QObject>
+
+#include <optional>
+
 namespace velmora
 {
 
-/// The default browser.
-class URLOpener
+/// The default browser. Remembers the page that it could not open last, so that any window can say so.
+class URLOpener : public QObject
 {
+    Q_OBJECT
+
 public:
-    virtual ~URLOpener() = default;
+    using QObject::QObject;
 
-    /// Opens an http or https address; any other is refused. False when it was refused or no browser could be started.
-    virtual bool open(const WebAddress &address) = 0;
+    /// Opens an http or https address; any other is refused. The token is the desktop's leave to take the focus, good
+    /// for one window; empty for none. False when the address was refused or no browser could be started; a browser
+    /// that gives up a moment later is told by unopened() only.
+    bool open(const WebAddress &address, const QString &activationToken = {});
 
-    /// The same, as the answer to a click that came with an activation token: the desktop's leave to take the focus,
-    /// good for one window. An empty token is as good as none.
-    bool open(const WebAddress &address, const QString &activationToken)
-    {
-        return activationToken.isEmpty() ? open(address) : openActivated(address, activationToken);
-    }
+    /// The page that was to be opened last and was not; nothing after one that was, or forgetUnopened().
+    [[nodiscard]] const std::optional<WebAddress> &unopened() const { return m_unopened; }
+    void forgetUnopened() { setUnopened(std::nullopt); }
+
+Q_SIGNALS:
+    /// unopened() changed.
+    void unopenedChanged();
 
 protected:
-    /// An opener that starts no program of its own has no use for the token.
-    virtual bool openActivated(const WebAddress &address, const QString &activationToken)
-    {
-        Q_UNUSED(activationToken)
-        return open(address);
-    }
+    /// Starts the browser; false when that is impossible.
+    virtual bool start(const WebAddress &address, const QString &activationToken) = 0;
+    /// A browser that was started has not opened the page.
+    void noteUnopened(const WebAddress &address) { setUnopened(address); }
+
+private:
+    void setUnopened(const std::optional<WebAddress> &address);
+
+    std::optional<WebAddress> m_unopened;
 };
 
 } // namespace velmora

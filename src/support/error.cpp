@@ -14,9 +14,21 @@ DecodingError::DecodingError(QString description)
 {
 }
 
+QString cutText(const QString &text)
+{
+    constexpr qsizetype kLongestText = 500;
+    if (text.size() <= kLongestText)
+        return text;
+    qsizetype length = kLongestText - 1;
+    // Half of a character is none.
+    if (text.at(length - 1).isHighSurrogate())
+        --length;
+    return text.first(length) + QChar(0x2026);
+}
+
 TransportError::TransportError(Kind kind, QString description)
     : m_kind(kind)
-    , m_description(std::move(description))
+    , m_description(cutText(description))
 {
 }
 
@@ -32,7 +44,7 @@ QString describe(const std::exception_ptr &failure)
     } catch (const Error &error) {
         return error.description();
     } catch (const std::exception &error) {
-        return QString::fromUtf8(error.what());
+        return cutText(QString::fromUtf8(error.what()));
     } catch (...) {
         return QStringLiteral("An unknown error occurred.");
     }

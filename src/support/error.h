@@ -75,6 +75,9 @@ private:
     QString m_description;
 };
 
+/// A text that another program wrote, as it may become part of a description: cut at 500 characters.
+[[nodiscard]] QString cutText(const QString &text);
+
 /// The description of any exception: an Error's own, else the text of a standard exception.
 /// `failure` must hold an exception.
 [[nodiscard]] QString describe(const std::exception_ptr &failure);

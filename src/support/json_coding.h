@@ -24,32 +24,46 @@ namespace velmora
 {
 
 /// The table of a record, specialised once for each: `static constexpr auto fields = std::tuple {…}`
-/// of required() and optional() entries.
+/// of required(), nullable() and optional() entries.
 template <typename Record>
 struct JSONTable;
 
 namespace json
 {
 
+/// What must be there of a field.
+enum class Presence {
+    Required, ///< the key, and a value
+    Nullable, ///< the key
+    Optional, ///< nothing
+};
+
 template <typename Record, typename Member>
 struct Field {
     std::string_view key;
     Member Record::*member;
-    bool isRequired;
+    Presence presence;
 };
 
 /// The key must be present and not null.
 template <typename Record, typename Member>
 constexpr Field<Record, Member> required(std::string_view key, Member Record::*member)
 {
-    return {key, member, true};
+    return {key, member, Presence::Required};
+}
+
+/// The key must be present; a null leaves the field absent.
+template <typename Record, typename Value>
+constexpr Field<Record, std::optional<Value>> nullable(std::string_view key, std::optional<Value> Record::*member)
+{
+    return {key, member, Presence::Nullable};
 }
 
 /// A missing key and a null leave the field absent.
 template <typename Record, typename Value>
 constexpr Field<Record, std::optional<Value>> optional(std::string_view key, std::optional<Value> Record::*member)
 {
-    return {key, member, false};
+    return {key, member, Presence::Optional};
 }
 
 /// Where in the document the decoder stands; lives on the stack and is put into words only on failure.
@@ -89,7 +103,7 @@ struct Codec {
 private:
     struct Decoder {
         std::string_view key;
-        bool (*decode)(T &value, Element element, const Path &path); ///< false for a null, which counts as missing
+        bool (*decode)(T &value, Element element, const Path &path); ///< false for a null that counts as missing
     };
 
     // One pass over the object: the first occurrence of a key counts. Keys mostly come in the order of the table, so
@@ -124,9 +138,9 @@ private:
     template <std::size_t Index>
     static bool decodeField(T &value, Element element, const Path &path)
     {
-        if (element.is_null())
-            return false;
         constexpr auto field = std::get<Index>(JSONTable<T>::fields);
+        if (element.is_null())
+            return field.presence == Presence::Nullable;
         auto &member = value.*field.member;
         Codec<std::remove_cvref_t<decltype(member)>>::decode(member, element, Path{&path, field.key, 0});
         return true;
@@ -136,7 +150,7 @@ private:
     static void requireAll(const Path &path, const Fields &fields, const bool *found, std::index_sequence<Indices...>)
     {
         const auto check = [&](const auto &field, bool isFound) {
-            if (field.isRequired && !isFound)
+            if (field.presence != Presence::Optional && !isFound)
                 failMissing(Path{&path, field.key, 0});
         };
         (check(std::get<Indices>(fields), found[Indices]), ...);

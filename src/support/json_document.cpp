@@ -3,7 +3,9 @@
 
 #include "support/json_coding.h"
 
+#include <algorithm>
 #include <bit>
+#include <cstring>
 #include <string>
 
 namespace velmora
@@ -12,6 +14,14 @@ namespace velmora
 struct JSONDocument::Parser {
     simdjson::dom::parser parser;
     std::string text; ///< the parser reads a little beyond the end of what it parses
+
+    Parser() = default;
+    Parser(const Parser &) = delete;
+    Parser &operator=(const Parser &) = delete;
+    ~Parser() { wipe(); }
+
+    /// Clears what the last document has left: it may have been a token.
+    void wipe();
 };
 
 namespace
@@ -56,8 +66,22 @@ JSONDocument::JSONDocument(QByteArrayView json)
             QStringLiteral("The data is not valid JSON: ") + QString::fromLatin1(simdjson::error_message(error)));
 }
 
+void JSONDocument::Parser::wipe()
+{
+    explicit_bzero(text.data(), text.size());
+    if (parser.doc.string_buf) {
+        // No more than the document can have touched: clearing it all would cost small documents more than parsing
+        // them. A text takes its length and five bytes here, and at least two bytes and a comma more than its length
+        // there.
+        const std::size_t written = std::min(text.size(), parser.doc.capacity()) * 5 / 3;
+        explicit_bzero(parser.doc.string_buf.get(), written + simdjson::SIMDJSON_PADDING);
+    }
+    text.clear();
+}
+
 JSONDocument::~JSONDocument()
 {
+    m_parser->wipe();
     if (m_parser->parser.capacity() <= kMostKept)
         spareParser() = std::move(m_parser);
 }

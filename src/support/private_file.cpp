@@ -3,14 +3,19 @@
 
 #include "support/error.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
+#include <memory>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+#include <utility>
 
 namespace velmora
 {
@@ -18,11 +23,207 @@ namespace velmora
 namespace
 {
 
-constexpr qint64 kLargestFile = 256LL * 1024 * 1024;
+constexpr QLatin1String kRead("Cannot read");
+constexpr QLatin1String kWrite("Cannot write");
 
-[[noreturn]] void fail(const QString &what, const QString &path, const QString &why)
+[[noreturn]] void fail(QLatin1String what, const QString &path, const QString &why)
 {
     throw FileError(QStringLiteral("%1 %2: %3").arg(what, path, why));
+}
+
+[[noreturn]] void failWith(int error, QLatin1String what, const QString &path)
+{
+    fail(what, path, QString::fromLocal8Bit(std::strerror(error)));
+}
+
+/// Neither the file nor, perhaps, its folder is there.
+bool isAbsence(int error)
+{
+    return error == ENOENT || error == ENOTDIR;
+}
+
+class Descriptor
+{
+public:
+    explicit Descriptor(int number)
+        : m_number(number)
+    {
+    }
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    ~Descriptor()
+    {
+        if (m_number >= 0)
+            ::close(m_number);
+    }
+
+    [[nodiscard]] int number() const { return m_number; }
+    /// What could not be written earlier is sometimes told only here.
+    [[nodiscard]] bool close() { return ::close(std::exchange(m_number, -1)) == 0; }
+
+private:
+    int m_number;
+};
+
+/// Anything else may never end, never answer, or act when it is opened.
+void requireRegular(const struct stat &status, QLatin1String what, const QString &path)
+{
+    if (S_ISDIR(status.st_mode))
+        fail(what, path, QStringLiteral("it is a folder"));
+    if (!S_ISREG(status.st_mode))
+        fail(what, path, QStringLiteral("it is not a regular file"));
+}
+
+void requireOwn(const struct stat &status, QLatin1String what, const QString &path)
+{
+    if (status.st_uid != ::geteuid())
+        fail(what, path, QStringLiteral("it belongs to another user"));
+}
+
+void requireSize(qint64 size, QLatin1String what, const QString &path)
+{
+    if (size > kLargestFile)
+        fail(what, path, QStringLiteral("it is larger than %1 MiB").arg(kLargestFile / 1024 / 1024));
+}
+
+/// What is there, behind links; nothing when there is not even a link.
+std::optional<struct stat> statusOf(const QByteArray &name, QLatin1String what, const QString &path)
+{
+    struct stat status = {};
+    if (::stat(name.constData(), &status) == 0)
+        return status;
+    const int error = errno;
+    if (!isAbsence(error))
+        failWith(error, what, path);
+    struct stat link = {};
+    if (::lstat(name.constData(), &link) == 0)
+        fail(what, path, QStringLiteral("it is a link that leads to nothing"));
+    return std::nullopt;
+}
+
+QByteArray readAll(int descriptor, const QString &path)
+{
+    QByteArray content;
+    QByteArray piece(64 * 1024, Qt::Uninitialized);
+    while (true) {
+        const auto count = ::read(descriptor, piece.data(), static_cast<size_t>(piece.size()));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            failWith(errno, kRead, path);
+        if (count == 0)
+            return content;
+        content.append(piece.constData(), count);
+        // It may grow while it is read.
+        requireSize(content.size(), kRead, path);
+    }
+}
+
+using Requirement = void (*)(const struct stat &status, QLatin1String what, const QString &path);
+
+void requireNothing(const struct stat &, QLatin1String, const QString &) { }
+
+std::optional<QByteArray> readRequiring(const QString &path, Requirement requirement)
+{
+    const QByteArray name = QFile::encodeName(path);
+    const auto there = statusOf(name, kRead, path);
+    if (!there)
+        return std::nullopt;
+    // Before it is opened, since opening some devices is an act of its own.
+    requireRegular(*there, kRead, path);
+    const Descriptor file(::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    struct stat status = {};
+    if (file.number() < 0 || ::fstat(file.number(), &status) != 0)
+        failWith(errno, kRead, path);
+    // Another one may have taken its place.
+    requireRegular(status, kRead, path);
+    requirement(status, kRead, path);
+    requireSize(status.st_size, kRead, path);
+    return readAll(file.number(), path);
+}
+
+/// What is to be replaced: the file itself, or the one that the link leads to.
+QByteArray replacedFile(const QString &path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    const auto there = statusOf(name, kWrite, path);
+    if (!there)
+        return name;
+    requireRegular(*there, kWrite, path);
+    requireOwn(*there, kWrite, path);
+    // A file whose owner forbids writing would be replaced all the same.
+    if (::access(name.constData(), W_OK) != 0)
+        failWith(errno, kWrite, path);
+    const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(name.constData(), nullptr), &std::free);
+    if (!resolved)
+        failWith(errno, kWrite, path);
+    return resolved.get();
+}
+
+/// A new file in the folder of the one that it will replace; it goes unless it is put in that place.
+class Replacement
+{
+public:
+    Replacement(QByteArray replaced, const QString &path)
+        : m_replaced(std::move(replaced))
+        , m_path(path)
+        , m_name(m_replaced + ".XXXXXX")
+        , m_file(::mkostemp(m_name.data(), O_CLOEXEC))
+    {
+        if (m_file.number() < 0)
+            failWith(errno, kWrite, m_path);
+    }
+    Replacement(const Replacement &) = delete;
+    Replacement &operator=(const Replacement &) = delete;
+    ~Replacement()
+    {
+        if (!m_isInPlace)
+            ::unlink(m_name.constData());
+    }
+
+    void write(QByteArrayView content)
+    {
+        while (!content.isEmpty()) {
+            const auto count = ::write(m_file.number(), content.data(), static_cast<size_t>(content.size()));
+            if (count < 0 && errno == EINTR)
+                continue;
+            if (count <= 0)
+                failWith(count < 0 ? errno : ENOSPC, kWrite, m_path);
+            content = content.sliced(count);
+        }
+    }
+
+    void putInPlace()
+    {
+        // A file system that cannot be asked to write at once says so; all others tell what they could not write.
+        const bool isOnDisk = ::fsync(m_file.number()) == 0 || errno == EINVAL || errno == ENOSYS;
+        if (!isOnDisk || !m_file.close())
+            failWith(errno, kWrite, m_path);
+        if (std::rename(m_name.constData(), m_replaced.constData()) != 0)
+            failWith(errno, kWrite, m_path);
+        m_isInPlace = true;
+        // Both contents are whole, whichever of them a crash brings back.
+        const QByteArray folder = m_replaced.left(m_replaced.lastIndexOf('/') + 1);
+        const Descriptor place(::open(folder.isEmpty() ? "." : folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (place.number() >= 0)
+            ::fsync(place.number());
+    }
+
+private:
+    QByteArray m_replaced;
+    QString m_path; ///< as it is called in messages
+    QByteArray m_name;
+    Descriptor m_file;
+    bool m_isInPlace = false;
+};
+
+/// The folder, or the nearest one above it that exists.
+QByteArray nearestFolder(const QByteArray &file)
+{
+    QString folder = QFileInfo(QFile::decodeName(file)).absolutePath();
+    while (!QFileInfo::exists(folder) && folder != QFileInfo(folder).absolutePath())
+        folder = QFileInfo(folder).absolutePath();
+    return QFile::encodeName(folder);
 }
 
 } // namespace
@@ -37,38 +238,40 @@ void makePrivateFolder(const QString &path)
     if (::mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0)
         return;
     const int reason = errno;
-    // Somebody else may have made it in the meantime; a file in its place is no folder.
+    // Another process may have made it in the meantime; a file in its place is no folder.
     if (reason != EEXIST || !QFileInfo(path).isDir())
-        fail(QStringLiteral("Cannot make the folder"), path, QString::fromLocal8Bit(std::strerror(reason)));
+        failWith(reason, QLatin1String("Cannot make the folder"), path);
 }
 
 void writePrivateFile(const QString &path, QByteArrayView content)
 {
+    requireSize(content.size(), kWrite, path);
     makePrivateFolder(QFileInfo(path).absolutePath());
-    QSaveFile file(path);
-    const auto require = [&](bool done) {
-        if (!done)
-            fail(QStringLiteral("Cannot write"), path, file.errorString());
-    };
-    require(file.open(QIODevice::WriteOnly));
-    require(file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner));
-    require(file.write(content.data(), content.size()) == content.size());
-    require(file.commit());
+    Replacement replacement(replacedFile(path), path);
+    replacement.write(content);
+    replacement.putInPlace();
 }
 
 std::optional<QByteArray> readFile(const QString &path)
 {
-    QFile file(path);
-    if (!file.exists())
-        return std::nullopt;
-    if (!file.open(QIODevice::ReadOnly))
-        fail(QStringLiteral("Cannot read"), path, file.errorString());
-    if (file.size() > kLargestFile)
-        fail(QStringLiteral("Cannot read"), path, QStringLiteral("the file is too large"));
-    QByteArray content = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        fail(QStringLiteral("Cannot read"), path, file.errorString());
-    return content;
+    return readRequiring(path, &requireNothing);
+}
+
+std::optional<QByteArray> readPrivateFile(const QString &path)
+{
+    return readRequiring(path, &requireOwn);
+}
+
+void requireWritable(const QString &path)
+{
+    // A file in the place of the folder is told from a folder that cannot be entered.
+    const QByteArray folder = nearestFolder(replacedFile(path)) + "/.";
+    if (::access(folder.constData(), W_OK | X_OK) != 0)
+        failWith(errno, kWrite, path);
+    struct statvfs room = {};
+    // A file system without a size, as some networks have, tells nothing.
+    if (::statvfs(folder.constData(), &room) == 0 && room.f_blocks > 0 && room.f_bavail == 0)
+        failWith(ENOSPC, kWrite, path);
 }
 
 } // namespace velmora

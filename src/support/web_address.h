@@ -4,6 +4,8 @@
 #include <QString>
 #include <QUrl>
 
+#include <utility>
+
 namespace velmora
 {
 

@@ -41,6 +41,7 @@ AccountRow::AccountRow(QWidget *parent)
     , m_login(new TextLabel(TextSize::Body))
     , m_status(new TextLabel(TextSize::Caption))
     , m_dot(new Dot)
+    , m_advice(new TextLabel(TextSize::Caption))
     , m_installations(new TextLabel(TextSize::Caption))
     , m_install(new LinkButton(Texts::install()))
     , m_remove(new QPushButton(Texts::remove()))
@@ -66,14 +67,16 @@ QLayout *AccountRow::makeTexts()
 {
     auto *line = new QHBoxLayout;
     line->setSpacing(kSmallGap);
-    for (QWidget *part : {static_cast<QWidget *>(m_status), static_cast<QWidget *>(m_dot),
-             static_cast<QWidget *>(m_installations), static_cast<QWidget *>(m_install)})
+    for (QWidget *part :
+        {static_cast<QWidget *>(m_status), static_cast<QWidget *>(m_dot), static_cast<QWidget *>(m_advice),
+            static_cast<QWidget *>(m_installations), static_cast<QWidget *>(m_install)})
         line->addWidget(part);
     line->addStretch();
     // What is too long is cut, and only that: the word before it is always read in full.
     for (TextLabel *label : {m_status, m_dot})
         label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    m_installations->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    for (TextLabel *label : {m_advice, m_installations})
+        label->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     auto *texts = new QVBoxLayout;
     texts->setSpacing(1);
     texts->addWidget(m_login);
@@ -93,12 +96,27 @@ void AccountRow::setSession(const GitHubAccountSession &session)
     setAccessibleName(login);
 }
 
+void AccountRow::setAdvice(const QString &advice)
+{
+    m_advice->setText(advice);
+    showDetails();
+}
+
 void AccountRow::setInstallations(const InstallationSummary &summary)
 {
     m_installations->setText(summary.text);
-    m_installations->setVisible(!summary.text.isEmpty());
-    m_dot->setVisible(!summary.text.isEmpty());
-    m_install->setVisible(summary.offersInstalling);
+    m_offersInstalling = summary.offersInstalling;
+    showDetails();
+}
+
+void AccountRow::showDetails()
+{
+    const bool isAdvised = !m_advice->text().isEmpty();
+    const bool tells = !isAdvised && !m_installations->text().isEmpty();
+    m_advice->setVisible(isAdvised);
+    m_installations->setVisible(tells);
+    m_dot->setVisible(isAdvised || tells);
+    m_install->setVisible(!isAdvised && m_offersInstalling);
 }
 
 void AccountRow::setPicture(const QImage &picture)

@@ -55,6 +55,12 @@ qsizetype installationCount(const QList<InstallationRecord> &installations, qint
     return std::ranges::count(installations, identityID, &InstallationRecord::identityID);
 }
 
+QString installationKindText(const GitHubInstallation &installation)
+{
+    const QString kind = installation.account.type;
+    return installation.isSuspended() ? Texts::suspended(kind) : kind;
+}
+
 QString installationDescription(const InstallationRecord &record, const QList<InstallationRecord> &installations,
     const QList<GitHubAccountSession> &sessions)
 {
@@ -64,8 +70,8 @@ QString installationDescription(const InstallationRecord &record, const QList<In
     };
     const auto identity = std::ranges::find(sessions, record.identityID, &GitHubAccountSession::id);
     if (identity == sessions.end() || std::ranges::none_of(installations, isSeenByAnother))
-        return account.type;
-    return Texts::seenBy(account.type, identity->account.login);
+        return installationKindText(record.installation);
+    return Texts::seenBy(installationKindText(record.installation), identity->account.login);
 }
 
 bool showsInstallations(const QList<GitHubAccountSession> &sessions, const QList<InstallationRecord> &installations)

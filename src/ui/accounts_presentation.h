@@ -36,6 +36,9 @@ struct InstallationSummary {
 /// How many of the installations the identity sees.
 [[nodiscard]] qsizetype installationCount(const QList<InstallationRecord> &installations, qint64 identityID);
 
+/// What stands below the name of an installation: the kind of account, and whether it is suspended.
+[[nodiscard]] QString installationKindText(const GitHubInstallation &installation);
+
 /// What is read of an installation besides its name: the kind of account and, where several identities see an account
 /// of that name, the one that this installation is seen by.
 [[nodiscard]] QString installationDescription(const InstallationRecord &record,

@@ -30,6 +30,7 @@ public:
     static QString manyInstallations(qsizetype count) { return tr("%1 installations").arg(count); }
     static QString install() { return tr("&Install on GitHub"); }
     static QString seenBy(const QString &kind, const QString &login) { return tr("%1, seen by %2").arg(kind, login); }
+    static QString suspended(const QString &kind) { return tr("%1, suspended on GitHub").arg(kind); }
     static QString installations() { return tr("Installations"); }
     static QString manage() { return tr("Manage on Git&Hub"); }
 };

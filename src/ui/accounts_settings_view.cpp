@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "ui/accounts_settings_view.h"
 
+#include "accounts/installation_page.h"
 #include "installations/installation_store.h"
-#include "platform/url_opener.h"
+#include "support/error.h"
 #include "ui/account_row.h"
 #include "ui/accounts_settings_texts.h"
 #include "ui/avatar_gallery.h"
@@ -74,8 +75,10 @@ QWidget *AccountsSettingsView::makeContent()
     layout->addWidget(m_authorization);
     layout->addWidget(m_error);
     layout->addWidget(m_noAccounts, 1);
-    layout->addWidget(m_accountList, 1);
-    layout->addWidget(m_installations, 1);
+    // Each is as high as what it holds, and the page scrolls when that is too much.
+    layout->addWidget(m_accountList);
+    layout->addWidget(m_installations);
+    layout->addStretch();
     return content;
 }
 
@@ -83,7 +86,7 @@ void AccountsSettingsView::connectStores()
 {
     const auto *authentication = m_services.authentication;
     const auto *installations = m_services.installations;
-    connect(m_add, &QPushButton::clicked, authentication, &AuthenticationStore::startConnecting);
+    connect(m_add, &QPushButton::clicked, this, &AccountsSettingsView::connectAccount);
     connect(m_installations, &InstallationSection::manageRequested, this, &AccountsSettingsView::openInstallationPage);
     connect(m_installations, &InstallationSection::rowsChanged, this, &AccountsSettingsView::orderTabStops);
     connect(authentication, &AuthenticationStore::connectionChanged, this, &AccountsSettingsView::showConnection);
@@ -105,17 +108,9 @@ void AccountsSettingsView::showEvent(QShowEvent *event)
 
 void AccountsSettingsView::loadInstallations()
 {
-    m_isAtGitHub = false;
     m_appearance.cancelAll();
     auto refresh = m_services.installations->refresh(m_services.authentication, m_appearance.stopToken());
     m_appearance.launch(std::move(refresh), "Loading installations");
-}
-
-void AccountsSettingsView::changeEvent(QEvent *event)
-{
-    QWidget::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange && isActiveWindow() && isVisible() && m_isAtGitHub)
-        loadInstallations();
 }
 
 void AccountsSettingsView::hideEvent(QHideEvent *event)
@@ -131,7 +126,8 @@ void AccountsSettingsView::showConnection()
     const bool isPending = store.pendingAuthorization().has_value();
     m_add->setEnabled(canStartConnecting(store.connectionState()));
     m_authorization->setVisible(isPending);
-    m_error->setMessage(isPending ? QString() : store.errorMessage().value_or(QString()));
+    const QString message = m_removalError.isEmpty() ? store.errorMessage().value_or(QString()) : m_removalError;
+    m_error->setMessage(isPending ? QString() : message);
 }
 
 void AccountsSettingsView::showSessions()
@@ -142,6 +138,7 @@ void AccountsSettingsView::showSessions()
     for (const GitHubAccountSession &session : sessions) {
         AccountRow *row = accountRow(session.id());
         row->setSession(session);
+        row->setAdvice(m_services.authentication->advice(session.id()).value_or(QString()));
         rows.append(row);
         listed.insert(session.id());
     }
@@ -159,8 +156,6 @@ AccountRow *AccountsSettingsView::accountRow(qint64 accountID)
 {
     if (auto *known = m_accountRows.value(accountID))
         return known;
-    // A connection ends on the page on which the App is installed.
-    m_isAtGitHub = m_isAtGitHub || isVisible();
     auto *row = new AccountRow(m_accountList);
     m_accountRows.insert(accountID, row);
     connect(row, &AccountRow::removeRequested, this, [this, accountID] { remove(accountID); });
@@ -202,18 +197,43 @@ void AccountsSettingsView::orderTabStops()
     setTabSequence({m_header, m_authorization, m_accountList, m_installations});
 }
 
+void AccountsSettingsView::connectAccount()
+{
+    m_removalError.clear();
+    showConnection();
+    m_services.authentication->startConnecting();
+}
+
 void AccountsSettingsView::remove(qint64 accountID)
 {
-    m_services.authentication->remove(accountID);
+    m_removalError.clear();
+    showConnection();
     // Not ended by leaving the tab: what the account reached has to go from the other tabs and the monitor, too.
-    auto refresh = m_services.installations->refresh(m_services.authentication, m_work.stopToken());
-    m_work.launch(std::move(refresh), "Loading installations after a removal");
+    m_work.launch(removeAndReload(accountID, m_work.stopToken()), "Removing an account");
+}
+
+QCoro::Task<> AccountsSettingsView::removeAndReload(qint64 accountID, std::stop_token stop)
+{
+    const QPointer<AccountsSettingsView> self(this);
+    std::exception_ptr failure;
+    try {
+        co_await m_services.authentication->remove(accountID);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (!self || stop.stop_requested())
+        co_return;
+    if (failure) {
+        m_removalError = describe(failure);
+        showConnection();
+        co_return;
+    }
+    co_await m_services.installations->refresh(m_services.authentication, stop);
 }
 
 void AccountsSettingsView::openInstallationPage()
 {
-    m_isAtGitHub = true;
-    m_services.urlOpener->open(m_services.installationURL);
+    m_services.installationPage->open();
 }
 
 } // namespace velmora

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "support/task_scope.h"
-#include "support/web_address.h"
 
 #include <QHash>
 #include <QWidget>
@@ -18,6 +17,7 @@ class AvatarGallery;
 class AvatarLoading;
 class Card;
 class EmptyStateView;
+class InstallationPage;
 class InstallationSection;
 class InstallationStore;
 class MessageRow;
@@ -30,7 +30,7 @@ struct GitHubAccountSession;
 /// The Accounts tab: the connected identities, the connection of another one, and a switch for each installation.
 ///
 /// Shows what the stores say and forwards what the person does. When it appears it has the installations of every
-/// account loaded, and once more when the person comes back from installing the App; that ends when it is hidden.
+/// account loaded; that ends when it is hidden.
 class AccountsSettingsView final : public QWidget
 {
     Q_OBJECT
@@ -43,15 +43,18 @@ public:
         Pasteboard *pasteboard = nullptr;
         URLOpener *urlOpener = nullptr;
         AvatarLoading *avatars = nullptr;
-        WebAddress installationURL; ///< where the App is installed on an account
+        InstallationPage *installationPage = nullptr;
     };
 
     explicit AccountsSettingsView(const Services &services, QWidget *parent = nullptr);
 
+public Q_SLOTS:
+    /// Loads the installations again.
+    void refresh() { loadInstallations(); }
+
 protected:
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
-    void changeEvent(QEvent *event) override;
 
 private:
     [[nodiscard]] QWidget *makeContent();
@@ -63,7 +66,9 @@ private:
     void orderTabStops();
     [[nodiscard]] AccountRow *accountRow(qint64 accountID);
     void loadInstallations();
+    void connectAccount();
     void remove(qint64 accountID);
+    [[nodiscard]] QCoro::Task<> removeAndReload(qint64 accountID, std::stop_token stop);
     void openInstallationPage();
 
     Services m_services;
@@ -76,7 +81,7 @@ private:
     RowList *m_accountList;
     InstallationSection *m_installations;
     QHash<qint64, AccountRow *> m_accountRows;
-    bool m_isAtGitHub = false; ///< the person was sent to a page on which installations change
+    QString m_removalError; ///< why the account that the user wanted to remove last is still there
     TaskScope m_work;
     TaskScope m_appearance; ///< what is only worth doing while the tab is shown
 };

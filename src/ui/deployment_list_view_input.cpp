@@ -288,10 +288,16 @@ QModelIndex DeploymentListView::moveCursor(CursorAction action, Qt::KeyboardModi
 void DeploymentListView::keyPressEvent(QKeyEvent *event)
 {
     const auto *deployment = currentIndex().isValid() ? m_model->deployment(currentIndex().row()) : nullptr;
-    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     const auto modifiers = event->modifiers() & ~Qt::KeypadModifier;
-    if (deployment && isReturn && (modifiers == Qt::NoModifier || modifiers == Qt::ControlModifier)) {
-        perform(modifiers ? RowActionKind::OpenEnvironment : RowActionKind::OpenDetails, *deployment);
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const bool isPress = (isReturn || event->key() == Qt::Key_Space) && modifiers == Qt::NoModifier;
+    if (deployment && isPress) {
+        // A key that is held down would open the page again and again.
+        if (!event->isAutoRepeat())
+            perform(RowActionKind::OpenDetails, *deployment);
+    } else if (deployment && isReturn && modifiers == Qt::ControlModifier) {
+        if (!event->isAutoRepeat())
+            perform(RowActionKind::OpenEnvironment, *deployment);
     } else if (deployment && event->matches(QKeySequence::Copy)) {
         perform(RowActionKind::CopyCommit, *deployment);
     } else {

@@ -7,6 +7,8 @@
 #include <QPalette>
 #include <QRect>
 
+#include <utility>
+
 class QPainter;
 
 namespace velmora

@@ -22,7 +22,10 @@ public:
     static QString openNotificationSettings() { return tr("&Open Notification Settings"); }
     static QString startup() { return tr("Startup"); }
     static QString launchAtLogin() { return tr("&Launch Velmora at login"); }
-    static QString startupHelp() { return tr("Keep deployment monitoring available after you sign in to your Mac."); }
+    static QString startupHelp()
+    {
+        return tr("Keep deployment monitoring available after you sign in to your computer.");
+    }
 };
 
 } // namespace velmora

@@ -127,6 +127,12 @@ void GeneralSettingsView::showEvent(QShowEvent *event)
         m_settings->reloadLaunchAtLogin();
 }
 
+void GeneralSettingsView::refresh()
+{
+    m_settings->reloadLaunchAtLogin();
+    launch(m_settings->retryPreparation(), "preparing notifications again");
+}
+
 void GeneralSettingsView::showSettings()
 {
     m_failures->setChecked(m_settings->failureNotificationsEnabled());

@@ -29,6 +29,10 @@ public:
     /// The pointers are not owned and outlive the view.
     GeneralSettingsView(GeneralSettingsStore *settings, SettingsPageOpener *pageOpener, QWidget *parent = nullptr);
 
+public Q_SLOTS:
+    /// Reads again what the desktop does at login, and asks it once more for what it did not answer.
+    void refresh();
+
 protected:
     void showEvent(QShowEvent *event) override;
 

@@ -44,13 +44,14 @@ InstallationSection::InstallationSection(
     headingRow->addWidget(heading, 1);
     headingRow->addWidget(manage);
     m_list->setMinimumHeight(kLeastList);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(kSpacing);
     layout->addWidget(new Separator);
     layout->addLayout(headingRow);
-    layout->addWidget(m_list, 1);
+    layout->addWidget(m_list);
 
     connect(manage, &QPushButton::clicked, this, &InstallationSection::manageRequested);
     connect(authentication, &AuthenticationStore::sessionsChanged, this, &InstallationSection::showInstallations);
@@ -67,7 +68,7 @@ void InstallationSection::showInstallations()
     for (const InstallationRecord &record : installations) {
         const GitHubInstallationAccount &account = record.installation.account;
         SwitchControl *row = control(record.id());
-        row->setName(account.login, account.type, SwitchControl::Emphasis::Strong);
+        row->setName(account.login, installationKindText(record.installation), SwitchControl::Emphasis::Strong);
         row->setAccessibleDescription(installationDescription(record, installations, sessions));
         row->setAccessibleName(monitoringSentence(account.login, record.isEnabled));
         row->setChecked(record.isEnabled);

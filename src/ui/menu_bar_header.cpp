@@ -17,6 +17,8 @@ namespace
 
 constexpr int kMargin = 10;
 constexpr int kButtonSymbol = 18;
+/// Of one reason, in a narrow window.
+constexpr int kMostLines = 3;
 
 QToolButton *iconButton(const QString &label, QStringView symbol, QWidget *parent)
 {
@@ -45,7 +47,9 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     name->setWeight(QFont::DemiBold);
     m_status->setTone(Tone::Secondary);
     for (TextLabel *&line : m_explanation) {
-        line = new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this);
+        // What to do stands at the end of a line.
+        line = new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap, this);
+        line->setMostLines(kMostLines);
         line->setTone(Tone::Orange);
         line->hide();
     }

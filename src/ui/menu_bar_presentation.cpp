@@ -17,6 +17,21 @@ QString tr(const char *text)
     return QCoreApplication::translate("MenuBarView", text);
 }
 
+MenuBarContent contentFor(MissingStep step)
+{
+    switch (step) {
+    case MissingStep::Account: // not any more: there is one, of which nothing is known yet
+        return MenuBarContent::NoDeployments;
+    case MissingStep::Installation:
+        return MenuBarContent::NotInstalled;
+    case MissingStep::Access:
+        return MenuBarContent::NoAccess;
+    case MissingStep::Selection:
+        return MenuBarContent::NothingSelected;
+    }
+    Q_UNREACHABLE();
+}
+
 } // namespace
 
 MenuBarContent menuBarContent(const MenuBarSituation &situation)
@@ -27,7 +42,9 @@ MenuBarContent menuBarContent(const MenuBarSituation &situation)
         return MenuBarContent::ConnectionPrompt;
     if (situation.monitor.state == DeploymentMonitorState::Case::Loading && !situation.monitor.hasContent)
         return MenuBarContent::Loading;
-    return situation.hasDeployments ? MenuBarContent::List : MenuBarContent::NoDeployments;
+    if (situation.hasDeployments)
+        return MenuBarContent::List;
+    return situation.monitor.missing ? contentFor(*situation.monitor.missing) : MenuBarContent::NoDeployments;
 }
 
 std::optional<Instant> shownUpdateTime(const DeploymentMonitorState &state)
@@ -57,6 +74,12 @@ QString statusExplanation(const DeploymentMonitorState &state, const QString &me
     if (!message.isEmpty())
         lines.append(message);
     return lines.join(QLatin1Char('\n'));
+}
+
+QString noAccessDescription(const QList<InstallationRecord> &installations)
+{
+    const QString suspended = suspendedText(installations);
+    return suspended.isEmpty() ? tr("Velmora is installed, but no repository has been granted to it.") : suspended;
 }
 
 bool canStartConnecting(GitHubSessionStatus connectionState)

@@ -18,6 +18,9 @@ enum class MenuBarContent {
     ConnectionPrompt,
     Loading,
     List,
+    NotInstalled, ///< an account is connected, but the App is installed nowhere
+    NoAccess, ///< it is installed, but no repository is granted to it
+    NothingSelected, ///< repositories are granted, but all are switched off
     NoDeployments,
 };
 
@@ -40,6 +43,9 @@ struct MenuBarSituation {
 /// Why the status is what it is: that the data is saved data, and a line for each identity that failed. Empty where
 /// there is nothing to explain.
 [[nodiscard]] QString statusExplanation(const DeploymentMonitorState &state, const QString &message);
+
+/// Why installations grant no repository.
+[[nodiscard]] QString noAccessDescription(const QList<InstallationRecord> &installations);
 
 /// Whether a new connection may be started: not while one is under way.
 [[nodiscard]] bool canStartConnecting(GitHubSessionStatus connectionState);

@@ -2,24 +2,32 @@
 #include "ui/menu_bar_view.h"
 
 #include "accounts/authentication_store.h"
+#include "accounts/installation_page.h"
 #include "installations/installation_store.h"
 #include "monitor/deployment_monitor.h"
 #include "monitor/status_text.h"
+#include "platform/url_opener.h"
 #include "support/relative_time.h"
 #include "ui/deployment_list_view.h"
 #include "ui/device_code_panel.h"
 #include "ui/empty_state_view.h"
 #include "ui/menu_bar_header.h"
+#include "ui/message_row.h"
 #include "ui/progress_spinner.h"
+#include "ui/refresh_keys.h"
 #include "ui/row_metrics.h"
 #include "ui/separator.h"
 #include "ui/text_label.h"
+#include "ui/unopened_page_row.h"
 
+#include <QApplication>
 #include <QHideEvent>
 #include <QPushButton>
 #include <QShortcut>
 #include <QToolButton>
 #include <QVBoxLayout>
+
+#include <array>
 
 namespace velmora
 {
@@ -29,6 +37,9 @@ using namespace std::chrono_literals;
 namespace
 {
 
+constexpr std::array kContents{MenuBarContent::CodePanel, MenuBarContent::ConnectionPrompt, MenuBarContent::Loading,
+    MenuBarContent::List, MenuBarContent::NotInstalled, MenuBarContent::NoAccess, MenuBarContent::NothingSelected,
+    MenuBarContent::NoDeployments};
 constexpr int kListHeight = 360;
 constexpr int kContentHeight = 240;
 constexpr int kWidth = 360;
@@ -45,17 +56,22 @@ MenuBarView::MenuBarView(const Services &services, QWidget *parent)
     : QWidget(parent)
     , m_services(services)
     , m_header(new MenuBarHeader(services.applicationName, this))
+    , m_unsaved(new MessageRow(TextSize::Caption, Tone::Red, this))
+    , m_unopened(new UnopenedPageRow(services.urlOpener, services.pasteboard, this))
 {
     makeContents();
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(m_header);
+    m_unsaved->setContentsMargins(kRowMargin, 0, kRowMargin, kRowMargin);
+    layout->addWidget(m_unsaved);
+    m_unopened->setContentsMargins(kRowMargin, 0, kRowMargin, kRowMargin);
+    layout->addWidget(m_unopened);
     layout->addWidget(new Separator(this));
-    for (QWidget *widget : {m_codePanel, static_cast<QWidget *>(m_connectionPrompt), m_loading,
-             static_cast<QWidget *>(m_list), static_cast<QWidget *>(m_noDeployments)}) {
-        widget->hide();
-        layout->addWidget(widget);
+    for (const MenuBarContent content : kContents) {
+        contentWidget(content)->hide();
+        layout->addWidget(contentWidget(content));
     }
     layout->addWidget(new Separator(this));
     layout->addWidget(makeFooter());
@@ -87,13 +103,34 @@ void MenuBarView::makeContents()
     m_loading = makeLoadingView();
     m_list = new DeploymentListView(
         DeploymentListView::Services{m_services.clock, m_services.urlOpener, m_services.pasteboard}, this);
-    m_list->setFixedHeight(kListHeight);
+    makeMissingSteps();
     m_noDeployments = new EmptyStateView({QStringLiteral("checkmark.circle"), tr("No recent deployments"),
                                              tr("Active deployments and results from the last 24 hours appear here.")},
         this);
-    for (QWidget *widget :
-        {m_codePanel, static_cast<QWidget *>(m_connectionPrompt), m_loading, static_cast<QWidget *>(m_noDeployments)})
-        widget->setMinimumHeight(kContentHeight);
+    for (const MenuBarContent content : kContents)
+        contentWidget(content)->setMinimumHeight(kContentHeight);
+    m_list->setFixedHeight(kListHeight);
+}
+
+/// What there is to do once an account is connected.
+void MenuBarView::makeMissingSteps()
+{
+    m_notInstalled = new EmptyStateView(
+        {QStringLiteral("arrow.up.circle.dotted"), tr("Install Velmora"),
+            tr("Your account is connected. Choose the personal account or organisation where Velmora should be "
+               "installed; its deployments then appear here."),
+            tr("Install on GitHub")},
+        this);
+    m_noAccess = new EmptyStateView(
+        {QStringLiteral("questionmark.circle"), tr("No repositories granted"), QString(), tr("Manage on GitHub")},
+        this);
+    m_nothingSelected = new EmptyStateView(
+        {QStringLiteral("folder"), tr("No repositories selected"),
+            tr("Velmora is installed, but every repository is switched off."), tr("Choose repositories")},
+        this);
+    for (const EmptyStateView *view : {m_notInstalled, m_noAccess})
+        connect(view->button(), &QPushButton::clicked, this, [this] { m_services.installationPage->open(); });
+    connect(m_nothingSelected->button(), &QPushButton::clicked, this, &MenuBarView::repositoriesRequested);
 }
 
 QWidget *MenuBarView::makeLoadingView()
@@ -143,7 +180,7 @@ void MenuBarView::addShortcuts()
     const auto add = [this](const QKeySequence &keys) {
         return new QShortcut(keys, this);
     };
-    connect(add(Qt::CTRL | Qt::Key_R), &QShortcut::activated, this, &MenuBarView::refresh);
+    onRefreshKeys(this, [this] { refresh(); });
     connect(add(Qt::CTRL | Qt::Key_Comma), &QShortcut::activated, this, &MenuBarView::settingsRequested);
     connect(add(Qt::CTRL | Qt::Key_Q), &QShortcut::activated, this, &MenuBarView::quitRequested);
 }
@@ -164,6 +201,12 @@ QWidget *MenuBarView::contentWidget(MenuBarContent content) const
         return m_loading;
     case MenuBarContent::List:
         return m_list;
+    case MenuBarContent::NotInstalled:
+        return m_notInstalled;
+    case MenuBarContent::NoAccess:
+        return m_noAccess;
+    case MenuBarContent::NothingSelected:
+        return m_nothingSelected;
     case MenuBarContent::NoDeployments:
         return m_noDeployments;
     }
@@ -182,8 +225,10 @@ void MenuBarView::showStores()
     const auto &authentication = *m_services.authentication;
     m_header->setStatus(
         statusText(monitor.state(), monitor.deployments()), statusExplanation(monitor.state(), monitor.message()));
+    m_unsaved->setMessage(monitor.unsaved());
     m_connectionPrompt->button()->setEnabled(canStartConnecting(authentication.connectionState()));
     m_connectionPrompt->setError(authentication.errorMessage().value_or(QString()));
+    m_noAccess->setDescription(noAccessDescription(m_services.installations->installations()));
     m_list->setDeployments(monitor.deployments());
     showContent(menuBarContent({authentication.pendingAuthorization().has_value(), !authentication.sessions().isEmpty(),
         monitor.state(), !monitor.deployments().isEmpty()}));
@@ -195,9 +240,14 @@ void MenuBarView::showContent(MenuBarContent content)
     QWidget *previous = contentWidget(m_content);
     QWidget *next = contentWidget(content);
     m_content = content;
+    // The focus of what is hidden would go to the next control that is left, which quits; the list is what it is for.
+    if (previous != next && previous->isAncestorOf(QApplication::focusWidget()))
+        setFocus(Qt::OtherFocusReason);
     if (previous != next)
         previous->hide();
     next->show();
+    if (next == m_list && hasFocus())
+        m_list->setFocus(Qt::OtherFocusReason);
 }
 
 void MenuBarView::showUpdateTime()
@@ -246,6 +296,9 @@ void MenuBarView::refresh()
 QCoro::Task<> MenuBarView::refreshEverything(std::stop_token stop)
 {
     const QPointer<MenuBarView> self(this);
+    co_await m_services.authentication->unlock();
+    if (!self || stop.stop_requested())
+        co_return;
     co_await m_services.installations->refresh(m_services.authentication, stop);
     if (!self || stop.stop_requested())
         co_return;
@@ -275,6 +328,9 @@ void MenuBarView::showEvent(QShowEvent *event)
     if (!m_isLoadingInstallations && !m_isRefreshing
         && needsInstallations(installations.state(), installations.lastRefreshedAt()))
         m_work.launch(loadInstallations(m_work.stopToken()), "Loading the installations");
+    else
+        m_work.launch(m_services.monitor->refreshExpected(m_services.authentication, m_services.installations),
+            "Looking for new installations");
 }
 
 void MenuBarView::hideEvent(QHideEvent *event)
@@ -282,8 +338,10 @@ void MenuBarView::hideEvent(QHideEvent *event)
     m_isShown = false;
     m_updateTime.cancelAll();
     // Whoever opens the window again begins at the top, and nothing is kept for the time between.
-    if (!event->spontaneous())
+    if (!event->spontaneous()) {
         m_list->setDeployments({});
+        m_services.urlOpener->forgetUnopened();
+    }
     QWidget::hideEvent(event);
 }
 

@@ -15,8 +15,10 @@ class Clock;
 class DeploymentListView;
 class DeploymentMonitor;
 class EmptyStateView;
+class InstallationPage;
 class InstallationStore;
 class MenuBarHeader;
+class MessageRow;
 class Pasteboard;
 class TextLabel;
 class URLOpener;
@@ -37,6 +39,7 @@ public:
         AuthenticationStore *authentication = nullptr;
         InstallationStore *installations = nullptr;
         DeploymentMonitor *monitor = nullptr;
+        InstallationPage *installationPage = nullptr;
         Clock *clock = nullptr;
         URLOpener *urlOpener = nullptr;
         Pasteboard *pasteboard = nullptr;
@@ -62,6 +65,8 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void settingsRequested();
+    /// The user wants to choose repositories.
+    void repositoriesRequested();
     void quitRequested();
 
 protected:
@@ -72,6 +77,7 @@ protected:
 
 private:
     void makeContents();
+    void makeMissingSteps();
     [[nodiscard]] QWidget *makeLoadingView();
     [[nodiscard]] QWidget *makeFooter();
     [[nodiscard]] QWidget *contentWidget(MenuBarContent content) const;
@@ -90,10 +96,15 @@ private:
 
     Services m_services;
     MenuBarHeader *m_header;
+    MessageRow *m_unsaved; ///< what could not be saved, and why
+    QWidget *m_unopened; ///< the page that no browser has opened
     QWidget *m_codePanel = nullptr;
     EmptyStateView *m_connectionPrompt = nullptr;
     QWidget *m_loading = nullptr;
     DeploymentListView *m_list = nullptr;
+    EmptyStateView *m_notInstalled = nullptr;
+    EmptyStateView *m_noAccess = nullptr;
+    EmptyStateView *m_nothingSelected = nullptr;
     EmptyStateView *m_noDeployments = nullptr;
     TextLabel *m_updated = nullptr;
     MenuBarContent m_content = MenuBarContent::NoDeployments;

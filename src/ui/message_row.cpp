@@ -4,6 +4,7 @@
 #include "ui/symbol_view.h"
 
 #include <QAccessible>
+#include <QEvent>
 #include <QHBoxLayout>
 
 namespace velmora
@@ -18,10 +19,16 @@ constexpr int kGap = 6;
 
 MessageRow::MessageRow(TextSize size, Tone tone, QWidget *parent)
     : QWidget(parent)
-    , m_label(new TextLabel(size, TextLabel::Overflow::Wrap, this))
+    , m_size(size)
+    , m_tone(tone)
+    , m_label(new QLabel(this))
 {
-    m_label->setTone(tone);
+    m_label->setTextFormat(Qt::PlainText);
+    m_label->setWordWrap(true);
     m_label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    // A path has no place to break, and must not widen the window.
+    m_label->setMinimumWidth(1);
+    adoptLook();
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(kGap);
@@ -30,6 +37,31 @@ MessageRow::MessageRow(TextSize size, Tone tone, QWidget *parent)
         new SymbolView(QStringLiteral("exclamationmark.triangle.fill"), side, tone, this), 0, Qt::AlignTop);
     layout->addWidget(m_label, 1);
     hide();
+}
+
+/// The font and the colour are the label's own, and follow those of the row.
+void MessageRow::adoptLook()
+{
+    m_label->setFont(styledFont(font(), m_size));
+    QPalette colours = palette();
+    colours.setColor(QPalette::WindowText, toneColour(m_tone, palette()));
+    m_label->setPalette(colours);
+}
+
+void MessageRow::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    switch (event->type()) {
+    case QEvent::FontChange:
+    case QEvent::ApplicationFontChange:
+    case QEvent::PaletteChange:
+    case QEvent::ApplicationPaletteChange:
+    case QEvent::StyleChange:
+        adoptLook();
+        break;
+    default:
+        break;
+    }
 }
 
 void MessageRow::setMessage(const QString &message)

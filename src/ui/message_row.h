@@ -8,8 +8,8 @@
 namespace velmora
 {
 
-/// A message behind the warning symbol, wrapped, in one tone. Shown only while there is one; assistive technology is
-/// told of every new one.
+/// A message behind the warning symbol, wrapped, in one tone, whose text can be selected. Shown only while there is
+/// one; assistive technology is told of every new one.
 class MessageRow final : public QWidget
 {
     Q_OBJECT
@@ -21,8 +21,15 @@ public:
     void setMessage(const QString &message);
     [[nodiscard]] QString message() const { return m_label->text(); }
 
+protected:
+    void changeEvent(QEvent *event) override;
+
 private:
-    TextLabel *m_label;
+    void adoptLook();
+
+    TextSize m_size;
+    Tone m_tone;
+    QLabel *m_label; ///< draws what is selected, which a TextLabel does not
 };
 
 } // namespace velmora

@@ -130,18 +130,12 @@ void RepositoriesSettingsView::connectControls()
 
 void RepositoriesSettingsView::connectKeys()
 {
-    const auto onKey = [this](const QKeySequence &keys, QWidget *target, auto slot) {
-        auto *shortcut = new QShortcut(keys, this);
-        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
-        connect(shortcut, &QShortcut::activated, target, slot);
-    };
-    const auto search = [this] {
+    auto *find = new QShortcut(QKeySequence::Find, this);
+    find->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(find, &QShortcut::activated, m_search, [this] {
         m_search->setFocus(Qt::ShortcutFocusReason);
         m_search->selectAll();
-    };
-    onKey(QKeySequence::Find, m_search, search);
-    onKey(QKeySequence::Refresh, m_refresh, [this] { m_refresh->click(); });
-    onKey(Qt::CTRL | Qt::Key_R, m_refresh, [this] { m_refresh->click(); });
+    });
 }
 
 void RepositoriesSettingsView::keyPressEvent(QKeyEvent *event)
@@ -155,6 +149,8 @@ void RepositoriesSettingsView::keyPressEvent(QKeyEvent *event)
 
 void RepositoriesSettingsView::refresh()
 {
+    if (repositoryRefreshIsInProgress(m_isRefreshing, m_installations->state()))
+        return;
     setRefreshing(true);
     m_work.launch(refreshStore(this, m_authentication, m_installations, m_work.stopToken()), "Refreshing repositories");
 }
@@ -162,6 +158,9 @@ void RepositoriesSettingsView::refresh()
 QCoro::Task<> RepositoriesSettingsView::refreshStore(QPointer<RepositoriesSettingsView> view,
     AuthenticationStore *authentication, InstallationStore *installations, std::stop_token stop)
 {
+    co_await authentication->unlock();
+    if (!view || stop.stop_requested())
+        co_return;
     co_await installations->refresh(authentication, stop);
     // The stop comes while the view is being destroyed, when it still can be reached.
     if (view && !stop.stop_requested())

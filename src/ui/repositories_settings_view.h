@@ -35,6 +35,10 @@ public:
     RepositoriesSettingsView(
         AuthenticationStore *authentication, InstallationStore *installations, QWidget *parent = nullptr);
 
+public Q_SLOTS:
+    /// Loads everything from GitHub again. Does nothing while that is done already.
+    void refresh();
+
 protected:
     void keyPressEvent(QKeyEvent *event) override;
 
@@ -42,7 +46,6 @@ private:
     [[nodiscard]] QWidget *makeContent();
     void connectControls();
     void connectKeys();
-    void refresh();
     void setRefreshing(bool isRefreshing);
     void showState();
     void showRepositories();

@@ -2,7 +2,6 @@
 #include "ui/row_list.h"
 
 #include "ui/card.h"
-#include "ui/scrolling_page.h"
 #include "ui/separator.h"
 
 #include <QVBoxLayout>
@@ -41,11 +40,9 @@ RowList::RowList(const QString &accessibleName, QWidget *parent)
     m_layout->setSpacing(kGap);
     m_layout->addStretch();
     m_body->setAccessibleName(accessibleName);
-    auto *page = new ScrollingPage;
-    page->setContent(m_body);
-    page->setMinimumHeight(0);
     auto *card = new Card(kCardPadding);
-    card->addRow(page);
+    card->addRow(m_body);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(card);

@@ -9,10 +9,8 @@ class QVBoxLayout;
 namespace velmora
 {
 
-class ScrollingPage;
-
-/// A short list whose rows are widgets, on a card, with lines between them; scrolls by itself when there are more rows
-/// than room.
+/// A short list whose rows are widgets, on a card, with lines between them. It is as high as its rows, and leaves
+/// scrolling to the page that it is on.
 class RowList final : public QWidget
 {
     Q_OBJECT

@@ -32,15 +32,16 @@ QString localTime(Instant instant)
     return QLocale().toString(QDateTime::fromMSecsSinceEpoch(milliseconds.count()), QLocale::ShortFormat);
 }
 
+/// The host of the address, in the letters in which it is looked up, so that none can pass for another.
+QString hostOf(const WebAddress &address)
+{
+    return address.url().host(QUrl::FullyEncoded);
+}
+
 /// An address that is opened, or nothing.
 std::optional<WebAddress> openable(std::optional<WebAddress> address)
 {
     return address && address->isOpenable() ? std::move(address) : std::nullopt;
-}
-
-bool hasLog(const DeploymentSnapshot &deployment)
-{
-    return openable(deployment.logURL).has_value();
 }
 
 } // namespace
@@ -120,6 +121,9 @@ QString rowToolTip(const DeploymentSnapshot &deployment, Instant now)
         lines.append(tr("Created by %1").arg(shownOnOneLine(*deployment.creatorLogin)));
     if (deployment.statusDescription)
         lines.append(presentableText(*deployment.statusDescription, kDescriptionLimit));
+    // A log is wherever those who deploy have put it.
+    if (const auto address = rowAddress(deployment))
+        lines.append(tr("Opens %1").arg(shownOnOneLine(hostOf(*address))));
     lines.removeAll(QString());
     return Qt::convertFromPlainText(lines.join(QLatin1Char('\n')), Qt::WhiteSpaceNormal);
 }
@@ -131,13 +135,7 @@ QString linkToolTip(const DeploymentSnapshot &deployment)
 
 std::optional<WebAddress> rowAddress(const DeploymentSnapshot &deployment)
 {
-    if (hasLog(deployment))
-        return deployment.logURL;
-    if (!deployment.repositoryURL.isOpenable())
-        return std::nullopt;
-    DeploymentSnapshot withoutLog;
-    withoutLog.repositoryURL = deployment.repositoryURL;
-    return openable(detailsURL(withoutLog));
+    return openable(detailsURL(deployment));
 }
 
 std::optional<WebAddress> environmentAddress(const DeploymentSnapshot &deployment)
@@ -149,7 +147,7 @@ QString rowKeys(const DeploymentSnapshot &deployment)
 {
     QStringList keys;
     if (rowAddress(deployment))
-        keys.append(hasLog(deployment) ? tr("Return opens the log.") : tr("Return opens the deployments page."));
+        keys.append(hasLogPage(deployment) ? tr("Return opens the log.") : tr("Return opens the deployments page."));
     if (environmentAddress(deployment))
         keys.append(tr("Control Return opens the environment."));
     return keys.join(QLatin1Char(' '));
@@ -161,13 +159,14 @@ QList<RowAction> rowActions(const DeploymentSnapshot &deployment)
     const bool hasEnvironment = environmentAddress(deployment).has_value();
     QList<RowAction> actions;
     if (canOpen)
-        actions.append({RowActionKind::OpenDetails, hasLog(deployment) ? tr("Open log") : tr("Open deployments page")});
+        actions.append(
+            {RowActionKind::OpenDetails, hasLogPage(deployment) ? tr("Open log") : tr("Open deployments page")});
     if (hasEnvironment)
         actions.append({RowActionKind::OpenEnvironment, tr("Open environment")});
     actions.append({RowActionKind::CopyCommit, tr("Copy commit ID")});
     if (canOpen)
         actions.append({RowActionKind::CopyDetailsLink,
-            hasLog(deployment) ? tr("Copy link to log") : tr("Copy link to deployments page")});
+            hasLogPage(deployment) ? tr("Copy link to log") : tr("Copy link to deployments page")});
     if (hasEnvironment)
         actions.append({RowActionKind::CopyEnvironmentLink, tr("Copy link to environment")});
     return actions;

@@ -31,7 +31,8 @@ struct StateIcon {
 /// The row as one sentence: "acme/web, production, failed, main, 1a2b3c4, 2 minutes ago".
 [[nodiscard]] QString rowSentence(const DeploymentSnapshot &deployment, Instant now);
 
-/// Everything that is known of a deployment, as rich text in which its texts appear literally.
+/// Everything that is known of a deployment, and the host to which a click on its row leads, as rich text in which its
+/// texts appear literally.
 [[nodiscard]] QString rowToolTip(const DeploymentSnapshot &deployment, Instant now);
 /// "Open " and the environment, as rich text in which it appears literally.
 [[nodiscard]] QString linkToolTip(const DeploymentSnapshot &deployment);

@@ -3,6 +3,7 @@
 
 #include "ui/accounts_settings_view.h"
 #include "ui/general_settings_view.h"
+#include "ui/refresh_keys.h"
 #include "ui/repositories_settings_view.h"
 #include "ui/symbols.h"
 
@@ -43,12 +44,14 @@ SettingsView::SettingsView(const Services &services, QWidget *parent)
     accounts.pasteboard = services.pasteboard;
     accounts.urlOpener = services.urlOpener;
     accounts.avatars = services.avatars;
-    accounts.installationURL = services.installationURL;
-    addPage(tr("&Accounts"), QStringLiteral("person.2"), new AccountsSettingsView(accounts));
-    addPage(tr("&Repositories"), QStringLiteral("folder"),
-        new RepositoriesSettingsView(services.authentication, services.installations));
-    addPage(tr("&General"), QStringLiteral("gearshape"),
-        new GeneralSettingsView(services.settings, services.settingsPageOpener));
+    accounts.installationPage = services.installationPage;
+    auto *accountsTab = new AccountsSettingsView(accounts);
+    auto *repositoriesTab = new RepositoriesSettingsView(services.authentication, services.installations);
+    auto *generalTab = new GeneralSettingsView(services.settings, services.settingsPageOpener);
+    addPage(tr("&Accounts"), QStringLiteral("person.2"), accountsTab, [accountsTab] { accountsTab->refresh(); });
+    addPage(tr("&Repositories"), QStringLiteral("folder"), repositoriesTab,
+        [repositoriesTab] { repositoriesTab->refresh(); });
+    addPage(tr("&General"), QStringLiteral("gearshape"), generalTab, [generalTab] { generalTab->refresh(); });
     addShortcuts();
     // The focus would stay with what is hidden now. Who walks along the tabs wants to walk on.
     connect(this, &QTabWidget::currentChanged, this, [this] {
@@ -58,8 +61,9 @@ SettingsView::SettingsView(const Services &services, QWidget *parent)
     setFixedSize(sizeHint());
 }
 
-void SettingsView::addPage(const QString &label, const QString &symbol, QWidget *content)
+void SettingsView::addPage(const QString &label, const QString &symbol, QWidget *content, std::function<void()> refresh)
 {
+    m_refreshes.append(std::move(refresh));
     auto *page = new QWidget;
     auto *layout = new QVBoxLayout(page);
     layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
@@ -82,6 +86,7 @@ void SettingsView::addShortcuts()
     onKey(Qt::CTRL | Qt::Key_1, [this] { enter(0); });
     onKey(Qt::CTRL | Qt::Key_2, [this] { enter(1); });
     onKey(Qt::CTRL | Qt::Key_3, [this] { enter(2); });
+    onRefreshKeys(this, [this] { m_refreshes.at(currentIndex())(); });
 }
 
 void SettingsView::enter(int index)

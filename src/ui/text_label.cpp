@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QStyle>
 #include <QTextDocument>
+#include <QTextLayout>
 #include <QToolTip>
 
 namespace velmora
@@ -53,6 +54,13 @@ TextLabel::TextLabel(TextSize size, Overflow overflow, QWidget *parent)
     setTextFormat(Qt::PlainText);
     // It says of the label that its height depends on its width.
     setWordWrap(overflow == Overflow::Wrap);
+}
+
+void TextLabel::setMostLines(int count)
+{
+    m_mostLines = count;
+    updateGeometry();
+    update();
 }
 
 void TextLabel::setTone(Tone tone)
@@ -109,16 +117,50 @@ int TextLabel::heightForWidth(int width) const
     if (m_overflow == Overflow::Elide)
         return -1;
     const QFontMetrics metrics(shownFont());
-    return metrics.boundingRect(0, 0, width, QWIDGETSIZE_MAX, textFlags(), text()).height();
+    return metrics.boundingRect(0, 0, width, QWIDGETSIZE_MAX, textFlags(), shownText(width)).height();
+}
+
+/// The lines into which the text breaks at that width.
+QStringList TextLabel::wrappedLines(int width) const
+{
+    const QString whole = text().replace(QLatin1Char('\n'), QChar::LineSeparator);
+    QTextLayout layout(whole, shownFont());
+    QStringList lines;
+    layout.beginLayout();
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(width);
+        lines.append(whole.mid(line.textStart(), line.textLength()).trimmed());
+    }
+    layout.endLayout();
+    return lines;
+}
+
+QString TextLabel::shownText(int width) const
+{
+    const QFontMetrics metrics(shownFont());
+    if (m_overflow == Overflow::Elide)
+        return metrics.elidedText(text(), Qt::ElideRight, width);
+    if (m_mostLines == std::numeric_limits<int>::max())
+        return text();
+    QStringList lines = wrappedLines(width);
+    if (lines.size() <= m_mostLines)
+        return text();
+    const QString rest = lines.mid(m_mostLines - 1).join(QLatin1Char(' '));
+    lines.resize(m_mostLines);
+    lines.last() = metrics.elidedText(rest, Qt::ElideRight, width);
+    return lines.join(QLatin1Char('\n'));
+}
+
+bool TextLabel::isCut() const
+{
+    return shownText(contentsRect().width()) != text();
 }
 
 QString TextLabel::wholeText() const
 {
     if (!m_explanation.isEmpty())
         return m_explanation;
-    const bool isCut
-        = m_overflow == Overflow::Elide && QFontMetrics(shownFont()).horizontalAdvance(text()) > contentsRect().width();
-    return isCut ? text() : QString();
+    return isCut() ? text() : QString();
 }
 
 bool TextLabel::event(QEvent *event)
@@ -139,10 +181,7 @@ void TextLabel::paintEvent(QPaintEvent *event)
     painter.setFont(shownFont());
     painter.setPen(isEnabled() ? toneColour(m_tone, palette()) : palette().color(QPalette::Disabled, QPalette::Text));
     const QRect frame = contentsRect();
-    const QString shown = m_overflow == Overflow::Elide
-        ? painter.fontMetrics().elidedText(text(), Qt::ElideRight, frame.width())
-        : text();
-    painter.drawText(frame, textFlags(), shown);
+    painter.drawText(frame, textFlags(), shownText(frame.width()));
 }
 
 } // namespace velmora

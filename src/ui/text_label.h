@@ -6,6 +6,8 @@
 #include <QFont>
 #include <QLabel>
 
+#include <limits>
+
 namespace velmora
 {
 
@@ -33,6 +35,9 @@ public:
 
     explicit TextLabel(TextSize size, Overflow overflow = Overflow::Elide, QWidget *parent = nullptr);
 
+    /// Of a wrapped text, no more lines than these are shown; the last one is cut then, and the tooltip shows the
+    /// whole.
+    void setMostLines(int count);
     void setTone(Tone tone);
     void setWeight(QFont::Weight weight);
     /// Shows `text`, and `explanation` in the tooltip instead of the text; assistive technology reads both.
@@ -50,9 +55,13 @@ private:
     [[nodiscard]] QFont shownFont() const { return styledFont(font(), m_size, m_weight); }
     [[nodiscard]] int textFlags() const;
     [[nodiscard]] QString wholeText() const;
+    [[nodiscard]] QStringList wrappedLines(int width) const;
+    [[nodiscard]] QString shownText(int width) const;
+    [[nodiscard]] bool isCut() const;
 
     TextSize m_size;
     Overflow m_overflow;
+    int m_mostLines = std::numeric_limits<int>::max();
     QFont::Weight m_weight = QFont::Normal;
     Tone m_tone = Tone::Primary;
     QString m_explanation;

@@ -5,6 +5,7 @@
 #include "support/builders.h"
 #include "support/fake_clock.h"
 #include "support/fake_http_session.h"
+#include "support/test_main.h"
 
 #include <QDir>
 #include <QFile>
@@ -289,5 +290,5 @@ private:
     FakeClock m_clock;
 };
 
-QTEST_GUILESS_MAIN(AvatarLoaderTest)
+VELMORA_TEST(AvatarLoaderTest)
 #include "avatar_loader_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "accounts/credential_store_error.h"
 
+#include "support/test_main.h"
+
 #include <QSet>
 #include <QTest>
 
@@ -11,14 +13,15 @@ class CredentialStoreErrorTest final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyStatusTellsThePersonWhatToDo()
+    void everyStatusTellsTheUserWhatToDo()
     {
         QSet<QString> descriptions;
-        for (const qint32 status : {CredentialStoreError::Locked, CredentialStoreError::Dismissed,
-                 CredentialStoreError::NoProvider, CredentialStoreError::ProviderEnded, CredentialStoreError::Failed})
+        for (const qint32 status :
+            {CredentialStoreError::Locked, CredentialStoreError::Dismissed, CredentialStoreError::NoProvider,
+                CredentialStoreError::ProviderEnded, CredentialStoreError::Failed, CredentialStoreError::NotAnswering})
             descriptions.insert(CredentialStoreError::keychain(status).description());
         descriptions.insert(CredentialStoreError::invalidData().description());
-        QCOMPARE(descriptions.size(), 6);
+        QCOMPARE(descriptions.size(), 7);
         QVERIFY(!descriptions.contains(QString()));
     }
 
@@ -49,5 +52,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(CredentialStoreErrorTest)
+VELMORA_TEST(CredentialStoreErrorTest)
 #include "credential_store_error_test.moc"

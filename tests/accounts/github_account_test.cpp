@@ -3,6 +3,7 @@
 
 #include "support/error.h"
 #include "support/json.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -49,5 +50,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(GitHubAccountTest)
+VELMORA_TEST(GitHubAccountTest)
 #include "github_account_test.moc"

@@ -2,6 +2,7 @@
 #include "accounts/in_memory_credential_store.h"
 
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -53,5 +54,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(InMemoryCredentialStoreTest)
+VELMORA_TEST(InMemoryCredentialStoreTest)
 #include "in_memory_credential_store_test.moc"

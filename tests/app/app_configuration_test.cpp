@@ -2,6 +2,7 @@
 #include "app/app_configuration.h"
 
 #include "platform/linux/xdg_directories.h"
+#include "support/test_main.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -61,7 +62,8 @@ private Q_SLOTS:
         QCOMPARE(configuration.apiVersion, QByteArray("2026-03-10"));
         QCOMPARE(configuration.installationURL().text(),
             QStringLiteral("https://github.com/apps/tarvik-velmora/installations/new"));
-        QCOMPARE(AppConfiguration::keychainService(), QStringLiteral("com.tarvik.velmora.github"));
+        QCOMPARE(configuration.loginOrigin().keychainService(), QStringLiteral("com.tarvik.velmora.github"));
+        QVERIFY(!configuration.endpointProblem);
     }
 
     void aHostSetsEveryEndpoint_data()
@@ -103,6 +105,26 @@ private Q_SLOTS:
         QCOMPARE(configuration.graphqlURL.toString(), graphql);
         QCOMPARE(configuration.loginURL.toString(), login);
         QCOMPARE(configuration.webURL.toString(), web);
+    }
+
+    void thePageOfTheAppIsElsewhereOnAnEnterpriseServer_data()
+    {
+        QTest::addColumn<QString>("page");
+        const auto row = [](const char *host, const char *page) {
+            QTest::newRow(host) << QString::fromUtf8(page);
+        };
+        row("github.com", "https://github.com/apps/tarvik-velmora/installations/new");
+        row("octocorp.ghe.com", "https://octocorp.ghe.com/apps/tarvik-velmora/installations/new");
+        row("ghe.example.com", "https://ghe.example.com/github-apps/tarvik-velmora/installations/new");
+        row("notghe.com:8443", "https://notghe.com:8443/github-apps/tarvik-velmora/installations/new");
+        row("localhost", "https://localhost/apps/tarvik-velmora/installations/new");
+    }
+
+    void thePageOfTheAppIsElsewhereOnAnEnterpriseServer()
+    {
+        QFETCH(QString, page);
+        const Properties properties{{kHost, QString::fromUtf8(QTest::currentDataTag())}};
+        QCOMPARE(AppConfiguration::fromProperties({properties}).installationURL().text(), page);
     }
 
     void anEndpointOfItsOwnCountsMoreThanTheHost()
@@ -159,6 +181,97 @@ private Q_SLOTS:
         QVERIFY2(message.startsWith(kHost), qPrintable(message));
     }
 
+    void everyHostBelongsToItself_data()
+    {
+        QTest::addColumn<int>("unused");
+        for (const char *host : {"github.com", "octocorp.ghe.com", "ghe.example.com", "ghe.example.com:8443"})
+            QTest::newRow(host) << 0;
+    }
+    void everyHostBelongsToItself()
+    {
+        const Properties properties{{kHost, QString::fromUtf8(QTest::currentDataTag())}};
+        QVERIFY(!AppConfiguration::fromProperties({properties}).endpointProblem);
+        QVERIFY(!AppConfiguration::fromProperties(properties, {}).endpointProblem);
+    }
+
+    void endpointsOfOneHostMayBeMixed_data()
+    {
+        QTest::addColumn<QString>("api");
+        QTest::addColumn<QString>("login");
+        QTest::addColumn<bool>("isAccepted");
+        const auto row = [](const char *api, const char *login, bool isAccepted) {
+            QTest::addRow("%s, %s", api, login) << QString::fromUtf8(api) << QString::fromUtf8(login) << isAccepted;
+        };
+        row("https://ghe.example.com/other/api", "https://ghe.example.com/login", true);
+        row("https://GHE.example.com:443/api", "https://ghe.example.com/login", true);
+        row("https://api.ghe.example.com", "https://ghe.example.com/login", true);
+        row("https://api.ghe.example.com:8443", "https://ghe.example.com:8443/login", true);
+        row("http://127.0.0.1:4000", "http://127.0.0.1:4000/login", true);
+        row("http://127.0.0.1:4000", "http://127.0.0.1:4001/login", false);
+        row("http://127.0.0.1:4000", "http://localhost:4000/login", false);
+        row("http://localhost:4000", "https://localhost:4000/login", false);
+        row("https://ghe.example.com", "https://api.ghe.example.com/login", false);
+        row("https://xapi.ghe.example.com", "https://ghe.example.com/login", false);
+        row("https://api.github.com", "https://ghe.example.com/login", false);
+        row("https://ghe.example.com:8443", "https://ghe.example.com/login", false);
+    }
+    void endpointsOfOneHostMayBeMixed()
+    {
+        QFETCH(QString, api);
+        QFETCH(QString, login);
+        QFETCH(bool, isAccepted);
+        for (const int key : {1, 2}) {
+            const Properties environment{{kKeys.at(key), api}};
+            const Properties file{{kKeys.at(3), login}, {kKeys.at(1), login}};
+            const auto mixed = AppConfiguration::fromProperties(environment, {file});
+            QCOMPARE(!mixed.endpointProblem, isAccepted);
+            // An environment is put together in many places, two files are two; one file is one.
+            const Properties both{{kKeys.at(key), api}, {kKeys.at(1), key == 1 ? api : login}, {kKeys.at(3), login}};
+            QCOMPARE(!AppConfiguration::fromProperties(both, {}).endpointProblem, isAccepted);
+            QCOMPARE(!AppConfiguration::fromProperties({}, {environment, file}).endpointProblem, isAccepted);
+            QVERIFY(!AppConfiguration::fromProperties({}, {both}).endpointProblem);
+        }
+    }
+
+    void theProblemOfEndpointsNamesTheSettings()
+    {
+        const Properties file{{kHost, QStringLiteral("ghe.example.com:8443")}};
+        const Properties environment{{kKeys.at(1), QStringLiteral("https://api.github.com")}};
+        QCOMPARE(*AppConfiguration::fromProperties(environment, {file}).endpointProblem,
+            QStringLiteral("No account is used: the API is at api.github.com (VELMORA_API_URL), but accounts are "
+                           "connected at ghe.example.com:8443 (VELMORA_GITHUB_HOST), and a token is sent to no other "
+                           "host than its own. Remove one of the two settings, or write both into the same "
+                           "velmora.properties if they belong together."));
+        const Properties graphql{{kKeys.at(2), QStringLiteral("https://api.github.com/graphql")}};
+        const auto other = AppConfiguration::fromProperties(graphql, {file});
+        QVERIFY(other.endpointProblem->contains(
+            QStringLiteral("GraphQL is at api.github.com (VELMORA_GRAPHQL_URL), but accounts")));
+    }
+
+    void aPageElsewhereIsNoProblem()
+    {
+        const Properties environment{{kKeys.at(4), QStringLiteral("https://pages.example.com")}};
+        QVERIFY(!AppConfiguration::fromProperties(environment, {}).endpointProblem);
+    }
+
+    void theFilesNameAGitHubWhateverTheEnvironmentSays()
+    {
+        const Properties environment{{kHost, QStringLiteral("ghe.example.com")}};
+        const Properties file{{kHost, QStringLiteral("octocorp.ghe.com")}};
+        const Properties login{{kKeys.at(3), QStringLiteral("https://own.example.com/login")}};
+        const auto originInFiles = [&](const QList<Properties> &files) {
+            const auto origin = AppConfiguration::fromProperties(environment, files).originInFiles;
+            return origin ? origin->text() : QString();
+        };
+        QCOMPARE(originInFiles({}), QStringLiteral("https://github.com"));
+        QCOMPARE(originInFiles({file}), QStringLiteral("https://octocorp.ghe.com"));
+        QCOMPARE(originInFiles({file, login}), QStringLiteral("https://own.example.com"));
+        QCOMPARE(AppConfiguration::fromProperties(environment, {file}).loginOrigin().text(),
+            QStringLiteral("https://ghe.example.com"));
+        const Properties broken{{kHost, QStringLiteral("a b")}};
+        QCOMPARE(originInFiles({broken}), QString());
+    }
+
     void everyKeyIsHeeded()
     {
         const Properties properties{{kKeys.at(0), QStringLiteral(" Iv1 ")},
@@ -173,7 +286,7 @@ private Q_SLOTS:
         QCOMPARE(configuration.graphqlURL, QUrl(QStringLiteral("https://ghe.example/api/graphql")));
         QCOMPARE(configuration.loginURL, QUrl(QStringLiteral("https://ghe.example/login")));
         QCOMPARE(configuration.installationURL().text(),
-            QStringLiteral("https://ghe.example:8443/apps/my-app-2/installations/new"));
+            QStringLiteral("https://ghe.example:8443/github-apps/my-app-2/installations/new"));
         QCOMPARE(configuration.apiVersion, QByteArray("2022-11-28"));
     }
 
@@ -309,5 +422,5 @@ private Q_SLOTS:
     void theCopyBuiltInIsThere() { QVERIFY(QFile::exists(QStringLiteral(":/velmora/velmora.properties"))); }
 };
 
-QTEST_GUILESS_MAIN(AppConfigurationTest)
+VELMORA_TEST(AppConfigurationTest)
 #include "app_configuration_test.moc"

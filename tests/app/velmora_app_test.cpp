@@ -2,11 +2,14 @@
 #include "app/velmora_app.h"
 
 #include "accounts/in_memory_credential_store.h"
+#include "app/renewal_grace.h"
 #include "app/wake_sources.h"
+#include "github/raw_http_server.h"
 #include "support/await.h"
 #include "support/fake_clock.h"
 #include "support/fake_login_item.h"
 #include "support/fake_notifier.h"
+#include "support/test_main.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,6 +17,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThreadPool>
+#include <QTimer>
+
+#include <thread>
 
 using namespace velmora;
 using namespace velmora::testing;
@@ -30,10 +36,15 @@ private Q_SLOTS:
     {
         m_folder = std::make_unique<QTemporaryDir>();
         m_clock = std::make_unique<FakeClock>();
+        m_github = std::make_unique<RawHTTPServer>();
+        m_asking = nullptr;
         m_environment = {};
         m_environment.applicationName = QStringLiteral("Velmora");
         m_environment.directories = XDGDirectories::under(m_folder->path());
-        m_environment.credentialStore = std::make_shared<InMemoryCredentialStore>();
+        m_credentials = std::make_shared<InMemoryCredentialStore>();
+        m_environment.openCredentials = [this](const QString &) {
+            return m_credentials;
+        };
         m_environment.notifier = &m_notifier;
         m_environment.clock = m_clock.get();
     }
@@ -105,6 +116,81 @@ private Q_SLOTS:
         QCOMPARE(m_clock->sleeperCount(), 0);
     }
 
+    void aRenewalSurvivesAChangeOfTheNetwork()
+    {
+        VelmoraApp app(environmentWithDueToken());
+        const auto renewal = start(app.authentication().validCredential(kAccount));
+        QVERIFY(waitUntil([&] { return !m_asking.isNull(); }));
+        app.wakeWatch().networkChanged(true);
+        QVERIFY(app.wakeWatch().isPaused());
+        drainEvents();
+        QVERIFY(!renewal->isDone && m_asking);
+        m_asking->write(kToken);
+        QVERIFY(waitUntil([&] { return renewal->isDone; }));
+        QCOMPARE(storedToken(), QStringLiteral("new"));
+        QCOMPARE(m_github->requests.size(), 1);
+    }
+
+    void theEndLeavesTimeToARenewal()
+    {
+        VelmoraApp app(environmentWithDueToken());
+        const auto renewal = start(app.authentication().validCredential(kAccount));
+        QVERIFY(waitUntil([&] { return !m_asking.isNull(); }));
+        RenewalGrace grace;
+        const auto end = start(grace.pass(&app.authentication()));
+        drainEvents();
+        QVERIFY(!end->isDone);
+        m_asking->write(kToken);
+        QVERIFY(waitUntil([&] { return end->isDone; }));
+        QCOMPARE(storedToken(), QStringLiteral("new"));
+    }
+
+    void theEndInTheMiddleOfAnEventLeavesTimeToARenewal()
+    {
+        VelmoraApp app(environmentWithDueToken());
+        const auto renewal = start(app.authentication().validCredential(kAccount));
+        QVERIFY(waitUntil([&] { return !m_asking.isNull(); }));
+        RenewalGrace grace;
+        QTimer::singleShot(0, m_asking, [this] { m_asking->write(kToken); });
+        grace.passHere(&app.authentication());
+        QCOMPARE(storedToken(), QStringLiteral("new"));
+    }
+
+    void theEndDoesNotWaitWhereNothingIsRenewed()
+    {
+        VelmoraApp app(environmentWithDueToken());
+        RenewalGrace grace;
+        QVERIFY(start(grace.pass(&app.authentication()))->isDone);
+        grace.passHere(&app.authentication());
+        // And nothing is renewed any more.
+        QVERIFY(await(app.authentication().validCredential(kAccount)).failedWithType<CancellationError>());
+        QVERIFY(m_github->requests.isEmpty());
+    }
+
+    void onlyTheThreadOfTheStoresWaitsAtTheEnd()
+    {
+        VelmoraApp app(environmentWithDueToken());
+        const auto renewal = start(app.authentication().validCredential(kAccount));
+        QVERIFY(waitUntil([&] { return !m_asking.isNull(); }));
+        RenewalGrace grace;
+        std::thread elsewhere([&] { grace.passHere(&app.authentication()); });
+        elsewhere.join();
+        QVERIFY(app.authentication().isRenewing());
+        m_asking->write(kToken);
+        QVERIFY(waitUntil([&] { return renewal->isDone; }));
+    }
+
+    void aRenewalThatIsGivenUpEndsWithTheApplication()
+    {
+        auto app = std::make_unique<VelmoraApp>(environmentWithDueToken());
+        const auto renewal = start(app->authentication().validCredential(kAccount));
+        QVERIFY(waitUntil([&] { return !m_asking.isNull(); }));
+        app.reset();
+        QVERIFY(waitUntil([&] { return renewal->isDone && m_github->closedConnections == 1; }));
+        QVERIFY(renewal->failure);
+        QCOMPARE(storedToken(), QStringLiteral("old"));
+    }
+
     void theSourcesOfThisMachineReportToTheWatch()
     {
         WakeWatch watch(m_clock.get());
@@ -128,11 +214,34 @@ private:
         awaitValue(app.monitor().tick(&app.authentication(), &app.installations(), m_clock->now()));
     }
 
+    /// An account whose token has to be renewed, and a GitHub that takes the request and waits.
+    AppEnvironment environmentWithDueToken()
+    {
+        m_github->handler = [this](QTcpSocket *socket, const QByteArray &) {
+            m_asking = socket;
+        };
+        AppEnvironment environment = m_environment;
+        environment.configuration.loginURL = m_github->url();
+        const GitHubCredential due{
+            QStringLiteral("old"), m_clock->now(), QStringLiteral("works once"), m_clock->now() + 1h};
+        awaitValue(m_credentials->save(due, kAccount, Interaction::Forbidden));
+        return environment;
+    }
+
+    QString storedToken() { return awaitValue(m_credentials->load(kAccount))->accessToken; }
+
+    static constexpr qint64 kAccount = 7;
+    static inline const QByteArray kToken
+        = RawHTTPServer::answer("200 OK", R"({"access_token":"new","expires_in":28800,"refresh_token":"next"})");
+
+    std::unique_ptr<RawHTTPServer> m_github;
+    QPointer<QTcpSocket> m_asking; ///< waits for the new token
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<FakeClock> m_clock;
+    std::shared_ptr<InMemoryCredentialStore> m_credentials;
     FakeNotifier m_notifier;
     AppEnvironment m_environment;
 };
 
-QTEST_GUILESS_MAIN(VelmoraAppTest)
+VELMORA_TEST(VelmoraAppTest)
 #include "velmora_app_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "cli/command_line.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -191,5 +193,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(CommandLineTest)
+VELMORA_TEST(CommandLineTest)
 #include "command_line_test.moc"

@@ -3,6 +3,7 @@
 
 #include "cli/plain_text.h"
 #include "support/builders.h"
+#include "support/test_main.h"
 
 #include <QRegularExpression>
 #include <QTest>
@@ -62,6 +63,31 @@ private Q_SLOTS:
             "Completed                                                              1\n"
             "  ✓ acme/web    production  0123456 · 3 hours ago");
         QCOMPARE(renderReport(storyReport(), {}, noon(), {72, 0, false}), expected);
+    }
+
+    /// Whoever owns the name on the session bus may send anything.
+    void noTextOfAReportSteersTheTerminal()
+    {
+        const QString hostile = QStringLiteral("a\x1b]0;b\a\x1b[2Jc\u202ed\x9b");
+        MonitorReport report = storyReport();
+        report.applicationName = hostile;
+        report.message = hostile;
+        report.unsaved = hostile;
+        report.hint = hostile;
+        for (DeploymentSnapshot &deployment : report.deployments) {
+            deployment.repositoryName = hostile;
+            deployment.environment = hostile;
+            deployment.refName = hostile;
+            deployment.commitOID = hostile;
+        }
+        const QStringList printed = renderReport(report, {hostile}, noon(), {200, 0, false})
+            + renderChanges(MonitorReport(), report) + renderColumns({QStringLiteral("NAME")}, {{hostile}});
+        QVERIFY(printed.size() > 10);
+        for (const QString &line : printed) {
+            QCOMPARE(line, harmless(line));
+            QVERIFY2(!line.contains(QLatin1Char('\x1b')), qPrintable(line));
+        }
+        QCOMPARE(printed.first().left(1), QStringLiteral("a"));
     }
 
     void coloursAreAddedAndNothingElse()
@@ -154,9 +180,11 @@ private Q_SLOTS:
     {
         MonitorReport report = storyReport();
         report.message = QStringLiteral("ann: one\nzed: two");
+        report.unsaved = QStringLiteral("Cannot write a\nCannot write b");
         const QStringList rendered = renderReport(report, {QStringLiteral("14:05 news")}, noon(), {80, 0, false});
-        QCOMPARE(rendered.mid(1, 3),
-            (QStringList{QStringLiteral("ann: one"), QStringLiteral("zed: two"), QStringLiteral("* 14:05 news")}));
+        QCOMPARE(rendered.mid(1, 5),
+            (QStringList{QStringLiteral("ann: one"), QStringLiteral("zed: two"), QStringLiteral("Cannot write a"),
+                QStringLiteral("Cannot write b"), QStringLiteral("* 14:05 news")}));
     }
 
     void anEmptyListSaysWhy()
@@ -171,7 +199,7 @@ private Q_SLOTS:
         QVERIFY(text().contains(QStringLiteral("Loading deployments…")));
         report.state = State::loading(true);
         QVERIFY(text().contains(QStringLiteral("No recent deployments")));
-        report.state = State::disconnected();
+        report.state = State::disconnected(MissingStep::Account);
         report.hint = QStringLiteral("Connect first.");
         QVERIFY(text().contains(QStringLiteral("Connect GitHub\nConnect first.")));
         QVERIFY(!text().contains(QStringLiteral("No recent deployments")));
@@ -233,5 +261,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DeploymentTableTest)
+VELMORA_TEST(DeploymentTableTest)
 #include "deployment_table_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "cli/plain_text.h"
 
+#include "support/test_main.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTest>
@@ -96,5 +98,5 @@ private Q_SLOTS:
 };
 
 // With an application object, which sets the locale that the widths come from.
-QTEST_GUILESS_MAIN(PlainTextTest)
+VELMORA_TEST(PlainTextTest)
 #include "plain_text_test.moc"

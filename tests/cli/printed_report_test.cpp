@@ -2,6 +2,7 @@
 #include "cli/printed_report.h"
 
 #include "support/builders.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -47,6 +48,7 @@ private Q_SLOTS:
         MonitorReport full = report(State::rateLimited(noon(), noon() + 90s + 250ms));
         full.lastRefreshedAt = noon();
         full.message = QStringLiteral("zed: The network is down.");
+        full.unsaved = QStringLiteral("Cannot write a");
         DeploymentSnapshot snapshot = makeSnapshot(QStringLiteral("D_1"), DeploymentState::InProgress, noon());
         snapshot.refName = QStringLiteral("main");
         snapshot.creatorLogin = QStringLiteral("octocat");
@@ -57,7 +59,8 @@ private Q_SLOTS:
         QCOMPARE(jsonLine(full),
             json("{'state':'rateLimited','title':'Velmora','symbol':'clock.badge.exclamationmark',"
                  "'lastRefreshedAt':'2026-05-01T12:00:00Z','resumeAt':'2026-05-01T12:01:30.250000Z',"
-                 "'message':'zed: The network is down.','deployments':[{'id':'D_1','repositoryNodeID':'R_web',"
+                 "'message':'zed: The network is down.','unsaved':'Cannot write "
+                 "a','deployments':[{'id':'D_1','repositoryNodeID':'R_web',"
                  "'repositoryName':'acme/web','repositoryURL':'https://github.com/acme/web',"
                  "'environment':'production','refName':'main',"
                  "'commitOID':'0123456789abcdef0123456789abcdef01234567','creatorLogin':'octocat',"
@@ -84,11 +87,18 @@ private Q_SLOTS:
         QCOMPARE(jsonLine(saved),
             json("{'saved':true,'savedAt':'2026-05-01T12:00:00Z','state':'stale','title':'Velmora',"
                  "'symbol':'exclamationmark.circle','lastRefreshedAt':'2026-05-01T12:00:00Z','deployments':[]}"));
-        MonitorReport nothing = report(State::disconnected());
+        MonitorReport nothing = report(State::disconnected(MissingStep::Account));
         nothing.origin = ReportOrigin::Saved;
         QCOMPARE(jsonLine(nothing),
             json("{'saved':true,'state':'disconnected','title':'Velmora','symbol':'arrow.up.circle.dotted',"
-                 "'deployments':[]}"));
+                 "'missing':'account','deployments':[]}"));
+    }
+
+    void whatIsMissingIsNamed()
+    {
+        QCOMPARE(jsonLine(report(State::disconnected(MissingStep::Installation))),
+            json("{'state':'disconnected','title':'Velmora','symbol':'arrow.up.circle.dotted',"
+                 "'missing':'installation','deployments':[]}"));
     }
 
     void aNotificationIsALineOfItsOwn()
@@ -109,5 +119,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PrintedReportTest)
+VELMORA_TEST(PrintedReportTest)
 #include "printed_report_test.moc"

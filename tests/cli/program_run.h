@@ -82,7 +82,13 @@ public:
     {
         return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
     }
-    void signal(int number) const { ::kill(static_cast<pid_t>(m_process.processId()), number); }
+    /// Sends the signal, unless the program has ended.
+    void signal(int number) const
+    {
+        const auto process = static_cast<pid_t>(m_process.processId());
+        if (process != 0)
+            ::kill(process, number);
+    }
     [[nodiscard]] QProcess &process() { return m_process; }
 
 private:

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The real program against the stand-in for GitHub, in a home and a keyring of its own.
+#include "keyring/private_keyring.h"
 #include "notification-daemons/fake_notification_daemon.h"
 #include "program_world.h"
+#include "support/test_main.h"
+
+#include <sys/resource.h>
 
 using namespace velmora::testing;
 
@@ -71,6 +75,48 @@ private Q_SLOTS:
         QCOMPARE(removal->err(), QByteArray());
         QCOMPARE(removal->code(), 0);
         QCOMPARE(savedDeployments(), ofFirst);
+    }
+
+    void anAccountIsKeptWhileItsTokenCannotBeDeleted()
+    {
+        connectFirst();
+        const QByteArray login = m_connected.last();
+        PrivateKeyring keyring;
+        keyring.lock();
+        const auto refused = finished(QByteArray("accounts remove " + login).constData());
+        const auto declined = finished("connect");
+        keyring.unlock();
+        QCOMPARE(refused->code(), 1);
+        QCOMPARE(refused->out(), QByteArray());
+        QCOMPARE(refused->err(),
+            login + " was not removed. The keyring was not unlocked. Try again and unlock it when you are asked.\n");
+        // It says so before it sends the user to the browser.
+        QCOMPARE(declined->code(), 1);
+        QCOMPARE(declined->out(), QByteArray());
+        QVERIFY(declined->err().startsWith("The keyring was not unlocked."));
+        QCOMPARE(array(finished("accounts --json")->out()).size(), 1);
+        QCOMPARE(finished("watch --once")->code(), 0);
+        QCOMPARE(finished(QByteArray("accounts remove " + login).constData())->code(), 0);
+    }
+
+    void noCoreFileIsWritten()
+    {
+        connectFirst();
+        ProgramRun watch(words("watch"), environment());
+        watch.process().setChildProcessModifier([] {
+            ProgramRun::heedSignals();
+            rlimit limit{};
+            ::getrlimit(RLIMIT_CORE, &limit);
+            limit.rlim_cur = limit.rlim_max;
+            ::setrlimit(RLIMIT_CORE, &limit);
+        });
+        watch.start();
+        QVERIFY(waitUntil([&] { return !watch.out().isEmpty(); }));
+        rlimit limit{1, 1};
+        QCOMPARE(::prlimit(static_cast<pid_t>(watch.process().processId()), RLIMIT_CORE, nullptr, &limit), 0);
+        QCOMPARE(limit.rlim_cur, rlim_t(0));
+        watch.signal(SIGINT);
+        QVERIFY(watch.ends());
     }
 
     void choicesOutliveTheRun()
@@ -306,6 +352,29 @@ private Q_SLOTS:
             QCOMPARE(daemon.notified.first().at(3).toString(), name + QStringLiteral(" failed"));
     }
 
+    void aDesktopThatTakesNoNotificationIsReportedOnce()
+    {
+        connectFirst();
+        const auto listed = array(finished("repositories --json")->out());
+        const QString name = listed.first().toObject().value(QLatin1String("name")).toString();
+        const QString first = deploy(name, QString(), "IN_PROGRESS");
+        const QString second = deploy(name, QString(), "IN_PROGRESS");
+        FakeNotificationDaemon daemon(QStringLiteral("daemon"));
+        daemon.errorOfNotify = QStringLiteral("org.freedesktop.DBus.Error.AccessDenied");
+        daemon.appear();
+        const auto run = started("watch");
+        QVERIFY(run->prints("in progress"));
+        deploy(name, first, "FAILURE");
+        QVERIFY(waitUntil([&] { return run->err().contains("The notification service reported an error"); }));
+        QVERIFY(run->prints("* " + name.toUtf8() + " failed"));
+        const qsizetype posts = daemon.notified.size();
+        deploy(name, second, "FAILURE");
+        QVERIFY(waitUntil([&] { return daemon.notified.size() > posts; }));
+        run->signal(SIGINT);
+        QVERIFY(run->ends());
+        QCOMPARE(run->err().count("The notification service reported an error"), 1);
+    }
+
     void aPipeGetsALineForEachChange()
     {
         connectFirst();
@@ -399,5 +468,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ProgramTest)
+VELMORA_TEST(ProgramTest)
 #include "program_test.moc"

@@ -143,6 +143,18 @@ protected:
         m_connected.append(rest.first(rest.indexOf('\n')));
     }
 
+    /// Connects this one of GitHub's people, anew if need be.
+    [[nodiscard]] bool connectsAs(const QString &login)
+    {
+        auto &oauth = m_simulator.oauth();
+        const auto automatic = std::exchange(oauth.settings().autoApproveAfter, std::nullopt);
+        const auto connection = started("connect");
+        const bool isApproved = waitUntil([&] { return !oauth.pendingUserCodes().isEmpty(); })
+            && oauth.approve(oauth.pendingUserCodes().first(), login);
+        oauth.settings().autoApproveAfter = automatic;
+        return isApproved && connection->ends() && connection->code() == 0;
+    }
+
     /// The ids of what is shown without the network.
     [[nodiscard]] QSet<QString> savedDeployments() const
     {

@@ -2,6 +2,9 @@
 // Terminal commands beside the tray program, both real, in a session bus, a home and a keyring of their own.
 #include "notification-daemons/fake_notification_daemon.h"
 #include "program_world.h"
+#include "support/test_main.h"
+
+#include <vector>
 
 using namespace velmora::testing;
 
@@ -23,6 +26,15 @@ private:
         return run;
     }
 
+    /// On a desktop, with a configuration that cannot be used.
+    [[nodiscard]] QProcessEnvironment refusedEnvironment() const
+    {
+        QProcessEnvironment result = environment();
+        result.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        result.insert(QStringLiteral("VELMORA_GITHUB_HOST"), QStringLiteral("https://not a host"));
+        return result;
+    }
+
     /// Starts the tray program and waits until it shows what is there.
     void startTray()
     {
@@ -42,6 +54,15 @@ private:
 
     /// How many requests GitHub has had since the log was cleared.
     [[nodiscard]] qsizetype requests() { return m_simulator.log().entries().size(); }
+
+    /// How many programs have begun to ask GitHub by themselves since the log was cleared: each asks first what is
+    /// installed, and the one in the tray not again within the hour.
+    [[nodiscard]] qsizetype pollingStarts()
+    {
+        const auto &entries = m_simulator.log().entries();
+        return std::ranges::count_if(
+            entries, [](const auto &entry) { return entry.request.path == "/user/installations"; });
+    }
 
     [[nodiscard]] QString firstRepository() const
     {
@@ -72,14 +93,13 @@ private Q_SLOTS:
     void theStatusIsLiveAndAsksNobody()
     {
         connectAndStartTray();
-        const auto before = requests();
         const auto status = finished("status --json");
         QCOMPARE(status->err(), QByteArray());
         QCOMPARE(status->code(), 0);
         const QJsonObject report = jsonLines(status->out()).last();
         QVERIFY(!report.contains(QLatin1String("saved")));
         QVERIFY(!report.value(QLatin1String("deployments")).toArray().isEmpty());
-        QCOMPARE(requests(), before);
+        QCOMPARE(pollingStarts(), qsizetype(0));
     }
 
     void aBarIsFedOneLine()
@@ -128,7 +148,7 @@ private Q_SLOTS:
         connectAndStartTray();
         const auto run = started("watch --json");
         QVERIFY(run->prints("\"ready\""));
-        QCOMPARE(requests(), qsizetype(0));
+        QCOMPARE(pollingStarts(), qsizetype(0));
         run->signal(SIGINT);
         QVERIFY(run->ends(kWithinASecond));
         QCOMPARE(run->code(), 0);
@@ -216,6 +236,21 @@ private Q_SLOTS:
         QVERIFY(waitUntil([this] { return finished("status --json")->out().contains("\"ready\""); }));
     }
 
+    void anAccountThatIsConnectedAgainInTheTerminalIsWellInTheTray()
+    {
+        connectAndStartTray();
+        const QString login = QString::fromUtf8(m_connected.last());
+        m_simulator.oauth().revoke(login);
+        QCOMPARE(finished("refresh")->code(), 1);
+        QVERIFY(finished("accounts")->out().contains("Reconnect required"));
+        QVERIFY(finished("status --json")->out().contains("Connect " + m_connected.last() + " again."));
+        // The list of accounts stays as it was: nothing but the new token is there to be noticed.
+        QVERIFY(connectsAs(login));
+        QVERIFY(waitUntil([this] { return !finished("accounts")->out().contains("Reconnect required"); }));
+        QVERIFY(waitUntil([this] { return finished("status --json")->out().contains("\"ready\""); }));
+        QVERIFY(!finished("status --json")->out().contains(" again."));
+    }
+
     void oneRefreshServesTheTrayAndTheTerminal()
     {
         connectAndStartTray();
@@ -226,6 +261,53 @@ private Q_SLOTS:
         const auto refresh = finished("refresh");
         QCOMPARE(refresh->code(), 0);
         QVERIFY2(refresh->out().startsWith("Velmora"), refresh->out().constData());
+    }
+
+    void refreshesAtTheSameTimeAreOneLoad()
+    {
+        connectAndStartTray();
+        addRule("{'path': '/user/installations', 'action': {'delayMilliseconds': 3000}}");
+        std::vector<std::unique_ptr<ProgramRun>> runs;
+        for (const char *command : {"refresh", "watch --once --json", "repositories --json", "refresh"})
+            runs.push_back(started(command));
+        for (const auto &run : runs) {
+            QVERIFY(run->ends(60'000));
+            QCOMPARE(run->err(), QByteArray());
+            QCOMPARE(run->code(), 0);
+        }
+        const auto entries = m_simulator.log().entries();
+        const auto loads = std::ranges::count_if(
+            entries, [](const auto &entry) { return entry.request.path == "/user/installations"; });
+        // A command that was slow to start may have come after the first load.
+        QVERIFY2(loads >= 1 && loads <= 2, QByteArray::number(loads).constData());
+    }
+
+    void aTrayThatHangsIsToldFromOneThatWorks()
+    {
+        connectAndStartTray();
+        m_tray->signal(SIGSTOP);
+        std::vector<std::unique_ptr<ProgramRun>> runs;
+        for (const char *command : {"refresh", "watch --once", "repositories", "status"})
+            runs.push_back(started(command));
+        QByteArrayList told;
+        for (const auto &run : runs)
+            told.append(run->ends(60'000) ? QByteArray::number(run->code()) + ' ' + run->err() : "goes on");
+        m_tray->signal(SIGCONT);
+        QCOMPARE(told, QByteArrayList(4, "1 Velmora is running already, but does not answer.\n"));
+        const auto refresh = finished("refresh");
+        QCOMPARE(refresh->err(), QByteArray());
+        QCOMPARE(refresh->code(), 0);
+    }
+
+    void aTrayThatLoadsForLongIsWaitedFor()
+    {
+        connectAndStartTray();
+        // Longer than a tray may be silent.
+        addRule("{'path': '/user/installations', 'action': {'delayMilliseconds': 13000}}");
+        const auto refresh = started("refresh");
+        QVERIFY(refresh->ends(60'000));
+        QCOMPARE(refresh->err(), QByteArray());
+        QCOMPARE(refresh->code(), 0);
     }
 
     void whatTheWindowCommandsAskForIsDoneByTheTray()
@@ -259,6 +341,31 @@ private Q_SLOTS:
         QVERIFY(again->err().contains("Velmora is not running."));
     }
 
+    void aRefusedConfigurationIsShownUntilTheEndWhereThereIsNoTerminal()
+    {
+        ProgramRun run({}, refusedEnvironment());
+        run.start();
+        QVERIFY(waitUntil([&] { return run.err().contains("VELMORA_GITHUB_HOST"); }));
+        // It does not stand in the way of others meanwhile.
+        QVERIFY(waitUntil([this] { return finished("quit")->err().contains("Velmora is not running."); }));
+        QCOMPARE(run.process().state(), QProcess::Running);
+        run.signal(SIGTERM);
+        QVERIFY(run.ends());
+        QCOMPARE(run.code(), 1);
+    }
+
+    void aRefusedConfigurationEndsTheProgramAtOnceInATerminal()
+    {
+        PseudoTerminal terminal;
+        QVERIFY(terminal.isOpen());
+        ProgramRun run({}, refusedEnvironment());
+        terminal.attach(run.process());
+        run.process().start();
+        QVERIFY(run.ends());
+        QCOMPARE(run.code(), 1);
+        QVERIFY(run.err().contains("VELMORA_GITHUB_HOST"));
+    }
+
     void withoutATrayAndADisplayTheWindowCommandsSayWhatToDo()
     {
         QProcessEnvironment bare = environment();
@@ -284,5 +391,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(RunningInstanceTest)
+VELMORA_TEST(RunningInstanceTest)
 #include "running_instance_test.moc"

@@ -2,6 +2,7 @@
 #include "cli/status_line.h"
 
 #include "support/builders.h"
+#include "support/test_main.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -63,7 +64,7 @@ private Q_SLOTS:
         QTest::newRow("loading") << report(State::loading(true), {InProgress});
         QTest::newRow("stale") << report(State::stale(noon()), {Failure});
         QTest::newRow("paused") << report(State::rateLimited(noon(), noon() + 1h), {InProgress});
-        QTest::newRow("disconnected") << report(State::disconnected(), {});
+        QTest::newRow("disconnected") << report(State::disconnected(MissingStep::Account), {});
     }
 
     void theStateIsOneWord()
@@ -139,7 +140,7 @@ private Q_SLOTS:
 
     void theTooltipSaysWhatToDoAboutAnEmptyList()
     {
-        MonitorReport empty = report(State::disconnected(), {});
+        MonitorReport empty = report(State::disconnected(MissingStep::Account), {});
         empty.hint = QStringLiteral("Run it");
         QCOMPARE(waybar(empty).value(QLatin1String("tooltip")).toString(), QStringLiteral("Connect GitHub\nRun it"));
     }
@@ -153,5 +154,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(StatusLineTest)
+VELMORA_TEST(StatusLineTest)
 #include "status_line_test.moc"

@@ -4,6 +4,7 @@
 #include "support/await.h"
 #include "support/builders.h"
 #include "support/fake_notifier.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -73,9 +74,42 @@ private Q_SLOTS:
         awaitValue(std::move(task));
     }
 
+    void aDesktopThatIsBusyHoldsUpNoLineAndGetsEveryResultInTheirOrder()
+    {
+        TerminalNotifier notifier;
+        FakeNotifier desktop;
+        desktop.busy.emplace();
+        notifier.setDesktop(&desktop);
+        const QSignalSpy posted(&notifier, &TerminalNotifier::posted);
+        awaitValue(notifier.untilReady({}));
+        awaitValue(notifier.notifyFailure(failed(QStringLiteral("D1"))));
+        awaitValue(notifier.notifyFailure(failed(QStringLiteral("D2"))));
+        QCOMPARE(posted.size(), 2);
+        QCOMPARE(desktop.announced, QStringList());
+        const OneShot<> busy = *std::exchange(desktop.busy, std::nullopt);
+        busy.resolve();
+        const QStringList expected{QStringLiteral("failure D1"), QStringLiteral("failure D2")};
+        QCOMPARE(desktop.announced, expected);
+    }
+
+    void whatADesktopHasNotGotIsNotForTheNext()
+    {
+        TerminalNotifier notifier;
+        FakeNotifier first;
+        first.busy.emplace();
+        notifier.setDesktop(&first);
+        awaitValue(notifier.notifyFailure(failed(QStringLiteral("D1"))));
+        FakeNotifier second;
+        notifier.setDesktop(&second);
+        drainEvents();
+        awaitValue(notifier.notifyFailure(failed(QStringLiteral("D2"))));
+        QCOMPARE(first.announced, QStringList());
+        QCOMPARE(second.announced, QStringList(QStringLiteral("failure D2")));
+    }
+
 private:
     static DeploymentSnapshot failed(const QString &id) { return makeSnapshot(id, DeploymentState::Failure, noon()); }
 };
 
-QTEST_GUILESS_MAIN(TerminalNotifierTest)
+VELMORA_TEST(TerminalNotifierTest)
 #include "terminal_notifier_test.moc"

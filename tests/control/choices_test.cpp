@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "control/choices.h"
 
+#include "support/test_main.h"
+
+#include <QElapsedTimer>
 #include <QTest>
 
 using namespace velmora;
@@ -37,46 +40,90 @@ private:
         installation(1, 10, "acme"), installation(1, 11, "zed"), installation(2, 10, "acme")};
     const QList<RepositoryRecord> m_repositories{repository("R_1", "acme/web"), repository("R_2", "acme/api")};
 
-    [[nodiscard]] Choice chooseOne(const char *key) const
+    [[nodiscard]] Choices chooseOne(const char *key) const
     {
-        return chooseInstallations({QString::fromUtf8(key)}, m_installations).first();
+        return chooseInstallations({QString::fromUtf8(key)}, m_installations);
     }
+
+    static QSet<QString> ids(const char *only) { return {QString::fromUtf8(only)}; }
 
 private Q_SLOTS:
-    void anInstallationIsNamedByItsKey() { QCOMPARE(chooseOne("2:10").id, QStringLiteral("2:10")); }
+    void anInstallationIsNamedByItsKey() { QCOMPARE(chooseOne("2:10").ids, ids("2:10")); }
 
-    void anInstallationIsNamedByItsAccountWhereThereIsOneOnly()
-    {
-        QCOMPARE(chooseOne("ZED").id, QStringLiteral("1:11"));
-    }
+    void anInstallationIsNamedByItsAccountWhereThereIsOneOnly() { QCOMPARE(chooseOne("ZED").ids, ids("1:11")); }
 
     void anAccountWithTwoInstallationsIsAmbiguous()
     {
-        const Choice choice = chooseOne("acme");
-        QVERIFY(choice.id.isEmpty());
+        const Choices choice = chooseOne("acme");
+        QVERIFY(choice.ids.isEmpty());
         QVERIFY2(choice.error.contains(QStringLiteral("1:10, 2:10")), qPrintable(choice.error));
     }
 
     void anUnknownInstallationIsAnsweredWithWhatThereIs()
     {
-        const Choice choice = chooseOne("7:7");
-        QVERIFY(choice.id.isEmpty());
+        const Choices choice = chooseOne("7:7");
+        QVERIFY(choice.ids.isEmpty());
         for (const char *part : {"7:7", "1:10 (acme)", "1:11 (zed)", "2:10 (acme)"})
             QVERIFY2(choice.error.contains(QString::fromUtf8(part)), part);
-        QVERIFY(chooseInstallations({QStringLiteral("x")}, {}).first().error.contains(QStringLiteral("There is none")));
+        QVERIFY(chooseInstallations({QStringLiteral("x")}, {}).error.contains(QStringLiteral("There is none")));
     }
 
     void aRepositoryIsNamedInAnyCaseOrByNodeID()
     {
         QCOMPARE(chooseRepositories({QStringLiteral("ACME/Api"), QStringLiteral("R_1")}, m_repositories),
-            (QList<Choice>{{QStringLiteral("R_2"), {}}, {QStringLiteral("R_1"), {}}}));
+            (Choices{{QStringLiteral("R_2"), QStringLiteral("R_1")}, {}}));
     }
 
     void anUnknownRepositoryIsAnsweredWithWhatThereIs()
     {
-        const Choice choice = chooseRepositories({QStringLiteral("r_1")}, m_repositories).first();
-        QVERIFY(choice.id.isEmpty());
+        const Choices choice = chooseRepositories({QStringLiteral("r_1")}, m_repositories);
+        QVERIFY(choice.ids.isEmpty());
         QVERIFY2(choice.error.contains(QStringLiteral("acme/web, acme/api")), qPrintable(choice.error));
+    }
+
+    void whereOneNameMeansNothingNothingIsChosen()
+    {
+        const Choices choices = chooseRepositories(
+            {QStringLiteral("acme/web"), QStringLiteral("x"), QStringLiteral("y")}, m_repositories);
+        QVERIFY(choices.ids.isEmpty());
+        QVERIFY2(choices.error.startsWith(QStringLiteral("There is no repository x.")), qPrintable(choices.error));
+    }
+
+    void ofSeveralRepositoriesOfOneNameTheFirstIsMeant()
+    {
+        const QList<RepositoryRecord> twins{repository("R_1", "acme/web"), repository("R_2", "acme/WEB")};
+        QCOMPARE(chooseRepositories({QStringLiteral("Acme/Web")}, twins).ids, ids("R_1"));
+    }
+
+    void aNameIsRepeatedOnlyAsFarAsItCanBeRead()
+    {
+        const QString endless(1'000'000, QLatin1Char('x'));
+        QVERIFY(chooseRepositories({endless}, m_repositories).error.size() < 1000);
+        QVERIFY(chooseInstallations({endless}, m_installations).error.size() < 1000);
+    }
+
+    /// Each name looked for among all would take minutes.
+    void asManyNamesAsRepositoriesAreFoundAtOnce()
+    {
+        constexpr int kCount = 50'000;
+        QList<RepositoryRecord> many;
+        QList<InstallationRecord> installations;
+        QStringList names;
+        QStringList keys;
+        for (int i = 0; i < kCount; ++i) {
+            const QByteArray number = QByteArray::number(i);
+            many.append(repository("R_" + number, "acme/r" + number));
+            installations.append(installation(1, i, "acme" + number));
+            names.append(QString::fromUtf8("ACME/R" + number));
+            keys.append(QString::fromUtf8("ACME" + number));
+        }
+        QElapsedTimer watch;
+        watch.start();
+        QCOMPARE(chooseRepositories(names, many).ids.size(), kCount);
+        QCOMPARE(chooseInstallations(keys, installations).ids.size(), kCount);
+        names.last() = QStringLiteral("x");
+        QVERIFY(!chooseRepositories(names, many).error.isEmpty());
+        QVERIFY2(watch.elapsed() < 20'000, qPrintable(QString::number(watch.elapsed())));
     }
 
     void aLongListIsCutShort()
@@ -84,11 +131,11 @@ private Q_SLOTS:
         QList<RepositoryRecord> many;
         for (int i = 0; i < 43; ++i)
             many.append(repository("R", qPrintable(QStringLiteral("acme/r%1").arg(i))));
-        const QString error = chooseRepositories({QStringLiteral("x")}, many).first().error;
+        const QString error = chooseRepositories({QStringLiteral("x")}, many).error;
         QVERIFY(error.contains(QStringLiteral("acme/r39, and 3 more")));
         QVERIFY(!error.contains(QStringLiteral("acme/r40")));
     }
 };
 
-QTEST_GUILESS_MAIN(ChoicesTest)
+VELMORA_TEST(ChoicesTest)
 #include "choices_test.moc"

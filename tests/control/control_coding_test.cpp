@@ -3,6 +3,7 @@
 
 #include "support/builders.h"
 #include "support/error.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -28,6 +29,7 @@ MonitorReport fullReport(const State &state)
     report.state = state;
     report.lastRefreshedAt = noon() + 123456us;
     report.message = QStringLiteral("zed: one\nacme: two");
+    report.unsaved = QStringLiteral("full");
     report.hint = QStringLiteral("do “this”");
     report.deployments = {makeSnapshot(QStringLiteral("D_1"), DeploymentState::InProgress, noon() + 7us)};
     report.deployments.first().statusDescription = QStringLiteral("");
@@ -49,10 +51,13 @@ private Q_SLOTS:
         compareAfterTheWay(fullReport(State::ready(noon() + 1us)));
         compareAfterTheWay(fullReport(State::stale(std::nullopt)));
         compareAfterTheWay(fullReport(State::rateLimited(noon(), noon() + 90s)));
-        MonitorReport saved = fullReport(State::disconnected());
+        MonitorReport saved = fullReport(State::disconnected(MissingStep::Selection));
         saved.origin = ReportOrigin::Saved;
         saved.savedAt = noon();
         compareAfterTheWay(saved);
+        compareAfterTheWay(fullReport(State::disconnected(MissingStep::Account)));
+        compareAfterTheWay(fullReport(State::disconnected(MissingStep::Installation)));
+        compareAfterTheWay(fullReport(State::disconnected(MissingStep::Access)));
         compareAfterTheWay(MonitorReport());
     }
 
@@ -65,10 +70,12 @@ private Q_SLOTS:
         const ListedRepository repository{QStringLiteral("R"), QStringLiteral("a/b"), page, true, QStringLiteral("1:2"),
             QStringLiteral("a"), false, true};
         compareAfterTheWay(loading);
-        compareAfterTheWay(RemovalAnswer{QStringLiteral("zed"), QStringLiteral("no")});
-        compareAfterTheWay(InstallationsAnswer{loading, QStringLiteral("unknown"), {installation}, page});
-        compareAfterTheWay(RepositoriesAnswer{loading, QString(), {repository}, page});
-        compareAfterTheWay(QList<ListedAccount>{{1, QStringLiteral("zed"), QStringLiteral("connected"), page}});
+        compareAfterTheWay(RemovalAnswer{QStringLiteral("zed"), QStringLiteral("no"), QStringLiteral("full")});
+        compareAfterTheWay(
+            InstallationsAnswer{loading, QStringLiteral("unknown"), QStringLiteral("full"), {installation}, page});
+        compareAfterTheWay(RepositoriesAnswer{loading, QString(), {}, {repository}, page});
+        compareAfterTheWay(QList<ListedAccount>{
+            {1, QStringLiteral("zed"), QStringLiteral("connected"), page, QStringLiteral("Connect zed again.")}});
         compareAfterTheWay(deploymentNotification(
             makeSnapshot(QStringLiteral("D"), DeploymentState::Failure, noon()), DeploymentNotificationKind::Failure));
     }
@@ -83,5 +90,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ControlCodingTest)
+VELMORA_TEST(ControlCodingTest)
 #include "control_coding_test.moc"

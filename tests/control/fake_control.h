@@ -4,6 +4,8 @@
 #include "control/control.h"
 #include "support/cancel_on_stop.h"
 
+#include <QPointer>
+
 namespace velmora::testing
 {
 
@@ -58,16 +60,24 @@ public:
     QString failure; ///< thrown by everything; empty: none
     std::exception_ptr surprise; ///< the same, of a type that nobody expects
     std::optional<OneShot<>> gate; ///< answers wait for it
+    int cancelled = 0; ///< answers that were stopped before
 
 private:
     template <typename Answer>
     QCoro::Task<Answer> answer(QString question, Answer value, std::stop_token stop)
     {
+        const QPointer<FakeControl> self(this);
         asked.append(question);
         if (gate) {
             const OneShot<> opened = *gate;
             const CancelOnStop cancel(opened, stop);
-            co_await opened;
+            try {
+                co_await opened;
+            } catch (const CancellationError &) {
+                if (self)
+                    ++self->cancelled;
+                throw;
+            }
         }
         if (surprise)
             std::rethrow_exception(surprise);

@@ -2,6 +2,7 @@
 #include "control/listed_records.h"
 
 #include "support/json.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -66,8 +67,9 @@ private Q_SLOTS:
             = listedInstallations({installation(1, 10, "acme"), installation(9, 11, "zed")}, {m_zed, m_octocat});
         QCOMPARE(encodeJSON(listed),
             json("[{'key':'1:10','identity':'octocat','account':'acme','type':'Organization',"
-                 "'repositorySelection':'all','enabled':true},{'key':'9:11','identity':'9','account':'zed',"
-                 "'type':'Organization','repositorySelection':'all','enabled':true}]"));
+                 "'repositorySelection':'all','enabled':true,'suspended':false},{'key':'9:11','identity':'9','account':"
+                 "'zed',"
+                 "'type':'Organization','repositorySelection':'all','enabled':true,'suspended':false}]"));
     }
 
     void aRepositoryIsMonitoredOrNot()
@@ -82,5 +84,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ListedRecordsTest)
+VELMORA_TEST(ListedRecordsTest)
 #include "listed_records_test.moc"

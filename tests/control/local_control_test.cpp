@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "control/local_control.h"
 
+#include "accounts/credential_store_error.h"
+
 #include "notifications/general_settings_store.h"
 #include "support/fake_login_item.h"
 #include "support/monitor_fixture.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -29,6 +32,12 @@ public:
     {
     }
 
+    [[nodiscard]] QCoro::Task<> prepareToSave() override { return m_content->prepareToSave(); }
+    [[nodiscard]] QCoro::Task<> unlock(QList<qint64> accountIDs) override
+    {
+        ++unlocks;
+        return m_content->unlock(std::move(accountIDs));
+    }
     [[nodiscard]] QCoro::Task<> save(GitHubCredential credential, qint64 accountID, Interaction interaction) override
     {
         return m_content->save(std::move(credential), accountID, interaction);
@@ -45,6 +54,7 @@ public:
     }
 
     OneShot<> answered;
+    int unlocks = 0; ///< how often it was to be unlocked
 
 private:
     std::shared_ptr<InMemoryCredentialStore> m_content;
@@ -73,6 +83,7 @@ private:
         services.installations = f->installations.get();
         services.monitor = f->monitor.get();
         services.settings = m_settings.get();
+        services.preferences = &f->defaults;
         services.clock = &f->clock;
         services.installationURL = WebAddress(text("https://github.com/apps/velmora/installations/new"));
         m_control = std::make_unique<LocalControl>(services);
@@ -123,7 +134,7 @@ private Q_SLOTS:
         QVERIFY(awaitValue(m_control->accounts({})).isEmpty());
     }
 
-    void aKeyringThatAsksThePersonHoldsNothingElseUp()
+    void anAccountStaysUntilTheKeyringsQuestionIsAnswered()
     {
         f->connect(1, text("alice")).repositories
             = {{text("R_a"), text("alice/a"), {{text("a1"), text("FAILURE")}}, {}}};
@@ -133,12 +144,47 @@ private Q_SLOTS:
         std::ignore = awaitValue(m_control->refresh({}));
         std::stop_source stop;
         const auto removal = start(m_control->removeAccount(text("alice"), stop.get_token()));
-        QVERIFY(waitUntil([&] { return report().deployments.isEmpty(); }));
+        drainEvents();
         QVERIFY(!removal->isDone);
         stop.request_stop();
         QVERIFY(waitUntil([&] { return removal->isDone; }));
         QVERIFY(removal->failedWithType<CancellationError>());
+        QCOMPARE(report().deployments.size(), 1);
         waiting->answered.resolve();
+        QVERIFY(waitUntil([&] { return report().deployments.isEmpty(); }));
+        QVERIFY(f->authentication->sessions().isEmpty());
+    }
+
+    void anAccountWhoseTokenCannotBeDeletedStays()
+    {
+        f->connect(1, text("alice")).repositories
+            = {{text("R_a"), text("alice/a"), {{text("a1"), text("FAILURE")}}, {}}};
+        const auto waiting = std::make_shared<WaitingCredentialStore>(f->credentials);
+        f->credentialStore = waiting;
+        build();
+        std::ignore = awaitValue(m_control->refresh({}));
+        waiting->answered.fail(
+            std::make_exception_ptr(CredentialStoreError::keychain(CredentialStoreError::Dismissed)));
+        const auto answer = awaitValue(m_control->removeAccount(text("alice"), {}));
+        QCOMPARE(answer.refusal,
+            text("alice was not removed. The keyring was not unlocked. Try again and unlock it when you are asked."));
+        QCOMPARE(report().deployments.size(), 1);
+        QCOMPARE(f->authentication->sessions().size(), 1);
+    }
+
+    void whatTheUserAsksForMayUnlockTheKeyring()
+    {
+        buildAlice();
+        const auto waiting = std::make_shared<WaitingCredentialStore>(f->credentials);
+        f->credentialStore = waiting;
+        build();
+        std::ignore = awaitValue(m_control->refresh({}));
+        QCOMPARE(waiting->unlocks, 1);
+        std::ignore = awaitValue(m_control->repositories({}, {}));
+        std::ignore = awaitValue(m_control->installations({}, {}));
+        QCOMPARE(waiting->unlocks, 3);
+        std::ignore = awaitValue(m_control->accounts({}));
+        QCOMPARE(waiting->unlocks, 3);
     }
 
     void anUnknownAccountIsRefusedWithTheKnownOnes()
@@ -147,6 +193,53 @@ private Q_SLOTS:
         const auto answer = awaitValue(m_control->removeAccount(text("bob"), {}));
         QCOMPARE(answer.refusal, text("There is no account named bob. Connected: alice."));
         QCOMPARE(f->authentication->sessions().size(), 1);
+    }
+
+    void whatIsNotSavedIsToldWithEveryAnswer()
+    {
+        buildAlice();
+        f->defaults.setFailure(text("the disk is full"));
+        const std::optional<QString> reason = text("the disk is full");
+        RepositoryChoices excluded;
+        excluded.exclude = QStringList{text("alice/a")};
+        QCOMPARE(repositories(excluded).unsaved, reason);
+        // What is only listed loses nothing.
+        QVERIFY(!repositories({}).unsaved);
+        InstallationChoices disabled;
+        disabled.disable = QStringList{text("alice")};
+        QCOMPARE(awaitValue(m_control->installations(disabled, {})).unsaved, reason);
+        QVERIFY(!awaitValue(m_control->installations({}, {})).unsaved);
+        QCOMPARE(report().unsaved, reason);
+        const auto refreshed = awaitValue(m_control->refresh({}));
+        QVERIFY(!refreshed.isComplete);
+        QCOMPARE(refreshed.messages, QStringList{*reason});
+        QCOMPARE(awaitValue(m_control->removeAccount(text("alice"), {})).unsaved, reason);
+    }
+
+    void whatIsSavedIsToldWithNoAnswer()
+    {
+        buildAlice();
+        RepositoryChoices excluded;
+        excluded.exclude = QStringList{text("alice/a")};
+        QVERIFY(!repositories(excluded).unsaved);
+        QVERIFY(!report().unsaved);
+        QVERIFY(awaitValue(m_control->refresh({})).isComplete);
+        QVERIFY(!awaitValue(m_control->removeAccount(text("alice"), {})).unsaved);
+    }
+
+    void anAnswerWaitsUntilItIsKnownWhatIsSaved()
+    {
+        buildAlice();
+        f->defaults.saving = true;
+        RepositoryChoices excluded;
+        excluded.exclude = QStringList{text("alice/a")};
+        const auto answer = start(m_control->repositories(excluded, {}));
+        drainEvents();
+        QVERIFY(!answer->isDone);
+        f->defaults.currentFailure = text("the disk is full");
+        f->defaults.settle();
+        QVERIFY(waitUntil([&] { return answer->isDone; }));
+        QCOMPARE(answer->value->unsaved, std::optional(text("the disk is full")));
     }
 
     void withoutAnAccountNothingIsAsked()
@@ -233,6 +326,32 @@ private Q_SLOTS:
         QCOMPARE(shown.lastRefreshedAt, std::optional(f->clock.now()));
     }
 
+    void aRefreshKeepsWhatWasSavedOfAnIdentityThatFails()
+    {
+        auto saved = makeSnapshot(text("b1"), DeploymentState::Success, noon() - 2h);
+        saved.repositoryNodeID = text("R_bob");
+        saved.repositoryName = text("bob/web");
+        f->cache.payload = DeploymentCachePayload{{saved}, noon() - 10min};
+        f->connect(2, text("bob")).graphqlFailure = FakeHTTPSession::response(502, "");
+        f->github.identities[text("bob")].repositories = {{text("R_bob"), text("bob/web"), {}, {}}};
+        buildAlice();
+        QVERIFY(!awaitValue(m_control->refresh({})).isComplete);
+        QCOMPARE(report().deployments.size(), 2);
+        QCOMPARE(f->cache.payload->deployments.size(), 2);
+    }
+
+    void beforeAnythingIsFetchedTheAgeIsThatOfWhatWasSaved()
+    {
+        f->cache.payload
+            = DeploymentCachePayload{{makeSnapshot(text("a1"), DeploymentState::Success, noon() - 2h)}, noon() - 10min};
+        f->connect(1, text("alice")).transportFailure
+            = std::make_exception_ptr(TransportError(TransportError::Kind::Network, text("no network")));
+        build();
+        std::ignore = awaitValue(m_control->refresh({}));
+        QCOMPARE(report().state, DeploymentMonitorState::stale(noon() - 10min));
+        QCOMPARE(report().lastRefreshedAt, std::optional(noon() - 10min));
+    }
+
     void aStoppedRefreshIsCancelledAtOnce()
     {
         buildAlice();
@@ -244,6 +363,70 @@ private Q_SLOTS:
         stop.request_stop();
         QVERIFY(waitUntil([&] { return refresh->isDone; }));
         QVERIFY(refresh->failedWithType<CancellationError>());
+    }
+
+    void refreshesAtTheSameTimeAreOne()
+    {
+        buildAlice();
+        const auto answer = std::exchange(f->github.session->handler, nullptr);
+        const auto refresh = start(m_control->refresh({}));
+        const auto again = start(m_control->refresh({}));
+        const auto listing = start(m_control->repositories({}, {}));
+        const auto installations = start(m_control->installations({}, {}));
+        QVERIFY(waitUntil([&] { return f->github.session->openRequests > 0; }));
+        drainEvents();
+        QCOMPARE(f->github.session->requests.size(), 1);
+        f->github.session->resume(answer);
+        QVERIFY(
+            waitUntil([&] { return refresh->isDone && again->isDone && listing->isDone && installations->isDone; }));
+        QVERIFY(refresh->value->isComplete && again->value->isComplete);
+        QCOMPARE(listing->value->repositories.size(), 2);
+        QCOMPARE(installations->value->installations.size(), 1);
+        QCOMPARE(f->github.restRequests,
+            (QStringList{text("alice: /user/installations"), text("alice: /user/installations/7/repositories")}));
+        QCOMPARE(f->github.queries.size(), 1);
+    }
+
+    void ofRefreshesThatComeWhileDeploymentsAreLoadedOneMoreWaits()
+    {
+        buildAlice();
+        const auto answer = std::exchange(f->github.session->handler, nullptr);
+        const auto answerNext = [&] {
+            if (!waitUntil([&] { return f->github.session->openRequests > 0; }))
+                return false;
+            return f->github.session->answerNext(answer(f->github.session->requests.last()));
+        };
+        const auto refresh = start(m_control->refresh({}));
+        QVERIFY(answerNext());
+        QVERIFY(answerNext());
+        QVERIFY(waitUntil([&] { return f->github.session->requests.size() == 3; })); // the deployments
+        std::stop_source leaving;
+        const auto left = start(m_control->refresh(leaving.get_token()));
+        const auto second = start(m_control->refresh({}));
+        const auto third = start(m_control->refresh({}));
+        leaving.request_stop();
+        QVERIFY(waitUntil([&] { return left->isDone; }));
+        QVERIFY(left->failedWithType<CancellationError>());
+        QCOMPARE(f->github.session->requests.size(), 3);
+        f->github.session->resume(answer);
+        QVERIFY(waitUntil([&] { return refresh->isDone && second->isDone && third->isDone; }));
+        QVERIFY(second->value->isComplete && third->value->isComplete);
+        QCOMPARE(f->github.queries.size(), 2);
+    }
+
+    void whatTheLastCallerHasLeftIsNotAskedFor()
+    {
+        buildAlice();
+        const auto answer = std::exchange(f->github.session->handler, nullptr);
+        std::stop_source leaving;
+        const auto refresh = start(m_control->refresh(leaving.get_token()));
+        QVERIFY(waitUntil([&] { return f->github.session->openRequests > 0; }));
+        leaving.request_stop();
+        QVERIFY(waitUntil([&] { return refresh->isDone && f->github.session->openRequests == 0; }));
+        f->github.session->resume(answer);
+        drainEvents();
+        QCOMPARE(f->github.session->requests.size(), 1);
+        QVERIFY(awaitValue(m_control->refresh({})).isComplete);
     }
 
     void theHintSaysWhatIsMissing()
@@ -289,5 +472,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LocalControlTest)
+VELMORA_TEST(LocalControlTest)
 #include "local_control_test.moc"

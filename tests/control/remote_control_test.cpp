@@ -7,13 +7,16 @@
 #include "platform/bus_client.h"
 #include "platform/linux/application_service.h"
 #include "support/builders.h"
+#include "support/test_main.h"
 
+#include <QDBusVariant>
 #include <QDBusVirtualObject>
 #include <QSignalSpy>
 #include <QTest>
 
 using namespace velmora;
 using namespace velmora::testing;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -36,6 +39,30 @@ struct RunningVelmora {
     ApplicationService application;
     ControlService *service; ///< the application's
     FakeControl control;
+};
+
+/// Owns the name, and works or hangs: what it is asked is answered when the test wants it.
+class Slow final : public QDBusVirtualObject
+{
+public:
+    using QDBusVirtualObject::QDBusVirtualObject;
+
+    int questions = 0; ///< whether it works
+    QList<int> unanswered; ///< which of them stay without an answer, the first being 1
+    bool isHanging = false; ///< from now on all do
+    QList<QDBusMessage> calls; ///< of its methods, which wait
+
+    [[nodiscard]] QString introspect(const QString &) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+    {
+        if (message.member() != QLatin1String("Get")) {
+            calls.append(message);
+            return true;
+        }
+        ++questions;
+        const QVariant version = QVariant::fromValue(QDBusVariant(QStringLiteral("1")));
+        return isHanging || unanswered.contains(questions) || connection.send(message.createReply(version));
+    }
 };
 
 /// Owns the name, and answers everything in its own way.
@@ -117,7 +144,7 @@ private Q_SLOTS:
     {
         run();
         FakeControl &control = m_running->control;
-        control.listed = {{1, QStringLiteral("alice"), QStringLiteral("connected"), {}}};
+        control.listed = {{1, QStringLiteral("alice"), QStringLiteral("connected"), {}, {}}};
         control.removal.login = QStringLiteral("alice");
         control.loading = {true, false, {QStringLiteral("alice: no")}};
         control.installationsAnswer.refusal = QStringLiteral("unknown");
@@ -202,6 +229,117 @@ private Q_SLOTS:
         m_running->control.gate->resolve();
     }
 
+    void oneThatAnswersNothingIsGivenUp()
+    {
+        BusClient other(QStringLiteral("other"));
+        Slow slow;
+        slow.isHanging = true;
+        QVERIFY(other.bus().registerVirtualObject(kPath, &slow));
+        QVERIFY(other.bus().registerService(kName));
+        RemoteControl remote(m_bus->bus(), kName, 50ms);
+        const QString expected = QStringLiteral("Velmora is running already, but does not answer.");
+        QCOMPARE(await(remote.refresh({})).description(), expected);
+        QCOMPARE(await(remote.installations({}, {})).description(), expected);
+        QCOMPARE(await(remote.repositories({}, {})).description(), expected);
+        QCOMPARE(await(remote.removeAccount(QStringLiteral("octo"), {})).description(), expected);
+        QCOMPARE(await(remote.report({})).description(), expected);
+        QCOMPARE(await(remote.accounts({})).description(), expected);
+        other.bus().unregisterObject(kPath);
+    }
+
+    void oneThatShowsThatItWorksIsWaitedForUntilItHangs()
+    {
+        BusClient other(QStringLiteral("other"));
+        Slow slow;
+        slow.unanswered = {2, 4}; // one alone means nothing
+        QVERIFY(other.bus().registerVirtualObject(kPath, &slow));
+        QVERIFY(other.bus().registerService(kName));
+        RemoteControl remote(m_bus->bus(), kName, 1s);
+        const auto refresh = start(remote.refresh({}));
+        QVERIFY(waitUntil([&] { return slow.questions >= 6; }));
+        QVERIFY(!refresh->isDone);
+        slow.isHanging = true;
+        QVERIFY(waitUntil([&] { return refresh->isDone; }));
+        QCOMPARE(refresh->description(), QStringLiteral("Velmora is running already, but does not answer."));
+        other.bus().unregisterObject(kPath);
+    }
+
+    void anAnswerThatTookLongArrivesAndThenNobodyAsksAnyMore()
+    {
+        run();
+        m_running->control.gate.emplace();
+        m_running->control.loading = {true, true, {}};
+        RemoteControl remote(m_bus->bus(), kName, 20s);
+        const auto refresh = start(remote.refresh({}));
+        QVERIFY(waitUntil([&] { return !m_running->control.asked.isEmpty(); }));
+        m_running->control.gate->resolve();
+        QVERIFY(waitUntil([&] { return refresh->isDone; }));
+        QVERIFY(refresh->value == m_running->control.loading);
+    }
+
+    void aCallerThatLeavesStopsWhatItHasAskedFor_data()
+    {
+        QTest::addColumn<QString>("method");
+        QTest::addColumn<QVariantList>("arguments");
+        QTest::newRow("refresh") << QStringLiteral("Refresh") << QVariantList();
+        QTest::newRow("installations") << QStringLiteral("Installations") << QVariantList{QStringList(), QStringList()};
+        QTest::newRow("repositories") << QStringLiteral("Repositories")
+                                      << QVariantList{QString(), QStringList(), QStringList()};
+        QTest::newRow("removal") << QStringLiteral("RemoveAccount") << QVariantList{QStringLiteral("octo")};
+    }
+
+    void aCallerThatLeavesStopsWhatItHasAskedFor()
+    {
+        QFETCH(QString, method);
+        QFETCH(QVariantList, arguments);
+        run();
+        FakeControl &control = m_running->control;
+        control.gate.emplace();
+        auto terminal = std::make_unique<BusClient>(QStringLiteral("leaving"));
+        QDBusMessage message
+            = QDBusMessage::createMethodCall(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"), method);
+        message.setArguments(arguments);
+        QVERIFY(terminal->bus().send(message));
+        QVERIFY(waitUntil([&] { return control.asked.size() == 1; }));
+        drainEvents();
+        QCOMPARE(control.cancelled, 0);
+        terminal.reset();
+        QVERIFY(waitUntil([&] { return control.cancelled == 1; }));
+    }
+
+    void aCallerThatHasLeftBeforeItsCallIsServedStopsItToo()
+    {
+        m_running = std::make_unique<RunningVelmora>(QStringLiteral("running"));
+        {
+            BusClient terminal(QStringLiteral("leaving"));
+            QVERIFY(terminal.bus().send(QDBusMessage::createMethodCall(
+                kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"), QStringLiteral("Refresh"))));
+        }
+        QVERIFY(m_bus->property(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"), QStringLiteral("Version"))
+                    .isValid());
+        m_running->control.gate.emplace();
+        m_running->service->setControl(&m_running->control);
+        QVERIFY(waitUntil([&] { return m_running->control.asked.size() == m_running->control.cancelled; }));
+    }
+
+    void moreNamesThanAnybodyHasAreRefused()
+    {
+        run();
+        const QStringList most(10'000, QStringLiteral("a/b"));
+        RepositoryChoices choices;
+        choices.include = most;
+        QCOMPARE(awaitValue(m_remote->repositories(choices, {})), m_running->control.repositoriesAnswer);
+        QCOMPARE(m_running->control.repositoryChoices, choices);
+        choices.exclude = QStringList{QStringLiteral("c/d")};
+        const QString expected = QStringLiteral("At most 10000 names can be given at once.");
+        QCOMPARE(await(m_remote->repositories(choices, {})).description(), expected);
+        InstallationChoices keys{most, {}};
+        QCOMPARE(awaitValue(m_remote->installations(keys, {})), m_running->control.installationsAnswer);
+        keys.disable = QStringList{QStringLiteral("c")};
+        QCOMPARE(await(m_remote->installations(keys, {})).description(), expected);
+        QCOMPARE(m_running->control.asked.size(), 2);
+    }
+
     void signalsOfTheRunningVelmoraArePassedOn()
     {
         run();
@@ -248,5 +386,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(RemoteControlTest)
+VELMORA_TEST(RemoteControlTest)
 #include "remote_control_test.moc"

@@ -7,6 +7,7 @@
 #include "support/fake_cache.h"
 #include "support/fake_clock.h"
 #include "support/fake_preferences.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -59,7 +60,7 @@ private Q_SLOTS:
             = DeploymentCachePayload{{makeSnapshot(QStringLiteral("D"), DeploymentState::Success, noon())}, noon()};
         const MonitorReport shown = report();
         QCOMPARE(shown.origin, ReportOrigin::Saved);
-        QCOMPARE(shown.state, DeploymentMonitorState::disconnected());
+        QCOMPARE(shown.state, DeploymentMonitorState::disconnected(MissingStep::Account));
         QVERIFY(shown.deployments.isEmpty());
         QVERIFY(shown.hint.contains(QStringLiteral("velmora connect")));
     }
@@ -131,5 +132,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(SavedReportsTest)
+VELMORA_TEST(SavedReportsTest)
 #include "saved_reports_test.moc"

@@ -5,6 +5,7 @@
 #include "support/await.h"
 #include "support/builders.h"
 #include "support/one_shot.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -284,5 +285,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(SessionReportsTest)
+VELMORA_TEST(SessionReportsTest)
 #include "session_reports_test.moc"

@@ -42,7 +42,7 @@ class CommandTest(unittest.TestCase):
         script = f"""
             {sample} &
             until control read label 'Nothing happened' 2>/dev/null; do :; done
-            control press 'push button' Count && control read label 'Counted 1'
+            control press 'push button' Count; until control read label 'Counted 1' 2>/dev/null; do :; done
             control click-on 'list item' two; until control read label 'Clicked two' 2>/dev/null; do :; done
             control key ctrl+r; until control read label Refreshed 2>/dev/null; do :; done
             until control items | grep sample; do :; done

@@ -2,6 +2,8 @@
 # SPDX-License-Identifier: MIT
 """From the first start to the deployments of an account, against a GitHub that the test controls."""
 
+import os
+import shutil
 import unittest
 
 from headless import eventually
@@ -111,6 +113,26 @@ class ConnectionTest(VelmoraTest):
         eventually(lambda: "focused" in field.states, "the focus")
         self.desktop.screen.key("ctrl+v")
         eventually(lambda: field.text == code, "the code in another program")
+
+    def test_a_browser_that_cannot_be_started_is_said_with_the_address_to_copy(self):
+        programs = self.desktop.folder("programs")
+        # What starts Velmora is found, and no browser is.
+        os.symlink(shutil.which("setpriv"), f"{programs}/setpriv")
+        environment = {**self.github.environment, "PATH": programs}
+        window = self.start(self.desktop, "--background", environment=environment).open_by_click()
+        window.find("push button", "Add GitHub account").press()
+        page = f"{self.github.address}/login/device"
+
+        window.find("label", "The browser could not be started.")
+        window.find("label", page)
+        self.desktop.click(window.find("push button", "Copy address"))
+
+        sample = self.desktop.start("sample", [SAMPLE])
+        field = self.desktop.accessibility.program(sample.pid).find("text", "Name")
+        self.desktop.click(field)
+        eventually(lambda: "focused" in field.states, "the focus")
+        self.desktop.screen.key("ctrl+v")
+        eventually(lambda: field.text == page, "the address in another program")
 
     def test_cancel_leads_back_to_the_prompt(self):
         window = self.start_velmora().open_by_click()

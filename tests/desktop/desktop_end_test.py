@@ -10,12 +10,15 @@ import unittest
 
 from headless import eventually
 from headless.session_manager import SessionManager
+from headless.waiting import PATIENCE
 from velmora import PROGRAM, Simulator, Velmora, VelmoraTest
 
 _NOTIFY_FAILURES = "Notify me when deployments fail"
 # A sanitized program looks for leaks before it ends.
 _WITHIN_A_SECOND = 15.0 if "ASAN_OPTIONS" in os.environ else 1.0
 _TOKENS = "/login/oauth/access_token"
+# Milliseconds for an answer that comes when the rest of the program could have ended, but within what is left to it.
+_LATE = 3000
 
 
 def _served(manager, condition, what, *seconds):
@@ -53,6 +56,7 @@ class EndTest(VelmoraTest):
     def open_general_settings(self):
         self.desktop.tray.item().choose("Settings…")
         window = self.velmora.settings()
+        self.velmora.wait_until_active()
         self.desktop.screen.key("ctrl+3")
         return window.find("check box", _NOTIFY_FAILURES)
 
@@ -112,20 +116,57 @@ class EndTest(VelmoraTest):
         window.find("label", "Deployment in progress")
         manager.save()
         _served(manager, lambda: manager.saved > 0, "Velmora to have saved")
-        self.github.tell("rules", {"path": _TOKENS, "action": {"delayMilliseconds": 200}})
+        self.github.tell("rules", {"path": _TOKENS, "action": {"delayMilliseconds": _LATE}})
         before = len(self.github.requests(_TOKENS))
         self.desktop.screen.key("ctrl+r")
         eventually(lambda: len(self.github.requests(_TOKENS)) > before, "a request for a token")
 
         manager.end_session()
 
-        _served(manager, lambda: not self.velmora.program.is_running, "Velmora to end", _WITHIN_A_SECOND)
+        _served(
+            manager, lambda: not self.velmora.program.is_running, "Velmora to end", _LATE / 1000 + _WITHIN_A_SECOND
+        )
         self.expect_end()
         self.github.ask("DELETE", "rules")
         self.start_velmora("--background")
         window = self.velmora.open_by_click()
         window.find("push button", "Refresh").press()
         window.find("label", "Deployment in progress")
+
+    def command(self, *arguments):
+        """A command of the terminal, without a display."""
+        environment = self.desktop.environment | self.github.environment
+        for name in "DISPLAY", "WAYLAND_DISPLAY":
+            environment.pop(name, None)
+        return self.desktop.launch(arguments[0], [PROGRAM, *arguments], environment=environment)
+
+    def test_keeps_the_token_that_is_under_way_when_its_display_goes(self):
+        for windowing in "x11", "wayland":
+            with self.subTest(windowing=windowing):
+                self.desktop = self.session(windowing, notifications="none", accessibility=False)
+                self.github = Simulator(self.desktop, "--token-lifetime", "200")
+                self.github.small_world([{"environment": "production", "state": "IN_PROGRESS"}])
+                connection = self.command("connect")
+                self.github.approve()
+                self.assertEqual(connection.wait(PATIENCE), 0, connection.output())
+                self.start_velmora("--background")
+                self.velmora.wait_for_item()
+                self.desktop.tray.click()
+                eventually(self.velmora.is_open, "the window")
+                self.github.tell("rules", {"path": _TOKENS, "times": 1, "action": {"delayMilliseconds": _LATE}})
+                before = len(self.github.requests(_TOKENS))
+                self.command("refresh")
+                eventually(lambda: len(self.github.requests(_TOKENS)) > before, "a request for a token")
+
+                self.desktop.screen.end()
+
+                self.assertEqual(self.velmora.program.wait(_LATE / 1000 + _WITHIN_A_SECOND), 1)
+                watching = self.command("watch", "--once")
+                self.assertEqual(watching.wait(PATIENCE), 0, watching.output())
+                bodies = [request["body"] for request in self.github.requests(_TOKENS)]
+                renewals = [body for body in bodies if "grant_type=refresh_token" in body]
+                self.assertGreater(len(renewals), 1)
+                self.assertEqual(len(renewals), len(set(renewals)))
 
     def test_the_demo_ends_with_its_display_and_leaves_nobody(self):
         self.come_up("--demo", "--background", accessibility=False)

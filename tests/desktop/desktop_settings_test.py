@@ -197,7 +197,8 @@ class SettingsTest(VelmoraTest):
 
     def known_accounts(self):
         """The logins that are kept on the disk."""
-        accounts = json.loads(base64.b64decode(self.preferences()["github.accounts"]["data"]))
+        key = f"github.accounts@{self.github.address}"
+        accounts = json.loads(base64.b64decode(self.preferences()[key]["data"]))
         return [account["login"] for account in accounts]
 
 

@@ -7,7 +7,7 @@ import unittest
 
 from headless import eventually
 from headless.waiting import never
-from velmora import VelmoraTest
+from velmora import SAMPLE, VelmoraTest
 
 _NO_TRAY = "This desktop shows no tray. Starting Velmora again opens this window."
 # Longer than a tray is waited for at login.
@@ -40,7 +40,7 @@ class MainPath:
             return [row.name.split(",")[0] for row in window.all("list item") if row.name.count(",") == 1]
 
         self.assertEqual(eventually(sections, "the deployments")[0], "In progress")
-        self.assertTrue(any(text.startswith("Updated ") for text in window.texts()))
+        eventually(lambda: any(text.startswith("Updated ") for text in window.texts()), "the time of the update")
 
         row = velmora.click_row(window, "failed")
         repository = row.split(",")[0]
@@ -82,6 +82,12 @@ class WaylandMainPathTest(MainPath, VelmoraTest):
 class ComingAndGoingTest(VelmoraTest):
     """Panels that come late, crash, or are not there at all."""
 
+    def wait_for_focus(self, session, program):
+        eventually(
+            lambda: any(window.is_active and window.pid == program.pid for window in session.windows.list()),
+            "the focus to be where it was",
+        )
+
     def test_the_item_comes_back_after_a_restart_and_after_a_crash_of_the_panel(self):
         for tray in ("xfce", "lxqt"):
             with self.subTest(tray):
@@ -91,12 +97,34 @@ class ComingAndGoingTest(VelmoraTest):
 
                 session.tray.restart()
                 velmora.open_by_click()
+                velmora.wait_until_active()
                 session.tray.stop(signal.SIGKILL)
                 session.tray.start()
                 session.screen.key("Escape")
                 velmora.wait_until_closed()
 
                 velmora.open_by_click()
+                velmora.end()
+                session.end()
+
+    def test_a_panel_that_restarts_opens_no_window_and_takes_no_focus(self):
+        for tray in ("xfce", "lxqt"):
+            with self.subTest(tray):
+                session = self.session(tray=tray, notifications="none", keyring="absent")
+                velmora = self.start(session, "--demo")
+                velmora.wait_for_item()
+                sample = session.start("sample", [SAMPLE])
+                session.window_of(sample)
+                self.wait_for_focus(session, sample)
+
+                session.tray.stop(signal.SIGKILL)
+                # Longer than a panel may take to come back.
+                never(velmora.windows, "a window opens by itself", seconds=14)
+                session.tray.start()
+
+                velmora.wait_for_item()
+                never(velmora.windows, "a window opens by itself", seconds=1)
+                self.wait_for_focus(session, sample)
                 velmora.end()
                 session.end()
 

@@ -5,9 +5,12 @@
 import signal
 import unittest
 
+from gi.repository import GLib
 from headless import eventually
 from headless.waiting import never
-from velmora import SAMPLE, VelmoraTest
+from velmora import SAMPLE, Velmora, VelmoraTest
+
+_APPLICATION = ("com.tarvik.Velmora.Demo", "/com/tarvik/Velmora/Demo", "org.freedesktop.Application")
 
 
 class WindowTest(VelmoraTest):
@@ -23,7 +26,7 @@ class WindowTest(VelmoraTest):
 
         self.velmora.open_by_click()
 
-        self.assertTrue(self.velmora.windows()[0].is_active)
+        self.velmora.wait_until_active()
 
     def test_a_second_click_closes_it_and_does_not_open_it_again(self):
         for _ in range(3):
@@ -34,6 +37,7 @@ class WindowTest(VelmoraTest):
 
     def test_escape_closes_it(self):
         self.velmora.open_by_click()
+        self.velmora.wait_until_active()
         self.desktop.screen.key("Escape")
 
         self.velmora.wait_until_closed()
@@ -47,8 +51,7 @@ class WindowTest(VelmoraTest):
             lambda: next((item for item in self.desktop.tray.items() if item.pid == self.velmora.pid), None), "the item"
         )
         item.choose("Open Velmora")
-        self.velmora.window()
-        self.assertTrue(self.velmora.windows()[0].is_active)
+        self.velmora.wait_until_active()
 
         name = self.desktop.accessibility.program(sample.pid).find("text", "Name")
         self.desktop.click(name)
@@ -82,6 +85,7 @@ class WindowTest(VelmoraTest):
 
     def test_ctrl_q_ends_the_program(self):
         self.velmora.open_by_click()
+        self.velmora.wait_until_active()
         self.desktop.screen.key("ctrl+q")
 
         self.assertEqual(self.velmora.program.wait(), 0)
@@ -95,10 +99,12 @@ class WindowTest(VelmoraTest):
     def test_keys_reach_a_row_and_open_its_page(self):
         window = self.velmora.open_by_click()
         eventually(lambda: window.all("list item"), "rows")
-        for _ in range(12):
-            if any("focused" in element.states for element in window.all("list") + window.all("list item")):
-                break
+        focused = window.focused()
+        while focused is None or focused.role not in ("list", "list item"):
+            before = focused
             self.desktop.screen.key("Tab")
+            eventually(lambda before=before: window.focused() not in (None, before), "the focus to go on")
+            focused = window.focused()
         self.desktop.screen.key("Down", "Return")
 
         eventually(self.desktop.browser.opened, "a page in the browser")
@@ -119,6 +125,52 @@ class WindowTest(VelmoraTest):
 
         self.assertEqual(second.program.wait(), 0)
         never(self.velmora.is_open, "a start at login opened the window", 0.5)
+
+
+
+class StrangerTest(VelmoraTest):
+    """What any other program of the session may send."""
+
+    def test_a_token_that_is_none_ends_nothing(self):
+        for windowing in ("x11", "wayland"):
+            with self.subTest(windowing):
+                session = self.session(windowing, notifications="none", keyring="absent")
+                velmora = self.start(session, "--demo", "--background")
+                velmora.wait_until_running()
+                # With the window open, a token goes straight to the compositor.
+                session.bus.call(*_APPLICATION, "Activate", "(a{sv})", {})
+                velmora.window()
+                sample = session.start("sample", [SAMPLE])
+                session.window_of(sample)
+                for token in ("A" * 5000, "A" * 4080, "a\nb"):
+                    data = {"activation-token": GLib.Variant("s", token)}
+                    session.bus.call(*_APPLICATION, "Activate", "(a{sv})", data)
+
+                session.bus.call(*_APPLICATION, "Activate", "(a{sv})", {})
+                velmora.window()
+                self.assertTrue(velmora.program.is_running)
+                velmora.end()
+                session.end()
+
+
+class RefusedConfigurationTest(VelmoraTest):
+    """Where nobody sees what is written, a window says why the program cannot start."""
+
+    def test_is_shown_until_the_window_is_closed(self):
+        for windowing in ("x11", "wayland"):
+            with self.subTest(windowing):
+                session = self.session(windowing, notifications="none", keyring="absent")
+                velmora = Velmora(session, environment={"VELMORA_GITHUB_HOST": "https://not a host"})
+                window = velmora.window()
+                window.find("label", "Velmora cannot start")
+                self.assertIn("VELMORA_GITHUB_HOST", " ".join(window.texts()))
+                self.assertFalse(session.bus.has("com.tarvik.Velmora"))
+
+                window.find("push button", "Quit").press()
+
+                eventually(lambda: not velmora.program.is_running, "the end")
+                self.assertEqual(velmora.program.exit_code, 1)
+                session.end()
 
 
 if __name__ == "__main__":

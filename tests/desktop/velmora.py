@@ -110,6 +110,10 @@ class Velmora:
     def wait_until_closed(self):
         eventually(lambda: not self.is_open(), "Velmora's window to close")
 
+    def wait_until_active(self):
+        """Keys go to the window from then on, which is a moment after it is shown."""
+        eventually(lambda: any(window.is_active for window in self.windows()), "the window to be active")
+
     def open_by_click(self):
         self.wait_for_item()
         self._session.tray.click()
@@ -117,7 +121,7 @@ class Velmora:
 
     def open_settings(self):
         """From the window by its keys; the settings take its place."""
-        eventually(lambda: any(window.is_active for window in self.windows()), "the window to be active")
+        self.wait_until_active()
         self._session.screen.key("ctrl+comma")
         return self.settings()
 

@@ -5,6 +5,7 @@
 #include "platform/fake_status_notifier_watcher.h"
 
 #include "simulator/simulator.h"
+#include "support/test_main.h"
 
 #include <QDirIterator>
 #include <QElapsedTimer>
@@ -267,5 +268,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DiagnoseTest)
+VELMORA_TEST(DiagnoseTest)
 #include "diagnose_test.moc"

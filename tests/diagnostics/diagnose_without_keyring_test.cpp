@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The real program in a session whose keyring nobody has started yet.
 #include "accounts/github_account.h"
+#include "accounts/login_origin.h"
 #include "cli/program_run.h"
 #include "platform/preferences_file.h"
 #include "support/json.h"
+#include "support/test_main.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -19,6 +21,8 @@ namespace
 {
 
 const QString kKeyring = QStringLiteral("org.freedesktop.secrets");
+/// Nobody answers there, and nothing leaves the machine.
+const QString kNowhere = QStringLiteral("http://127.0.0.1:1");
 
 } // namespace
 
@@ -35,7 +39,9 @@ private:
         QVERIFY(QDir().mkpath(folder));
         QFile file(folder + QStringLiteral("/preferences.json"));
         QVERIFY(file.open(QIODevice::WriteOnly));
-        const QJsonObject content{{QStringLiteral("github.accounts"), jsonFromPreference(encodeJSON(accounts))}};
+        const LoginOrigin origin{QUrl(kNowhere)};
+        const QJsonObject content{
+            {origin.preferenceKey(QStringLiteral("github.accounts")), jsonFromPreference(encodeJSON(accounts))}};
         file.write(QJsonDocument(content).toJson());
     }
 
@@ -45,12 +51,11 @@ private Q_SLOTS:
         writeAccounts({{7, QStringLiteral("mona"), {}}, {8, QStringLiteral("lisa"), {}}});
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("HOME"), m_home.path());
-        // Nobody answers there, and nothing leaves the machine.
         for (const char *name : {"VELMORA_API_URL", "VELMORA_WEB_URL", "VELMORA_LOGIN_URL"})
-            environment.insert(QString::fromLatin1(name), QStringLiteral("http://127.0.0.1:1"));
+            environment.insert(QString::fromLatin1(name), kNowhere);
         ProgramRun run({QStringLiteral("diagnose")}, environment);
         run.start();
-        QVERIFY(run.ends());
+        QVERIFY(run.ends(50'000));
         QCOMPARE(run.code(), 0);
         const QDBusConnectionInterface *bus = QDBusConnection::sessionBus().interface();
         QVERIFY(bus->activatableServiceNames().value().contains(kKeyring));
@@ -70,5 +75,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DiagnoseWithoutKeyringTest)
+VELMORA_TEST(DiagnoseWithoutKeyringTest)
 #include "diagnose_without_keyring_test.moc"

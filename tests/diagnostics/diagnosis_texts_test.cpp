@@ -2,6 +2,7 @@
 #include "diagnostics/findings.h"
 #include "diagnostics/private_names.h"
 #include "diagnostics/texts.h"
+#include "support/test_main.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -153,6 +154,30 @@ private Q_SLOTS:
         QCOMPARE(clockText(std::nullopt, kNow), QStringLiteral("GitHub does not tell its time"));
     }
 
+    void theVersionOfAServerIsTold_data()
+    {
+        QTest::addColumn<QByteArray>("api");
+        QTest::addColumn<QString>("text");
+        const QByteArray old = "2022-11-28";
+        const QByteArray current = "2026-03-10";
+        const QString advice = QStringLiteral(", which knows no API of 2026-03-10: set VELMORA_API_VERSION=2022-11-28");
+        QTest::newRow("3.20.9") << current << QStringLiteral("Enterprise Server 3.20.9") + advice;
+        QTest::newRow("3.20.10") << old << QStringLiteral("Enterprise Server 3.20.10");
+        QTest::newRow("3.21.0") << current << QStringLiteral("Enterprise Server 3.21.0");
+        QTest::newRow(" 3.22 ") << current << QStringLiteral("Enterprise Server 3.22");
+        QTest::newRow("4.0.1") << current << QStringLiteral("Enterprise Server 4.0.1");
+        QTest::newRow("2.22.22") << current << QStringLiteral("Enterprise Server 2.22.22") + advice;
+        QTest::newRow("3.20; secret.corp.test")
+            << current << QStringLiteral("Enterprise Server of a version that cannot be read");
+    }
+    void theVersionOfAServerIsTold()
+    {
+        QFETCH(QByteArray, api);
+        QFETCH(QString, text);
+        QCOMPARE(serverText(QByteArray(QTest::currentDataTag()), api), text);
+        QCOMPARE(serverText(std::nullopt, api), QString());
+    }
+
     void rateLimitsAreTold_data()
     {
         QTest::addColumn<QString>("text");
@@ -181,5 +206,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DiagnosisTextsTest)
+VELMORA_TEST(DiagnosisTextsTest)
 #include "diagnosis_texts_test.moc"

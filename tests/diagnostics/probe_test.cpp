@@ -4,6 +4,7 @@
 #include "support/await.h"
 #include "support/error.h"
 #include "support/one_shot.h"
+#include "support/test_main.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -112,5 +113,5 @@ private Q_SLOTS:
     void nothingToAskIsAnsweredAtOnce() { QVERIFY(awaitValue(runProbes({}, {}, 10s, {})).isEmpty()); }
 };
 
-QTEST_GUILESS_MAIN(ProbeTest)
+VELMORA_TEST(ProbeTest)
 #include "probe_test.moc"

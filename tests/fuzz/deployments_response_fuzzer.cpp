@@ -9,7 +9,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     try {
         const JSONDocument document(fuzz::bytes(data, size));
-        const auto response = payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document));
+        auto answer = decodeJSON<GitHubDeploymentGraphQLResponse>(document);
+        const QStringList asked{QStringLiteral("R_0"), QStringLiteral("R_1"), QStringLiteral("R_2")};
+        const auto unanswered = unansweredRepositories(answer, asked);
+        fuzz::require(unanswered.size() <= asked.size(), "each repository is unanswered once");
+        const auto response = payload(std::move(answer));
         const auto result = fetchResult(response);
         qsizetype nodes = 0;
         for (const auto &repository : response.nodes)

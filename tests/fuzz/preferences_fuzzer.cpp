@@ -30,6 +30,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     fuzz::require(writing.content && writing.content->value(u"key").toBool(), "a change is kept");
     PreferencesExchange again;
     exchange(path, std::chrono::seconds(1), again);
-    fuzz::require(again.content == writing.content && again.failures.isEmpty(), "what was written can be read");
+    fuzz::require(again.content == writing.content && again.failure.isEmpty(), "what was written can be read");
     return 0;
 }

@@ -2,6 +2,7 @@
 #include "github/deployment_client_error.h"
 #include "github/deployments_query.h"
 #include "support/json.h"
+#include "support/test_main.h"
 
 #include <QFile>
 #include <QTest>
@@ -80,6 +81,19 @@ std::optional<RateLimitNotice> noticeOf(const QByteArray &json, std::optional<In
 class DeploymentsQueryTest : public QObject
 {
     Q_OBJECT
+
+    /// In an answer to a question for "R_0" and "R_1", of which the second one is null.
+    static QList<UnansweredRepository> unansweredIn(const QByteArray &error)
+    {
+        const QByteArray json
+            = quoted("{'data':{'nodes':[{'id':'R_0','nameWithOwner':'o/0','url':'https://github.com/o/0',"
+                     "'deployments':{'nodes':[]}},null],"
+                     "'rateLimit':{'cost':1,'remaining':1,'resetAt':'2026-05-01T12:00:00Z'}},'errors':[{")
+            + error + "}]}";
+        const JSONDocument document(json);
+        return unansweredRepositories(
+            decodeJSON<GitHubDeploymentGraphQLResponse>(document), {QStringLiteral("R_0"), QStringLiteral("R_1")});
+    }
 
 private Q_SLOTS:
     void theRequestHoldsTheQueryAndTheIdsInTheirOrder()
@@ -252,7 +266,77 @@ private Q_SLOTS:
         QCOMPARE(failureOf(json), failure);
     }
 
+    void whereLimitsCanBeSwitchedOffANullMeansThatThereIsNone()
+    {
+        const JSONDocument none(quoted("{'data':{'nodes':[],'rateLimit':null}}"));
+        const auto answer = payload(decodeJSON<GitHubDeploymentGraphQLResponse>(none));
+        QCOMPARE(fetchResult(answer, RateLimitUse::Configurable).rateLimit, DeploymentRateLimit::none());
+        const JSONDocument limited(quoted("{'data':{'nodes':[],") + kLimit + "}}");
+        const auto other = payload(decodeJSON<GitHubDeploymentGraphQLResponse>(limited));
+        QCOMPARE(fetchResult(other, RateLimitUse::Configurable).rateLimit.remaining, 2);
+    }
+
     void errorsBesideDataAreIgnored() { QCOMPARE(failureOf(fixture()), QString()); }
+
+    void aRepositoryThatIsNullBesideAnErrorIsUnansweredForAReason_data()
+    {
+        QTest::addColumn<QByteArray>("error");
+        QTest::addColumn<QString>("beginning");
+        const auto row = [](const char *name, const char *error, const char *beginning) {
+            QTest::newRow(name) << quoted(error) << QString::fromUtf8(beginning);
+        };
+        row("single sign-on", "'type':'FORBIDDEN','extensions':{'saml_failure':true}",
+            "Its organization asks for single");
+        row("a bare refusal", "'type':'FORBIDDEN'", "Velmora may not read its deployments. Allow");
+        row("missing permission", "'type':'FORBIDDEN','extensions':{'saml_failure':false}", "Velmora may not read");
+        row("gone", "'type':'NOT_FOUND'", "GitHub does not find it.");
+        row("too expensive", "'type':'RESOURCE_LIMITS_EXCEEDED'", "GitHub found the question too expensive.");
+        row("another kind", "'type':'SOMETHING'", "words");
+        row("no kind", "'extensions':7", "words");
+    }
+    void aRepositoryThatIsNullBesideAnErrorIsUnansweredForAReason()
+    {
+        QFETCH(QByteArray, error);
+        QFETCH(QString, beginning);
+        const auto unanswered = unansweredIn(error + quoted(",'message':'words','path':['nodes',1,'deployments']"));
+        QCOMPARE(unanswered.size(), 1);
+        QCOMPARE(unanswered.first().nodeID, QStringLiteral("R_1"));
+        QVERIFY2(unanswered.first().reason.startsWith(beginning), qPrintable(unanswered.first().reason));
+    }
+
+    void theWordsOfAnErrorTellOfSingleSignOnAndOfAddresses()
+    {
+        const QByteArray path = quoted(",'type':'FORBIDDEN','path':['nodes',1]");
+        QVERIFY(unansweredIn(quoted("'message':'Resource protected by organization SAML enforcement.'") + path)
+                    .first()
+                    .reason.contains(QLatin1String("single sign-on")));
+        QVERIFY(unansweredIn(quoted("'message':'The organization has an IP allow list enabled.'") + path)
+                    .first()
+                    .reason.contains(QLatin1String("network")));
+    }
+
+    void anErrorThatIsAboutNoNullIsIgnored_data()
+    {
+        QTest::addColumn<QByteArray>("error");
+        QTest::newRow("a repository that is there") << quoted("'message':'m','path':['nodes',0,'deployments']");
+        QTest::newRow("a place that is none") << quoted("'message':'m','path':['nodes',3]");
+        QTest::newRow("a negative place") << quoted("'message':'m','path':['nodes',-1]");
+        QTest::newRow("an absurd place") << quoted("'message':'m','path':['nodes',99999999999]");
+        QTest::newRow("another field") << quoted("'message':'m','path':['rateLimit']");
+        QTest::newRow("a path that is none") << quoted("'message':'m','path':'nodes'");
+        QTest::newRow("no path") << quoted("'message':'m'");
+    }
+    void anErrorThatIsAboutNoNullIsIgnored()
+    {
+        QFETCH(QByteArray, error);
+        QVERIFY(unansweredIn(error).isEmpty());
+    }
+
+    void wordsOfErrorsAreCut()
+    {
+        const QByteArray words = quoted("'message':'") + QByteArray(9000, 'x') + quoted("','path':['nodes',1]");
+        QCOMPARE(unansweredIn(words).first().reason.size(), 500);
+    }
 
     void errorsOfARateLimitCarryTheTimeOfTheHeaders_data()
     {
@@ -275,5 +359,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DeploymentsQueryTest)
+VELMORA_TEST(DeploymentsQueryTest)
 #include "deployments_query_test.moc"

@@ -5,6 +5,7 @@
 #include "support/json.h"
 
 #include "client_fixture.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -150,6 +151,47 @@ private Q_SLOTS:
         QCOMPARE(result.rateLimit, (DeploymentRateLimit{2, 4980, *parseISO8601(u"2024-05-01T14:00:00Z")}));
     }
 
+    void onlyGitHubItselfAlwaysHasARateLimit_data()
+    {
+        QTest::addColumn<QString>("api");
+        QTest::addColumn<QString>("graphql");
+        QTest::addColumn<QString>("failure");
+        const QString missing = text("data.rateLimit is missing");
+        QTest::newRow("github.com") << text("https://api.github.com") << QString() << missing;
+        QTest::newRow("github.com, said twice")
+            << text("https://api.github.com") << text("https://api.github.com/graphql") << missing;
+        QTest::newRow("an Enterprise Server")
+            << text("https://ghe.example.com/api/v3") << text("https://ghe.example.com/api/graphql") << QString();
+        QTest::newRow("a tenant") << text("https://api.octo.ghe.com") << QString() << QString();
+    }
+    void onlyGitHubItselfAlwaysHasARateLimit()
+    {
+        QFETCH(QString, api);
+        QFETCH(QString, graphql);
+        QFETCH(QString, failure);
+        ClientFixture fixture;
+        fixture.client.apiURL = QUrl(api);
+        fixture.client.graphqlURL = QUrl(graphql);
+        fixture.session->enqueue(200, R"({"data":{"nodes":[],"rateLimit":null}})");
+        const auto outcome = await(fixture.client.fetchDeployments(repositories(1), text("t")));
+        QCOMPARE(outcome.description(), failure);
+        if (failure.isEmpty())
+            QCOMPARE(outcome.value->rateLimit, DeploymentRateLimit::none());
+        fixture.session->enqueue(200, R"({"data":{"nodes":[]}})");
+        QCOMPARE(await(fixture.client.fetchDeployments(repositories(1), text("t"))).description(),
+            text("data.rateLimit is missing"));
+    }
+
+    void aLimitThatOneBatchTellsHoldsForAll()
+    {
+        ClientFixture fixture;
+        fixture.client.apiURL = QUrl(text("https://ghe.example.com/api/v3"));
+        fixture.session->enqueue(200, R"({"data":{"nodes":[],"rateLimit":null}})");
+        fixture.session->handler = plainAnswer;
+        const auto result = awaitValue(fixture.client.fetchDeployments(repositories(21), text("t")));
+        QCOMPARE(result.rateLimit, (DeploymentRateLimit{1, 4990, *parseISO8601(u"2024-05-01T13:00:00Z")}));
+    }
+
     void oneFailedBatchFailsTheWholeFetch()
     {
         ClientFixture fixture;
@@ -211,5 +253,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(GitHubClientDeploymentsTest)
+VELMORA_TEST(GitHubClientDeploymentsTest)
 #include "github_client_deployments_test.moc"

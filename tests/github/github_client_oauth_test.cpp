@@ -2,6 +2,7 @@
 #include "github/github_client_error.h"
 
 #include "client_fixture.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -25,6 +26,11 @@ DeviceAuthorization authorization(qint64 expiresIn = 900, qint64 interval = 5)
 {
     return {
         text("device"), text("WDJB-MJHT"), WebAddress(text("https://github.com/login/device")), expiresIn, interval};
+}
+
+std::exception_ptr failure(TransportError::Kind kind)
+{
+    return std::make_exception_ptr(TransportError(kind, text("no answer")));
 }
 
 /// Moves the time from sleep to sleep until the task ends.
@@ -53,6 +59,7 @@ private Q_SLOTS:
         QCOMPARE(request.method, QByteArray("POST"));
         QCOMPARE(request.url.toEncoded(), QByteArray("https://github.com/login/device/code"));
         QCOMPARE(*request.body, QByteArray("client_id=Iv1.client"));
+        QVERIFY(!request.isUnrepeatable);
         const HTTPHeaders headers{
             {"Accept", "application/json"}, {"Content-Type", "application/x-www-form-urlencoded"}};
         QCOMPARE(request.headers, headers);
@@ -70,12 +77,38 @@ private Q_SLOTS:
     void aRefusedBeginningFailsWithItsStatus()
     {
         ClientFixture fixture;
-        fixture.session->enqueue(404, R"({"error":"Not Found"})");
+        fixture.session->enqueue(404, "<html>");
         QVERIFY(await(fixture.client.beginDeviceAuthorization()).failedWith(GitHubClientError::requestFailed(404)));
+        fixture.session->enqueue(400, R"({"error":"unauthorized_client"})");
+        QVERIFY(await(fixture.client.beginDeviceAuthorization()).failedWith(GitHubClientError::requestFailed(400)));
         fixture.session->enqueue(HTTPResponse());
         QVERIFY(await(fixture.client.beginDeviceAuthorization()).failedWith(GitHubClientError::invalidResponse()));
         fixture.session->enqueue(200, "{}");
         QCOMPARE(await(fixture.client.beginDeviceAuthorization()).description(), text("device_code is missing"));
+    }
+
+    void anAppThatCannotBeConnectedWithIsToldFromOtherRefusals_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<bool>("isUnknown");
+        QTest::newRow("unknown") << 404 << QByteArray(R"({"error":"Not Found"})") << true;
+        QTest::newRow("disabled") << 400 << QByteArray(R"({"error":"device_flow_disabled"})") << false;
+        QTest::newRow("disabled, with a success") << 200 << QByteArray(R"({"error":"device_flow_disabled"})") << false;
+        QTest::newRow("wrong credentials") << 200 << QByteArray(R"({"error":"incorrect_client_credentials"})") << true;
+    }
+    void anAppThatCannotBeConnectedWithIsToldFromOtherRefusals()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(bool, isUnknown);
+        ClientFixture fixture;
+        fixture.session->enqueue(status, body);
+        const auto outcome = await(fixture.client.beginDeviceAuthorization());
+        QVERIFY(outcome.failedWith(
+            isUnknown ? GitHubClientError::unknownClient() : GitHubClientError::deviceFlowDisabled()));
+        QVERIFY(outcome.description().contains(isUnknown ? text("GITHUB_CLIENT_ID") : text("“Enable Device Flow”")));
+        QCOMPARE(fixture.session->requests.size(), 1);
     }
 
     void theFirstPollIsOneIntervalAfterTheStart()
@@ -195,6 +228,9 @@ private Q_SLOTS:
         };
         row("denied", R"({"error":"access_denied","error_description":"x"})", GitHubClientError::authorizationDenied());
         row("expired", R"({"error":"expired_token"})", GitHubClientError::authorizationExpired());
+        row("expired, as documented", R"({"error":"token_expired"})", GitHubClientError::authorizationExpired());
+        row("disabled", R"({"error":"device_flow_disabled"})", GitHubClientError::deviceFlowDisabled());
+        row("unknown App", R"({"error":"incorrect_client_credentials"})", GitHubClientError::unknownClient());
         row("unknown", R"({"error":"unsupported_grant_type"})", GitHubClientError::invalidResponse());
         row("neither", "{}", GitHubClientError::invalidResponse());
     }
@@ -211,13 +247,114 @@ private Q_SLOTS:
         QCOMPARE(fixture.session->requests.size(), 1);
     }
 
-    void anUnsuccessfulPollFailsWithItsStatus()
+    void aRefusedPollFailsWithItsStatus()
+    {
+        for (const int status : {302, 400, 401, 403, 404, 429, 499}) {
+            ClientFixture fixture;
+            fixture.session->enqueue(status, "<html>");
+            const auto outcome = start(fixture.client.waitForDeviceAuthorization(authorization()));
+            runToEnd(fixture.clock, outcome);
+            QVERIFY(outcome->failedWith(GitHubClientError::requestFailed(status)));
+            QCOMPARE(fixture.session->requests.size(), 1);
+        }
+    }
+
+    void anAnswerThatCannotBeReadEndsTheFlow()
+    {
+        ClientFixture fixture;
+        fixture.session->enqueue(200, "<html>");
+        const auto outcome = start(fixture.client.waitForDeviceAuthorization(authorization()));
+        runToEnd(fixture.clock, outcome);
+        QVERIFY(outcome->failedWithType<DecodingError>());
+        fixture.session->enqueue(HTTPResponse());
+        const auto other = start(fixture.client.waitForDeviceAuthorization(authorization()));
+        runToEnd(fixture.clock, other);
+        QVERIFY(other->failedWith(GitHubClientError::invalidResponse()));
+        fixture.session->enqueueFailure(failure(TransportError::Kind::BodyTooLarge));
+        const auto endless = start(fixture.client.waitForDeviceAuthorization(authorization()));
+        runToEnd(fixture.clock, endless);
+        QVERIFY(endless->failedWithType<TransportError>());
+    }
+
+    void aPollWithoutAnAnswerIsFollowedByTheNext()
     {
         ClientFixture fixture;
         fixture.session->enqueue(502, "<html>");
+        fixture.session->enqueueFailure(failure(TransportError::Kind::Network));
+        fixture.session->enqueue(200, kSlowDown);
+        fixture.session->enqueue(503, "");
+        fixture.session->enqueueFailure(failure(TransportError::Kind::Network));
+        fixture.session->enqueue(200, kToken);
         const auto outcome = start(fixture.client.waitForDeviceAuthorization(authorization()));
         runToEnd(fixture.clock, outcome);
-        QVERIFY(outcome->failedWith(GitHubClientError::requestFailed(502)));
+        QVERIFY(outcome->value.has_value());
+        QCOMPARE(fixture.clock.requestedSleeps, (Milliseconds{5s, 5s, 5s, 10s, 10s, 10s}));
+    }
+
+    void timeOutsAreFollowedByPollsInAGrowingDistance()
+    {
+        ClientFixture fixture;
+        for (int i = 0; i < 6; ++i)
+            fixture.session->enqueueFailure(failure(TransportError::Kind::TimedOut));
+        fixture.session->enqueueFailure(failure(TransportError::Kind::Network));
+        fixture.session->enqueue(200, kPending);
+        fixture.session->enqueueFailure(failure(TransportError::Kind::TimedOut));
+        fixture.session->enqueue(200, kToken);
+        const auto outcome = start(fixture.client.waitForDeviceAuthorization(authorization()));
+        runToEnd(fixture.clock, outcome);
+        QVERIFY(outcome->value.has_value());
+        QCOMPARE(fixture.clock.requestedSleeps, (Milliseconds{5s, 10s, 20s, 40s, 60s, 60s, 60s, 60s, 5s, 10s}));
+    }
+
+    void aTimeOutNeverShortensTheInterval()
+    {
+        ClientFixture fixture;
+        fixture.session->enqueueFailure(failure(TransportError::Kind::TimedOut));
+        fixture.session->enqueue(200, kToken);
+        const auto outcome = start(fixture.client.waitForDeviceAuthorization(authorization(900, 100)));
+        runToEnd(fixture.clock, outcome);
+        QVERIFY(outcome->value.has_value());
+        QCOMPARE(fixture.clock.requestedSleeps, (Milliseconds{100s, 100s}));
+    }
+
+    void withoutANetworkTheCodeExpires_data()
+    {
+        QTest::addColumn<TransportError::Kind>("kind");
+        QTest::newRow("lost") << TransportError::Kind::Network;
+        QTest::newRow("timed out") << TransportError::Kind::TimedOut;
+    }
+    void withoutANetworkTheCodeExpires()
+    {
+        QFETCH(TransportError::Kind, kind);
+        ClientFixture fixture;
+        fixture.session->handler = [kind](const HTTPRequest &) -> HTTPResponse {
+            std::rethrow_exception(failure(kind));
+        };
+        const Instant begin = fixture.clock.now();
+        const auto outcome = start(fixture.client.waitForDeviceAuthorization(authorization()));
+        runToEnd(fixture.clock, outcome);
+        QVERIFY(outcome->failedWith(GitHubClientError::authorizationExpired()));
+        QVERIFY(fixture.clock.now() - begin >= 900s);
+        QVERIFY(fixture.clock.now() - begin <= 960s);
+    }
+
+    void anIncorrectCodeIsTriedTwiceMore()
+    {
+        constexpr const char *kIncorrect = R"({"error":"incorrect_device_code"})";
+        ClientFixture granted;
+        for (const char *answer : {kPending, kIncorrect, kIncorrect, kToken})
+            granted.session->enqueue(200, answer);
+        const auto late = start(granted.client.waitForDeviceAuthorization(authorization()));
+        runToEnd(granted.clock, late);
+        QVERIFY(late->value.has_value());
+
+        ClientFixture refused;
+        for (const char *answer : {kIncorrect, kPending, kIncorrect, kIncorrect})
+            refused.session->enqueue(200, answer);
+        const auto never = start(refused.client.waitForDeviceAuthorization(authorization()));
+        runToEnd(refused.clock, never);
+        QVERIFY(never->failedWith(GitHubClientError::invalidResponse()));
+        QCOMPARE(refused.session->requests.size(), 4);
     }
 
     void aStopEndsTheSleepAndThePoll()
@@ -253,6 +390,20 @@ private Q_SLOTS:
             QByteArray("client_id=Iv1.client&grant_type=refresh_token&refresh_token=r%2B1"));
     }
 
+    void aRequestForATokenIsUnrepeatable()
+    {
+        ClientFixture fixture;
+        fixture.session->enqueue(200, kToken);
+        fixture.session->enqueue(200, kToken);
+        GitHubCredential old;
+        old.refreshToken = text("r");
+        awaitValue(fixture.client.refresh(old));
+        runToEnd(fixture.clock, start(fixture.client.waitForDeviceAuthorization(authorization())));
+        QCOMPARE(fixture.session->requests.size(), 2);
+        QVERIFY(fixture.session->requests.first().isUnrepeatable);
+        QVERIFY(fixture.session->requests.last().isUnrepeatable);
+    }
+
     void aCredentialWithoutARefreshTokenIsNotSent()
     {
         ClientFixture fixture;
@@ -280,5 +431,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(GitHubClientOAuthTest)
+VELMORA_TEST(GitHubClientOAuthTest)
 #include "github_client_oauth_test.moc"

@@ -2,6 +2,7 @@
 #include "github/github_client_error.h"
 
 #include "client_fixture.h"
+#include "support/test_main.h"
 
 #include <QTest>
 #include <QUrlQuery>
@@ -110,6 +111,32 @@ private Q_SLOTS:
         QCOMPARE(fixture.session->mostOpenRequests, 1);
     }
 
+    void aFullPageThatBringsNothingNewIsAnError()
+    {
+        ClientFixture f;
+        f.session->handler = [](const HTTPRequest &) {
+            return FakeHTTPSession::response(200, repositoriesPage(0, 100));
+        };
+        const auto outcome = await(f.client.fetchRepositories(7, QStringLiteral("token")));
+        QVERIFY(outcome.failedWith(GitHubClientError::repeatedPage()));
+        QCOMPARE(outcome.description(),
+            QStringLiteral("GitHub sent the same page of a list again. A proxy in between may drop “page” from the "
+                           "address."));
+        QCOMPARE(f.session->requests.size(), 2);
+    }
+
+    void whatMovesToTheNextPageMeanwhileIsListedOnce()
+    {
+        ClientFixture f;
+        f.session->enqueue(200, repositoriesPage(0, 100));
+        f.session->enqueue(200, repositoriesPage(99, 2));
+        const auto repositories = awaitValue(f.client.fetchRepositories(7, QStringLiteral("token")));
+        QCOMPARE(repositories.size(), 101);
+        f.session->enqueue(200, repositoriesPage(0, 100));
+        f.session->enqueue(200, repositoriesPage(99, 1));
+        QCOMPARE(awaitValue(f.client.fetchRepositories(7, QStringLiteral("token"))).size(), 100);
+    }
+
     void aPageOfMoreThanAHundredIsTheLast()
     {
         ClientFixture fixture;
@@ -159,5 +186,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(GitHubClientRESTTest)
+VELMORA_TEST(GitHubClientRESTTest)
 #include "github_client_rest_test.moc"

@@ -3,6 +3,7 @@
 #include "github/github_client_error.h"
 
 #include "client_fixture.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -30,6 +31,13 @@ private Q_SLOTS:
         row("no token", GitHubClientError::missingAccessToken(), "GitHub did not return an access token.");
         row("no refresh token", GitHubClientError::missingRefreshToken(),
             "This GitHub account needs to be connected again.");
+        row("no device flow", GitHubClientError::deviceFlowDisabled(),
+            "The GitHub App does not allow the device flow. Switch “Enable Device Flow” on in the settings of the App "
+            "on GitHub, under Settings → Developer settings → GitHub Apps.");
+        row("unknown App", GitHubClientError::unknownClient(),
+            "GitHub knows no App with this client ID. Set GITHUB_CLIENT_ID, in velmora.properties or in the "
+            "environment, to the client ID on the App’s page on GitHub; for GitHub Enterprise, set "
+            "VELMORA_GITHUB_HOST as well.");
     }
     void theDescriptionsAreWrittenForThePerson()
     {
@@ -210,5 +218,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(GitHubClientTest)
+VELMORA_TEST(GitHubClientTest)
 #include "github_client_test.moc"

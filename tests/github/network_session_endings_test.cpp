@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "network_session_fixture.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -123,6 +125,122 @@ private Q_SLOTS:
         QCOMPARE(server.connections, 2);
     }
 
+    void anUnrepeatableRequestGoesOnWhenConnectionsAreDropped()
+    {
+        RawHTTPServer server;
+        QPointer<QTcpSocket> held;
+        server.handler = [&](QTcpSocket *socket, const QByteArray &request) {
+            if (request.startsWith("POST"))
+                held = socket;
+        };
+        NetworkSession session;
+        const auto once = start(session.send(unrepeatable(server.url()), {}));
+        const auto ordinary = start(session.send(get(server.url()), {}));
+        QVERIFY(waitUntil([&] { return server.requests.size() == 2; }));
+        session.dropConnections();
+        QVERIFY(waitUntil([&] { return ordinary->isDone && server.closedConnections == 1; }));
+        QCOMPARE(kindOf(*ordinary), kNetwork);
+        QVERIFY(!once->isDone);
+        QVERIFY(held);
+        held->write(RawHTTPServer::answer("200 OK", "the only answer"));
+        QVERIFY(waitUntil([&] { return once->isDone; }));
+        QVERIFY2(once->value, qPrintable(once->description()));
+        QCOMPARE(once->value->body, QByteArray("the only answer"));
+    }
+
+    void anUnrepeatableRequestHasAConnectionOfItsOwn()
+    {
+        RawHTTPServer server;
+        server.answerAll(RawHTTPServer::answer("200 OK", "x"));
+        NetworkSession session;
+        awaitValue(session.send(get(server.url()), {}));
+        awaitValue(session.send(unrepeatable(server.url()), {}));
+        QCOMPARE(server.connections, 2);
+        QVERIFY(waitUntil([&] { return server.closedConnections == 1; }));
+        awaitValue(session.send(unrepeatable(server.url()), {}));
+        QCOMPARE(server.connections, 3);
+        // The connection of the others is kept.
+        awaitValue(session.send(get(server.url()), {}));
+        QCOMPARE(server.connections, 3);
+        QVERIFY(server.requests.at(1).endsWith("\r\n\r\nworks once"));
+    }
+
+    void anUnrepeatableRequestKeepsItsLimits()
+    {
+        RawHTTPServer server;
+        NetworkSession session(limits(1500ms, 10s));
+        const auto outcome = start(session.send(unrepeatable(server.url()), {}));
+        QVERIFY(waitUntil([&] { return server.requests.size() == 1; }));
+        session.dropConnections();
+        QVERIFY(waitUntil([&] { return outcome->isDone; }));
+        QCOMPARE(kindOf(*outcome), kTimedOut);
+        QVERIFY(waitUntil([&] { return server.closedConnections == 1; }));
+    }
+
+    void aStopEndsAnUnrepeatableRequest()
+    {
+        RawHTTPServer server;
+        NetworkSession session;
+        std::stop_source stop;
+        const auto outcome = start(session.send(unrepeatable(server.url()), stop.get_token()));
+        QVERIFY(waitUntil([&] { return server.requests.size() == 1; }));
+        stopAndCheck(stop, outcome);
+        QVERIFY(waitUntil([&] { return server.closedConnections == 1; }));
+    }
+
+    void aRequestIsSentAgainWhenItsConnectionBreaksButNotOneThatIsUnrepeatable_data()
+    {
+        QTest::addColumn<QByteArray>("beginning");
+        QTest::addColumn<bool>("isReset");
+        QTest::newRow("closed before the answer") << QByteArray() << false;
+        QTest::newRow("reset before the answer") << QByteArray() << true;
+        QTest::newRow("closed within the first line") << QByteArray("HTTP/1.1 2") << false;
+    }
+
+    void aRequestIsSentAgainWhenItsConnectionBreaksButNotOneThatIsUnrepeatable()
+    {
+        QFETCH(QByteArray, beginning);
+        QFETCH(bool, isReset);
+        RawHTTPServer server;
+        server.handler = [&](QTcpSocket *socket, const QByteArray &) {
+            if (!beginning.isEmpty()) {
+                socket->write(beginning);
+                socket->flush();
+            }
+            if (isReset)
+                socket->abort();
+            else
+                socket->disconnectFromHost();
+        };
+        NetworkSession session;
+        // What the rest is about: without a word to the contrary, Qt sends it several times.
+        std::ignore = await(session.send(post(server.url(), "works often"), {}));
+        QVERIFY(server.requests.size() > 1);
+        server.requests.clear();
+        const auto outcome = await(session.send(unrepeatable(server.url()), {}));
+        QCOMPARE(server.requests.size(), 1);
+        QCOMPARE(kindOf(outcome), kNetwork);
+        QCOMPARE(
+            outcome.description(), QStringLiteral("127.0.0.1 closed the connection before the answer was complete."));
+        drainEvents();
+        QCOMPARE(server.requests.size(), 1);
+    }
+
+    void aClosedSessionEndsEveryRequestAndTakesNone()
+    {
+        RawHTTPServer server;
+        NetworkSession session;
+        const auto once = start(session.send(unrepeatable(server.url()), {}));
+        const auto ordinary = start(session.send(get(server.url()), {}));
+        QVERIFY(waitUntil([&] { return server.requests.size() == 2; }));
+        session.close();
+        QVERIFY(waitUntil([&] { return once->isDone && ordinary->isDone && server.closedConnections == 2; }));
+        QCOMPARE(kindOf(*once), kNetwork);
+        QCOMPARE(kindOf(*ordinary), kNetwork);
+        QCOMPARE(kindOf(await(session.send(get(server.url()), {}))), kNetwork);
+        QCOMPARE(server.requests.size(), 2);
+    }
+
     void theEndOfTheSessionEndsItsRequestsOnTheSpot()
     {
         RawHTTPServer server;
@@ -158,5 +276,5 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(NetworkSessionEndingsTest)
+VELMORA_TEST(NetworkSessionEndingsTest)
 #include "network_session_endings_test.moc"

@@ -27,6 +27,13 @@ inline HTTPRequest post(const QUrl &url, const QByteArray &body)
     return request;
 }
 
+inline HTTPRequest unrepeatable(const QUrl &url)
+{
+    HTTPRequest request = post(url, "works once");
+    request.isUnrepeatable = true;
+    return request;
+}
+
 inline std::optional<TransportError::Kind> kindOf(const Outcome<HTTPResponse> &outcome)
 {
     if (!outcome.failure)

@@ -4,6 +4,7 @@
 #include "connect_proxy.h"
 #include "https_server.h"
 #include "network_session_fixture.h"
+#include "support/test_main.h"
 
 #include <QNetworkProxyFactory>
 #include <QTemporaryDir>
@@ -109,6 +110,27 @@ private Q_SLOTS:
         QCOMPARE(awaitValue(session.send(get(secure()), {})).body, QByteArray("hello"));
         QCOMPARE(proxy.lines(), QByteArrayList{"CONNECT ghe.example.test:443 HTTP/1.1"});
         QCOMPARE(server->requests.size(), 2);
+    }
+
+    void anUnrepeatableRequestIsSentOnceThroughAProxyThatWantsCredentials()
+    {
+        if (!isTrusted())
+            QSKIP("no trust store of its own");
+        const auto server = httpsServer(QStringLiteral("good"));
+        server->answerAll(kAnswer);
+        ConnectProxy proxy;
+        proxy.target = server->port();
+        proxy.credentials = "mona:p@ss";
+        qputenv("https_proxy", "http://mona:p%40ss@" + proxy.address());
+        NetworkSession session;
+        QCOMPARE(awaitValue(session.send(unrepeatable(secure()), {})).body, QByteArray("hello"));
+        server->handler = [](QTcpSocket *socket, const QByteArray &) {
+            socket->disconnectFromHost();
+        };
+        server->requests.clear();
+        const auto outcome = await(session.send(unrepeatable(secure()), {}));
+        QCOMPARE(kindOf(outcome), kNetwork);
+        QCOMPARE(server->requests.size(), 1);
     }
 
     void aRedirectThatNamesTheUsualPortStaysBehindTheProxy()
@@ -330,5 +352,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(NetworkSessionProxyTest)
+VELMORA_TEST(NetworkSessionProxyTest)
 #include "network_session_proxy_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "network_session_fixture.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -199,5 +201,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(NetworkSessionTest)
+VELMORA_TEST(NetworkSessionTest)
 #include "network_session_test.moc"

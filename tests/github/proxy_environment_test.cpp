@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "github/proxy_environment.h"
 #include "support/error.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -197,5 +198,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ProxyEnvironmentTest)
+VELMORA_TEST(ProxyEnvironmentTest)
 #include "proxy_environment_test.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "github/proxy_lookup.h"
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QElapsedTimer>
 #include <QSemaphore>
@@ -171,5 +172,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ProxyLookupTest)
+VELMORA_TEST(ProxyLookupTest)
 #include "proxy_lookup_test.moc"

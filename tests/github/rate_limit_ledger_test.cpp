@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "github/rate_limit_ledger.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -64,6 +66,35 @@ private Q_SLOTS:
         QCOMPARE(ledger.pausedUntil(2, kNow), std::optional<Instant>(kNow + 24h));
     }
 
+    void aPauseKeepsItsLengthWhenTheClockIsSetBack()
+    {
+        RateLimitLedger ledger;
+        ledger.recordRefusal(1, {}, kNow);
+        QVERIFY(ledger.pausedUntil(1, kNow + 20s).has_value());
+        const Instant corrected = kNow + 20s - 10h;
+        QCOMPARE(ledger.pausedUntil(1, corrected), std::optional<Instant>(corrected + 40s));
+        QVERIFY(!ledger.pausedUntil(1, corrected + 40s).has_value());
+        // And once more.
+        ledger.recordRefusal(1, {}, corrected + 40s);
+        QCOMPARE(ledger.pausedUntil(1, kNow - 5h * 24), std::optional<Instant>(kNow - 5h * 24 + 120s));
+    }
+
+    void aClockThatIsSetForwardEndsAPauseThatIsOverByThen()
+    {
+        RateLimitLedger ledger;
+        ledger.recordRefusal(1, {kNow + 10h + 20min}, kNow);
+        QCOMPARE(ledger.pausedUntil(1, kNow + 10h), std::optional<Instant>(kNow + 10h + 20min));
+        QVERIFY(!ledger.pausedUntil(1, kNow + 11h).has_value());
+    }
+
+    void aPauseKeepsItsLengthWhenTheClockIsSetBackALittle()
+    {
+        RateLimitLedger ledger;
+        ledger.recordRefusal(1, {}, kNow + 5min);
+        QCOMPARE(ledger.pausedUntil(1, kNow), std::optional<Instant>(kNow + 1min));
+        QVERIFY(!ledger.pausedUntil(1, kNow + 1min).has_value());
+    }
+
     void aPauseIsNeverShortened()
     {
         RateLimitLedger ledger;
@@ -101,5 +132,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(RateLimitLedgerTest)
+VELMORA_TEST(RateLimitLedgerTest)
 #include "rate_limit_ledger_test.moc"

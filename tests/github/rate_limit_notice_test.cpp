@@ -2,6 +2,7 @@
 #include "github/deployment_client_error.h"
 #include "github/github_client_error.h"
 #include "github/rate_limit_notice.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -120,5 +121,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(RateLimitNoticeTest)
+VELMORA_TEST(RateLimitNoticeTest)
 #include "rate_limit_notice_test.moc"

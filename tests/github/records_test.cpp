@@ -5,6 +5,7 @@
 #include "github/github_user.h"
 #include "support/error.h"
 #include "support/json.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -131,6 +132,16 @@ private Q_SLOTS:
         QCOMPARE(encodeJSON(page), json);
     }
 
+    void anInstallationIsSuspendedSinceATimeOrNotAtAll()
+    {
+        const QByteArray json = R"({"id":7,"account":{"id":1,"login":"octo","type":"User"},)"
+                                R"("repository_selection":"all","suspended_at":)";
+        const auto suspended = decodeJSON<GitHubInstallation>(json + R"("2026-01-15T10:00:00Z"})");
+        QVERIFY(suspended.isSuspended());
+        QCOMPARE(suspended.suspendedAt, QStringLiteral("2026-01-15T10:00:00Z"));
+        QVERIFY(!decodeJSON<GitHubInstallation>(json + "null}").isSuspended());
+    }
+
     void aRepositoryIsReadAndWrittenUnderGitHubsKeys()
     {
         const auto repository = decodeJSON<GitHubRepository>(kRepository);
@@ -163,5 +174,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(RecordsTest)
+VELMORA_TEST(RecordsTest)
 #include "records_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "installations/installation_record.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -29,5 +31,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(InstallationRecordTest)
+VELMORA_TEST(InstallationRecordTest)
 #include "installation_record_test.moc"

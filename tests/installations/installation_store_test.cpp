@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "installations/installation_store.h"
+
+#include "accounts/installation_page.h"
 #include "support/await.h"
 #include "support/fake_clock.h"
 #include "support/fake_credential_store.h"
 #include "support/fake_http_session.h"
 #include "support/fake_preferences.h"
+#include "support/fake_url_opener.h"
 #include "support/json.h"
+#include "support/test_main.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -48,6 +52,14 @@ QByteArray repositoriesJSON(const QByteArrayList &repositories)
     return quoted("{'total_count':0,'repositories':[" + repositories.join(',') + "]}");
 }
 
+QStringList texts(std::initializer_list<const char *> list)
+{
+    QStringList result;
+    for (const char *item : list)
+        result.append(QString::fromLatin1(item));
+    return result;
+}
+
 QByteArray tokenOf(const HTTPRequest &request)
 {
     for (const auto &[name, value] : request.headers) {
@@ -81,6 +93,7 @@ private Q_SLOTS:
     {
         m_store.reset();
         m_authentication.reset();
+        m_page.reset();
         drainEvents();
     }
 
@@ -100,7 +113,7 @@ private Q_SLOTS:
         refresh();
         const auto before = m_store->lastRefreshedAt();
         QVERIFY(before.has_value());
-        awaitValue(m_authentication->removeAndWait(1));
+        awaitValue(m_authentication->remove(1));
         m_clock->advance(1h);
         const auto requests = m_http->requests.size();
         refresh();
@@ -157,7 +170,8 @@ private Q_SLOTS:
         m_answers.insert("bob /user/installations", FakeHTTPSession::response(404, {}));
         refresh();
         QCOMPARE(m_store->state().message,
-            QStringLiteral("alice: GitHub did not return an access token.\nbob: GitHub returned HTTP 404."));
+            QStringLiteral("alice: GitHub did not return an access token. Connect alice again.\n"
+                           "bob: GitHub returned HTTP 404."));
     }
 
     void anIdentityWhoseSecondInstallationFailsContributesNothing()
@@ -370,6 +384,78 @@ private Q_SLOTS:
         QVERIFY(!states.contains(Case::Loading));
     }
 
+    void aTokenThatIsRefusedOnTheWayIsRenewedAndTheSeriesGoesOn()
+    {
+        makeStore({QStringLiteral("alice")});
+        grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
+        grant("alice-2", 10, "acme", {repositoryJSON("acme/a", "R1")});
+        m_credentials->credentials[1].refreshToken = QStringLiteral("refresh");
+        m_answers.insert("alice /user/installations/10/repositories", FakeHTTPSession::response(401, {}));
+        m_answers.insert(" /login/oauth/access_token", FakeHTTPSession::response(200, R"({"access_token":"alice-2"})"));
+        refresh();
+        QCOMPARE(names(), QStringLiteral("acme/a"));
+        QVERIFY(m_store->state() == state(Case::Ready));
+        QCOMPARE(paths(),
+            QStringLiteral("alice /user/installations,alice /user/installations/10/repositories,"
+                           " /login/oauth/access_token,alice-2 /user/installations/10/repositories"));
+    }
+
+    void anIdentityWhoseCredentialIsNotAtHandKeepsItsRecordsAndHoldsNobodyUp()
+    {
+        makeStore({QStringLiteral("alice"), QStringLiteral("bob")});
+        grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
+        grant("bob", 11, "beta", {repositoryJSON("beta/b", "R2")});
+        refresh();
+        grant("bob", 11, "beta", {repositoryJSON("beta/b", "R2"), repositoryJSON("beta/c", "R3")});
+        m_credentials->isHolding = true;
+        const auto running = start(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({1, 2})));
+        m_credentials->isHolding = false;
+        m_clock->advance(5s);
+        drainEvents();
+        QVERIFY(running->isDone);
+        QCOMPARE(names(), QStringLiteral("acme/a,beta/b,beta/c"));
+        QVERIFY(m_store->state() == state(Case::Ready));
+        m_credentials->release();
+    }
+
+    void anIdentityThatHasNoRecordsYetSaysThatItIsWaitedFor()
+    {
+        makeStore({QStringLiteral("alice")});
+        m_credentials->isHolding = true;
+        const auto running = start(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({1})));
+        m_clock->advance(5s);
+        drainEvents();
+        QVERIFY(running->isDone);
+        QVERIFY(m_store->state()
+            == state(Case::Stale, QStringLiteral("alice: Velmora is still waiting for the token of this account.")));
+        m_credentials->release();
+    }
+
+    void aUserIsServedHoweverLongTheCredentialTakes()
+    {
+        makeStore({QStringLiteral("alice")});
+        grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
+        m_credentials->isHolding = true;
+        const auto running = start(m_store->refresh(m_authentication.get()));
+        m_clock->advance(60s);
+        drainEvents();
+        QVERIFY(!running->isDone);
+        m_credentials->release();
+        drainEvents();
+        QVERIFY(running->isDone);
+        QCOMPARE(names(), QStringLiteral("acme/a"));
+    }
+
+    void aSessionThatHasEndedSaysWhatToDo()
+    {
+        makeStore({QStringLiteral("alice")});
+        m_answers.insert("alice /user/installations", FakeHTTPSession::response(401, {}));
+        refresh();
+        const QString expected
+            = QStringLiteral("This GitHub account needs to be connected again. Connect alice again.");
+        QCOMPARE(m_store->failures().first().description, expected);
+    }
+
     void theFirstRefreshOfSomeIdentitiesIsALoading()
     {
         makeStore({QStringLiteral("alice"), QStringLiteral("bob")});
@@ -431,27 +517,228 @@ private Q_SLOTS:
         m_http->handler = nullptr;
         const auto running = start(m_store->refresh(m_authentication.get()));
         QVERIFY(m_http->answerNext(answer(m_http->requests.last())));
-        awaitValue(m_authentication->removeAndWait(1));
+        awaitValue(m_authentication->remove(1));
         answerAll(running);
         QCOMPARE(names(), QStringLiteral("beta/b"));
         QVERIFY(m_store->state() == state(Case::Ready));
     }
 
-    void twoOverlappingRefreshesBothEndAndTheLastCounts()
+    void aRefreshThatComesWhileOneRunsJoinsIt()
     {
         makeStore({QStringLiteral("alice")});
         grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
         m_http->handler = nullptr;
         const auto first = start(m_store->refresh(m_authentication.get()));
-        const auto second = start(m_store->refresh(m_authentication.get()));
-        QCOMPARE(m_http->openRequests, 2);
-        while (!first->isDone || !second->isDone) {
-            // The oldest request waits for its answer first.
-            QVERIFY(m_http->answerNext(answer(m_http->requests.at(m_answered++))));
-        }
+        const auto second = start(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({1})));
+        const auto third = start(m_store->refresh(m_authentication.get()));
+        QCOMPARE(m_http->openRequests, 1);
+        answerAll(first);
+        QVERIFY(first->isDone && second->isDone && third->isDone);
         QCOMPARE(names(), QStringLiteral("acme/a"));
         QVERIFY(m_store->state() == state(Case::Ready));
-        QCOMPARE(m_http->requests.size(), 4);
+        QCOMPARE(m_http->requests.size(), 2);
+        QCOMPARE(m_http->mostOpenRequests, 1);
+    }
+
+    void whatTwoRefreshesLoadOneAfterTheOtherIsTheLater()
+    {
+        makeStore({QStringLiteral("alice"), QStringLiteral("bob")});
+        m_http->handler = nullptr;
+        const auto first = start(m_store->refresh(m_authentication.get()));
+        // The first has alice's answer, and waits for bob's.
+        QVERIFY(m_http->answerNext(answer(m_http->requests.last())));
+        grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
+        const auto second = start(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({1})));
+        QCOMPARE(m_http->openRequests, 2);
+        m_http->resume([this](const HTTPRequest &request) { return answer(request); });
+        QVERIFY(waitUntil([&] { return first->isDone && second->isDone; }));
+        QCOMPARE(names(), QStringLiteral("acme/a"));
+    }
+
+    void aRefusalThatTwoRefreshesShareCountsOnce()
+    {
+        makeStore({QStringLiteral("alice")});
+        m_answers.insert("alice /user/installations", FakeHTTPSession::response(429, {}));
+        m_http->handler = nullptr;
+        const auto first = start(m_store->refresh(m_authentication.get()));
+        const auto second = start(m_store->refresh(m_authentication.get()));
+        answerAll(first);
+        QVERIFY(second->isDone);
+        QVERIFY(m_ledger->pausedUntil(1, m_clock->now()) == m_clock->now() + 60s);
+    }
+
+    void whoHasNoTimeDoesNotJoinALoadThatWaitsForItsCredential()
+    {
+        makeStore({QStringLiteral("alice"), QStringLiteral("bob")});
+        grant("bob", 11, "beta", {repositoryJSON("beta/b", "R2")});
+        m_credentials->isHolding = true;
+        const auto user = start(m_store->refresh(m_authentication.get()));
+        const auto poll = start(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({1})));
+        m_clock->advance(5s);
+        drainEvents();
+        QVERIFY(poll->isDone);
+        QVERIFY(!user->isDone);
+        m_credentials->isHolding = false;
+        while (m_credentials->release()) { }
+        QVERIFY(waitUntil([&] { return user->isDone; }));
+        QCOMPARE(names(), QStringLiteral("beta/b"));
+    }
+
+    void whoHasTimeWaitsForTheCredentialThatAJoinedLoadGaveUp()
+    {
+        makeStore({QStringLiteral("alice")});
+        grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
+        m_credentials->isHolding = true;
+        const auto poll = start(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({1})));
+        const auto user = start(m_store->refresh(m_authentication.get()));
+        m_clock->advance(5s);
+        drainEvents();
+        QVERIFY(poll->isDone && !user->isDone);
+        m_credentials->isHolding = false;
+        while (m_credentials->release()) { }
+        QVERIFY(waitUntil([&] { return user->isDone; }));
+        QCOMPARE(names(), QStringLiteral("acme/a"));
+        QVERIFY(m_store->state() == state(Case::Ready));
+    }
+
+    void aLoadEndsWhenTheLastOfItsCallersLeaves()
+    {
+        makeStore({QStringLiteral("alice")});
+        m_http->handler = nullptr;
+        std::stop_source one;
+        std::stop_source other;
+        const auto first = start(m_store->refresh(m_authentication.get(), one.get_token()));
+        const auto second = start(m_store->refresh(m_authentication.get(), other.get_token()));
+        one.request_stop();
+        drainEvents();
+        QVERIFY(first->isDone && !second->isDone);
+        QCOMPARE(m_http->openRequests, 1);
+        other.request_stop();
+        drainEvents();
+        QVERIFY(second->isDone);
+        QCOMPARE(m_http->openRequests, 0);
+        QVERIFY(m_store->state() == state(Case::Disconnected));
+        // The next one begins a load of its own.
+        grant("alice", 10, "acme", {});
+        m_http->handler = [this](const HTTPRequest &request) {
+            return answer(request);
+        };
+        refresh();
+        QCOMPARE(keys(), QStringLiteral("1:10"));
+    }
+
+    void anIdentityWithoutInstallationsIsAnnouncedAsKnown()
+    {
+        makeStore({QStringLiteral("alice"), QStringLiteral("bob")});
+        grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
+        awaitValue(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({1})));
+        QSignalSpy changes(m_store.get(), &InstallationStore::stateChanged);
+        awaitValue(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({2})));
+        QVERIFY(m_store->hasLoaded(2));
+        QCOMPARE(changes.count(), 1);
+        awaitValue(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({2})));
+        QCOMPARE(changes.count(), 1);
+    }
+
+    void installationsAreExpectedWhereThereAreNoneAndWhileThePageIsOpen()
+    {
+        FakeURLOpener browser;
+        m_page = std::make_unique<InstallationPage>(
+            WebAddress(QStringLiteral("https://github.test/install")), &browser, m_clock.get());
+        makeStore({QStringLiteral("alice"), QStringLiteral("bob"), QStringLiteral("carol")});
+        grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
+        m_answers.insert("carol /user/installations", FakeHTTPSession::response(500, {}));
+        QVERIFY(!m_store->expectsInstallations(2));
+        refresh();
+        QVERIFY(!m_store->expectsInstallations(1));
+        QVERIFY(m_store->expectsInstallations(2));
+        QVERIFY(!m_store->expectsInstallations(3));
+        browser.works = false;
+        QVERIFY(!m_page->open());
+        QCOMPARE(browser.opened, QStringList(QStringLiteral("https://github.test/install")));
+        m_clock->setNow(m_clock->now() + 15min - 1us);
+        QVERIFY(m_store->expectsInstallations(1));
+        m_clock->setNow(m_clock->now() + 1us);
+        QVERIFY(!m_store->expectsInstallations(1));
+        m_page->noteOpened();
+        QVERIFY(m_store->expectsInstallations(1));
+        m_clock->setNow(m_clock->now() - 1us);
+        QVERIFY(!m_store->expectsInstallations(1));
+    }
+
+    void aSuspendedInstallationIsListedAndTakesNothingFromTheOthers()
+    {
+        makeStore({QStringLiteral("alice")});
+        grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
+        grant("alice", 11, "beta", {repositoryJSON("beta/b", "R2")});
+        suspend("alice", 10, "acme");
+        refresh();
+        QVERIFY(m_store->state() == state(Case::Ready));
+        QCOMPARE(keys(), QStringLiteral("1:10,1:11"));
+        QVERIFY(m_store->installations().at(0).installation.isSuspended());
+        QVERIFY(!m_store->installations().at(1).installation.isSuspended());
+        QCOMPARE(names(), QStringLiteral("beta/b"));
+        QVERIFY(!paths().contains(QStringLiteral("/10/repositories")));
+    }
+
+    void choicesOfAnIdentityThatCouldNotBeLoadedSurviveEveryToggle()
+    {
+        makeStore({QStringLiteral("alice"), QStringLiteral("bob")});
+        const QStringList excluded{QStringLiteral("R1"), QStringLiteral("B1")};
+        const QStringList disabled{QStringLiteral("2:20"), QStringLiteral("3:30"), QStringLiteral("22:1")};
+        m_defaults->values.insert(kExcluded, excluded);
+        m_defaults->values.insert(kDisabled, disabled);
+        grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1"), repositoryJSON("acme/b", "R2")});
+        m_answers.insert("bob /user/installations", FakeHTTPSession::response(500, {}));
+        refresh();
+        m_store->setRepository(QStringLiteral("R2"), false);
+        QCOMPARE(m_defaults->stringList(kExcluded), texts({"R1", "R2", "B1"}));
+        m_store->setAllRepositories(true);
+        QCOMPARE(m_defaults->stringList(kExcluded), texts({"B1"}));
+        m_store->setInstallation(QStringLiteral("1:10"), false);
+        QCOMPARE(m_defaults->stringList(kDisabled), texts({"1:10", "2:20"}));
+        m_answers.remove("bob /user/installations");
+        grant("bob", 20, "beta", {repositoryJSON("beta/b", "B1")});
+        refresh();
+        QCOMPARE(monitored(), QString());
+        m_store->setInstallation(QStringLiteral("2:20"), true);
+        QCOMPARE(m_defaults->stringList(kDisabled), texts({"1:10"}));
+    }
+
+    void choicesMadeBeforeAnythingIsKnownLoseNothing()
+    {
+        makeStore({QStringLiteral("alice")});
+        m_defaults->values.insert(kExcluded, texts({"R1"}));
+        m_store->setAllRepositories(true);
+        QCOMPARE(m_defaults->stringList(kExcluded), texts({"R1"}));
+    }
+
+    void choicesOfASuspendedInstallationComeBackWithIt()
+    {
+        makeStore({QStringLiteral("alice")});
+        m_defaults->values.insert(kExcluded, texts({"R1"}));
+        m_defaults->values.insert(kDisabled, texts({"1:10"}));
+        grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
+        grant("alice", 11, "beta", {repositoryJSON("beta/b", "R2")});
+        suspend("alice", 10, "acme");
+        refresh();
+        m_store->setRepository(QStringLiteral("R2"), false);
+        QCOMPARE(m_defaults->stringList(kExcluded), texts({"R2", "R1"}));
+        m_store->setInstallation(QStringLiteral("1:11"), false);
+        QCOMPARE(m_defaults->stringList(kDisabled), texts({"1:10", "1:11"}));
+    }
+
+    void aRemovedAccountTakesItsChoicesAlong()
+    {
+        makeStore({QStringLiteral("alice"), QStringLiteral("bob")});
+        m_defaults->values.insert(kExcluded, texts({"B1"}));
+        grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
+        m_answers.insert("bob /user/installations", FakeHTTPSession::response(500, {}));
+        refresh();
+        awaitValue(m_authentication->remove(2));
+        m_store->retain(m_authentication->sessions());
+        m_store->setRepository(QStringLiteral("R1"), false);
+        QCOMPARE(m_defaults->stringList(kExcluded), texts({"R1"}));
     }
 
     void aStopPublishesNothingAndRestoresTheState()
@@ -493,15 +780,16 @@ private Q_SLOTS:
 
     void aStopAfterAnotherRefreshHasEndedLeavesNothingLoading()
     {
-        makeStore({QStringLiteral("alice")});
+        makeStore({QStringLiteral("alice"), QStringLiteral("bob")});
         grant("alice", 10, "acme", {});
         m_http->handler = nullptr;
         std::stop_source source;
-        const auto stopped = start(m_store->refresh(m_authentication.get(), source.get_token()));
+        const auto stopped
+            = start(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({1}), source.get_token()));
         m_http->handler = [this](const HTTPRequest &request) {
             return answer(request);
         };
-        refresh();
+        awaitValue(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({2})));
         QVERIFY(m_store->state() == state(Case::Ready));
         source.request_stop();
         drainEvents();
@@ -599,9 +887,8 @@ private:
         services.defaults = m_defaults.get();
         services.clock = m_clock.get();
         m_authentication = std::make_unique<AuthenticationStore>(client, m_credentials, services);
-        m_store = std::make_unique<InstallationStore>(client, m_defaults.get(), m_clock.get(), m_ledger);
+        m_store = std::make_unique<InstallationStore>(client, m_defaults.get(), m_clock.get(), m_ledger, m_page.get());
         m_installations.clear();
-        m_answered = 0;
     }
 
     /// Lets the identity see the installation, after those granted before; one with the same id is replaced.
@@ -616,6 +903,20 @@ private:
             login + " /user/installations", FakeHTTPSession::response(200, installationsJSON(installations)));
         m_answers.insert(login + " /user/installations/" + QByteArray::number(installationID) + "/repositories",
             FakeHTTPSession::response(200, repositoriesJSON(repositories)));
+    }
+
+    /// The installation's owner suspends it: its repositories are refused from then on.
+    void suspend(const QByteArray &login, qint64 installationID, const QByteArray &owner)
+    {
+        QByteArray suspended = installationJSON(installationID, owner);
+        suspended.replace(
+            "\"repository_selection\"", "\"suspended_at\":\"2026-01-15T10:00:00Z\",\"repository_selection\"");
+        auto &installations = m_installations[login];
+        installations[installations.indexOf(installationJSON(installationID, owner))] = suspended;
+        m_answers.insert(
+            login + " /user/installations", FakeHTTPSession::response(200, installationsJSON(installations)));
+        m_answers.insert(login + " /user/installations/" + QByteArray::number(installationID) + "/repositories",
+            FakeHTTPSession::response(403, {}));
     }
 
     HTTPResponse answer(const HTTPRequest &request) const
@@ -669,10 +970,10 @@ private:
     std::shared_ptr<RateLimitLedger> m_ledger;
     QMap<QByteArray, HTTPResponse> m_answers;
     QMap<QByteArray, QByteArrayList> m_installations;
-    qsizetype m_answered = 0;
+    std::unique_ptr<InstallationPage> m_page;
     std::unique_ptr<AuthenticationStore> m_authentication;
     std::unique_ptr<InstallationStore> m_store;
 };
 
-QTEST_GUILESS_MAIN(InstallationStoreTest)
+VELMORA_TEST(InstallationStoreTest)
 #include "installation_store_test.moc"

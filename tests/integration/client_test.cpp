@@ -5,6 +5,8 @@
 #include "github/network_session.h"
 #include "simulator/simulator.h"
 #include "support/await.h"
+#include "support/fake_clock.h"
+#include "support/test_main.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -13,6 +15,7 @@
 
 using namespace velmora;
 using namespace velmora::testing;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -58,6 +61,11 @@ private:
         m_login = m_github->world().owners().at(m_github->world().identities().first()).login;
         m_token = m_github->issueAccessToken(m_login);
         m_github->log().clear();
+    }
+
+    [[nodiscard]] QString firstLogin() const
+    {
+        return m_github->world().owners().at(m_github->world().identities().first()).login;
     }
 
     [[nodiscard]] QList<simulator::Request> requests() const
@@ -107,6 +115,56 @@ private Q_SLOTS:
         m_client.apiURL = m_github->url();
         m_client.loginURL = m_github->url().resolved(QUrl(QStringLiteral("/login")));
         m_client.clock = &m_clock;
+    }
+
+    void aDeviceFlowSurvivesWhatNetworksDo()
+    {
+        const auto authorization = awaitValue(m_client.beginDeviceAuthorization());
+        simulator::MisbehaviourRule rule;
+        rule.path = "/login/oauth/access_token";
+        rule.times = 2;
+        rule.status = 502;
+        m_github->misbehaviour().add(rule);
+        // More than Qt repeats by itself.
+        rule.times = 5;
+        rule.status.reset();
+        rule.delivery.close = simulator::Delivery::Close::Before;
+        m_github->misbehaviour().add(rule);
+        const auto granted = start(m_client.waitForDeviceAuthorization(authorization));
+        QVERIFY(waitUntil([&] { return requests().size() > 8 || granted->isDone; }));
+        QVERIFY(!granted->isDone);
+        QVERIFY(m_github->oauth().approve(authorization.userCode, firstLogin()));
+        QVERIFY(waitUntil([&] { return granted->isDone; }));
+        QVERIFY2(granted->value.has_value(), qPrintable(granted->description()));
+    }
+
+    void aDeviceFlowSurvivesAnswersThatComeTooLate()
+    {
+        NetworkSession::Limits limits;
+        limits.silence = 300ms;
+        FakeClock clock;
+        GitHubClient client = m_client;
+        client.session = std::make_shared<NetworkSession>(limits);
+        client.clock = &clock;
+        const auto authorization = awaitValue(m_client.beginDeviceAuthorization());
+        QVERIFY(m_github->oauth().approve(authorization.userCode, firstLogin()));
+        simulator::MisbehaviourRule rule;
+        rule.path = "/login/oauth/access_token";
+        rule.times = 2;
+        rule.body = R"({"error":"authorization_pending"})";
+        rule.status = 200;
+        rule.delivery.delayMilliseconds = 30'000;
+        m_github->misbehaviour().add(rule);
+        const auto granted = start(client.waitForDeviceAuthorization(authorization));
+        const auto isWaiting = [&] {
+            return clock.sleeperCount() > 0 || granted->isDone;
+        };
+        while (!granted->isDone) {
+            QVERIFY(waitUntil(isWaiting));
+            clock.advanceToNextWake();
+        }
+        QVERIFY2(granted->value.has_value(), qPrintable(granted->description()));
+        QCOMPARE(clock.requestedSleeps.first(3), (QList<std::chrono::milliseconds>{0s, 2s, 4s}));
     }
 
     void cleanup()
@@ -312,5 +370,5 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(ClientIntegrationTest)
+VELMORA_TEST(ClientIntegrationTest)
 #include "client_test.moc"

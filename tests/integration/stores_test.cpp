@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "accounts/authentication_store.h"
 #include "accounts/in_memory_credential_store.h"
+#include "accounts/installation_page.h"
 #include "github/network_session.h"
 #include "installations/installation_store.h"
 #include "monitor/deployment_monitor.h"
 #include "platform/pasteboard.h"
-#include "platform/url_opener.h"
 #include "simulator/simulator.h"
 #include "support/await.h"
 #include "support/fake_cache.h"
 #include "support/fake_notifier.h"
 #include "support/fake_preferences.h"
+#include "support/fake_url_opener.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -24,17 +26,6 @@ class NoPasteboard final : public Pasteboard
 {
 public:
     bool setText(const QString &) override { return false; }
-};
-
-class NoBrowser final : public URLOpener
-{
-public:
-    bool open(const WebAddress &address) override
-    {
-        opened.append(address.text());
-        return true;
-    }
-    QStringList opened;
 };
 
 } // namespace
@@ -55,7 +46,9 @@ private:
     FakeNotifier m_notifier;
     SystemClock m_clock;
     NoPasteboard m_pasteboard;
-    NoBrowser m_browser;
+    FakeURLOpener m_browser;
+    InstallationPage m_installationPage{
+        WebAddress(QStringLiteral("https://github.com/apps/velmora/installations/new")), &m_browser, &m_clock};
 
     void connectFirst()
     {
@@ -93,8 +86,7 @@ private Q_SLOTS:
         m_defaults.values[QStringLiteral("general.notificationsEnabled")] = true;
         const auto ledger = std::make_shared<RateLimitLedger>();
         m_authentication = std::make_unique<AuthenticationStore>(client, std::make_shared<InMemoryCredentialStore>(),
-            AuthenticationStore::Services{&m_defaults, &m_pasteboard, &m_browser, &m_clock,
-                WebAddress(QStringLiteral("https://github.com/apps/velmora/installations/new")), QString()});
+            AuthenticationStore::Services{&m_defaults, &m_pasteboard, &m_browser, &m_clock, &m_installationPage, {}});
         m_installations = std::make_unique<InstallationStore>(client, &m_defaults, &m_clock, ledger);
         m_monitor = std::make_unique<DeploymentMonitor>(
             client, DeploymentMonitor::Services{&m_cache, &m_notifier, &m_defaults, &m_clock, ledger, [] {
@@ -145,6 +137,28 @@ private Q_SLOTS:
             QCOMPARE(entry.unanswered, 0);
     }
 
+    void noIdentityEverHasTwoRequestsAtOnceWhateverPartOfTheProgramAsks()
+    {
+        connectFirst();
+        tick(std::chrono::seconds(0));
+        m_github->log().clear();
+        auto *const authentication = m_authentication.get();
+        auto *const installations = m_installations.get();
+        const Instant later = m_clock.now() + std::chrono::seconds(31);
+        const auto poll = start(m_monitor->tick(authentication, installations, later));
+        const auto window = start(installations->refresh(authentication));
+        const auto settings = start(installations->refresh(authentication));
+        const auto terminal = start(m_monitor->refreshAll(authentication, installations, later));
+        QVERIFY(waitUntil([&] { return poll->isDone && window->isDone && settings->isDone && terminal->isDone; }));
+        const auto &entries = m_github->log().entries();
+        QVERIFY(entries.size() >= 4);
+        for (const auto &entry : entries)
+            QCOMPARE(entry.unanswered, 0);
+        const auto lists = std::count_if(entries.begin(), entries.end(),
+            [](const auto &entry) { return entry.request.path == "/user/installations"; });
+        QCOMPARE(lists, 1);
+    }
+
     void aCancelledConnectionLeavesNothing()
     {
         m_authentication->startConnecting();
@@ -185,5 +199,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(StoresIntegrationTest)
+VELMORA_TEST(StoresIntegrationTest)
 #include "stores_test.moc"

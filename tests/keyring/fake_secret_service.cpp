@@ -123,7 +123,11 @@ void FakeSecretService::answerCall(const QDBusMessage &message)
     // "Not supported" is how a provider declines an encrypted session.
     const bool isSession = message.member() == QLatin1String("OpenSession");
     const auto refusal = isSession ? QDBusError::NotSupported : QDBusError::UnknownMethod;
-    if (const auto arguments = reply(message))
+    const bool isSecret
+        = message.member() == QLatin1String("CreateItem") || message.member() == QLatin1String("GetSecret");
+    if (isSecret && m_isMisreading)
+        m_connection.send(message.createErrorReply(QDBusError::InvalidArgs, message.member()));
+    else if (const auto arguments = reply(message))
         m_connection.send(message.createReply(*arguments));
     else
         m_connection.send(message.createErrorReply(refusal, message.member()));
@@ -162,10 +166,13 @@ std::optional<QVariantList> FakeSecretService::replyOfService(const QDBusMessage
     if (member == QLatin1String("OpenSession")) {
         if (message.arguments().at(0).toString() != QLatin1String("plain"))
             return std::nullopt;
+        m_isMisreading = misreadSessions > 0;
+        misreadSessions = std::max(0, misreadSessions - 1);
         return QVariantList{QVariant::fromValue(QDBusVariant(QString())), path(QDBusObjectPath(kSession))};
     }
     if (member == QLatin1String("SearchItems")) {
-        const Paths found = secret ? Paths{QDBusObjectPath(kItem)} : Paths();
+        const bool isShown = secret && !(isLocked && hidesLockedItems);
+        const Paths found = isShown ? Paths{QDBusObjectPath(kItem)} : Paths();
         const Paths unlocked = isLocked ? Paths() : found;
         const Paths locked = isLocked ? found : Paths();
         return QVariantList{QVariant::fromValue(unlocked), QVariant::fromValue(locked)};
@@ -173,6 +180,8 @@ std::optional<QVariantList> FakeSecretService::replyOfService(const QDBusMessage
     if (member == QLatin1String("ReadAlias"))
         return QVariantList{path(hasCollection ? QDBusObjectPath(kCollection) : noPath())};
     if (member == QLatin1String("Unlock")) {
+        if (!isLocked)
+            return QVariantList{message.arguments().at(0), path(noPath())};
         m_prompting = QStringLiteral("unlock");
         return QVariantList{QVariant::fromValue(Paths()), path(QDBusObjectPath(kPrompt))};
     }

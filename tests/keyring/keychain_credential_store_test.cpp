@@ -3,7 +3,9 @@
 
 #include "accounts/credential_store_error.h"
 #include "accounts/keychain_credential_store.h"
+#include "accounts/login_origin.h"
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -50,6 +52,7 @@ private Q_SLOTS:
     void aSecondSaveReplacesTheFirst();
     void aSaveRemovesCopiesInOtherCollections();
     void accounts42And420NeverCollide();
+    void equalIdsOfTwoHostsNeverCollide();
     void anAccountThatWasNeverSavedLoadsNothing();
     void anAccountThatWasNeverSavedIsRemovedWithoutAnError();
     void aRemovedCredentialIsGone();
@@ -136,6 +139,22 @@ void KeychainCredentialStoreTest::accounts42And420NeverCollide()
     awaitValue(m_store->remove(42, Interaction::Forbidden));
     QVERIFY(!load(42));
     QVERIFY(load(420) == credential(QStringLiteral("long")));
+}
+
+void KeychainCredentialStoreTest::equalIdsOfTwoHostsNeverCollide()
+{
+    KeychainCredentialStore gitHub(LoginOrigin::gitHub().keychainService());
+    KeychainCredentialStore server(
+        LoginOrigin(QUrl(QStringLiteral("https://ghe.example.com/login"))).keychainService());
+    awaitValue(gitHub.save(credential(QStringLiteral("github")), 42, Interaction::Forbidden));
+    QVERIFY(!awaitValue(server.load(42)));
+    awaitValue(server.save(credential(QStringLiteral("server")), 42, Interaction::Forbidden));
+    QVERIFY(awaitValue(gitHub.load(42)) == credential(QStringLiteral("github")));
+    QVERIFY(awaitValue(server.load(42)) == credential(QStringLiteral("server")));
+    awaitValue(server.remove(42, Interaction::Forbidden));
+    QVERIFY(!awaitValue(server.load(42)));
+    QVERIFY(awaitValue(gitHub.load(42)) == credential(QStringLiteral("github")));
+    awaitValue(gitHub.remove(42, Interaction::Forbidden));
 }
 
 void KeychainCredentialStoreTest::anAccountThatWasNeverSavedLoadsNothing()
@@ -299,5 +318,5 @@ void KeychainCredentialStoreTest::aProviderThatEndsDuringAnOperationEndsIt()
     QVERIFY(load(42) == fullCredential());
 }
 
-QTEST_GUILESS_MAIN(KeychainCredentialStoreTest)
+VELMORA_TEST(KeychainCredentialStoreTest)
 #include "keychain_credential_store_test.moc"

@@ -2,6 +2,7 @@
 #include "accounts/credential_store_error.h"
 #include "accounts/keychain_credential_store.h"
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -29,5 +30,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(KeychainWithWalletTest)
+VELMORA_TEST(KeychainWithWalletTest)
 #include "keychain_with_wallet_test.moc"

@@ -2,6 +2,7 @@
 #include "accounts/credential_store_error.h"
 #include "accounts/keychain_credential_store.h"
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -27,5 +28,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(KeychainWithoutBusTest)
+VELMORA_TEST(KeychainWithoutBusTest)
 #include "keychain_without_bus_test.moc"

@@ -2,6 +2,7 @@
 #include "accounts/credential_store_error.h"
 #include "accounts/keychain_credential_store.h"
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -37,5 +38,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(KeychainWithoutProviderTest)
+VELMORA_TEST(KeychainWithoutProviderTest)
 #include "keychain_without_provider_test.moc"

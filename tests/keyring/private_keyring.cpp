@@ -199,6 +199,16 @@ void PrivateKeyring::endProvider()
 
 void PrivateKeyring::startProvider()
 {
+    start({QStringLiteral("--unlock")});
+}
+
+void PrivateKeyring::startLockedProvider()
+{
+    start({});
+}
+
+void PrivateKeyring::start(const QStringList &arguments)
+{
     if (m_provider.state() != QProcess::NotRunning) {
         m_provider.kill();
         m_provider.waitForFinished();
@@ -208,7 +218,7 @@ void PrivateKeyring::startProvider()
     m_provider.setStandardErrorFile(QProcess::nullDevice());
     m_provider.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     m_provider.start(QStringLiteral("gnome-keyring-daemon"),
-        {QStringLiteral("--foreground"), QStringLiteral("--unlock"), QStringLiteral("--components=secrets")});
+        QStringList{QStringLiteral("--foreground"), QStringLiteral("--components=secrets")} + arguments);
     blockUntil([this] { return hasProvider(); });
     const auto hasDefaultKeyring = [] {
         const Variant reply = callService("ReadAlias", g_variant_new("(s)", "default"));

@@ -35,10 +35,14 @@ public:
     [[nodiscard]] pid_t providerPID() const;
     /// Kills the provider and waits until the bus knows.
     void endProvider();
-    /// Starts a provider and waits for it.
+    /// Starts a provider that unlocks the keyring, or makes it, and waits for it.
     void startProvider();
+    /// Starts a provider that leaves the keyring locked, as it is after a login without a password, and waits for it.
+    void startLockedProvider();
 
 private:
+    void start(const QStringList &arguments);
+
     QProcess m_provider;
 };
 

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
+#include <QUrlQuery>
 
 namespace velmora::testing
 {
@@ -38,6 +39,17 @@ QList<QByteArray> statusFields(qint64 process)
 {
     const QByteArray line = ofProcess(process, "stat");
     return line.mid(line.lastIndexOf(')') + 2).split(' ');
+}
+
+/// Whether the signal is in that set of the process's signals.
+bool isInMask(qint64 process, const QByteArray &label, int number)
+{
+    const QByteArray status = ofProcess(process, "status");
+    const qsizetype start = status.indexOf(label);
+    if (start < 0)
+        return false;
+    const QByteArray mask = status.mid(start + label.size(), 17).trimmed();
+    return (mask.toULongLong(nullptr, 16) >> (number - 1) & 1) != 0;
 }
 
 std::optional<QJsonObject> objectIn(const QString &path)
@@ -119,14 +131,43 @@ bool Household::connectAccount() const
     return finished({QStringLiteral("connect")})->code() == 0;
 }
 
+QString Household::firstLogin()
+{
+    const auto &world = simulator.world();
+    return world.owners().at(world.identities().first()).login;
+}
+
+bool Household::connectFirstAccount()
+{
+    auto &oauth = simulator.oauth();
+    const auto automatic = std::exchange(oauth.settings().autoApproveAfter, std::nullopt);
+    const auto run = started({QStringLiteral("connect")});
+    const bool isApproved = waitUntil([&] { return !oauth.pendingUserCodes().isEmpty(); })
+        && oauth.approve(oauth.pendingUserCodes().first(), firstLogin());
+    oauth.settings().autoApproveAfter = automatic;
+    return isApproved && run->ends() && run->code() == 0;
+}
+
 bool Household::keepAccounts(const QByteArray &accounts) const
 {
     const QJsonObject value{{QStringLiteral("data"), QString::fromLatin1(accounts.toBase64())}};
-    const QJsonObject preferences{{QStringLiteral("github.accounts"), value}};
+    const QJsonObject preferences{{QStringLiteral("github.accounts") + keySuffix(), value}};
     const QDir folder(m_home.filePath(QStringLiteral(".config/velmora")));
     QFile file(folder.filePath(QStringLiteral("preferences.json")));
     return folder.mkpath(QStringLiteral(".")) && file.open(QIODevice::WriteOnly)
         && file.write(QJsonDocument(preferences).toJson()) > 0;
+}
+
+QString Household::keySuffix() const
+{
+    return QLatin1Char('@') + simulator.url().toString(QUrl::RemovePath);
+}
+
+QString Household::cachePath() const
+{
+    const QUrl url = simulator.url();
+    return m_home.filePath(
+        QStringLiteral(".cache/velmora/http+%1+%2/deployments.json").arg(url.host()).arg(url.port()));
 }
 
 void Household::silence(const QByteArray &path)
@@ -145,19 +186,38 @@ bool Household::isAsked(const QByteArray &path)
     });
 }
 
+QStringList Household::refreshTokens()
+{
+    QStringList tokens;
+    for (const auto &entry : simulator.log().entries()) {
+        const QUrlQuery form(QString::fromUtf8(entry.request.body));
+        if (entry.request.path == kTokens && form.hasQueryItem(QStringLiteral("refresh_token")))
+            tokens.append(form.queryItemValue(QStringLiteral("refresh_token")));
+    }
+    return tokens;
+}
+
 std::optional<QJsonObject> Household::preferences() const
 {
-    return objectIn(m_home.filePath(QStringLiteral(".config/velmora/preferences.json")));
+    const auto stored = objectIn(m_home.filePath(QStringLiteral(".config/velmora/preferences.json")));
+    if (!stored)
+        return std::nullopt;
+    QJsonObject preferences;
+    for (auto value = stored->begin(); value != stored->end(); ++value) {
+        const QString key = value.key();
+        preferences.insert(key.endsWith(keySuffix()) ? key.chopped(keySuffix().size()) : key, *value);
+    }
+    return preferences;
 }
 
 std::optional<QJsonObject> Household::cache() const
 {
-    return objectIn(m_home.filePath(QStringLiteral(".cache/velmora/deployments.json")));
+    return objectIn(cachePath());
 }
 
 bool Household::isCachePresent() const
 {
-    return QFile::exists(m_home.filePath(QStringLiteral(".cache/velmora/deployments.json")));
+    return QFile::exists(cachePath());
 }
 
 qint64 ownerOnBus(const QDBusConnection &bus, const QString &name)
@@ -177,13 +237,12 @@ void askRunning(const QDBusConnection &bus, const QString &action)
 
 bool heeds(qint64 process, int number)
 {
-    const QByteArray status = ofProcess(process, "status");
-    const QByteArray label = "SigCgt:";
-    const qsizetype start = status.indexOf(label);
-    if (start < 0)
-        return false;
-    const QByteArray mask = status.mid(start + label.size(), 17).trimmed();
-    return (mask.toULongLong(nullptr, 16) >> (number - 1) & 1) != 0;
+    return isInMask(process, "SigCgt:", number);
+}
+
+bool isPending(qint64 process, int number)
+{
+    return isInMask(process, "ShdPnd:", number);
 }
 
 QList<qint64> childrenOf(qint64 process)

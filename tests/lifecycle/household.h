@@ -36,6 +36,9 @@ private:
 class Household
 {
 public:
+    /// Where tokens are asked for.
+    static inline const QByteArray kTokens = "/login/oauth/access_token";
+
     Household();
 
     [[nodiscard]] bool start() { return simulator.start(); }
@@ -44,15 +47,21 @@ public:
     /// Starts the program; by itself in this environment.
     [[nodiscard]] std::unique_ptr<ProgramRun> started(const QStringList &arguments) const;
     [[nodiscard]] std::unique_ptr<ProgramRun> finished(const QStringList &arguments) const;
-    /// Connects one account.
+    /// Connects one account: of GitHub's people, the first, then the next.
     [[nodiscard]] bool connectAccount() const;
+    [[nodiscard]] QString firstLogin();
+    /// Connects the account of GitHub's first person, anew if need be.
+    [[nodiscard]] bool connectFirstAccount();
     /// Has these accounts, a JSON array, in the preferences and nowhere else: what another machine's keyring leaves.
     [[nodiscard]] bool keepAccounts(const QByteArray &accounts) const;
     /// From now on, requests for the path are not answered.
     void silence(const QByteArray &path);
     /// Waits until somebody waits for an answer to a request for the path.
     [[nodiscard]] bool isAsked(const QByteArray &path);
-    /// The object that the file holds; nothing when there is no file or it is not whole.
+    /// The refresh tokens that were sent since the log was cleared, in their order.
+    [[nodiscard]] QStringList refreshTokens();
+    /// The object that the file holds; nothing when there is no file or it is not whole. Of the preferences, with the
+    /// keys of this GitHub's accounts as the program knows them.
     [[nodiscard]] std::optional<QJsonObject> preferences() const;
     [[nodiscard]] std::optional<QJsonObject> cache() const;
     [[nodiscard]] bool isCachePresent() const;
@@ -60,6 +69,10 @@ public:
     simulator::Simulator simulator;
 
 private:
+    /// What distinguishes the keys of this GitHub's accounts from github.com's.
+    [[nodiscard]] QString keySuffix() const;
+    [[nodiscard]] QString cachePath() const;
+
     QTemporaryDir m_home;
 };
 
@@ -69,6 +82,8 @@ private:
 void askRunning(const QDBusConnection &bus, const QString &action);
 /// Whether the process handles the signal by now.
 [[nodiscard]] bool heeds(qint64 process, int number);
+/// Whether the signal was sent to the process and has not reached it yet.
+[[nodiscard]] bool isPending(qint64 process, int number);
 /// The processes that this one started and that are still there.
 [[nodiscard]] QList<qint64> childrenOf(qint64 process);
 /// Whether there is such a process that has not ended.

@@ -2,6 +2,8 @@
 // The program is killed at any moment, and the next start finds everything whole.
 #include "household.h"
 
+#include "support/test_main.h"
+
 #include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QTest>
@@ -13,11 +15,24 @@ namespace
 
 #ifdef __SANITIZE_ADDRESS__
 constexpr int kRounds = 6;
+constexpr int kRenewals = 10;
 #else
 constexpr int kRounds = 30;
+constexpr int kRenewals = 20;
 #endif
 /// Within this time a program that has been asked for something has saved it, in milliseconds.
 constexpr quint32 kLatestKill = 150;
+/// GitHub takes up to this time for the answer with a new token, and the program as long again to store it, in
+/// milliseconds.
+constexpr quint32 kLatestToken = 100;
+
+/// How many renewals are killed: more where the environment says so.
+int renewalCount()
+{
+    bool isNumber = false;
+    const int wanted = qEnvironmentVariableIntValue("VELMORA_RENEWAL_KILLS", &isNumber);
+    return isNumber ? wanted : kRenewals;
+}
 
 } // namespace
 
@@ -59,7 +74,82 @@ private Q_SLOTS:
         expectUsable();
     }
 
+    void aRenewalMayBeKilledAtAnyMoment()
+    {
+        // Every use of a token needs a new one.
+        m_household.simulator.oauth().settings().accessTokenSeconds = 200;
+        QVERIFY(m_household.connectFirstAccount());
+        const QByteArray login = m_household.firstLogin().toUtf8();
+        const int count = renewalCount();
+        int underWay = 0;
+        int lost = 0;
+        for (int round = 0; round < count; ++round) {
+            killWhileItRenews(round);
+            const QStringList sent = m_household.refreshTokens();
+            underWay += sent.isEmpty() ? 0 : 1;
+            expectWhole();
+            const auto next = m_household.finished({QStringLiteral("watch"), QStringLiteral("--once")});
+            expectNoTokenSentBefore(m_household.refreshTokens());
+            if (next->code() == 0)
+                continue;
+            // The answer went down with the program, and nothing else: the account is there and can be connected. A
+            // request that was on its way counts as sent.
+            ++lost;
+            QCOMPARE(next->err(), login + ": GitHub did not return an access token. Connect " + login + " again.\n");
+            const auto accounts = m_household.finished({QStringLiteral("accounts")});
+            const bool isTold = accounts->out().contains(login) && accounts->out().contains("Reconnect required");
+            QVERIFY2(isTold, accounts->out());
+            QVERIFY(m_household.connectFirstAccount());
+        }
+        qInfo("%d killed, %d of them after GitHub was asked; %d had to be connected again", count, underWay, lost);
+        QVERIFY(underWay > 0);
+        expectUsable();
+    }
+
 private:
+    /// Kills the tray program or a command: most of them within the moments that follow the request for a new token,
+    /// some before it.
+    void killWhileItRenews(int round)
+    {
+        m_household.simulator.log().clear();
+        auto &misbehaviour = m_household.simulator.misbehaviour();
+        velmora::simulator::MisbehaviourRule late;
+        late.path = Household::kTokens;
+        late.delivery.delayMilliseconds = static_cast<int>(m_random.bounded(kLatestToken));
+        misbehaviour.add(late);
+        const auto bus = QDBusConnection::sessionBus();
+        const bool isTray = round % 2 == 0;
+        const auto run = m_household.started(isTray ? QStringList{QStringLiteral("--background")}
+                                                    : QStringList{QStringLiteral("watch"), QStringLiteral("--once")});
+        if (isTray) {
+            QVERIFY(waitUntil([&] { return ownerOnBus(bus) == run->process().processId(); }));
+            askRunning(bus, QStringLiteral("refresh"));
+        }
+        QElapsedTimer life;
+        life.start();
+        const auto early = static_cast<int>(m_random.bounded(static_cast<quint32>(m_untilRequest) + 1));
+        const bool isEarly = round % 5 == 4;
+        std::ignore
+            = waitUntil([&] { return isEarly ? life.hasExpired(early) : !m_household.refreshTokens().isEmpty(); });
+        if (!isEarly) {
+            m_untilRequest = static_cast<int>(life.restart());
+            const auto end = static_cast<int>(m_random.bounded(2 * kLatestToken));
+            std::ignore = waitUntil([&] { return life.hasExpired(end); });
+        }
+        run->signal(SIGKILL);
+        QVERIFY(run->ends());
+        misbehaviour.clear();
+    }
+
+    /// A refresh token works once: whether one that was sent arrived is known to nobody after a kill.
+    void expectNoTokenSentBefore(const QStringList &sent)
+    {
+        for (const QString &token : sent) {
+            QVERIFY2(!m_formerTokens.contains(token), qPrintable(token));
+            m_formerTokens.insert(token);
+        }
+    }
+
     void killAtSomeMoment(ProgramRun &run)
     {
         QElapsedTimer life;
@@ -93,7 +183,9 @@ private:
 
     Household m_household;
     QRandomGenerator m_random{20'260'501};
+    int m_untilRequest = 0; ///< milliseconds from the start of the last renewal's program
+    QSet<QString> m_formerTokens; ///< refresh tokens that were sent so far
 };
 
-QTEST_GUILESS_MAIN(ProgramCrashTest)
+VELMORA_TEST(ProgramCrashTest)
 #include "program_crash_test.moc"

@@ -2,6 +2,8 @@
 // The program of the tray is told to end, at one moment or another.
 #include "household.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora::testing;
@@ -162,5 +164,5 @@ private:
     Household m_household;
 };
 
-QTEST_GUILESS_MAIN(ProgramEndTest)
+VELMORA_TEST(ProgramEndTest)
 #include "program_end_test.moc"

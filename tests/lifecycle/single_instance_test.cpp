@@ -2,6 +2,8 @@
 // Of several programs that start at once, one stays.
 #include "household.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora::testing;
@@ -62,5 +64,5 @@ private:
     QProcessEnvironment m_environment;
 };
 
-QTEST_GUILESS_MAIN(SingleInstanceTest)
+VELMORA_TEST(SingleInstanceTest)
 #include "single_instance_test.moc"

@@ -1,12 +1,14 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks every file of the repository against source_rules.py. Usage: check_sources.py [root]"""
+"""Checks every file of the repository against source_rules.py, and src as a whole. Usage: check_sources.py [root]"""
 
 import os
 import sys
 
 sys.dont_write_bytecode = True
+import hidden_includes  # noqa: E402
 import source_rules  # noqa: E402
+import unheard_signals  # noqa: E402
 
 _SKIPPED_FOLDERS = {".git", "build", "node_modules", "corpus", "__pycache__"}
 _SKIPPED_FILES = {".git", "LICENSE", "package-lock.json"}
@@ -35,9 +37,26 @@ def check(path, text):
             yield f"{path}:{line}: {message}"
 
 
+def check_headers(root):
+    """Every header of the program and of the stand-in includes what it uses, the precompiled header aside."""
+    roots = [os.path.join(root, "src"), root]
+
+    def read(path):
+        for folder in roots:
+            if os.path.isfile(os.path.join(folder, path)):
+                with open(os.path.join(folder, path), encoding="utf-8") as file:
+                    return file.read()
+        return None
+
+    for path in files(root):
+        if path.endswith(".h") and path.startswith(("src/", "simulator/")):
+            for line, name in hidden_includes.missing(path.removeprefix("src/"), read):
+                yield f"{path}:{line}: <{name}> is not included"
+
+
 def main():
     root = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(__file__), "..", "..")
-    findings, count = [], 0
+    findings, count, product = [], 0, {}
     for path in files(root):
         with open(os.path.join(root, path), "rb") as file:
             content = file.read()
@@ -47,6 +66,10 @@ def main():
             continue
         count += 1
         findings += check(path, text)
+        if path.startswith("src/") and source_rules.is_cpp(path):
+            product[path] = text
+    findings += [f"{path}:{line}: {message}" for path, line, message in unheard_signals.check(product)]
+    findings += check_headers(root)
     print("\n".join(findings), end="\n" if findings else "")
     print(f"{count} files, {len(findings)} findings")
     # A walk that finds nothing to look at has lost its way.

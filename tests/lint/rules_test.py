@@ -7,8 +7,10 @@ import unittest
 
 sys.dont_write_bytecode = True
 import check_sources  # noqa: E402
+import hidden_includes  # noqa: E402
 import plain_await  # noqa: E402
 import source_rules  # noqa: E402
+import unheard_signals  # noqa: E402
 
 REFUSED_AWAITS = {
     "a lambda as argument": "co_await f([x] { return x; });",
@@ -152,6 +154,27 @@ class RulesTest(unittest.TestCase):
     def test_long_files(self):
         self.assertEqual(self.found(source_rules.file_size, "a.cpp", "\n" * 401), 1)
         self.assertEqual(self.found(source_rules.file_size, "a.cpp", "\n" * 400), 0)
+
+    def test_signals_that_nothing_connects(self):
+        header = "class A {\nclass B { int c; };\nQ_SIGNALS:\n    void told(int);\n    void lost();\nprivate:\n    void f();\n};"
+        source = "connect(m_a.get(), &A::told, this, &C::lost);"
+        found = unheard_signals.check({"src/a/a.h": header, "src/a/a.cpp": source})
+        self.assertEqual(list(found), [("src/a/a.h", 5, "nothing in src connects to A::lost")])
+        self.assertEqual(list(unheard_signals.check({"a.h": header, "a.cpp": source + "waitFor(a, &A::lost);"})), [])
+        exported = header.replace("class B", 'Q_CLASSINFO("D-Bus Interface", "a") class B')
+        self.assertEqual(list(unheard_signals.check({"a.h": exported})), [])
+
+    def test_headers_include_what_they_use(self):
+        def missing(**texts):
+            return [name for _, name in hidden_includes.missing("a", lambda path: texts.get(path.removesuffix(".h")))]
+
+        self.assertEqual(missing(a="std::optional<int> f();"), ["optional"])
+        self.assertEqual(missing(a="#include <optional>\nstd::optional<int> f();"), [])
+        self.assertEqual(missing(a='#include "b.h"\nstd::optional<int> f();', b="#include <optional>"), [])
+        self.assertEqual(missing(a='#include "b.h"\nQHash<int, int> f();', b='#include "a.h"'), ["QHash"])
+        self.assertEqual(missing(a="QString f(); // std::move"), ["QString"])
+        self.assertEqual(missing(a="class QString;\nvoid f(const QString &);"), [])
+        self.assertEqual(missing(a="#include <QSize>\nQString f();"), [])
 
     def test_every_rule_is_applied(self):
         bad = "class A { Q_OBJECT };\n"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "model/deployment_snapshot.h"
 #include "model/deployment_state.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -122,6 +123,18 @@ private Q_SLOTS:
         QCOMPARE(detailsURL(deployment).text(), QStringLiteral("https://github.com/acme/site/deployments"));
         deployment.logURL = WebAddress(QStringLiteral("https://ci.test/1"));
         QCOMPARE(detailsURL(deployment).text(), QStringLiteral("https://ci.test/1"));
+        QVERIFY(hasLogPage(deployment));
+    }
+
+    void aLogThatNoBrowserCanOpenIsNone()
+    {
+        DeploymentSnapshot deployment;
+        deployment.repositoryURL = WebAddress(QStringLiteral("https://github.com/acme/site"));
+        for (const char *log : {"", "file:///etc/passwd", "javascript:alert(1)", "ci.test/1"}) {
+            deployment.logURL = WebAddress(QString::fromLatin1(log));
+            QVERIFY2(!hasLogPage(deployment), log);
+            QCOMPARE(detailsURL(deployment).text(), QStringLiteral("https://github.com/acme/site/deployments"));
+        }
     }
 
     void aResultIsRememberedByIdAndState()
@@ -133,5 +146,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DeploymentStateTest)
+VELMORA_TEST(DeploymentStateTest)
 #include "deployment_state_test.moc"

@@ -3,6 +3,7 @@
 #include "support/await.h"
 #include "support/json.h"
 #include "support/private_file.h"
+#include "support/test_main.h"
 
 #include <QDir>
 #include <QFile>
@@ -165,6 +166,20 @@ private Q_SLOTS:
         QVERIFY(!awaitValue(cache.load()).has_value());
     }
 
+    void whatIsNoFileIsNeitherWaitedForNorReplaced()
+    {
+        JSONDeploymentCache cache(folder());
+        makePrivateFolder(folder());
+        QCOMPARE(::mkfifo(QFile::encodeName(cache.path()).constData(), 0600), 0);
+        QVERIFY(!awaitValue(cache.load()).has_value());
+        QVERIFY(await(cache.save(payload(1))).failedWithType<FileError>());
+        QVERIFY(QFile::remove(cache.path()));
+        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), cache.path()));
+        QVERIFY(!awaitValue(cache.load()).has_value());
+        QVERIFY(await(cache.save(payload(1))).failedWithType<FileError>());
+        QVERIFY(QFileInfo(cache.path()).isSymLink());
+    }
+
     void withoutAFolderNothingIsKept()
     {
         JSONDeploymentCache cache{QString()};
@@ -211,5 +226,5 @@ private:
     std::unique_ptr<QTemporaryDir> m_folder;
 };
 
-QTEST_GUILESS_MAIN(JSONDeploymentCacheTest)
+VELMORA_TEST(JSONDeploymentCacheTest)
 #include "json_deployment_cache_test.moc"

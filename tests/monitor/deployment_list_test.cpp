@@ -2,6 +2,7 @@
 #include "monitor/deployment_list.h"
 
 #include "support/builders.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -230,5 +231,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DeploymentListTest)
+VELMORA_TEST(DeploymentListTest)
 #include "deployment_list_test.moc"

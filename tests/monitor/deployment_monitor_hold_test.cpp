@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/monitor_fixture.h"
 
+#include "support/test_main.h"
+
 #include <QSignalSpy>
 #include <QTest>
 
@@ -64,6 +66,25 @@ private Q_SLOTS:
         f->refreshAll();
         QCOMPARE(f->github.queries, QStringList{QStringLiteral("alice: R_alice")});
         QCOMPARE(f->monitor->state().state, Case::Ready);
+    }
+
+    void aRefreshByHandThatSucceedsCounts()
+    {
+        f->build();
+        f->tick();
+        f->clock.setNow(f->clock.now() + 9h);
+        f->monitor->hold();
+        f->refreshAll();
+        QCOMPARE(f->monitor->lastRefreshedAt(), f->clock.now());
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::ready(f->clock.now()));
+    }
+
+    void theFirstRefreshByHandDuringAHoldEndsTheLoading()
+    {
+        f->build();
+        f->monitor->hold();
+        f->refreshAll();
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::ready(f->clock.now()));
     }
 
     void aRequestThatBreaksOffIsNoFailureAndIsMadeAgain()
@@ -162,5 +183,5 @@ private:
     FakeHTTPSession::Handler m_answer;
 };
 
-QTEST_GUILESS_MAIN(DeploymentMonitorHoldTest)
+VELMORA_TEST(DeploymentMonitorHoldTest)
 #include "deployment_monitor_hold_test.moc"

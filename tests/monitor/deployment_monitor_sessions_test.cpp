@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/monitor_fixture.h"
 
+#include "support/test_main.h"
+
 #include <QSignalSpy>
 #include <QTest>
 
@@ -42,7 +44,7 @@ private Q_SLOTS:
     void theFirstAccountIsFetchedAtOnceAndSaysThatItLoads()
     {
         run();
-        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected());
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected(MissingStep::Account));
         haltGitHub();
         joinAlice();
         QVERIFY(f->monitor->isRefreshing());
@@ -97,7 +99,7 @@ private Q_SLOTS:
         f->tick();
         f->installations->setAllRepositories(false);
         f->tickAfter(30s);
-        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected());
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected(MissingStep::Selection));
         f->installations->setAllRepositories(true);
         haltGitHub();
         const auto tick = start(f->monitor->tick(f->authentication.get(), f->installations.get(), f->clock.now()));
@@ -111,7 +113,7 @@ private Q_SLOTS:
     {
         showBoth();
         const auto requests = f->github.session->requests.size();
-        f->authentication->remove(2);
+        std::ignore = start(f->authentication->remove(2));
         QCOMPARE(f->shownIDs(), QStringList{text("a1")});
         QCOMPARE(f->monitor->state(), DeploymentMonitorState::ready(noon()));
         QCOMPARE(f->github.session->requests.size(), requests);
@@ -127,7 +129,7 @@ private Q_SLOTS:
         QCOMPARE(f->shownIDs(), (QStringList{text("a1"), text("s1"), text("b1")}));
         const QSignalSpy changes(f->monitor.get(), &DeploymentMonitor::changed);
         // The shared repository was reached through the first of them.
-        f->authentication->remove(1);
+        std::ignore = start(f->authentication->remove(1));
         QCOMPARE(f->shownIDs(), (QStringList{text("s1"), text("b1")}));
         QCOMPARE(changes.size(), 1);
         f->github.clearLog();
@@ -141,8 +143,8 @@ private Q_SLOTS:
         connectAlice();
         run();
         f->tick();
-        f->authentication->remove(1);
-        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected());
+        std::ignore = start(f->authentication->remove(1));
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected(MissingStep::Account));
         QCOMPARE(f->shownIDs(), QStringList());
         QVERIFY(f->cache.payload->deployments.isEmpty());
     }
@@ -154,7 +156,7 @@ private Q_SLOTS:
         run();
         haltGitHub();
         const auto tick = start(f->monitor->tick(f->authentication.get(), f->installations.get(), f->clock.now()));
-        f->authentication->remove(2);
+        std::ignore = start(f->authentication->remove(2));
         resumeGitHub();
         QVERIFY(waitUntil([&] { return tick->isDone && !f->monitor->isRefreshing(); }));
         QCOMPARE(f->shownIDs(), QStringList{text("a1")});
@@ -166,7 +168,7 @@ private Q_SLOTS:
         // Another start: nothing is known but what was saved.
         f->build();
         f->github.clearLog();
-        awaitValue(f->authentication->removeAndWait(2));
+        awaitValue(f->authentication->remove(2));
         awaitValue(f->monitor->forgetRemoved(f->authentication.get(), f->installations.get(), f->clock.now()));
         QCOMPARE(f->cache.payload->deployments.size(), 1);
         QCOMPARE(f->cache.payload->deployments.first().id, text("a1"));
@@ -178,7 +180,7 @@ private Q_SLOTS:
         showBoth();
         f->build();
         f->github.identities[text("alice")].restFailure = FakeHTTPSession::response(502, "");
-        awaitValue(f->authentication->removeAndWait(2));
+        awaitValue(f->authentication->remove(2));
         awaitValue(f->monitor->forgetRemoved(f->authentication.get(), f->installations.get(), f->clock.now()));
         QCOMPARE(f->cache.payload->deployments.size(), 3);
     }
@@ -186,7 +188,7 @@ private Q_SLOTS:
     void anAccountThatComesBackIsNotAnnouncedForWhatHappenedMeanwhile()
     {
         showBoth();
-        f->authentication->remove(2);
+        std::ignore = start(f->authentication->remove(2));
         f->accounts.removeLast();
         connectBob();
         f->github.identities[text("bob")].repositories[0].deployments.append(deployment("b2", "FAILURE"));
@@ -203,7 +205,7 @@ private Q_SLOTS:
         showBoth();
         f->build();
         haltGitHub();
-        f->authentication->remove(2);
+        std::ignore = start(f->authentication->remove(2));
         const auto forgetting
             = start(f->monitor->forgetRemoved(f->authentication.get(), f->installations.get(), f->clock.now()));
         QVERIFY(waitUntil([this] { return f->github.session->openRequests == 1; }));
@@ -260,5 +262,5 @@ private:
     FakeHTTPSession::Handler m_handler;
 };
 
-QTEST_GUILESS_MAIN(DeploymentMonitorSessionsTest)
+VELMORA_TEST(DeploymentMonitorSessionsTest)
 #include "deployment_monitor_sessions_test.moc"

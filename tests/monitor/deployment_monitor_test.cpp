@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "support/lockable_credential_store.h"
 #include "support/monitor_fixture.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -47,6 +48,46 @@ std::exception_ptr noNetwork()
     return std::make_exception_ptr(TransportError(TransportError::Kind::Network, text("no network")));
 }
 
+/// A credential store that never answers for some accounts until it is told to.
+class SlowCredentialStore final : public CredentialStoring
+{
+public:
+    explicit SlowCredentialStore(std::shared_ptr<CredentialStoring> content)
+        : m_content(std::move(content))
+    {
+    }
+
+    [[nodiscard]] QCoro::Task<> prepareToSave() override { return m_content->prepareToSave(); }
+    [[nodiscard]] QCoro::Task<> unlock(QList<qint64> accountIDs) override { return m_content->unlock(accountIDs); }
+    [[nodiscard]] QCoro::Task<> save(GitHubCredential credential, qint64 accountID, Interaction interaction) override
+    {
+        return m_content->save(std::move(credential), accountID, interaction);
+    }
+    [[nodiscard]] QCoro::Task<std::optional<GitHubCredential>> load(qint64 accountID) override
+    {
+        if (slow.contains(accountID)) {
+            const OneShot<> held;
+            m_held.append(held);
+            co_await held;
+        }
+        auto loaded = co_await m_content->load(accountID);
+        co_return loaded;
+    }
+    [[nodiscard]] QCoro::Task<> remove(qint64 accountID, Interaction interaction) override
+    {
+        return m_content->remove(accountID, interaction);
+    }
+
+    [[nodiscard]] qsizetype waiting() const { return m_held.size(); }
+    void release() { m_held.takeFirst().resolve(); }
+
+    QSet<qint64> slow;
+
+private:
+    std::shared_ptr<CredentialStoring> m_content;
+    QList<OneShot<>> m_held;
+};
+
 } // namespace
 
 class DeploymentMonitorTest : public QObject
@@ -69,6 +110,34 @@ private:
         f->connect(2, text("bob")).repositories = {repository("R_b", "bob/b", {deployment("b1", "FAILURE", 2h)})};
         f->build();
     }
+
+    /// GitHub has renewed alice's token for another process, which has told nobody: the stored one is dead, but can
+    /// be renewed into this one.
+    void renewAliceInto(const char *token)
+    {
+        GitHubCredential credential;
+        credential.accessToken = text("alice");
+        credential.refreshToken = text("refresh");
+        awaitValue(f->credentials->save(credential, 1, Interaction::Forbidden));
+        f->github.identities[text(token)] = f->github.identities.take(text("alice"));
+        f->github.grantedToken = text(token);
+    }
+
+    [[nodiscard]] qsizetype renewals() const
+    {
+        return std::ranges::count_if(f->github.session->requests,
+            [](const HTTPRequest &request) { return request.url.path().endsWith(text("/oauth/access_token")); });
+    }
+
+    [[nodiscard]] qsizetype requestsWithTheTokenOfAlice() const
+    {
+        return std::ranges::count_if(f->github.session->requests, [](const HTTPRequest &request) {
+            return std::ranges::any_of(
+                request.headers, [](const auto &header) { return header.second == "Bearer alice"; });
+        });
+    }
+
+    void refreshExpected() { awaitValue(f->monitor->refreshExpected(f->authentication.get(), f->installations.get())); }
 
     FakeGitHub::Identity &alice() { return f->github.identities[text("alice")]; }
     FakeGitHub::Identity &bob() { return f->github.identities[text("bob")]; }
@@ -279,6 +348,90 @@ private Q_SLOTS:
         QCOMPARE(f->shownIDs(), texts({"a1"}));
     }
 
+    void anIdentityWhoseCredentialDoesNotComeHoldsNobodyUp()
+    {
+        const auto keyring = std::make_shared<SlowCredentialStore>(f->credentials);
+        f->credentialStore = keyring;
+        buildAliceAndBob();
+        f->tick();
+        keyring->slow = {1};
+        f->github.clearLog();
+        f->monitor->start(f->authentication.get(), f->installations.get());
+        QStringList asked;
+        for (int second = 1; second <= 300; ++second) {
+            f->github.clearLog();
+            f->clock.advance(1s);
+            drainEvents();
+            if (f->github.queries.contains(text("bob: R_b")))
+                asked.append(QString::number(second));
+            QVERIFY(!f->github.queries.contains(text("alice: R_a")));
+        }
+        // The first wait for alice's credential, of 5 seconds, is the only one that bob notices.
+        QVERIFY2(asked.size() >= 9, qPrintable(asked.join(QLatin1Char(' '))));
+        QCOMPARE(stateOf(*f), Case::Stale);
+        QCOMPARE(f->monitor->message(), text("alice: Velmora is still waiting for the token of this account."));
+        QCOMPARE(keyring->waiting(), 1);
+        keyring->slow.clear();
+        f->github.clearLog();
+        keyring->release();
+        drainEvents();
+        // What has arrived is used at once.
+        QVERIFY(f->github.queries.contains(text("alice: R_a")));
+        QCOMPARE(stateOf(*f), Case::Ready);
+    }
+
+    void aTokenThatIsRefusedCostsOneRenewalAndNoFailure()
+    {
+        buildAliceAndBob();
+        f->tick();
+        renewAliceInto("alice-2");
+        f->tickAfter(30s);
+        QCOMPARE(stateOf(*f), Case::Ready);
+        QCOMPARE(f->monitor->message(), QString());
+        QCOMPARE(f->github.queries.mid(f->github.queries.size() - 2), texts({"alice-2: R_a", "bob: R_b"}));
+        QCOMPARE(renewals(), 1);
+        f->tickAfter(30s);
+        QCOMPARE(renewals(), 1);
+    }
+
+    void aSessionThatGitHubEndsSaysWhatToDoAndIsLeftAloneUntilItIsConnectedAgain()
+    {
+        buildAliceAndBob();
+        f->tick();
+        f->github.identities.remove(text("alice"));
+        const auto before = requestsWithTheTokenOfAlice();
+        f->tickAfter(30s);
+        QCOMPARE(stateOf(*f), Case::Stale);
+        QCOMPARE(f->monitor->message(),
+            text("alice: This GitHub account needs to be connected again. Connect alice again."));
+        QCOMPARE(f->authentication->sessions().first().status, GitHubSessionStatus::ReconnectRequired);
+        QCOMPARE(requestsWithTheTokenOfAlice(), before + 1);
+        const QSignalSpy changes(f->authentication.get(), &AuthenticationStore::sessionsChanged);
+        for (int i = 0; i < 90; ++i)
+            f->tickAfter(30s);
+        QCOMPARE(requestsWithTheTokenOfAlice(), before + 1);
+        QCOMPARE(changes.size(), 0);
+        QCOMPARE(stateOf(*f), Case::Stale);
+    }
+
+    void anAccountThatIsConnectedAgainElsewhereIsFetchedAtOnceThoughItsRecordIsTheSame()
+    {
+        buildAliceAndBob();
+        f->tick();
+        f->monitor->start(f->authentication.get(), f->installations.get());
+        const auto identity = f->github.identities.take(text("alice"));
+        f->clock.advance(10min);
+        QCOMPARE(stateOf(*f), Case::Stale);
+        f->github.identities[text("alice-2")] = identity;
+        GitHubCredential credential;
+        credential.accessToken = text("alice-2");
+        awaitValue(f->credentials->save(credential, 1, Interaction::Forbidden));
+        f->defaults.setValue(text("github.connections"), QStringList{text("1:1")});
+        drainEvents();
+        QCOMPARE(stateOf(*f), Case::Ready);
+        QCOMPARE(f->authentication->sessions().first().status, GitHubSessionStatus::Connected);
+    }
+
     void whenTheNetworkReturnsFailedIdentitiesAreTriedAtOnce()
     {
         buildAliceAndBob();
@@ -317,7 +470,7 @@ private Q_SLOTS:
         awaitValue(f->monitor->loadCache());
         QCOMPARE(f->monitor->state(), DeploymentMonitorState::loading(true));
         f->tick();
-        QCOMPARE(f->monitor->state(), DeploymentMonitorState::stale({}));
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::stale(noon()));
         QCOMPARE(f->monitor->message(), text("alice: no network"));
         QCOMPARE(f->shownIDs(), texts({"old"}));
         QVERIFY(!f->monitor->lastRefreshedAt());
@@ -356,7 +509,8 @@ private Q_SLOTS:
         f->github.identities.remove(text("bob"));
         f->tick();
         QCOMPARE(stateOf(*f), Case::Stale);
-        QCOMPARE(f->monitor->message(), text("bob: GitHub returned HTTP 401."));
+        QCOMPARE(
+            f->monitor->message(), text("bob: This GitHub account needs to be connected again. Connect bob again."));
         QVERIFY(!f->ledger->pausedUntil(2, f->clock.now()));
     }
 
@@ -367,7 +521,7 @@ private Q_SLOTS:
         f->build();
         awaitValue(f->monitor->loadCache());
         f->tick();
-        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected());
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected(MissingStep::Account));
         QVERIFY(f->monitor->deployments().isEmpty());
         QVERIFY(f->cache.payload->deployments.isEmpty());
     }
@@ -378,12 +532,170 @@ private Q_SLOTS:
         f->tick();
         f->installations->setAllRepositories(false);
         f->tickAfter(30s);
-        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected());
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected(MissingStep::Selection));
         QVERIFY(f->monitor->deployments().isEmpty());
         f->installations->setAllRepositories(true);
         f->tickAfter(5s);
         QCOMPARE(stateOf(*f), Case::Ready);
         QCOMPARE(f->shownIDs(), texts({"a1"}));
+    }
+
+    void whatIsMissingIsTold()
+    {
+        buildAlice({});
+        f->tick();
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected(MissingStep::Installation));
+        alice().isInstalled = true;
+        f->tickAfter(30s);
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected(MissingStep::Access));
+        alice().repositories = {repository("R_a", "alice/a")};
+        f->refreshAll();
+        f->tickAfter(3600s);
+        QCOMPARE(stateOf(*f), Case::Ready);
+        f->installations->setInstallation(text("1:7"), false);
+        f->tickAfter(30s);
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected(MissingStep::Selection));
+    }
+
+    void whatIsNotKnownOfOneIdentityIsNotMissing()
+    {
+        f->connect(1, text("alice"));
+        f->connect(2, text("bob")).restFailure = FakeHTTPSession::response(500, "");
+        f->build();
+        f->tick();
+        QCOMPARE(stateOf(*f), Case::Stale);
+    }
+
+    void whileNothingIsInstalledEveryFullPollAsksAgainWithoutAFlicker()
+    {
+        buildAlice({});
+        f->tick();
+        const QSignalSpy changes(f->monitor.get(), &DeploymentMonitor::changed);
+        f->github.clearLog();
+        for (int i = 0; i < 5; ++i)
+            f->tickAfter(5s);
+        QCOMPARE(f->github.restRequests.size(), 0);
+        f->tickAfter(5s);
+        QCOMPARE(f->github.restRequests, texts({"alice: /user/installations"}));
+        f->tickAfter(30s);
+        QCOMPARE(f->github.restRequests.size(), 2);
+        QCOMPARE(changes.size(), 0);
+        alice().repositories = {repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})};
+        f->tickAfter(30s);
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::ready(f->clock.now()));
+        f->github.clearLog();
+        f->tickAfter(30s);
+        QCOMPARE(f->github.restRequests.size(), 0);
+    }
+
+    void oneIdentityWithoutInstallationsIsAskedAgainBesideTheOthers()
+    {
+        f->connect(1, text("alice")).repositories = {repository("R_a", "alice/a")};
+        f->connect(2, text("bob"));
+        f->build();
+        f->tick();
+        f->github.clearLog();
+        f->tickAfter(30s);
+        QCOMPARE(f->github.restRequests, texts({"bob: /user/installations"}));
+        f->github.identities[text("bob")].repositories = {repository("R_b", "bob/b", {deployment("b1", "SUCCESS")})};
+        f->tickAfter(30s);
+        QCOMPARE(f->shownIDs(), texts({"b1"}));
+    }
+
+    void forAWhileAfterTheInstallationPageWasOpenedEveryIdentityIsAskedAgain()
+    {
+        buildAlice({repository("R_a", "alice/a")});
+        f->tick();
+        f->installationPage.open();
+        f->github.clearLog();
+        f->tickAfter(30s);
+        QCOMPARE(f->github.restRequests.size(), 2);
+        f->tickAfter(15min);
+        QCOMPARE(f->github.restRequests.size(), 2);
+    }
+
+    void whoComesBackFromInstallingIsServedAtOnce()
+    {
+        buildAlice({});
+        f->tick();
+        f->github.clearLog();
+        alice().repositories = {repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})};
+        refreshExpected();
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+        QCOMPARE(stateOf(*f), Case::Ready);
+        QVERIFY(!f->monitor->isRefreshing());
+        f->github.clearLog();
+        refreshExpected();
+        QCOMPARE(f->github.restRequests.size() + f->github.queries.size(), 0);
+        f->installationPage.open();
+        refreshExpected();
+        QCOMPARE(f->github.restRequests.size(), 2);
+        QVERIFY(!f->monitor->isRefreshing());
+        f->monitor->hold();
+        refreshExpected();
+        QCOMPARE(f->github.restRequests.size(), 2);
+    }
+
+    void comingBackTwiceWhileALoadRunsAsksOnce()
+    {
+        buildAlice({});
+        f->tick();
+        const auto handler = std::exchange(f->github.session->handler, nullptr);
+        const auto first = start(f->monitor->refreshExpected(f->authentication.get(), f->installations.get()));
+        const auto second = start(f->monitor->refreshExpected(f->authentication.get(), f->installations.get()));
+        const auto before = f->github.session->requests.size();
+        f->clock.setNow(f->clock.now() + 1s);
+        f->github.session->resume(handler);
+        QVERIFY(waitUntil([&] { return first->isDone && second->isDone; }));
+        QCOMPARE(f->github.session->requests.size(), before);
+    }
+
+    void aFailureOfWhoComesBackIsBackedOffFrom()
+    {
+        buildAlice({});
+        f->tick();
+        alice().restFailure = FakeHTTPSession::response(500, "");
+        f->github.clearLog();
+        refreshExpected();
+        QCOMPARE(f->github.restRequests.size(), 1);
+        QCOMPARE(stateOf(*f), Case::Stale);
+        f->tickAfter(4s);
+        QCOMPARE(f->github.restRequests.size(), 1);
+        f->tickAfter(1s);
+        QCOMPARE(f->github.restRequests.size(), 2);
+    }
+
+    void anIdentityThatIsPausedAtTheFullHourIsAskedWhenThePauseIsOver()
+    {
+        buildAliceAndBob();
+        f->tick();
+        f->ledger->recordRefusal(1, RateLimitNotice{noon() + 3700s}, noon());
+        f->github.clearLog();
+        f->tickAfter(3600s);
+        QCOMPARE(f->github.restRequests.size(), 2);
+        QVERIFY(f->github.restRequests.filter(text("alice")).isEmpty());
+        f->tickAfter(95s);
+        QVERIFY(f->github.restRequests.filter(text("alice")).isEmpty());
+        f->tickAfter(5s);
+        QCOMPARE(f->github.restRequests.filter(text("alice")).size(), 2);
+        QCOMPARE(f->github.restRequests.size(), 4);
+    }
+
+    void anIdentityThatBacksOffAtTheFullHourIsAskedWhenItIsTriedAgain()
+    {
+        buildAliceAndBob();
+        f->tick();
+        alice().graphqlFailure = FakeHTTPSession::response(500, "");
+        f->tickAfter(3598s);
+        f->github.clearLog();
+        f->tickAfter(2s);
+        QVERIFY(f->github.restRequests.filter(text("alice")).isEmpty());
+        QCOMPARE(f->github.restRequests.filter(text("bob")).size(), 2);
+        alice().graphqlFailure.reset();
+        f->tickAfter(5s);
+        QCOMPARE(f->github.restRequests.filter(text("alice")).size(), 2);
+        QCOMPARE(stateOf(*f), Case::Ready);
     }
 
     void anIdentityWithNothingToMonitorDoesNotDisturbTheOthers()
@@ -400,7 +712,7 @@ private Q_SLOTS:
     {
         buildAliceAndBob();
         f->tick();
-        f->authentication->remove(2);
+        std::ignore = start(f->authentication->remove(2));
         f->github.clearLog();
         f->tickAfter(30s);
         QCOMPARE(f->github.queries, texts({"alice: R_a"}));
@@ -612,6 +924,62 @@ private Q_SLOTS:
         QCOMPARE(f->defaults.stringList(text("deployments.notifiedSuccesses")), texts({"a1:success"}));
     }
 
+    void aSaveThatFailsIsToldUntilOneSucceeds()
+    {
+        f->cache.fails = true;
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        QVERIFY(f->monitor->unsaved().isEmpty());
+        QSignalSpy changed(f->monitor.get(), &DeploymentMonitor::changed);
+        f->tick();
+        QCOMPARE(f->monitor->unsaved(), text("the disk is full"));
+        QCOMPARE(stateOf(*f), Case::Ready);
+        QVERIFY(f->monitor->message().isEmpty());
+        QVERIFY(!changed.isEmpty());
+        changed.clear();
+        f->cache.fails = false;
+        f->tickAfter(30s);
+        QVERIFY(f->monitor->unsaved().isEmpty());
+        QVERIFY(!changed.isEmpty());
+        QCOMPARE(f->cache.payload->deployments, f->monitor->deployments());
+    }
+
+    void aSaveThatFailedIsTriedAgainWhereNothingIsRefreshed()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        f->tick();
+        QCOMPARE(f->cache.saves, 1);
+        f->cache.fails = true;
+        awaitValue(f->authentication->remove(1));
+        awaitValue(f->monitor->forgetRemoved(f->authentication.get(), f->installations.get(), f->clock.now()));
+        QCOMPARE(f->cache.saves, 2);
+        QCOMPARE(f->monitor->unsaved(), text("the disk is full"));
+        f->tickAfter(25s);
+        QCOMPARE(f->cache.saves, 2);
+        f->tickAfter(5s);
+        QCOMPARE(f->cache.saves, 3);
+        f->cache.fails = false;
+        f->tickAfter(30s);
+        QCOMPARE(f->cache.saves, 4);
+        QVERIFY(f->cache.payload->deployments.isEmpty());
+        QVERIFY(f->monitor->unsaved().isEmpty());
+        f->tickAfter(30s);
+        QCOMPARE(f->cache.saves, 4);
+    }
+
+    void settingsThatAreNotSavedAreToldWithTheDeployments()
+    {
+        f->cache.fails = true;
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        f->tick();
+        QSignalSpy changed(f->monitor.get(), &DeploymentMonitor::changed);
+        f->defaults.setFailure(text("the settings cannot be written"));
+        QCOMPARE(changed.size(), 1);
+        QCOMPARE(f->monitor->unsaved(), text("the settings cannot be written\nthe disk is full"));
+        f->defaults.setFailure(QString());
+        QCOMPARE(changed.size(), 2);
+        QCOMPARE(f->monitor->unsaved(), text("the disk is full"));
+    }
+
     void theCacheIsFilteredForTheTimeAtWhichItIsLoaded()
     {
         f->cache.payload
@@ -623,16 +991,24 @@ private Q_SLOTS:
         QCOMPARE(f->shownIDs(), texts({"new"}));
     }
 
-    void aCacheThatArrivesAfterARefreshIsIgnored()
+    void aRefreshWaitsForTheCacheAndTakesTheListFromThere()
     {
         f->cache.payload
             = DeploymentCachePayload{{makeSnapshot(text("old"), DeploymentState::Success, noon() - 1h)}, noon()};
         f->cache.gate.emplace();
         buildAlice({repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})});
+        QStringList shownFirst;
+        f->github.meanwhile = [&](const QString &) {
+            shownFirst = f->shownIDs();
+        };
         const auto loading = start(f->monitor->loadCache());
+        const auto refresh
+            = start(f->monitor->refreshAll(f->authentication.get(), f->installations.get(), f->clock.now()));
         f->tick();
+        QVERIFY(f->github.session->requests.isEmpty());
         f->cache.gate->resolve();
-        QVERIFY(loading->isDone);
+        QVERIFY(loading->isDone && refresh->isDone);
+        QCOMPARE(shownFirst, texts({"old"}));
         QCOMPARE(f->shownIDs(), texts({"a1"}));
     }
 
@@ -701,7 +1077,7 @@ private Q_SLOTS:
     {
         f->build();
         f->monitor->start(f->authentication.get(), f->installations.get());
-        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected());
+        QCOMPARE(f->monitor->state(), DeploymentMonitorState::disconnected(MissingStep::Account));
     }
 
     void anAccountThatIsConnectedWhileItRunsIsFetchedWithTheNextTick()
@@ -764,5 +1140,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DeploymentMonitorTest)
+VELMORA_TEST(DeploymentMonitorTest)
 #include "deployment_monitor_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/monitor_fixture.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -70,5 +72,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DeploymentMonitorWeekTest)
+VELMORA_TEST(DeploymentMonitorWeekTest)
 #include "deployment_monitor_week_test.moc"

@@ -4,6 +4,7 @@
 #include "monitor/status_text.h"
 #include "support/builders.h"
 #include "support/relative_time.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -85,7 +86,13 @@ private Q_SLOTS:
         row("one failed", State::ready(noon()), Failure, "GitHub deployments");
         row("stale", State::stale({}), InProgress, "Showing saved data");
         row("rate limited", State::rateLimited({}, noon() + 2h + 5min), InProgress, "Paused until 14:05");
-        row("disconnected", State::disconnected(), Success, "Connect GitHub");
+        row("disconnected", State::disconnected(MissingStep::Account), Success, "Connect GitHub");
+        row("not installed", State::disconnected(MissingStep::Installation), Success, "Install Velmora on GitHub");
+        row("nothing granted", State::disconnected(MissingStep::Access), Success, "No repositories granted");
+        row("all switched off", State::disconnected(MissingStep::Selection), Success, "No repositories selected");
+        State untold;
+        untold.state = State::Case::Disconnected;
+        row("disconnected, as an earlier version tells it", untold, Success, "Connect GitHub");
     }
 
     void everyStateHasItsText()
@@ -176,5 +183,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DeploymentSectionsTest)
+VELMORA_TEST(DeploymentSectionsTest)
 #include "deployment_sections_test.moc"

@@ -2,6 +2,7 @@
 #include "monitor/identity_health.h"
 
 #include "support/builders.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -115,5 +116,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(IdentityHealthTest)
+VELMORA_TEST(IdentityHealthTest)
 #include "identity_health_test.moc"

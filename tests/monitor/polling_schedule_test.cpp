@@ -2,6 +2,7 @@
 #include "monitor/polling_schedule.h"
 
 #include "support/builders.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -36,6 +37,26 @@ private Q_SLOTS:
         row("the clock was set back since the installations", -60, 10, false, InstallationsAndAllDeployments);
     }
 
+    void installationsAreDueAfterAnHourOrWhenTheyAreExpected_data()
+    {
+        QTest::addColumn<int>("age"); // seconds
+        QTest::addColumn<bool>("areExpected");
+        QTest::addColumn<bool>("areDue");
+        QTest::newRow("an hour") << 3600 << false << true;
+        QTest::newRow("a second less than an hour") << 3599 << false << false;
+        QTest::newRow("expected, since the last poll") << 30 << true << true;
+        QTest::newRow("expected, loaded a moment ago") << 4 << true << false;
+        QTest::newRow("the clock was set back") << -60 << false << true;
+    }
+
+    void installationsAreDueAfterAnHourOrWhenTheyAreExpected()
+    {
+        QFETCH(int, age);
+        QFETCH(bool, areExpected);
+        QFETCH(bool, areDue);
+        QCOMPARE(areInstallationsDue(noon() - std::chrono::seconds(age), areExpected, noon()), areDue);
+    }
+
     void theDecisionFollowsFromTheTimesAndTheList()
     {
         QFETCH(int, fullAge);
@@ -50,5 +71,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PollingScheduleTest)
+VELMORA_TEST(PollingScheduleTest)
 #include "polling_schedule_test.moc"

@@ -2,6 +2,7 @@
 #include "monitor/presentation.h"
 
 #include "support/builders.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -36,7 +37,8 @@ private Q_SLOTS:
         row("stale", DeploymentMonitorState::stale(noon()), some, "exclamationmark.circle", "Velmora");
         row("rate limited", DeploymentMonitorState::rateLimited({}, noon()), some, "clock.badge.exclamationmark",
             "Velmora");
-        row("disconnected", DeploymentMonitorState::disconnected(), {}, "arrow.up.circle.dotted", "Velmora");
+        row("disconnected", DeploymentMonitorState::disconnected(MissingStep::Account), {}, "arrow.up.circle.dotted",
+            "Velmora");
     }
 
     void everyStateHasItsSymbolAndTitle()
@@ -75,8 +77,12 @@ private Q_SLOTS:
         QCOMPARE(rawValue(Case::Stale), QStringLiteral("stale"));
         QCOMPARE(rawValue(Case::RateLimited), QStringLiteral("rateLimited"));
         QCOMPARE(rawValue(Case::Disconnected), QStringLiteral("disconnected"));
+        QCOMPARE(rawValue(MissingStep::Account), QStringLiteral("account"));
+        QCOMPARE(rawValue(MissingStep::Installation), QStringLiteral("installation"));
+        QCOMPARE(rawValue(MissingStep::Access), QStringLiteral("access"));
+        QCOMPARE(rawValue(MissingStep::Selection), QStringLiteral("selection"));
     }
 };
 
-QTEST_GUILESS_MAIN(PresentationTest)
+VELMORA_TEST(PresentationTest)
 #include "presentation_test.moc"

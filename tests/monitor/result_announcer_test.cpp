@@ -3,8 +3,10 @@
 
 #include "support/await.h"
 #include "support/builders.h"
+#include "support/fake_clock.h"
 #include "support/fake_notifier.h"
 #include "support/fake_preferences.h"
+#include "support/test_main.h"
 
 #include <QProcess>
 #include <QTest>
@@ -16,6 +18,7 @@ namespace
 {
 
 const QString kFailures = QStringLiteral("deployments.notifiedFailures");
+const QString kWaiting = QStringLiteral("deployments.waitingResults");
 const QString kSuccesses = QStringLiteral("deployments.notifiedSuccesses");
 
 DeploymentSnapshot make(const char *id, DeploymentState state)
@@ -41,12 +44,13 @@ private:
     using enum DeploymentState;
 
     FakeNotifier notifier;
+    FakeClock clock{noon()};
     std::unique_ptr<FakePreferences> defaults;
 
-    void run(
+    static void run(
         ResultAnnouncer &announcer, const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
     {
-        awaitValue(announcer.process(previous, updated));
+        announcer.process(previous, updated);
     }
 
 private Q_SLOTS:
@@ -60,7 +64,7 @@ private Q_SLOTS:
 
     void theFirstCallOnlyTakesNote()
     {
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         QVERIFY(!announcer.hasCompletedLiveRefresh());
         run(announcer, {},
             {make("c", Failure), make("a", Error), make("b", Failure), make("d", Success), make("e", InProgress)});
@@ -73,7 +77,7 @@ private Q_SLOTS:
     void theFirstCallTakesNoteWhateverTheTogglesSay()
     {
         defaults->values.clear();
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {make("a", Failure)});
         QCOMPARE(defaults->stringList(kFailures), texts({"a:failure"}));
         QVERIFY(defaults->value(kSuccesses).has_value());
@@ -82,7 +86,7 @@ private Q_SLOTS:
 
     void aNewFailureIsAnnouncedOnceAndRemembered()
     {
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         run(announcer, {}, {make("a", Failure)});
         QCOMPARE(notifier.announced, texts({"failure a"}));
@@ -93,7 +97,7 @@ private Q_SLOTS:
 
     void aFailureThatWasOneBeforeIsSkippedEvenUnderANewKey()
     {
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         run(announcer, {make("a", Error)}, {make("a", Failure)});
         QCOMPARE(notifier.announced, QStringList());
@@ -102,7 +106,7 @@ private Q_SLOTS:
 
     void aSuccessThatWasOneBeforeIsSkipped()
     {
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         run(announcer, {make("a", Success)}, {make("a", Success)});
         QCOMPARE(notifier.announced, QStringList());
@@ -110,7 +114,7 @@ private Q_SLOTS:
 
     void aFailureThatFollowsASuccessIsAnnouncedAndTheOtherWayRound()
     {
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         run(announcer, {make("a", Success), make("b", Failure)}, {make("a", Failure), make("b", Success)});
         QCOMPARE(notifier.announced, texts({"failure a", "success b"}));
@@ -119,7 +123,7 @@ private Q_SLOTS:
     void aSuccessWithTheOptionOffIsNeitherAnnouncedNorRemembered()
     {
         defaults->values.remove(QStringLiteral("general.successNotificationsEnabled"));
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         run(announcer, {make("a", InProgress)}, {make("a", Success)});
         QCOMPARE(notifier.announced, QStringList());
@@ -133,7 +137,7 @@ private Q_SLOTS:
     void failuresWithTheOptionOffAreNeitherAnnouncedNorRemembered()
     {
         defaults->values[QStringLiteral("general.notificationsEnabled")] = false;
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         run(announcer, {}, {make("a", Failure), make("b", Success)});
         QCOMPARE(notifier.announced, texts({"success b"}));
@@ -143,7 +147,7 @@ private Q_SLOTS:
     void aToggleOfAnotherTypeCountsAsOff()
     {
         defaults->values[QStringLiteral("general.notificationsEnabled")] = QStringLiteral("true");
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         run(announcer, {}, {make("a", Failure)});
         QCOMPARE(notifier.announced, QStringList());
@@ -153,7 +157,7 @@ private Q_SLOTS:
     {
         defaults->values[kFailures] = texts({"a:failure"});
         defaults->values[kSuccesses] = texts({"b:success"});
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         run(announcer, {make("a", InProgress), make("b", InProgress)}, {make("a", Failure), make("b", Success)});
         QCOMPARE(notifier.announced, QStringList());
@@ -162,7 +166,7 @@ private Q_SLOTS:
     void storedKeysOfAnotherTypeReadAsNone()
     {
         defaults->values[kFailures] = true;
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         run(announcer, {}, {make("a", Failure)});
         QCOMPARE(notifier.announced, texts({"failure a"}));
@@ -172,7 +176,7 @@ private Q_SLOTS:
     void aNotificationThatCouldNotBeDeliveredCountsAsAnnounced()
     {
         notifier.fails = true;
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         run(announcer, {}, {make("a", Failure), make("b", Failure)});
         QCOMPARE(notifier.announced, texts({"failure a", "failure b"}));
@@ -183,7 +187,7 @@ private Q_SLOTS:
 
     void failuresComeBeforeSuccessesEachInTheOrderOfTheList()
     {
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         run(announcer, {}, {make("d", Success), make("b", Failure), make("c", Success), make("a", Error)});
         QCOMPARE(notifier.announced, texts({"failure b", "failure a", "success d", "success c"}));
@@ -191,34 +195,126 @@ private Q_SLOTS:
 
     void notificationsArePostedOneAtATime()
     {
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
         notifier.gate.emplace();
-        const auto outcome = start(announcer.process({}, {make("a", Failure), make("b", Failure)}));
+        run(announcer, {}, {make("a", Failure), make("b", Failure)});
         QCOMPARE(notifier.announced, texts({"failure a"}));
-        QVERIFY(!outcome->isDone);
+        // What comes meanwhile waits for its turn, and what waits is not queued again.
+        run(announcer, {}, {make("a", Failure), make("b", Failure), make("c", Failure)});
+        QCOMPARE(notifier.announced, texts({"failure a"}));
         const auto gate = *notifier.gate;
         notifier.gate.reset();
         gate.resolve();
-        QVERIFY(outcome->isDone);
+        QCOMPARE(notifier.announced, texts({"failure a", "failure b", "failure c"}));
+        QCOMPARE(defaults->stringList(kWaiting), QStringList());
+    }
+
+    void aResultIsRememberedBeforeItIsHandedOver()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        notifier.gate.emplace();
+        run(announcer, {}, {make("a", Failure), make("b", Failure)});
+        QCOMPARE(defaults->stringList(kFailures), texts({"a:failure"}));
+        QCOMPARE(defaults->stringList(kWaiting), texts({"b:failure"}));
+        const auto gate = *std::exchange(notifier.gate, std::nullopt);
+        gate.resolve();
+        QCOMPARE(defaults->stringList(kWaiting), QStringList());
+    }
+
+    void whileTheNotifierIsBusyTheQueueWaitsAndNothingIsLost()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        notifier.busy.emplace();
+        run(announcer, {}, {make("a", Failure)});
+        run(announcer, {make("a", Failure)}, {make("a", Failure), make("b", Success)});
+        QCOMPARE(notifier.announced, QStringList());
+        QCOMPARE(defaults->stringList(kWaiting), texts({"a:failure", "b:success"}));
+        const auto busy = *std::exchange(notifier.busy, std::nullopt);
+        busy.resolve();
+        QCOMPARE(notifier.announced, texts({"failure a", "success b"}));
+        QCOMPARE(defaults->stringList(kWaiting), QStringList());
+    }
+
+    void whatOneRunHasNotPostedTheNextOnePosts()
+    {
+        notifier.busy.emplace();
+        {
+            ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+            run(announcer, {}, {});
+            run(announcer, {}, {make("a", Failure)});
+        }
+        drainEvents();
+        notifier.busy.reset();
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {make("a", Failure)}, {make("a", Failure), make("b", Failure)});
+        QCOMPARE(notifier.announced, texts({"failure a"}));
+        QCOMPARE(defaults->stringList(kFailures), texts({"a:failure", "b:failure"}));
+        QCOMPARE(defaults->stringList(kWaiting), QStringList());
+    }
+
+    void whatIsSwitchedOffWhileItWaitsIsNeitherPostedNorRemembered()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        notifier.busy.emplace();
+        run(announcer, {}, {make("a", Failure), make("b", Success)});
+        defaults->values[QStringLiteral("general.notificationsEnabled")] = false;
+        const auto busy = *std::exchange(notifier.busy, std::nullopt);
+        busy.resolve();
+        QCOMPARE(notifier.announced, texts({"success b"}));
+        QCOMPARE(defaults->stringList(kFailures), QStringList());
+        QCOMPARE(defaults->stringList(kWaiting), QStringList());
+    }
+
+    void twoRunsOfOneProfileAnnounceEachResultOnce()
+    {
+        FakeNotifier another;
+        ResultAnnouncer first(&notifier, defaults.get(), &clock);
+        ResultAnnouncer second(&another, defaults.get(), &clock);
+        run(first, {}, {});
+        run(second, {}, {});
+        another.busy.emplace();
+        const QList<DeploymentSnapshot> updated{make("a", Failure), make("b", Failure)};
+        run(second, {}, updated);
+        run(first, {}, updated);
         QCOMPARE(notifier.announced, texts({"failure a", "failure b"}));
+        const auto busy = *std::exchange(another.busy, std::nullopt);
+        busy.resolve();
+        QCOMPARE(another.announced, QStringList());
+        run(second, updated, updated + QList{make("c", Success)});
+        run(first, updated, updated + QList{make("c", Success)});
+        QCOMPARE(another.announced, texts({"success c"}));
+        QCOMPARE(notifier.announced.size(), 2);
+        QCOMPARE(defaults->stringList(kWaiting), QStringList());
+    }
+
+    void theEndOfWhatWasUnderWayIsNewsFromTheFirstCallOn()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {make("a", InProgress), make("b", Failure), make("c", Queued)},
+            {make("a", Failure), make("b", Failure), make("c", Success), make("d", Success)});
+        QCOMPARE(notifier.announced, texts({"failure a", "success c"}));
+        QCOMPARE(defaults->stringList(kFailures), texts({"a:failure", "b:failure"}));
+        QCOMPARE(defaults->stringList(kSuccesses), texts({"c:success", "d:success"}));
     }
 
     void anAnnouncerThatIsDestroyedWhileItWaitsEndsQuietly()
     {
-        auto announcer = std::make_unique<ResultAnnouncer>(&notifier, defaults.get());
+        auto announcer = std::make_unique<ResultAnnouncer>(&notifier, defaults.get(), &clock);
         run(*announcer, {}, {});
         notifier.gate.emplace();
-        const auto outcome = start(announcer->process({}, {make("a", Failure), make("b", Failure)}));
+        run(*announcer, {}, {make("a", Failure), make("b", Failure)});
         announcer.reset();
         notifier.gate->resolve();
-        QVERIFY(outcome->isDone);
         QCOMPARE(notifier.announced, texts({"failure a"}));
     }
 
     void nothingIsWrittenWhenNothingIsNew()
     {
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {make("a", Failure)});
         defaults->writes.clear();
         run(announcer, {make("a", Failure)}, {make("a", Failure)});
@@ -227,35 +323,50 @@ private Q_SLOTS:
 
     void historyOfALatecomerIsNotAnnounced()
     {
-        ResultAnnouncer announcer(&notifier, defaults.get());
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
-        announcer.takeNote({make("a", Failure), make("b", Success)});
+        announcer.takeNote({}, {make("a", Failure), make("b", Success)});
         run(announcer, {}, {make("a", Failure), make("b", Success)});
         QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void theEndOfWhatTheListHeldAsUnderWayIsNoHistory()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        const QList<DeploymentSnapshot> previous{make("a", InProgress)};
+        const QList<DeploymentSnapshot> updated{make("a", Failure), make("b", Failure)};
+        announcer.takeNote(previous, updated);
+        run(announcer, previous, updated);
+        QCOMPARE(notifier.announced, texts({"failure a"}));
     }
 
     void aRepeatedIdInThePreviousListEndsTheProgram()
     {
         QProcess process;
-        process.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--repeat-an-id")});
+        process.start(QCoreApplication::applicationFilePath(),
+            {QStringLiteral("result_announcer_test"), QStringLiteral("--repeat-an-id")});
         QVERIFY(process.waitForFinished());
         QCOMPARE(process.exitStatus(), QProcess::CrashExit);
         QVERIFY(process.readAllStandardError().contains("The list of deployments holds an id twice."));
     }
 };
 
-int main(int argc, char *argv[])
+static int runOrRepeatAnId(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     if (argc == 2 && QByteArrayView(argv[1]) == "--repeat-an-id") {
         FakeNotifier notifier;
         FakePreferences defaults;
-        ResultAnnouncer announcer(&notifier, &defaults);
-        awaitValue(announcer.process({}, {}));
-        awaitValue(announcer.process({make("a", DeploymentState::Success), make("a", DeploymentState::Failure)}, {}));
+        const FakeClock clock;
+        ResultAnnouncer announcer(&notifier, &defaults, &clock);
+        announcer.process({}, {});
+        announcer.process({make("a", DeploymentState::Success), make("a", DeploymentState::Failure)}, {});
         return 0;
     }
     ResultAnnouncerTest test;
     return QTest::qExec(&test, argc, argv);
 }
+
+VELMORA_TEST_FUNCTION(runOrRepeatAnId)
 #include "result_announcer_test.moc"

@@ -6,6 +6,7 @@
 #include "support/builders.h"
 #include "support/fake_notification_server.h"
 #include "support/hostile_texts.h"
+#include "support/test_main.h"
 
 #include <QDBusArgument>
 #include <QDBusMetaType>
@@ -232,5 +233,5 @@ private:
     std::unique_ptr<UserNotificationService> m_service;
 };
 
-QTEST_GUILESS_MAIN(DunstTest)
+VELMORA_TEST(DunstTest)
 #include "dunst_test.moc"

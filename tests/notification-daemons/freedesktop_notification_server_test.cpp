@@ -6,6 +6,7 @@
 #include "support/await.h"
 #include "support/builders.h"
 #include "support/fake_notification_server.h"
+#include "support/test_main.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>
@@ -277,6 +278,24 @@ private Q_SLOTS:
         QVERIFY(watch.elapsed() < 2'000);
     }
 
+    void aServerThatHungIsNotReadyBeforeItAnswersAgain()
+    {
+        m_service = makeService(300ms);
+        awaitValue(m_service->notifyFailure(failed()));
+        m_daemon->isHanging = true;
+        QVERIFY(await(m_service->notifyFailure(failed())).failedWith(NotificationError(Kind::TimedOut)));
+        const int questions = m_daemon->capabilityQuestions;
+        std::stop_source stop;
+        const auto ready = start(m_service->untilReady(stop.get_token()));
+        drainEvents();
+        QVERIFY(!ready->isDone);
+        stop.request_stop();
+        QVERIFY(waitUntil([&] { return ready->isDone; }));
+        m_daemon->isHanging = false;
+        awaitValue(m_service->untilReady({}));
+        QCOMPARE(m_daemon->capabilityQuestions, questions + 1);
+    }
+
     void theBoundIsUnderTenSeconds() { QVERIFY(UserNotificationService::kBound < 10s); }
 
     void aPostOutlivesTheService()
@@ -324,5 +343,5 @@ private:
     std::unique_ptr<UserNotificationService> m_service;
 };
 
-QTEST_GUILESS_MAIN(FreedesktopNotificationServerTest)
+VELMORA_TEST(FreedesktopNotificationServerTest)
 #include "freedesktop_notification_server_test.moc"

@@ -4,6 +4,7 @@
 #include "support/await.h"
 #include "support/builders.h"
 #include "support/fake_notification_server.h"
+#include "support/test_main.h"
 
 #include <QDBusMessage>
 #include <QElapsedTimer>
@@ -112,5 +113,5 @@ private:
     FakeURLOpener m_opener;
 };
 
-QTEST_GUILESS_MAIN(NoNotificationDaemonTest)
+VELMORA_TEST(NoNotificationDaemonTest)
 #include "no_notification_daemon_test.moc"

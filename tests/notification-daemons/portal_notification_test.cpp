@@ -6,6 +6,7 @@
 #include "support/builders.h"
 #include "support/fake_notification_server.h"
 #include "support/hostile_texts.h"
+#include "support/test_main.h"
 
 #include <QDBusArgument>
 #include <QElapsedTimer>
@@ -210,5 +211,5 @@ private:
     std::unique_ptr<UserNotificationService> m_service;
 };
 
-QTEST_GUILESS_MAIN(PortalNotificationTest)
+VELMORA_TEST(PortalNotificationTest)
 #include "portal_notification_test.moc"

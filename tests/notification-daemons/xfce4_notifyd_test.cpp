@@ -6,6 +6,7 @@
 #include "support/builders.h"
 #include "support/fake_notification_server.h"
 #include "support/hostile_texts.h"
+#include "support/test_main.h"
 
 #include <QDir>
 #include <QPoint>
@@ -245,5 +246,5 @@ private:
     std::unique_ptr<UserNotificationService> m_service;
 };
 
-QTEST_GUILESS_MAIN(Xfce4NotifydTest)
+VELMORA_TEST(Xfce4NotifydTest)
 #include "xfce4_notifyd_test.moc"

@@ -2,6 +2,7 @@
 #include "notifications/deployment_notification.h"
 
 #include "support/builders.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -53,5 +54,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DeploymentNotificationTest)
+VELMORA_TEST(DeploymentNotificationTest)
 #include "deployment_notification_test.moc"

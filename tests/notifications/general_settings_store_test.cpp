@@ -6,6 +6,7 @@
 #include "support/await.h"
 #include "support/fake_login_item.h"
 #include "support/fake_preferences.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -555,5 +556,5 @@ private:
     std::unique_ptr<QSignalSpy> m_changes;
 };
 
-QTEST_GUILESS_MAIN(GeneralSettingsStoreTest)
+VELMORA_TEST(GeneralSettingsStoreTest)
 #include "general_settings_store_test.moc"

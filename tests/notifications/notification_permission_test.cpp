@@ -8,6 +8,7 @@
 #include "notifications/linux/plasma_notification_permission.h"
 #include "notifications/linux/portal_notification_permission.h"
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -210,5 +211,5 @@ private:
     QTemporaryDir m_folder;
 };
 
-QTEST_GUILESS_MAIN(NotificationPermissionTest)
+VELMORA_TEST(NotificationPermissionTest)
 #include "notification_permission_test.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "notifications/linux/gnome_notification_permission.h"
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -24,5 +25,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(NotificationPermissionWithoutGnomeTest)
+VELMORA_TEST(NotificationPermissionWithoutGnomeTest)
 #include "notification_permission_without_gnome_test.moc"

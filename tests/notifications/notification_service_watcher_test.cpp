@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "notifications/linux/notification_service_watcher.h"
 
+#include "notifications/linux/desktop_notifications.h"
+
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QDBusConnectionInterface>
 #include <QSignalSpy>
@@ -35,7 +38,7 @@ private Q_SLOTS:
 
     void aServiceThatComesIsTold()
     {
-        NotificationServiceWatcher watcher(QDBusConnection::sessionBus());
+        NotificationServiceWatcher watcher(QDBusConnection::sessionBus(), kName);
         const QSignalSpy appeared(&watcher, &NotificationServiceWatcher::appeared);
         QVERIFY(daemon("first").registerService(kName));
         QVERIFY(waitUntil([&] { return appeared.count() == 1; }));
@@ -44,7 +47,7 @@ private Q_SLOTS:
     void oneThatWasThereOrGoesIsNot()
     {
         QVERIFY(daemon("first").registerService(kName));
-        NotificationServiceWatcher watcher(QDBusConnection::sessionBus());
+        NotificationServiceWatcher watcher(QDBusConnection::sessionBus(), kName);
         const QSignalSpy appeared(&watcher, &NotificationServiceWatcher::appeared);
         QVERIFY(daemon("first").unregisterService(kName));
         QVERIFY(daemon("second").registerService(kName));
@@ -57,16 +60,24 @@ private Q_SLOTS:
         auto *interface = daemon("first").interface();
         QVERIFY(interface->registerService(
             kName, QDBusConnectionInterface::DontQueueService, QDBusConnectionInterface::AllowReplacement));
-        NotificationServiceWatcher watcher(QDBusConnection::sessionBus());
+        NotificationServiceWatcher watcher(QDBusConnection::sessionBus(), kName);
         const QSignalSpy appeared(&watcher, &NotificationServiceWatcher::appeared);
         QVERIFY(daemon("second").interface()->registerService(
             kName, QDBusConnectionInterface::ReplaceExistingService, QDBusConnectionInterface::DontAllowReplacement));
         QVERIFY(waitUntil([&] { return appeared.count() == 1; }));
     }
 
-    void anotherNameMayBeWatched()
+    void outsideOfASandboxTheServiceOfTheDesktopIsWatched()
     {
-        const QString portal = QStringLiteral("org.freedesktop.portal.Desktop");
+        QCOMPARE(desktopNotificationServiceName(DesktopSession()), kName);
+    }
+
+    void inASandboxThePortalIsWatched()
+    {
+        DesktopSession sandbox;
+        sandbox.isSandboxed = true;
+        const QString portal = desktopNotificationServiceName(sandbox);
+        QCOMPARE(portal, QStringLiteral("org.freedesktop.portal.Desktop"));
         NotificationServiceWatcher watcher(QDBusConnection::sessionBus(), portal);
         const QSignalSpy appeared(&watcher, &NotificationServiceWatcher::appeared);
         QVERIFY(daemon("first").registerService(kName));
@@ -77,12 +88,12 @@ private Q_SLOTS:
 
     void withoutABusItKeepsQuiet()
     {
-        NotificationServiceWatcher watcher(QDBusConnection(QStringLiteral("no such connection")));
+        NotificationServiceWatcher watcher(QDBusConnection(QStringLiteral("no such connection")), kName);
         const QSignalSpy appeared(&watcher, &NotificationServiceWatcher::appeared);
         QVERIFY(daemon("first").registerService(kName));
         QVERIFY(!waitUntil([&] { return appeared.count() > 0; }, 100));
     }
 };
 
-QTEST_GUILESS_MAIN(NotificationServiceWatcherTest)
+VELMORA_TEST(NotificationServiceWatcherTest)
 #include "notification_service_watcher_test.moc"

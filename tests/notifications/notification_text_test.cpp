@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "notifications/notification_text.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -87,5 +89,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(NotificationTextTest)
+VELMORA_TEST(NotificationTextTest)
 #include "notification_text_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "notifications/posted_notifications.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -126,5 +128,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(PostedNotificationsTest)
+VELMORA_TEST(PostedNotificationsTest)
 #include "posted_notifications_test.moc"

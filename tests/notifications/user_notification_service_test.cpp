@@ -5,6 +5,7 @@
 #include "support/builders.h"
 #include "support/fake_notification_server.h"
 #include "support/hostile_texts.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -274,7 +275,7 @@ private Q_SLOTS:
         QCOMPARE(m_opener->opened, QStringList{kDeploymentsPage + QStringLiteral(" token")});
     }
 
-    void anAddressThatIsNotOfTheWebIsNeitherOfferedNorOpened_data()
+    void aLogThatIsNotOfTheWebIsNotOpenedButTheDeploymentsAre_data()
     {
         QTest::addColumn<QString>("address");
         QTest::newRow("script") << QStringLiteral("javascript:alert(1)");
@@ -285,11 +286,22 @@ private Q_SLOTS:
         QTest::newRow("data") << QStringLiteral("data:text/html,x");
         QTest::newRow("empty") << QString();
     }
-    void anAddressThatIsNotOfTheWebIsNeitherOfferedNorOpened()
+    void aLogThatIsNotOfTheWebIsNotOpenedButTheDeploymentsAre()
     {
         QFETCH(QString, address);
         auto deployment = failed();
         deployment.logURL = WebAddress(address);
+        awaitValue(m_service->notifyFailure(deployment));
+        QVERIFY(m_server->requests.at(0).hasActions);
+        Q_EMIT m_server->activated(QStringLiteral("1"));
+        QCOMPARE(m_opener->opened, QStringList{kDeploymentsPage});
+    }
+
+    void anAddressThatIsNotOfTheWebIsNeitherOfferedNorOpened()
+    {
+        auto deployment = failed();
+        deployment.logURL = WebAddress(QStringLiteral("file:///etc/passwd"));
+        deployment.repositoryURL = WebAddress(QStringLiteral("ssh://host/x"));
         awaitValue(m_service->notifyFailure(deployment));
         QVERIFY(!m_server->requests.at(0).hasActions);
         Q_EMIT m_server->activated(QStringLiteral("1"));
@@ -328,6 +340,48 @@ private Q_SLOTS:
         m_server->isThere = true;
         m_permission->isOn = true;
         QVERIFY(awaitValue(m_service->requestAuthorizationIfNeeded()));
+    }
+
+    void aServerThatAnswersIsReadyAtOnce()
+    {
+        QVERIFY(start(m_service->untilReady({}))->isDone);
+        m_server->isThere = false;
+        // Whoever posts is told at once what is wrong.
+        QVERIFY(start(m_service->untilReady({}))->isDone);
+    }
+
+    void aServerThatDoesNotAnswerIsAskedAgainUntilItDoes()
+    {
+        m_service = std::make_unique<UserNotificationService>(
+            m_server, m_permission, *m_opener, UserNotificationService::kBound, std::chrono::milliseconds(1));
+        m_server->isSilent = true;
+        const auto ready = start(m_service->untilReady({}));
+        QVERIFY(waitUntil([this] { return m_server->deadlines.size() > 3; }));
+        QVERIFY(!ready->isDone);
+        m_server->isSilent = false;
+        QVERIFY(waitUntil([&] { return ready->isDone; }));
+        QVERIFY(!ready->failure);
+    }
+
+    void theSuccessorOfASilentServerIsAskedAtOnce()
+    {
+        m_server->isSilent = true;
+        const auto ready = start(m_service->untilReady({}));
+        m_server->isSilent = false;
+        drainEvents();
+        QVERIFY(!ready->isDone);
+        Q_EMIT m_server->serverGone();
+        QVERIFY(waitUntil([&] { return ready->isDone; }));
+    }
+
+    void aStopEndsTheWaitForASilentServer()
+    {
+        m_server->isSilent = true;
+        std::stop_source stop;
+        const auto ready = start(m_service->untilReady(stop.get_token()));
+        stop.request_stop();
+        QVERIFY(waitUntil([&] { return ready->isDone; }));
+        QVERIFY(ready->failedWithType<CancellationError>());
     }
 
     void everyCallOfOneOperationSharesItsDeadline()
@@ -382,5 +436,5 @@ private:
     std::unique_ptr<UserNotificationService> m_service;
 };
 
-QTEST_GUILESS_MAIN(UserNotificationServiceTest)
+VELMORA_TEST(UserNotificationServiceTest)
 #include "user_notification_service_test.moc"

@@ -2,6 +2,7 @@
 #include "platform/linux/application_service.h"
 
 #include "bus_client.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -105,6 +106,40 @@ private Q_SLOTS:
         QCOMPARE(acted.at(0).at(1).toString(), QStringLiteral("startup"));
     }
 
+    void whatCannotBeATokenIsNone_data()
+    {
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<QString>("received");
+        QTest::newRow("token") << QStringLiteral("a_TIME1") << QStringLiteral("a_TIME1");
+        QTest::newRow("longer than a message to a compositor") << QString(5'000, QLatin1Char('A')) << QString();
+        QTest::newRow("fills such a message") << QString(4'080, QLatin1Char('A')) << QString();
+        QTest::newRow("two lines") << QStringLiteral("a\nb") << QString();
+        QTest::newRow("other letters") << QStringLiteral("ä") << QString();
+    }
+
+    void whatCannotBeATokenIsNone()
+    {
+        QFETCH(QString, given);
+        QFETCH(QString, received);
+        Process first(QStringLiteral("first"));
+        QCOMPARE(awaitValue(first.service.claim()), Claim::Ours);
+        const QSignalSpy activated(&first.service, &ApplicationService::activated);
+        const QSignalSpy acted(&first.service, &ApplicationService::actionActivated);
+        BusClient stranger(QStringLiteral("stranger"));
+        for (const auto &key : {QStringLiteral("activation-token"), QStringLiteral("desktop-startup-id")}) {
+            const QVariantMap data{{key, given}};
+            QCOMPARE(send(stranger, "Activate", {data}), QDBusMessage::ReplyMessage);
+            QCOMPARE(send(stranger, "ActivateAction", {QStringLiteral("settings"), QVariantList(), data}),
+                QDBusMessage::ReplyMessage);
+        }
+        QCOMPARE(activated.size(), 2);
+        QCOMPARE(acted.size(), 2);
+        for (const int i : {0, 1}) {
+            QCOMPARE(activated.at(i).at(0).toString(), received);
+            QCOMPARE(acted.at(i).at(1).toString(), received);
+        }
+    }
+
     void nonsenseIsAnsweredWithAnError()
     {
         Process first(QStringLiteral("first"));
@@ -124,5 +159,5 @@ private:
     }
 };
 
-QTEST_GUILESS_MAIN(ApplicationServiceTest)
+VELMORA_TEST(ApplicationServiceTest)
 #include "application_service_test.moc"

@@ -4,6 +4,7 @@
 #include "platform/linux/desktop_entry.h"
 #include "platform/linux/xdg_directories.h"
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QDir>
 #include <QFile>
@@ -370,5 +371,5 @@ private:
     AutostartLoginItem::Options m_options;
 };
 
-QTEST_GUILESS_MAIN(AutostartLoginItemTest)
+VELMORA_TEST(AutostartLoginItemTest)
 #include "autostart_login_item_test.moc"

@@ -3,6 +3,7 @@
 
 #include "support/await.h"
 #include "support/fake_preferences.h"
+#include "support/test_main.h"
 
 #include <QDBusContext>
 #include <QDBusMessage>
@@ -257,5 +258,5 @@ private:
     std::unique_ptr<BackgroundPortalLoginItem> m_item;
 };
 
-QTEST_GUILESS_MAIN(BackgroundPortalLoginItemTest)
+VELMORA_TEST(BackgroundPortalLoginItemTest)
 #include "background_portal_login_item_test.moc"

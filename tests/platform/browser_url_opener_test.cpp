@@ -2,8 +2,10 @@
 #include "platform/linux/browser_url_opener.h"
 
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QFile>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -30,7 +32,7 @@ private Q_SLOTS:
     void theAddressIsTheOneArgumentAndTheTerminalIsLeftAlone()
     {
         const QString address = QStringLiteral("https://example.com/a?b=c&d=$(id);e#f");
-        QVERIFY(BrowserURLOpener().open(WebAddress(address)));
+        QVERIFY(m_opener.open(WebAddress(address)));
         const QList<QByteArray> lines = outcome();
         QCOMPARE(lines.size(), 5);
         QCOMPARE(lines.at(0), QByteArray("1"));
@@ -58,8 +60,7 @@ private Q_SLOTS:
         qunsetenv("DESKTOP_STARTUP_ID");
         installOpener("printf '%s\\n' \"${XDG_ACTIVATION_TOKEN-none}\" \"${DESKTOP_STARTUP_ID-none}\" \"$1\" "
                       ">\"$VELMORA_TEST_OUTCOME.new\"\nmv \"$VELMORA_TEST_OUTCOME.new\" \"$VELMORA_TEST_OUTCOME\"\n");
-        URLOpener *const opener = &m_opener;
-        QVERIFY(opener->open(WebAddress(QStringLiteral("https://example.com/")), token));
+        QVERIFY(m_opener.open(WebAddress(QStringLiteral("https://example.com/")), token));
         const QList<QByteArray> expected{seen, seen, "https://example.com/"};
         QCOMPARE(outcome(), expected);
         QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
@@ -92,6 +93,63 @@ private Q_SLOTS:
         QVERIFY(!BrowserURLOpener().open(WebAddress(QStringLiteral("https://example.com"))));
     }
 
+    void thePageThatCouldNotBeOpenedIsKnownUntilOneCould()
+    {
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", QFile::encodeName(m_folder->filePath(QStringLiteral("empty"))));
+        BrowserURLOpener opener;
+        const QSignalSpy changed(&opener, &URLOpener::unopenedChanged);
+        const WebAddress address(QStringLiteral("https://example.com/1"));
+        QVERIFY(!opener.open(address));
+        QCOMPARE(opener.unopened(), std::optional(address));
+        QVERIFY(!opener.open(address));
+        QCOMPARE(changed.size(), 1);
+        qputenv("PATH", path);
+        QVERIFY(opener.open(address));
+        QVERIFY(!opener.unopened());
+        QCOMPARE(changed.size(), 2);
+    }
+
+    void aLauncherThatFindsNoBrowserIsNoticed()
+    {
+        installOpener("exit 3\n");
+        BrowserURLOpener opener;
+        const WebAddress address(QStringLiteral("https://example.com/1"));
+        QVERIFY(opener.open(address));
+        QVERIFY(waitUntil([&] { return opener.unopened().has_value(); }));
+        QCOMPARE(*opener.unopened(), address);
+        opener.forgetUnopened();
+        QVERIFY(!opener.unopened());
+    }
+
+    void aLauncherThatCannotBeRunIsNoticed()
+    {
+        QFile file(m_folder->filePath(QStringLiteral("xdg-open")));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write("#!/there/is/no/such/interpreter\n");
+        file.close();
+        BrowserURLOpener opener;
+        std::ignore = opener.open(WebAddress(QStringLiteral("https://example.com")));
+        QVERIFY(waitUntil([&] { return opener.unopened().has_value(); }));
+    }
+
+    void theBrowserOutlivesTheOpener()
+    {
+        // It goes on only when the test lets it, which is after the opener has ended.
+        const QString gate = m_folder->filePath(QStringLiteral("gate"));
+        const QString begun = m_folder->filePath(QStringLiteral("begun"));
+        installOpener("touch '" + QFile::encodeName(begun) + "'\nwhile [ ! -e '" + QFile::encodeName(gate)
+            + "' ]; do sleep 0.01; done\nprintf 'done\\n' >\"$VELMORA_TEST_OUTCOME.new\"\n"
+              "mv \"$VELMORA_TEST_OUTCOME.new\" \"$VELMORA_TEST_OUTCOME\"\n");
+        auto opener = std::make_unique<BrowserURLOpener>();
+        QVERIFY(opener->open(WebAddress(QStringLiteral("https://example.com"))));
+        QVERIFY(waitUntil([&] { return QFile::exists(begun); }));
+        opener.reset();
+        QFile open(gate);
+        QVERIFY(open.open(QIODevice::WriteOnly));
+        QCOMPARE(outcome(), QList<QByteArray>{"done"});
+    }
+
 private:
     void installOpener(const QByteArray &script)
     {
@@ -114,5 +172,5 @@ private:
     QString m_outcome;
 };
 
-QTEST_GUILESS_MAIN(BrowserURLOpenerTest)
+VELMORA_TEST(BrowserURLOpenerTest)
 #include "browser_url_opener_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/clipboard_pasteboard.h"
 
+#include "support/test_main.h"
+
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QTest>
@@ -35,5 +37,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_APPLESS_MAIN(ClipboardPasteboardTest)
+VELMORA_TEST_WITHOUT_APPLICATION(ClipboardPasteboardTest)
 #include "clipboard_pasteboard_test.moc"

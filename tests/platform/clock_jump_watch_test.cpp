@@ -3,6 +3,7 @@
 
 #include "support/await.h"
 #include "support/one_shot.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -156,5 +157,5 @@ private:
     std::unique_ptr<QSignalSpy> m_jumps;
 };
 
-QTEST_GUILESS_MAIN(ClockJumpWatchTest)
+VELMORA_TEST(ClockJumpWatchTest)
 #include "clock_jump_watch_test.moc"

@@ -3,6 +3,7 @@
 
 #include "bus_client.h"
 #include "platform/linux/dbus_menu_adaptor.h"
+#include "support/test_main.h"
 
 #include <QDBusMetaType>
 #include <QSignalSpy>
@@ -293,5 +294,5 @@ private:
     std::unique_ptr<MenuListener> m_listener;
 };
 
-QTEST_GUILESS_MAIN(DBusMenuTest)
+VELMORA_TEST(DBusMenuTest)
 #include "dbus_menu_test.moc"

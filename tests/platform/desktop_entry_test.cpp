@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/desktop_entry.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 #include <gio/gio.h>
@@ -258,5 +260,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DesktopEntryTest)
+VELMORA_TEST(DesktopEntryTest)
 #include "desktop_entry_test.moc"

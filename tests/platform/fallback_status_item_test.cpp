@@ -3,6 +3,7 @@
 
 #include "support/await.h"
 #include "support/fake_status_item.h"
+#include "support/test_main.h"
 
 #include <QPointer>
 #include <QSignalSpy>
@@ -176,5 +177,5 @@ private:
     std::unique_ptr<FallbackStatusItem> m_item;
 };
 
-QTEST_GUILESS_MAIN(FallbackStatusItemTest)
+VELMORA_TEST(FallbackStatusItemTest)
 #include "fallback_status_item_test.moc"

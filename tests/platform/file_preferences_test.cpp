@@ -1,22 +1,31 @@
 // SPDX-License-Identifier: MIT
 #include "platform/file_preferences.h"
 
+#include "platform/preferences_file.h"
 #include "support/await.h"
+#include "support/child_process.h"
+#include "support/fake_clock.h"
+#include "support/file_lock.h"
+#include "support/private_file.h"
+#include "support/test_main.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLockFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <csignal>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace velmora;
 using namespace velmora::testing;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -69,8 +78,25 @@ private Q_SLOTS:
     void everyDamagedFileGetsANameOfItsOwn();
     void aFileDamagedWhileRunningIsRestored();
     void aFileThatCannotBeReadIsNeverOverwritten();
+    void whatIsNoFileOfTheUsersIsNeitherWaitedForNorTouched_data();
+    void whatIsNoFileOfTheUsersIsNeitherWaitedForNorTouched();
+    void aLinkToAFileElsewhereStays();
+    void whatAFileHoldsThatCouldNotBeReadAtFirstWins();
+    void whatIsUnsavedIsTriedAgainAfterPausesThatGrow();
+    void aSuccessMakesThePausesShortAgain();
+    void readingIsTriedAgainToo();
+    void theEndOfTheProgramTriesOnceMore();
+    void aDamagedFileThatCannotBeReplacedIsCopiedOnce();
+    void whatIsSetAndSetBackWhileItIsWrittenSettles();
+    void aStopEndsTheWaitForTheDisk();
     void aFolderThatCannotBeWrittenLosesNothing();
     void aLockHeldElsewhereIsWaitedFor();
+    void twoProcessesAddToAListAndOneAloneIsToldThatItDid();
+    void aChangeOfAListIsSeenAtOnceAndAnnounced();
+    void aListKeepsWhatAnotherProcessHasPutThere();
+    void aChangeOfAListThatCannotBeStoredIsTriedAgain();
+    void changesOfListsAreOnTheDiskAfterTheEnd();
+    void withoutAFileListsChangeInMemory();
     void everythingIsOnTheDiskAfterTheEnd();
     void thePreferencesMayBeDeletedByWhoListens();
 
@@ -98,6 +124,28 @@ private:
         return QFileInfo(m_path).absoluteDir().entryList(QDir::Files | QDir::Hidden, QDir::Name);
     }
 
+    [[nodiscard]] std::unique_ptr<FileLock> heldLock() const
+    {
+        makePrivateFolder(QFileInfo(m_path).absolutePath());
+        return FileLock::tryLock(m_path + QLatin1String(".lock"));
+    }
+
+    /// A folder in the place of the lock: nothing can be written, whatever the permissions say.
+    class Obstacle
+    {
+    public:
+        explicit Obstacle(const QString &path)
+            : m_lock(path + QLatin1String(".lock"))
+        {
+            QFile::remove(m_lock);
+            QDir().mkpath(m_lock);
+        }
+        void remove() const { QDir().rmdir(m_lock); }
+
+    private:
+        QString m_lock;
+    };
+
     std::unique_ptr<QTemporaryDir> m_folder;
     QString m_path;
 };
@@ -105,13 +153,14 @@ private:
 void FilePreferencesTest::withoutAFileEverythingStaysInMemory()
 {
     FilePreferences preferences{QString()};
-    QCOMPARE(preferences.earlyFailures(),
-        QStringList(QStringLiteral("There is no home folder: the settings are not kept.")));
-    const QSignalSpy failures(&preferences, &FilePreferences::failed);
+    const QString failure = QStringLiteral("There is no home folder: the settings are not kept.");
+    QCOMPARE(preferences.failure(), failure);
+    const QSignalSpy failures(&preferences, &FilePreferences::failureChanged);
     preferences.setValue(kKey, true);
     preferences.flush();
     QVERIFY(preferences.boolean(kKey));
     QCOMPARE(failures.size(), 0);
+    QCOMPARE(awaitValue(whyNotSaved(&preferences, {})), failure);
 }
 
 void FilePreferencesTest::everyTypeComesBackAsItWas_data()
@@ -142,7 +191,8 @@ void FilePreferencesTest::everyTypeComesBackAsItWas()
     const FilePreferences preferences(m_path);
     QVERIFY(preferences.value(kKey).has_value());
     QVERIFY(*preferences.value(kKey) == value);
-    QVERIFY(preferences.earlyFailures().isEmpty());
+    QVERIFY(preferences.earlyDamage().isEmpty());
+    QVERIFY(preferences.failure().isEmpty());
 }
 
 void FilePreferencesTest::aValueIsSeenAtOnceAndAnnounced()
@@ -244,10 +294,10 @@ void FilePreferencesTest::theFileIsReplacedAsAWhole()
     QVERIFY(reader.open(QIODevice::ReadOnly));
     preferences.setValue(kKey, text("new"));
     preferences.flush();
-    // Who has the old file open still reads all of it, and nothing but the file and its lock's traces is left.
+    // Who has the old file open still reads all of it, and nothing but the file and its lock is left.
     QVERIFY(reader.readAll().contains("old"));
     QVERIFY(content().contains("new"));
-    QCOMPARE(files(), QStringList{QStringLiteral("preferences.json")});
+    QCOMPARE(files(), (QStringList{QStringLiteral("preferences.json"), QStringLiteral("preferences.json.lock")}));
 }
 
 void FilePreferencesTest::valuesOfUnknownKindsArePreserved()
@@ -365,8 +415,8 @@ void FilePreferencesTest::aDamagedFileIsSetAside()
     QFETCH(QByteArray, damaged);
     write(damaged);
     FilePreferences preferences(m_path);
-    QCOMPARE(preferences.earlyFailures().size(), 1);
-    QVERIFY(preferences.earlyFailures().at(0).contains(m_path + QLatin1String(".damaged")));
+    QVERIFY(preferences.earlyDamage().contains(m_path + QLatin1String(".damaged")));
+    QVERIFY(preferences.failure().isEmpty());
     QVERIFY(!preferences.value(kKey));
     QFile kept(m_path + QLatin1String(".damaged"));
     QVERIFY(kept.open(QIODevice::ReadOnly));
@@ -380,11 +430,12 @@ void FilePreferencesTest::everyDamagedFileGetsANameOfItsOwn()
 {
     for (const char *damaged : {"first", "second", "third"}) {
         write(damaged);
-        QCOMPARE(FilePreferences(m_path).earlyFailures().size(), 1);
+        QVERIFY(!FilePreferences(m_path).earlyDamage().isEmpty());
     }
     QCOMPARE(files(),
-        (QStringList{QStringLiteral("preferences.json.damaged"), QStringLiteral("preferences.json.damaged-2"),
-            QStringLiteral("preferences.json.damaged-3")}));
+        (QStringList{QStringLiteral("preferences.json"), QStringLiteral("preferences.json.damaged"),
+            QStringLiteral("preferences.json.damaged-2"), QStringLiteral("preferences.json.damaged-3"),
+            QStringLiteral("preferences.json.lock")}));
 }
 
 void FilePreferencesTest::aFileDamagedWhileRunningIsRestored()
@@ -392,9 +443,9 @@ void FilePreferencesTest::aFileDamagedWhileRunningIsRestored()
     FilePreferences preferences(m_path);
     preferences.setValue(kKey, text("precious"));
     preferences.flush();
-    QSignalSpy failed(&preferences, &Preferences::failed);
+    QSignalSpy damaged(&preferences, &Preferences::damageFound);
     write("{ half a");
-    QVERIFY(waitUntil([&] { return !failed.isEmpty(); }));
+    QVERIFY(waitUntil([&] { return !damaged.isEmpty(); }));
     QVERIFY(preferences.value(kKey) == text("precious"));
     QCOMPARE(object().value(kKey).toString(), QStringLiteral("precious"));
     QVERIFY(QFile::exists(m_path + QLatin1String(".damaged")));
@@ -405,18 +456,220 @@ void FilePreferencesTest::aFileThatCannotBeReadIsNeverOverwritten()
     // A folder in the place of the file cannot be read by anybody, whatever the permissions say.
     QVERIFY(QDir().mkpath(m_path));
     FilePreferences preferences(m_path);
-    QCOMPARE(preferences.earlyFailures().size(), 1);
-    QSignalSpy failed(&preferences, &Preferences::failed);
+    const QString failure = QStringLiteral("Cannot read %1: it is a folder").arg(m_path);
+    QCOMPARE(preferences.failure(), failure);
+    QSignalSpy failureChanged(&preferences, &Preferences::failureChanged);
     preferences.setValue(kKey, true);
     preferences.flush();
-    QCOMPARE(failed.size(), 1);
+    // It is no news.
+    QCOMPARE(failureChanged.size(), 0);
+    QCOMPARE(awaitValue(whyNotSaved(&preferences, {})), failure);
     QVERIFY(preferences.boolean(kKey));
     QVERIFY(QFileInfo(m_path).isDir());
     // As soon as it can be written again, nothing is lost.
     QVERIFY(QDir().rmdir(m_path));
     preferences.setValue(kOther, true);
     preferences.flush();
+    QCOMPARE(failureChanged.size(), 1);
+    QVERIFY(preferences.failure().isEmpty());
     QCOMPARE(object().keys(), (QStringList{kOther, kKey}));
+}
+
+void FilePreferencesTest::whatIsNoFileOfTheUsersIsNeitherWaitedForNorTouched_data()
+{
+    QTest::addColumn<QString>("kind");
+    for (const char *kind : {"FIFO", "device", "dangling link", "loop of links", "too large", "of another user"})
+        QTest::newRow(kind) << QString::fromUtf8(kind);
+}
+
+void FilePreferencesTest::whatIsNoFileOfTheUsersIsNeitherWaitedForNorTouched()
+{
+    QFETCH(QString, kind);
+    QVERIFY(QDir().mkpath(QFileInfo(m_path).absolutePath()));
+    const QByteArray name = QFile::encodeName(m_path);
+    if (kind == QLatin1String("FIFO")) {
+        QCOMPARE(::mkfifo(name.constData(), 0600), 0);
+    } else if (kind == QLatin1String("device")) {
+        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), m_path));
+    } else if (kind == QLatin1String("dangling link")) {
+        QVERIFY(QFile::link(QStringLiteral("nowhere"), m_path));
+    } else if (kind == QLatin1String("loop of links")) {
+        QVERIFY(QFile::link(m_path, m_path));
+    } else if (kind == QLatin1String("too large")) {
+        write("{}");
+        QVERIFY(QFile::resize(m_path, 8 * 1024 * 1024 + 1));
+    } else {
+        write("{}");
+        if (::chown(name.constData(), 65534, 65534) != 0 || ::geteuid() != 0)
+            QSKIP("Only the superuser can give a file away.");
+    }
+    struct stat before = {};
+    QCOMPARE(::lstat(name.constData(), &before), 0);
+    FilePreferences preferences(m_path);
+    QVERIFY2(preferences.failure().startsWith(QStringLiteral("Cannot read %1: ").arg(m_path)),
+        qPrintable(preferences.failure()));
+    preferences.setValue(kKey, true);
+    QCOMPARE(awaitValue(whyNotSaved(&preferences, {})), preferences.failure());
+    QVERIFY(!preferences.failure().isEmpty());
+    struct stat after = {};
+    QCOMPARE(::lstat(name.constData(), &after), 0);
+    QCOMPARE(after.st_ino, before.st_ino);
+    QCOMPARE(after.st_size, before.st_size);
+}
+
+void FilePreferencesTest::aLinkToAFileElsewhereStays()
+{
+    const QString target = m_folder->filePath(QStringLiteral("dotfiles.json"));
+    QVERIFY(QDir().mkpath(QFileInfo(m_path).absolutePath()));
+    QVERIFY(QFile::link(target, m_path));
+    QFile file(target);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("{ half");
+    file.close();
+    FilePreferences preferences(m_path);
+    // Even one that leads to a damaged file.
+    QVERIFY(!preferences.earlyDamage().isEmpty());
+    preferences.setValue(kKey, true);
+    preferences.flush();
+    QCOMPARE(QFile(m_path).symLinkTarget(), target);
+    QVERIFY(FilePreferences(m_path).boolean(kKey));
+}
+
+void FilePreferencesTest::whatAFileHoldsThatCouldNotBeReadAtFirstWins()
+{
+    QVERIFY(QDir().mkpath(m_path));
+    FilePreferences preferences(m_path);
+    preferences.setValue(kKey, text("set in ignorance"));
+    preferences.setValue(kOther, true);
+    preferences.flush();
+    QVERIFY(QDir().rmdir(m_path));
+    write("{\"some.key\":\"saved long ago\"}");
+    QSignalSpy changed(&preferences, &Preferences::changed);
+    preferences.flush();
+    QVERIFY(preferences.value(kKey) == text("saved long ago"));
+    QVERIFY(changed.contains(QVariantList{kKey}));
+    QCOMPARE(object().keys(), (QStringList{kOther, kKey}));
+    QCOMPARE(object().value(kKey).toString(), QStringLiteral("saved long ago"));
+    // From now on the file is known.
+    preferences.setValue(kKey, text("set in full knowledge"));
+    preferences.flush();
+    QCOMPARE(object().value(kKey).toString(), QStringLiteral("set in full knowledge"));
+}
+
+void FilePreferencesTest::whatIsUnsavedIsTriedAgainAfterPausesThatGrow()
+{
+    FakeClock clock;
+    FilePreferences preferences(m_path, &clock);
+    preferences.setValue(kKey, text("old"));
+    preferences.flush();
+    QVERIFY(clock.requestedSleeps.isEmpty());
+    const Obstacle obstacle(m_path);
+    preferences.setValue(kKey, text("new"));
+    QVERIFY(awaitValue(whyNotSaved(&preferences, {})).contains(QLatin1String(".lock: Is a directory")));
+    for (qsizetype tries = 1; tries < 9; ++tries) {
+        QCOMPARE(clock.requestedSleeps.size(), tries);
+        QVERIFY(clock.advanceToNextWake());
+        QVERIFY(preferences.isSaving());
+        QVERIFY(waitUntil([&] { return clock.requestedSleeps.size() > tries; }));
+    }
+    QCOMPARE(clock.requestedSleeps, (QList<std::chrono::milliseconds>{5s, 10s, 20s, 40s, 80s, 160s, 300s, 300s, 300s}));
+    QCOMPARE(object().value(kKey).toString(), QStringLiteral("old"));
+    obstacle.remove();
+    QSignalSpy failureChanged(&preferences, &Preferences::failureChanged);
+    QVERIFY(clock.advanceToNextWake());
+    QVERIFY(waitUntil([&] { return !failureChanged.isEmpty(); }));
+    QVERIFY(preferences.failure().isEmpty());
+    QCOMPARE(object().value(kKey).toString(), QStringLiteral("new"));
+    QCOMPARE(clock.sleeperCount(), 0);
+}
+
+void FilePreferencesTest::aSuccessMakesThePausesShortAgain()
+{
+    FakeClock clock;
+    FilePreferences preferences(m_path, &clock);
+    for (const char *value : {"first", "second"}) {
+        const Obstacle obstacle(m_path);
+        preferences.setValue(kKey, text(value));
+        QVERIFY(!awaitValue(whyNotSaved(&preferences, {})).isEmpty());
+        const auto sleeps = clock.requestedSleeps.size();
+        QCOMPARE(clock.requestedSleeps.last(), std::chrono::milliseconds(5s));
+        QVERIFY(clock.advanceToNextWake());
+        QVERIFY(waitUntil([&] { return clock.requestedSleeps.size() > sleeps; }));
+        QCOMPARE(clock.requestedSleeps.last(), std::chrono::milliseconds(10s));
+        obstacle.remove();
+        // A change does not wait for the pause.
+        preferences.setValue(kOther, text(value));
+        QCOMPARE(awaitValue(whyNotSaved(&preferences, {})), QString());
+        QCOMPARE(object().value(kKey).toString(), QString::fromUtf8(value));
+        QCOMPARE(clock.sleeperCount(), 0);
+    }
+}
+
+void FilePreferencesTest::readingIsTriedAgainToo()
+{
+    FakeClock clock;
+    QVERIFY(QDir().mkpath(m_path));
+    FilePreferences preferences(m_path, &clock);
+    QCOMPARE(clock.sleeperCount(), 1);
+    QVERIFY(QDir().rmdir(m_path));
+    write("{\"some.key\":true}");
+    QVERIFY(clock.advanceToNextWake());
+    QVERIFY(waitUntil([&] { return preferences.failure().isEmpty(); }));
+    QVERIFY(preferences.boolean(kKey));
+}
+
+void FilePreferencesTest::theEndOfTheProgramTriesOnceMore()
+{
+    {
+        FilePreferences preferences(m_path);
+        const Obstacle obstacle(m_path);
+        preferences.setValue(kKey, true);
+        QVERIFY(!awaitValue(whyNotSaved(&preferences, {})).isEmpty());
+        obstacle.remove();
+    }
+    QVERIFY(object().value(kKey).toBool());
+}
+
+void FilePreferencesTest::aDamagedFileThatCannotBeReplacedIsCopiedOnce()
+{
+    write("{ half");
+    const QString result = inChild([&] {
+        ::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{16, 16};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        PreferencesExchange work;
+        work.changes.insert(kKey, QString(100, QLatin1Char('x')));
+        for (int i = 0; i < 3; ++i)
+            exchange(m_path, 0ms, work);
+        return work.failure + work.damage;
+    });
+    QCOMPARE(result, QStringLiteral("Cannot write %1: File too large").arg(m_path));
+    QCOMPARE(content(), QByteArray("{ half"));
+    QCOMPARE(files(), (QStringList{QStringLiteral("preferences.json"), QStringLiteral("preferences.json.lock")}));
+}
+
+void FilePreferencesTest::whatIsSetAndSetBackWhileItIsWrittenSettles()
+{
+    FilePreferences preferences(m_path);
+    preferences.setValue(kKey, text("one"));
+    drainEvents();
+    preferences.setValue(kKey, text("two"));
+    preferences.setValue(kKey, text("one"));
+    QCOMPARE(awaitValue(whyNotSaved(&preferences, {})), QString());
+    QCOMPARE(object().value(kKey).toString(), QStringLiteral("one"));
+}
+
+void FilePreferencesTest::aStopEndsTheWaitForTheDisk()
+{
+    FilePreferences preferences(m_path);
+    const auto lock = heldLock();
+    QVERIFY(lock);
+    preferences.setValue(kKey, true);
+    std::stop_source stop;
+    const auto waiting = start(whyNotSaved(&preferences, stop.get_token()));
+    QVERIFY(!waiting->isDone);
+    stop.request_stop();
+    QVERIFY(waiting->failedWithType<CancellationError>());
 }
 
 void FilePreferencesTest::aFolderThatCannotBeWrittenLosesNothing()
@@ -424,10 +677,10 @@ void FilePreferencesTest::aFolderThatCannotBeWrittenLosesNothing()
     QFile obstacle(m_folder->filePath(QStringLiteral("obstacle")));
     QVERIFY(obstacle.open(QIODevice::WriteOnly));
     FilePreferences preferences(obstacle.fileName() + QLatin1String("/velmora/preferences.json"));
-    QSignalSpy failed(&preferences, &Preferences::failed);
+    QSignalSpy failureChanged(&preferences, &Preferences::failureChanged);
     preferences.setValue(kKey, text("kept"));
-    QVERIFY(waitUntil([&] { return !failed.isEmpty(); }));
-    QVERIFY(failed.at(0).at(0).toString().contains(QLatin1String("obstacle")));
+    QVERIFY(waitUntil([&] { return !failureChanged.isEmpty(); }));
+    QVERIFY(preferences.failure().contains(QLatin1String("obstacle")));
     QVERIFY(preferences.value(kKey) == text("kept"));
 }
 
@@ -436,17 +689,96 @@ void FilePreferencesTest::aLockHeldElsewhereIsWaitedFor()
     FilePreferences preferences(m_path);
     preferences.setValue(kKey, true);
     preferences.flush();
-    QLockFile lock(m_path + QLatin1String(".lock"));
-    QVERIFY(lock.tryLock(0));
-    QSignalSpy failed(&preferences, &Preferences::failed);
+    auto lock = heldLock();
+    QVERIFY(lock);
+    QSignalSpy failureChanged(&preferences, &Preferences::failureChanged);
     preferences.setValue(kOther, true);
     // The event loop runs on meanwhile.
     int turns = 0;
     QVERIFY(waitUntil([&] { return ++turns > 3; }));
     QVERIFY(!object().contains(kOther));
-    lock.unlock();
+    lock.reset();
     QVERIFY(waitUntil([&] { return object().contains(kOther); }));
-    QCOMPARE(failed.size(), 0);
+    QCOMPARE(failureChanged.size(), 0);
+}
+
+void FilePreferencesTest::twoProcessesAddToAListAndOneAloneIsToldThatItDid()
+{
+    FilePreferences first(m_path);
+    FilePreferences second(m_path);
+    const auto one = start(first.changeLists({{kKey, {{QStringLiteral("b"), QStringLiteral("a")}, {}}}}));
+    const auto two = start(second.changeLists({{kKey, {{QStringLiteral("b"), QStringLiteral("c")}, {}}}}));
+    QVERIFY(waitUntil([&] { return one->isDone && two->isDone; }));
+    const QStringList together = one->value->value(kKey).added + two->value->value(kKey).added;
+    QCOMPARE(together.count(QStringLiteral("b")), 1);
+    QCOMPARE(together.size(), 3);
+    const QStringList expected{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")};
+    QCOMPARE(FilePreferences(m_path).stringList(kKey), expected);
+    QVERIFY(waitUntil([&] { return first.stringList(kKey) == expected && second.stringList(kKey) == expected; }));
+    const auto removed = awaitValue(first.changeLists({{kKey, {{}, {QStringLiteral("a"), QStringLiteral("z")}}}}));
+    QCOMPARE(removed.value(kKey).removed, QStringList(QStringLiteral("a")));
+}
+
+void FilePreferencesTest::aChangeOfAListIsSeenAtOnceAndAnnounced()
+{
+    FilePreferences preferences(m_path);
+    const QSignalSpy changed(&preferences, &Preferences::changed);
+    const auto change = start(preferences.changeLists({{kKey, {{QStringLiteral("a")}, {}}}, {kOther, {}}}));
+    QCOMPARE(preferences.stringList(kKey), QStringList(QStringLiteral("a")));
+    QVERIFY(preferences.isSaving());
+    QVERIFY(preferences.value(kOther).has_value());
+    QVERIFY(waitUntil([&] { return change->isDone; }));
+    QCOMPARE(changed.size(), 2);
+    QVERIFY(object().value(kOther).isArray());
+    QCOMPARE(preferences.stringList(kKey), QStringList(QStringLiteral("a")));
+    QCOMPARE(awaitValue(whyNotSaved(&preferences, {})), QString());
+}
+
+void FilePreferencesTest::aListKeepsWhatAnotherProcessHasPutThere()
+{
+    FilePreferences first(m_path);
+    FilePreferences second(m_path);
+    // What the first one knows is out of date by the time at which it writes.
+    awaitValue(second.changeLists({{kKey, {{QStringLiteral("second")}, {}}}}));
+    awaitValue(first.changeLists({{kKey, {{QStringLiteral("first")}, {}}}}));
+    QCOMPARE(
+        FilePreferences(m_path).stringList(kKey), (QStringList{QStringLiteral("first"), QStringLiteral("second")}));
+}
+
+void FilePreferencesTest::aChangeOfAListThatCannotBeStoredIsTriedAgain()
+{
+    FilePreferences preferences(m_path);
+    awaitValue(preferences.changeLists({{kKey, {{QStringLiteral("a")}, {}}}}));
+    const Obstacle obstacle(m_path);
+    const auto known = awaitValue(preferences.changeLists({{kKey, {{QStringLiteral("a"), QStringLiteral("b")}, {}}}}));
+    // Nothing else is known: it is the caller's.
+    QCOMPARE(known.value(kKey).added, QStringList(QStringLiteral("b")));
+    QVERIFY(!preferences.failure().isEmpty());
+    QCOMPARE(preferences.stringList(kKey), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+    obstacle.remove();
+    awaitValue(preferences.changeLists({{kKey, {{QStringLiteral("c")}, {}}}}));
+    QCOMPARE(FilePreferences(m_path).stringList(kKey),
+        (QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")}));
+    QVERIFY(preferences.failure().isEmpty());
+}
+
+void FilePreferencesTest::changesOfListsAreOnTheDiskAfterTheEnd()
+{
+    auto preferences = std::make_unique<FilePreferences>(m_path);
+    const auto change = start(preferences->changeLists({{kKey, {{QStringLiteral("a")}, {}}}}));
+    preferences.reset();
+    QVERIFY(change->isDone);
+    QCOMPARE(FilePreferences(m_path).stringList(kKey), QStringList(QStringLiteral("a")));
+}
+
+void FilePreferencesTest::withoutAFileListsChangeInMemory()
+{
+    FilePreferences preferences{QString()};
+    const auto first = awaitValue(preferences.changeLists({{kKey, {{QStringLiteral("a")}, {}}}}));
+    QCOMPARE(first.value(kKey).added, QStringList(QStringLiteral("a")));
+    const auto second = awaitValue(preferences.changeLists({{kKey, {{QStringLiteral("a")}, {}}}}));
+    QCOMPARE(second.value(kKey).added, QStringList());
+    QCOMPARE(preferences.stringList(kKey), QStringList(QStringLiteral("a")));
 }
 
 void FilePreferencesTest::everythingIsOnTheDiskAfterTheEnd()
@@ -473,5 +805,5 @@ void FilePreferencesTest::thePreferencesMayBeDeletedByWhoListens()
     QVERIFY(waitUntil([&] { return watched.isNull(); }));
 }
 
-QTEST_GUILESS_MAIN(FilePreferencesTest)
+VELMORA_TEST(FilePreferencesTest)
 #include "file_preferences_test.moc"

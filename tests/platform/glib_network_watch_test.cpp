@@ -2,6 +2,7 @@
 #include "platform/linux/glib_network_watch.h"
 
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -78,5 +79,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(GLibNetworkWatchTest)
+VELMORA_TEST(GLibNetworkWatchTest)
 #include "glib_network_watch_test.moc"

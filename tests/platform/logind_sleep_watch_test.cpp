@@ -2,6 +2,7 @@
 #include "platform/linux/logind_sleep_watch.h"
 
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QDBusMessage>
 #include <QSignalSpy>
@@ -96,5 +97,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(LogindSleepWatchTest)
+VELMORA_TEST(LogindSleepWatchTest)
 #include "logind_sleep_watch_test.moc"

@@ -2,6 +2,7 @@
 #include "platform/linux/notification_settings_page.h"
 
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -143,5 +144,5 @@ private:
     QByteArray m_path;
 };
 
-QTEST_GUILESS_MAIN(NotificationSettingsPageTest)
+VELMORA_TEST(NotificationSettingsPageTest)
 #include "notification_settings_page_test.moc"

@@ -3,6 +3,7 @@
 
 #include "bus_client.h"
 #include "fake_status_notifier_watcher.h"
+#include "support/test_main.h"
 
 #include <QImage>
 #include <QSignalSpy>
@@ -333,5 +334,5 @@ private:
     QString m_name;
 };
 
-QTEST_GUILESS_MAIN(StatusNotifierItemTest)
+VELMORA_TEST(StatusNotifierItemTest)
 #include "status_notifier_item_test.moc"

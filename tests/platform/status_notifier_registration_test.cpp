@@ -3,6 +3,7 @@
 
 #include "bus_client.h"
 #include "fake_status_notifier_watcher.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -250,5 +251,5 @@ private:
     std::unique_ptr<QSignalSpy> m_spy;
 };
 
-QTEST_GUILESS_MAIN(StatusNotifierRegistrationTest)
+VELMORA_TEST(StatusNotifierRegistrationTest)
 #include "status_notifier_registration_test.moc"

@@ -3,6 +3,7 @@
 
 #include "support/await.h"
 #include "support/fake_clock.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -236,5 +237,5 @@ private:
     QStringList m_events;
 };
 
-QTEST_GUILESS_MAIN(WakeWatchTest)
+VELMORA_TEST(WakeWatchTest)
 #include "wake_watch_test.moc"

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/xdg_directories.h"
 
+#include "support/test_main.h"
+
+#include <QTemporaryDir>
 #include <QTest>
 
 using velmora::XDGDirectories;
@@ -12,7 +15,8 @@ class XDGDirectoriesTest final : public QObject
 private Q_SLOTS:
     void init()
     {
-        for (const char *name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_DIRS"})
+        for (const char *name :
+            {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_DIRS", "XDG_RUNTIME_DIR"})
             qunsetenv(name);
         qputenv("HOME", "/home/someone");
     }
@@ -38,6 +42,23 @@ private Q_SLOTS:
         QCOMPARE(directories.cache, QStringLiteral("/x y/velmora"));
         QCOMPARE(directories.systemConfiguration,
             (QStringList{QStringLiteral("/first/velmora"), QStringLiteral("/second/velmora")}));
+    }
+
+    void theRuntimeFolderIsTheOneThatAFlatpakShares()
+    {
+        const QTemporaryDir session;
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(session.path()));
+        QCOMPARE(XDGDirectories::fromEnvironment().runtime, session.path() + QStringLiteral("/app/com.tarvik.Velmora"));
+    }
+
+    void withoutARuntimeFolderOfTheSessionThereIsNone()
+    {
+        QVERIFY(XDGDirectories::fromEnvironment().runtime.isEmpty());
+        const QTemporaryDir session;
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(session.filePath(QStringLiteral("missing"))));
+        QVERIFY(XDGDirectories::fromEnvironment().runtime.isEmpty());
+        qputenv("XDG_RUNTIME_DIR", "relative");
+        QVERIFY(XDGDirectories::fromEnvironment().runtime.isEmpty());
     }
 
     void relativeFoldersAreIgnored()
@@ -69,9 +90,10 @@ private Q_SLOTS:
         QCOMPARE(directories.configuration, QStringLiteral("/tmp/demo/config"));
         QCOMPARE(directories.data, QStringLiteral("/tmp/demo/data"));
         QCOMPARE(directories.cache, QStringLiteral("/tmp/demo/cache"));
+        QCOMPARE(directories.runtime, QStringLiteral("/tmp/demo/runtime"));
         QVERIFY(directories.systemConfiguration.isEmpty());
     }
 };
 
-QTEST_GUILESS_MAIN(XDGDirectoriesTest)
+VELMORA_TEST(XDGDirectoriesTest)
 #include "xdg_directories_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "simulator/client.h"
 
+#include "support/test_main.h"
+
 using namespace velmora::simulator;
 using namespace velmora::testing;
 using namespace Qt::Literals::StringLiterals;
@@ -173,5 +175,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(APITest)
+VELMORA_TEST(APITest)
 #include "api_test.moc"

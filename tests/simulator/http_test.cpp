@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "simulator/client.h"
 
+#include "support/test_main.h"
+
 using namespace velmora::simulator;
 using namespace velmora::testing;
 using namespace Qt::Literals::StringLiterals;
@@ -68,13 +70,18 @@ private Q_SLOTS:
         misbehave({{u"action"_s, QJsonObject{{u"delayMilliseconds"_s, 150}}}});
         const Answered late = m_client->get(u"/user"_s);
         QCOMPARE(late.status, 401);
-        QVERIFY(late.milliseconds >= 145);
+        // A coarse timer may be early by a twentieth.
+        QVERIFY(late.milliseconds >= 140);
     }
 
     void aTruncatedBodyEndsBeforeItsLength()
     {
         misbehave({{u"action"_s, QJsonObject{{u"truncateAfter"_s, 5}}}});
-        QCOMPARE(m_client->get(u"/user"_s).error, QNetworkReply::RemoteHostClosedError);
+        const Answered cut = m_client->get(u"/user"_s);
+        QVERIFY(cut.body.size() <= 5);
+        // Whether Qt notices depends on when the end of the connection arrives.
+        const bool isNoticed = cut.error == QNetworkReply::RemoteHostClosedError;
+        QVERIFY(isNoticed || cut.headers.value("content-length").toLongLong() > 5);
     }
 
     void aConnectionMayCloseBeforeOrInTheMiddleOfTheAnswer()
@@ -108,6 +115,45 @@ private Q_SLOTS:
         reply->abort();
         QVERIFY(waitUntil([&] { return !m_simulator->log().entries().back().isOpen; }));
         QCOMPARE(m_simulator->log().entries().back().status, 0);
+    }
+
+    void whatHangsIsAnsweredWhenTheTestSaysSo()
+    {
+        misbehave({{u"times"_s, 2}, {u"action"_s, QJsonObject{{u"hang"_s, true}}}});
+        const std::unique_ptr<QNetworkReply> patient(m_client->begin("GET", u"/user"_s));
+        QVERIFY(waitUntil([&] { return m_simulator->hangingCount() == 1; }));
+        const std::unique_ptr<QNetworkReply> impatient(m_client->begin("GET", u"/user/installations"_s));
+        QVERIFY(waitUntil([&] { return m_simulator->hangingCount() == 2; }));
+        impatient->abort();
+        QVERIFY(waitUntil([&] { return m_simulator->hangingCount() == 1; }));
+        m_simulator->answerHanging();
+        QCOMPARE(m_simulator->hangingCount(), 0);
+        QVERIFY(waitUntil([&] { return patient->isFinished(); }));
+        QCOMPARE(patient->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 401);
+    }
+
+    void aRuleMayBeForTheRequestsOfOnePerson()
+    {
+        const QString login = m_simulator->world().owners().at(1).login;
+        const QString other = m_simulator->world().owners().at(0).login;
+        misbehave({{u"login"_s, login}, {u"action"_s, QJsonObject{{u"status"_s, 500}}}});
+        QCOMPARE(m_client->get(u"/user"_s, m_simulator->issueAccessToken(login)).status, 500);
+        QCOMPARE(m_client->get(u"/user"_s, m_simulator->issueAccessToken(other)).status, 200);
+        QCOMPARE(m_client->get(u"/user"_s).status, 401);
+    }
+
+    void theClockMayBeTheTestsOwn()
+    {
+        SimulatorOptions options = quiet();
+        Milliseconds time = 1'000;
+        options.clock = [&time] {
+            return time;
+        };
+        Simulator simulator(options);
+        QCOMPARE(simulator.now(), 1'000);
+        time = 5'000;
+        simulator.advanceClock(500);
+        QCOMPARE(simulator.now(), 5'500);
     }
 
     void theLogKeepsLineHeadersInOrderAndBody()
@@ -168,5 +214,5 @@ private:
     bool avatarDiffers() { return m_client->get(u"/avatars/u/5"_s).body != m_client->get(u"/avatars/u/6"_s).body; }
 };
 
-QTEST_GUILESS_MAIN(HTTPTest)
+VELMORA_TEST(HTTPTest)
 #include "http_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "simulator/client.h"
 
+#include "support/test_main.h"
+
 using namespace velmora::simulator;
 using namespace velmora::testing;
 using namespace Qt::Literals::StringLiterals;
@@ -96,5 +98,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(OAuthTest)
+VELMORA_TEST(OAuthTest)
 #include "oauth_test.moc"

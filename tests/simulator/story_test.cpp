@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "simulator/demo_world.h"
 #include "simulator/story.h"
+#include "support/test_main.h"
 
 #include <QSet>
 #include <QTest>
@@ -121,5 +122,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(StoryTest)
+VELMORA_TEST(StoryTest)
 #include "story_test.moc"

@@ -26,6 +26,7 @@ public:
         const bool isGranted = co_await answer;
         co_return isGranted;
     }
+    [[nodiscard]] QCoro::Task<> untilReady(std::stop_token) override { co_return; }
     [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot) override { co_return; }
     [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot) override { co_return; }
 

@@ -7,7 +7,9 @@
 #include <QCoroTask>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QTimer>
 
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <optional>
@@ -92,10 +94,14 @@ template <typename Condition>
 {
     QElapsedTimer watchdog;
     watchdog.start();
+    // What no event tells of, such as the end of another process, is looked at in between. The test sleeps meanwhile:
+    // what it waits for needs the processors.
+    QTimer look;
+    look.start(std::chrono::milliseconds(5));
     while (!condition()) {
         if (watchdog.hasExpired(milliseconds))
             return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 10);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents);
     }
     return true;
 }
@@ -107,7 +113,7 @@ template <typename T>
     const auto outcome = start(std::move(task));
     if (!waitUntil([&] { return outcome->isDone; }))
         throw std::runtime_error("the task did not end within 20 seconds");
-    return *outcome;
+    return std::move(*outcome);
 }
 
 /// The value of a task that must succeed; throws what the task threw.

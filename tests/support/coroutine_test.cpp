@@ -6,6 +6,7 @@
 #include "support/clock.h"
 #include "support/fake_clock.h"
 #include "support/task_scope.h"
+#include "support/test_main.h"
 
 #include <QElapsedTimer>
 #include <QLoggingCategory>
@@ -382,5 +383,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(CoroutineTest)
+VELMORA_TEST(CoroutineTest)
 #include "coroutine_test.moc"

@@ -5,6 +5,8 @@
 #include "support/error.h"
 #include "support/one_shot.h"
 
+#include <stdexcept>
+
 namespace velmora::testing
 {
 
@@ -27,6 +29,10 @@ public:
             const OneShot<> opened = *gate;
             co_await opened;
         }
+        if (failedLoads > 0) {
+            --failedLoads;
+            throw std::runtime_error("out of order");
+        }
         auto loaded = payload;
         co_return loaded;
     }
@@ -34,6 +40,7 @@ public:
     std::optional<DeploymentCachePayload> payload;
     int saves = 0;
     bool fails = false;
+    int failedLoads = 0; ///< so many loads throw what a cache never throws
     std::optional<OneShot<>> gate; ///< loading waits for it
 };
 

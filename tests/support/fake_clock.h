@@ -30,7 +30,7 @@ public:
             throw CancellationError();
         requestedSleeps.append(duration);
         const OneShot<> done;
-        m_sleepers.append({m_now + duration, done});
+        m_sleepers.append({m_now + duration, duration, done});
         const auto interrupt = [done] {
             done.resolve();
         };
@@ -48,8 +48,8 @@ public:
         m_now = end;
     }
 
-    /// Moves the time to the end of the next sleep and wakes it; false when nobody sleeps.
-    bool advanceToNextWake() { return wakeNext(Instant::max()); }
+    /// Moves the time to the end of the next sleep and wakes it; false when no sleep ends by `latest`.
+    bool advanceToNextWake(Instant latest = Instant::max()) { return wakeNext(latest); }
 
     /// Ends every sleep without moving the time: what a wall clock that was set back looks like.
     void wakeAll()
@@ -67,12 +67,20 @@ public:
         return std::ranges::count_if(m_sleepers, [](const Sleeper &sleeper) { return !sleeper.done.isSettled(); });
     }
 
+    /// Whether a sleep of exactly that length is under way.
+    [[nodiscard]] bool isSleeping(std::chrono::milliseconds duration) const
+    {
+        return std::ranges::any_of(m_sleepers,
+            [duration](const Sleeper &sleeper) { return sleeper.duration == duration && !sleeper.done.isSettled(); });
+    }
+
     /// Every duration that was ever slept for, in order.
     QList<std::chrono::milliseconds> requestedSleeps;
 
 private:
     struct Sleeper {
         Instant end;
+        std::chrono::milliseconds duration;
         OneShot<> done;
     };
 

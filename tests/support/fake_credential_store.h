@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <deque>
+#include <functional>
 
 namespace velmora::testing
 {
@@ -16,6 +17,26 @@ namespace velmora::testing
 class FakeCredentialStore final : public CredentialStoring
 {
 public:
+    [[nodiscard]] QCoro::Task<> prepareToSave() override
+    {
+        ++preparations;
+        if (isHoldingQuestions)
+            co_await hold();
+        if (prepareFailure)
+            std::rethrow_exception(prepareFailure);
+    }
+
+    [[nodiscard]] QCoro::Task<> unlock(QList<qint64> accountIDs) override
+    {
+        unlocked.append(accountIDs);
+        if (isHoldingQuestions)
+            co_await hold();
+        if (unlockFailure)
+            std::rethrow_exception(unlockFailure);
+        if (onUnlock)
+            onUnlock();
+    }
+
     [[nodiscard]] QCoro::Task<> save(GitHubCredential credential, qint64 accountID, Interaction interaction) override
     {
         const bool waits = isHolding || isHoldingSaves;
@@ -77,11 +98,17 @@ public:
     }
 
     QMap<qint64, GitHubCredential> credentials;
+    std::exception_ptr prepareFailure;
+    std::exception_ptr unlockFailure;
     std::exception_ptr saveFailure;
     std::exception_ptr loadFailure;
     std::exception_ptr removeFailure;
     bool isHolding = false; ///< every operation waits for release()
     bool isHoldingSaves = false;
+    bool isHoldingQuestions = false; ///< what may ask the user waits for release()
+    int preparations = 0; ///< how often it was to be made ready for a save
+    QList<QList<qint64>> unlocked; ///< the accounts of each request to unlock
+    std::function<void()> onUnlock; ///< called when the user has unlocked
     int saves = 0; ///< that succeeded
     int loads = 0;
     QStringList *journal = nullptr;

@@ -33,9 +33,11 @@ public:
         QString name;
         QList<Deployment> deployments;
         QString graphqlID; ///< the form in which GraphQL answers; empty: the same
+        QString graphqlError = {}; ///< the type of the error that GraphQL answers with instead; empty: none
     };
     struct Identity {
         QList<Repository> repositories; ///< all of one installation, numbered like the identity
+        bool isInstalled = false; ///< the installation is there even without a repository
         std::optional<HTTPResponse> restFailure;
         std::optional<HTTPResponse> graphqlFailure;
         std::exception_ptr transportFailure; ///< thrown for every request
@@ -60,6 +62,8 @@ public:
     std::optional<QString> grantedToken;
     /// Paths of every other request, each as "TOKEN: PATH".
     QStringList restRequests;
+    /// Called with the token before every answer: time passes meanwhile, or something else happens.
+    std::function<void(const QString &token)> meanwhile;
     std::shared_ptr<FakeHTTPSession> session = std::make_shared<FakeHTTPSession>();
 
     void clearLog()
@@ -92,11 +96,13 @@ private:
             return authorization(path);
         if (!isQuery)
             restRequests.append(token + QStringLiteral(": ") + path);
-        const auto identity = identities.constFind(token);
+        const auto identity = std::as_const(identities).find(token);
         if (identity == identities.constEnd())
             return FakeHTTPSession::response(401, "{}", {{"x-ratelimit-remaining", "0"}});
         if (isQuery)
             logQuery(token, *request.body);
+        if (meanwhile)
+            meanwhile(token);
         if (identity->transportFailure)
             std::rethrow_exception(identity->transportFailure);
         if (isQuery)
@@ -137,7 +143,7 @@ private:
     static HTTPResponse installations(const QString &token, const Identity &identity)
     {
         QJsonArray list;
-        if (!identity.repositories.isEmpty()) {
+        if (identity.isInstalled || !identity.repositories.isEmpty()) {
             const QJsonObject account{{QStringLiteral("id"), 1000},
                 {QStringLiteral("login"), token + QStringLiteral("-org")},
                 {QStringLiteral("type"), QStringLiteral("Organization")}};
@@ -192,15 +198,28 @@ private:
     static HTTPResponse deployments(const Identity &identity, const QByteArray &body)
     {
         QJsonArray nodes;
+        QJsonArray errors;
         for (const auto &id : variables(body)) {
             const auto found = std::ranges::find(identity.repositories, id.toString(), &Repository::nodeID);
-            nodes.append(found == identity.repositories.end() ? QJsonValue() : QJsonValue(node(*found)));
+            const bool isThere = found != identity.repositories.end();
+            if (isThere && !found->graphqlError.isEmpty())
+                errors.append(error(found->graphqlError, nodes.size()));
+            nodes.append(!isThere || !found->graphqlError.isEmpty() ? QJsonValue() : QJsonValue(node(*found)));
         }
         const QJsonObject rateLimit{{QStringLiteral("cost"), identity.cost},
             {QStringLiteral("remaining"), identity.remaining},
             {QStringLiteral("resetAt"), toISO8601(identity.resetAt)}};
-        return json({{QStringLiteral("data"),
-            QJsonObject{{QStringLiteral("nodes"), nodes}, {QStringLiteral("rateLimit"), rateLimit}}}});
+        QJsonObject whole{{QStringLiteral("data"),
+            QJsonObject{{QStringLiteral("nodes"), nodes}, {QStringLiteral("rateLimit"), rateLimit}}}};
+        if (!errors.isEmpty())
+            whole.insert(QStringLiteral("errors"), errors);
+        return json(whole);
+    }
+
+    static QJsonObject error(const QString &type, qsizetype place)
+    {
+        return {{QStringLiteral("type"), type}, {QStringLiteral("message"), QStringLiteral("words of GitHub")},
+            {QStringLiteral("path"), QJsonArray{QStringLiteral("nodes"), static_cast<int>(place)}}};
     }
 };
 

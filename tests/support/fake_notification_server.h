@@ -33,6 +33,8 @@ public:
         deadlines.append(deadline);
         if (!isThere)
             throw NotificationError(NotificationError::Kind::NoServer);
+        if (isSilent)
+            throw NotificationError(NotificationError::Kind::TimedOut);
         const NotificationCapabilities present = able;
         co_return present;
     }
@@ -41,6 +43,9 @@ public:
     {
         deadlines.append(deadline);
         requests.append(request);
+        // It has the notification all the same, and shows it when it is itself again.
+        if (isSilent)
+            throw NotificationError(NotificationError::Kind::TimedOut);
         if (gate) {
             const OneShot<> opened = *gate;
             co_await opened;
@@ -60,6 +65,7 @@ public:
     void withdraw(const QString &handle) override { withdrawn.append(handle); }
 
     bool isThere = true;
+    bool isSilent = false; ///< it takes everything and answers nothing
     NotificationCapabilities able{
         .server = QStringLiteral("first"), .interpretsMarkup = true, .hasActions = true, .playsSounds = false};
     std::optional<OneShot<>> gate; ///< posts wait for it

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "notifications/deployment_notifying.h"
+#include "support/cancel_on_stop.h"
 #include "support/error.h"
 #include "support/one_shot.h"
 
@@ -18,6 +19,14 @@ class FakeNotifier final : public DeploymentNotifying
 public:
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override { co_return true; }
 
+    [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override
+    {
+        if (busy) {
+            const OneShot<> ready = *busy;
+            const CancelOnStop<> onStop(ready, stop);
+            co_await ready;
+        }
+    }
     [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override
     {
         co_await announce(QStringLiteral("failure ") + deployment.id);
@@ -29,6 +38,7 @@ public:
 
     QStringList announced;
     bool fails = false; ///< every announcement throws, after it was noted
+    std::optional<OneShot<>> busy; ///< not ready before it is settled
     std::optional<OneShot<>> gate; ///< announcements wait for it
 
 private:

@@ -31,7 +31,25 @@ public:
             Q_EMIT changed(key);
     }
 
+    [[nodiscard]] QString failure() const override { return currentFailure; }
+    /// From now on nothing is saved, or everything is, when empty.
+    void setFailure(const QString &failure)
+    {
+        currentFailure = failure;
+        Q_EMIT failureChanged();
+    }
+
+    [[nodiscard]] bool isSaving() const override { return saving; }
+    /// It is known now what became of everything that was set.
+    void settle()
+    {
+        saving = false;
+        Q_EMIT settled();
+    }
+
     QMap<QString, Value> values;
+    QString currentFailure;
+    bool saving = false;
     QStringList writes; ///< the key of every setValue(), in order
 };
 

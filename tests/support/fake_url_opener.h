@@ -12,20 +12,16 @@ namespace velmora::testing
 class FakeURLOpener final : public URLOpener
 {
 public:
-    using URLOpener::open;
-    bool open(const WebAddress &address) override
-    {
-        opened.append(address.text());
-        return works;
-    }
-
     QStringList opened;
     bool works = true;
 
+    /// The browser, which was started, gives up.
+    void giveUp(const WebAddress &address) { noteUnopened(address); }
+
 protected:
-    bool openActivated(const WebAddress &address, const QString &activationToken) override
+    bool start(const WebAddress &address, const QString &activationToken) override
     {
-        opened.append(address.text() + QLatin1Char(' ') + activationToken);
+        opened.append(activationToken.isEmpty() ? address.text() : address.text() + QLatin1Char(' ') + activationToken);
         return works;
     }
 };

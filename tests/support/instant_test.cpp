@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/instant.h"
 
+#include "support/test_main.h"
+
 #include <cmath>
 
 #include <QTest>
@@ -95,5 +97,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(InstantTest)
+VELMORA_TEST(InstantTest)
 #include "instant_test.moc"

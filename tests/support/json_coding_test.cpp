@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/json_coding.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -197,6 +199,22 @@ private Q_SLOTS:
         QCOMPARE(failure<View>(quoted("{'text':1}")), QStringLiteral("text is not a text"));
     }
 
+    void whatWasParsedIsCleared()
+    {
+        for (const qsizetype size : {1, 40, 4'000}) {
+            const QByteArray secret(size, 's');
+            const char *place = nullptr;
+            {
+                const JSONDocument document(quoted("{'text':'") + secret + quoted("'}"));
+                const auto view = decodeJSON<View>(document);
+                place = reinterpret_cast<const char *>(view.text.data());
+                QCOMPARE(QByteArray(place, size), secret);
+            }
+            // The memory is kept for the next document of this thread.
+            QCOMPARE(QByteArray(place, size), QByteArray(size, '\0'));
+        }
+    }
+
     void documentsOfEverySizeFollowEachOther()
     {
         // Below, at and above what a parser keeps room for, and small ones after a large one and after a bad one.
@@ -215,5 +233,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(JSONCodingTest)
+VELMORA_TEST(JSONCodingTest)
 #include "json_coding_test.moc"

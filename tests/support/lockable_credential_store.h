@@ -18,6 +18,16 @@ public:
     {
     }
 
+    [[nodiscard]] QCoro::Task<> prepareToSave() override
+    {
+        throwIfLocked();
+        co_return;
+    }
+    [[nodiscard]] QCoro::Task<> unlock(QList<qint64>) override
+    {
+        throwIfLocked();
+        co_return;
+    }
     [[nodiscard]] QCoro::Task<> save(GitHubCredential credential, qint64 accountID, Interaction interaction) override
     {
         throwIfLocked();

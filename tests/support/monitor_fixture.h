@@ -3,6 +3,7 @@
 
 #include "accounts/authentication_store.h"
 #include "accounts/in_memory_credential_store.h"
+#include "accounts/installation_page.h"
 #include "installations/installation_store.h"
 #include "monitor/deployment_monitor.h"
 #include "support/await.h"
@@ -55,9 +56,9 @@ public:
         services.clock = &clock;
         services.pasteboard = &pasteboard;
         services.urlOpener = &urlOpener;
-        services.installationURL = WebAddress(QStringLiteral("https://github.com/apps/velmora/installations/new"));
+        services.installationPage = &installationPage;
         authentication = std::make_unique<AuthenticationStore>(client, credentialStore, services);
-        installations = std::make_unique<InstallationStore>(client, &defaults, &clock, ledger);
+        installations = std::make_unique<InstallationStore>(client, &defaults, &clock, ledger, &installationPage);
         monitor = std::make_unique<DeploymentMonitor>(
             client, DeploymentMonitor::Services{&cache, &notifier, &defaults, &clock, ledger, [] {
                                                     return 0.0;
@@ -87,6 +88,8 @@ public:
     FakeNotifier notifier;
     FakePasteboard pasteboard;
     FakeURLOpener urlOpener;
+    InstallationPage installationPage{
+        WebAddress(QStringLiteral("https://github.com/apps/velmora/installations/new")), &urlOpener, &clock};
     QList<GitHubAccount> accounts;
     std::shared_ptr<InMemoryCredentialStore> credentials = std::make_shared<InMemoryCredentialStore>();
     std::shared_ptr<CredentialStoring> credentialStore = credentials;

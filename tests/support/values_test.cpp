@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/alphabetical_order.h"
+#include "support/erased.h"
 #include "support/error.h"
+#include "support/test_main.h"
 #include "support/web_address.h"
 
 #include <QElapsedTimer>
@@ -17,6 +19,24 @@ class ValuesTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void aSecretIsOverwrittenWhereItLay()
+    {
+        QByteArray secret("ghu_secret");
+        const char *const place = secret.constData();
+        erase(secret);
+        QCOMPARE(QByteArray(place, 10), QByteArray(10, '\0'));
+    }
+
+    void aSecretThatIsStillInUseElsewhereIsLeftAlone()
+    {
+        QByteArray secret("ghu_secret");
+        const QByteArray other = secret;
+        erase(secret);
+        QCOMPARE(other, QByteArray("ghu_secret"));
+        QByteArray nothing;
+        erase(nothing);
+        QVERIFY(nothing.isEmpty());
+    }
 
     void onlyWebAddressesWithAHostAreOpenable_data()
     {
@@ -82,6 +102,19 @@ private Q_SLOTS:
         QVERIFY(timer.elapsed() < 2'000);
     }
 
+    void textsOfOthersAreCut()
+    {
+        const QString longest(500, QLatin1Char('x'));
+        QCOMPARE(cutText(longest), longest);
+        QCOMPARE(cutText(longest + QLatin1Char('x')), longest.first(499) + QChar(0x2026));
+        // No half of a character is left.
+        const QString wide = QString(498, QLatin1Char('x')) + QString::fromUtf8("\xf0\x9f\x9a\x80\xf0\x9f\x9a\x80");
+        QCOMPARE(cutText(wide), QString(498, QLatin1Char('x')) + QChar(0x2026));
+        QCOMPARE(
+            TransportError(TransportError::Kind::Network, QString(9000, QLatin1Char('x'))).description().size(), 500);
+        QCOMPARE(describe(std::make_exception_ptr(std::runtime_error(std::string(9000, 'x')))).size(), 500);
+    }
+
     void anExceptionIsDescribedInItsOwnWords()
     {
         QCOMPARE(describe(std::make_exception_ptr(FileError(QStringLiteral("No disk.")))), QStringLiteral("No disk."));
@@ -92,5 +125,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(ValuesTest)
+VELMORA_TEST(ValuesTest)
 #include "values_test.moc"

@@ -4,6 +4,7 @@
 #include "support/await.h"
 #include "support/one_shot.h"
 #include "support/task_scope.h"
+#include "support/test_main.h"
 
 #include <QObject>
 #include <QTest>
@@ -213,5 +214,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(CoroutineFormsTest)
+VELMORA_TEST(CoroutineFormsTest)
 #include "coroutine_forms_test.moc"

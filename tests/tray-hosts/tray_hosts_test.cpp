@@ -3,6 +3,7 @@
 #include "platform/linux/status_notifier_item.h"
 #include "running_panel.h"
 #include "support/await.h"
+#include "support/test_main.h"
 #include "ui/xembed_status_item.h"
 
 #include <QApplication>
@@ -194,7 +195,7 @@ private:
     std::unique_ptr<StatusItem> m_item;
 };
 
-int main(int argc, char **argv)
+static int runBesidePanels(int argc, char **argv)
 {
     // On the display of the panels, unlike other tests.
     qputenv("QT_QPA_PLATFORM", "xcb");
@@ -202,4 +203,5 @@ int main(int argc, char **argv)
     TrayHostsTest test;
     return QTest::qExec(&test, argc, argv);
 }
+VELMORA_TEST_FUNCTION(runBesidePanels)
 #include "tray_hosts_test.moc"

@@ -2,6 +2,7 @@
 #include "platform/linux/status_notifier_item.h"
 #include "running_panel.h"
 #include "support/await.h"
+#include "support/test_main.h"
 #include "ui/menu_bar_window.h"
 
 #include <QApplication>
@@ -157,7 +158,7 @@ private:
     QPoint m_place;
 };
 
-int main(int argc, char **argv)
+static int runBesidePanels(int argc, char **argv)
 {
     // On the display of the panels, unlike other tests.
     qputenv("QT_QPA_PLATFORM", "xcb");
@@ -166,4 +167,5 @@ int main(int argc, char **argv)
     WindowAtItemTest test;
     return QTest::qExec(&test, argc, argv);
 }
+VELMORA_TEST_FUNCTION(runBesidePanels)
 #include "window_at_item_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/accounts_presentation.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -108,5 +110,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(AccountsPresentationTest)
+VELMORA_TEST(AccountsPresentationTest)
 #include "accounts_presentation_test.moc"

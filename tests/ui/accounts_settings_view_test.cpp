@@ -2,16 +2,21 @@
 #include "ui/accounts_settings_view.h"
 
 #include "support/fake_avatar_loading.h"
+#include "support/lockable_credential_store.h"
 #include "support/monitor_fixture.h"
+#include "support/test_main.h"
 #include "support/widget_probe.h"
 #include "ui/account_row.h"
 #include "ui/avatar_view.h"
 #include "ui/progress_spinner.h"
+#include "ui/row_list.h"
 #include "ui/switch_control.h"
 
+#include <QAbstractScrollArea>
 #include <QAccessible>
 #include <QApplication>
 #include <QBuffer>
+#include <QScrollBar>
 #include <QTest>
 
 using namespace velmora;
@@ -26,7 +31,7 @@ const QString kInstall = QStringLiteral("Install on GitHub");
 const QString kManage = QStringLiteral("Manage on GitHub");
 const QString kCode = QStringLiteral("WDJB-MJHT");
 const QString kNoAccounts = QStringLiteral("No GitHub accounts");
-const QString kInstallationPage = QStringLiteral("https://github.com/apps/tarvik-velmora/installations/new");
+const QString kInstallationPage = QStringLiteral("https://github.com/apps/velmora/installations/new");
 const QString kPicture = QStringLiteral("https://avatars.example.com/u/1");
 
 QByteArray picture()
@@ -119,6 +124,70 @@ private Q_SLOTS:
         QVERIFY(shownLabel(*row(QStringLiteral("bob")), QStringLiteral("Reconnect required")));
     }
 
+    void besideTheStatusOfAnAccountIsWhatToDoAboutIt()
+    {
+        m_fixture->connect(1, QStringLiteral("alice"));
+        m_fixture->accounts.append(GitHubAccount{2, QStringLiteral("bob"), {}});
+        open();
+        QVERIFY(waitUntil([this] { return m_fixture->authentication->isRestored(); }));
+        drainEvents();
+        const AccountRow *bob = row(QStringLiteral("bob"));
+        QCOMPARE(shownTexts(*bob),
+            (QStringList{QStringLiteral("bob"), QStringLiteral("Reconnect required"), QStringLiteral("·"),
+                QStringLiteral("Connect bob again.")}));
+        QVERIFY(!shownTexts(*row(QStringLiteral("alice"))).join(QString()).contains(QStringLiteral("again")));
+    }
+
+    void adviceGoesWithWhatItIsAbout()
+    {
+        AccountRow shown;
+        shown.setInstallations({QStringLiteral("No installations"), true});
+        shown.setAdvice(QStringLiteral("Connect octo again."));
+        QVERIFY(shownLabel(shown, QStringLiteral("Connect octo again.")));
+        QVERIFY(!shownLabel(shown, QStringLiteral("No installations")));
+        QVERIFY(!shownButton(shown, kInstall));
+        shown.setAdvice(QString());
+        QVERIFY(shownLabel(shown, QStringLiteral("No installations")));
+        QVERIFY(shownButton(shown, kInstall));
+        shown.setInstallations({});
+        QVERIFY(!shownLabel(shown, QStringLiteral("·")));
+    }
+
+    void oneAccountTakesNoMoreThanItsShareAndTheInstallationsFollow()
+    {
+        auto &alice = m_fixture->connect(1, QStringLiteral("alice"));
+        alice.repositories.append(repository(QStringLiteral("acme/web")));
+        open();
+        m_view->resize(596, 900);
+        drainEvents();
+        const auto *accounts = m_view->findChildren<RowList *>().first();
+        QCOMPARE(accounts->height(), 120);
+        const auto *heading = shownLabel(*m_view, QStringLiteral("Installations"));
+        const int below = accounts->mapTo(m_view.get(), QPoint(0, accounts->height())).y();
+        const int next = heading->mapTo(m_view.get(), QPoint()).y();
+        QVERIFY2(next - below < 40, qPrintable(QString::number(next - below)));
+    }
+
+    void theTabScrollsAsAWholeWhenTheListsHoldMore()
+    {
+        for (int i = 1; i <= 12; ++i)
+            m_fixture->connect(i, QStringLiteral("user%1").arg(i))
+                .repositories.append(repository(QStringLiteral("user%1/site").arg(i)));
+        open();
+        QCOMPARE(m_view->findChildren<QAbstractScrollArea *>().size(), 1);
+        auto *page = m_view->findChild<QAbstractScrollArea *>();
+        QVERIFY(page->verticalScrollBar()->maximum() > 0);
+        const auto lists = m_view->findChildren<RowList *>();
+        QCOMPARE(lists.size(), 2);
+        for (const auto *list : lists)
+            QVERIFY(list->height() >= list->sizeHint().height());
+        // The last switch is reached by the keyboard, and seen then.
+        switches().last()->setFocus(Qt::TabFocusReason);
+        drainEvents();
+        const QPoint place = switches().last()->mapTo(page->viewport(), QPoint());
+        QVERIFY(page->viewport()->rect().contains(place));
+    }
+
     void aRowTellsHowManyInstallationsItHas()
     {
         connectThree();
@@ -169,6 +238,27 @@ private Q_SLOTS:
         QCOMPARE(switches().size(), 1);
     }
 
+    void anAccountThatCannotBeRemovedStaysAndItIsSaid()
+    {
+        const auto keyring = std::make_shared<LockableCredentialStore>(m_fixture->credentials);
+        keyring->isLocked = false;
+        m_fixture->credentialStore = keyring;
+        connectThree();
+        open();
+        keyring->isLocked = true;
+        shownButton(*row(QStringLiteral("carol")), kRemove)->click();
+        drainEvents();
+        QVERIFY(row(QStringLiteral("carol")));
+        const QString message
+            = QStringLiteral("carol was not removed. The keyring is locked. Unlock it, or connect the account again.");
+        QVERIFY(shownLabel(*m_view, message));
+        keyring->isLocked = false;
+        shownButton(*row(QStringLiteral("carol")), kRemove)->click();
+        drainEvents();
+        QVERIFY(!row(QStringLiteral("carol")));
+        QVERIFY(!shownLabel(*m_view, message));
+    }
+
     void leavingTheTabDoesNotEndTheRefreshAfterARemoval()
     {
         connectThree();
@@ -215,7 +305,7 @@ private Q_SLOTS:
         open();
         auto *button = shownButton(*row(QStringLiteral("carol")), kRemove);
         button->setFocus();
-        m_fixture->authentication->remove(1);
+        std::ignore = start(m_fixture->authentication->remove(1));
         drainEvents();
         QCOMPARE(QApplication::focusWidget(), button);
     }
@@ -280,32 +370,36 @@ private Q_SLOTS:
         QVERIFY(!m_fixture->github.restRequests.isEmpty());
     }
 
-    void comingBackFromInstallingRefreshesOnce()
+    void installingOpensThePageAndInstallationsAreExpectedFromThenOn()
     {
         connectThree();
         open();
-        m_fixture->github.clearLog();
-        comeBack();
-        QVERIFY(m_fixture->github.restRequests.isEmpty());
+        QVERIFY(!m_fixture->installations->expectsInstallations(1));
         shownButton(*row(QStringLiteral("bob")), kInstall)->click();
-        m_fixture->github.identities[QStringLiteral("bob")].repositories.append(repository(QStringLiteral("bob/new")));
-        comeBack();
-        QVERIFY(shownLabel(*row(QStringLiteral("bob")), QStringLiteral("1 installation")));
-        QCOMPARE(switches().size(), 3);
-        m_fixture->github.clearLog();
-        comeBack();
-        QVERIFY(m_fixture->github.restRequests.isEmpty());
+        QCOMPARE(m_fixture->urlOpener.opened, QStringList{kInstallationPage});
+        QVERIFY(m_fixture->installations->expectsInstallations(1));
     }
 
-    void comingBackToAnotherTabRefreshesNothing()
+    void whatIsInstalledMeanwhileIsShownAsSoonAsItIsKnown()
     {
         connectThree();
         open();
-        shownButton(*m_view, kManage)->click();
-        m_view->hide();
-        m_fixture->github.clearLog();
-        comeBack();
-        QVERIFY(m_fixture->github.restRequests.isEmpty());
+        m_fixture->github.identities[QStringLiteral("bob")].repositories.append(repository(QStringLiteral("bob/new")));
+        awaitValue(
+            m_fixture->monitor->refreshExpected(m_fixture->authentication.get(), m_fixture->installations.get()));
+        QVERIFY(shownLabel(*row(QStringLiteral("bob")), QStringLiteral("1 installation")));
+        QCOMPARE(switches().size(), 3);
+    }
+
+    void anAccountThatJoinsWithoutAnInstallationSaysSo()
+    {
+        m_fixture->connect(1, QStringLiteral("alice")).repositories.append(repository(QStringLiteral("acme/web")));
+        open();
+        m_fixture->connect(2, QStringLiteral("bob"));
+        m_fixture->defaults.setValue(QStringLiteral("github.accounts"), encodeJSON(m_fixture->accounts));
+        awaitValue(m_fixture->installations->refreshIdentities(m_fixture->authentication.get(), QSet<qint64>({2})));
+        QVERIFY(shownLabel(*row(QStringLiteral("bob")), QStringLiteral("No installations")));
+        QVERIFY(shownButton(*row(QStringLiteral("bob")), kInstall));
     }
 
     void theRefreshEndsWhenTheTabDisappears()
@@ -363,7 +457,8 @@ private Q_SLOTS:
         QVERIFY(shownButton(*m_view, kAdd)->isEnabled());
         QCOMPARE(m_fixture->urlOpener.opened.size(), 2);
         // The second is the page on which the App is installed.
-        comeBack();
+        QVERIFY(m_fixture->installationPage.wasOpenedLately());
+        awaitValue(m_fixture->installations->refreshIdentities(m_fixture->authentication.get(), QSet<qint64>({9})));
         QVERIFY(shownLabel(*row(QStringLiteral("dora")), QStringLiteral("No installations")));
     }
 
@@ -489,7 +584,7 @@ private:
         services.pasteboard = &m_fixture->pasteboard;
         services.urlOpener = &m_fixture->urlOpener;
         services.avatars = m_avatars.get();
-        services.installationURL = WebAddress(kInstallationPage);
+        services.installationPage = &m_fixture->installationPage;
         m_view = std::make_unique<AccountsSettingsView>(services);
         m_view->resize(596, 388);
     }
@@ -506,14 +601,6 @@ private:
     {
         m_fixture->build();
         show();
-        drainEvents();
-    }
-
-    /// What the window is told when the person returns from another one.
-    void comeBack()
-    {
-        QEvent event(QEvent::ActivationChange);
-        QApplication::sendEvent(m_view.get(), &event);
         drainEvents();
     }
 
@@ -551,5 +638,5 @@ private:
     std::unique_ptr<AccountsSettingsView> m_view;
 };
 
-QTEST_MAIN(AccountsSettingsViewTest)
+VELMORA_WIDGET_TEST(AccountsSettingsViewTest)
 #include "accounts_settings_view_test.moc"

@@ -3,6 +3,7 @@
 
 #include "support/await.h"
 #include "support/fake_avatar_loading.h"
+#include "support/test_main.h"
 #include "ui/avatar_view.h"
 #include "ui/symbols.h"
 #include "ui/tones.h"
@@ -212,5 +213,5 @@ private:
     std::unique_ptr<AvatarGallery> m_gallery;
 };
 
-QTEST_MAIN(AvatarGalleryTest)
+VELMORA_WIDGET_TEST(AvatarGalleryTest)
 #include "avatar_gallery_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/deployment_list_layout.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -57,5 +59,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DeploymentListLayoutTest)
+VELMORA_TEST(DeploymentListLayoutTest)
 #include "deployment_list_layout_test.moc"

@@ -3,6 +3,7 @@
 
 #include "support/builders.h"
 #include "support/fake_clock.h"
+#include "support/test_main.h"
 
 #include <QAbstractItemModelTester>
 #include <QRandomGenerator>
@@ -228,5 +229,5 @@ private:
     std::unique_ptr<DeploymentListModel> m_model;
 };
 
-QTEST_GUILESS_MAIN(DeploymentListModelTest)
+VELMORA_TEST(DeploymentListModelTest)
 #include "deployment_list_model_test.moc"

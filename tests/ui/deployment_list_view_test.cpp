@@ -7,6 +7,7 @@
 #include "support/fake_pasteboard.h"
 #include "support/fake_url_opener.h"
 #include "support/palettes.h"
+#include "support/test_main.h"
 #include "ui/deployment_list_model.h"
 
 #include <QAccessible>
@@ -243,6 +244,30 @@ private Q_SLOTS:
         QCOMPARE(m_opener->opened,
             (QStringList{text("https://ci.example/a"), text("https://ci.example/a"), text("https://shop.example/a"),
                 text("https://shop.example/a")}));
+    }
+
+    void spaceOpensTheRowAsReturnDoes()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        takeFocus(Qt::TabFocusReason);
+        press(Qt::Key_Space);
+        press(Qt::Key_Space, Qt::ControlModifier);
+        QCOMPARE(m_opener->opened, QStringList{text("https://ci.example/a")});
+    }
+
+    void aKeyThatIsHeldDownOpensThePageOnce()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        takeFocus(Qt::TabFocusReason);
+        for (const auto key : {Qt::Key_Return, Qt::Key_Space}) {
+            m_opener->opened.clear();
+            press(key);
+            for (const auto modifiers : {Qt::NoModifier, Qt::ControlModifier}) {
+                QKeyEvent repeated(QEvent::KeyPress, key, modifiers, QString(), true);
+                QCoreApplication::sendEvent(m_view.get(), &repeated);
+            }
+            QCOMPARE(m_opener->opened, QStringList{text("https://ci.example/a")});
+        }
     }
 
     void copyCopiesTheCommit()
@@ -826,5 +851,5 @@ private:
     std::unique_ptr<DeploymentListView> m_view;
 };
 
-QTEST_MAIN(DeploymentListViewTest)
+VELMORA_WIDGET_TEST(DeploymentListViewTest)
 #include "deployment_list_view_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/dismissal_rule.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -88,5 +90,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(DismissalRuleTest)
+VELMORA_TEST(DismissalRuleTest)
 #include "dismissal_rule_test.moc"

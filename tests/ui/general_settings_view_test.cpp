@@ -8,6 +8,7 @@
 #include "support/fake_login_item.h"
 #include "support/fake_preferences.h"
 #include "support/fake_settings_page_opener.h"
+#include "support/test_main.h"
 #include "support/widget_probe.h"
 #include "ui/card.h"
 #include "ui/switch_control.h"
@@ -28,7 +29,7 @@ const QString kLaunch = QStringLiteral("Launch Velmora at login");
 const QString kOpen = QStringLiteral("Open Notification Settings");
 const QString kRefused = QStringLiteral("Notifications are disabled for Velmora in System Settings.");
 const QString kHelp = QStringLiteral("Velmora sends one notification when a deployment changes to a selected result.");
-const QString kStartupHelp = QStringLiteral("Keep deployment monitoring available after you sign in to your Mac.");
+const QString kStartupHelp = QStringLiteral("Keep deployment monitoring available after you sign in to your computer.");
 
 } // namespace
 
@@ -315,5 +316,5 @@ private:
     std::unique_ptr<GeneralSettingsView> m_view;
 };
 
-QTEST_MAIN(GeneralSettingsViewTest)
+VELMORA_WIDGET_TEST(GeneralSettingsViewTest)
 #include "general_settings_view_test.moc"

@@ -2,6 +2,7 @@
 #include "ui/menu_bar_presentation.h"
 
 #include "support/builders.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -23,10 +24,10 @@ private Q_SLOTS:
             QTest::newRow(name) << situation << static_cast<int>(content);
         };
         using enum MenuBarContent;
-        row("a code and no account", {true, false, State::disconnected(), false}, CodePanel);
+        row("a code and no account", {true, false, State::disconnected(MissingStep::Account), false}, CodePanel);
         row("a code and a full list", {true, true, State::ready(noon()), true}, CodePanel);
         row("a code while loading", {true, true, State::loading(false), false}, CodePanel);
-        row("no account", {false, false, State::disconnected(), false}, ConnectionPrompt);
+        row("no account", {false, false, State::disconnected(MissingStep::Account), false}, ConnectionPrompt);
         row("no account, but saved deployments", {false, false, State::loading(true), true}, ConnectionPrompt);
         row("loading, nothing to show", {false, true, State::loading(false), false}, Loading);
         row("loading, though older ones are there", {false, true, State::loading(false), true}, Loading);
@@ -38,7 +39,13 @@ private Q_SLOTS:
         row("stale and empty", {false, true, State::stale({}), false}, NoDeployments);
         row("paused", {false, true, State::rateLimited(noon(), noon()), true}, List);
         row("paused and empty", {false, true, State::rateLimited({}, noon()), false}, NoDeployments);
-        row("nothing to monitor", {false, true, State::disconnected(), false}, NoDeployments);
+        row("not installed", {false, true, State::disconnected(MissingStep::Installation), false}, NotInstalled);
+        row("nothing granted", {false, true, State::disconnected(MissingStep::Access), false}, NoAccess);
+        row("all switched off", {false, true, State::disconnected(MissingStep::Selection), false}, NothingSelected);
+        row("an account since a moment", {false, true, State::disconnected(MissingStep::Account), false},
+            NoDeployments);
+        row("not installed, and a code", {true, true, State::disconnected(MissingStep::Installation), false},
+            CodePanel);
     }
 
     void theContentFollowsAnOrderOfPrecedence()
@@ -57,7 +64,7 @@ private Q_SLOTS:
         QCOMPARE(shownUpdateTime(State::rateLimited(noon(), later)), std::optional(noon()));
         QCOMPARE(shownUpdateTime(State::rateLimited({}, later)), std::nullopt);
         QCOMPARE(shownUpdateTime(State::loading(true)), std::nullopt);
-        QCOMPARE(shownUpdateTime(State::disconnected()), std::nullopt);
+        QCOMPARE(shownUpdateTime(State::disconnected(MissingStep::Account)), std::nullopt);
     }
 
     void theTimeOfTheUpdateIsRelative()
@@ -98,5 +105,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(MenuBarPresentationTest)
+VELMORA_TEST(MenuBarPresentationTest)
 #include "menu_bar_presentation_test.moc"

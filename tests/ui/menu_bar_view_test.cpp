@@ -3,6 +3,7 @@
 
 #include "support/monitor_fixture.h"
 #include "support/palettes.h"
+#include "support/test_main.h"
 #include "ui/deployment_list_view.h"
 #include "ui/device_code_panel.h"
 #include "ui/empty_state_view.h"
@@ -92,6 +93,21 @@ private Q_SLOTS:
         QVERIFY(add->isEnabled());
     }
 
+    void aBrowserThatCannotBeStartedIsSaidUntilTheWindowIsClosed()
+    {
+        m_fixture->urlOpener.works = false;
+        show();
+        startConnecting();
+        button(text("Open GitHub"))->click();
+        QVERIFY(shownTexts().contains(text("The browser could not be started.")));
+        QVERIFY(shownTexts().contains(text("https://github.com/login/device")));
+        button(text("Copy address"))->click();
+        QCOMPARE(m_fixture->pasteboard.copied.last(), text("https://github.com/login/device"));
+        m_view->hide();
+        m_view->show();
+        QVERIFY(!shownTexts().contains(text("The browser could not be started.")));
+    }
+
     void aConnectionThatFailedSaysWhy()
     {
         m_fixture->github.session->handler = [](const HTTPRequest &) -> HTTPResponse {
@@ -105,6 +121,22 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return m_fixture->authentication->errorMessage().has_value(); }));
         m_fixture->authentication->cancelConnection();
         QCOMPARE(shownTexts().size(), 6);
+    }
+
+    void whatIsNotSavedIsSaidUntilItIsSaved()
+    {
+        m_fixture->cache.fails = true;
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        m_fixture->tick();
+        show();
+        QVERIFY(shownTexts().contains(text("the disk is full")));
+        m_fixture->defaults.setFailure(text("the settings cannot be written"));
+        QVERIFY(shownTexts().contains(text("the settings cannot be written\nthe disk is full")));
+        m_fixture->defaults.setFailure(QString());
+        m_fixture->cache.fails = false;
+        m_fixture->tickAfter(std::chrono::seconds(30));
+        QCOMPARE(shownTexts(),
+            (QStringList{text("Velmora"), text("GitHub deployments"), text("Updated now"), text("Quit")}));
     }
 
     void beforeTheFirstAnswerItIsLoading()
@@ -144,6 +176,66 @@ private Q_SLOTS:
             (QStringList{text("GitHub deployments"), text("No recent deployments"),
                 text("Active deployments and results from the last 24 hours appear here."), text("Updated now"),
                 text("Quit")}));
+    }
+
+    void anAccountWithoutAnInstallationIsLedToThePage()
+    {
+        m_fixture->connect(1, text("octocat"));
+        m_fixture->build();
+        m_fixture->tick();
+        show();
+        QVERIFY(m_view->content() == MenuBarContent::NotInstalled);
+        QCOMPARE(shownTexts().mid(1),
+            (QStringList{text("Install Velmora on GitHub"), text("Install Velmora"),
+                text("Your account is connected. Choose the personal account or organisation where Velmora should be "
+                     "installed; its deployments then appear here."),
+                text("Install on GitHub"), text("Quit")}));
+        button(text("Install on GitHub"))->click();
+        QCOMPARE(m_fixture->urlOpener.opened, QStringList{m_fixture->installationPage.address().text()});
+        QVERIFY(m_fixture->installationPage.wasOpenedLately());
+    }
+
+    void anInstallationWithoutRepositoriesSaysWhatItLacks()
+    {
+        m_fixture->connect(1, text("octocat")).isInstalled = true;
+        m_fixture->build();
+        m_fixture->tick();
+        show();
+        QVERIFY(m_view->content() == MenuBarContent::NoAccess);
+        QCOMPARE(shownTexts().mid(1),
+            (QStringList{text("No repositories granted"), text("No repositories granted"),
+                text("Velmora is installed, but no repository has been granted to it."), text("Manage on GitHub"),
+                text("Quit")}));
+        button(text("Manage on GitHub"))->click();
+        QCOMPARE(m_fixture->urlOpener.opened, QStringList{m_fixture->installationPage.address().text()});
+    }
+
+    void whereEverythingIsSwitchedOffTheWayLeadsToTheRepositories()
+    {
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        m_fixture->tick();
+        m_fixture->installations->setAllRepositories(false);
+        m_fixture->tickAfter(30s);
+        show();
+        QVERIFY(m_view->content() == MenuBarContent::NothingSelected);
+        QCOMPARE(shownTexts().mid(1),
+            (QStringList{text("No repositories selected"), text("No repositories selected"),
+                text("Velmora is installed, but every repository is switched off."), text("Choose repositories"),
+                text("Quit")}));
+        QSignalSpy requests(m_view.get(), &MenuBarView::repositoriesRequested);
+        button(text("Choose repositories"))->click();
+        QCOMPARE(requests.count(), 1);
+    }
+
+    void whoOpensTheWindowAfterInstallingSeesItAtOnce()
+    {
+        connectWithDeployments({});
+        auto repositories = std::exchange(m_fixture->github.identities[text("octocat")].repositories, {});
+        m_fixture->tick();
+        m_fixture->github.identities[text("octocat")].repositories = repositories;
+        show();
+        QVERIFY(waitUntil([&] { return m_view->content() == MenuBarContent::NoDeployments; }));
+        QCOMPARE(status(), text("GitHub deployments"));
     }
 
     void savedDeploymentsAreShownAsSuch()
@@ -392,6 +484,21 @@ private Q_SLOTS:
         QCOMPARE(list()->currentIndex().row(), 1);
     }
 
+    void keysNeverEndUpAtTheButtonThatQuits()
+    {
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        m_fixture->tick();
+        show();
+        QVERIFY(list()->hasFocus());
+        startConnecting();
+        QVERIFY(m_view->content() == MenuBarContent::CodePanel);
+        QVERIFY(m_view->hasFocus());
+        button(text("Cancel"))->setFocus();
+        QTest::keyClick(button(text("Cancel")), Qt::Key_Space);
+        QVERIFY(m_view->content() == MenuBarContent::List);
+        QVERIFY(list()->hasFocus());
+    }
+
     void spinnersTurnOnlyWhileTheyAreSeen()
     {
         m_fixture->connect(1, text("octocat"));
@@ -455,9 +562,9 @@ private:
         if (!m_fixture->monitor)
             m_fixture->build();
         drainEvents();
-        m_view = std::make_unique<MenuBarView>(
-            MenuBarView::Services{m_fixture->authentication.get(), m_fixture->installations.get(),
-                m_fixture->monitor.get(), &m_fixture->clock, &m_fixture->urlOpener, &m_fixture->pasteboard});
+        m_view = std::make_unique<MenuBarView>(MenuBarView::Services{m_fixture->authentication.get(),
+            m_fixture->installations.get(), m_fixture->monitor.get(), &m_fixture->installationPage, &m_fixture->clock,
+            &m_fixture->urlOpener, &m_fixture->pasteboard});
         m_view->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
     }
@@ -528,5 +635,5 @@ private:
     FakeHTTPSession::Handler m_answers;
 };
 
-QTEST_MAIN(MenuBarViewTest)
+VELMORA_WIDGET_TEST(MenuBarViewTest)
 #include "menu_bar_view_test.moc"

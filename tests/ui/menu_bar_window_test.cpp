@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/menu_bar_window.h"
 
+#include "support/test_main.h"
+
 #include <QAccessible>
 #include <QDialog>
 #include <QLabel>
@@ -308,5 +310,5 @@ private:
     std::unique_ptr<QWidget> m_other;
 };
 
-QTEST_MAIN(MenuBarWindowTest)
+VELMORA_WIDGET_TEST(MenuBarWindowTest)
 #include "menu_bar_window_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/pixel_digits.h"
 
+#include "support/test_main.h"
+
 #include <QImage>
 #include <QPainter>
 #include <QTest>
@@ -93,5 +95,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(PixelDigitsTest)
+VELMORA_WIDGET_TEST(PixelDigitsTest)
 #include "pixel_digits_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/repositories_presentation.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -154,5 +156,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(RepositoriesPresentationTest)
+VELMORA_TEST(RepositoriesPresentationTest)
 #include "repositories_presentation_test.moc"

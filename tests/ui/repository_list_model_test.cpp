@@ -2,6 +2,7 @@
 #include "ui/repository_list_model.h"
 
 #include "support/monitor_fixture.h"
+#include "support/test_main.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
@@ -183,7 +184,7 @@ private Q_SLOTS:
 
     void theListEmptiesWithTheLastAccount()
     {
-        m_fixture->authentication->remove(1);
+        std::ignore = start(m_fixture->authentication->remove(1));
         refresh();
         QCOMPARE(m_model->rowCount(), 0);
     }
@@ -220,5 +221,5 @@ private:
     std::unique_ptr<QAbstractItemModelTester> m_tester;
 };
 
-QTEST_GUILESS_MAIN(RepositoryListModelTest)
+VELMORA_TEST(RepositoryListModelTest)
 #include "repository_list_model_test.moc"

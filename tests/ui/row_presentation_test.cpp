@@ -3,6 +3,7 @@
 
 #include "support/builders.h"
 #include "support/hostile_texts.h"
+#include "support/test_main.h"
 
 #include <QTest>
 #include <QTextDocument>
@@ -98,6 +99,31 @@ private Q_SLOTS:
         QVERIFY(!less.contains(text("main")));
         QVERIFY(!less.contains(text("Created by")));
         QVERIFY(!less.contains(text("\n\n")));
+    }
+
+    void theToolTipNamesTheHostToWhichAClickLeads_data()
+    {
+        QTest::addColumn<QString>("log");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("no log") << QString() << text("Opens github.com");
+        QTest::newRow("a log") << text("https://ci.example:8443/1") << text("Opens ci.example");
+        QTest::newRow("a user in front") << text("https://github.com@evil.example/1") << text("Opens evil.example");
+        QTest::newRow("letters that look like others")
+            << QStringLiteral("https://g\u0456thub.com/1") << text("Opens xn--gthub-n2e.com");
+        QTest::newRow("no web page") << text("file:///etc/passwd") << text("Opens github.com");
+    }
+
+    void theToolTipNamesTheHostToWhichAClickLeads()
+    {
+        QFETCH(QString, log);
+        QFETCH(QString, line);
+        auto snapshot = deployment();
+        if (!log.isEmpty())
+            snapshot.logURL = WebAddress(log);
+        QCOMPARE(plain(rowToolTip(snapshot, noon())).split(QLatin1Char('\n')).last(), line);
+        snapshot.logURL = {};
+        snapshot.repositoryURL = WebAddress(text("file:///x"));
+        QVERIFY(!plain(rowToolTip(snapshot, noon())).contains(text("Opens")));
     }
 
     void theLinkSaysWhatItOpens() { QCOMPARE(plain(linkToolTip(deployment())), text("Open production")); }
@@ -210,5 +236,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(RowPresentationTest)
+VELMORA_TEST(RowPresentationTest)
 #include "row_presentation_test.moc"

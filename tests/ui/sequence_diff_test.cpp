@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/sequence_diff.h"
 
+#include "support/test_main.h"
+
 #include <QRandomGenerator>
 #include <QTest>
 
@@ -133,5 +135,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(SequenceDiffTest)
+VELMORA_TEST(SequenceDiffTest)
 #include "sequence_diff_test.moc"

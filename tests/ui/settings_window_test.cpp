@@ -6,7 +6,9 @@
 #include "support/fake_login_item.h"
 #include "support/fake_settings_page_opener.h"
 #include "support/monitor_fixture.h"
+#include "support/test_main.h"
 #include "support/widget_probe.h"
+#include "ui/message_row.h"
 #include "ui/search_field.h"
 #include "ui/switch_control.h"
 
@@ -33,12 +35,14 @@ private Q_SLOTS:
         m_window.reset();
         m_settings.reset();
         m_fixture = std::make_unique<MonitorFixture>();
+        m_fixture->connect(1, QStringLiteral("octo"));
         m_fixture->build();
         m_settings = std::make_unique<GeneralSettingsStore>(&m_fixture->defaults, &m_notifier, &m_loginItem);
         SettingsView::Services services;
         services.authentication = m_fixture->authentication.get();
         services.installations = m_fixture->installations.get();
         services.settings = m_settings.get();
+        services.preferences = &m_fixture->defaults;
         services.pasteboard = &m_fixture->pasteboard;
         services.urlOpener = &m_fixture->urlOpener;
         services.settingsPageOpener = &m_opener;
@@ -185,6 +189,44 @@ private Q_SLOTS:
         }
     }
 
+    void theKeysRefreshWhatTheTabShows()
+    {
+        for (const auto &[key, modifiers] :
+            {std::pair(Qt::Key_F5, Qt::NoModifier), std::pair(Qt::Key_R, Qt::ControlModifier)}) {
+            for (const Tab tab : {Tab::Accounts, Tab::Repositories}) {
+                open();
+                view()->showTab(tab);
+                view()->tabBar()->setFocus();
+                drainEvents();
+                m_fixture->github.restRequests.clear();
+                press(key, modifiers);
+                drainEvents();
+                QVERIFY(!m_fixture->github.restRequests.isEmpty());
+            }
+            view()->showTab(Tab::General);
+            m_loginItem.current = LoginItemStatus::Enabled;
+            press(key, modifiers);
+            QVERIFY(m_settings->launchAtLoginEnabled());
+            m_loginItem.current = LoginItemStatus::Disabled;
+            press(key, modifiers);
+            QVERIFY(!m_settings->launchAtLoginEnabled());
+        }
+    }
+
+    void theKeysAskTheDesktopAgainForWhatItHasNotAnswered()
+    {
+        m_notifier.immediateFailure = std::make_exception_ptr(FileError(QStringLiteral("no service")));
+        awaitValue(m_settings->prepareNotifications());
+        QVERIFY(m_settings->errorMessage());
+        open();
+        view()->showTab(Tab::General);
+        m_notifier.immediateFailure = nullptr;
+        m_notifier.immediate = true;
+        press(Qt::Key_F5, Qt::NoModifier);
+        drainEvents();
+        QVERIFY(!m_settings->errorMessage());
+    }
+
     void mnemonicsChooseTheTab()
     {
         open();
@@ -249,6 +291,42 @@ private Q_SLOTS:
         }
     }
 
+    void whatIsNotSavedIsSaidBelowTheTabsUntilItIsSaved()
+    {
+        open();
+        auto *message = m_window->findChild<MessageRow *>(QString(), Qt::FindDirectChildrenOnly);
+        QVERIFY(message);
+        QVERIFY(!message->isVisible());
+        const QSize before = m_window->size();
+        const QString reason = QStringLiteral("Cannot write %1: No space left on device")
+                                   .arg(QStringLiteral("/home/somebody/.config").repeated(8));
+        m_fixture->defaults.setFailure(reason);
+        QVERIFY(message->isVisible());
+        QCOMPARE(message->message(), reason);
+        QVERIFY(waitUntil([&] { return m_window->height() == before.height() + message->height(); }));
+        QCOMPARE(m_window->width(), before.width());
+        // All of its lines.
+        QVERIFY(message->height() > 3 * QFontMetrics(m_window->font()).height());
+        m_fixture->defaults.setFailure(QString());
+        QVERIFY(!message->isVisible());
+        QVERIFY(waitUntil([&] { return m_window->size() == before; }));
+    }
+
+    void aBrowserThatCannotBeStartedIsSaidBelowTheTabs()
+    {
+        open();
+        const QSize before = m_window->size();
+        m_fixture->urlOpener.works = false;
+        const QString address = QStringLiteral("https://github.com/apps/velmora/") + QString(900, QLatin1Char('x'));
+        QVERIFY(!m_fixture->urlOpener.open(WebAddress(address)));
+        QVERIFY(waitUntil([&] { return m_window->height() > before.height(); }));
+        QCOMPARE(m_window->width(), before.width());
+        QVERIFY(shownTexts(*m_window).contains(QStringLiteral("The browser could not be started.")));
+        m_window->close();
+        open();
+        QVERIFY(waitUntil([&] { return m_window->size() == before; }));
+    }
+
 private:
     SettingsView *view() { return m_window->view(); }
 
@@ -272,5 +350,5 @@ private:
     std::unique_ptr<SettingsWindow> m_window;
 };
 
-QTEST_MAIN(SettingsWindowTest)
+VELMORA_WIDGET_TEST(SettingsWindowTest)
 #include "settings_window_test.moc"

@@ -2,17 +2,23 @@
 // The small parts that windows are made of.
 #include "support/monitor_fixture.h"
 #include "support/palettes.h"
+#include "support/test_main.h"
 #include "ui/device_code_panel.h"
 #include "ui/empty_state_view.h"
+#include "ui/failure_window.h"
+#include "ui/message_row.h"
 #include "ui/progress_spinner.h"
 #include "ui/row_list.h"
 #include "ui/text_label.h"
+#include "ui/unopened_page_row.h"
 
+#include <QAbstractScrollArea>
 #include <QAccessible>
 #include <QApplication>
 #include <QHelpEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QTest>
 #include <QToolTip>
 
@@ -109,6 +115,24 @@ private Q_SLOTS:
         QVERIFY(label.sizeHint().height() >= label.heightForWidth(label.sizeHint().width()));
         QVERIFY(label.hasHeightForWidth());
         QCOMPARE(TextLabel(TextSize::Body).heightForWidth(10), -1);
+    }
+
+    void aTextThatWrapsIsCutAfterTheMostLines()
+    {
+        TextLabel label(TextSize::Body, TextLabel::Overflow::Wrap);
+        label.setMostLines(3);
+        label.setText(text("one two three four five six seven eight nine ten eleven twelve thirteen fourteen fifteen"));
+        label.show();
+        const int line = QFontMetrics(label.font()).height();
+        label.resize(100, label.heightForWidth(100));
+        QVERIFY(label.height() > 2 * line && label.height() < 4 * line);
+        QVERIFY(toolTip(label).contains(text("fifteen")));
+        // Where there is room for all of it, nothing is cut.
+        label.resize(1000, label.heightForWidth(1000));
+        QVERIFY(label.height() < 2 * line);
+        QVERIFY(toolTip(label).isEmpty());
+        label.setText(text("a\nb"));
+        QVERIFY(label.heightForWidth(1000) > line);
     }
 
     void labelsFollowPaletteFontAndTone()
@@ -288,6 +312,123 @@ private Q_SLOTS:
         QCOMPARE(names, (QStringList{text("first"), text("middle"), text("last")}));
     }
 
+    void aListIsAsHighAsItsRowsAndScrollsNothing()
+    {
+        RowList list(text("Names"));
+        list.show();
+        QList<QWidget *> rows;
+        const auto heightWith = [&](int count) {
+            while (rows.size() < count) {
+                auto *row = new QWidget;
+                row->setFixedHeight(40);
+                rows.append(row);
+            }
+            list.setRows(rows);
+            drainEvents();
+            return list.sizeHint().height();
+        };
+        const int one = heightWith(1);
+        const int ten = heightWith(10);
+        QVERIFY(ten >= one + 9 * 40);
+        QVERIFY(list.minimumSizeHint().height() >= 10 * 40);
+        QVERIFY(list.findChildren<QAbstractScrollArea *>().isEmpty());
+    }
+
+    void aSelectionInAMessageIsDrawn_data()
+    {
+        QTest::addColumn<int>("size");
+        for (const auto size : {TextSize::Caption, TextSize::Body, TextSize::Title})
+            QTest::addRow("%d", static_cast<int>(size)) << static_cast<int>(size);
+    }
+
+    void aSelectionInAMessageIsDrawn()
+    {
+        QFETCH(int, size);
+        MessageRow row(static_cast<TextSize>(size), Tone::Red);
+        QPalette colours = row.palette();
+        colours.setColor(QPalette::Highlight, QColor(0, 255, 0));
+        row.setPalette(colours);
+        row.setMessage(text("The keyring is locked."));
+        row.resize(400, 80);
+        row.show();
+        auto *label = row.findChild<QLabel *>();
+        const auto highlighted = [&row] {
+            const QImage image = row.grab().toImage();
+            int count = 0;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x)
+                    count += image.pixelColor(x, y) == QColor(0, 255, 0) ? 1 : 0;
+            }
+            return count;
+        };
+        QCOMPARE(highlighted(), 0);
+        // As a mouse selects, from the first letter to the end.
+        const QRect frame = label->contentsRect();
+        QTest::mousePress(label, Qt::LeftButton, {}, QPoint(1, frame.center().y()));
+        QTest::mouseMove(label, QPoint(frame.right() - 1, frame.center().y()));
+        QTest::mouseRelease(label, Qt::LeftButton, {}, QPoint(frame.right() - 1, frame.center().y()));
+        QCOMPARE(label->selectedText(), text("The keyring is locked."));
+        QVERIFY(highlighted() > 100);
+    }
+
+    void aMessageFollowsTheFontAndTheColours()
+    {
+        MessageRow row(TextSize::Caption, Tone::Red);
+        row.setMessage(text("The keyring is locked."));
+        const auto *label = row.findChild<QLabel *>();
+        QCOMPARE(label->palette().color(QPalette::WindowText), toneColour(Tone::Red, row.palette()));
+        QFont font = row.font();
+        font.setPixelSize(40);
+        row.setFont(font);
+        QCOMPARE(label->font(), styledFont(font, TextSize::Caption));
+        row.setPalette(darkPalette());
+        QCOMPARE(label->palette().color(QPalette::WindowText), toneColour(Tone::Red, darkPalette()));
+    }
+
+    void aPathInAMessageDoesNotWidenIt()
+    {
+        MessageRow row(TextSize::Body, Tone::Red);
+        row.setMessage(QString(500, QLatin1Char('x')));
+        QVERIFY(row.minimumSizeHint().width() < 100);
+    }
+
+    void aPageThatWasNotOpenedIsSaidWithItsAddress()
+    {
+        FakeURLOpener browser;
+        FakePasteboard pasteboard;
+        UnopenedPageRow row(&browser, &pasteboard);
+        QVERIFY(row.isHidden());
+        browser.works = false;
+        const QString address = text("https://ci.example/<b>1</b>");
+        QVERIFY(!browser.open(WebAddress(address)));
+        QVERIFY(!row.isHidden());
+        QCOMPARE(labels(row), (QStringList{text("The browser could not be started."), address}));
+        button(row, text("Copy address"))->click();
+        QCOMPARE(pasteboard.copied, QStringList{address});
+        browser.works = true;
+        QVERIFY(browser.open(WebAddress(address)));
+        QVERIFY(row.isHidden());
+        browser.giveUp(WebAddress(address));
+        QVERIFY(!row.isHidden());
+    }
+
+    void whyTheProgramCannotStartIsSaidUntilTheWindowIsClosed()
+    {
+        const QString reason = QStringLiteral("VELMORA_GITHUB_HOST: “https://x y” is no host.\nChange it.");
+        FailureWindow window(text("Velmora"), reason);
+        const QSignalSpy closed(&window, &FailureWindow::closed);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QCOMPARE(labels(window).first(), text("Velmora cannot start"));
+        QVERIFY(labels(window).contains(reason));
+        QTest::keyClick(&window, Qt::Key_Escape);
+        QCOMPARE(closed.size(), 1);
+        window.show();
+        button(window, text("Quit"))->click();
+        QCOMPARE(closed.size(), 2);
+        QVERIFY(!window.isVisible());
+    }
+
 private:
     static DeviceCodePanel::Services services(MonitorFixture &fixture)
     {
@@ -301,5 +442,5 @@ private:
     }
 };
 
-QTEST_MAIN(SmallPartsTest)
+VELMORA_WIDGET_TEST(SmallPartsTest)
 #include "small_parts_test.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/switch_control.h"
 
+#include "support/test_main.h"
 #include "support/widget_probe.h"
 #include "ui/switch_painting.h"
 
@@ -254,5 +255,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(SwitchControlTest)
+VELMORA_WIDGET_TEST(SwitchControlTest)
 #include "switch_control_test.moc"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/symbols.h"
 
+#include "support/test_main.h"
+
 #include <QFile>
 #include <QGuiApplication>
 #include <QImage>
@@ -209,5 +211,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(SymbolsTest)
+VELMORA_WIDGET_TEST(SymbolsTest)
 #include "symbols_test.moc"

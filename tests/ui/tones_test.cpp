@@ -2,6 +2,7 @@
 #include "ui/tones.h"
 
 #include "support/palettes.h"
+#include "support/test_main.h"
 
 #include <QTest>
 
@@ -82,5 +83,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TonesTest)
+VELMORA_TEST(TonesTest)
 #include "tones_test.moc"

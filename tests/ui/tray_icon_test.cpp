@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/tray_icon.h"
 
+#include "support/test_main.h"
+
 #include <QColor>
 #include <QPainter>
 #include <QTest>
@@ -201,5 +203,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TrayIconTest)
+VELMORA_WIDGET_TEST(TrayIconTest)
 #include "tray_icon_test.moc"

@@ -3,6 +3,7 @@
 
 #include "support/fake_status_item.h"
 #include "support/monitor_fixture.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -191,5 +192,5 @@ private:
     std::unique_ptr<TrayItem> m_tray;
 };
 
-QTEST_MAIN(TrayItemTest)
+VELMORA_WIDGET_TEST(TrayItemTest)
 #include "tray_item_test.moc"

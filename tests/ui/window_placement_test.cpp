@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/window_placement.h"
 
+#include "support/test_main.h"
+
 #include <QTest>
 
 using namespace velmora;
@@ -185,5 +187,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(WindowPlacementTest)
+VELMORA_TEST(WindowPlacementTest)
 #include "window_placement_test.moc"

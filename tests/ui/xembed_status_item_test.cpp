@@ -2,6 +2,7 @@
 #include "ui/xembed_status_item.h"
 
 #include "support/await.h"
+#include "support/test_main.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -99,5 +100,5 @@ private:
     static QSystemTrayIcon &icon(XEmbedStatusItem &item) { return *item.findChild<QSystemTrayIcon *>(); }
 };
 
-QTEST_MAIN(XEmbedStatusItemTest)
+VELMORA_WIDGET_TEST(XEmbedStatusItemTest)
 #include "xembed_status_item_test.moc"

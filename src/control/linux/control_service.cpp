@@ -4,10 +4,12 @@
 #include "control/control.h"
 #include "control/control_coding.h"
 #include "control/control_texts.h"
+#include "control/linux/caller_watch.h"
 #include "control/linux/control_protocol.h"
 #include "support/background.h"
 #include "support/cancel_on_stop.h"
 
+#include <optional>
 #include <utility>
 
 namespace velmora
@@ -26,6 +28,16 @@ QCoro::Task<QByteArray> encoded(QCoro::Task<Answer> task)
     };
     auto json = co_await runInBackground(QThreadPool::globalInstance(), std::move(encode));
     co_return json;
+}
+
+bool areTooMany(const QStringList &some, const QStringList &others)
+{
+    return some.size() + others.size() > kMostNames;
+}
+
+QString tooManyText()
+{
+    return QStringLiteral("At most %1 names can be given at once.").arg(kMostNames);
 }
 
 } // namespace
@@ -58,7 +70,7 @@ QString ControlService::Accounts(const QDBusMessage &message)
     const Work work = [](Control *control, const std::stop_token &stop) {
         return encoded(control->accounts(stop));
     };
-    return answer(message, work);
+    return answer(message, Duration::Short, work);
 }
 
 QString ControlService::RemoveAccount(const QString &login, const QDBusMessage &message)
@@ -66,17 +78,19 @@ QString ControlService::RemoveAccount(const QString &login, const QDBusMessage &
     const Work work = [login](Control *control, const std::stop_token &stop) {
         return encoded(control->removeAccount(login, stop));
     };
-    return answer(message, work);
+    return answer(message, Duration::Open, work);
 }
 
 QString ControlService::Installations(
     const QStringList &enable, const QStringList &disable, const QDBusMessage &message)
 {
+    if (areTooMany(enable, disable))
+        return refuse(message, tooManyText());
     const InstallationChoices choices{enable, disable};
     const Work work = [choices](Control *control, const std::stop_token &stop) {
         return encoded(control->installations(choices, stop));
     };
-    return answer(message, work);
+    return answer(message, Duration::Open, work);
 }
 
 QString ControlService::Repositories(
@@ -84,6 +98,8 @@ QString ControlService::Repositories(
 {
     if (!all.isEmpty() && all != QLatin1String("all") && all != QLatin1String("none"))
         return refuse(message, QStringLiteral("“%1” is neither “all” nor “none”.").arg(all));
+    if (areTooMany(include, exclude))
+        return refuse(message, tooManyText());
     RepositoryChoices choices;
     choices.include = include;
     choices.exclude = exclude;
@@ -92,7 +108,7 @@ QString ControlService::Repositories(
     const Work work = [choices](Control *control, const std::stop_token &stop) {
         return encoded(control->repositories(choices, stop));
     };
-    return answer(message, work);
+    return answer(message, Duration::Open, work);
 }
 
 QString ControlService::Refresh(const QDBusMessage &message)
@@ -100,7 +116,7 @@ QString ControlService::Refresh(const QDBusMessage &message)
     const Work work = [](Control *control, const std::stop_token &stop) {
         return encoded(control->refresh(stop));
     };
-    return answer(message, work);
+    return answer(message, Duration::Open, work);
 }
 
 QString ControlService::Report(const QDBusMessage &message)
@@ -108,7 +124,7 @@ QString ControlService::Report(const QDBusMessage &message)
     const Work work = [](Control *control, const std::stop_token &stop) {
         return encoded(control->report(stop));
     };
-    return answer(message, work);
+    return answer(message, Duration::Short, work);
 }
 
 QString ControlService::refuse(const QDBusMessage &message, const QString &reason)
@@ -119,18 +135,26 @@ QString ControlService::refuse(const QDBusMessage &message, const QString &reaso
 }
 
 /// The answer is sent later; what is returned here goes nowhere.
-QString ControlService::answer(const QDBusMessage &message, Work work)
+QString ControlService::answer(const QDBusMessage &message, Duration duration, Work work)
 {
     message.setDelayedReply(true);
-    m_scope.launch(serve(message, std::move(work)), "answering a terminal");
+    m_scope.launch(serve(message, duration, std::move(work)), "answering a terminal");
     return QString();
 }
 
-QCoro::Task<> ControlService::serve(QDBusMessage message, Work work)
+QCoro::Task<> ControlService::serve(QDBusMessage message, Duration duration, Work work)
 {
     const QPointer<ControlService> self(this);
     const QDBusConnection bus = m_bus;
-    const std::stop_token stop = m_scope.stopToken();
+    std::stop_source callerLeft;
+    auto end = [callerLeft]() mutable {
+        callerLeft.request_stop();
+    };
+    const std::stop_callback onEnd(m_scope.stopToken(), end);
+    std::optional<CallerWatch> watch;
+    if (duration == Duration::Open)
+        watch.emplace(bus, message.service(), callerLeft);
+    const std::stop_token stop = callerLeft.get_token();
     QDBusMessage answer;
     try {
         co_await waitForControl(stop);
@@ -141,10 +165,12 @@ QCoro::Task<> ControlService::serve(QDBusMessage message, Work work)
     } catch (const CancellationError &) {
         answer = message.createErrorReply(QString::fromUtf16(kControlFailure), hasBeenQuitText());
     } catch (...) {
-        // Whoever waits for an answer gets one, whatever happened.
+        // A caller that waits for an answer gets one, whatever happened.
         answer = message.createErrorReply(QString::fromUtf16(kControlFailure), describe(std::current_exception()));
     }
     bus.send(answer);
+    // Nothing looks for the caller any more.
+    callerLeft.request_stop();
 }
 
 QCoro::Task<> ControlService::waitForControl(std::stop_token stop)

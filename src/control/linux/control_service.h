@@ -20,9 +20,10 @@ class Control;
 
 /// Lets the terminal commands of other processes control this Velmora: an interface of the application's object on the
 /// session bus. Every method answers with a text of JSON, whose records are those of Control, or with the error
-/// com.tarvik.Velmora.Error.Failed, whose message is meant for the person.
+/// com.tarvik.Velmora.Error.Failed, whose message is meant for the user.
 ///
-/// Nothing here blocks. Whoever asks while the program is still starting waits.
+/// Nothing here blocks. A caller that asks while the program is still starting waits; one that leaves the bus stops
+/// what only it has asked for. The property is answered at once whatever is loaded: it shows that the program works.
 class ControlService final : public QDBusAbstractAdaptor
 {
     Q_OBJECT
@@ -59,10 +60,15 @@ Q_SIGNALS:
 
 private:
     using Work = std::function<QCoro::Task<QByteArray>(Control *, std::stop_token)>;
+    /// How long an answer takes.
+    enum class Duration {
+        Short, ///< known, or known in seconds
+        Open, ///< as long as GitHub takes, or the user before a question: ends for a caller that leaves
+    };
 
-    QString answer(const QDBusMessage &message, Work work);
+    QString answer(const QDBusMessage &message, Duration duration, Work work);
     QString refuse(const QDBusMessage &message, const QString &reason);
-    QCoro::Task<> serve(QDBusMessage message, Work work);
+    QCoro::Task<> serve(QDBusMessage message, Duration duration, Work work);
     QCoro::Task<> waitForControl(std::stop_token stop);
 
     QDBusConnection m_bus;

@@ -6,8 +6,12 @@
 #include "control/control_texts.h"
 #include "control/linux/control_protocol.h"
 #include "platform/bus_call.h"
+#include "support/clock.h"
+#include "support/task_scope.h"
 
 #include <QDBusError>
+
+#include <memory>
 
 namespace velmora
 {
@@ -15,19 +19,9 @@ namespace velmora
 namespace
 {
 
-/// For what is answered from memory.
-constexpr std::chrono::seconds kPatience{5};
-
-QDeadlineTimer soon()
-{
-    return QDeadlineTimer(kPatience);
-}
-
-/// GitHub, or a person in front of the keyring's question, may take their time.
-QDeadlineTimer whenItIsDone()
-{
-    return QDeadlineTimer(QDeadlineTimer::Forever);
-}
+/// A machine that was asleep, or a terminal that was stopped, finds its own time over before it reads an answer that is
+/// there: one question is not enough.
+constexpr int kMostUnanswered = 2;
 
 QString otherVersion()
 {
@@ -65,6 +59,29 @@ QCoro::Task<Answer> decoded(QCoro::Task<QByteArray> call)
     }
 }
 
+bool isAnswered(const QDBusMessage &message)
+{
+    return message.type() == QDBusMessage::ReplyMessage || QDBusError(message).type() != QDBusError::NoReply;
+}
+
+/// Asks again and again for what a program that works answers at once. Requests the stop when it does not.
+QCoro::Task<> watchLife(QDBusConnection bus, QDBusMessage question, std::chrono::milliseconds patience,
+    std::stop_source end, std::shared_ptr<bool> isHanging)
+{
+    SystemClock clock;
+    const std::stop_token stop = end.get_token();
+    int unanswered = 0;
+    while (unanswered < kMostUnanswered) {
+        const QDeadlineTimer deadline(patience);
+        const QDBusMessage answer = co_await callBus(bus, question, deadline, stop);
+        unanswered = isAnswered(answer) ? 0 : unanswered + 1;
+        if (unanswered == 0)
+            co_await clock.sleep(patience / 2, stop);
+    }
+    *isHanging = true;
+    end.request_stop();
+}
+
 QString wordFor(std::optional<bool> all)
 {
     if (!all)
@@ -74,11 +91,11 @@ QString wordFor(std::optional<bool> all)
 
 } // namespace
 
-RemoteControl::RemoteControl(const QDBusConnection &bus, const QString &name, QObject *parent)
-    : Control(parent)
-    , m_bus(bus)
+RemoteControl::RemoteControl(const QDBusConnection &bus, const QString &name, std::chrono::milliseconds patience)
+    : m_bus(bus)
     , m_name(name)
     , m_path(applicationPath(name))
+    , m_patience(patience)
 {
     connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
         [this](const QString &, const QString &, const QString &newOwner) { setOwner(newOwner); });
@@ -158,6 +175,37 @@ QCoro::Task<QByteArray> RemoteControl::call(
     co_return answer.arguments().value(0).toString().toUtf8();
 }
 
+/// GitHub, or the user in front of the keyring's question, may take their time; the program that waits for them
+/// answers.
+QCoro::Task<QByteArray> RemoteControl::callForLong(QString method, QVariantList arguments, std::stop_token stop) const
+{
+    std::stop_source end;
+    auto forward = [end]() mutable {
+        end.request_stop();
+    };
+    const std::stop_callback onStop(stop, forward);
+    QDBusMessage question = QDBusMessage::createMethodCall(
+        m_name, m_path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    question.setAutoStartService(false);
+    question << QString::fromUtf16(kControlInterface) << QStringLiteral("Version");
+    const auto isHanging = std::make_shared<bool>(false);
+    launch(watchLife(m_bus, question, m_patience, end, isHanging), "looking whether Velmora works");
+    const QDeadlineTimer whenItIsDone(QDeadlineTimer::Forever);
+    QByteArray answer;
+    std::exception_ptr failure;
+    try {
+        answer = co_await call(method, arguments, whenItIsDone, end.get_token());
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    end.request_stop();
+    if (*isHanging && !stop.stop_requested())
+        throw ControlError(noAnswerText());
+    if (failure)
+        std::rethrow_exception(failure);
+    co_return answer;
+}
+
 QCoro::Task<QList<ListedAccount>> RemoteControl::accounts(std::stop_token stop)
 {
     return decoded<QList<ListedAccount>>(call(QStringLiteral("Accounts"), {}, soon(), stop));
@@ -165,24 +213,24 @@ QCoro::Task<QList<ListedAccount>> RemoteControl::accounts(std::stop_token stop)
 
 QCoro::Task<RemovalAnswer> RemoteControl::removeAccount(QString login, std::stop_token stop)
 {
-    return decoded<RemovalAnswer>(call(QStringLiteral("RemoveAccount"), {login}, whenItIsDone(), stop));
+    return decoded<RemovalAnswer>(callForLong(QStringLiteral("RemoveAccount"), {login}, stop));
 }
 
 QCoro::Task<InstallationsAnswer> RemoteControl::installations(InstallationChoices choices, std::stop_token stop)
 {
     return decoded<InstallationsAnswer>(
-        call(QStringLiteral("Installations"), {choices.enable, choices.disable}, whenItIsDone(), stop));
+        callForLong(QStringLiteral("Installations"), {choices.enable, choices.disable}, stop));
 }
 
 QCoro::Task<RepositoriesAnswer> RemoteControl::repositories(RepositoryChoices choices, std::stop_token stop)
 {
-    return decoded<RepositoriesAnswer>(call(QStringLiteral("Repositories"),
-        {wordFor(choices.all), choices.include, choices.exclude}, whenItIsDone(), stop));
+    return decoded<RepositoriesAnswer>(
+        callForLong(QStringLiteral("Repositories"), {wordFor(choices.all), choices.include, choices.exclude}, stop));
 }
 
 QCoro::Task<LoadingAnswer> RemoteControl::refresh(std::stop_token stop)
 {
-    return decoded<LoadingAnswer>(call(QStringLiteral("Refresh"), {}, whenItIsDone(), stop));
+    return decoded<LoadingAnswer>(callForLong(QStringLiteral("Refresh"), {}, stop));
 }
 
 QCoro::Task<MonitorReport> RemoteControl::report(std::stop_token stop)

@@ -14,12 +14,9 @@ namespace
 NotificationError errorFor(const QDBusMessage &answer)
 {
     using enum NotificationError::Kind;
-    const QDBusError error(answer);
-    switch (error.type()) {
-    case QDBusError::NoReply:
-    case QDBusError::Timeout:
-    case QDBusError::TimedOut:
+    if (isSilence(answer))
         return NotificationError(TimedOut);
+    switch (QDBusError(answer).type()) {
     case QDBusError::ServiceUnknown:
     case QDBusError::Disconnected:
     case QDBusError::NoServer:
@@ -36,6 +33,18 @@ NotificationError errorFor(const QDBusMessage &answer)
 }
 
 } // namespace
+
+bool isSilence(const QDBusMessage &answer)
+{
+    switch (QDBusError(answer).type()) {
+    case QDBusError::NoReply:
+    case QDBusError::Timeout:
+    case QDBusError::TimedOut:
+        return true;
+    default:
+        return false;
+    }
+}
 
 void requireReply(const QDBusMessage &answer, const QString &signature)
 {

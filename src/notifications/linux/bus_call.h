@@ -8,6 +8,9 @@
 namespace velmora
 {
 
+/// Whether there was no answer in time.
+[[nodiscard]] bool isSilence(const QDBusMessage &answer);
+
 /// Throws the NotificationError that an answer stands for, unless it is a reply of this signature.
 void requireReply(const QDBusMessage &answer, const QString &signature);
 

@@ -63,6 +63,11 @@ std::shared_ptr<NotificationServer> desktopNotificationServer(
     return std::make_shared<FreedesktopNotificationServer>(bus, appName, desktopEntry());
 }
 
+QString desktopNotificationServiceName(const DesktopSession &session)
+{
+    return session.isSandboxed ? PortalNotificationServer::serviceName() : FreedesktopNotificationServer::serviceName();
+}
+
 std::unique_ptr<UserNotificationService> desktopNotificationService(
     const QDBusConnection &bus, URLOpener &opener, const QString &appName, const DesktopSession &session)
 {

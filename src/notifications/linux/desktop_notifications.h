@@ -28,6 +28,9 @@ struct DesktopSession {
 [[nodiscard]] std::shared_ptr<NotificationServer> desktopNotificationServer(
     const QDBusConnection &bus, const DesktopSession &session, const QString &appName);
 
+/// The name under which that service is on the session bus.
+[[nodiscard]] QString desktopNotificationServiceName(const DesktopSession &session = DesktopSession::present());
+
 /// A service ready for use over the adapters of this session. Its notifications come from `appName`; `opener` lives
 /// longer than the service.
 [[nodiscard]] std::unique_ptr<UserNotificationService> desktopNotificationService(const QDBusConnection &bus,

@@ -14,11 +14,6 @@ namespace velmora
 namespace
 {
 
-QString serviceName()
-{
-    return QStringLiteral("org.freedesktop.Notifications");
-}
-
 QString objectPath()
 {
     return QStringLiteral("/org/freedesktop/Notifications");
@@ -31,7 +26,7 @@ QString viewLogAction()
 
 QDBusMessage callTo(const QString &server, const QString &method)
 {
-    return QDBusMessage::createMethodCall(server, objectPath(), serviceName(), method);
+    return QDBusMessage::createMethodCall(server, objectPath(), FreedesktopNotificationServer::serviceName(), method);
 }
 
 /// A slash is in no bus name.
@@ -59,6 +54,11 @@ QStringList actionsFor(const NotificationRequest &request)
 }
 
 } // namespace
+
+QString FreedesktopNotificationServer::serviceName()
+{
+    return QStringLiteral("org.freedesktop.Notifications");
+}
 
 FreedesktopNotificationServer::FreedesktopNotificationServer(QDBusConnection bus, QString appName, QString desktopEntry)
     : m_bus(std::move(bus))
@@ -121,6 +121,8 @@ QCoro::Task<QString> FreedesktopNotificationServer::post(NotificationRequest req
             m_capabilities.reset();
         throw NotificationError(NotificationError::Kind::ServerChanged);
     }
+    if (self && isSilence(answer))
+        m_capabilities.reset();
     requireReply(answer, QStringLiteral("u"));
     co_return handleFor(request.server, answer.arguments().constFirst().toUInt());
 }

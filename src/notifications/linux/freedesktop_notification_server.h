@@ -23,6 +23,8 @@ class FreedesktopNotificationServer final : public NotificationServer
 public:
     /// `appName` is what servers show as the sender, `desktopEntry` the desktop file without its suffix.
     FreedesktopNotificationServer(QDBusConnection bus, QString appName, QString desktopEntry);
+    /// Its name on the session bus.
+    [[nodiscard]] static QString serviceName();
 
     [[nodiscard]] QCoro::Task<> requireServer(QDeadlineTimer deadline) override;
     [[nodiscard]] QCoro::Task<NotificationCapabilities> capabilities(QDeadlineTimer deadline) override;

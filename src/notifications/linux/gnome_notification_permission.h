@@ -5,6 +5,8 @@
 
 #include <QString>
 
+#include <utility>
+
 namespace velmora
 {
 

@@ -14,9 +14,9 @@ class NotificationServiceWatcher final : public QObject
     Q_OBJECT
 
 public:
-    /// `connection` is to the session bus; without one it keeps quiet. `service` is the portal's name inside a Flatpak.
-    explicit NotificationServiceWatcher(const QDBusConnection &connection,
-        const QString &service = QStringLiteral("org.freedesktop.Notifications"), QObject *parent = nullptr);
+    /// `connection` is to the session bus; without one it keeps quiet. `service` is the name of the notification
+    /// service there.
+    NotificationServiceWatcher(const QDBusConnection &connection, const QString &service, QObject *parent = nullptr);
 
 Q_SIGNALS:
     /// The name has an owner now, the first one or another one.

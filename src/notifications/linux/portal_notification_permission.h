@@ -6,6 +6,8 @@
 #include <QDBusConnection>
 #include <QString>
 
+#include <utility>
+
 namespace velmora
 {
 

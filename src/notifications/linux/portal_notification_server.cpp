@@ -17,11 +17,6 @@ namespace velmora
 namespace
 {
 
-QString serviceName()
-{
-    return QStringLiteral("org.freedesktop.portal.Desktop");
-}
-
 QString objectPath()
 {
     return QStringLiteral("/org/freedesktop/portal/desktop");
@@ -39,7 +34,8 @@ QString openAction()
 
 QDBusMessage callTo(const QString &method)
 {
-    return QDBusMessage::createMethodCall(serviceName(), objectPath(), interfaceName(), method);
+    return QDBusMessage::createMethodCall(
+        PortalNotificationServer::serviceName(), objectPath(), interfaceName(), method);
 }
 
 /// Identifiers come from the network; a name on the desktop is of a known form and length.
@@ -96,6 +92,11 @@ QString activationTokenIn(const QVariantList &parameters)
 
 } // namespace
 
+QString PortalNotificationServer::serviceName()
+{
+    return QStringLiteral("org.freedesktop.portal.Desktop");
+}
+
 PortalNotificationServer::PortalNotificationServer(QDBusConnection bus)
     : m_bus(std::move(bus))
 {
@@ -140,10 +141,13 @@ QCoro::Task<NotificationCapabilities> PortalNotificationServer::capabilities(QDe
 
 QCoro::Task<QString> PortalNotificationServer::post(NotificationRequest request, QDeadlineTimer deadline)
 {
+    const QPointer<PortalNotificationServer> self(this);
     const QString name = nameFor(request.identifier);
     QDBusMessage call = callTo(QStringLiteral("AddNotification"));
     call << name << propertiesOf(request);
     const auto answer = co_await callBus(m_bus, call, deadline);
+    if (self && isSilence(answer))
+        m_capabilities.reset();
     requireReply(answer, QString());
     co_return name;
 }

@@ -21,6 +21,8 @@ class PortalNotificationServer final : public NotificationServer
 
 public:
     explicit PortalNotificationServer(QDBusConnection bus);
+    /// Its name on the session bus.
+    [[nodiscard]] static QString serviceName();
 
     [[nodiscard]] QCoro::Task<> requireServer(QDeadlineTimer deadline) override;
     [[nodiscard]] QCoro::Task<NotificationCapabilities> capabilities(QDeadlineTimer deadline) override;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/application_service.h"
 
+#include "platform/activation_token.h"
 #include "platform/bus_call.h"
 
 #include <QDBusAbstractAdaptor>
@@ -19,8 +20,11 @@ constexpr uint kAlreadyOwner = 4;
 
 QString tokenIn(const QVariantMap &platformData)
 {
-    const QString token = platformData.value(QStringLiteral("activation-token")).toString();
-    return token.isEmpty() ? platformData.value(QStringLiteral("desktop-startup-id")).toString() : token;
+    const auto tokenUnder = [&platformData](const QString &key) {
+        return checkedActivationToken(platformData.value(key).toString());
+    };
+    const QString token = tokenUnder(QStringLiteral("activation-token"));
+    return token.isEmpty() ? tokenUnder(QStringLiteral("desktop-startup-id")) : token;
 }
 
 } // namespace

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/browser_url_opener.h"
 
+#include "platform/activation_token.h"
+
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QStandardPaths>
 
-#include <algorithm>
+#include <unistd.h>
 
 namespace velmora
 {
@@ -13,7 +16,42 @@ namespace velmora
 namespace
 {
 
-bool start(const WebAddress &address, const QProcessEnvironment &environment)
+/// A launcher that fails until then has opened nothing. Later it may be the browser itself that has ended.
+constexpr std::chrono::seconds kLongestStart{10};
+
+/// The launcher, and the browser where the launcher is one with it. It is followed, but not ended.
+class Launcher final : public QProcess
+{
+public:
+    explicit Launcher(const QString &program, QObject *parent)
+        : QProcess(parent)
+    {
+        setProgram(program);
+        // A browser writes what it likes to the terminal it is started from, and ends with it.
+        setStandardInputFile(nullDevice());
+        setStandardOutputFile(nullDevice());
+        setStandardErrorFile(nullDevice());
+        setChildProcessModifier([] { ::setsid(); });
+    }
+    ~Launcher() override { setProcessState(NotRunning); }
+    Launcher(const Launcher &) = delete;
+    Launcher &operator=(const Launcher &) = delete;
+};
+
+QProcessEnvironment environmentWith(const QString &activationToken)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    if (isActivationToken(activationToken)) {
+        environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), activationToken);
+        // On X11 the same token goes by its older name.
+        environment.insert(QStringLiteral("DESKTOP_STARTUP_ID"), activationToken);
+    }
+    return environment;
+}
+
+} // namespace
+
+bool BrowserURLOpener::start(const WebAddress &address, const QString &activationToken)
 {
     // What may be opened begins with "http", so it is never taken for an option.
     if (!address.isOpenable())
@@ -21,43 +59,26 @@ bool start(const WebAddress &address, const QProcessEnvironment &environment)
     const QString program = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
     if (program.isEmpty())
         return false;
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.setProgram(program);
-    process.setArguments({address.url().toString(QUrl::FullyEncoded)});
-    // A browser writes what it likes to the terminal it is started from.
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    return process.startDetached();
-}
-
-/// A token is one word. Anything else is not worth the risk of an environment that nobody can read.
-bool isToken(const QString &text)
-{
-    constexpr qsizetype kLimit = 4096;
-    const auto isGraphic = [](QChar character) {
-        return character > QLatin1Char(' ') && character < QLatin1Char('\x7f');
-    };
-    return text.size() <= kLimit && std::ranges::all_of(text, isGraphic);
-}
-
-} // namespace
-
-bool BrowserURLOpener::open(const WebAddress &address)
-{
-    return start(address, QProcessEnvironment::systemEnvironment());
-}
-
-bool BrowserURLOpener::openActivated(const WebAddress &address, const QString &activationToken)
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    if (isToken(activationToken)) {
-        environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), activationToken);
-        // On X11 the same token goes by its older name.
-        environment.insert(QStringLiteral("DESKTOP_STARTUP_ID"), activationToken);
-    }
-    return start(address, environment);
+    auto *const launcher = new Launcher(program, this);
+    launcher->setProcessEnvironment(environmentWith(activationToken));
+    launcher->setArguments({address.url().toString(QUrl::FullyEncoded)});
+    QElapsedTimer sinceStart;
+    sinceStart.start();
+    connect(launcher, &QProcess::errorOccurred, this, [this, launcher, address](QProcess::ProcessError error) {
+        if (error != QProcess::FailedToStart)
+            return;
+        noteUnopened(address);
+        launcher->deleteLater();
+    });
+    connect(launcher, &QProcess::finished, this,
+        [this, launcher, address, sinceStart](int code, QProcess::ExitStatus status) {
+            const bool hasFailed = status == QProcess::CrashExit || code != 0;
+            if (hasFailed && sinceStart.elapsed() < std::chrono::milliseconds(kLongestStart).count())
+                noteUnopened(address);
+            launcher->deleteLater();
+        });
+    launcher->start();
+    return true;
 }
 
 } // namespace velmora

@@ -6,16 +6,16 @@
 namespace velmora
 {
 
-/// Starts the desktop's own opener (xdg-open) in a process of its own. Needs no window system connection.
+/// Has the desktop open a page in the browser that it is set up with. What was started goes on when this ends.
 class BrowserURLOpener final : public URLOpener
 {
+    Q_OBJECT
+
 public:
-    using URLOpener::open;
-    bool open(const WebAddress &address) override;
+    using URLOpener::URLOpener;
 
 protected:
-    /// The browser finds the token in its environment.
-    bool openActivated(const WebAddress &address, const QString &activationToken) override;
+    bool start(const WebAddress &address, const QString &activationToken) override;
 };
 
 } // namespace velmora

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/status_notifier_item.h"
 
+#include "platform/activation_token.h"
 #include "platform/linux/dbus_menu_adaptor.h"
 
 #include <QGuiApplication>
@@ -11,9 +12,6 @@ namespace velmora
 
 namespace
 {
-
-/// No desktop's token is longer; this one goes into the environment.
-constexpr qsizetype kLongestToken = 512;
 
 QString itemPath()
 {
@@ -127,7 +125,7 @@ void StatusNotifierItem::activate(QPoint place)
 
 void StatusNotifierItem::provideToken(const QString &token)
 {
-    m_token = token.size() <= kLongestToken ? token : QString();
+    m_token = checkedActivationToken(token);
 }
 
 } // namespace velmora

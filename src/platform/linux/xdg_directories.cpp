@@ -3,6 +3,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 namespace velmora
 {
@@ -46,20 +47,29 @@ QStringList systemFolders()
     return folders;
 }
 
+QString runtimeFolder()
+{
+    const QString base = QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"));
+    // The session makes it. A folder that is only named is not made, since no other process would look there.
+    if (!isUsable(base) || !QFileInfo(base).isDir())
+        return {};
+    return QDir::cleanPath(base + QStringLiteral("/app/com.tarvik.Velmora"));
+}
+
 } // namespace
 
 XDGDirectories XDGDirectories::fromEnvironment()
 {
     return {ownFolder(baseFolder("XDG_CONFIG_HOME", QLatin1String("/.config"))), systemFolders(),
         ownFolder(baseFolder("XDG_DATA_HOME", QLatin1String("/.local/share"))),
-        ownFolder(baseFolder("XDG_CACHE_HOME", QLatin1String("/.cache")))};
+        ownFolder(baseFolder("XDG_CACHE_HOME", QLatin1String("/.cache"))), runtimeFolder()};
 }
 
 XDGDirectories XDGDirectories::under(const QString &folder)
 {
     const QDir root(folder);
     return {root.filePath(QStringLiteral("config")), {}, root.filePath(QStringLiteral("data")),
-        root.filePath(QStringLiteral("cache"))};
+        root.filePath(QStringLiteral("cache")), root.filePath(QStringLiteral("runtime"))};
 }
 
 } // namespace velmora

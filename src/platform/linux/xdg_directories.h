@@ -12,8 +12,11 @@ namespace velmora
 struct XDGDirectories {
     QString configuration; ///< $XDG_CONFIG_HOME/velmora: preferences, the person's properties
     QStringList systemConfiguration; ///< the velmora folder of each of $XDG_CONFIG_DIRS, in their order
-    QString data; ///< $XDG_DATA_HOME/velmora: locks
+    QString data; ///< $XDG_DATA_HOME/velmora: locks, where there is no runtime folder
     QString cache; ///< $XDG_CACHE_HOME/velmora: the saved deployments
+    /// $XDG_RUNTIME_DIR/app/com.tarvik.Velmora: locks. Gone with the session; the one folder of the kind that a Flatpak
+    /// shares with the system. Empty where there is no such folder to be in.
+    QString runtime;
 
     /// From the environment of the process; relative paths in it are ignored, as the rules want.
     static XDGDirectories fromEnvironment();

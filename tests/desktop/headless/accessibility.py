@@ -24,6 +24,12 @@ class Accessible:
         self._bus = bus
         self._address = (service, path)
 
+    def __eq__(self, other):
+        return isinstance(other, Accessible) and self._address == other._address
+
+    def __hash__(self):
+        return hash(self._address)
+
     def __repr__(self):
         try:
             return f"{self.role} {self.name!r}"
@@ -107,6 +113,10 @@ class Accessible:
     def all(self, role=None, name=None):
         """The descendants that are shown and have that role and exactly that name."""
         return list(self._fitting(role, name))
+
+    def focused(self):
+        """What is shown here that has the focus, or None."""
+        return next((element for element in self.descendants() if "focused" in element.states), None)
 
     def find(self, role=None, name=None, seconds=PATIENCE):
         """The first of `all`, once there is one."""

@@ -137,13 +137,20 @@ class X11Windows:
 
     def _tree(self):
         """Title, x, y, width and height of every window. The places that xdotool tells count the frame twice."""
-        command = ["xwininfo", "-root", "-tree", "-display", self._screen.name]
-        environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8"}
-        answer = subprocess.run(command, env=environment, stdout=subprocess.PIPE, check=True, timeout=30)
+        listed = eventually(self._listed, "xwininfo to list the windows")
         tree = {}
-        for number, title, width, height, x, y in _LINE_OF_TREE.findall(answer.stdout.decode()):
+        for number, title, width, height, x, y in _LINE_OF_TREE.findall(listed):
             tree[str(int(number, 16))] = (title, int(x), int(y), int(width), int(height))
         return tree
+
+    def _listed(self):
+        """What xwininfo prints; empty when it failed, as it does when a window is closed while it asks for it."""
+        command = ["xwininfo", "-root", "-tree", "-display", self._screen.name]
+        environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8"}
+        answer = subprocess.run(
+            command, env=environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False, timeout=30
+        )
+        return answer.stdout.decode() if answer.returncode == 0 else ""
 
 
 class WaylandWindows:

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "accounts/authentication_store.h"
+
+#include <stop_token>
+
+namespace velmora
+{
+
+/// A stop for requests in the name of an account: requested as soon as the account is removed, or with the stop that it
+/// was made from. The stop outlives this object, but is not requested after it. Lives on the main thread.
+class AccountStop
+{
+public:
+    /// The store is not owned and may go first.
+    AccountStop(const AuthenticationStore *authentication, qint64 accountID, const std::stop_token &stop);
+    AccountStop(const AccountStop &) = delete;
+    AccountStop &operator=(const AccountStop &) = delete;
+
+    [[nodiscard]] std::stop_token token() const { return m_source.get_token(); }
+
+private:
+    struct Forward {
+        std::stop_source source;
+        void operator()() { source.request_stop(); }
+    };
+
+    std::stop_source m_source;
+    QObject m_context; ///< ends the connection to the store
+    std::stop_callback<Forward> m_forward;
+};
+
+} // namespace velmora

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#include "app/display_loss.h"
+
+#include <cstring>
+
+#include <glib.h>
+
+namespace velmora
+{
+
+namespace
+{
+
+constexpr guint kTickMilliseconds = 50;
+
+gboolean tick(gpointer)
+{
+    return G_SOURCE_CONTINUE;
+}
+
+/// X11 has a source of its own among the sources of events, and is found to have gone when that is handled.
+void leaveOutX11()
+{
+    GSource *const source = g_main_current_source();
+    if (source && g_strcmp0(g_source_get_name(source), "[Qt] XcbEventSource") == 0)
+        g_source_destroy(source);
+}
+
+} // namespace
+
+void handleEventsWithoutDisplay(const std::function<bool()> &condition, QDeadlineTimer end)
+{
+    leaveOutX11();
+    const guint ticks = g_timeout_add(kTickMilliseconds, &tick, nullptr);
+    // Qt's own loop would tell the display that it waits.
+    while (!condition() && !end.hasExpired())
+        g_main_context_iteration(nullptr, TRUE);
+    g_source_remove(ticks);
+}
+
+} // namespace velmora

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: MIT
+#include "installations/installation_loads.h"
+
+#include "accounts/authorized_requests.h"
+#include "accounts/prompt_credentials.h"
+#include "github/deployment_client_error.h"
+#include "github/paused_error.h"
+#include "github/pausing_session.h"
+#include "support/cancel_on_stop.h"
+#include "support/task_scope.h"
+
+#include <functional>
+
+namespace velmora
+{
+
+namespace
+{
+
+template <typename Error>
+bool isOf(const std::exception_ptr &failure)
+{
+    try {
+        if (failure)
+            std::rethrow_exception(failure);
+    } catch (const Error &) {
+        return true;
+    } catch (...) {
+    }
+    return false;
+}
+
+/// What GitHub's refusal says of the time to wait; nothing where GitHub was not even asked.
+std::optional<RateLimitNotice> refusalOf(const std::exception_ptr &failure)
+{
+    return isOf<PausedError>(failure) ? std::nullopt : rateLimitOf(failure);
+}
+
+QCoro::Task<InstallationReach> fetchReach(
+    GitHubClient client, std::shared_ptr<CredentialSource> credentials, qint64 identityID, std::stop_token stop)
+{
+    AuthorizedRequests requests(std::move(credentials), identityID, stop);
+    const std::function<QCoro::Task<QList<GitHubInstallation>>(QString)> fetchInstallations
+        = [=](const QString &accessToken) {
+              return client.fetchInstallations(accessToken, stop);
+          };
+    InstallationReach reach;
+    reach.installations = co_await requests.send(fetchInstallations);
+    for (const GitHubInstallation &installation : std::as_const(reach.installations)) {
+        // GitHub refuses the repositories of one that is suspended.
+        if (installation.isSuspended())
+            continue;
+        const qint64 installationID = installation.id;
+        const std::function<QCoro::Task<QList<GitHubRepository>>(QString)> fetchRepositories
+            = [=](const QString &accessToken) {
+                  return client.fetchRepositories(installationID, accessToken, stop);
+              };
+        const auto repositories = co_await requests.send(fetchRepositories);
+        for (const GitHubRepository &repository : repositories) {
+            const RepositoryRecord record{identityID, installation.id, installation.account, repository, true};
+            reach.repositories.append(record);
+        }
+    }
+    co_return reach;
+}
+
+} // namespace
+
+bool InstallationLoad::isPending() const
+{
+    return isOf<CredentialPendingError>(failure);
+}
+
+bool InstallationLoad::isPutOff() const
+{
+    return isPending() || isOf<PausedError>(failure);
+}
+
+/// One load under way, and the callers that wait for it.
+struct InstallationLoads::Running {
+    quint64 number = 0;
+    std::stop_source stop;
+    QList<OneShot<InstallationLoad>> callers;
+    int waiting = 0; ///< callers that have not left
+    std::optional<InstallationLoad> outcome; ///< once it has ended
+};
+
+InstallationLoads::InstallationLoads(GitHubClient client, std::shared_ptr<RateLimitLedger> rateLimits)
+    : m_state(std::make_shared<State>())
+{
+    m_state->client = std::move(client);
+    m_state->rateLimits = std::move(rateLimits);
+}
+
+QCoro::Task<InstallationLoad> InstallationLoads::load(
+    qint64 identityID, std::shared_ptr<CredentialSource> credentials, Patience patience, std::stop_token stop)
+{
+    return loadOnce(m_state, identityID, std::move(credentials), patience, std::move(stop));
+}
+
+QCoro::Task<InstallationLoad> InstallationLoads::loadOnce(std::shared_ptr<State> state, qint64 identityID,
+    std::shared_ptr<CredentialSource> credentials, Patience patience, std::stop_token stop)
+{
+    InstallationLoad outcome;
+    try {
+        // The load that runs may be one of a caller that has more time for the credential than this one.
+        if (patience == Patience::Short && state->running.contains(identityID))
+            std::ignore = co_await credentials->validCredential(identityID, stop);
+        outcome = co_await join(state, identityID, credentials, stop);
+        // Or it was one of a caller that had less.
+        if (patience == Patience::Long && outcome.isPending())
+            outcome = co_await join(state, identityID, credentials, stop);
+    } catch (...) {
+        outcome.number = state->latest;
+        outcome.failure = std::current_exception();
+    }
+    co_return outcome;
+}
+
+QCoro::Task<InstallationLoad> InstallationLoads::join(std::shared_ptr<State> state, qint64 identityID,
+    std::shared_ptr<CredentialSource> credentials, std::stop_token stop)
+{
+    throwIfStopped(stop);
+    auto running = state->running.value(identityID);
+    if (!running) {
+        running = std::make_shared<Running>();
+        running->number = ++state->latest;
+        state->running.insert(identityID, running);
+        launch(run(state, identityID, running, credentials), "Loading installations");
+    }
+    if (running->outcome)
+        co_return InstallationLoad(*running->outcome);
+    const OneShot<InstallationLoad> arrival;
+    running->callers.append(arrival);
+    ++running->waiting;
+    const CancelOnStop<InstallationLoad> onStop(arrival, stop);
+    std::optional<InstallationLoad> outcome;
+    std::exception_ptr failure;
+    try {
+        auto arrived = co_await arrival;
+        outcome = std::move(arrived);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (outcome)
+        co_return std::move(*outcome);
+    if (--running->waiting == 0) {
+        if (state->running.value(identityID) == running)
+            state->running.remove(identityID);
+        running->stop.request_stop();
+    }
+    std::rethrow_exception(failure);
+}
+
+QCoro::Task<> InstallationLoads::run(std::shared_ptr<State> state, qint64 identityID, std::shared_ptr<Running> running,
+    std::shared_ptr<CredentialSource> credentials)
+{
+    InstallationLoad outcome;
+    outcome.number = running->number;
+    try {
+        const GitHubClient client = clientOfIdentity(state->client, state->rateLimits, identityID);
+        auto reach = co_await fetchReach(client, credentials, identityID, running->stop.get_token());
+        outcome.reach = std::move(reach);
+        outcome.loadedAt = state->client.clock->now();
+    } catch (...) {
+        outcome.failure = std::current_exception();
+    }
+    if (const auto refusal = refusalOf(outcome.failure))
+        state->rateLimits->recordRefusal(identityID, *refusal, state->client.clock->now());
+    if (state->running.value(identityID) == running)
+        state->running.remove(identityID);
+    running->outcome = outcome;
+    const auto callers = std::exchange(running->callers, {});
+    for (const auto &caller : callers)
+        caller.resolve(outcome);
+}
+
+} // namespace velmora

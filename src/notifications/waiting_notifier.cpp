@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#include "notifications/waiting_notifier.h"
+
+#include "support/cancel_on_stop.h"
+#include "support/one_shot.h"
+
+namespace velmora
+{
+
+QCoro::Task<bool> WaitingNotifier::requestAuthorizationIfNeeded()
+{
+    co_return true;
+}
+
+QCoro::Task<> WaitingNotifier::untilReady(std::stop_token stop)
+{
+    const OneShot<> never;
+    const CancelOnStop<> onStop(never, stop);
+    co_await never;
+}
+
+QCoro::Task<> WaitingNotifier::notifyFailure(DeploymentSnapshot)
+{
+    co_return;
+}
+
+QCoro::Task<> WaitingNotifier::notifySuccess(DeploymentSnapshot)
+{
+    co_return;
+}
+
+} // namespace velmora

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#include "story.h"
+
+#include "support/test_main.h"
+
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+using namespace Qt::Literals::StringLiterals;
+
+/// The network goes and comes, and GitHub does not always answer.
+class NetworkStories final : public QObject
+{
+    Q_OBJECT
+
+    using State = DeploymentMonitorState::Case;
+
+private Q_SLOTS:
+    void aRestartWithoutANetworkShowsWhatWasSaved()
+    {
+        Story story;
+        story.github.installs(u"octo"_s, {u"web"_s});
+        story.user.connects(u"octo"_s);
+        const QString deployment = story.github.deploys(u"octo/web"_s);
+        story.time.passes(kFullPoll);
+        story.github.isUnreachable();
+        story.program.restarts();
+        QCOMPARE(story.program.shows(), QStringList(u"octo/web production inProgress"_s));
+        story.time.passes(10s);
+        QCOMPARE(story.program.state(), State::Stale);
+        QVERIFY(story.program.message().startsWith(u"octo: "_s));
+        QCOMPARE(story.program.shows(), QStringList(u"octo/web production inProgress"_s));
+        story.github.recovers();
+        story.github.succeeds(deployment);
+        story.time.passes(5min);
+        QCOMPARE(story.program.state(), State::Ready);
+        QCOMPARE(story.program.shows(), QStringList(u"octo/web production success"_s));
+    }
+
+    void aRefreshFromATerminalKeepsWhatWasSavedOfWhoeverCannotBeReached()
+    {
+        Story story;
+        story.github.installs(u"octo"_s, {u"web"_s});
+        story.github.installs(u"mira"_s, {u"shop"_s});
+        story.user.connects(u"octo"_s);
+        story.user.connects(u"mira"_s);
+        story.github.deploys(u"octo/web"_s);
+        story.github.deploys(u"mira/shop"_s);
+        story.time.passes(kFullPoll);
+        const QStringList rows = story.program.shows();
+        QCOMPARE(rows.size(), 2);
+        story.program.ends();
+        story.github.failsFor(u"mira"_s);
+        story.program.runsOnce();
+        story.program.starts();
+        QCOMPARE(story.program.shows(), rows);
+    }
+
+    void theAgeOfWhatWasSavedIsKnownWithoutANetwork()
+    {
+        Story story;
+        story.github.installs(u"octo"_s, {u"web"_s});
+        story.user.connects(u"octo"_s);
+        story.github.deploys(u"octo/web"_s);
+        story.time.passes(kFullPoll);
+        const auto savedAt = story.clock.now();
+        story.program.ends();
+        story.clock.setNow(savedAt + 2h);
+        story.github.isUnreachable();
+        story.program.starts();
+        story.time.passes(10s);
+        QCOMPARE(story.program.state(), State::Stale);
+        const auto shownAs = story.program.app().monitor().state().lastUpdatedAt;
+        QVERIFY(shownAs && *shownAs <= savedAt && *shownAs > savedAt - kFullPoll);
+    }
+
+    void aSecondIdentityThatCannotBeReachedTakesNothingFromTheFirst()
+    {
+        Story story;
+        story.github.installs(u"octo"_s, {u"web"_s});
+        story.github.installs(u"mira"_s, {u"shop"_s});
+        story.user.connects(u"octo"_s);
+        story.user.connects(u"mira"_s);
+        const QString web = story.github.deploys(u"octo/web"_s);
+        story.github.deploys(u"mira/shop"_s);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.program.shows().size(), 2);
+        story.github.failsFor(u"mira"_s);
+        story.github.fails(web);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.program.state(), State::Stale);
+        QVERIFY(story.program.message().startsWith(u"mira: "_s));
+        const QStringList rows{u"mira/shop production inProgress"_s, u"octo/web production failure"_s};
+        QCOMPARE(story.program.shows(), rows);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"octo/web failed"_s));
+        story.github.recovers();
+        story.time.passes(5min);
+        QCOMPARE(story.program.state(), State::Ready);
+        QCOMPARE(story.program.shows(), rows);
+    }
+};
+
+VELMORA_TEST(NetworkStories)
+#include "network_test.moc"

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: MIT
+#include "story.h"
+
+#include "support/test_main.h"
+
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+using namespace Qt::Literals::StringLiterals;
+
+/// What is announced, by whom, and how often.
+class NewsStories final : public QObject
+{
+    Q_OBJECT
+
+    using State = DeploymentMonitorState::Case;
+
+private Q_SLOTS:
+    void whoInstallsAfterConnectingIsNotToldOfTheDayBefore()
+    {
+        Story story;
+        story.github.installs(u"octo"_s, {u"web"_s});
+        story.user.connects(u"octo"_s);
+        story.time.passes(kFullPoll);
+        story.user.connects(u"mira"_s);
+        story.github.fails(story.github.deploys(u"mira/shop"_s));
+        story.github.installs(u"mira"_s, {u"shop"_s});
+        story.user.refreshes();
+        QCOMPARE(story.program.shows(), QStringList(u"mira/shop production failure"_s));
+        QCOMPARE(story.desktop.notifications(), QStringList());
+        story.github.fails(story.github.deploys(u"mira/shop"_s));
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"mira/shop failed"_s));
+    }
+
+    void whatWasUnderWayWhenTheProgramEndedIsAnnouncedByTheNext()
+    {
+        Story story;
+        const QString deployment = somethingIsUnderWay(story);
+        story.program.ends();
+        story.github.fails(deployment);
+        story.github.fails(story.github.deploys(u"octo/web"_s, u"staging"_s));
+        story.program.starts();
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.program.shows().size(), 2);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"octo/web failed"_s));
+        story.program.restarts();
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications().size(), 1);
+    }
+
+    void whatEndedOvernightIsHistory()
+    {
+        Story story;
+        const QString deployment = somethingIsUnderWay(story);
+        story.program.ends();
+        story.github.fails(deployment);
+        story.clock.setNow(story.clock.now() + 9h);
+        story.program.starts();
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.program.shows(), QStringList(u"octo/web production failure"_s));
+        QCOMPARE(story.desktop.notifications(), QStringList());
+    }
+
+    void whatARefreshFromATerminalFindsIsAnnouncedByWhoeverGoesOn()
+    {
+        Story story;
+        const QString deployment = somethingIsUnderWay(story);
+        story.program.ends();
+        story.github.fails(deployment);
+        story.program.runsOnce();
+        QCOMPARE(story.desktop.notifications(), QStringList());
+        story.program.starts();
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"octo/web failed"_s));
+    }
+
+    void twoProgramsWithOneProfileAnnounceEachResultOnce()
+    {
+        Story story;
+        const QString deployment = somethingIsUnderWay(story);
+        StoryProgram second(story.program);
+        story.time.passes(kFullPoll);
+        second.comesToRest();
+        QCOMPARE(second.shows(), story.program.shows());
+        story.github.fails(deployment);
+        const QString other = story.github.deploys(u"octo/web"_s, u"staging"_s);
+        story.time.passes(kFullPoll);
+        second.comesToRest();
+        story.github.fails(other);
+        story.time.passes(kFullPoll);
+        second.comesToRest();
+        QCOMPARE(second.shows(), story.program.shows());
+        QCOMPARE(story.desktop.notifications(), QStringList({u"octo/web failed"_s, u"octo/web failed"_s}));
+    }
+
+    void aDesktopThatDoesNotAnswerHoldsUpNeitherPollingNorTheNextResult()
+    {
+        Story story;
+        story.github.installs(u"octo"_s, {u"web"_s});
+        story.user.connects(u"octo"_s);
+        QStringList deployments;
+        for (int number = 0; number < 3; ++number)
+            deployments.append(story.github.deploys(u"octo/web"_s, u"stage-%1"_s.arg(number)));
+        story.time.passes(kFullPoll);
+        story.desktop.notificationServer->isSilent = true;
+        for (const QString &deployment : std::as_const(deployments))
+            story.github.fails(deployment);
+        story.time.passes(5s);
+        // The first one has been taken, as far as anybody can tell.
+        QVERIFY(story.desktop.notifications().size() <= 1);
+        const QString later = story.github.deploys(u"octo/web"_s, u"later"_s);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.program.shows().size(), 4);
+        QCOMPARE(story.program.state(), State::Ready);
+        story.desktop.notificationServer->isSilent = false;
+        Q_EMIT story.desktop.notificationServer->serverGone();
+        QVERIFY(waitUntil([&] { return story.desktop.notifications().size() == 3; }));
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications().size(), 3);
+    }
+
+    void whatTheDesktopDidNotTakeIsAnnouncedAfterARestart()
+    {
+        Story story;
+        const QString deployment = somethingIsUnderWay(story);
+        story.desktop.notificationServer->isSilent = true;
+        story.github.fails(deployment);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications(), QStringList());
+        story.program.ends();
+        story.clock.setNow(story.clock.now() + 9h);
+        story.desktop.notificationServer->isSilent = false;
+        story.program.starts();
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"octo/web failed"_s));
+    }
+
+private:
+    static QString somethingIsUnderWay(Story &story)
+    {
+        story.github.installs(u"octo"_s, {u"web"_s});
+        story.user.connects(u"octo"_s);
+        const QString deployment = story.github.deploys(u"octo/web"_s);
+        story.time.passes(kFullPoll);
+        return deployment;
+    }
+};
+
+VELMORA_TEST(NewsStories)
+#include "news_test.moc"
