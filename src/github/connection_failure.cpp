@@ -13,7 +13,7 @@ struct CertificateProblem {
     QString advice;
 };
 
-/// The first that applies is the one to tell: a certificate that nobody vouches for may as well be out of date.
+/// In order of importance: only the first that applies is reported, since an untrusted certificate may also be expired.
 const QList<CertificateProblem> &certificateProblems()
 {
     const QString install = QStringLiteral("If your company signs certificates itself, install the certificate of its "
@@ -55,7 +55,7 @@ QString nameOf(const QNetworkProxy &proxy)
     return QStringLiteral("%1:%2").arg(host).arg(proxy.port());
 }
 
-/// Whether the words of Qt quote an address or the other side.
+/// Whether Qt's text quotes an address or the server.
 bool isQuoting(QNetworkReply::NetworkError error, const QString &qtText)
 {
     return error >= QNetworkReply::ContentAccessDenied || qtText.contains(QLatin1String("://"));
@@ -76,7 +76,7 @@ QString proxyFailureText(
     const QString name = nameOf(proxy);
     if (error == QNetworkReply::ProxyAuthenticationRequiredError)
         return authenticationText(proxy);
-    // Qt names the host, but it is the proxy who looks for that, and Qt who looks for the proxy.
+    // Qt's text names the host. But Qt resolves only the proxy, and the proxy resolves the host.
     if (error == QNetworkReply::HostNotFoundError || error == QNetworkReply::ProxyNotFoundError)
         return QStringLiteral("The proxy %1 was not found, or does not find %2.").arg(name, host);
     const QString failed = QStringLiteral("%1 cannot be reached through the proxy %2").arg(host, name);
@@ -102,7 +102,7 @@ QString closedEarlyText(const QString &host)
 QString connectionFailureText(
     const QString &host, QNetworkReply::NetworkError error, const QString &qtText, const QNetworkProxy &proxy)
 {
-    // Qt would send the request again, and may not.
+    // ContentReSendError: the connection was closed, and Qt cannot send the request again.
     const bool isClosed = error == QNetworkReply::RemoteHostClosedError || error == QNetworkReply::ContentReSendError;
     if (isClosed)
         return closedEarlyText(host);

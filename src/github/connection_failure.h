@@ -10,15 +10,14 @@
 namespace velmora
 {
 
-/// What the person is told about a connection that failed. A proxy is named by its host and port, never with the
-/// credentials that it wants.
+/// The messages to the user about a failed connection. They name a proxy by host and port, never with its credentials.
 
-/// That the certificate of the host does not verify, why, and what helps. `errors` is not empty.
+/// Says that the certificate of the host cannot be verified, why, and what helps. `errors` is not empty.
 [[nodiscard]] QString certificateFailureText(const QString &host, const QList<QSslError> &errors);
 
 [[nodiscard]] QString closedEarlyText(const QString &host);
 
-/// `qtText` is what Qt says about the error; it is passed on unless it quotes the request or the server.
+/// `qtText` is Qt's error text. The result contains it unless it quotes the request or the server.
 [[nodiscard]] QString connectionFailureText(
     const QString &host, QNetworkReply::NetworkError error, const QString &qtText, const QNetworkProxy &proxy);
 

@@ -11,7 +11,7 @@
 namespace velmora
 {
 
-/// GitHub's answer to the deployments query cannot be used.
+/// GitHub's response to the deployments query cannot be used.
 class DeploymentClientError final : public Error
 {
 public:
@@ -25,7 +25,7 @@ public:
 
     [[nodiscard]] Case errorCase() const { return m_case; }
     [[nodiscard]] const QStringList &messages() const { return m_messages; }
-    /// Travels beside the case: not part of equality or description.
+    /// Additional data: not part of equality or description.
     [[nodiscard]] const std::optional<RateLimitNotice> &rateLimit() const { return m_rateLimit; }
     [[nodiscard]] QString description() const override;
     [[nodiscard]] const char *what() const noexcept override { return "velmora::DeploymentClientError"; }
@@ -46,7 +46,7 @@ private:
     std::optional<RateLimitNotice> m_rateLimit;
 };
 
-/// The rate limit that any failure carries; nothing for a failure that has none.
+/// The rate limit in the failure, nullopt if it carries none.
 [[nodiscard]] std::optional<RateLimitNotice> rateLimitOf(const std::exception_ptr &failure);
 
 } // namespace velmora

@@ -17,7 +17,7 @@ namespace
 
 bool isRateLimit(const GraphQLError &error)
 {
-    // The word changed over the years; the secondary limit comes without one.
+    // GitHub has used both types over the years. Errors of the secondary limit have no type.
     return error.type == QLatin1String("RATE_LIMITED") || error.type == QLatin1String("RATE_LIMIT")
         || error.message.contains(QLatin1String("secondary rate"), Qt::CaseInsensitive);
 }
@@ -31,7 +31,7 @@ QUtf8StringView environmentOf(const DeploymentNode &deployment)
     return deployment.environment.value_or("Default");
 }
 
-/// Why GitHub tells nothing of a repository, and what to do about it.
+/// The reason why GitHub withholds a repository, and the remedy.
 QString reasonFor(const GraphQLError &error)
 {
     if (error.isSingleSignOn || error.message.contains(QLatin1String("SAML")))
@@ -50,7 +50,7 @@ QString reasonFor(const GraphQLError &error)
     return error.message;
 }
 
-/// The few texts that the deployments of an answer repeat, each kept in memory once.
+/// Keeps each text that the deployments of a response repeat in memory only once.
 class SharedTexts
 {
 public:
@@ -67,7 +67,7 @@ private:
     QHash<QByteArrayView, QString> m_texts;
 };
 
-/// GitHub writes "" for an address that nobody gave.
+/// GitHub writes "" for an address that is not set.
 bool isAddress(const std::optional<QUtf8StringView> &text)
 {
     return text && !text->isEmpty();

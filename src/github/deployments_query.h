@@ -25,8 +25,8 @@ struct GitHubGraphQLRequest {
     friend bool operator==(const GitHubGraphQLRequest &, const GitHubGraphQLRequest &) = default;
 };
 
-// What a deployment's nodes hold is still the answer's own text: a batch has thousands of texts, of which a snapshot
-// keeps a few. These records live no longer than the JSONDocument that they were decoded from.
+// The nodes of a deployment hold views of the response, since a batch has thousands of texts and a snapshot keeps only
+// a few. These records must not outlive the JSONDocument they were decoded from.
 
 struct ActorNode {
     QUtf8StringView login;
@@ -37,8 +37,8 @@ struct StatusNode {
     QUtf8StringView state;
     std::optional<QUtf8StringView> description;
     std::optional<QUtf8StringView> environment;
-    std::optional<QUtf8StringView> environmentUrl; ///< may be empty, which is no address
-    std::optional<QUtf8StringView> logUrl; ///< may be empty, which is no address
+    std::optional<QUtf8StringView> environmentUrl; ///< may be empty, which counts as absent
+    std::optional<QUtf8StringView> logUrl; ///< may be empty, which counts as absent
     QUtf8StringView updatedAt;
     friend bool operator==(const StatusNode &, const StatusNode &) = default;
 };
@@ -79,15 +79,15 @@ struct RateLimitNode {
 struct GraphQLError {
     QString message;
     std::optional<QString> type; ///< GitHub's word for the kind of error, such as "RATE_LIMITED"
-    std::optional<qsizetype> node; ///< which of the nodes it is about, by its place in the request
-    bool isSingleSignOn = false; ///< the organisation's single sign-on is what is missing
+    std::optional<qsizetype> node; ///< the index of the affected node in the request
+    bool isSingleSignOn = false; ///< the organisation requires single sign-on
     friend bool operator==(const GraphQLError &, const GraphQLError &) = default;
 };
 
-/// Decoded from a JSONDocument, which it must not outlive.
+/// Must not outlive the JSONDocument it was decoded from.
 struct GitHubDeploymentGraphQLResponse {
     struct Payload {
-        /// An entry is absent for a null and for an object that is not a repository.
+        /// An entry is absent if it is null or not a repository.
         QList<std::optional<RepositoryNode>> nodes;
         std::optional<RateLimitNode> rateLimit; ///< absent for a null
         friend bool operator==(const Payload &, const Payload &) = default;
@@ -97,33 +97,34 @@ struct GitHubDeploymentGraphQLResponse {
     friend bool operator==(const GitHubDeploymentGraphQLResponse &, const GitHubDeploymentGraphQLResponse &) = default;
 };
 
-/// The data of the response, errors beside it ignored. Without data throws DeploymentClientError: graphQL
-/// with every message, or invalidResponse when there is not even an error. Errors that tell of a rate limit
-/// carry a RateLimitNotice with `resumeAt`, the time that the headers of the response name.
+/// The data of the response. Errors beside data are ignored. Without data throws DeploymentClientError: graphQL with
+/// all messages, or invalidResponse if there is no error either. A graphQL error of a rate limit carries a
+/// RateLimitNotice with `resumeAt`, the time from the headers of the response.
 [[nodiscard]] GitHubDeploymentGraphQLResponse::Payload payload(
     GitHubDeploymentGraphQLResponse response, std::optional<Instant> resumeAt = std::nullopt);
 
-/// The repositories that are null in the data because of an error, of those that were asked for.
+/// The requested repositories that are null in the data because of an error. `nodeIDs` are the identifiers of the
+/// request, in its order.
 [[nodiscard]] QList<UnansweredRepository> unansweredRepositories(
     const GitHubDeploymentGraphQLResponse &response, const QStringList &nodeIDs);
 
-/// Velmora's record of one deployment; nothing when one of its own two times cannot be read.
+/// The record of one deployment, nullopt if its createdAt or updatedAt is invalid.
 [[nodiscard]] std::optional<DeploymentSnapshot> snapshot(
     const DeploymentNode &deployment, const RepositoryNode &repository);
 
-/// Whether answers without a rate limit are to be expected.
+/// Whether responses must hold a rate limit.
 enum class RateLimitUse {
-    Always, ///< as on github.com
-    Configurable, ///< an Enterprise Server has none unless its owner switches them on
+    Always, ///< they must, as on github.com
+    Configurable, ///< they need not: an Enterprise Server has no limits unless its owner enables them
 };
 
-/// Appends the snapshots of one batch, in the order of the response, and returns its rate limit, or
-/// DeploymentRateLimit::none(). Throws DeploymentClientError::invalidResponse, before anything is appended, when the
-/// time of the reset cannot be read, and DecodingError when there has to be a limit and is none.
+/// Appends the snapshots of one batch, in the order of the response. Returns the rate limit, or
+/// DeploymentRateLimit::none(). Before it appends anything, throws DeploymentClientError::invalidResponse if the time
+/// of the reset is invalid, and DecodingError if a required limit is missing.
 [[nodiscard]] DeploymentRateLimit appendResult(QList<DeploymentSnapshot> &deployments,
     const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use = RateLimitUse::Always);
 
-/// The same as a result of its own.
+/// Like appendResult(), as a new result.
 [[nodiscard]] DeploymentFetchResult fetchResult(
     const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use = RateLimitUse::Always);
 

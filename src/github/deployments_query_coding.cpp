@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The JSON of the deployments query and of its answer.
+// The JSON of the deployments query and of its response.
 #include "github/deployments_query.h"
 #include "support/error.h"
 #include "support/json_coding.h"
@@ -65,8 +65,7 @@ struct JSONTable<RateLimitNode> {
         json::required("remaining", &Record::remaining), json::required("resetAt", &Record::resetAt)};
 };
 
-/// An identifier that belongs to something other than a repository is answered with an object that has
-/// none of the fields asked for.
+/// GitHub answers an identifier of something other than a repository with an object without the requested fields.
 template <>
 struct json::Codec<std::optional<RepositoryNode>> {
     static void decode(std::optional<RepositoryNode> &value, Element element, const Path &path)
@@ -89,7 +88,7 @@ private:
     }
 };
 
-/// All but the message is a hint: what is not as expected must not spoil the answer.
+/// Only the message is required. Other fields of an unexpected form are ignored, since they only refine it.
 template <>
 struct json::Codec<GraphQLError> {
     static void decode(GraphQLError &value, Element element, const Path &path)
@@ -113,7 +112,7 @@ struct json::Codec<GraphQLError> {
     }
 
 private:
-    /// The path of an error within a node begins with "nodes" and the place of the node.
+    /// The path of an error within a node begins with "nodes" and the index of the node.
     static std::optional<qsizetype> nodeOf(simdjson::dom::object error)
     {
         simdjson::dom::array path;
@@ -125,7 +124,7 @@ private:
         return static_cast<qsizetype>(place);
     }
 
-    static constexpr uint64_t kMostNodes = 100; ///< that GitHub takes in one question
+    static constexpr uint64_t kMostNodes = 100; ///< GitHub's limit for one query
 };
 
 template <>

@@ -10,19 +10,19 @@
 namespace velmora
 {
 
-/// The start of a device flow: what the person types, where, and what the program polls with.
-/// The device code is a secret.
+/// The start of a device flow: the code for the user, the page where to type it, and the device code for polling. The
+/// device code is a secret.
 struct DeviceAuthorization {
     QString deviceCode;
     QString userCode;
     WebAddress verificationURI;
     qint64 expiresIn = 0; ///< seconds
-    qint64 interval = 0; ///< seconds between two polls, at least
+    qint64 interval = 0; ///< least number of seconds between two polls
 
     friend bool operator==(const DeviceAuthorization &, const DeviceAuthorization &) = default;
 };
 
-/// What the token endpoint answers, success and refusal alike; everything is optional on the wire.
+/// A response of the token endpoint, success or refusal. Every field is optional on the wire.
 struct GitHubOAuthResponse {
     std::optional<QString> accessToken;
     std::optional<qint64> expiresIn; ///< seconds

@@ -22,8 +22,7 @@ RateLimitUse rateLimitUseOf(const GitHubClient &client)
     return isGitHub ? RateLimitUse::Always : RateLimitUse::Configurable;
 }
 
-/// Decodes the answer to the question for these repositories and appends what it holds to `result`, but for its rate
-/// limit, which it returns.
+/// Decodes the response for these repositories and appends it to `result`. Returns its rate limit.
 DeploymentRateLimit appendAnswer(
     DeploymentFetchResult &result, const QStringList &nodeIDs, const HTTPResponse &response, const GitHubClient &client)
 {
@@ -77,7 +76,7 @@ QCoro::Task<DeploymentFetchResult> fetchOf(
         const HTTPResponse response = co_await client.session->send(std::move(request), stop);
         const DeploymentRateLimit limit = appendAnswer(whole, ids, response, client);
         merge(whole.rateLimit, limit);
-        // GitHub would refuse the next batch, and may hold it against the account.
+        // GitHub would refuse the next batch, and may penalise the account for it.
         const bool isLast = first + kBatchSize >= repositories.size();
         if (!isLast && limit.remaining < limit.cost && limit.resetAt > client.clock->now())
             throw PausedError(limit.resetAt);

@@ -81,7 +81,7 @@ bool isFinalRefusal(const std::exception_ptr &failure)
         std::rethrow_exception(failure);
     } catch (const GitHubClientError &error) {
         using Case = GitHubClientError::Case;
-        // GitHub's word, and the one of the standard. Other words complain of the App or of GitHub's own state.
+        // GitHub's own code and the one of the OAuth standard. Other codes concern the App or the state of GitHub.
         const QString word = error.oauthError().value_or(QString());
         return error.errorCase() == Case::MissingRefreshToken || word == QLatin1String("bad_refresh_token")
             || word == QLatin1String("invalid_grant");

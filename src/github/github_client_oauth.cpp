@@ -19,7 +19,7 @@ namespace
 
 using Fields = QMap<QString, QString>;
 
-/// The reason that GitHub gives with a refusal; empty when it gives none.
+/// The error code in the response, empty if there is none.
 QString errorIn(const HTTPResponse &response)
 {
     try {
@@ -29,12 +29,12 @@ QString errorIn(const HTTPResponse &response)
     }
 }
 
-/// Throws for an App that cannot be connected with, whatever its user does.
+/// Throws if the App cannot be used to connect, whatever the user does.
 void requireUsableApp(const QString &error)
 {
     if (error == QLatin1String("device_flow_disabled"))
         throw GitHubClientError::deviceFlowDisabled();
-    // The first comes with a 404, for want of an App, when a flow is begun.
+    // GitHub answers the start of a flow with 404 and "Not Found" if the App does not exist.
     if (error == QLatin1String("Not Found") || error == QLatin1String("incorrect_client_credentials"))
         throw GitHubClientError::unknownClient();
 }
@@ -57,7 +57,7 @@ QCoro::Task<GitHubOAuthResponse> requestTokenOf(GitHubClient client, Fields valu
 {
     const QUrl url = appendingPath(client.loginURL, QStringLiteral("oauth/access_token"));
     HTTPRequest request = GitHubClient::formRequest(url, values);
-    // A refresh token and a device code are taken when the answer is made, whether or not it arrives.
+    // GitHub uses up the refresh token or device code even if its response gets lost.
     request.isUnrepeatable = true;
     HTTPResponse response = co_await client.session->send(std::move(request), stop);
     requireSuccess(response, client.clock);
@@ -68,12 +68,12 @@ QCoro::Task<GitHubOAuthResponse> requestTokenOf(GitHubClient client, Fields valu
 
 void throwIfExpired(const Clock *clock, Instant start, qint64 expiresIn)
 {
-    // Compared in whole seconds, since any number may have come from the network.
+    // Compares whole seconds, since a large `expiresIn` from the network would overflow as microseconds.
     if (floor<seconds>(clock->now() - start).count() >= expiresIn)
         throw GitHubClientError::authorizationExpired();
 }
 
-/// Sleeps in pieces of a day, which no timer finds too long.
+/// Sleeps in pieces of a day, since timers limit the duration.
 QCoro::Task<> sleepSeconds(Clock *clock, qint64 duration, std::stop_token stop)
 {
     constexpr qint64 kPiece = 86'400;
@@ -96,7 +96,7 @@ bool isTimeOut(const std::exception_ptr &failure)
     }
 }
 
-/// How long to wait before the next poll of a device flow, and whether there is one.
+/// Tells how long to wait before the next poll of a device flow, and when to give up.
 class PollingPace
 {
 public:
@@ -108,7 +108,7 @@ public:
     /// In seconds.
     [[nodiscard]] qint64 pause() const { return std::max(m_interval, m_pauseAfterTimeout); }
 
-    /// Throws when the answer, which has no token, ends the flow.
+    /// Call it with each response without a token. Throws if the response ends the flow.
     void heed(const GitHubOAuthResponse &response)
     {
         m_pauseAfterTimeout = 0;
@@ -118,7 +118,7 @@ public:
             return;
         if (error == QLatin1String("slow_down"))
             return slowDown();
-        // Right after the approval, GitHub says so now and then of a code that is good.
+        // GitHub sometimes reports this for a valid code right after the approval.
         if (error == QLatin1String("incorrect_device_code") && m_incorrectCodes++ < kMostIncorrectCodes)
             return;
         if (error == QLatin1String("access_denied"))
@@ -128,7 +128,7 @@ public:
         throw GitHubClientError::invalidResponse();
     }
 
-    /// Rethrows a failure after which polling is of no use.
+    /// Call it with each failed poll. Rethrows the failure if polling again is useless.
     void heed(const std::exception_ptr &failure)
     {
         if (!isPassing(failure))
@@ -147,7 +147,7 @@ private:
         m_interval = fits ? m_interval + kSlowDown : std::numeric_limits<qint64>::max();
     }
 
-    /// Twice as long with every time-out, until GitHub answers again; yet soon enough for the user who waits.
+    /// Doubles the pause with every time-out until GitHub answers again. Limited, since the user is waiting.
     void backOff()
     {
         constexpr qint64 kShortest = 1;

@@ -10,17 +10,18 @@
 namespace velmora
 {
 
-/// The address with more path components; a path of more than one, such as "user/installations", is fine.
+/// Appends path components to the address. `path` may have several, such as "user/installations".
 [[nodiscard]] QUrl appendingPath(const QUrl &base, const QString &path);
 
-/// Names and values as they stand in a query or a form. What may stand in a query stays as it is, a colon
-/// for instance, except for what would end or change the value itself.
+/// Names and values, encoded for a query or a form. Characters that are valid in a query, a colon for instance, stay as
+/// they are, unless they would end or alter a value.
 [[nodiscard]] QByteArray encodedFields(const QList<std::pair<QString, QString>> &fields);
 
 /// The value of the "Authorization" header.
 [[nodiscard]] QByteArray bearer(const QString &accessToken);
 
-/// Throws GitHubClientError for an answer that is not a success: invalidResponse where it is not HTTP.
+/// Throws GitHubClientError unless the status is a success: invalidResponse if the response is not HTTP, else
+/// requestFailed.
 void requireSuccess(const HTTPResponse &response, const Clock *clock);
 
 } // namespace velmora

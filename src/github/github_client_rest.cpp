@@ -49,8 +49,8 @@ QString idOf(const GitHubRepository &repository)
     return repository.nodeID;
 }
 
-/// All items of an endpoint, page by page until one is not full. What moves to the next page meanwhile, because
-/// something new comes before it, is not taken twice.
+/// All items of an endpoint, page by page until a page is not full. Drops duplicates: an item moves to the next page
+/// when a new one is inserted before it meanwhile.
 template <typename Page, typename Item>
 QCoro::Task<QList<Item>> fetchPages(GitHubClient client, QString path, QString accessToken, std::stop_token stop)
 {
@@ -68,7 +68,7 @@ QCoro::Task<QList<Item>> fetchPages(GitHubClient client, QString path, QString a
             ids.insert(idOf(item));
             return isKnown;
         });
-        // Whoever ignores the number of the page would have us ask for ever.
+        // A server that ignores the page number would keep this loop running for ever.
         if (found == kPageSize && more.isEmpty())
             throw GitHubClientError::repeatedPage();
         items.append(std::move(more));
@@ -90,7 +90,7 @@ HTTPRequest GitHubClient::getRequest(
     const QString &path, const QList<std::pair<QString, QString>> &queryItems, const QString &accessToken) const
 {
     QUrl url = appendingPath(apiURL, path);
-    // Without items the query is there as well, and empty.
+    // The URL ends with an empty query if there are no items.
     const QByteArray query = encodedFields(queryItems);
     url.setQuery(query.isEmpty() ? QStringLiteral("") : QString::fromLatin1(query), QUrl::StrictMode);
     if (!url.isValid())

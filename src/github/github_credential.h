@@ -11,15 +11,15 @@
 namespace velmora
 {
 
-/// The tokens of one identity. A secret as a whole: kept in the credential store, never logged.
+/// The tokens of one identity. All of it is secret: kept in the credential store, never logged.
 struct GitHubCredential {
     QString accessToken;
-    std::optional<Instant> expiresAt; ///< absent: does not expire by time
+    std::optional<Instant> expiresAt; ///< absent: it does not expire by time
     std::optional<QString> refreshToken;
     std::optional<Instant> refreshTokenExpiresAt;
 
-    /// The credential that a token response grants, received at `now`. Nothing of an earlier credential
-    /// lives on. Throws GitHubClientError::missingAccessToken when the response grants none.
+    /// The credential granted by a token response that was received at `now`. Takes nothing over from an earlier
+    /// credential. Throws GitHubClientError::missingAccessToken if the response has no access token.
     static GitHubCredential fromResponse(const GitHubOAuthResponse &response, Instant now);
 
     friend bool operator==(const GitHubCredential &, const GitHubCredential &) = default;

@@ -26,10 +26,10 @@ struct GitHubInstallation {
     qint64 id = 0;
     GitHubInstallationAccount account;
     QString repositorySelection; ///< GitHub's word: "all" or "selected"
-    /// When its owner has suspended it, in GitHub's words; absent while it is in force.
+    /// The time when its owner suspended it, as GitHub's text; absent while it is active.
     std::optional<QString> suspendedAt = std::nullopt;
 
-    /// Whether it grants nothing until its owner puts it in force again.
+    /// Whether it grants no access until its owner reactivates it.
     [[nodiscard]] bool isSuspended() const { return suspendedAt.has_value(); }
 
     friend bool operator==(const GitHubInstallation &, const GitHubInstallation &) = default;

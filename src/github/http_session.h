@@ -20,29 +20,29 @@ struct HTTPRequest {
     QUrl url;
     HTTPHeaders headers; ///< sent in this order
     std::optional<QByteArray> body;
-    /// For a POST that uses something up, of which only the answer has the replacement. It is sent at most once, over a
-    /// connection of its own, and goes on when other connections are given up: its own limits end it.
+    /// For a POST that uses up a token whose replacement is only in the response. It is sent at most once, over its own
+    /// connection. It continues when other connections are dropped; its own limits end it.
     bool isUnrepeatable = false;
 };
 
 struct HTTPResponse {
-    /// Absent when what answered was not HTTP.
+    /// Absent if the response was not HTTP.
     std::optional<int> statusCode;
     HTTPHeaders headers;
     QByteArray body;
 
-    /// The first header of that name, in any case of letters.
+    /// The first header of that name, ignoring case.
     [[nodiscard]] std::optional<QByteArray> header(QByteArrayView name) const;
 };
 
-/// Sends requests: the one way out of the program.
+/// Sends requests. All network access of the program goes through it.
 class HTTPSession
 {
 public:
     virtual ~HTTPSession() = default;
 
-    /// The whole answer, whatever its status. Throws TransportError when there is none and
-    /// CancellationError as soon as the stop is requested, which also ends the exchange.
+    /// The complete response, whatever its status. Throws TransportError if there is none. A stop ends the exchange at
+    /// once with a CancellationError.
     [[nodiscard]] virtual QCoro::Task<HTTPResponse> send(HTTPRequest request, std::stop_token stop) = 0;
 };
 

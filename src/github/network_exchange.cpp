@@ -26,8 +26,8 @@ QNetworkRequest networkRequest(const HTTPRequest &request, const NetworkSession:
     return made;
 }
 
-/// A body that is read once. Qt sends a request again, up to three times, when its connection breaks before the answer,
-/// unless the body cannot be had from the beginning again.
+/// A body that cannot be read again. Otherwise Qt sends a request again, up to three times, when its connection breaks
+/// before the response.
 class UnrepeatableBody final : public QIODevice
 {
 public:
@@ -37,7 +37,7 @@ public:
         open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     }
 
-    /// The last one that has the content: the request has ended by now.
+    /// The request has ended, so this erases the last copy.
     ~UnrepeatableBody() override { erase(m_content); }
     UnrepeatableBody(const UnrepeatableBody &) = delete;
     UnrepeatableBody &operator=(const UnrepeatableBody &) = delete;
@@ -81,7 +81,7 @@ QNetworkReply *startReply(
     return manager.sendCustomRequest(made, request.method, request.body.value_or(QByteArray()));
 }
 
-/// Whether the error only repeats that the status is 400 or above: then there is a whole answer.
+/// Whether the error only reports a status of 400 or above, so that the response is complete.
 bool isStatusError(QNetworkReply::NetworkError error)
 {
     return (error >= QNetworkReply::ContentAccessDenied && error <= QNetworkReply::UnknownContentError)
@@ -94,7 +94,7 @@ bool isAnswer(const QNetworkReply &reply, const std::optional<int> &status)
     return reply.error() == QNetworkReply::NoError || (status && *status >= 400 && isStatusError(reply.error()));
 }
 
-/// Hands Qt the proxies that were found out before, for it would ask the system itself and wait for the answer.
+/// Gives Qt the proxies found before. Without it Qt would ask the system and block until the answer.
 class KnownProxies final : public QNetworkProxyFactory
 {
 public:
@@ -119,8 +119,8 @@ std::shared_ptr<QNetworkAccessManager> makeManager(const std::shared_ptr<Network
     return manager;
 }
 
-/// The one with the connections for the request. On a connection that was used before, an unrepeatable request could
-/// meet the other side's decision to close it.
+/// The manager whose connections the request uses. An unrepeatable request gets a new one, since the server may be
+/// about to close a connection that was used before.
 std::shared_ptr<QNetworkAccessManager> managerFor(
     const std::shared_ptr<NetworkSession::State> &state, const HTTPRequest &request)
 {
@@ -177,7 +177,7 @@ void NetworkExchange::dropNow()
     settle();
 }
 
-/// Nothing is ever forgiven: the reply fails next, and this is why.
+/// Remembers the errors for failureText(); never ignores them.
 void NetworkExchange::noteCertificateErrors(const QList<QSslError> &errors)
 {
     m_certificateErrors = errors;
@@ -197,9 +197,9 @@ void NetworkExchange::readHeaders()
 void NetworkExchange::readBody()
 {
     constexpr qint64 kLeastChunk = 4096;
-    // A reply that Qt has aborted is closed.
+    // Qt closes a reply that it aborts.
     while (!m_isEnded && m_reply->isOpen()) {
-        // One byte more than is allowed tells that there is too much.
+        // Reading one byte beyond the limit reveals a body that is too large.
         const qint64 room = m_state->limits.bodySize - m_response.body.size() + 1;
         const QByteArray chunk = m_reply->read(std::min(room, std::max(m_reply->bytesAvailable(), kLeastChunk)));
         if (chunk.isEmpty())
@@ -225,22 +225,22 @@ void NetworkExchange::finishReply()
         m_response.headers = m_reply->rawHeaderPairs();
         end(nullptr);
     } else if (error == QNetworkReply::OperationCanceledError || error == QNetworkReply::TimeoutError) {
-        // Nobody else aborts a reply that is still listened to: this is the limit of silence.
+        // Own aborts disconnect the reply first, so this is Qt's transfer time-out.
         expire();
     } else {
         fail(TransportError::Kind::Network, failureText());
     }
 }
 
-/// Whether the body is shorter than it was said to be. Qt takes it for whole when the connection is closed together
-/// with the bytes that came last.
+/// Whether the body is shorter than announced. Qt does not report this if the connection closes together with the last
+/// bytes.
 bool NetworkExchange::isCutOff() const
 {
-    constexpr int kNotModified = 304; // may tell the length of what it does not repeat
+    constexpr int kNotModified = 304; // may announce the length of the body that it omits
     return m_response.statusCode != kNotModified && m_response.body.size() < announcedLength();
 }
 
-/// Zero where none is announced, or where Qt unpacks the body and leaves its length out.
+/// The Content-Length, 0 if there is none. Qt removes the header if it decompresses the body.
 qint64 NetworkExchange::announcedLength() const
 {
     bool isNumber = false;
@@ -278,8 +278,8 @@ void NetworkExchange::expire()
     fail(TransportError::Kind::TimedOut, timeoutText(m_host, m_proxy));
 }
 
-/// Aborting a reply leaves a connection open that was still being made, and later requests would wait for
-/// it, in vain if the other side is gone. Requests under way keep theirs; the next one makes a new one.
+/// Makes later requests use new connections; those under way keep theirs. Aborting a reply does not close a connection
+/// that is still being made, and later requests would wait for it, for ever if the server is unreachable.
 void NetworkExchange::abandonConnections()
 {
     if (m_state->manager == m_manager)

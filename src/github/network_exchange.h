@@ -18,16 +18,15 @@ class NetworkExchange;
 
 struct NetworkSession::State {
     Limits limits;
-    /// Holds the connections; absent until it is needed, and let go of when they are not to be trusted.
+    /// Holds the connections. Created on demand, released when its connections may be dead.
     std::shared_ptr<QNetworkAccessManager> manager;
     QList<NetworkExchange *> open;
     ProxyLookup proxies;
     bool isClosed = false;
 };
 
-/// One request on the wire and its answer, through the proxy that is known for its address. Lives in the frame of the
-/// coroutine that awaits done() and owns the reply; whoever awaits is resumed from the event loop, never inside of what
-/// ended the exchange.
+/// One request and its response, through the known proxy for its address. Owns the reply. Lives in the frame of the
+/// coroutine that awaits done(), which resumes from the event loop, never inside the call that ended the exchange.
 class NetworkExchange final : public QObject
 {
 public:
@@ -36,15 +35,15 @@ public:
     ~NetworkExchange() override;
 
     [[nodiscard]] const OneShot<HTTPResponse> &done() const { return m_done; }
-    /// Whether the request is: then the connection is the exchange's own, and ends with it.
+    /// Whether the request is unrepeatable. The exchange then has a connection of its own.
     [[nodiscard]] bool isUnrepeatable() const { return m_isUnrepeatable; }
 
     /// Ends the exchange with a CancellationError.
     void cancel();
-    /// Ends the exchange with a TransportError and gives its connection up.
+    /// Ends the exchange with a TransportError and drops its connection.
     void drop();
-    /// The same, and resumes whoever awaits at once, for there may be no event loop any more. `this` may be
-    /// gone afterwards.
+    /// Like drop(), but resumes the awaiting coroutine at once, since there may be no event loop any more. May destroy
+    /// `this`.
     void dropNow();
 
 private:

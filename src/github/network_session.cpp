@@ -34,7 +34,7 @@ bool isRedirect(int status)
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
-/// The request that the answer asks for, where that is to be followed.
+/// The request to follow the redirect, nullopt if there is none to follow.
 std::optional<HTTPRequest> redirected(const HTTPRequest &request, const HTTPResponse &response)
 {
     const int status = response.statusCode.value_or(0);
@@ -60,8 +60,8 @@ bool hasLineBreak(const QByteArray &text)
     return text.contains('\r') || text.contains('\n');
 }
 
-/// Whatever reaches this point came from a configuration or from the network: nothing but HTTP may go
-/// out, and no value may smuggle a header in.
+/// The request may hold data from the configuration or the network. Allows only HTTP, and no line break, which could
+/// inject a header.
 void requireSendable(const HTTPRequest &request)
 {
     const QString scheme = request.url.scheme();
@@ -110,7 +110,7 @@ QCoro::Task<HTTPResponse> sendAndFollow(std::shared_ptr<State> state, HTTPReques
     requireSendable(request);
     requireOpen(*state);
     const auto patience = std::min(state->limits.silence, state->limits.total);
-    // Redirects stay on the same origin, and so with the same proxy.
+    // Redirects stay on the same origin, so the proxy stays the same too.
     co_await state->proxies.proxyFor(request.url, patience, stop);
     int redirects = 0;
     while (true) {
@@ -141,7 +141,7 @@ NetworkSession::~NetworkSession()
 {
     m_state->isClosed = true;
     m_state->proxies.abandon();
-    // Each one leaves the list when whoever awaits it has seen the end.
+    // dropNow() may destroy any of the exchanges, which then leave the list: take one at a time.
     while (!m_state->open.isEmpty())
         m_state->open.takeFirst()->dropNow();
 }

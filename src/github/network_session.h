@@ -11,36 +11,35 @@ namespace velmora
 
 /// HTTP over Qt Network.
 ///
-/// HTTP/1.1 only: a silently dead HTTP/2 connection would be used for every later request, for ever.
-/// Redirects are followed by hand, at most three and only on the same origin, so that no token travels
-/// to another host; any other redirect is the answer. No cookies, no cache.
+/// HTTP/1.1 only: Qt would use a silently dead HTTP/2 connection for all later requests. Follows at most three
+/// redirects, and only on the same origin, so that no token reaches another host; any other redirect is the response.
+/// No cookies, no cache.
 ///
-/// A host is reached through the proxy that the environment or the system names for it, this machine itself never. What
-/// a host certifies itself with must verify against the trust store of the system, and nothing can switch that off.
+/// Uses the proxy that the environment or the system names for a host, but never for this machine. The host's
+/// certificate must verify against the trust store of the system, and no setting disables this check.
 class NetworkSession final : public HTTPSession
 {
 public:
     struct Limits {
-        std::chrono::milliseconds silence = std::chrono::seconds(60); ///< without a byte
-        std::chrono::milliseconds total = std::chrono::seconds(300); ///< of one send(), redirects included
-        qint64 bodySize = 16 * 1024 * 1024; ///< after decompression
+        std::chrono::milliseconds silence = std::chrono::seconds(60); ///< longest time without a byte
+        std::chrono::milliseconds total = std::chrono::seconds(300); ///< longest time of one send(), redirects included
+        qint64 bodySize = 16 * 1024 * 1024; ///< in bytes, after decompression
     };
 
     NetworkSession();
     explicit NetworkSession(Limits limits);
-    /// Ends every open request; those who await see a TransportError, on the spot.
+    /// Ends every open request, which fails with a TransportError on the spot.
     ~NetworkSession() override;
 
     [[nodiscard]] QCoro::Task<HTTPResponse> send(HTTPRequest request, std::stop_token stop) override;
 
-    /// Aborts the open requests, which fail with a TransportError, and closes their connections: for the
-    /// moment after waking or a change of network, when both may be dead without knowing it. A request
-    /// that is unrepeatable goes on.
+    /// Aborts the open requests, which fail with a TransportError, and closes their connections. For use after waking
+    /// or a change of network, when connections may be dead without notice. Unrepeatable requests go on.
     void dropConnections();
-    /// Aborts every open request, the unrepeatable ones included; later ones fail at once.
+    /// Aborts every open request, including the unrepeatable ones. Later requests fail at once.
     void close();
 
-    /// What open requests share with the session that they may outlive.
+    /// Shared with the open requests, which may outlive the session.
     struct State;
 
 private:

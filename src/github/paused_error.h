@@ -7,7 +7,7 @@
 namespace velmora
 {
 
-/// A request was not sent, because GitHub has asked the identity to wait.
+/// A request was not sent, because GitHub has told the identity to wait.
 class PausedError final : public Error
 {
 public:
@@ -16,9 +16,9 @@ public:
     {
     }
 
-    /// When requests of the identity may go out again.
+    /// When the identity may send requests again.
     [[nodiscard]] Instant until() const { return m_until; }
-    /// Names the first whole minute at which GitHub may be asked again, on the user's clock.
+    /// Names the first whole minute, in local time, at which requests may be sent again.
     [[nodiscard]] QString description() const override;
     [[nodiscard]] const char *what() const noexcept override { return "velmora::PausedError"; }
     friend bool operator==(const PausedError &left, const PausedError &right) { return left.m_until == right.m_until; }

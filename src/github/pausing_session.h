@@ -7,8 +7,8 @@
 namespace velmora
 {
 
-/// The requests of one identity, none of which is sent while the ledger says that the identity is paused. An operation
-/// of many requests so ends at the first one after the beginning of a pause.
+/// Sends the requests of one identity, but none while the ledger says that the identity is paused. An operation of many
+/// requests thus ends at its first request after a pause has begun.
 class PausingSession final : public HTTPSession
 {
 public:
@@ -26,7 +26,7 @@ private:
     const Clock *m_clock;
 };
 
-/// The client for requests in the name of this identity: it heeds the identity's pauses.
+/// The client for requests of this identity. It heeds the pauses of the identity.
 [[nodiscard]] GitHubClient clientOfIdentity(
     GitHubClient client, std::shared_ptr<RateLimitLedger> rateLimits, qint64 identityID);
 

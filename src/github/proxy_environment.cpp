@@ -20,7 +20,7 @@ struct Variable {
     QString value;
 };
 
-/// The variable as it is set, in small letters or else in capital ones.
+/// The variable in lower case, else in upper case.
 std::optional<Variable> variable(const QProcessEnvironment &environment, const QString &name)
 {
     for (const QString &spelling : {name, name.toUpper()}) {
@@ -65,7 +65,7 @@ QString withoutDotAtEnd(QString host)
     return host;
 }
 
-/// A name holds itself and what is below it.
+/// A name matches itself and its subdomains.
 bool holdsName(QString entry, const QString &host)
 {
     if (entry.startsWith(QLatin1String("*.")))
@@ -86,7 +86,7 @@ bool holdsAddress(const QString &entry, const QHostAddress &address)
     return network.second >= 0 && address.isInSubnet(network);
 }
 
-/// An entry is a host, perhaps with a port, or an address of IPv6, which needs brackets to have one.
+/// An entry is a host or an address, perhaps with a port. An IPv6 address with a port needs brackets.
 bool holds(const QString &entry, const QString &host, int port)
 {
     static const QRegularExpression form(

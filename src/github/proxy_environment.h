@@ -10,18 +10,18 @@
 namespace velmora
 {
 
-/// The proxy that the environment names for the address, as the programs of a terminal understand it: https_proxy or
-/// http_proxy, whichever fits the scheme, else all_proxy; in small letters or else in capital ones. A variable that is
-/// empty counts as absent.
+/// The proxy that the environment names for the address, by the rules of command-line programs: https_proxy or
+/// http_proxy according to the scheme, else all_proxy; in lower case, else in upper case. An empty variable counts as
+/// absent.
 ///
-/// "No proxy" where the address is on this machine or no_proxy holds its host. Nothing where the environment is silent,
-/// so that the system is to be asked. Throws a TransportError, which names the variable and never its value, for an
-/// address of a proxy that cannot be used.
+/// "No proxy" if the address is on this machine or no_proxy matches its host. Returns nullopt if the environment names
+/// none, so that the system decides. Throws a TransportError for an unusable proxy address; it names the variable,
+/// never its value.
 [[nodiscard]] std::optional<QNetworkProxy> environmentProxy(const QUrl &url, const QProcessEnvironment &environment);
 
-/// Whether a list such as no_proxy holds the host of the address. Its entries stand between commas or spaces: a host,
-/// which holds the hosts below it as well ("example.com", ".example.com" and "*.example.com" are the same), an address
-/// or a network ("10.0.0.0/8"), each with a port or without, or "*" for everything.
+/// Whether a list such as no_proxy matches the host of the address. Its entries are separated by commas or spaces. An
+/// entry is a host, which also matches its subdomains ("example.com", ".example.com" and "*.example.com" are equal), an
+/// address or a network ("10.0.0.0/8"), each with or without a port, or "*" for all.
 [[nodiscard]] bool isWithoutProxy(const QUrl &url, const QString &list);
 
 /// Whether the address is one of this machine.

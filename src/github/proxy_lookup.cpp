@@ -29,7 +29,7 @@ struct Remembered {
     QDeadlineTimer end;
 };
 
-/// A question to the system, and those who wait for its answer.
+/// A query to the system, and the callers that wait for its answer.
 struct Question {
     QList<Answer> waiting;
 };
@@ -40,8 +40,8 @@ QNetworkProxy systemProxy(const QUrl &url)
     return proxies.isEmpty() ? QNetworkProxy(QNetworkProxy::NoProxy) : proxies.first();
 }
 
-/// A script may answer differently for each address, but is told nothing of what is asked there. The usual port is left
-/// out, since a redirect to the same origin may name it.
+/// The system's proxy script gets only this part of an address, never a path or query. The default port is removed,
+/// since a redirect to the same origin may name it.
 QString originOf(QUrl url)
 {
     const int usualPort = url.scheme() == QLatin1String("https") ? 443 : 80;
@@ -160,7 +160,7 @@ bool ProxyLookup::isAskingSystem()
 
 void ProxyLookup::abandon()
 {
-    // What is still under way goes on with the proxy that it began with.
+    // Requests under way keep their proxy (lastKnown()), so expire the entries instead of removing them.
     for (Remembered &one : m_state->remembered)
         one.end = QDeadlineTimer();
     const auto questions = std::exchange(m_state->questions, {});

@@ -13,14 +13,14 @@
 namespace velmora
 {
 
-/// Finds out through which proxy an address is reached, and remembers it for a while.
+/// Finds the proxy for an address, and remembers it for a while.
 ///
-/// The environment is asked first, then the system. The system may have to run a script from the network for its
-/// answer, so it is asked on another thread. An address on this machine is reached directly, whatever they say.
+/// Asks the environment, then the system. The system may run a script from the network, so it is asked on another
+/// thread. An address on this machine never has a proxy.
 class ProxyLookup
 {
 public:
-    /// Answers for an address; called on a thread of its own, one call at a time.
+    /// Returns the system's proxy for an address. Called on another thread, one call at a time.
     using SystemQuery = std::function<QNetworkProxy(const QUrl &)>;
 
     ProxyLookup();
@@ -29,19 +29,19 @@ public:
     ProxyLookup(const ProxyLookup &) = delete;
     ProxyLookup &operator=(const ProxyLookup &) = delete;
 
-    /// The proxy for the address. Throws a TransportError when the environment names none that can be used, the system
-    /// does not answer within `patience` or abandon() was called, and a CancellationError when the stop is requested.
+    /// The proxy for the address. Throws a TransportError if the environment names an unusable one, the system does not
+    /// answer within `patience`, or abandon() is called. Throws a CancellationError if the stop is requested.
     [[nodiscard]] QCoro::Task<QNetworkProxy> proxyFor(
         QUrl url, std::chrono::milliseconds patience, std::stop_token stop) const;
 
-    /// What was found out last for the address, without asking; directly when nothing was.
+    /// The last result for the address, without a new lookup; "no proxy" if there is none.
     [[nodiscard]] QNetworkProxy lastKnown(const QUrl &url) const;
 
-    /// Whether a question to the system is still open, asked by any lookup of the process. Such a question cannot be
-    /// taken back, and Qt waits for its answer at the end of the process.
+    /// Whether any lookup of the process is still waiting for the system. Its query cannot be cancelled, and Qt waits
+    /// for it when the process ends.
     [[nodiscard]] static bool isAskingSystem();
 
-    /// Fails whoever waits for an answer, on the spot, and asks anew the next time.
+    /// Fails all waiting proxyFor() calls on the spot. Later calls ask again.
     void abandon();
 
 private:

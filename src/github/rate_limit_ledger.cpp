@@ -12,7 +12,7 @@ namespace
 constexpr auto kLongestPause = hours(24);
 constexpr auto kLongestGuess = hours(1);
 
-/// `first`, doubled with each refusal that went before, at most an hour.
+/// `first`, doubled for each earlier refusal in a row, at most an hour.
 microseconds doubled(seconds first, int refusalsBefore)
 {
     constexpr int kEnoughForAnHour = 12;
@@ -20,8 +20,8 @@ microseconds doubled(seconds first, int refusalsBefore)
     return std::min<microseconds>(pause, kLongestGuess);
 }
 
-/// How long a refusal lasts. A time of GitHub's that has passed already is answered with short pauses
-/// that grow, so that a wrong clock on either side does not turn into a storm of requests.
+/// The length of a pause. A time in the past leads to short, growing pauses, so that a wrong clock on either side does
+/// not cause a storm of requests.
 microseconds pauseAfterRefusal(const std::optional<Instant> &resumeAt, Instant now, int refusalsBefore)
 {
     if (!resumeAt)
@@ -70,7 +70,7 @@ void RateLimitLedger::recordSuccess(qint64 identityID, const DeploymentRateLimit
     heedClock(now);
     Entry &entry = m_entries[identityID];
     entry.refusalsInARow = 0;
-    // An answer that was under way when GitHub refused another request does not lift the refusal.
+    // This response may be older than the refusal of another request, so it must not end a running pause.
     if (entry.pausedUntil && *entry.pausedUntil <= now)
         entry.pausedUntil.reset();
     if (limit.remaining >= nextCost || limit.resetAt <= now)

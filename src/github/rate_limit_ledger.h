@@ -12,22 +12,21 @@
 namespace velmora
 {
 
-/// Who may not ask GitHub at the moment, by identity. Shared by everything that sends requests in the
-/// name of an identity; whoever does looks here first. Plain memory: the next run asks anew.
-/// A pause keeps its length when the clock is set back, so `now` is always the time of the call.
+/// The identities that GitHub has told to wait, and until when. Shared by all senders of an identity's requests, which
+/// check it before each request. In memory only. A pause keeps its length when the clock is set back, so `now` must be
+/// the current time.
 class RateLimitLedger
 {
 public:
-    /// When requests of the identity may go out again; nothing when they may now.
+    /// When the identity may send requests again, nullopt if at once.
     [[nodiscard]] std::optional<Instant> pausedUntil(qint64 identityID, Instant now);
 
-    /// GitHub refused. The pause lasts until GitHub's time, at most a day. Without one it is 60 seconds,
-    /// and after one that has passed already 1 second, doubled with each refusal in a row, at most an hour.
-    /// A pause is never shortened.
+    /// GitHub refused a request. Pauses until GitHub's time, at most a day. Without a time the pause is 60 seconds, and
+    /// with a time in the past 1 second; both double with each refusal in a row, up to an hour. Never shortens a pause.
     void recordRefusal(qint64 identityID, const RateLimitNotice &notice, Instant now);
 
-    /// A fetch went through. Pauses until the reset, at most a day, when fewer points remain than
-    /// `nextCost`. A pause that is under way goes on.
+    /// A fetch succeeded. Pauses until the reset, at most a day, if fewer points remain than `nextCost`. Never ends a
+    /// running pause.
     void recordSuccess(qint64 identityID, const DeploymentRateLimit &limit, qint64 nextCost, Instant now);
 
 private:

@@ -14,7 +14,7 @@ using namespace std::chrono;
 namespace
 {
 
-/// A number of decimal digits and nothing else; one that does not fit is as large as can be.
+/// A number of decimal digits only. Returns the maximum for a number that does not fit.
 std::optional<qint64> parseDigits(const QByteArray &text)
 {
     if (text.isEmpty() || !std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; }))
@@ -37,7 +37,7 @@ bool isExhausted(const HTTPResponse &response)
     return response.header("x-ratelimit-remaining").value_or(QByteArray()).trimmed() == "0";
 }
 
-/// Secondary limits often come without any header: the words of the answer are all there is.
+/// Secondary limits often come without headers, so only the text of the response tells.
 bool tellsOfSecondaryLimit(const QByteArray &body)
 {
     constexpr qsizetype kLongestNotice = 4096;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The JSON of the records that the OAuth and REST endpoints speak, and of the credential as it is kept.
+// The JSON of the OAuth and REST records, and of the stored credential.
 #include "github/device_authorization.h"
 #include "github/github_credential.h"
 #include "github/github_installation.h"

@@ -10,7 +10,7 @@
 namespace velmora
 {
 
-/// The last merged list of deployments, as it is kept between two runs.
+/// The last merged list of deployments, as kept between two runs.
 struct DeploymentCachePayload {
     QList<DeploymentSnapshot> deployments;
     Instant savedAt;
@@ -18,16 +18,16 @@ struct DeploymentCachePayload {
     friend bool operator==(const DeploymentCachePayload &, const DeploymentCachePayload &) = default;
 };
 
-/// Where the monitor keeps the last list.
+/// The store of the last list.
 class DeploymentCaching
 {
 public:
     virtual ~DeploymentCaching() = default;
 
-    /// Replaces the saved payload; throws FileError. Saves of one object happen in the order of the calls.
+    /// Replaces the saved payload. Throws FileError. Saves happen in the order of the calls.
     [[nodiscard]] virtual QCoro::Task<> save(DeploymentCachePayload payload) = 0;
 
-    /// The saved payload; nothing when there is none that can be read and decoded. Does not throw.
+    /// The saved payload, nullopt if it is missing or cannot be read or decoded. Does not throw.
     [[nodiscard]] virtual QCoro::Task<std::optional<DeploymentCachePayload>> load() = 0;
 };
 

@@ -8,30 +8,30 @@
 namespace velmora
 {
 
-/// What GitHub says of the points that one identity has left in the current hour.
+/// GitHub's report on the points of one identity for the current hour.
 struct DeploymentRateLimit {
-    /// Points that the fetch cost.
+    /// The cost of the fetch, in points.
     qint64 cost = 0;
-    /// Points that are left.
+    /// The points left.
     qint64 remaining = 0;
-    /// When the points are full again.
+    /// When GitHub restores the full number of points.
     Instant resetAt = distantPast();
 
-    /// Where no limit is known: as many points are left as can be. Merged with another, it gives way.
+    /// No known limit: the largest number of points is left. Merging it with another limit yields the other.
     [[nodiscard]] static DeploymentRateLimit none() { return {0, std::numeric_limits<qint64>::max(), distantPast()}; }
 
     friend bool operator==(const DeploymentRateLimit &, const DeploymentRateLimit &) = default;
 };
 
-/// A repository of which GitHub tells nothing, though it was asked, and gives a reason.
+/// A requested repository that GitHub withholds with an error.
 struct UnansweredRepository {
-    QString nodeID; ///< as it was asked for
-    QString reason; ///< and what to do about it, in words for the user
+    QString nodeID; ///< the identifier in the request
+    QString reason; ///< the reason and the remedy, in words for the user
 
     friend bool operator==(const UnansweredRepository &, const UnansweredRepository &) = default;
 };
 
-/// The deployments of one fetch, in the order fetched, and what the fetch cost.
+/// The deployments of one fetch, in the order of fetching, and the rate limit after it.
 struct DeploymentFetchResult {
     QList<DeploymentSnapshot> deployments;
     DeploymentRateLimit rateLimit;

@@ -13,19 +13,19 @@
 namespace velmora
 {
 
-/// One deployment as it stood when it was fetched: the record that is shown, cached and compared.
+/// One deployment at the time of its fetch: the record that is shown, cached and compared.
 struct DeploymentSnapshot {
     /// GitHub's node identifier of the deployment; opaque.
     QString id;
-    /// GitHub's node identifier of the repository; opaque, and of more than one form for one repository.
+    /// GitHub's node identifier of the repository; opaque. GitHub has several forms of it for one repository.
     QString repositoryNodeID;
     /// Owner and name joined by a slash.
     QString repositoryName;
     /// The web page of the repository.
     WebAddress repositoryURL;
-    /// The environment shown to the person.
+    /// The environment as shown to the user.
     QString environment;
-    /// The git ref; absent in what the deployments query yields.
+    /// The git ref. The deployments query does not fetch it.
     std::optional<QString> refName;
     QString commitOID;
     std::optional<QString> creatorLogin;
@@ -43,14 +43,14 @@ struct DeploymentSnapshot {
 /// Whether the deployment has a log that a browser can open.
 [[nodiscard]] bool hasLogPage(const DeploymentSnapshot &deployment);
 
-/// The page that tells most about a deployment, for a click at it wherever it is shown: its log where that is a web
-/// address, else the deployments of its repository.
+/// The most detailed page about a deployment, opened by a click on it: its log if that is a web address, else the list
+/// of deployments of its repository.
 [[nodiscard]] WebAddress detailsURL(const DeploymentSnapshot &deployment);
 
-/// What a deployment's result is remembered and announced under: its id, a colon and its state.
+/// The key under which a deployment's result is remembered and announced: its id, a colon and its state.
 [[nodiscard]] QString resultKey(const DeploymentSnapshot &deployment);
 
 } // namespace velmora
 
-/// Lists of deployments grow by moving their memory as it is.
+/// Lets lists of deployments grow by copying raw memory.
 Q_DECLARE_TYPEINFO(velmora::DeploymentSnapshot, Q_RELOCATABLE_TYPE);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// Included only by source files that code records which hold deployments.
+// For source files only that code records with deployments.
 
 #include "model/deployment_snapshot.h"
 #include "support/json_coding.h"
@@ -15,7 +15,7 @@ struct json::Codec<DeploymentState> {
     static void encode(Writer &writer, DeploymentState value) { Codec<QString>::encode(writer, rawValue(value)); }
 };
 
-/// A deployment as Velmora keeps it, exactly.
+/// The table of a deployment in Velmora's own files. Decoding restores it exactly.
 template <>
 struct JSONTable<DeploymentSnapshot> {
     using Record = DeploymentSnapshot;

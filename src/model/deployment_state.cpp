@@ -29,7 +29,7 @@ struct GitHubWord {
     std::string_view word;
 };
 
-// People ask how a deployment ended: GitHub's words for what became of it later fold into its outcome.
+// GitHub's words for the later fate of a deployment map to its outcome, since users ask how it ended.
 constexpr std::array kGitHubWords{
     GitHubWord{DeploymentState::Queued, "QUEUED"},
     GitHubWord{DeploymentState::Pending, "PENDING"},
@@ -77,7 +77,7 @@ DeploymentState deploymentStateFromGitHub(std::optional<QUtf8StringView> text)
 {
     if (!text)
         return DeploymentState::Unknown;
-    // GitHub writes capitals, so that there is hardly ever anything to convert.
+    // Usually the word is in capitals already, so the conversion is skipped.
     if (const auto state = stateOfWord({text->data(), static_cast<std::size_t>(text->size())}))
         return *state;
     return stateOfWord(text->toString().toUpper().toStdString()).value_or(DeploymentState::Unknown);

@@ -11,7 +11,7 @@
 namespace velmora
 {
 
-/// How a deployment stands, in Velmora's words rather than GitHub's.
+/// The state of a deployment, in Velmora's terms rather than GitHub's.
 enum class DeploymentState {
     Queued,
     Pending,
@@ -24,21 +24,21 @@ enum class DeploymentState {
     Unknown,
 };
 
-/// Every case, in the order of declaration.
+/// All states, in the order of declaration.
 inline constexpr std::array kAllDeploymentStates{DeploymentState::Queued, DeploymentState::Pending,
     DeploymentState::Waiting, DeploymentState::InProgress, DeploymentState::Success, DeploymentState::Failure,
     DeploymentState::Error, DeploymentState::Inactive, DeploymentState::Unknown};
 
-/// The word under which a state is stored and spoken of: "queued", "inProgress", ….
+/// The name of a state in files and in the terminal: "queued", "inProgress", ….
 [[nodiscard]] QString rawValue(DeploymentState state);
-/// The inverse of rawValue(); nothing for another word.
+/// The inverse of rawValue(). Returns nullopt for an unknown name.
 [[nodiscard]] std::optional<DeploymentState> deploymentStateFromRawValue(QStringView text);
 
-/// GitHub's word for the state of a deployment or of a deployment status, in any case of letters. The
-/// outcome counts: "ACTIVE" is a success and "ABANDONED" a failure. An absent or unknown word is Unknown.
+/// Maps GitHub's word for the state of a deployment or of a deployment status, ignoring case. The outcome counts:
+/// "ACTIVE" is Success and "ABANDONED" is Failure. An absent or unknown word is Unknown.
 [[nodiscard]] DeploymentState deploymentStateFromGitHub(std::optional<QUtf8StringView> text);
 
-/// Still under way: queued, pending, waiting or in progress.
+/// Under way: queued, pending, waiting or in progress.
 [[nodiscard]] constexpr bool isActive(DeploymentState state)
 {
     return state == DeploymentState::Queued || state == DeploymentState::Pending || state == DeploymentState::Waiting

@@ -23,7 +23,7 @@ std::optional<DeploymentCachePayload> readPayload(const QString &path)
             return std::nullopt;
         return decodeJSON<DeploymentCachePayload>(*content);
     } catch (const Error &error) {
-        // The next save replaces the file: it is a cache, and GitHub has the original.
+        // A cache may be lost: the next save replaces the file with data from GitHub.
         qCWarning(cacheLog).noquote() << "The saved deployments are not used:" << error.description();
         return std::nullopt;
     }

@@ -9,12 +9,12 @@
 namespace velmora
 {
 
-/// Keeps the payload in one JSON file, "deployments.json", which is replaced as a whole: a crash or a full disk at any
-/// instant leaves the old or the new one. Coding and disk are off the calling thread.
+/// Keeps the payload in one JSON file, "deployments.json". Each save replaces the file atomically: a crash or a full
+/// disk leaves the old or the new one. Coding and disk access happen on another thread.
 class JSONDeploymentCache final : public DeploymentCaching
 {
 public:
-    /// `folder` is made when something is saved; an empty path means that nothing is kept.
+    /// `folder` is created by the first save. An empty path disables the cache.
     explicit JSONDeploymentCache(QString folder);
     /// Waits for saves under way.
     ~JSONDeploymentCache() override;
@@ -22,7 +22,7 @@ public:
     [[nodiscard]] QCoro::Task<> save(DeploymentCachePayload payload) override;
     [[nodiscard]] QCoro::Task<std::optional<DeploymentCachePayload>> load() override;
 
-    /// The path of the file; empty when nothing is kept.
+    /// The path of the file, empty if the cache is disabled.
     [[nodiscard]] const QString &path() const { return m_path; }
 
 private:

@@ -14,8 +14,8 @@ QList<qsizetype> alphabeticalOrder(const QList<QString> &names)
 {
     QCollator collator;
     collator.setCaseSensitivity(Qt::CaseInsensitive);
-    // Comparing keys that were made once is many times faster than comparing texts. The C locale's keys
-    // heed the case whatever the collator was told, hence the folding.
+    // Comparing keys made once is many times faster than comparing texts. In the C locale the keys heed case whatever
+    // the collator is told, so the names are case-folded first.
     std::vector<QCollatorSortKey> keys;
     keys.reserve(static_cast<std::size_t>(names.size()));
     for (const QString &name : names)

@@ -9,11 +9,11 @@
 namespace velmora
 {
 
-/// The indices of the names in the alphabetical order of the person's language, regardless of case; names
-/// that are equal in this keep their order.
+/// The indices of the names in the alphabetical order of the user's language, ignoring case. Names that compare equal
+/// keep their order.
 [[nodiscard]] QList<qsizetype> alphabeticalOrder(const QList<QString> &names);
 
-/// Sorts the items by the name that `name` tells of each, as alphabeticalOrder() does.
+/// Sorts the items as alphabeticalOrder() does. `name` returns the name of an item.
 template <typename Item, typename Name>
 void sortAlphabetically(QList<Item> &items, Name name)
 {

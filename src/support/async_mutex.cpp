@@ -12,7 +12,7 @@ void AsyncMutex::Lock::release()
     const auto state = std::exchange(m_state, nullptr);
     if (!state)
         return;
-    // Ownership passes straight to the next in the queue, so that nobody can slip in between.
+    // Ownership passes straight to the next waiter, so that no other coroutine can lock in between.
     while (!state->waiters.empty()) {
         const auto next = state->waiters.front();
         state->waiters.pop_front();
@@ -43,7 +43,7 @@ QCoro::Task<AsyncMutex::Lock> AsyncMutex::acquire(std::shared_ptr<State> state, 
     }
     state->isLocked = true;
     Lock held(state);
-    // The turn may come between the stop and its delivery: the lock then goes on to the next.
+    // The turn may come between the stop and its delivery. Throwing destroys `held`, which passes the lock on.
     throwIfStopped(stop);
     co_return held;
 }

@@ -13,8 +13,8 @@
 namespace velmora
 {
 
-/// Lets one coroutine at a time through; the others wait in the order in which they came.
-/// One thread. Copies share one mutex, and a Lock keeps it alive.
+/// Lets one coroutine at a time through. The others wait in the order in which they came. For one thread only. Copies
+/// share one mutex, and a Lock keeps it alive.
 class AsyncMutex
 {
     struct State {
@@ -47,10 +47,10 @@ public:
         std::shared_ptr<State> m_state;
     };
 
-    /// Waits for the mutex, without limit; a stop ends the waiting with a CancellationError.
+    /// Waits for the mutex, without a limit. A stop ends the wait with a CancellationError.
     [[nodiscard]] QCoro::Task<Lock> lock(std::stop_token stop = {}) const { return acquire(m_state, std::move(stop)); }
 
-    /// The lock if nobody holds it, else nothing.
+    /// The lock if the mutex is free, else nullopt.
     [[nodiscard]] std::optional<Lock> tryLock() const;
 
 private:

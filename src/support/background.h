@@ -15,9 +15,9 @@
 namespace velmora
 {
 
-/// Runs `work` on a thread of `pool` and returns its result, or throws what it threw, on the thread that
-/// awaits. `work` owns what it uses: whoever awaits may be gone before it ends. Call it with a named
-/// function object, moved in; the application object must exist.
+/// Runs `work` on a thread of `pool`. Returns its result, or throws its exception, on the thread that awaits. `work`
+/// must own what it uses, since the awaiting coroutine may be destroyed first. Pass a named function object, moved in.
+/// The application object must exist.
 template <typename Work>
 [[nodiscard]] auto runInBackground(QThreadPool *pool, Work work) -> QCoro::Task<std::invoke_result_t<Work>>
 {

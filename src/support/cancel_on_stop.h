@@ -13,10 +13,10 @@
 namespace velmora
 {
 
-/// While it lives, a stop fails what is awaited with a CancellationError.
+/// While this object lives, a stop fails the OneShot with a CancellationError.
 ///
-/// That happens from the event loop: the stop may be requested in a destructor, where nobody must be resumed.
-/// Without an application object there is no loop, and it happens at once.
+/// The error is delivered from the event loop, because a stop may be requested in a destructor, where no coroutine may
+/// be resumed. Without an application object it is delivered at once.
 template <typename T = void>
 class CancelOnStop
 {

@@ -23,7 +23,7 @@ Instant SystemClock::now() const
 namespace
 {
 
-/// What one timer can do: not less than nothing, not more than 24 days.
+/// The duration limited to what a QTimer can take: 0 ms to about 24 days.
 milliseconds timerDuration(milliseconds duration)
 {
     return std::clamp(duration, milliseconds(0), milliseconds(std::numeric_limits<int>::max()));
@@ -37,13 +37,13 @@ QCoro::Task<> SystemClock::sleep(milliseconds duration, std::stop_token stop)
     const OneShot<> done;
     QTimer timer;
     timer.setSingleShot(true);
-    // The other kinds may end a twentieth too early, and GitHub slows down whoever asks before the time.
+    // The other timer types may fire 5 % too early, and GitHub slows down clients that poll too early.
     timer.setTimerType(Qt::PreciseTimer);
     const auto wake = [done] {
         done.resolve();
     };
     QObject::connect(&timer, &QTimer::timeout, &timer, wake);
-    // The stop may be requested from anywhere, a destructor included: resume from the event loop, not there.
+    // The stop may be requested in a destructor: resume from the event loop, not from the callback.
     const auto interrupt = [&timer] {
         timer.start(0);
     };

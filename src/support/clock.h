@@ -11,8 +11,7 @@
 namespace velmora
 {
 
-/// What time it is, and waiting for it to pass: a port, so that a week can be tested in milliseconds.
-/// Outlives everybody who uses it.
+/// Tells the time and waits for it to pass. A port, so that a test of a week takes milliseconds. Outlives its users.
 class Clock
 {
 public:
@@ -21,12 +20,11 @@ public:
     /// The wall clock.
     [[nodiscard]] virtual Instant now() const = 0;
 
-    /// Ends after `duration` on the monotonic clock, or with a CancellationError at once when the stop
-    /// is requested before that.
+    /// Ends after `duration` on the monotonic clock. A stop ends it at once with a CancellationError.
     [[nodiscard]] virtual QCoro::Task<> sleep(std::chrono::milliseconds duration, std::stop_token stop) = 0;
 };
 
-/// The machine's clock; sleeps cost one timer each.
+/// The machine's clock. Each sleep uses one timer.
 class SystemClock final : public Clock
 {
 public:

@@ -8,8 +8,8 @@
 namespace velmora
 {
 
-/// Overwrites a text that held a secret, so that neither a core file nor later memory shows it. One that shares its
-/// memory with another is left alone: that one is still in use.
+/// Overwrites a secret, so that neither a core file nor memory that is reused shows it. Leaves a shared buffer alone,
+/// since its other owners still use it.
 inline void erase(QByteArray &secret)
 {
     if (!secret.isEmpty() && secret.isDetached())

@@ -20,7 +20,7 @@ QString cutText(const QString &text)
     if (text.size() <= kLongestText)
         return text;
     qsizetype length = kLongestText - 1;
-    // Half of a character is none.
+    // Never cut a surrogate pair in two.
     if (text.at(length - 1).isHighSurrogate())
         --length;
     return text.first(length) + QChar(0x2026);

@@ -10,18 +10,18 @@ namespace velmora
 
 /// The root of every failure that Velmora throws.
 ///
-/// A description is written for the person who reads it, is shown word for word, and never holds a
-/// token, a response body or anything else that came over the network unasked.
+/// A description is written for the user and shown word for word. It never holds a token, a response body or other
+/// unrequested data from the network.
 class Error : public std::exception
 {
 public:
-    /// What went wrong, as the person is told.
+    /// The message for the user.
     [[nodiscard]] virtual QString description() const = 0;
     /// The type of the error, for the log only.
     [[nodiscard]] const char *what() const noexcept override { return "velmora::Error"; }
 };
 
-/// The work was stopped by its owner. Never shown to anybody.
+/// The owner of the work stopped it. Never shown to the user.
 class CancellationError final : public Error
 {
 public:
@@ -30,7 +30,7 @@ public:
     friend bool operator==(const CancellationError &, const CancellationError &) { return true; }
 };
 
-/// JSON that is not JSON, or not of the agreed shape. The description names the place, never a value.
+/// Invalid JSON, or JSON of another shape than agreed. The description names the place, never a value.
 class DecodingError final : public Error
 {
 public:
@@ -42,15 +42,15 @@ private:
     QString m_description;
 };
 
-/// The request got no answer: no network, no name, a broken connection, a time-out, a bad certificate.
+/// The request got no response: no network, unknown host, broken connection, time-out, bad certificate.
 class TransportError final : public Error
 {
 public:
-    /// What the caller may want to tell apart.
+    /// The cases that callers tell apart.
     enum class Kind {
-        Network, ///< anything that has no kind of its own
-        TimedOut, ///< silence, or the deadline of the whole exchange
-        BodyTooLarge, ///< the answer was over the size that is accepted
+        Network, ///< any other cause
+        TimedOut, ///< the connection was silent, or the deadline of the whole exchange passed
+        BodyTooLarge, ///< the response is larger than the accepted size
     };
 
     TransportError(Kind kind, QString description);
@@ -63,7 +63,7 @@ private:
     QString m_description;
 };
 
-/// A file that cannot be read or written.
+/// A file that cannot be read, written or locked.
 class FileError final : public Error
 {
 public:
@@ -75,11 +75,10 @@ private:
     QString m_description;
 };
 
-/// A text that another program wrote, as it may become part of a description: cut at 500 characters.
+/// A text from another program, cut to 500 characters so that it may become part of a description.
 [[nodiscard]] QString cutText(const QString &text);
 
-/// The description of any exception: an Error's own, else the text of a standard exception.
-/// `failure` must hold an exception.
+/// The description of any exception: an Error's own, else the text of a standard exception. `failure` must not be null.
 [[nodiscard]] QString describe(const std::exception_ptr &failure);
 
 /// Whether `failure` holds a CancellationError.

@@ -10,8 +10,8 @@
 namespace velmora
 {
 
-/// A stop for work that must not take longer than a given time: requested when the time is over, or with
-/// the stop that it was made from. What it was requested by, hasExpired() tells. Lives on the main thread.
+/// A stop for work with a time limit. It is requested when the time is over, or together with the stop it was made
+/// from. hasExpired() tells which of the two. Lives on the main thread.
 class Expiry
 {
 public:
@@ -19,7 +19,7 @@ public:
     Expiry(Clock *clock, std::chrono::milliseconds duration, const std::stop_token &stop);
     Expiry(const Expiry &) = delete;
     Expiry &operator=(const Expiry &) = delete;
-    /// Ends the timer; the token is not requested by that.
+    /// Ends the timer without requesting the stop.
     ~Expiry();
 
     [[nodiscard]] std::stop_token stopToken() const;

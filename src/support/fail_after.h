@@ -11,7 +11,7 @@
 namespace velmora
 {
 
-/// While it lives, fails what is awaited once the time is over. Needs an event loop.
+/// While this object lives, fails the OneShot once the time is over. Needs an event loop.
 template <typename T = void>
 class FailAfter
 {

@@ -37,7 +37,7 @@ std::unique_ptr<FileLock> FileLock::tryLock(const QString &path)
     const int descriptor = ::open(QFile::encodeName(path).constData(), kFlags, S_IRUSR | S_IWUSR);
     if (descriptor < 0)
         failWith(errno, path);
-    // From here on the descriptor is closed, whatever happens.
+    // From here on `lock` closes the descriptor.
     std::unique_ptr<FileLock> lock(new FileLock(descriptor));
     struct stat status = {};
     if (::fstat(descriptor, &status) != 0)
@@ -49,10 +49,10 @@ std::unique_ptr<FileLock> FileLock::tryLock(const QString &path)
             failWith(errno, path);
         return nullptr;
     }
-    // Removed by a cleaner of old files since it was opened: others would lock the one that follows.
+    // A cleaner of old files may have removed the file since it was opened. Other processes would then lock a new one.
     if (::fstat(descriptor, &status) != 0 || status.st_nlink == 0)
         return nullptr;
-    // A file that was used lately is not cleaned away. Where the times cannot be set, the lock holds as well.
+    // A recent modification time keeps such cleaners away. The lock holds even if the time cannot be set.
     [[maybe_unused]] const int touched = ::futimens(descriptor, nullptr);
     return lock;
 }
@@ -80,7 +80,7 @@ bool FileLock::setNote(const QByteArray &note)
 
 FileLock::~FileLock()
 {
-    // A child that was started meanwhile may still have the file open until it runs its own program.
+    // Unlock before closing: a forked child may keep the descriptor open until its exec().
     ::flock(m_descriptor, LOCK_UN);
     ::close(m_descriptor);
 }

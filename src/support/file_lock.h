@@ -9,19 +9,18 @@
 namespace velmora
 {
 
-/// A lock between processes, and between objects of one process: held from its making to its end. It lies on a file
-/// that stays where it is; the kernel frees it with its holder, however that one ends.
+/// An exclusive lock, between processes and between objects of one process, for the lifetime of this object. It is a
+/// lock on a file, which is never removed. The kernel frees it when its process ends, however that happens.
 class FileLock
 {
 public:
-    /// Nothing while the lock is held elsewhere. Makes the file when it is missing, readable by nobody but the user
-    /// (0600), but not its folder. Never waits. Throws FileError when there can be no lock.
+    /// Null while another object or process holds the lock. Creates a missing file, but not its folder, accessible to
+    /// the user alone (0600). Never waits. Throws FileError when the file cannot be locked.
     [[nodiscard]] static std::unique_ptr<FileLock> tryLock(const QString &path);
     ~FileLock();
-    /// What a holder has left in the file, at most 4 KiB of it. It stays until another one is left, also when its
-    /// holder is killed.
+    /// The note in the file, at most 4 KiB of it. A note stays until the next setNote(), even if the holder is killed.
     [[nodiscard]] QByteArray note() const;
-    /// Leaves this in the file instead of what it held. Whether that was possible.
+    /// Replaces the note. Returns whether it was written.
     [[nodiscard]] bool setNote(const QByteArray &note);
 
     FileLock(const FileLock &) = delete;

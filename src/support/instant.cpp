@@ -15,7 +15,7 @@ constexpr Instant kReferenceDate = sys_days{2001y / January / 1};
 constexpr Instant kFirst = sys_days{1y / January / 1};
 constexpr Instant kEnd = sys_days{year{10000} / January / 1};
 
-/// Reads from the front of a text, in UTF-16 or UTF-8; every step fails once one step has failed.
+/// Reads from the front of a text, in UTF-16 or UTF-8. After one failed step ok() stays false.
 template <typename Char>
 class Scanner
 {
@@ -30,7 +30,7 @@ public:
     [[nodiscard]] bool atEnd() const { return m_next == m_end; }
     [[nodiscard]] Char peek() const { return atEnd() ? Char(0) : *m_next; }
 
-    /// Exactly so many decimal digits.
+    /// Exactly `Count` decimal digits.
     template <int Count>
     int digits()
     {
@@ -132,7 +132,7 @@ std::optional<Instant> scanInstant(Scanner<Char> scanner)
         return std::nullopt;
     const Instant instant{
         sys_days{date} + hours{hourDigits} + minutes{minuteDigits} + seconds{secondDigits} + fraction - offset};
-    // An offset can lead out of the years that every other form of an instant can hold.
+    // The offset can move the instant out of the years that its other forms can hold.
     if (instant < kFirst || instant >= kEnd)
         return std::nullopt;
     return instant;

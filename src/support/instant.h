@@ -14,19 +14,18 @@ namespace velmora
 /// A point in time, UTC, exact to the microsecond, compared exactly.
 using Instant = std::chrono::sys_time<std::chrono::microseconds>;
 
-/// An instant before every other that occurs: the first of January of the year 1.
+/// The first of January of the year 1, earlier than every real instant.
 [[nodiscard]] Instant distantPast();
 
-/// Seconds since 2001-01-01T00:00:00Z: the form in which Velmora's own files keep instants.
+/// Seconds since 2001-01-01T00:00:00Z: the form of instants in Velmora's own files.
 [[nodiscard]] double secondsSinceReferenceDate(Instant instant);
 
-/// The inverse of secondsSinceReferenceDate(), rounded to the microsecond; nothing for a number that
-/// is not finite or lies outside of the years 1 to 9999.
+/// The inverse of secondsSinceReferenceDate(), rounded to the microsecond. Returns nullopt for a number that is not
+/// finite or lies outside the years 1 to 9999.
 [[nodiscard]] std::optional<Instant> instantFromReferenceDate(double seconds);
 
-/// Reads an ISO 8601 internet date-time: date, "T", time with or without fractional seconds, and "Z" or
-/// an offset such as "+02:00". Nothing for anything else, a bare date included. Digits of a fraction
-/// beyond the microsecond are cut.
+/// Reads an ISO 8601 internet date-time: date, "T", time with or without fractional seconds, and "Z" or an offset such
+/// as "+02:00". Cuts digits beyond the microsecond. Returns nullopt for anything else, a bare date included.
 [[nodiscard]] std::optional<Instant> parseISO8601(QStringView text);
 [[nodiscard]] std::optional<Instant> parseISO8601(QUtf8StringView text);
 

@@ -9,20 +9,19 @@
 namespace velmora
 {
 
-/// Decodes a record from JSON; throws DecodingError.
+/// Decodes a record from JSON. Throws DecodingError.
 ///
-/// Each record says in one table which key holds which field and whether it must be there (see
-/// json_coding.h); the functions below are instantiated in the source file that holds the table.
-/// Unknown keys are ignored; a null counts as a missing key.
+/// The table of a record maps keys to fields and says which are required (see json_coding.h). These functions are
+/// instantiated in the source file that holds the table. Unknown keys are ignored. A null counts as a missing key.
 template <typename Record>
 [[nodiscard]] Record decodeJSON(QByteArrayView json);
 
-/// The same from a document that is parsed already: the only way for records that hold views of it.
+/// Decodes a record from a parsed document. Records that hold views of the document need this form.
 template <typename Record>
 [[nodiscard]] Record decodeJSON(const JSONDocument &document);
 
-/// Encodes a record as compact JSON in UTF-8, keys in the order of the record's table, absent values
-/// left out, instants as seconds since 2001-01-01T00:00:00Z.
+/// Encodes a record as compact JSON in UTF-8: keys in the order of the table, absent values left out, instants as
+/// seconds since 2001-01-01T00:00:00Z.
 template <typename Record>
 [[nodiscard]] QByteArray encodeJSON(const Record &record);
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// Included only by source files that hold the table of a record: simdjson and RapidJSON stay behind it.
+// For source files that hold the table of a record only. Keeps simdjson and RapidJSON out of all others.
 
 #include "support/error.h"
 #include "support/instant.h"
@@ -23,15 +23,15 @@
 namespace velmora
 {
 
-/// The table of a record, specialised once for each: `static constexpr auto fields = std::tuple {…}`
-/// of required(), nullable() and optional() entries.
+/// The table of a record, specialised once for each: `static constexpr auto fields = std::tuple {…}` of required(),
+/// nullable() and optional() entries.
 template <typename Record>
 struct JSONTable;
 
 namespace json
 {
 
-/// What must be there of a field.
+/// What the document must hold for a field.
 enum class Presence {
     Required, ///< the key, and a value
     Nullable, ///< the key
@@ -66,7 +66,7 @@ constexpr Field<Record, std::optional<Value>> optional(std::string_view key, std
     return {key, member, Presence::Optional};
 }
 
-/// Where in the document the decoder stands; lives on the stack and is put into words only on failure.
+/// The decoder's place in the document. Lives on the stack and is put into words only on failure.
 struct Path {
     const Path *parent = nullptr;
     std::string_view key;
@@ -81,8 +81,8 @@ struct Path {
 using Element = simdjson::dom::element;
 using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
 
-/// How one type is read and written. Specialised for the scalar types below, for optionals, lists and
-/// every record with a table; a source file may add its own, for an enumeration for instance.
+/// Reads and writes one type. Specialised for the scalar types below, for optionals and for lists; records use their
+/// table. A source file may add its own, for an enumeration for instance.
 template <typename T>
 struct Codec {
     static void decode(T &value, Element element, const Path &path)
@@ -106,8 +106,8 @@ private:
         bool (*decode)(T &value, Element element, const Path &path); ///< false for a null that counts as missing
     };
 
-    // One pass over the object: the first occurrence of a key counts. Keys mostly come in the order of the table, so
-    // that each is looked for from behind the last one on.
+    // One pass over the object. The first occurrence of a key counts. Keys mostly come in the order of the table, so
+    // the search for each starts behind the last match.
     template <typename... Fields>
     static void decodeFields(
         T &value, simdjson::dom::object object, const Path &path, const std::tuple<Fields...> &fields)
@@ -181,7 +181,7 @@ struct Codec<qint64> {
     static void encode(Writer &writer, qint64 value) { writer.Int64(value); }
 };
 
-/// A text where it stands in the document, which must outlive the record.
+/// A view of the document's text. The document must outlive the record.
 template <>
 struct Codec<QUtf8StringView> {
     static void decode(QUtf8StringView &value, Element element, const Path &path);
@@ -199,8 +199,8 @@ struct Codec<Instant> {
     static void encode(Writer &writer, Instant value) { writer.Double(secondsSinceReferenceDate(value)); }
 };
 
-/// A required address must be one that can be parsed; an optional one that is empty is absent, since
-/// GitHub writes "" for an address that nobody gave.
+/// A required address must be valid. An empty optional address counts as absent, since GitHub writes "" for an address
+/// that is not set.
 template <>
 struct Codec<WebAddress> {
     static void decode(WebAddress &value, Element element, const Path &path);
@@ -250,7 +250,7 @@ struct Codec<QList<T>> {
     }
 };
 
-/// The root of the document, which lives as long as the document.
+/// The root of the document. Valid as long as the document lives.
 [[nodiscard]] Element rootOf(const JSONDocument &document);
 
 } // namespace json

@@ -13,32 +13,32 @@ namespace velmora
 
 struct JSONDocument::Parser {
     simdjson::dom::parser parser;
-    std::string text; ///< the parser reads a little beyond the end of what it parses
+    std::string text; ///< a copy, since the parser reads a little beyond the end of its input
 
     Parser() = default;
     Parser(const Parser &) = delete;
     Parser &operator=(const Parser &) = delete;
     ~Parser() { wipe(); }
 
-    /// Clears what the last document has left: it may have been a token.
+    /// Clears the previous document, which may have held a token.
     void wipe();
 };
 
 namespace
 {
 
-/// A batch of deployments fits in amply. The parser's memory is a small multiple of this.
+/// In bytes. A batch of deployments is smaller. The parser's memory is a small multiple of this.
 constexpr std::size_t kMostKept = 512 * 1024;
 
-/// The parser of this thread that no document is using.
+/// This thread's spare parser; null while a document uses it.
 std::unique_ptr<JSONDocument::Parser> &spareParser()
 {
     thread_local std::unique_ptr<JSONDocument::Parser> spare;
     return spare;
 }
 
-/// Parses with room for a larger document, since the next one is rarely of the same size, but never with so much that
-/// the parser is not kept.
+/// Parses with room for a larger document, since the next one rarely has the same size. The room never exceeds
+/// kMostKept, unless the document itself does.
 simdjson::error_code parse(JSONDocument::Parser &with, QByteArrayView json)
 {
     const auto size = static_cast<std::size_t>(json.size());
@@ -70,9 +70,9 @@ void JSONDocument::Parser::wipe()
 {
     explicit_bzero(text.data(), text.size());
     if (parser.doc.string_buf) {
-        // No more than the document can have touched: clearing it all would cost small documents more than parsing
-        // them. A text takes its length and five bytes here, and at least two bytes and a comma more than its length
-        // there.
+        // Clears only what the document can have touched: clearing the whole buffer would cost small documents more
+        // than their parsing. The buffer holds the length of a text plus five bytes; the JSON needs that length plus at
+        // least three bytes.
         const std::size_t written = std::min(text.size(), parser.doc.capacity()) * 5 / 3;
         explicit_bzero(parser.doc.string_buf.get(), written + simdjson::SIMDJSON_PADDING);
     }

@@ -8,14 +8,14 @@
 namespace velmora
 {
 
-/// A parsed JSON document. Some records (they say so) hold views of its texts and live no longer than it does.
+/// A parsed JSON document. Records that hold views of its texts say so; the document must outlive them.
 ///
-/// Each thread keeps one parser ready, since its memory costs more than the parsing. A parser that a large document
-/// has bloated is let go of.
+/// Each thread keeps one parser ready, since its memory costs more than the parsing. A parser that a large document has
+/// enlarged is released instead.
 class JSONDocument
 {
 public:
-    /// Parses the whole document; throws DecodingError. The text is not needed afterwards.
+    /// Parses the whole document. Throws DecodingError. The text is not needed afterwards.
     explicit JSONDocument(QByteArrayView json);
     ~JSONDocument();
     Q_DISABLE_COPY_MOVE(JSONDocument)

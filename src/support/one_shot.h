@@ -15,9 +15,9 @@ namespace velmora
 
 /// A value that arrives once, later: the bridge from a callback to a coroutine.
 ///
-/// Copies share one state, so that the callback may outlive the coroutine. The first resolve() or
-/// fail() counts and resumes the one waiter on the spot; later ones are ignored. All on one thread.
-/// A OneShot that is never settled leaves its waiter waiting for ever, so every path of the callback's
+/// Copies share one state, so the callback may outlive the coroutine. The first resolve() or fail() resumes the one
+/// waiter on the spot; later ones are ignored. For one thread only. The waiter of a OneShot that is never settled waits
+/// for ever, so every path of the callback's owner must settle it.
 /// owner must settle it.
 template <typename T = void>
 class OneShot

@@ -36,7 +36,7 @@ constexpr QLatin1String kWrite("Cannot write");
     fail(what, path, QString::fromLocal8Bit(std::strerror(error)));
 }
 
-/// Neither the file nor, perhaps, its folder is there.
+/// Whether the file, or even its folder, is missing.
 bool isAbsence(int error)
 {
     return error == ENOENT || error == ENOTDIR;
@@ -58,14 +58,14 @@ public:
     }
 
     [[nodiscard]] int number() const { return m_number; }
-    /// What could not be written earlier is sometimes told only here.
+    /// Check the result: some file systems report a failed write only here.
     [[nodiscard]] bool close() { return ::close(std::exchange(m_number, -1)) == 0; }
 
 private:
     int m_number;
 };
 
-/// Anything else may never end, never answer, or act when it is opened.
+/// Other kinds of file may be endless, block, or have side effects when opened.
 void requireRegular(const struct stat &status, QLatin1String what, const QString &path)
 {
     if (S_ISDIR(status.st_mode))
@@ -86,7 +86,7 @@ void requireSize(qint64 size, QLatin1String what, const QString &path)
         fail(what, path, QStringLiteral("it is larger than %1 MiB").arg(kLargestFile / 1024 / 1024));
 }
 
-/// What is there, behind links; nothing when there is not even a link.
+/// The status of the file behind all links; nullopt when the path does not exist.
 std::optional<struct stat> statusOf(const QByteArray &name, QLatin1String what, const QString &path)
 {
     struct stat status = {};
@@ -114,7 +114,7 @@ QByteArray readAll(int descriptor, const QString &path)
         if (count == 0)
             return content;
         content.append(piece.constData(), count);
-        // It may grow while it is read.
+        // The file may grow while it is read.
         requireSize(content.size(), kRead, path);
     }
 }
@@ -129,20 +129,20 @@ std::optional<QByteArray> readRequiring(const QString &path, Requirement require
     const auto there = statusOf(name, kRead, path);
     if (!there)
         return std::nullopt;
-    // Before it is opened, since opening some devices is an act of its own.
+    // Check before opening, since opening some devices has side effects.
     requireRegular(*there, kRead, path);
     const Descriptor file(::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status = {};
     if (file.number() < 0 || ::fstat(file.number(), &status) != 0)
         failWith(errno, kRead, path);
-    // Another one may have taken its place.
+    // Check again, since another file may have taken its place.
     requireRegular(status, kRead, path);
     requirement(status, kRead, path);
     requireSize(status.st_size, kRead, path);
     return readAll(file.number(), path);
 }
 
-/// What is to be replaced: the file itself, or the one that the link leads to.
+/// The file to replace: the path itself, or the target of the link there.
 QByteArray replacedFile(const QString &path)
 {
     const QByteArray name = QFile::encodeName(path);
@@ -151,7 +151,7 @@ QByteArray replacedFile(const QString &path)
         return name;
     requireRegular(*there, kWrite, path);
     requireOwn(*there, kWrite, path);
-    // A file whose owner forbids writing would be replaced all the same.
+    // rename() would replace a read-only file as well.
     if (::access(name.constData(), W_OK) != 0)
         failWith(errno, kWrite, path);
     const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(name.constData(), nullptr), &std::free);
@@ -160,7 +160,7 @@ QByteArray replacedFile(const QString &path)
     return resolved.get();
 }
 
-/// A new file in the folder of the one that it will replace; it goes unless it is put in that place.
+/// A new file beside the one that it will replace. Removed again unless putInPlace() succeeds.
 class Replacement
 {
 public:
@@ -195,14 +195,14 @@ public:
 
     void putInPlace()
     {
-        // A file system that cannot be asked to write at once says so; all others tell what they could not write.
+        // EINVAL and ENOSYS: the file system has no fsync(). Other errors mean lost data.
         const bool isOnDisk = ::fsync(m_file.number()) == 0 || errno == EINVAL || errno == ENOSYS;
         if (!isOnDisk || !m_file.close())
             failWith(errno, kWrite, m_path);
         if (std::rename(m_name.constData(), m_replaced.constData()) != 0)
             failWith(errno, kWrite, m_path);
         m_isInPlace = true;
-        // Both contents are whole, whichever of them a crash brings back.
+        // Failure to sync the folder is harmless: after a crash the old or the new content is there, whole.
         const QByteArray folder = m_replaced.left(m_replaced.lastIndexOf('/') + 1);
         const Descriptor place(::open(folder.isEmpty() ? "." : folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (place.number() >= 0)
@@ -211,13 +211,13 @@ public:
 
 private:
     QByteArray m_replaced;
-    QString m_path; ///< as it is called in messages
+    QString m_path; ///< the path for messages
     QByteArray m_name;
     Descriptor m_file;
     bool m_isInPlace = false;
 };
 
-/// The folder, or the nearest one above it that exists.
+/// The folder of the file, or the nearest existing one above it.
 QByteArray nearestFolder(const QByteArray &file)
 {
     QString folder = QFileInfo(QFile::decodeName(file)).absolutePath();
@@ -238,7 +238,7 @@ void makePrivateFolder(const QString &path)
     if (::mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0)
         return;
     const int reason = errno;
-    // Another process may have made it in the meantime; a file in its place is no folder.
+    // Another process may have made it in the meantime. A file in its place is an error.
     if (reason != EEXIST || !QFileInfo(path).isDir())
         failWith(reason, QLatin1String("Cannot make the folder"), path);
 }
@@ -264,12 +264,12 @@ std::optional<QByteArray> readPrivateFile(const QString &path)
 
 void requireWritable(const QString &path)
 {
-    // A file in the place of the folder is told from a folder that cannot be entered.
+    // The "/." makes access() fail if the "folder" is a file.
     const QByteArray folder = nearestFolder(replacedFile(path)) + "/.";
     if (::access(folder.constData(), W_OK | X_OK) != 0)
         failWith(errno, kWrite, path);
     struct statvfs room = {};
-    // A file system without a size, as some networks have, tells nothing.
+    // Some network file systems report no size, so nothing is known about their room.
     if (::statvfs(folder.constData(), &room) == 0 && room.f_blocks > 0 && room.f_bavail == 0)
         failWith(ENOSPC, kWrite, path);
 }

@@ -31,8 +31,7 @@ QString amount(seconds duration)
     return QString();
 }
 
-/// The greatest duration that is called the same as `duration` and not longer than it, and the least longer one that is
-/// called something else.
+/// The durations with the same text as `duration`: from `begin` up to, but not including, `end`.
 struct Span {
     seconds begin;
     seconds end;
@@ -66,7 +65,7 @@ Instant nextRelativeTimeChange(Instant instant, Instant now)
 {
     if (instant <= now)
         return instant + spanOf(floor<seconds>(now - instant)).end;
-    // A time to come is called the same until less than that is left of it; "now" lasts through the instant.
+    // The text of a future instant changes when less than `begin` is left. "now" lasts one second beyond the instant.
     const Span span = spanOf(floor<seconds>(instant - now));
     return span.begin > 0s ? instant - span.begin + 1us : instant + 1s;
 }

@@ -15,8 +15,8 @@
 namespace velmora
 {
 
-/// Waits until the condition holds, looking after each `signal` of the sender. Ends as well when the
-/// stop is requested, when the sender is destroyed or after `limit`; the caller looks again at what it needs.
+/// Waits until the condition holds, and tests it after each `signal` of the sender. Also ends when the stop is
+/// requested, the sender is destroyed or `limit` has passed, so the caller must test the condition again.
 template <typename Sender, typename Signal>
 [[nodiscard]] QCoro::Task<> waitFor(Sender *sender, Signal signal, std::function<bool()> condition,
     std::stop_token stop, std::optional<std::chrono::milliseconds> limit = std::nullopt)
@@ -34,7 +34,7 @@ template <typename Sender, typename Signal>
     QTimer timer;
     timer.setSingleShot(true);
     QObject::connect(&timer, &QTimer::timeout, &timer, settle);
-    // Queued: the sender has come to rest when the waiter goes on.
+    // Queued, so that the sender has finished its work before the waiter resumes.
     QObject::connect(sender, signal, &timer, check, Qt::QueuedConnection);
     QObject::connect(sender, &QObject::destroyed, &timer, settle);
     const std::stop_callback onStop(stop, settle);

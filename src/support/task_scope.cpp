@@ -28,7 +28,7 @@ QCoro::Task<> runLogged(QCoro::Task<> task, const char *what)
 
 void launch(QCoro::Task<> task, const char *what)
 {
-    // Dropping the outer task is meant: it never throws, and it runs to its end by itself.
+    // The outer task may be dropped: it never throws, and it runs to its end by itself.
     [[maybe_unused]] const auto detached = runLogged(std::move(task), what);
 }
 

@@ -9,16 +9,15 @@
 namespace velmora
 {
 
-/// Runs a task that nobody awaits. What escapes from it is logged under `what`; a cancellation is not.
-/// This is the one way to start work without awaiting it: a task that is merely dropped runs on as well,
-/// but swallows its failure.
+/// Runs a task that no coroutine awaits. Logs its exception under `what`, except a cancellation. Use this instead of
+/// dropping a task, which would lose its exception.
 void launch(QCoro::Task<> task, const char *what);
 
-/// Owns work that nobody awaits: a member of the object for which the work is done.
+/// Owns tasks that no coroutine awaits. Make it a member of the object for which they work.
 ///
-/// The work takes stopToken() along; the end of the scope requests the stop, so that what the work
-/// waits for ends with a CancellationError. That happens after the owner is gone, so a member
-/// coroutine guards itself with a QPointer or touches no member after an await.
+/// The tasks take stopToken(). The scope's destructor requests the stop, so that their waits end with a
+/// CancellationError. They resume after the owner is destroyed, so a member coroutine guards itself with a QPointer or
+/// touches no member after an await.
 class TaskScope
 {
 public:
@@ -29,10 +28,10 @@ public:
 
     [[nodiscard]] std::stop_token stopToken() const { return m_stop.get_token(); }
     void launch(QCoro::Task<> task, const char *what) const { velmora::launch(std::move(task), what); }
-    /// Ends the work that was started so far; the scope can be used again at once.
+    /// Stops all tasks started so far. The scope can be used again at once.
     void cancelAll()
     {
-        // What is started in answer to the stop belongs to the time after it.
+        // A task that is started during request_stop() gets the new token.
         auto ended = std::exchange(m_stop, std::stop_source());
         ended.request_stop();
     }

@@ -37,8 +37,8 @@ QCoro::Task<> settle(QCoro::Task<T> work, OneShot<T> outcome)
 
 } // namespace detail
 
-/// The outcome of work that heeds no stop: a stop ends the waiting with a CancellationError, while the work
-/// goes on by itself, and what comes of it is dropped.
+/// The outcome of work that cannot be stopped. A stop ends the wait with a CancellationError; the work goes on, and its
+/// result is dropped.
 template <typename T>
 [[nodiscard]] QCoro::Task<T> unlessStopped(QCoro::Task<T> work, std::stop_token stop)
 {

@@ -9,9 +9,8 @@
 namespace velmora
 {
 
-/// An address as it was received, kept as text and parsed only when somebody opens it.
-///
-/// A list of deployments holds tens of thousands of addresses of which a person opens a handful, so
+/// An address as it was received. It is kept as text and parsed only on demand, since a list of deployments holds tens
+/// of thousands of addresses of which the user opens a handful. Equality compares the text.
 /// nothing is parsed, normalised or judged before that. Equality compares the text.
 class WebAddress
 {
@@ -26,11 +25,11 @@ public:
     [[nodiscard]] bool isEmpty() const { return m_text.isEmpty(); }
     [[nodiscard]] QUrl url() const { return QUrl(m_text, QUrl::StrictMode); }
 
-    /// Whether this is an absolute http or https address with a host: the only kind that is ever opened.
-    /// Addresses of deployments are written by whoever deploys, so they are not to be trusted.
+    /// Whether this is an absolute http or https address with a host. Only such addresses are opened, since any author
+    /// of a deployment can write any address into it.
     [[nodiscard]] bool isOpenable() const;
 
-    /// This address with one more path component; query and fragment are dropped.
+    /// This address with one more path component, without query and fragment.
     [[nodiscard]] WebAddress appendingPathComponent(const QString &component) const;
 
     friend bool operator==(const WebAddress &, const WebAddress &) = default;
