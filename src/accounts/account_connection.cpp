@@ -19,7 +19,7 @@ namespace
 
 Q_LOGGING_CATEGORY(accountsLog, "velmora.accounts", QtWarningMsg)
 
-/// The code is used up by now: a failure that passes is waited for as long as the code would have lasted.
+/// The code is used up already, so passing failures are retried until `end`, when the code would have expired.
 QCoro::Task<GitHubUser> fetchUserPatiently(GitHubClient client, QString accessToken, Instant end, std::stop_token stop)
 {
     constexpr std::chrono::seconds kPause(5);
@@ -78,7 +78,7 @@ QCoro::Task<> AccountConnection::connectAccount(std::stop_token stop)
     } catch (...) {
         failure = std::current_exception();
     }
-    // Who stopped this connection has said what holds now; another one may run already.
+    // cancel() has set the progress already, and another connection may be running.
     if (!self || stop.stop_requested())
         co_return;
     m_running.reset();
@@ -96,7 +96,7 @@ QCoro::Task<GitHubAccount> AccountConnection::authorize(std::stop_token stop)
     const auto authorization = co_await client.beginDeviceAuthorization(stop);
     const Instant end = addingSeconds(client.clock->now(), authorization.expiresIn);
     throwIfStopped(stop);
-    // A credential that could not be kept is not worth the user's way through the browser.
+    // Check this first: the user should not authorise in the browser if the credential cannot be stored.
     co_await credentialStore->prepareToSave();
     throwIfStopped(stop);
     if (!self)
@@ -107,14 +107,14 @@ QCoro::Task<GitHubAccount> AccountConnection::authorize(std::stop_token stop)
     throwIfStopped(stop);
     if (!self)
         throw CancellationError();
-    // A refresh of the same account that is under way would otherwise replace the new credential.
+    // A running refresh of the same account would otherwise replace the new credential.
     CredentialTurn turn;
     try {
         turn = co_await m_services.turns->take(user.id, CredentialUse::Connecting, stop);
     } catch (const CancellationError &) {
         throw;
     } catch (const Error &error) {
-        // The user has authorised already; losing that would be worse than what the turn protects from.
+        // Store it without the turn: losing the user's authorisation is worse than the race that the turn prevents.
         qCInfo(accountsLog).noquote() << "A credential is stored out of turn:" << error.description();
     }
     if (!self)
@@ -123,7 +123,7 @@ QCoro::Task<GitHubAccount> AccountConnection::authorize(std::stop_token stop)
     if (!self)
         throw CancellationError();
     if (stop.stop_requested() && !m_services.isListed(user.id)) {
-        // The person took it back while the keyring was being unlocked.
+        // The user cancelled while the keyring was being unlocked.
         co_await credentialStore->remove(user.id, Interaction::Forbidden);
     }
     throwIfStopped(stop);
@@ -139,7 +139,7 @@ void AccountConnection::showAuthorization(const DeviceAuthorization &authorizati
     m_isCodeCopied = m_services.pasteboard && m_services.pasteboard->setText(authorization.userCode);
     const auto urlOpener = m_services.urlOpener;
     setProgress({GitHubSessionStatus::AwaitingAuthorization, authorization, std::nullopt});
-    // An observer may have cancelled.
+    // A slot of changed() may have cancelled.
     if (urlOpener && !stop.stop_requested())
         urlOpener->open(authorization.verificationURI);
 }

@@ -20,14 +20,14 @@ class InstallationPage;
 class Pasteboard;
 class URLOpener;
 
-/// The device flow in progress, or the last one: obtains a credential for one more account, or a new
-/// one for an account that is known, and stores it. One runs at a time. Nothing here throws.
+/// The device flow in progress, or the last one. Obtains and stores a credential for a new account, or a new credential
+/// for a known account. Runs one flow at a time. Does not throw.
 class AccountConnection final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// What a connection needs. The pointers are not owned and outlive it.
+    /// The needs of a connection. The pointers are not owned and outlive it.
     struct Services {
         GitHubClient client;
         std::shared_ptr<CredentialStoring> credentialStore;
@@ -52,12 +52,12 @@ public:
 
     /// Starts a connection unless one is running.
     void start();
-    /// Ends the running connection; no message.
+    /// Ends the running connection without a message.
     void cancel();
 
 Q_SIGNALS:
-    /// The credential of the account is stored. Emitted while the right to replace it is held, and
-    /// before state() becomes `connected`.
+    /// The credential of the account is stored. Emitted while the turn to replace it is held, and before state()
+    /// becomes `connected`.
     void accountConnected(const GitHubAccount &account);
     /// state(), pendingAuthorization() or errorMessage() changed.
     void changed();

@@ -8,7 +8,7 @@
 namespace velmora
 {
 
-/// The account was not removed, because its credential could not be deleted. Tells why.
+/// The account was not removed, because its credential could not be deleted. Includes the reason.
 class AccountRemovalError final : public Error
 {
 public:

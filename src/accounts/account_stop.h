@@ -8,12 +8,12 @@
 namespace velmora
 {
 
-/// A stop for requests in the name of an account: requested as soon as the account is removed, or with the stop that it
-/// was made from. The stop outlives this object, but is not requested after it. Lives on the main thread.
+/// A stop for requests of an account. It is requested when the account is removed, or together with the stop it was
+/// made from. The token outlives this object, but is not requested afterwards. Lives on the main thread.
 class AccountStop
 {
 public:
-    /// The store is not owned and may go first.
+    /// The store is not owned and may be destroyed first.
     AccountStop(const AuthenticationStore *authentication, qint64 accountID, const std::stop_token &stop);
     AccountStop(const AccountStop &) = delete;
     AccountStop &operator=(const AccountStop &) = delete;
@@ -27,7 +27,7 @@ private:
     };
 
     std::stop_source m_source;
-    QObject m_context; ///< ends the connection to the store
+    QObject m_context; ///< its end disconnects from the store
     std::stop_callback<Forward> m_forward;
 };
 

@@ -24,7 +24,7 @@ Q_LOGGING_CATEGORY(accountsLog, "velmora.accounts", QtWarningMsg)
 
 const QString kAccountsKey = QStringLiteral("github.accounts");
 
-/// How long to wait before the credential store is asked again, by the number of rounds that failed.
+/// The pause before the next attempt to read the credential store, by the number of failed rounds.
 std::chrono::seconds retryDelay(int failedRounds)
 {
     constexpr std::array kDelays{std::chrono::seconds(5), std::chrono::seconds(15)};
@@ -32,13 +32,13 @@ std::chrono::seconds retryDelay(int failedRounds)
     return index < kDelays.size() ? kDelays[index] : std::chrono::seconds(60);
 }
 
-/// Whether the credential store may give another answer later.
+/// Whether a later attempt to read the credential may succeed.
 bool isTemporary(const std::exception_ptr &failure)
 {
     try {
         std::rethrow_exception(failure);
     } catch (const DecodingError &) {
-        return false; // it was read, and it is no credential
+        return false; // the item was read, and it is not a credential
     } catch (...) {
         return true;
     }
@@ -105,7 +105,7 @@ QCoro::Task<> AuthenticationStore::remove(qint64 accountID)
     const auto credentialStore = m_credentialStore;
     CredentialTurn turn;
     try {
-        // A refresh under way may store one more credential, which has to go as well.
+        // A running refresh may store one more credential, which must be removed too.
         turn = co_await m_turns.take(accountID, CredentialUse::Removing, std::stop_token());
     } catch (const Error &error) {
         qCInfo(accountsLog).noquote() << "A credential is removed out of turn:" << error.description();
@@ -195,8 +195,8 @@ void AuthenticationStore::adoptStoredAccounts()
     Q_EMIT sessionsChanged();
 }
 
-/// Another process has stored new credentials: what is known of the old ones is out of date. Connecting has led the
-/// user to the page of installations there, as it does here.
+/// Another process has connected accounts: drops all knowledge about their old credentials. That process has also
+/// opened the installation page, as AccountConnection does here.
 void AuthenticationStore::adoptConnections()
 {
     const QPointer<AuthenticationStore> self(this);
@@ -216,7 +216,7 @@ void AuthenticationStore::adoptConnections()
 
 void AuthenticationStore::readUnreadAccounts()
 {
-    // A restoration under way may be waiting to try again.
+    // A running restoration may be sleeping until its next attempt, so read at once.
     if (m_isRestoring)
         m_scope.launch(readStatuses(), "Reading new credentials");
     else
@@ -269,7 +269,7 @@ QCoro::Task<> AuthenticationStore::readStatuses()
         }
         if (!self)
             co_return;
-        // Whatever became of the account in the meantime is newer than this answer.
+        // A change of the account in the meantime is newer than this result.
         if (!m_unreadAccounts.contains(accountID) || (failure && isTemporary(failure)))
             continue;
         if (credential && !m_endedSessions.contains(accountID, *credential))
@@ -331,7 +331,7 @@ void AuthenticationStore::forget(qint64 accountID)
         Q_EMIT sessionsChanged();
 }
 
-/// Whatever made it good: another process, a keyring that can be read again.
+/// Another process may have renewed the credential, or the keyring may be readable again.
 void AuthenticationStore::noteGoodCredential(qint64 accountID)
 {
     const auto session = std::ranges::find(m_sessions, accountID, &GitHubAccountSession::id);

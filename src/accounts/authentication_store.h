@@ -26,40 +26,39 @@ class Pasteboard;
 class Preferences;
 class URLOpener;
 
-/// The connected GitHub identities: connects new ones through the device flow, keeps their list in
-/// the preferences and their tokens in the credential store, and hands out credentials fit for use.
+/// The connected GitHub identities: connects new ones through the device flow, keeps their list in the preferences and
+/// their tokens in the credential store, and provides valid credentials.
 ///
-/// Lives on the main thread. Nothing here throws but validCredential(). After the store is gone,
-/// whatever it waited for ends by itself. When another process changes the list of accounts in the
-/// preferences, this one follows.
+/// Lives on the main thread. Only validCredential() and remove() throw. Coroutines that are waiting when the store is
+/// destroyed end by themselves. The list follows changes that other processes make in the preferences.
 class AuthenticationStore final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// What the store needs of the platform. The pointers are not owned and outlive the store.
+    /// The needs of the store. The pointers are not owned and outlive the store.
     struct Services {
         Preferences *defaults = nullptr;
         Pasteboard *pasteboard = nullptr;
         URLOpener *urlOpener = nullptr;
         Clock *clock = nullptr;
-        InstallationPage *installationPage = nullptr; ///< which connecting an account ends on; may be absent
-        /// Where the locks are by which several processes take turns in replacing a token.
+        InstallationPage *installationPage = nullptr; ///< opened after connecting an account; may be absent
+        /// Where the processes lock against each other for replacing a token.
         CredentialLockPlaces locks;
     };
 
-    /// Restores the accounts: the list at once, as `reconnectRequired`, and the status of each as
-    /// soon as the credential store has answered, without asking the person for anything. While the
-    /// credential store cannot be read it is tried again quietly.
+    /// Restores the accounts: the list at once, with status `reconnectRequired`, and each status when the credential
+    /// store has answered, without asking the user. While the credential store cannot be read, tries again in the
+    /// background.
     AuthenticationStore(GitHubClient client, std::shared_ptr<CredentialStoring> credentialStore, Services services,
         QObject *parent = nullptr);
     ~AuthenticationStore() override;
 
-    /// The accounts by login, in the person's alphabetical order; at most one for an account id.
+    /// The accounts by login, in the alphabetical order of the user's language. Account ids are unique.
     [[nodiscard]] const QList<GitHubAccountSession> &sessions() const { return m_sessions; }
-    /// How the connection in progress, or the last one, stands.
+    /// The state of the connection in progress, or of the last one.
     [[nodiscard]] GitHubSessionStatus connectionState() const { return m_connection.state(); }
-    /// The code to be shown while the person authorises.
+    /// The code to show while the user authorises.
     [[nodiscard]] const std::optional<DeviceAuthorization> &pendingAuthorization() const
     {
         return m_connection.pendingAuthorization();
@@ -73,53 +72,50 @@ public:
     {
         return m_connection.lastConnectedAccount();
     }
-    /// Whether the credential store has been asked once for every restored account.
+    /// Whether one attempt to read every restored account's credential has ended.
     [[nodiscard]] bool isRestored() const { return m_isRestored; }
 
     /// Starts a connection unless one is running. A new credential is stored before its account is listed.
     void startConnecting() { m_connection.start(); }
-    /// Ends the running connection; no message.
+    /// Ends the running connection without a message.
     void cancelConnection() { m_connection.cancel(); }
-    /// Deletes the credential of the account, which may ask the user to unlock, and then forgets the account. While the
-    /// credential cannot be deleted, the account stays: throws AccountRemovalError.
+    /// Deletes the credential of the account, which may ask the user to unlock, and then forgets the account. Throws
+    /// AccountRemovalError if the credential cannot be deleted; the account then stays.
     [[nodiscard]] QCoro::Task<> remove(qint64 accountID);
-    /// For a request of the user that needs credentials, before it: where the credential store is locked, asks the user
-    /// once to unlock it. Does not fail; a request for which nothing was unlocked ends with the failure that
-    /// validCredential() throws.
+    /// Call it before a request of the user that needs credentials. If the credential store is locked, asks the user
+    /// once to unlock it. Does not fail: if it stays locked, validCredential() throws.
     [[nodiscard]] QCoro::Task<> unlock();
 
-    /// A credential of the account that is good for at least 300 seconds, refreshed where needed. Of
-    /// several callers, here and in other processes, one refreshes and the others find its result.
-    /// A new credential is stored before it is returned. Throws missingAccessToken when none is
-    /// stored, and whatever the store or the refresh throws.
+    /// A credential of the account that is valid for at least 300 seconds, refreshed if needed. Of several callers,
+    /// here and in other processes, one refreshes and the others get its result. Stores a new credential before
+    /// returning it. Throws missingAccessToken if none is stored, and all errors of the store or the refresh.
     ///
-    /// Throws missingRefreshToken, and asks GitHub nothing, while the stored credential is one that GitHub has
-    /// refused for good.
+    /// Throws missingRefreshToken without a request while the stored credential is one that GitHub has finally refused.
     ///
-    /// A stop ends the waiting at once, with a CancellationError, but not a request for a new token that
-    /// is under way: GitHub takes the refresh token with it, and an answer that nobody stores ends the
-    /// session. Such a request goes on and its credential is stored for the next caller. Where it cannot
-    /// be stored, it is kept in memory, and the next call begins with storing it.
+    /// A stop ends the wait at once, with a CancellationError, but not a running request for a new token: GitHub uses
+    /// up the refresh token with it, and losing its response would end the session. The request goes on, and its
+    /// credential is stored for the next caller. If it cannot be stored, it is kept in memory, and the next call tries
+    /// to store it first.
     [[nodiscard]] QCoro::Task<GitHubCredential> validCredential(qint64 accountID, std::stop_token stop = {});
 
-    /// validCredential(), and what follows from a refused token, for AuthorizedRequests. What is asked after the end
-    /// of this store is cancelled.
+    /// validCredential(), and the handling of refused tokens, for AuthorizedRequests. Throws CancellationError after
+    /// the end of this store.
     [[nodiscard]] std::shared_ptr<CredentialSource> credentials() const { return m_credentials; }
-    /// credentials(), for callers that serve several accounts in turn: see PromptCredentials.
+    /// credentials() for callers that serve several accounts in turn: see PromptCredentials.
     [[nodiscard]] std::shared_ptr<CredentialSource> promptCredentials() const { return m_promptCredentials; }
 
-    /// Whether nothing helps the account but connecting it again: it has no credential, or one that GitHub has
-    /// refused for good. Its status is `reconnectRequired` then.
+    /// Whether the account must be connected again: it has no credential, or one that GitHub has finally refused. Its
+    /// status is then `reconnectRequired`.
     [[nodiscard]] bool hasEnded(qint64 accountID) const { return m_endedAccounts.contains(accountID); }
-    /// What the user can do about the account, "Connect octo again."; nothing unless it hasEnded().
+    /// The advice to the user, "Connect octo again."; nullopt unless hasEnded().
     [[nodiscard]] std::optional<QString> advice(qint64 accountID) const;
-    /// How the failure of a request in the name of the account is told: its description, and the advice.
+    /// The text for a failed request of the account: the description of the failure, and the advice.
     [[nodiscard]] QString explain(qint64 accountID, const std::exception_ptr &failure) const;
 
-    /// Whether a refresh token is on its way to GitHub, or what came for it on its way to the credential store.
+    /// Whether a renewal is running: a request with a refresh token, or the storing of its result.
     [[nodiscard]] bool isRenewing() const { return m_renewal.isRenewing(); }
-    /// For the end of the program: no renewal begins any more, and a validCredential() that would need one
-    /// fails with a CancellationError. What is under way is finished.
+    /// For the end of the program: starts no renewal any more. A validCredential() that would need one fails with a
+    /// CancellationError. Running renewals are finished.
     void closeRenewals() { m_renewal.close(); }
 
 Q_SIGNALS:
@@ -127,8 +123,8 @@ Q_SIGNALS:
     void renewalsFinished();
     /// sessions() or hasEnded() changed.
     void sessionsChanged();
-    /// The account was connected again, here or by another process and be its record the same, or a credential
-    /// that was waited for has arrived: what failed for want of one may be tried at once.
+    /// The account was connected again, here or by another process, even if its record stays equal; or a pending
+    /// credential has arrived. Requests that failed without a credential may be sent again at once.
     void credentialChanged(qint64 accountID);
     /// connectionState, pendingAuthorization or errorMessage changed.
     void connectionChanged();
@@ -160,8 +156,8 @@ private:
     Services m_services;
     QList<GitHubAccountSession> m_sessions;
     bool m_isRestored = false;
-    bool m_isRestoring = false; ///< restoreStatuses() runs
-    QSet<qint64> m_unreadAccounts; ///< listed, but their credentials could not be read yet
+    bool m_isRestoring = false; ///< restoreStatuses() is running
+    QSet<qint64> m_unreadAccounts; ///< listed, but their credentials have not been read yet
     QSet<qint64> m_endedAccounts;
     ConnectionCounts m_connectionCounts;
     EndedSessions m_endedSessions;

@@ -14,11 +14,11 @@
 namespace velmora
 {
 
-/// Requests in the name of one account: the one place that knows what follows from a refused token.
+/// Requests of one account. The only class that handles refused tokens.
 ///
-/// A token that GitHub refuses is given up for the next one of the source, and the request is sent again, until the
-/// source has none. The token in use is kept from one request to the next, so that a series goes on with a new one.
-/// A request waits for the one of the same account that is under way, whoever has sent that.
+/// When GitHub refuses a token, asks the source for the next one and sends the request again, until the source has no
+/// more. Keeps the current token from one request to the next, so that a series of requests uses a new token at once.
+/// Each request waits until the running request of the same account, from any sender, has ended.
 class AuthorizedRequests
 {
 public:
@@ -29,8 +29,8 @@ public:
     {
     }
 
-    /// Calls `request` with an access token and returns its answer. Throws what the request or the source throws.
-    /// One request at a time; this object lives until it has ended.
+    /// Calls `request` with an access token and returns its result. Throws the errors of the request and the source.
+    /// For one request at a time. This object must outlive the request.
     template <typename T>
     [[nodiscard]] QCoro::Task<T> send(std::function<QCoro::Task<T>(QString)> request)
     {
@@ -62,7 +62,8 @@ public:
     }
 
 private:
-    /// The token in hand, a newer one of the store, a renewed one; more would be a fight between two renewers.
+    /// Enough for the current token, a newer stored one and a renewed one. More refusals mean that two processes keep
+    /// renewing against each other.
     static constexpr int kMostRefusals = 3;
 
     std::shared_ptr<CredentialSource> m_source;

@@ -69,7 +69,7 @@ void AvatarFiles::write(const WebAddress &address, const QByteArray &content, In
 void AvatarFiles::trim() const
 {
     const QDir folder(m_folder);
-    // The newest come first.
+    // Newest first.
     const auto files = folder.entryInfoList({QLatin1Char('*') + kSuffix}, QDir::Files | QDir::Hidden, QDir::Time);
     qint64 bytes = 0;
     for (qsizetype i = 0; i < files.size(); ++i) {

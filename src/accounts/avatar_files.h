@@ -12,13 +12,13 @@
 namespace velmora
 {
 
-/// Pictures of accounts on the disk, each in a file of its own that is named after a hash of its address and readable
-/// by nobody but the user. Blocks on the disk; a plain value for a thread of its own. Nothing here throws: what cannot
-/// be kept is fetched again.
+/// Pictures of accounts on the disk. Each has its own file, named after a hash of the address and accessible to the
+/// user alone. A plain value, for use on a background thread, since it blocks on the disk. Does not throw: a picture
+/// that cannot be kept is fetched again.
 class AvatarFiles
 {
 public:
-    /// What is kept at most.
+    /// Limits for all files together.
     static constexpr qsizetype kMostFiles = 64;
     static constexpr qint64 kMostBytes = 8 * 1024 * 1024;
 
@@ -30,7 +30,7 @@ public:
     explicit AvatarFiles(QString folder);
 
     [[nodiscard]] std::optional<Found> read(const WebAddress &address) const;
-    /// Keeps the picture as of `now`, and of all no more than the limits say: the oldest leave.
+    /// Stores the picture with the time `now`. Then removes the oldest files beyond the limits.
     void write(const WebAddress &address, const QByteArray &content, Instant now) const;
 
 private:

@@ -61,7 +61,7 @@ QCoro::Task<std::optional<QByteArray>> AvatarLoader::loadWith(
     const auto found = co_await readFrom(services, address);
     throwIfStopped(stop);
     const Instant now = services.clock->now();
-    // A clock that was set back must not keep a picture for ever.
+    // After a clock was set back, a picture from the "future" must not stay for ever.
     if (found && found->storedAt <= now && now - found->storedAt < kFreshFor)
         co_return found->content;
     const auto fetched = co_await fetch(services.session, address, stop);
@@ -80,7 +80,7 @@ QCoro::Task<std::optional<AvatarFiles::Found>> AvatarLoader::readFrom(Services s
         return files.read(address);
     };
     auto found = co_await runInBackground(services.pool.get(), std::move(read));
-    // Whoever writes into the folder is not GitHub.
+    // Another program may have written the file.
     if (found && (found->content.size() > kLargestPicture || !isPicture(found->content)))
         found.reset();
     co_return found;

@@ -17,23 +17,23 @@ class Clock;
 
 /// Fetches the pictures of accounts from the host that GitHub names, without a token, and keeps them on the disk.
 ///
-/// Only https addresses are asked, or http on this machine; only a PNG, JPEG, GIF or WebP picture of at most 1 MiB is
-/// taken. A picture is asked for again after a week; when that fails, the old one serves on.
+/// Fetches only from https addresses, or http on this machine. Accepts only PNG, JPEG, GIF or WebP of at most 1 MiB.
+/// Fetches a picture again after a week, and uses the old one if that fails.
 class AvatarLoader final : public AvatarLoading
 {
 public:
     static constexpr qsizetype kLargestPicture = 1024 * 1024;
 
-    /// What a session for pictures is to be made with: the size is enforced on the wire, too.
+    /// The limits of the session for pictures, so that the size is enforced during the transfer too.
     [[nodiscard]] static NetworkSession::Limits sessionLimits();
 
-    /// `folder` is where the files are kept. The clock is not owned and outlives the loader.
+    /// `folder` holds the files. The clock is not owned and outlives the loader.
     AvatarLoader(std::shared_ptr<HTTPSession> session, const QString &folder, Clock *clock);
 
     [[nodiscard]] QCoro::Task<std::optional<QByteArray>> load(WebAddress address, std::stop_token stop) override;
 
 private:
-    /// What one load needs, which may outlive the loader.
+    /// The needs of one load, which may outlive the loader.
     struct Services {
         std::shared_ptr<HTTPSession> session;
         std::shared_ptr<QThreadPool> pool; ///< one thread, for the disk
@@ -50,10 +50,10 @@ private:
     Services m_services;
 };
 
-/// Whether a picture may be fetched from there.
+/// Whether pictures may be fetched from this address.
 [[nodiscard]] bool isAvatarAddress(const WebAddress &address);
 
-/// Whether the bytes begin like a picture of one of the kinds that are shown.
+/// Whether the content begins with the signature of a supported picture format.
 [[nodiscard]] bool isPicture(QByteArrayView content);
 
 } // namespace velmora

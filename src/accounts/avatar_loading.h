@@ -12,14 +12,13 @@
 namespace velmora
 {
 
-/// Where the pictures of accounts come from.
+/// The source of the pictures of accounts.
 class AvatarLoading
 {
 public:
     virtual ~AvatarLoading() = default;
 
-    /// The picture at the address, encoded as it came; nothing when there is none to be had, for whatever reason.
-    /// Throws CancellationError on a stop, and nothing else.
+    /// The encoded picture at the address; nullopt on any failure. Throws only CancellationError, on a stop.
     [[nodiscard]] virtual QCoro::Task<std::optional<QByteArray>> load(WebAddress address, std::stop_token stop) = 0;
 };
 

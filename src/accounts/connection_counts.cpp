@@ -21,7 +21,7 @@ QString ConnectionCounts::key()
     return QStringLiteral("github.connections");
 }
 
-/// Each entry is the account and its count, "42:3". What cannot be read counts as nothing.
+/// An entry is the account and its count, "42:3". Malformed entries are ignored.
 QHash<qint64, qint64> ConnectionCounts::stored() const
 {
     QHash<qint64, qint64> counts;

@@ -10,8 +10,8 @@ namespace velmora
 
 class Preferences;
 
-/// How often each account was connected, kept in the preferences: how other processes learn that an
-/// account was connected again although its record is the same.
+/// Counts the connections of each account in the preferences. They show other processes that an account was connected
+/// again although its record stayed equal.
 class ConnectionCounts
 {
 public:
@@ -21,9 +21,9 @@ public:
     /// The preference that changes with every connection.
     [[nodiscard]] static QString key();
 
-    /// One more connection of the account, made by this process.
+    /// Counts one more connection, made by this process.
     void increase(qint64 accountID);
-    /// The accounts that other processes have connected since the last call.
+    /// The accounts whose counts other processes have changed since the last call.
     [[nodiscard]] QList<qint64> takeChanged();
 
 private:

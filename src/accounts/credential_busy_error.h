@@ -8,20 +8,20 @@
 namespace velmora
 {
 
-/// What the right to replace a credential is used for.
+/// Why the turn to replace a credential is held.
 enum class CredentialUse {
     Renewing,
     Connecting,
     Removing,
 };
 
-/// The right to replace the credential of an account could not be had in time.
+/// The turn to replace the credential of an account did not become free in time.
 class CredentialBusyError final : public Error
 {
 public:
-    /// Another process has the right.
+    /// Another process holds the turn.
     static CredentialBusyError otherProcess() { return CredentialBusyError(std::nullopt); }
-    /// This process uses it for something else.
+    /// This process holds the turn for something else.
     static CredentialBusyError inUse(CredentialUse use) { return CredentialBusyError(use); }
 
     [[nodiscard]] QString description() const override;
@@ -38,7 +38,7 @@ private:
     {
     }
 
-    std::optional<CredentialUse> m_use; ///< of this process; absent: another process
+    std::optional<CredentialUse> m_use; ///< the use in this process; absent: another process
 };
 
 } // namespace velmora

@@ -8,8 +8,8 @@
 namespace velmora
 {
 
-/// Enough of a hash, in hexadecimal digits, to tell the credentials of one account apart. No token can be found from
-/// it, so it may stand in a file.
+/// Part of a hash, in hexadecimal digits, that tells the credentials of one account apart. It reveals no token, so it
+/// may be written to a file.
 [[nodiscard]] QByteArray fingerprint(const GitHubCredential &credential);
 
 } // namespace velmora

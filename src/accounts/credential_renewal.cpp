@@ -12,7 +12,7 @@ namespace velmora
 namespace
 {
 
-/// A credential with less than this left is renewed before use.
+/// A credential with less time left is renewed before use.
 constexpr std::chrono::seconds kLeastRemainingTime(300);
 
 constexpr int kUnauthorized = 401;
@@ -141,7 +141,7 @@ QCoro::Task<GitHubCredential> CredentialRenewal::renewedCredential(
     if (!self)
         throw CancellationError();
     if (!renewal.replaced && isFitForUse(accountID, renewal.credential)) {
-        // Another caller or process has renewed it while this caller waited.
+        // Another caller or process renewed it while this caller waited.
         renewal.turn->release();
         Q_EMIT credentialFound(accountID);
         co_return GitHubCredential(renewal.credential);
@@ -160,7 +160,7 @@ QCoro::Task<GitHubCredential> CredentialRenewal::renewedCredential(
     co_return credential;
 }
 
-/// Throws when the token that GitHub refused came from a renewal that was to mend a refusal.
+/// Throws if the refused token came from a renewal after an earlier refusal: another renewal would not help.
 void CredentialRenewal::heedRefusal(Renewal &renewal, const QString &refusedToken)
 {
     const GitHubCredential current = renewal.credential;
@@ -173,8 +173,8 @@ void CredentialRenewal::heedRefusal(Renewal &renewal, const QString &refusedToke
     m_refusedTokens.insert(renewal.accountID, refusedToken);
 }
 
-/// Throws when a program was ended in the middle of replacing this credential: its refresh token may be used up, and
-/// is not sent again.
+/// Throws if a program was killed while it replaced this credential: its refresh token may be used up and must not be
+/// sent again.
 void CredentialRenewal::heedInterruption(const Renewal &renewal)
 {
     if (renewal.replaced || !renewal.turn->wasBeingReplaced(renewal.credential))
@@ -203,7 +203,7 @@ QCoro::Task<CredentialRenewal::Renewal> CredentialRenewal::preparedRenewal(qint6
     if (unsaved == m_unsavedCredentials.constEnd())
         throw GitHubClientError::missingAccessToken(); // removed in the meantime
     if (stored && *stored != unsaved->replaced) {
-        // Another process has stored one that is newer.
+        // Another process has stored a newer credential.
         m_unsavedCredentials.remove(accountID);
         renewal.credential = *stored;
         co_return renewal;
@@ -252,8 +252,8 @@ QCoro::Task<GitHubCredential> CredentialRenewal::refreshed(Renewal renewal)
     std::exception_ptr failure;
     renewal.turn->beginReplacing(current);
     try {
-        // No caller's stop comes along: from here on the refresh token may be used up, and an answer that is
-        // not stored would end the session.
+        // Without the caller's stop: from here on the refresh token may be used up, and losing the response would end
+        // the session.
         const auto fresh = co_await client.refresh(current);
         renewal.credential = fresh;
     } catch (...) {
@@ -262,12 +262,12 @@ QCoro::Task<GitHubCredential> CredentialRenewal::refreshed(Renewal renewal)
     if (failure)
         renewal.turn->endReplacing();
     if (failure && isFinalRefusal(failure)) {
-        // A process that shares the keyring but not the lock may have used the refresh token before.
+        // A process that shares the keyring but not the lock may have used the refresh token first.
         std::optional<GitHubCredential> stored;
         try {
             stored = co_await renewal.credentialStore->load(renewal.accountID);
         } catch (const Error &) {
-            // The refusal is the failure to tell of.
+            // Report the refusal instead.
         }
         if (stored && *stored != current && lastsLongEnough(*stored, client.clock->now()))
             co_return GitHubCredential(*stored);

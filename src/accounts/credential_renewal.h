@@ -18,16 +18,16 @@
 namespace velmora
 {
 
-/// Hands out credentials that are fit for use, renewing those that are about to expire or were refused.
+/// Provides valid credentials, and renews those that are about to expire or were refused.
 ///
-/// Knows no list of accounts: it tells by signals what it finds out about one. A renewal that has begun
-/// is finished and stored even when this object has gone.
+/// Does not know the list of accounts; reports its findings about an account by signals. A renewal that has begun is
+/// finished and stored even if this object is destroyed.
 class CredentialRenewal final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// What a renewal needs. The pointers are not owned and outlive this object.
+    /// The needs of a renewal. The pointers are not owned and outlive this object.
     struct Services {
         GitHubClient client;
         std::shared_ptr<CredentialStoring> credentialStore;
@@ -38,61 +38,62 @@ public:
 
     explicit CredentialRenewal(Services services, QObject *parent = nullptr);
 
-    /// See AuthenticationStore::validCredential(), but that reading from the credential store heeds no stop.
+    /// See AuthenticationStore::validCredential(). Unlike there, a stop does not interrupt reading the credential
+    /// store.
     [[nodiscard]] QCoro::Task<GitHubCredential> validCredential(qint64 accountID, std::stop_token stop);
 
-    /// GitHub answered 401 to this access token. Looks at the credential store once: another credential there is
-    /// returned, else the refused one is renewed, once; where that does not help either, the session has ended.
+    /// Call it when GitHub has answered 401 to this access token. Reads the credential store once. Returns the
+    /// credential there if it is another one, else renews the refused one, once. If the renewed one is refused too, the
+    /// session has ended.
     [[nodiscard]] QCoro::Task<GitHubCredential> credentialAfterRefusal(
         qint64 accountID, QString refusedToken, std::stop_token stop);
 
     /// GitHub accepted this access token.
     void noteAccepted(qint64 accountID, const QString &accessToken);
 
-    /// The account was removed or connected again: nothing is kept for it, and what a renewal under way
-    /// brings is neither stored nor told.
+    /// Call it when the account was removed or connected again. Drops all data about it. The result of a running
+    /// renewal is neither stored nor announced.
     void supersede(qint64 accountID);
 
-    /// Whether a renewal is under way: GitHub may have taken the refresh token, and its answer is not stored yet.
+    /// Whether a renewal is running: GitHub may have used up a refresh token whose replacement is not stored yet.
     [[nodiscard]] bool isRenewing() const { return m_renewalsUnderWay > 0; }
-    /// Begins no renewal any more: a caller who would need one fails with a CancellationError. One that is
-    /// under way is finished.
+    /// Starts no renewal any more: a caller that needs one gets a CancellationError. Running renewals are finished.
     void close() { m_isClosed = true; }
 
 Q_SIGNALS:
     /// isRenewing() became false.
     void renewalsFinished();
-    /// The credential store has a credential of the account that is fit for use.
+    /// The credential store has a valid credential of the account.
     void credentialFound(qint64 accountID);
-    /// A renewal began, ended well, or failed in a way that a later try may mend.
+    /// A renewal began, succeeded, or failed in a way that a later attempt may mend.
     void statusChanged(qint64 accountID, GitHubSessionStatus status);
-    /// There is no credential of the account with which anything could be tried: it waits to be connected again.
+    /// The account has no usable credential and must be connected again.
     void sessionEnded(qint64 accountID);
 
 private:
-    /// A credential that GitHub granted and that could not be stored. The one it replaces is dead, so
-    /// this is the only place that has a working one.
+    /// A credential that GitHub granted and that could not be stored. The replaced one is invalid, so this is the only
+    /// copy of a valid one.
     struct UnsavedCredential {
         GitHubCredential replaced;
         GitHubCredential fresh;
     };
 
-    /// One renewal of a credential: outlives the callers that wait for it and, once GitHub was asked,
-    /// the object that began it.
+    /// One renewal of a credential. Outlives the callers that wait for it and, once the request is sent, the object
+    /// that began it.
     struct Renewal {
         QPointer<CredentialRenewal> owner;
         GitHubClient client;
         std::shared_ptr<CredentialStoring> credentialStore;
         std::shared_ptr<CredentialTurn> turn;
         qint64 accountID = 0;
-        int era = 0; ///< of the account when it began
+        int era = 0; ///< the account's era when the renewal began
         std::optional<GitHubCredential> replaced; ///< present: `credential` replaced it and is not stored yet
         GitHubCredential credential;
         bool wasRefused = false; ///< GitHub answered 401 to `credential`
 
         [[nodiscard]] bool isSuperseded() const;
         void updateStatus(GitHubSessionStatus status) const;
-        /// Tells how it ended; `failure` is null when it ended well.
+        /// Reports the outcome. `failure` is null after success.
         void conclude(const GitHubCredential &fresh, const std::exception_ptr &failure) const;
     };
 
@@ -112,7 +113,7 @@ private:
     Services m_services;
     QHash<qint64, UnsavedCredential> m_unsavedCredentials;
     QHash<qint64, int> m_eras; ///< how often each account was superseded
-    QHash<qint64, QString> m_refusedTokens; ///< by account: the access token that GitHub refused last
+    QHash<qint64, QString> m_refusedTokens; ///< by account: the last access token that GitHub refused
     /// By account: the access token that replaced a refused one, until GitHub has accepted it.
     QHash<qint64, QString> m_unprovenTokens;
     int m_renewalsUnderWay = 0;

@@ -13,18 +13,18 @@ class CredentialStoreError final : public Error
 {
 public:
     enum class Case {
-        Keychain, ///< the keyring answered with the status
-        InvalidData, ///< an item was found that holds no data
+        Keychain, ///< the keyring failed with the status
+        InvalidData, ///< the item holds no data
     };
 
     /// Statuses of Case::Keychain.
     enum Status : qint32 {
-        Locked = 1, ///< locked, and the user may not be asked
+        Locked = 1, ///< locked, and asking the user is not allowed
         Dismissed = 2, ///< the user was asked to unlock and declined
         NoProvider = 3, ///< no Secret Service on the bus, and none that can be started
         ProviderEnded = 4, ///< the provider ended before it answered
-        Failed = 5, ///< anything else
-        NotAnswering = 6, ///< the provider runs and does not answer
+        Failed = 5, ///< any other failure
+        NotAnswering = 6, ///< the provider runs but does not answer
     };
 
     static CredentialStoreError keychain(qint32 status, QString detail = {});
@@ -32,7 +32,7 @@ public:
 
     [[nodiscard]] Case errorCase() const { return m_case; }
     [[nodiscard]] qint32 status() const { return m_status; }
-    /// Tells the user what to do about it.
+    /// Includes advice for the user.
     [[nodiscard]] QString description() const override;
     [[nodiscard]] const char *what() const noexcept override { return "velmora::CredentialStoreError"; }
 

@@ -24,7 +24,7 @@ constexpr std::chrono::milliseconds kLongestWait = 15s;
 constexpr std::chrono::milliseconds kFirstPause = 50ms;
 constexpr std::chrono::milliseconds kLongestPause = 500ms;
 
-/// The files of one account, in the order in which they are tried.
+/// The lock files of one account, in the order of preference.
 QStringList lockPaths(const CredentialLockPlaces &places, qint64 accountID)
 {
     const QString service = QString::fromLatin1(QUrl::toPercentEncoding(places.keyringService));
@@ -35,7 +35,7 @@ QStringList lockPaths(const CredentialLockPlaces &places, qint64 accountID)
     return paths;
 }
 
-/// Waits without limit until the lock is free. Nothing tells when that is, so it is tried in between.
+/// Waits without limit for the lock. Polls, since nothing announces its release.
 QCoro::Task<std::shared_ptr<FileLock>> acquire(QString path, Clock *clock, std::stop_token stop)
 {
     makePrivateFolder(QFileInfo(path).absolutePath());
@@ -49,7 +49,7 @@ QCoro::Task<std::shared_ptr<FileLock>> acquire(QString path, Clock *clock, std::
     co_return lock;
 }
 
-/// Waits for the lock on the first of the files that can be locked at all; no file: no lock.
+/// Waits for the lock on the first file that can be locked at all. Returns null without paths.
 QCoro::Task<std::shared_ptr<FileLock>> acquireFirst(QStringList paths, Clock *clock, std::stop_token stop)
 {
     std::exception_ptr failure;
@@ -76,7 +76,7 @@ CredentialTurn::CredentialTurn(AsyncMutex::Lock lock, std::shared_ptr<FileLock> 
 
 void CredentialTurn::release()
 {
-    // The file first: the next caller in this process asks for it at once.
+    // Release the file first: the next caller in this process tries to lock it at once.
     m_processLock.reset();
     m_lock.release();
 }
@@ -108,7 +108,7 @@ CredentialTurnTrace lookAtTurn(const CredentialLockPlaces &places, qint64 accoun
             const auto lock = FileLock::tryLock(path);
             return {!lock, lock ? lock->note() : QByteArray()};
         } catch (const FileError &) {
-            // Then the next one is used.
+            // take() would use the next file too.
         }
     }
     return {};

@@ -16,7 +16,7 @@ namespace velmora
 
 class FileLock;
 
-/// The right to replace the credential of one account. Held until it is destroyed or released.
+/// The exclusive turn to replace the credential of one account. Held until it is destroyed or released.
 class CredentialTurn
 {
 public:
@@ -25,12 +25,13 @@ public:
 
     void release();
 
-    /// This credential is about to be replaced: GitHub may take its refresh token, which works only once. A holder
-    /// that is killed from here on leaves that to the next one. Needs the lock between processes.
+    /// Records in the lock file that the refresh token of this credential may be used up from now on. If this process
+    /// is killed, the next holder finds out with wasBeingReplaced(). Needs the lock between processes.
     void beginReplacing(const GitHubCredential &credential);
-    /// It is replaced and stored, or is as good as before.
+    /// Removes the record: the new credential is stored, or the replacement has failed.
     void endReplacing();
-    /// Whether a holder was killed, or has not stored the new one, since it began to replace this credential.
+    /// Whether an earlier holder recorded the replacement of this credential and did not finish it: it was killed, or
+    /// could not store the new one.
     [[nodiscard]] bool wasBeingReplaced(const GitHubCredential &credential) const;
 
 private:
@@ -38,41 +39,41 @@ private:
     std::shared_ptr<FileLock> m_processLock;
 };
 
-/// Where the locks are by which processes take turns.
+/// The places of the locks between processes.
 struct CredentialLockPlaces {
-    /// The first folder in which a lock can be made is used. Without one turns hold in this process only.
+    /// The first folder that allows a lock is used. Without folders, turns hold within this process only.
     QStringList folders;
-    /// What the credentials are filed under: processes that share it share the locks.
+    /// The keyring service of the credentials: processes that share it share the locks.
     QString keyringService;
 };
 
-/// What a look at the turn of an account tells.
+/// The state of an account's turn, seen from outside.
 struct CredentialTurnTrace {
-    bool isTaken = false; ///< a process has the turn
-    QByteArray replaced; ///< fingerprint of the credential whose replacement was begun and not finished; else empty
+    bool isTaken = false; ///< a process holds the turn
+    QByteArray replaced; ///< fingerprint of the credential whose replacement was begun but not finished; else empty
 };
 
-/// Looks without taking the turn, and makes no file. One that is taken says nothing of what is replaced.
+/// Reads the state without waiting and without creating a file. `replaced` is empty while the turn is taken.
 [[nodiscard]] CredentialTurnTrace lookAtTurn(const CredentialLockPlaces &places, qint64 accountID);
 
-/// Lets one at a time replace the credential of an account, in this process and among all that share
-/// the locks. A refresh token works only once, so two must never use the same.
+/// Grants the turn to replace the credential of an account to one holder at a time, among all processes that share the
+/// locks. A refresh token works only once, so it must not be sent twice.
 class CredentialTurns
 {
 public:
     /// `clock` is not owned.
     CredentialTurns(CredentialLockPlaces places, Clock *clock);
 
-    /// Waits for the turn, at most 15 seconds; then throws CredentialBusyError, which names what it waited
-    /// for. A stop ends the waiting with a CancellationError. Throws FileError when no lock can be made. A turn
-    /// outlives this object.
+    /// Waits for the turn for at most 15 seconds, then throws CredentialBusyError, which names the current use. A stop
+    /// ends the wait with a CancellationError. Throws FileError if no lock file can be used. A turn may outlive this
+    /// object.
     [[nodiscard]] QCoro::Task<CredentialTurn> take(qint64 accountID, CredentialUse use, std::stop_token stop);
 
 private:
-    /// Of one account in this process.
+    /// The turn of one account within this process.
     struct Seat {
         AsyncMutex mutex;
-        std::shared_ptr<CredentialUse> use = std::make_shared<CredentialUse>(); ///< of who holds the mutex
+        std::shared_ptr<CredentialUse> use = std::make_shared<CredentialUse>(); ///< the use by the holder of the mutex
     };
 
     CredentialLockPlaces m_places;

@@ -21,7 +21,7 @@ Q_LOGGING_CATEGORY(accountsLog, "velmora.accounts", QtWarningMsg)
 const QString kOwnerKey = QStringLiteral("hosts.earlierOwner");
 const QString kAccountsKey = QStringLiteral("github.accounts");
 
-/// Every key that earlier versions wrote for accounts.
+/// All keys that earlier versions wrote for accounts.
 const QStringList &earlierKeys()
 {
     static const QStringList keys{kAccountsKey, QStringLiteral("github.connections"),
@@ -31,7 +31,7 @@ const QStringList &earlierKeys()
     return keys;
 }
 
-/// One key for each account, so that two processes which forget at the same time take nothing from each other.
+/// One key for each account, so that two processes can each remove an entry at the same time.
 QString inheritedKey(qint64 accountID)
 {
     return QStringLiteral("hosts.earlierToken.%1").arg(accountID);
@@ -71,7 +71,7 @@ void moveCache(const QString &folder, const LoginOrigin &owner)
     } catch (const Error &error) {
         qCInfo(accountsLog).noquote() << error.description();
     }
-    // Without its new place it would be shown as github.com's; GitHub has the original.
+    // If it cannot be moved, github.com's list would show it: delete it, since GitHub has the original.
     if (!QFile::rename(folder + name, owner.folderIn(folder) + name))
         QFile::remove(folder + name);
 }
@@ -85,7 +85,7 @@ void fileEarlierProfile(Preferences *preferences, const QString &cacheFolder, co
     if (!isThere || earlierOwner(*preferences))
         return;
     if (!owner.isGitHub()) {
-        // First what can be repeated. The preferences are written together.
+        // Start with the steps that can be repeated after a crash. The preferences are written in one step.
         moveCache(cacheFolder, owner);
         rememberTokens(preferences);
         moveValues(preferences, owner);

@@ -10,25 +10,25 @@ namespace velmora
 
 class Preferences;
 
-/// Which credentials GitHub has refused for good, so that nothing is tried with them any more, here, in
-/// other processes and after a restart. An account whose credential is another one is never meant.
+/// The credentials that GitHub has finally refused. They are not used any more, in any process and after a restart. A
+/// newer credential of the same account is not affected.
 ///
-/// Of a refused credential the preferences keep a few bytes of a hash, from which no token can be found.
+/// The preferences hold only a few bytes of a hash of each, which reveal no token.
 class EndedSessions
 {
 public:
     /// `preferences` is not owned.
     explicit EndedSessions(Preferences *preferences);
 
-    /// The preference that names them, a list.
+    /// The preference that holds the list.
     [[nodiscard]] static QString key();
-    /// Whether this credential of the account is among those that the list names.
+    /// Whether the list contains this credential of the account.
     [[nodiscard]] static bool isNamed(const QStringList &entries, qint64 accountID, const GitHubCredential &credential);
 
-    /// Whether this credential of the account was refused for good.
+    /// Whether this credential of the account was finally refused.
     [[nodiscard]] bool contains(qint64 accountID, const GitHubCredential &credential) const;
     void add(qint64 accountID, const GitHubCredential &credential);
-    /// Forgets what was refused for the account.
+    /// Forgets the refused credential of the account.
     void remove(qint64 accountID);
 
 private:

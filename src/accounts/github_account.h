@@ -11,16 +11,16 @@
 namespace velmora
 {
 
-/// A connected identity, as it is remembered between two runs.
+/// A connected identity, as remembered between two runs.
 struct GitHubAccount {
-    qint64 id = 0; ///< GitHub's user id: the key of everything that belongs to an account
+    qint64 id = 0; ///< GitHub's user id: the key of all data of the account
     QString login;
     std::optional<WebAddress> avatarURL;
 
     friend bool operator==(const GitHubAccount &, const GitHubAccount &) = default;
 };
 
-/// How an account, or the connection in progress, stands. Never stored.
+/// The state of an account, or of the connection in progress. Never stored.
 enum class GitHubSessionStatus {
     Disconnected,
     RequestingCode,
@@ -30,10 +30,10 @@ enum class GitHubSessionStatus {
     ReconnectRequired,
 };
 
-/// The case's name, "reconnectRequired" for instance.
+/// The name of the case, "reconnectRequired" for instance.
 [[nodiscard]] QString rawValue(GitHubSessionStatus status);
 
-/// What is shown of one account.
+/// An account and its current status, for display.
 struct GitHubAccountSession {
     GitHubAccount account;
     GitHubSessionStatus status = GitHubSessionStatus::Disconnected;

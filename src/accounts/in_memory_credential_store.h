@@ -8,7 +8,7 @@
 namespace velmora
 {
 
-/// Credentials that end with the program: for the demo and the tests.
+/// Keeps credentials until the program ends: for the demo and the tests.
 class InMemoryCredentialStore final : public CredentialStoring
 {
 public:

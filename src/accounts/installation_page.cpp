@@ -10,7 +10,7 @@ namespace velmora
 namespace
 {
 
-/// To choose an account and its repositories takes minutes, all the more where the owner of an organisation is asked.
+/// Choosing an account and its repositories takes minutes, longer if the owner of an organisation must approve.
 constexpr std::chrono::minutes kWhile{15};
 
 } // namespace
@@ -37,7 +37,7 @@ bool InstallationPage::wasOpenedLately() const
 {
     if (!m_openedAt)
         return false;
-    // Negative when the clock was set back: then it is not known how long ago it was.
+    // Negative if the clock was set back: the real age is then unknown.
     const auto age = m_clock->now() - *m_openedAt;
     return age >= age.zero() && age < kWhile;
 }

@@ -12,10 +12,10 @@ namespace velmora
 class Clock;
 class URLOpener;
 
-/// GitHub's page on which the App is installed on an account or organisation.
+/// GitHub's page for installing the App on an account or organisation.
 ///
-/// Every part of the program that sends the user there does it here. So it is known for a while that the App may be
-/// installed at any moment.
+/// Every part of the program opens the page through this object, so that others know for a while that an installation
+/// may appear at any moment.
 class InstallationPage
 {
 public:
@@ -24,11 +24,11 @@ public:
 
     [[nodiscard]] const WebAddress &address() const { return m_address; }
 
-    /// Opens the page in the browser. False when no browser could be started; the user may still go there by hand, so
-    /// that the page counts as opened.
+    /// Opens the page in the browser. Returns false if no browser could be started. Counts as opened anyway, since the
+    /// user may go there by hand.
     bool open();
 
-    /// Another process has opened the page.
+    /// Call it when another process has opened the page.
     void noteOpened();
 
     /// Whether the page was opened in the last 15 minutes.

@@ -17,13 +17,13 @@ namespace
 
 using Operation = SecretOperation;
 
-/// How many more sessions are tried when a secret does not get through one.
+/// The number of new sessions to try if a secret does not get through.
 constexpr int kFurtherSessions = 2;
 
-/// What there is of an account, and what stands before it.
+/// The items of an account, and the obstacles.
 struct Found {
     SecretItems items;
-    SecretProxies locked; ///< what would have to be unlocked to reach all of them
+    SecretProxies locked; ///< must be unlocked to reach all items
 };
 
 [[noreturn]] void throwLocked()
@@ -46,7 +46,7 @@ GReference<GDBusProxy> proxyOf(SecretCollection *collection)
     return GReference<GDBusProxy>::share(G_DBUS_PROXY(collection));
 }
 
-/// The item that counts when several match: one that can be read, and of those the latest.
+/// The item to use if several match: an unlocked one before locked ones, then the latest.
 GReference<SecretItem> preferred(const SecretItems &items)
 {
     const auto rank = [](const GReference<SecretItem> &item) {
@@ -88,14 +88,15 @@ QCoro::Task<Found> lookUp(Operation operation)
     }
     if (!found.items.isEmpty())
         co_return found;
-    // Some providers show nothing of what is in a locked collection.
+    // Some providers hide the items of a locked collection.
     const auto collection = co_await lockedDefaultCollection(operation);
     if (collection)
         found.locked.append(collection);
     co_return found;
 }
 
-/// Where the user may be asked, what is open all the same is unlocked with everything else.
+/// lookUp(), after opening wallets that need no question. Skipped if the user may be asked, since that unlocks them
+/// too.
 QCoro::Task<Found> find(Operation operation)
 {
     Found found = co_await lookUp(operation);
@@ -107,7 +108,7 @@ QCoro::Task<Found> find(Operation operation)
     co_return found;
 }
 
-/// Takes from the objects those that the user has been asked for already, and notes the others.
+/// The objects that the user has not been asked to unlock yet. Adds them to `asked`.
 SecretProxies notYetAsked(const SecretProxies &objects, QSet<QByteArray> &asked)
 {
     SecretProxies remaining;
@@ -126,7 +127,7 @@ QCoro::Task<SecretItems> openedItems(Operation operation)
 {
     QSet<QByteArray> asked;
     Found found = co_await find(operation);
-    // A collection may show items, once it is open, that have to be unlocked one by one.
+    // An unlocked collection may reveal items that are locked one by one.
     while (!found.locked.isEmpty()) {
         if (operation.interaction == Interaction::Forbidden)
             throwLocked();
@@ -139,7 +140,7 @@ QCoro::Task<SecretItems> openedItems(Operation operation)
     co_return SecretItems(found.items);
 }
 
-/// What keeps the credentials of the accounts from being loaded.
+/// The locked objects that prevent loading the credentials of the accounts.
 QCoro::Task<SecretProxies> obstacles(QList<Operation> operations)
 {
     SecretProxies locked;
@@ -151,7 +152,7 @@ QCoro::Task<SecretProxies> obstacles(QList<Operation> operations)
     co_return locked;
 }
 
-/// `operations`: one for each account, of one store.
+/// `operations`: one for each account, all of one store.
 QCoro::Task<> unlockAll(QList<Operation> operations)
 {
     if (operations.isEmpty())
@@ -183,7 +184,7 @@ QCoro::Task<> prepare(Operation operation)
     co_await unlockProxies(operation, locked);
 }
 
-/// A new item would be stored in the default collection. Without one the provider asks for the password of a new one.
+/// Throws Locked if there is no default collection for a new item, since the provider would ask for its password.
 QCoro::Task<> requireDefaultCollection(Operation operation)
 {
     const auto collection = co_await defaultCollection(operation);
@@ -202,7 +203,7 @@ QCoro::Task<> saveCredential(Operation operation, GitHubCredential credential)
         collection = collectionOf(preferred(items));
     auto secret = encoded(credential);
     co_await storeSecret(operation, collection, std::move(secret));
-    // Copies in other collections would come back one day as outdated credentials.
+    // Copies in other collections could later be taken for the current credential.
     for (const auto &item : items) {
         if (collectionOf(item) != collection)
             co_await deleteItem(operation, item);
@@ -236,7 +237,7 @@ QCoro::Task<> removeCredential(Operation operation)
         co_await deleteItem(operation, item);
 }
 
-/// KWallet misreads about one session in a hundred: those in which a key begins with a byte of zeros.
+/// Whether a new session may help. KWallet fails in about one session in a hundred, when a key begins with a zero byte.
 bool mayBeOfSession(const CredentialStoreError &error)
 {
     return error == CredentialStoreError::keychain(CredentialStoreError::Failed);
@@ -259,7 +260,7 @@ SecretOperation KeychainCredentialStore::operation(qint64 accountID, Interaction
 
 QCoro::Task<> KeychainCredentialStore::prepareToSave()
 {
-    // It is about no account in particular.
+    // This operation concerns no particular account.
     const Operation asking = operation(0, Interaction::Allowed);
     co_await prepare(asking);
 }

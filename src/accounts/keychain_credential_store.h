@@ -14,15 +14,15 @@ namespace velmora
 class SecretServiceConnection;
 struct SecretOperation;
 
-/// Credentials in the Secret Service of the desktop: one item for each account, attributes "service" and
-/// "account" (the id in decimal), the secret being the credential as one line of JSON. Nowhere else, ever.
+/// Keeps credentials in the Secret Service of the desktop, and nowhere else: one item for each account, with the
+/// attributes "service" and "account" (the id in decimal). The secret is the credential as one line of JSON.
 ///
-/// Needs an event loop on top of GLib's (no QT_NO_GLIB). An operation under way goes on, and ends as it
-/// would have, when the store is destroyed.
+/// Needs an event loop on top of GLib's (no QT_NO_GLIB). Running operations continue normally after the store is
+/// destroyed.
 class KeychainCredentialStore final : public CredentialStoring
 {
 public:
-    /// `patience`: how long the provider may take for an answer that needs no user. After that an operation fails with
+    /// `patience`: the longest time for an answer of the provider that needs no user. After it an operation fails with
     /// NotAnswering, unless it waits for the user.
     explicit KeychainCredentialStore(QString service, std::chrono::milliseconds patience = std::chrono::seconds(10));
     ~KeychainCredentialStore() override;

@@ -7,7 +7,7 @@ namespace velmora
 namespace
 {
 
-/// -1 for none, and for the one that the scheme implies.
+/// The port, or -1 if it is absent or the default of the scheme.
 int ownPort(const QUrl &url)
 {
     const bool isSecure = url.scheme() == QLatin1String("https");
@@ -30,7 +30,7 @@ LoginOrigin::LoginOrigin(const QUrl &login)
     origin.setHost(login.host());
     origin.setPort(ownPort(login));
     m_text = origin.toString(QUrl::FullyEncoded);
-    // Neither a scheme nor a host contains the sign between the parts.
+    // Schemes and hosts here contain no '+', so the names of two origins differ.
     m_folderName = origin.scheme() + QLatin1Char('+') + origin.host(QUrl::FullyEncoded);
     if (origin.port() >= 0)
         m_folderName += QStringLiteral("+%1").arg(origin.port());

@@ -18,13 +18,13 @@ struct VariantDeleter {
 };
 using Variant = std::unique_ptr<GVariant, VariantDeleter>;
 
-/// Where something of a provider is called.
+/// A D-Bus object of the provider and its interface.
 struct Object {
     QByteArray path;
     const char *interface = nullptr;
 };
 
-/// The reply of the provider, of the type; null when it fails. Takes over floating parameters.
+/// The provider's reply of the given type, null if the call fails. Takes ownership of floating parameters.
 QCoro::Task<Variant> callProvider(
     SecretOperation operation, Object object, const char *method, GVariant *parameters, const char *type)
 {
@@ -38,7 +38,7 @@ QCoro::Task<Variant> callProvider(
     co_return reply;
 }
 
-/// The interface of KWallet; without a path when the provider is another one.
+/// KWallet's object. The path is empty if the provider is another one.
 QCoro::Task<Object> walletsOf(SecretOperation operation)
 {
     Object wallets;
@@ -54,7 +54,7 @@ QCoro::Task<Object> walletsOf(SecretOperation operation)
     co_return wallets;
 }
 
-/// The name of the wallet that the collection stands for; empty when there is no such collection.
+/// The name of the wallet behind the collection, empty if there is no such collection.
 QCoro::Task<QByteArray> walletName(SecretOperation operation, QByteArray collectionPath)
 {
     Object collection;
@@ -84,7 +84,8 @@ QCoro::Task<bool> isOpen(SecretOperation operation, Object wallets, QByteArray c
     co_return isWalletOpen != FALSE;
 }
 
-/// Whether KWallet unlocks it. It asks the user when it does not, or not within the patience.
+/// Whether KWallet unlocks it without a question. If it refuses or exceeds the patience, it was asking the user, and
+/// the wallet is remembered as reluctant.
 QCoro::Task<bool> openUnasked(SecretOperation operation, GReference<GDBusProxy> proxy, QByteArray collectionPath)
 {
     const SecretProxies one(1, proxy);
@@ -115,7 +116,7 @@ QCoro::Task<bool> openWallets(SecretOperation operation, SecretProxies locked)
     const Object wallets = co_await walletsOf(operation);
     if (wallets.path.isEmpty())
         co_return false;
-    // KWallet mixes up prompts that are under way at the same time.
+    // KWallet confuses simultaneous prompts.
     const auto opening = co_await operation.connection->openings().lock();
     const auto question = operation.connection->questions().tryLock();
     if (!question)

@@ -6,13 +6,13 @@
 namespace velmora
 {
 
-/// Opens those of the locked items and collections that are in a wallet which KWallet holds open, and tells whether
-/// there were any. For an operation that may not ask the user: KWallet asks nothing about an open wallet, unless the
-/// user wants to be asked about each program; the user who declines that is asked no more. Does nothing with other
-/// providers, or while the user is asked something else. Throws NotAnswering.
+/// Unlocks the locked items and collections whose wallet KWallet already holds open. Returns whether it unlocked any.
+/// For operations that may not ask the user: KWallet does not ask about an open wallet, unless the user has chosen to
+/// be asked about each program; a user who declines is not asked again. Does nothing with other providers, or while
+/// another question to the user is open. Throws NotAnswering.
 ///
-/// KWallet's Secret Service takes a wallet for locked until a program has unlocked it there, even if the login or a
-/// program of KDE has opened it.
+/// KWallet's Secret Service reports a wallet as locked until a program has unlocked it there, even if the login or
+/// another KDE program has opened it.
 [[nodiscard]] QCoro::Task<bool> openWallets(SecretOperation operation, SecretProxies locked);
 
 } // namespace velmora

@@ -21,14 +21,13 @@ Q_LOGGING_CATEGORY(accountsLog, "velmora.accounts", QtWarningMsg)
 
 using Credential = std::optional<GitHubCredential>;
 
-/// The services that hold credentials of the earlier owner. An operation keeps a copy, since it goes on without its
-/// store.
+/// The stores that hold credentials of the earlier owner. Operations keep a copy, since they may outlive their store.
 struct Services {
     std::shared_ptr<CredentialStoring> gitHub;
     std::shared_ptr<CredentialStoring> owner;
     QPointer<Preferences> preferences;
 
-    /// Whether the owner's credential still stands under github.com's service.
+    /// Whether the owner's credential is still stored under github.com's service.
     [[nodiscard]] bool isInherited(qint64 accountID) const
     {
         return preferences && isTokenInherited(*preferences, accountID);
@@ -73,7 +72,7 @@ QCoro::Task<> saveForOwner(Services services, GitHubCredential credential, qint6
         co_await services.gitHub->remove(accountID, Interaction::Forbidden);
         services.forget(accountID);
     } catch (const Error &error) {
-        // It is not looked at any more, and goes with the next one.
+        // Harmless: it is not read any more, and the next save or removal tries again.
         qCInfo(accountsLog).noquote() << "A replaced credential was not removed:" << error.description();
     }
 }
@@ -87,7 +86,7 @@ QCoro::Task<> removeForOwner(Services services, qint64 accountID, Interaction in
     services.forget(accountID);
 }
 
-/// Nothing for an item that is no credential: nobody can use it.
+/// The credential, nullopt if the item is not a credential and thus useless.
 QCoro::Task<Credential> loadUsable(std::shared_ptr<CredentialStoring> store, qint64 accountID)
 {
     try {

@@ -12,15 +12,15 @@ namespace velmora
 
 class Preferences;
 
-/// Opens the keyring's items of a service.
+/// Opens the keyring's store for a service name.
 using CredentialStoreFactory = std::function<std::shared_ptr<CredentialStoring>(const QString &service)>;
 
 /// The credentials of the origin.
 ///
-/// Those from the time before credentials were filed by origin stand under github.com's service, although they may be
-/// another host's. That host finds them there until each is replaced or removed; github.com neither reads nor removes
-/// them, and before it replaces one, it moves that to its owner. `preferences` are those of the whole profile; they are
-/// not owned and may go before the store.
+/// Credentials from versions that did not file them by origin lie under github.com's service, even if they belong to
+/// another host. That host reads them there until each is replaced or removed. github.com neither reads nor removes
+/// them, and moves each to its owner before replacing it. `preferences` are those of the whole profile; they are not
+/// owned and may be destroyed before the store.
 [[nodiscard]] std::shared_ptr<CredentialStoring> credentialStoreOf(
     const LoginOrigin &origin, Preferences *preferences, const CredentialStoreFactory &open);
 

@@ -54,7 +54,7 @@ QCoro::Task<ListChanges> OriginPreferences::changeLists(ListChanges changes)
     co_return differences;
 }
 
-/// From here on github.com has something of its own, which no other host may take for its earlier accounts.
+/// Called before github.com stores a value of its own, which no other host may take over as its earlier accounts.
 void OriginPreferences::settleOwnerOf(const QString &key)
 {
     if (m_origin.isGitHub() && belongsToAccounts(key))

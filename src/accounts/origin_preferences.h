@@ -7,11 +7,11 @@
 namespace velmora
 {
 
-/// The preferences as the accounts of one origin see them.
+/// The preferences for the accounts of one origin.
 ///
-/// What belongs to accounts (keys that begin with "github." or "deployments.") is read and written under the key of
-/// the origin; what belongs to the user (all other keys) is shared. Signals name the keys as callers know them, and
-/// say nothing of other origins. The preferences behind are not owned and outlive these.
+/// Keys of accounts (those that begin with "github." or "deployments.") are stored under the key of the origin. All
+/// other keys belong to the user and are shared. Signals use the callers' keys, and omit other origins. The underlying
+/// preferences are not owned and outlive this object.
 class OriginPreferences final : public Preferences
 {
     Q_OBJECT

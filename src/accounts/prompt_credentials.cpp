@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// Most renewals take less, and the next round of polling is due by then.
+/// Most renewals take less, and the next polling round is due by then.
 constexpr std::chrono::milliseconds kPatience = 5s;
 
 } // namespace

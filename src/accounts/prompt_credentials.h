@@ -17,7 +17,7 @@
 namespace velmora
 {
 
-/// The credential of an account is still being waited for.
+/// The credential of an account has not arrived yet.
 class CredentialPendingError final : public Error
 {
 public:
@@ -26,11 +26,11 @@ public:
     friend bool operator==(const CredentialPendingError &, const CredentialPendingError &) { return true; }
 };
 
-/// For callers that serve several accounts in turn: a source that lets no account hold up the others.
+/// A source for callers that serve several accounts in turn: a slow account does not delay the others.
 ///
-/// Waits 5 seconds for a credential, then throws CredentialPendingError and goes on waiting by itself; until that has
-/// ended, and from then on until the account is prompt again, it throws without any wait. What comes of the
-/// waiting, a credential or a failure, is announced by arrived() and handed to the next caller.
+/// Waits 5 seconds for a credential, then throws CredentialPendingError and keeps waiting in the background. Until that
+/// ends, and afterwards until the account is prompt again, it throws without waiting. arrived() announces the outcome,
+/// a credential or a failure, and the next call returns or throws it.
 class PromptCredentials final : public QObject, public CredentialSource
 {
     Q_OBJECT
@@ -45,11 +45,11 @@ public:
     void noteAccepted(qint64 accountID, const QString &accessToken) override;
     [[nodiscard]] AsyncMutex requestTurn(qint64 accountID) override { return m_source->requestTurn(accountID); }
 
-    /// What is being waited for, or has arrived, is out of date.
+    /// Drops the pending or arrived outcome, which is out of date.
     void forget(qint64 accountID);
 
 Q_SIGNALS:
-    /// A credential that was waited for, or the reason why there is none, is here.
+    /// A pending credential, or the failure to get it, has arrived.
     void arrived(qint64 accountID);
 
 private:
@@ -67,8 +67,8 @@ private:
 
     std::shared_ptr<CredentialSource> m_source;
     Clock *m_clock;
-    QHash<qint64, std::shared_ptr<Acquisition>> m_apart; ///< what no caller waited for to the end
-    QSet<qint64> m_slow; ///< accounts that kept a caller waiting the last time
+    QHash<qint64, std::shared_ptr<Acquisition>> m_apart; ///< requests that outlast their caller's wait
+    QSet<qint64> m_slow; ///< accounts that exceeded the wait the last time
 };
 
 } // namespace velmora

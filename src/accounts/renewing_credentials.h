@@ -11,8 +11,8 @@ namespace velmora
 
 class CredentialRenewal;
 
-/// The credentials of a CredentialRenewal, which may end before what asks for them: what is asked then is
-/// cancelled. A stop ends the waiting at once, whatever is waited for.
+/// The credentials of a CredentialRenewal, which may be destroyed first; later calls then throw CancellationError. A
+/// stop ends every wait at once.
 class RenewingCredentials final : public CredentialSource
 {
 public:

@@ -41,8 +41,8 @@ Attributes attributesOf(const SecretOperation &operation)
         kAccountAttribute, operation.account.constData(), nullptr));
 }
 
-/// Whether the item shows that another program has made it. An item of a keyring that has been locked since its
-/// provider started shows no attributes of its own.
+/// Whether another program made the item, according to its schema. Items of a keyring that has been locked since its
+/// provider started show no attributes, so they count as Velmora's.
 bool isOfOtherSchema(SecretItem *item)
 {
     const Attributes attributes(secret_item_get_attributes(item));
@@ -59,7 +59,7 @@ bool isOfOtherSchema(SecretItem *item)
 
 void throwCreationError(GError *error, Interaction interaction)
 {
-    // This is how libsecret reports that the user declined to make the very first keyring.
+    // libsecret reports this if the user declines to create the very first keyring.
     if (g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_METHOD)) {
         g_error_free(error);
         throwDismissed();
@@ -67,7 +67,7 @@ void throwCreationError(GError *error, Interaction interaction)
     throwKeyringError(error, interaction);
 }
 
-/// What the provider answers to a call for which it may ask the user, who may take any time.
+/// The provider's answer. Waits without limit if the call may ask the user.
 QCoro::Task<GReference<GAsyncResult>> answerOf(SecretOperation operation, GAnswer answer)
 {
     if (operation.interaction == Interaction::Allowed) {
@@ -78,7 +78,7 @@ QCoro::Task<GReference<GAsyncResult>> answerOf(SecretOperation operation, GAnswe
     co_return result;
 }
 
-/// The right to ask the user, where the operation may.
+/// The lock for asking the user; empty if the operation may not ask.
 QCoro::Task<AsyncMutex::Lock> takeQuestion(SecretOperation operation)
 {
     AsyncMutex::Lock question;
@@ -103,7 +103,7 @@ QByteArray collectionOf(const GReference<SecretItem> &item)
 QCoro::Task<SecretItems> searchItems(SecretOperation operation)
 {
     const auto attributes = attributesOf(operation);
-    // Without the schema, whose name a gnome-keyring that was started locked does not know of its items.
+    // Search without the schema: a gnome-keyring that was started locked does not know it for its items.
     g_hash_table_remove(attributes.get(), kSchemaAttribute);
     const auto answer = operation.connection->answerOfProvider();
     secret_service_search(
@@ -140,7 +140,7 @@ QCoro::Task<> unlockProxies(SecretOperation operation, SecretProxies proxies)
 {
     const int dismissals = operation.connection->dismissals();
     const auto question = co_await takeQuestion(operation);
-    // The user has just declined the question that this one waited for, and would be asked the same again.
+    // The user has just declined the question before this one, and would be asked the same again.
     if (operation.connection->dismissals() != dismissals)
         throwDismissed();
     const int count = co_await unlockedCount(operation, proxies);
@@ -210,7 +210,7 @@ QCoro::Task<> deleteItem(SecretOperation operation, GReference<SecretItem> item)
     GError *error = nullptr;
     const bool isDeleted = secret_item_delete_finish(item, result, &error);
     if (g_error_matches(error, SECRET_ERROR, SECRET_ERROR_NO_SUCH_OBJECT)) {
-        // Another program was quicker.
+        // Another program has deleted it first.
         g_error_free(error);
         co_return;
     }

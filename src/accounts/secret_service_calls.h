@@ -13,44 +13,42 @@ struct SecretValueDeleter {
 };
 using Secret = std::unique_ptr<SecretValue, SecretValueDeleter>;
 using SecretItems = QList<GReference<SecretItem>>;
-/// Items and collections: what can be locked.
+/// Items and collections: the objects that can be locked.
 using SecretProxies = QList<GReference<GDBusProxy>>;
 
-/// One operation on the items of one account. Holds everything that the operation needs once the store is gone.
+/// One operation on the items of one account. Holds all that the operation needs after the store is destroyed.
 struct SecretOperation {
     std::shared_ptr<SecretServiceConnection> connection;
-    QByteArray serviceName; ///< value of the attribute "service" of the items
-    QByteArray account; ///< value of their attribute "account"
+    QByteArray serviceName; ///< the items' attribute "service"
+    QByteArray account; ///< the items' attribute "account"
     Interaction interaction = Interaction::Forbidden;
-    GReference<SecretService> service; ///< the provider as it was when the operation began
+    GReference<SecretService> service; ///< the provider at the start of the operation
 };
 
-// The calls to the Secret Service. They throw CredentialStoreError: ProviderEnded when the provider ends,
-// NotAnswering when it takes longer than the connection's patience and no question to the user is involved.
-// Questions wait for each other, so that the user is never asked two things at once.
+// The calls to the Secret Service. They throw CredentialStoreError: ProviderEnded if the provider ends, NotAnswering if
+// it exceeds the connection's patience without asking the user. The user is asked one question at a time.
 
-/// Where the item or collection is; its identity.
+/// The object path of the item or collection: its identity.
 [[nodiscard]] QByteArray pathOf(GDBusProxy *proxy);
-/// Where the collection of the item is.
+/// The object path of the item's collection.
 [[nodiscard]] QByteArray collectionOf(const GReference<SecretItem> &item);
 
 /// The items of the account, locked or not. Never asks the user.
 [[nodiscard]] QCoro::Task<SecretItems> searchItems(SecretOperation operation);
-/// Unlocks those that the provider unlocks, and tells how many are open now. What the operation may ask is up to the
-/// caller to hold to: the provider asks the user whenever it takes a password.
+/// Asks the provider to unlock the objects, and returns how many it unlocked. The provider may ask the user for a
+/// password, so the caller must make sure that the operation allows it.
 [[nodiscard]] QCoro::Task<int> unlockedCount(SecretOperation operation, SecretProxies proxies);
-/// Asks the user to unlock all of them, in one question; asks nothing when they are open. Throws Dismissed.
+/// Asks the user to unlock all of them in one question, or nothing if they are unlocked. Throws Dismissed.
 [[nodiscard]] QCoro::Task<> unlockProxies(SecretOperation operation, SecretProxies proxies);
-/// The collection that new items are stored in; null when there is none yet.
+/// The collection for new items, null if there is none yet.
 [[nodiscard]] QCoro::Task<GReference<SecretCollection>> defaultCollection(SecretOperation operation);
-/// Asks the user to make the collection that new items are stored in. Throws Dismissed.
+/// Asks the user to create the collection for new items. Throws Dismissed.
 [[nodiscard]] QCoro::Task<> createDefaultCollection(SecretOperation operation);
-/// Stores the secret in the collection, of which a path or an alias is given; replaces an item there that has the
-/// same attributes.
+/// Stores the secret in the collection, given as a path or an alias. Replaces an item there with the same attributes.
 [[nodiscard]] QCoro::Task<> storeSecret(SecretOperation operation, QByteArray collection, Secret secret);
-/// The secret of an item that is not locked; null when the item has none.
+/// The secret of an unlocked item, null if it has none.
 [[nodiscard]] QCoro::Task<Secret> loadSecret(SecretOperation operation, GReference<SecretItem> item);
-/// Deletes the item, which may be gone already.
+/// Deletes the item. It is no error if it is deleted already.
 [[nodiscard]] QCoro::Task<> deleteItem(SecretOperation operation, GReference<SecretItem> item);
 
 } // namespace velmora

@@ -13,7 +13,7 @@ namespace
 {
 
 constexpr const char *kServiceName = "org.freedesktop.secrets";
-// KWallet offers the Secret Service but cannot be started under that name.
+// KWallet provides the Secret Service, but the bus cannot start it under that name.
 constexpr const char *kWalletNames[] = {"org.kde.kwalletd6", "org.kde.kwalletd5"};
 constexpr const char *kBusName = "org.freedesktop.DBus";
 constexpr const char *kBusPath = "/org/freedesktop/DBus";
@@ -87,7 +87,7 @@ SecretServiceConnection::~SecretServiceConnection()
 QCoro::Task<GReference<SecretService>> SecretServiceConnection::service(Self connection)
 {
     co_await connectToBus(connection);
-    // The bus tells in order who came and went, so after this answer a service of an earlier provider is gone.
+    // The bus delivers messages in order: after this reply, m_service of an earlier provider has been cleared.
     const QByteArray owner = co_await runningProvider(connection);
     if (connection->m_service && connection->m_owner == owner)
         co_return GReference<SecretService>(connection->m_service);
@@ -139,7 +139,7 @@ QCoro::Task<QByteArray> SecretServiceConnection::ownerOfName(Self self)
     const GAnswer answer;
     callBus(bus, "GetNameOwner", g_variant_new("(s)", kServiceName), self->timeout(), answer);
     const auto result = co_await answer;
-    // The one failure that matters is that nobody owns the name.
+    // An error means that the name has no owner.
     const Variant reply(g_dbus_connection_call_finish(bus, result, nullptr));
     QByteArray owner;
     if (reply) {
@@ -184,7 +184,7 @@ void SecretServiceConnection::ownerChanged(
     const gchar *oldOwner = nullptr;
     const gchar *newOwner = nullptr;
     g_variant_get(parameters, "(&s&s&s)", &name, &oldOwner, &newOwner);
-    // Whoever is resumed may let go of the connection.
+    // A resumed coroutine may release the connection.
     const Self self = static_cast<SecretServiceConnection *>(data)->shared_from_this();
     if (*oldOwner != '\0')
         self->endPendingAnswers();
@@ -198,7 +198,7 @@ void SecretServiceConnection::busClosed(GDBusConnection *, gboolean, GError *, g
 
 void SecretServiceConnection::adoptBus(GReference<GDBusConnection> bus)
 {
-    // The end of the session bus is no reason to end the process.
+    // The process must survive the end of the session bus.
     g_dbus_connection_set_exit_on_close(bus, FALSE);
     m_subscription = g_dbus_connection_signal_subscribe(bus, kBusName, kBusName, "NameOwnerChanged", kBusPath,
         kServiceName, G_DBUS_SIGNAL_FLAGS_NONE, ownerChanged, this, nullptr);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// Private to the credential store: libsecret and GIO stay behind it.
+// Private to the credential store: keeps libsecret and GIO out of other files.
 #include <libsecret/secret.h>
 
 #include "accounts/credential_storing.h"
@@ -65,23 +65,23 @@ private:
     T *m_object = nullptr;
 };
 
-/// What an asynchronous GLib function will answer.
+/// The result of an asynchronous GLib function.
 using GAnswer = OneShot<GReference<GAsyncResult>>;
 
 /// The GAsyncReadyCallback of every call.
 void settleAnswer(GObject *source, GAsyncResult *result, gpointer data);
-/// The user data that goes with settleAnswer().
+/// The user data for settleAnswer().
 [[nodiscard]] gpointer settles(const GAnswer &answer);
 
-/// Throws the CredentialStoreError that the failure stands for and frees it; does nothing when there is none.
+/// Throws the CredentialStoreError for the error, which it frees. Does nothing if `error` is null.
 void throwKeyringError(GError *error, Interaction interaction);
 
-/// The way to the Secret Service of the session: finds its provider, starts it if need be, notices its
-/// end. One thread, with GLib's main loop below the event loop. Lives on while an operation uses it.
+/// The connection to the Secret Service of the session: finds its provider, starts it if needed, and notices its end.
+/// For one thread, with GLib's main loop below the event loop. Operations keep it alive.
 class SecretServiceConnection final : public std::enable_shared_from_this<SecretServiceConnection>
 {
 public:
-    /// `patience`: how long a provider may take for an answer that needs no user.
+    /// `patience`: the longest time for an answer of the provider that needs no user.
     explicit SecretServiceConnection(std::chrono::milliseconds patience)
         : m_patience(patience)
     {
@@ -90,30 +90,29 @@ public:
     SecretServiceConnection &operator=(const SecretServiceConnection &) = delete;
     ~SecretServiceConnection();
 
-    /// The service of the provider that runs now. Throws CredentialStoreError: NoProvider, NotAnswering and others.
+    /// The service of the current provider. Throws CredentialStoreError: NoProvider, NotAnswering and others.
     [[nodiscard]] static QCoro::Task<GReference<SecretService>> service(
         std::shared_ptr<SecretServiceConnection> connection);
 
-    /// Opens a new session for the next operation, in which secrets are encrypted with other keys.
+    /// Makes the next operation open a new session, with other encryption keys.
     void renewSession() { m_service = {}; }
 
-    /// For a call to the provider: fails with ProviderEnded when the provider ends, for then libsecret's
-    /// callback may never come. Nothing is ever cancelled instead: cancelling a prompt brings gnome-keyring down.
+    /// For a call to the provider. Fails with ProviderEnded if the provider ends, since libsecret's callback may then
+    /// never come. Calls are not cancelled instead, since cancelling a prompt crashes gnome-keyring.
     [[nodiscard]] GAnswer answerOfProvider();
-    /// What the provider answers to a call that asks the user nothing. Throws NotAnswering when it takes longer than
-    /// the patience.
+    /// The provider's answer to a call that asks the user nothing. Throws NotAnswering after the patience.
     [[nodiscard]] static QCoro::Task<GReference<GAsyncResult>> timelyAnswer(
         std::shared_ptr<SecretServiceConnection> connection, GAnswer answer);
 
     [[nodiscard]] std::chrono::milliseconds patience() const { return m_patience; }
-    /// Held while the user is asked something.
+    /// Held during a question to the user.
     [[nodiscard]] const AsyncMutex &questions() const { return m_questions; }
-    /// Held while something is opened that needs no question.
+    /// Held while wallets are opened without a question.
     [[nodiscard]] const AsyncMutex &openings() const { return m_openings; }
-    /// How many requests to unlock the user has declined so far.
+    /// How many requests to unlock the user has declined.
     [[nodiscard]] int dismissals() const { return m_dismissals; }
     void noteDismissal() { ++m_dismissals; }
-    /// The paths of wallets that did not open unasked, although they should have. Empty once the provider ends.
+    /// The paths of wallets that unexpectedly did not open without a question. Cleared when the provider ends.
     [[nodiscard]] QSet<QByteArray> &reluctantWallets() { return m_reluctantWallets; }
 
 private:
@@ -137,7 +136,7 @@ private:
     guint m_subscription = 0;
     gulong m_closedHandler = 0;
     GReference<SecretService> m_service;
-    QByteArray m_owner; ///< the unique name of the provider that m_service talks to
+    QByteArray m_owner; ///< the unique name of the provider behind m_service
     std::vector<GAnswer> m_pending;
     std::chrono::milliseconds m_patience;
     AsyncMutex m_questions;

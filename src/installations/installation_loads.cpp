@@ -30,7 +30,7 @@ bool isOf(const std::exception_ptr &failure)
     return false;
 }
 
-/// What GitHub's refusal says of the time to wait; nothing where GitHub was not even asked.
+/// The rate limit in GitHub's refusal, nullopt if no request was sent.
 std::optional<RateLimitNotice> refusalOf(const std::exception_ptr &failure)
 {
     return isOf<PausedError>(failure) ? std::nullopt : rateLimitOf(failure);
@@ -47,7 +47,7 @@ QCoro::Task<InstallationReach> fetchReach(
     InstallationReach reach;
     reach.installations = co_await requests.send(fetchInstallations);
     for (const GitHubInstallation &installation : std::as_const(reach.installations)) {
-        // GitHub refuses the repositories of one that is suspended.
+        // GitHub refuses to list the repositories of a suspended installation.
         if (installation.isSuspended())
             continue;
         const qint64 installationID = installation.id;
@@ -76,13 +76,13 @@ bool InstallationLoad::isPutOff() const
     return isPending() || isOf<PausedError>(failure);
 }
 
-/// One load under way, and the callers that wait for it.
+/// A running load, and the callers that wait for it.
 struct InstallationLoads::Running {
     quint64 number = 0;
     std::stop_source stop;
     QList<OneShot<InstallationLoad>> callers;
-    int waiting = 0; ///< callers that have not left
-    std::optional<InstallationLoad> outcome; ///< once it has ended
+    int waiting = 0; ///< callers that have not stopped waiting
+    std::optional<InstallationLoad> outcome; ///< set once the load has ended
 };
 
 InstallationLoads::InstallationLoads(GitHubClient client, std::shared_ptr<RateLimitLedger> rateLimits)
@@ -103,11 +103,11 @@ QCoro::Task<InstallationLoad> InstallationLoads::loadOnce(std::shared_ptr<State>
 {
     InstallationLoad outcome;
     try {
-        // The load that runs may be one of a caller that has more time for the credential than this one.
+        // The running load may wait longer for the credential than this caller can: wait here first.
         if (patience == Patience::Short && state->running.contains(identityID))
             std::ignore = co_await credentials->validCredential(identityID, stop);
         outcome = co_await join(state, identityID, credentials, stop);
-        // Or it was one of a caller that had less.
+        // The joined load may have waited shorter than this caller can.
         if (patience == Patience::Long && outcome.isPending())
             outcome = co_await join(state, identityID, credentials, stop);
     } catch (...) {

@@ -13,43 +13,43 @@
 namespace velmora
 {
 
-/// What one identity reaches through the App, before the user's choices.
+/// The installations and repositories that one identity reaches through the App, before the user's choices.
 struct InstallationReach {
     QList<GitHubInstallation> installations;
     QList<RepositoryRecord> repositories;
 };
 
-/// How a load of the installations of one identity ended.
+/// The outcome of loading the installations of one identity.
 struct InstallationLoad {
     quint64 number = 0; ///< loads are numbered in the order in which they begin
     std::optional<InstallationReach> reach;
-    Instant loadedAt; ///< of the reach
-    std::exception_ptr failure; ///< why there is no reach; else null
+    Instant loadedAt; ///< the time of the reach
+    std::exception_ptr failure; ///< why there is no reach, else null
 
-    /// Whether the identity's credential is still being waited for.
+    /// Whether the identity's credential is still pending.
     [[nodiscard]] bool isPending() const;
-    /// Whether GitHub was not asked to the end, be it for that or because a pause has begun.
+    /// Whether the load ended early because the credential is pending or the identity is paused.
     [[nodiscard]] bool isPutOff() const;
 };
 
-/// Loads from GitHub what identities reach. For each identity one load runs at a time: a caller that comes while it
-/// runs joins it, and is given its outcome.
+/// Loads the installations and repositories of identities from GitHub. For each identity one load runs at a time:
+/// callers that come meanwhile join it and get its outcome.
 ///
-/// A load goes on for as long as a caller waits for it. It sends nothing during a pause of the identity, and notes in
-/// the ledger when GitHub refuses a request because of a rate limit.
+/// A load runs as long as a caller waits for it. It sends nothing during a pause of the identity, and records GitHub's
+/// rate-limit refusals in the ledger.
 class InstallationLoads
 {
 public:
-    /// How long an identity whose credential is not at hand is waited for.
+    /// How long a load waits for a credential.
     enum class Patience {
-        Long, ///< until there is one or a reason why not
-        Short, ///< no longer than others can wait
+        Long, ///< until it arrives or fails
+        Short, ///< a few seconds, so that other identities are not delayed
     };
 
     InstallationLoads(GitHubClient client, std::shared_ptr<RateLimitLedger> rateLimits);
 
-    /// The outcome of the load that runs, or of a new one. `credentials` suit the patience. Does not throw: a stop ends
-    /// the waiting with a CancellationError as the failure.
+    /// The outcome of the running load, or of a new one. `credentials` must suit the patience. Does not throw: a stop
+    /// ends the wait with a CancellationError as the failure.
     [[nodiscard]] QCoro::Task<InstallationLoad> load(
         qint64 identityID, std::shared_ptr<CredentialSource> credentials, Patience patience, std::stop_token stop);
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the installation store knows, and the choices of the user. How it asks GitHub is in
-// installation_store_refresh.cpp.
+// The records of the installation store and the choices of the user. installation_store_refresh.cpp loads the records.
 #include "installations/installation_store.h"
 
 #include "accounts/installation_page.h"
@@ -86,7 +85,7 @@ void InstallationStore::setAllRepositories(bool included)
         Q_EMIT repositoriesChanged();
 }
 
-/// A node id does not tell whose it is: unless everything is known, every choice may still be somebody's.
+/// A node id does not tell its identity: unless every identity is known, choices for unknown ids are kept.
 void InstallationStore::saveExclusions()
 {
     const bool isEverythingKnown = m_authentication
@@ -95,7 +94,7 @@ void InstallationStore::saveExclusions()
     m_switchedOff.saveRepositories(m_repositories, [isEverythingKnown](const QString &) { return !isEverythingKnown; });
 }
 
-/// Whether every repository of the identity is known. Those of a suspended installation come back with it.
+/// Whether all repositories of the identity are known. Those of a suspended installation may come back.
 bool InstallationStore::isKnownWhole(qint64 identityID) const
 {
     const auto knowledge = m_knowledge.constFind(identityID);
@@ -103,7 +102,7 @@ bool InstallationStore::isKnownWhole(qint64 identityID) const
         && std::ranges::none_of(knowledge->reach->installations, &GitHubInstallation::isSuspended);
 }
 
-/// Whether the key is of an identity whose installations are not known just now.
+/// Whether the key belongs to an identity whose installations are currently unknown.
 bool InstallationStore::mayBeOfUnknown(const QString &installationKey) const
 {
     if (!m_authentication)

@@ -21,66 +21,67 @@ namespace velmora
 
 class InstallationPage;
 
-/// Which installations and repositories each identity reaches, and which of them the user has switched off.
+/// The installations and repositories of each identity, and the user's choices of what to monitor.
 ///
-/// Lives on the main thread; nothing throws. Choices are kept in the preferences and rewritten whole from the records
-/// that exist, but for choices of identities that are not known just now, which stay; when another process changes
-/// them there, the records follow.
+/// Lives on the main thread. Does not throw. Keeps the choices in the preferences: writes them for all existing
+/// records, and keeps the stored choices for identities that are currently unknown. The records follow changes that
+/// other processes make there.
 class InstallationStore final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The pointers are not owned and outlive the store; there may be no page. The ledger is shared with the monitor.
+    /// The pointers are not owned and outlive the store. The page may be null. The ledger is shared with the monitor.
     InstallationStore(GitHubClient client, Preferences *defaults, Clock *clock,
         std::shared_ptr<RateLimitLedger> rateLimits, const InstallationPage *installationPage = nullptr,
         QObject *parent = nullptr);
 
-    /// By the account's login, in the user's alphabetical order.
+    /// Sorted by the account's login, in the alphabetical order of the user's language.
     [[nodiscard]] const QList<InstallationRecord> &installations() const { return m_installations; }
-    /// By name, in the user's alphabetical order; one record for a node id.
+    /// Sorted by name in the same way, with one record for each node id.
     [[nodiscard]] const QList<RepositoryRecord> &repositories() const { return m_repositories; }
     [[nodiscard]] const InstallationLoadingState &state() const { return m_state; }
-    /// When the last refresh of all identities ended, or the first of some; repeating it for some never moves it.
+    /// When the last refresh of all identities ended, or else the first partial one. Later partial refreshes do not
+    /// change it.
     [[nodiscard]] std::optional<Instant> lastRefreshedAt() const { return m_lastRefreshedAt; }
-    /// The identities whose installations the last refresh could not fetch, in the order of the sessions.
+    /// The identities that the last refresh failed to fetch, in the order of the sessions.
     [[nodiscard]] const QList<InstallationFailure> &failures() const { return m_failures; }
 
-    /// Whether the installations of the identity are known: it was asked, and the last answer was no failure.
+    /// Whether the installations of the identity are known: its last load succeeded.
     [[nodiscard]] bool hasLoaded(qint64 identityID) const { return loadedAt(identityID).has_value(); }
-    /// Since when what is known of the identity is; nothing when it is not known.
+    /// When the identity was last loaded, nullopt if its installations are unknown.
     [[nodiscard]] std::optional<Instant> loadedAt(qint64 identityID) const;
-    /// Whether the App may be installed for the identity at any moment: it is known to be installed nowhere, or the
-    /// page on which it is installed was opened lately.
+    /// Whether the App may be installed for the identity at any moment: it has no known installation, or the
+    /// installation page was opened lately.
     [[nodiscard]] bool expectsInstallations(qint64 identityID) const;
 
-    /// Rebuilds everything from GitHub, one identity after the other. An identity that is being loaded for another
-    /// caller is not asked twice: both get the outcome. An identity that fails loses its records; one that is paused by
-    /// a rate limit is not asked and keeps them. A stop ends the refresh quietly: nothing is published, and the state
-    /// is what it was. Of two refreshes at once, the later load of an identity counts.
+    /// Loads everything from GitHub, one identity after the other. Joins a load of an identity that another caller has
+    /// started. An identity that fails loses its records; one that is paused by a rate limit is skipped and keeps them.
+    /// A stop ends the refresh without changes, and restores the state. Of two simultaneous refreshes, the later load
+    /// of an identity wins.
     [[nodiscard]] QCoro::Task<> refresh(AuthenticationStore *authentication, std::stop_token stop = {});
 
-    /// refresh() for these identities only, in which none holds up the others: one whose credential is not at hand
-    /// within seconds is not asked, and keeps its records, as do all others. The store turns to `loading` only when it
-    /// has never loaded.
+    /// refresh() for these identities only, without one delaying the others: an identity whose credential does not
+    /// arrive within seconds is skipped. It keeps its records, and so do all other identities. The state becomes
+    /// `loading` only before the first load.
     [[nodiscard]] QCoro::Task<> refreshIdentities(
         AuthenticationStore *authentication, QSet<qint64> identities, std::stop_token stop = {});
 
-    /// Forgets what only identities reached that are not among these sessions. Asks nobody.
+    /// Forgets the records of identities that are not among these sessions. Sends no request.
     void retain(QList<GitHubAccountSession> sessions);
 
-    /// Switches one installation by its key; an unknown key changes and saves nothing.
+    /// Switches one installation by its key. An unknown key changes and saves nothing.
     void setInstallation(const QString &key, bool enabled) { setInstallations({key}, enabled); }
-    /// Switches installations by their keys, saved and announced once; unknown keys change nothing.
+    /// Switches installations by their keys, and saves and announces it once. Unknown keys change nothing.
     void setInstallations(const QSet<QString> &keys, bool enabled);
-    /// Switches one repository by its node id; an unknown id changes and saves nothing.
+    /// Switches one repository by its node id. An unknown id changes and saves nothing.
     void setRepository(const QString &nodeID, bool included) { setRepositories({nodeID}, included); }
-    /// Switches repositories by their node ids, saved and announced once; unknown ids change nothing.
+    /// Switches repositories by their node ids, and saves and announces it once. Unknown ids change nothing.
     void setRepositories(const QSet<QString> &nodeIDs, bool included);
     /// Switches every repository.
     void setAllRepositories(bool included);
 
-    /// The repositories to be polled: included, of an enabled installation, in the order of repositories().
+    /// The repositories to poll: included, in an enabled installation, in the order of repositories().
     [[nodiscard]] QList<RepositoryRecord> monitoredRepositories() const;
 
 Q_SIGNALS:
@@ -94,19 +95,19 @@ Q_SIGNALS:
 private:
     using Patience = InstallationLoads::Patience;
 
-    /// What is known of one identity.
+    /// The knowledge about one identity.
     struct Knowledge {
-        quint64 load = 0; ///< the number of the load that it is from
+        quint64 load = 0; ///< the number of the load that produced it
         Instant loadedAt;
-        std::optional<InstallationReach> reach; ///< absent: not known
-        std::optional<InstallationFailure> failure; ///< why it is not known
+        std::optional<InstallationReach> reach; ///< absent: unknown
+        std::optional<InstallationFailure> failure; ///< why it is unknown
     };
 
-    /// What one refresh found out so far.
+    /// The results of one refresh so far.
     struct Findings {
         QHash<qint64, Knowledge> loaded; ///< by identity
-        QHash<qint64, InstallationFailure> paused; ///< identities that may not be asked just now
-        bool isWhole = false; ///< it was about every identity
+        QHash<qint64, InstallationFailure> paused; ///< identities that GitHub has told to wait
+        bool isWhole = false; ///< it covers every identity
         bool isCancelled = false;
     };
 
@@ -132,15 +133,15 @@ private:
     const InstallationPage *m_installationPage;
     InstallationLoads m_loads;
     SwitchedOff m_switchedOff;
-    QPointer<AuthenticationStore> m_authentication; ///< of the last refresh
+    QPointer<AuthenticationStore> m_authentication; ///< the argument of the last refresh
     QList<InstallationRecord> m_installations;
     QList<RepositoryRecord> m_repositories;
     InstallationLoadingState m_state;
-    InstallationLoadingState m_settledState; ///< how the last refresh that was not stopped ended
+    InstallationLoadingState m_settledState; ///< the state after the last refresh that was not stopped
     int m_runningRefreshes = 0;
     std::optional<Instant> m_lastRefreshedAt;
     QList<InstallationFailure> m_failures;
-    QSet<qint64> m_loaded; ///< the identities that were known when that was last announced
+    QSet<qint64> m_loaded; ///< the identities that were known at the last stateChanged()
     QHash<qint64, Knowledge> m_knowledge;
 };
 

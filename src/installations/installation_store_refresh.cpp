@@ -70,7 +70,7 @@ QCoro::Task<InstallationStore::Findings> InstallationStore::gather(QPointer<Auth
             = !self || !authentication || stop.stop_requested() || (load.failure && isCancellation(load.failure));
         if (findings.isCancelled)
             break;
-        // One that is known stays so while its credential is waited for, and when a pause has begun meanwhile.
+        // A known identity keeps its records while its credential is pending or a pause has begun.
         if (!load.isPutOff() || !hasLoaded(identityID))
             findings.loaded.insert(identityID, knowledgeOf(load, session.account, *authentication));
     }
@@ -115,7 +115,7 @@ void InstallationStore::forgetOthers(const QList<GitHubAccountSession> &sessions
 
 void InstallationStore::publishRecords(const QList<GitHubAccountSession> &sessions)
 {
-    // The choices as they are now: the user may have changed them while GitHub was asked.
+    // Read the choices now: the user may have changed them during the load.
     const auto disabled = m_switchedOff.installations();
     const auto excluded = m_switchedOff.repositories();
     QList<InstallationRecord> installations;
@@ -131,7 +131,7 @@ void InstallationStore::publishRecords(const QList<GitHubAccountSession> &sessio
         }
         for (RepositoryRecord record : knowledge->reach->repositories) {
             if (seen.contains(record.id()))
-                continue; // the first sighting counts
+                continue; // the first identity counts
             seen.insert(record.id());
             record.isIncluded = !excluded.contains(record.id());
             repositories.append(std::move(record));
@@ -188,14 +188,14 @@ void InstallationStore::retain(QList<GitHubAccountSession> sessions)
     const QPointer<InstallationStore> self(this);
     forgetOthers(sessions);
     publishRecords(sessions);
-    // What never ended, or is under way, says itself how it ends.
+    // A running or first refresh settles the state itself.
     if (self && m_lastRefreshedAt && m_runningRefreshes == 0)
         settle(sessions, false);
 }
 
 void InstallationStore::abandon()
 {
-    // Another refresh that is under way goes on loading.
+    // Another running refresh keeps the state `loading`.
     if (m_runningRefreshes == 0)
         setState(m_settledState);
 }

@@ -20,7 +20,7 @@ QSet<QString> storedSet(const Preferences &preferences, const QString &key)
     return QSet<QString>(values.begin(), values.end());
 }
 
-/// The ids of the records that are off, and of the stored ones those that stay.
+/// The ids of the records that are off, and the stored ids that stay.
 template <typename Record>
 QStringList idsToStore(
     const QList<Record> &records, bool Record::*isOn, const QStringList &stored, const SwitchedOff::Staying &stays)

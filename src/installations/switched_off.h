@@ -13,24 +13,24 @@ namespace velmora
 
 class Preferences;
 
-/// What the user has switched off, as it is kept in the preferences: installations by their key, repositories by their
-/// node id. A missing or malformed list is empty.
+/// The installations (by key) and repositories (by node id) that the user has switched off, as stored in the
+/// preferences. A missing or malformed list counts as empty.
 class SwitchedOff
 {
 public:
-    /// Whether a stored choice stays that belongs to none of the records.
+    /// Whether to keep a stored choice without a record.
     using Staying = std::function<bool(const QString &id)>;
 
     /// `preferences` is not owned.
     explicit SwitchedOff(Preferences *preferences);
 
-    /// Whether the preference is one of those in which choices are kept.
+    /// Whether the preference holds such choices.
     [[nodiscard]] static bool isPreference(const QString &key);
 
     [[nodiscard]] QSet<QString> installations() const;
     [[nodiscard]] QSet<QString> repositories() const;
 
-    /// Stores the choices of the records in their order, and behind them whatever stays of what was stored before.
+    /// Stores the choices of the records in their order, followed by the stored choices that stay.
     void saveInstallations(const QList<InstallationRecord> &records, const Staying &stays);
     void saveRepositories(const QList<RepositoryRecord> &records, const Staying &stays);
 
