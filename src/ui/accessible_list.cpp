@@ -9,7 +9,7 @@ namespace velmora
 namespace
 {
 
-/// One row.
+/// The accessible object of one row.
 class Item final : public QAccessibleInterface, public QAccessibleActionInterface
 {
 public:
@@ -152,7 +152,7 @@ int AccessibleList::childCount() const
 
 QAccessibleInterface *AccessibleList::child(int row) const
 {
-    // A view may be asked before it has its model.
+    // Qt may query the view before it has a model.
     QAbstractItemModel *model = m_view->model();
     const QPersistentModelIndex index(model ? model->index(row, 0) : QModelIndex());
     if (!index.isValid())

@@ -13,14 +13,14 @@
 namespace velmora
 {
 
-/// Something that assistive technology can do with a row. The first one is what a click does.
+/// An action that assistive technology can run on a row. The first action of a row does the same as a click.
 struct AccessibleAction {
-    QString name; ///< "Press", "Toggle", or what is done, in words
+    QString name; ///< "Press", "Toggle", or the action in words
     QString description;
     std::function<void()> perform;
 };
 
-/// A list whose rows can be used. What Qt offers for a row only selects it.
+/// Implemented by a list whose rows offer actions. Qt's own accessible row can only be selected.
 class AccessibleRows
 {
 public:
@@ -28,12 +28,12 @@ public:
     [[nodiscard]] virtual QList<AccessibleAction> accessibleActions(const QModelIndex &index) = 0;
 };
 
-/// What assistive technology sees of a list of one column: a list with an item for each row. Made when somebody asks;
-/// rows that nobody asks for cost nothing.
+/// The accessible object of a list of one column, with an item for each row. An item is made when assistive technology
+/// asks for it, so that other rows cost nothing.
 class AccessibleList final : public QAccessibleWidget
 {
 public:
-    /// Of a view that says itself what can be done with its rows.
+    /// For a view that is itself the AccessibleRows.
     template <typename View>
     explicit AccessibleList(View *view)
         : AccessibleList(view, view)
@@ -50,9 +50,9 @@ public:
     [[nodiscard]] QAccessibleInterface *focusChild() const override;
 
 private:
-    /// The rows that were asked for.
+    /// The rows that assistive technology has asked for.
     struct Items {
-        QPointer<QAbstractItemModel> model; ///< whose removals are followed
+        QPointer<QAbstractItemModel> model; ///< its removals and resets are followed
         QHash<QPersistentModelIndex, QAccessible::Id> ids;
         QObject context;
 

@@ -6,8 +6,8 @@
 namespace velmora
 {
 
-/// From the first call on, assistive technology sees each `Widget` as the `Part` that is made from a pointer to it.
-/// Called by the widget's constructors. The class itself counts, not what derives from it.
+/// Makes assistive technology see each `Widget` as a `Part`, which is constructed from a pointer to it. Called by the
+/// constructors of the widget; the first call registers the factory. Applies to the class itself, not to derived ones.
 template <typename Widget, typename Part>
 void describeBy()
 {
@@ -20,7 +20,7 @@ void describeBy()
     Q_UNUSED(isDone)
 }
 
-/// A window. Qt tells of a plain widget only that it fills some room.
+/// Reports the role of a window. Qt's default for a plain widget is QAccessible::Client.
 class AccessibleWindow final : public QAccessibleWidget
 {
 public:

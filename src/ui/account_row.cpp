@@ -20,7 +20,7 @@ constexpr int kAvatar = 36;
 constexpr int kGap = 10;
 constexpr int kSmallGap = 5;
 
-/// A text too short to be cut.
+/// The dot between two texts; never shorter than its size hint.
 class Dot final : public TextLabel
 {
 public:
@@ -72,7 +72,7 @@ QLayout *AccountRow::makeTexts()
             static_cast<QWidget *>(m_installations), static_cast<QWidget *>(m_install)})
         line->addWidget(part);
     line->addStretch();
-    // What is too long is cut, and only that: the word before it is always read in full.
+    // Only the last text is elided when space is short; the status before it stays whole.
     for (TextLabel *label : {m_status, m_dot})
         label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     for (TextLabel *label : {m_advice, m_installations})
@@ -90,7 +90,7 @@ void AccountRow::setSession(const GitHubAccountSession &session)
     m_login->setText(login);
     m_status->setText(sessionStatusText(session.status));
     m_status->setTone(sessionStatusTone(session.status));
-    // Several buttons have the same name; this tells them apart.
+    // The buttons of all rows have the same name; the description tells them apart.
     m_remove->setAccessibleDescription(login);
     m_install->setAccessibleDescription(login);
     setAccessibleName(login);

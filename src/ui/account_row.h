@@ -16,8 +16,8 @@ class AvatarView;
 class LinkButton;
 class TextLabel;
 
-/// One connected account: who it is, how its session stands and what to do about that, how many installations it has,
-/// and a button that removes it.
+/// One connected account: its login, the status of its session, advice, the number of installations, and a button that
+/// removes it.
 class AccountRow final : public QWidget
 {
     Q_OBJECT
@@ -26,8 +26,8 @@ public:
     explicit AccountRow(QWidget *parent = nullptr);
 
     void setSession(const GitHubAccountSession &session);
-    /// What the user has to do about the account, beside its status; empty when there is nothing. It comes before what
-    /// is known of the installations, which follows from it.
+    /// What the user has to do about the account, shown beside the status; empty for nothing. Hides the text about
+    /// installations, because their state follows from the problem.
     void setAdvice(const QString &advice);
     void setInstallations(const InstallationSummary &summary);
     void setPicture(const QImage &picture);
@@ -43,7 +43,7 @@ private:
     AvatarView *m_avatar;
     TextLabel *m_login;
     TextLabel *m_status;
-    TextLabel *m_dot; ///< between the status and what follows
+    TextLabel *m_dot; ///< between the status and the text after it
     TextLabel *m_advice;
     TextLabel *m_installations;
     LinkButton *m_install;

@@ -7,7 +7,7 @@
 namespace velmora
 {
 
-/// Every text of the Accounts tab but those of the code panel; an ampersand marks the letter that reaches a control.
+/// The texts of the Accounts tab, those of the code panel excepted. An ampersand marks the mnemonic of a control.
 struct AccountsSettingsTexts {
     Q_DECLARE_TR_FUNCTIONS(AccountsSettingsView)
 

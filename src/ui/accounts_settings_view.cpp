@@ -75,7 +75,7 @@ QWidget *AccountsSettingsView::makeContent()
     layout->addWidget(m_authorization);
     layout->addWidget(m_error);
     layout->addWidget(m_noAccounts, 1);
-    // Each is as high as what it holds, and the page scrolls when that is too much.
+    // Both lists have their full height; the page scrolls if they do not fit.
     layout->addWidget(m_accountList);
     layout->addWidget(m_installations);
     layout->addStretch();
@@ -142,7 +142,7 @@ void AccountsSettingsView::showSessions()
         rows.append(row);
         listed.insert(session.id());
     }
-    // The rows themselves are deleted by the list that they leave.
+    // m_accountList deletes the widgets that it no longer shows.
     m_accountRows.removeIf([&](const auto &entry) { return !listed.contains(entry.key()); });
     m_accountList->setRows(rows);
     m_noAccounts->setVisible(sessions.isEmpty());
@@ -187,7 +187,7 @@ void AccountsSettingsView::showPictures()
         if (auto *row = m_accountRows.value(session.id()))
             row->setPicture(address ? m_gallery->picture(address->text()) : QImage());
     }
-    // Nothing is asked of the network before somebody looks.
+    // Pictures are loaded only while the tab is visible.
     if (isVisible())
         m_gallery->setShown(addresses);
 }
@@ -208,7 +208,8 @@ void AccountsSettingsView::remove(qint64 accountID)
 {
     m_removalError.clear();
     showConnection();
-    // Not ended by leaving the tab: what the account reached has to go from the other tabs and the monitor, too.
+    // Belongs to m_work, so that leaving the tab does not cancel it: the other tabs and the monitor have to drop the
+    // account's repositories, too.
     m_work.launch(removeAndReload(accountID, m_work.stopToken()), "Removing an account");
 }
 

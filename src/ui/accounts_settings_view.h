@@ -29,14 +29,14 @@ struct GitHubAccountSession;
 
 /// The Accounts tab: the connected identities, the connection of another one, and a switch for each installation.
 ///
-/// Shows what the stores say and forwards what the person does. When it appears it has the installations of every
-/// account loaded; that ends when it is hidden.
+/// Shows the state of the stores and forwards what the user does. Loads the installations of every account each time it
+/// is shown, and cancels that when it is hidden.
 class AccountsSettingsView final : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// The pointers are not owned and outlive the view. Without `avatars` there are no pictures.
+    /// The pointers are not owned and outlive the view. `avatars` may be null: there are no pictures then.
     struct Services {
         AuthenticationStore *authentication = nullptr;
         InstallationStore *installations = nullptr;
@@ -81,9 +81,9 @@ private:
     RowList *m_accountList;
     InstallationSection *m_installations;
     QHash<qint64, AccountRow *> m_accountRows;
-    QString m_removalError; ///< why the account that the user wanted to remove last is still there
+    QString m_removalError; ///< why the last attempt to remove an account failed
     TaskScope m_work;
-    TaskScope m_appearance; ///< what is only worth doing while the tab is shown
+    TaskScope m_appearance; ///< work that is cancelled when the tab is hidden
 };
 
 } // namespace velmora

@@ -13,7 +13,7 @@ namespace velmora
 namespace
 {
 
-/// A small file can unpack into a picture that fills the memory.
+/// In pixels. A small file can unpack into a picture that fills the memory.
 constexpr int kLargestSide = 4096;
 
 } // namespace
@@ -24,7 +24,7 @@ QImage decodedAvatar(const QByteArray &content, int side)
     buffer.setData(content);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer);
-    // Whatever else Qt has a plugin for, vector graphics for instance, has no place here.
+    // Qt has plugins for more formats, vector graphics among them, which must not decode foreign bytes.
     const QByteArray format = reader.format();
     if (format != "png" && format != "jpeg" && format != "gif" && format != "webp")
         return {};

@@ -13,9 +13,9 @@
 namespace velmora
 {
 
-/// The pictures of the accounts that are shown, decoded and scaled away from the main thread.
+/// The pictures of the accounts on show, decoded and scaled on another thread.
 ///
-/// A picture that could not be had is asked for again with the next setShown() that follows a retry().
+/// A picture that failed to load is requested again by the first setShown() after retry().
 class AvatarGallery final : public QObject
 {
     Q_OBJECT
@@ -24,18 +24,18 @@ public:
     /// The longer side of a picture, in pixels: enough for a row on a fine screen.
     static constexpr int kSide = 144;
 
-    /// The loader is not owned and outlives the gallery; null when there is none, and then there are no pictures.
+    /// The loader is not owned and outlives the gallery. Without a loader (null) there are no pictures.
     explicit AvatarGallery(AvatarLoading *loader, QObject *parent = nullptr);
 
-    /// Loads what is not known of these and forgets all others.
+    /// Loads the pictures that are not known yet; forgets those of all other addresses.
     void setShown(const QSet<QString> &addresses);
-    /// Gives those that failed another chance.
+    /// Lets the next setShown() request failed pictures again.
     void retry() { m_failed.clear(); }
-    /// Null while it is not there.
+    /// The picture of the address; null until it is loaded.
     [[nodiscard]] QImage picture(const QString &address) const { return m_pictures.value(address); }
 
 Q_SIGNALS:
-    /// A picture has come.
+    /// A picture was loaded.
     void changed();
 
 private:
@@ -51,8 +51,8 @@ private:
     TaskScope m_scope;
 };
 
-/// The picture in the bytes, scaled down to fit a square of `side` pixels; null for anything but a PNG, JPEG, GIF or
-/// WebP picture of a sensible size. May run on any thread.
+/// Decodes a PNG, JPEG, GIF or WebP picture and scales it down to fit a square of `side` pixels. Null for any other
+/// format, for broken bytes, and for more than 4096 pixels a side. May run on any thread.
 [[nodiscard]] QImage decodedAvatar(const QByteArray &content, int side);
 
 } // namespace velmora

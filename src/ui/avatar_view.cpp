@@ -38,21 +38,21 @@ void AvatarView::paintEvent(QPaintEvent *event)
     QPainter painter(this);
     const QRectF frame = rect();
     if (m_picture.isNull()) {
-        // The circle of the symbol has a margin, which a picture has not.
+        // The circle of the symbol has a margin inside its frame; a picture has none.
         const qreal margin = m_side * kSymbolMargin;
         return paintSymbol(&painter, u"person.crop.circle.fill", frame.adjusted(-margin, -margin, margin, margin),
             toneColour(Tone::Secondary, palette()));
     }
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    // Scaled to fit: what is not square stands in the middle of the circle.
+    // Scaled to fit; a picture that is not square is centred in the circle.
     const QSizeF size = QSizeF(m_picture.size()).scaled(frame.size(), Qt::KeepAspectRatio);
     const QRectF target(frame.center() - QPointF(size.width() / 2, size.height() / 2), size);
     QBrush brush(m_picture);
     QTransform place = QTransform::fromTranslate(target.left(), target.top());
     place.scale(size.width() / m_picture.width(), size.height() / m_picture.height());
     brush.setTransform(place);
-    // A clip would leave the edge jagged; a brush on a shape does not.
+    // Filling a path with a brush is antialiased; clipping is not.
     QPainterPath circle;
     circle.addEllipse(frame);
     QPainterPath picture;

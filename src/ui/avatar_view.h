@@ -7,7 +7,7 @@
 namespace velmora
 {
 
-/// The round picture of an account; a symbol stands in while there is none. Decoration: the name is beside it.
+/// The round picture of an account, or a symbol without one. It has no accessible name: the login stands beside it.
 class AvatarView final : public QWidget
 {
     Q_OBJECT
@@ -16,7 +16,7 @@ public:
     /// `side` is in device independent pixels.
     explicit AvatarView(int side, QWidget *parent = nullptr);
 
-    /// A null picture shows the symbol.
+    /// Null shows the symbol.
     void setPicture(const QImage &picture);
     [[nodiscard]] bool hasPicture() const { return !m_picture.isNull(); }
     [[nodiscard]] QSize sizeHint() const override { return {m_side, m_side}; }

@@ -12,7 +12,7 @@ namespace velmora
 namespace
 {
 
-/// Between icon and text, as Qt's styles have it.
+/// The gap between icon and text in Qt's styles.
 constexpr int kIconGap = 4;
 
 QIcon emptyIcon(const QSize &size)

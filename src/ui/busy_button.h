@@ -8,7 +8,7 @@ namespace velmora
 
 class ProgressSpinner;
 
-/// A button with a symbol, in whose place a spinner turns while what it started runs.
+/// A button with a symbol, which a spinner replaces while the action of the button runs.
 class BusyButton final : public QPushButton
 {
     Q_OBJECT
@@ -26,7 +26,7 @@ private:
     void placeSpinner();
 
     QIcon m_symbol;
-    QIcon m_room; ///< as large as the symbol, and empty
+    QIcon m_room; ///< transparent, as large as the symbol: keeps the text in place while the spinner shows
     ProgressSpinner *m_spinner;
     bool m_isBusy = false;
 };

@@ -41,7 +41,7 @@ int DeploymentListLayout::rowAt(int y) const
 {
     if (y < 0 || y >= contentHeight())
         return -1;
-    // The last section that begins at or above the height.
+    // Find the last section that begins at or above y.
     auto header = m_headerRows.begin();
     while (header + 1 != m_headerRows.end() && top(*(header + 1)) <= y)
         ++header;

@@ -13,7 +13,7 @@ namespace
 
 constexpr std::array kSections{
     DeploymentSectionKind::InProgress, DeploymentSectionKind::Failed, DeploymentSectionKind::Completed};
-/// No identifier begins with a control character.
+/// Keys of the headers. No deployment identifier begins with a control character.
 constexpr std::array<QStringView, 3> kHeaderKeys{u"\u0001in progress", u"\u0001failed", u"\u0001completed"};
 
 constexpr std::size_t place(DeploymentSectionKind section)
@@ -71,7 +71,8 @@ std::vector<QStringView> DeploymentListModel::keysOf(std::span<const Row> rows)
     return keys;
 }
 
-/// The steps from the rows to the target. Keys are made only for the rows in the middle, between those that stay.
+/// The edits that turn the current rows into `target`. Makes keys only for the rows between the common prefix and
+/// suffix.
 std::vector<SequenceEdit> DeploymentListModel::stepsTo(const Rows &target) const
 {
     const auto [oldMiddle, newMiddle] = std::ranges::mismatch(m_rows, target, &isSameRow);
@@ -93,7 +94,7 @@ void DeploymentListModel::setDeployments(const QList<DeploymentSnapshot> &deploy
 {
     if (deployments.isSharedWith(m_deployments))
         return;
-    // The rows point into the lists, so both live until the last step.
+    // The rows of both lists point to their deployments, so both lists must live until the last edit is done.
     const QList<DeploymentSnapshot> previous = std::exchange(m_deployments, deployments);
     const auto previousCounts = std::exchange(m_counts, countsOf(deployments));
     Rows target = rowsOfList();
@@ -126,7 +127,7 @@ void DeploymentListModel::takeSteps(const Rows &target)
             break;
         case SequenceEdit::Kind::Move: {
             const int to = static_cast<int>(edit.to);
-            // Counted before the row is taken out.
+            // beginMoveRows() counts the destination with the moved row still in its old place.
             beginMoveRows({}, first, first, {}, to > first ? to + 1 : to);
             if (to > first)
                 std::rotate(begin, begin + 1, m_rows.begin() + to + 1);
@@ -150,7 +151,7 @@ bool DeploymentListModel::hasChanged(std::size_t row, const Rows &before, const 
 {
     const auto *now = m_rows[row].deployment;
     if (!now) {
-        // A header that was not there before has just been announced.
+        // A header that is new has already been announced by its insertion.
         const auto previous = previousCounts.at(place(m_rows[row].section));
         return previous != 0 && previous != m_counts.at(place(m_rows[row].section));
     }

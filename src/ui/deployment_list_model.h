@@ -16,10 +16,10 @@
 namespace velmora
 {
 
-/// The deployments as rows: for each section that has any a header and the deployments below it.
+/// The deployments as rows: for each section that is not empty, a header and the deployments below it.
 ///
-/// A new list is taken over by the steps that lead to it; the model is never reset, so that whatever points into it
-/// keeps pointing at the same deployment. No text is made before somebody asks for it.
+/// setDeployments() applies the difference in steps and never resets the model, so that persistent indexes stay with
+/// their deployment. Texts are made when a view asks for them.
 class DeploymentListModel final : public QAbstractListModel
 {
     Q_OBJECT
@@ -28,21 +28,20 @@ public:
     /// The clock is not owned and outlives the model.
     explicit DeploymentListModel(Clock *clock, QObject *parent = nullptr);
 
-    /// Shows another list: already filtered and ordered, each id once.
+    /// Shows another list, which must be filtered and ordered and hold each id once.
     void setDeployments(const QList<DeploymentSnapshot> &deployments);
-    /// Says which rows somebody sees; all, when nobody has said so. What changes within a row is announced for these
-    /// only, because comparing twenty thousand rows that nobody sees costs more than painting those that somebody does.
-    /// Rows that come, go or move, and headers, are always announced.
+    /// Sets which rows are visible; by default all. Changes within a row are announced only for these, because
+    /// comparing twenty thousand hidden rows costs more than painting the visible ones. Rows that come, go or move, and
+    /// headers, are always announced.
     void setWatchedRows(int first, int last);
     [[nodiscard]] const QList<DeploymentSnapshot> &deployments() const { return m_deployments; }
 
-    /// The deployment of a row; null for a header. Good until the next setDeployments().
+    /// The deployment of a row; null for a header. Valid until the next setDeployments().
     [[nodiscard]] const DeploymentSnapshot *deployment(int row) const;
     [[nodiscard]] bool isHeader(int row) const { return !deployment(row); }
     [[nodiscard]] DeploymentSectionKind section(int row) const;
-    /// The number of deployments in a section.
     [[nodiscard]] qsizetype count(DeploymentSectionKind section) const;
-    /// The rows that are headers, ascending.
+    /// The rows of the headers, ascending.
     [[nodiscard]] std::vector<int> headerRows() const;
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
@@ -50,14 +49,14 @@ public:
     [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
 
 Q_SIGNALS:
-    /// The rows are about to change, in as many steps as it takes.
+    /// Emitted before the rows change in one or more steps.
     void updateStarted();
-    /// They have changed.
+    /// Emitted after the last step.
     void updateFinished();
 
 private:
     struct Row {
-        const DeploymentSnapshot *deployment; ///< in the list that is shown, or, meanwhile, in the one before it
+        const DeploymentSnapshot *deployment; ///< in the list on show, or, during an update, in the previous one
         DeploymentSectionKind section;
     };
     using Rows = std::vector<Row>;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the list shows. What the mouse and the keyboard do to it is in deployment_list_view_input.cpp, what happens by
-// itself in deployment_list_view_time.cpp.
+// Layout and painting. Mouse and keyboard are in deployment_list_view_input.cpp, timers in
+// deployment_list_view_time.cpp.
 #include "ui/deployment_list_view.h"
 
 #include "support/clock.h"
@@ -14,7 +14,8 @@
 namespace velmora
 {
 
-// QListView keeps a place for each row, and brings them up to date in each of these. Here places are computed.
+// QListView stores the position of each row and updates them in these functions. This view computes positions instead,
+// so it skips QListView and calls QAbstractItemView.
 // NOLINTBEGIN(bugprone-parent-virtual-call)
 
 DeploymentListView::DeploymentListView(const Services &services, QWidget *parent)
@@ -29,7 +30,7 @@ DeploymentListView::DeploymentListView(const Services &services, QWidget *parent
     setVerticalScrollMode(ScrollPerPixel);
     setSelectionMode(SingleSelection);
     setEditTriggers(NoEditTriggers);
-    // What comes and goes by itself does not scroll; the keyboard does.
+    // An update of the model must not scroll; currentChanged() scrolls at all other times.
     setAutoScroll(false);
     setMouseTracking(true);
     adoptFont();
@@ -107,7 +108,7 @@ void DeploymentListView::scrollTo(const QModelIndex &index, ScrollHint hint)
         return;
     int top = places().top(index.row());
     const int bottom = top + places().height(index.row());
-    // A row right below its header brings it along.
+    // Scrolling to the first row of a section shows its header, too.
     if (index.row() > 0 && places().isHeader(index.row() - 1))
         top = places().top(index.row() - 1);
     const int height = viewport()->height();
@@ -149,7 +150,7 @@ void DeploymentListView::beginUpdate()
     m_isUpdating = true;
     m_haveRowsMoved = false;
     m_anchors.clear();
-    // Who is at the top stays there and sees what is new.
+    // A list that is scrolled to the top stays there and shows what is new.
     if (verticalOffset() == 0)
         return;
     const auto [first, last] = visibleRows();
@@ -173,7 +174,7 @@ void DeploymentListView::endUpdate()
     scheduleAges();
 }
 
-/// Most of the rows that were seen stay where they were on the screen, whatever became of the others.
+/// Scrolls so that most of the rows that were visible keep their position on the screen.
 void DeploymentListView::restoreScrolling()
 {
     std::vector<int> offsets;
@@ -205,7 +206,7 @@ void DeploymentListView::rowsAboutToBeRemoved(const QModelIndex &parent, int fir
 
 void DeploymentListView::dataChanged(const QModelIndex &first, const QModelIndex &last, const QList<int> &roles)
 {
-    // When rows moved as well, everything is painted anew in the end.
+    // After a move, endUpdate() repaints the whole viewport.
     if (!m_haveRowsMoved) {
         const auto [firstVisible, lastVisible] = visibleRows();
         for (int row = std::max(first.row(), firstVisible); row <= std::min(last.row(), lastVisible); ++row)

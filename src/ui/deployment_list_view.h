@@ -20,12 +20,12 @@ class DeploymentListModel;
 class Pasteboard;
 class URLOpener;
 
-/// The deployments in sections. A click on a row opens its log, a click on its link the environment; Return and Control
-/// Return do the same for the current row.
+/// The deployments in sections. A click on a row opens its log, a click on its link opens the environment. Return and
+/// Control+Return do the same for the current row.
 ///
-/// What it costs depends on what is visible: places are computed, nothing is measured or made for a row that nobody
-/// sees. Nothing happens by itself while it is hidden; while it is shown, ages are brought up to date when they change,
-/// and the icons of what is in progress turn.
+/// The cost depends on the visible rows only: positions are computed, and other rows are neither measured nor created.
+/// While the view is shown, ages are repainted when they change, and the icons of deployments in progress turn. While
+/// it is hidden, it does nothing.
 class DeploymentListView final : public QListView, public AccessibleRows
 {
     Q_OBJECT
@@ -40,12 +40,12 @@ public:
 
     explicit DeploymentListView(const Services &services, QWidget *parent = nullptr);
 
-    /// Shows a list that is filtered and ordered already. Selection, focus and what is seen stay where they are.
+    /// Shows a list that is already filtered and ordered. Selection, focus and scroll position are kept.
     void setDeployments(const QList<DeploymentSnapshot> &deployments);
-    /// Does what the context menu offers, or a click does, with a deployment.
+    /// Carries out an action of the context menu; a click is one of them.
     void perform(RowActionKind action, const DeploymentSnapshot &deployment);
     [[nodiscard]] QList<AccessibleAction> accessibleActions(const QModelIndex &index) override;
-    /// Whether icons are turning just now.
+    /// Whether icons are turning now.
     [[nodiscard]] bool isTurning() const { return m_turning.isActive(); }
 
     [[nodiscard]] QRect visualRect(const QModelIndex &index) const override;
@@ -85,14 +85,14 @@ protected:
     [[nodiscard]] QRegion visualRegionForSelection(const QItemSelection &selection) const override;
 
 private:
-    /// A row, or the link in it, under the mouse.
+    /// The row under the mouse, or the link in that row.
     struct Target {
         QPersistentModelIndex index;
         bool isLink = false;
 
         friend bool operator==(const Target &, const Target &) = default;
     };
-    /// Rows that are seen, and how far each stands below the top.
+    /// A visible row, and its distance from the top of the viewport.
     struct Anchor {
         QPersistentModelIndex index;
         int offset;
@@ -131,12 +131,12 @@ private:
     Target m_hovered;
     Target m_pressed;
     bool m_isShown = false;
-    bool m_isUpdating = false; ///< between the steps of the model
-    bool m_haveRowsMoved = false; ///< in the update under way
-    bool m_showsCurrentRow = false; ///< the keyboard is in use
+    bool m_isUpdating = false; ///< between updateStarted() and updateFinished() of the model
+    bool m_haveRowsMoved = false; ///< rows came, went or moved in the current update
+    bool m_showsCurrentRow = false; ///< the keyboard was used last
     QBasicTimer m_turning;
     int m_turnedBy = 0;
-    Instant m_agesShownAt; ///< the ages on show are right for this time, or a later one
+    Instant m_agesShownAt; ///< the visible ages were painted at this time or later
     std::optional<Instant> m_agesDueAt;
     TaskScope m_ages;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the mouse and the keyboard do to the list.
+// Mouse and keyboard of the list.
 #include "ui/deployment_list_view.h"
 
 #include "platform/pasteboard.h"
@@ -21,7 +21,7 @@ namespace velmora
 namespace
 {
 
-/// The key that does the same as an entry of the menu.
+/// The shortcut that is shown beside an entry of the menu.
 QKeySequence shortcut(RowActionKind action)
 {
     switch (action) {
@@ -88,7 +88,7 @@ QList<AccessibleAction> DeploymentListView::accessibleActions(const QModelIndex 
     if (!deployment)
         return actions;
     for (const RowAction &action : rowActions(*deployment)) {
-        // Whoever asks does not wait for a browser, and the list may be another one by then.
+        // Queued, because the caller must not wait for a browser. Copied, because the list may change before it runs.
         const auto perform = [this, kind = action.kind, shown = *deployment] {
             const auto later = [this, kind, shown] {
                 this->perform(kind, shown);
@@ -104,7 +104,7 @@ QList<AccessibleAction> DeploymentListView::accessibleActions(const QModelIndex 
 DeploymentListView::Target DeploymentListView::targetAt(const QPoint &point) const
 {
     const QModelIndex index = indexAt(point);
-    // The padding below a section belongs to no row.
+    // indexAt() counts the padding below a section to its last row; here it belongs to none.
     if (!viewport()->rect().contains(point) || !visualRect(index).contains(point))
         return {};
     const auto *deployment = m_model->deployment(index.row());
@@ -136,7 +136,7 @@ void DeploymentListView::setPressed(const Target &target)
     updateTarget(m_pressed);
 }
 
-/// The rows move below the mouse as well as the mouse above the rows.
+/// Scrolling moves the rows below a mouse that rests.
 void DeploymentListView::updateHover()
 {
     if (m_isShown && viewport()->underMouse())
@@ -161,7 +161,7 @@ void DeploymentListView::mousePressEvent(QMouseEvent *event)
 
 void DeploymentListView::mouseDoubleClickEvent(QMouseEvent *event)
 {
-    // The second press of two quick clicks is a press like any other.
+    // Treat the second press of a double click as an ordinary press.
     mousePressEvent(event);
 }
 
@@ -224,7 +224,7 @@ void DeploymentListView::showMenu(const QModelIndex &index, const QPoint &global
     const auto *shown = index.isValid() ? m_model->deployment(index.row()) : nullptr;
     if (!shown)
         return;
-    // The row may be gone before somebody has chosen.
+    // Copied, because the row may be removed while the menu is open.
     const DeploymentSnapshot deployment = *shown;
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
@@ -292,7 +292,7 @@ void DeploymentListView::keyPressEvent(QKeyEvent *event)
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     const bool isPress = (isReturn || event->key() == Qt::Key_Space) && modifiers == Qt::NoModifier;
     if (deployment && isPress) {
-        // A key that is held down would open the page again and again.
+        // Holding the key down must not open the page repeatedly.
         if (!event->isAutoRepeat())
             perform(RowActionKind::OpenDetails, *deployment);
     } else if (deployment && isReturn && modifiers == Qt::ControlModifier) {
@@ -315,14 +315,15 @@ void DeploymentListView::showsCurrentRow(bool shows)
         viewport()->update(visualRect(currentIndex()));
 }
 
-// QListView keeps a place for each row, and brings them up to date in some of these. Here places are computed.
+// QListView stores the position of each row and updates them in some of these functions. This view computes positions
+// instead, so it skips QListView and calls its bases.
 // NOLINTBEGIN(bugprone-parent-virtual-call)
 
 void DeploymentListView::focusInEvent(QFocusEvent *event)
 {
     const bool cameByKey = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
     showsCurrentRow(cameByKey);
-    // Who came otherwise has no row yet; the first key goes to the first one.
+    // With focus from the mouse or the window there is no current row yet; the first key selects the first row.
     if (cameByKey && !currentIndex().isValid())
         setCurrentIndex(moveCursor(MoveHome, Qt::NoModifier));
     QAbstractScrollArea::focusInEvent(event);
@@ -333,7 +334,7 @@ void DeploymentListView::keyboardSearch(const QString &search)
 {
     const QPersistentModelIndex before = currentIndex();
     QListView::keyboardSearch(search);
-    // A title is no row.
+    // Headers are not selectable.
     if (currentIndex().isValid() && m_model->isHeader(currentIndex().row()))
         setCurrentIndex(before);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What happens to the list by itself: icons turn and ages grow.
+// Timers of the list: turning icons and growing ages.
 #include "ui/deployment_list_view.h"
 
 #include "support/clock.h"
@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// Timers do not count the time that a machine sleeps, so nobody relies on one for longer.
+/// Timers stop while the machine sleeps, so none may run for long.
 constexpr auto kLongestWait = 60s;
 
 } // namespace
@@ -58,7 +58,7 @@ void DeploymentListView::updateAges()
     const auto [first, last] = visibleRows();
     for (int row = first; row <= last; ++row) {
         const auto *deployment = m_model->deployment(row);
-        // A clock that was set back makes every age doubtful.
+        // After the clock was set back every age may be wrong.
         if (deployment && (now < m_agesShownAt || nextRelativeTimeChange(deployment->updatedAt, m_agesShownAt) <= now))
             viewport()->update(visualRect(m_model->index(row)));
     }

@@ -22,7 +22,7 @@ constexpr int kLineGap = 1;
 constexpr int kLinkSide = 28;
 constexpr int kLinkSymbolSide = 15;
 constexpr int kCornerRadius = 6;
-/// How far the light behind a row stays away from the edges of the list.
+/// The distance of a row's highlight from the edges of the list.
 constexpr int kLightMargin = 5;
 
 void paintLight(QPainter *painter, const QRect &place, const QColor &colour)
@@ -32,7 +32,8 @@ void paintLight(QPainter *painter, const QRect &place, const QColor &colour)
     painter->drawRoundedRect(place, kCornerRadius, kCornerRadius);
 }
 
-/// Cut in the middle where it does not fit. Asked to fit a text into its own width, Qt cuts it now and then.
+/// Elides in the middle if the text is too wide. Measures first, because elidedText() sometimes cuts a text that has
+/// exactly the width.
 QString fitted(const QFontMetrics &metrics, const QString &text, int width)
 {
     return metrics.horizontalAdvance(text) <= width ? text : metrics.elidedText(text, Qt::ElideMiddle, width);
@@ -71,7 +72,7 @@ DeploymentRowView::Parts DeploymentRowView::parts(const QRect &frame, const Depl
     const int textRight = hasLink ? link.left() - kRowGap / 2 : content.right() + 1;
     const QRect text(
         textLeft, frame.top() + kPadding, std::max(0, textRight - textLeft), frame.height() - 2 * kPadding);
-    // The icon stands beside the first line.
+    // The icon is aligned with the first line.
     const int lineHeight = QFontMetrics(m_nameFont).height();
     const QRect icon(content.left(), text.top() + (lineHeight - kIconSide + 1) / 2, kIconColumn, kIconSide);
     return {QStyle::visualRect(m_direction, frame, icon), QStyle::visualRect(m_direction, frame, text),
@@ -150,7 +151,7 @@ void DeploymentRowView::paintTexts(QPainter *painter, const QRect &column, const
     draw(column.left(), captionMetrics, detailBaseline, detailLine(deployment, now, column.width()));
 }
 
-/// A ref that is too long is cut; the commit and the age are worth more.
+/// If the line is too wide, shortens the ref first: the commit and the age matter more.
 QString DeploymentRowView::detailLine(const DeploymentSnapshot &deployment, Instant now, int width) const
 {
     const QString separator = QStringLiteral(" · ");

@@ -14,25 +14,25 @@ class QPainter;
 namespace velmora
 {
 
-/// Draws one deployment: its state as an icon, repository and environment above ref, commit and age, and a link to the
-/// environment where there is one.
+/// Draws one deployment: the icon of its state, repository and environment above ref, commit and age, and a link if the
+/// environment has an address.
 class DeploymentRowView
 {
 public:
-    /// What the mouse or the keyboard is doing to the row.
+    /// How the row is drawn, depending on mouse and keyboard.
     struct State {
         bool isHovered = false;
         bool isPressed = false;
         bool isLinkHovered = false;
         bool isLinkPressed = false;
         bool hasFocus = false;
-        bool hasDivider = false; ///< another row follows
-        int turnedBy = 0; ///< degrees, of the icon of what is in progress
+        bool hasDivider = false; ///< another row of the section follows
+        int turnedBy = 0; ///< rotation of the icon of a deployment in progress, in degrees
     };
     struct Parts {
         QRect icon;
         QRect text;
-        QRect link; ///< empty when there is none; the place that is clicked, larger than the picture
+        QRect link; ///< the area that reacts to a click, larger than the symbol; empty without a link
     };
 
     DeploymentRowView() = default;
@@ -40,7 +40,7 @@ public:
 
     [[nodiscard]] int height() const;
     [[nodiscard]] Parts parts(const QRect &frame, const DeploymentSnapshot &deployment) const;
-    /// Paints what lies within `exposed`; text that does not is not even measured.
+    /// Paints the parts within `exposed`; other texts are not even measured.
     void paint(QPainter *painter, const QRect &frame, const QRect &exposed, const DeploymentSnapshot &deployment,
         const State &state, Instant now, const QPalette &palette) const;
 
@@ -57,8 +57,8 @@ private:
     Qt::LayoutDirection m_direction = Qt::LeftToRight;
 };
 
-/// How two texts share a line: each gets what it needs when both fit; else the second keeps up to two fifths, and each
-/// what the other does not need. First, then second.
+/// Divides a line between two texts; returns the widths of the first and the second. If both fit, each gets what it
+/// needs. Otherwise the second gets at most two fifths, or what the first leaves, and the first gets the rest.
 [[nodiscard]] std::pair<int, int> sharedWidths(int available, int first, int second);
 
 } // namespace velmora

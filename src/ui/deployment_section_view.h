@@ -11,14 +11,14 @@ class QPainter;
 namespace velmora
 {
 
-/// Draws the header of a section: its title at one end, the number of its deployments at the other.
+/// Draws the header of a section: its title at the start, the number of its deployments at the end.
 class DeploymentSectionView
 {
 public:
     DeploymentSectionView() = default;
     DeploymentSectionView(const QFont &font, Qt::LayoutDirection direction);
 
-    /// With the padding above the header; sectionEnd() is the padding below the last row.
+    /// Includes the padding above the header. sectionEnd() is the padding below the last row.
     [[nodiscard]] int headerHeight() const;
     [[nodiscard]] int sectionEnd() const;
 
@@ -31,10 +31,10 @@ private:
     Qt::LayoutDirection m_direction = Qt::LeftToRight;
 };
 
-/// Digits that all take the width of the widest, so that a number that changes does not dance. `frame` holds them at
-/// its right end.
+/// Paints digits at the right end of `frame`. Each takes the width of the widest digit, so that a changing number does
+/// not shift.
 void paintMonospacedDigits(QPainter *painter, const QRect &frame, const QString &digits);
-/// The width that paintMonospacedDigits() takes.
+/// The width of what paintMonospacedDigits() paints.
 [[nodiscard]] int monospacedDigitsWidth(const QFont &font, const QString &digits);
 
 } // namespace velmora

@@ -105,7 +105,7 @@ void DeviceCodePanel::arrangeInColumn()
 
 void DeviceCodePanel::arrangeInRow()
 {
-    // Among the many controls around it, each is reached by a letter.
+    // This arrangement stands among many other controls, so each button has a mnemonic.
     m_copy->setText(tr("&Copy code"));
     m_open->setText(tr("&Open GitHub"));
     m_cancel->setText(tr("Ca&ncel"));
@@ -128,7 +128,7 @@ void DeviceCodePanel::showAuthorization()
     if (!pending)
         return;
     m_code->setText(pending->userCode);
-    // What was not copied, on a desktop without a clipboard, is not said to have been.
+    // Without a clipboard the code was not copied, and the text must not claim it.
     const bool says = m_arrangement == Arrangement::Column && m_services.authentication->isCodeCopied();
     m_help->setText(says ? copiedHelpText() : helpText());
 }

@@ -16,17 +16,16 @@ class Pasteboard;
 class TextLabel;
 class URLOpener;
 
-/// The code that a person types on GitHub, with buttons that copy it, open the page for it, and give up.
+/// The device code that the user enters on GitHub, with buttons that copy it, open the page for it, and cancel.
 ///
-/// Shows the pending authorization of the store and follows it; without one it keeps what it showed last, so whoever
-/// uses it hides it then.
+/// Follows the pending authorization of the store. Without one it keeps its last contents, so its owner hides it then.
 class DeviceCodePanel final : public QWidget
 {
     Q_OBJECT
 
 public:
     enum class Arrangement {
-        Column, ///< one below the other, in the middle
+        Column, ///< one below the other, centred
         Row, ///< the text beside the spinner, the buttons at the end
     };
     /// The pointers are not owned and outlive the panel.

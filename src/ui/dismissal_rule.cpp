@@ -11,14 +11,15 @@ namespace
 
 using namespace std::chrono_literals;
 
-/// How long a pointer takes from the item to the window.
+/// How long the pointer may take from the item to the window.
 constexpr auto kWayToWindow = 1500ms;
-/// From the press, which takes the focus, to the release, which counts as the click.
+/// The longest time between press, which takes the focus, and release, which arrives as the click, if the place of the
+/// item is unknown.
 constexpr auto kClick = 400ms;
-/// The same when the pointer rests on the item, where a slow finger is likelier than another click. When it is
-/// elsewhere, so is the click.
+/// The same if the pointer rests on the item: a slow click is more likely there than a second one. If the pointer is
+/// elsewhere, the click was not at the item.
 constexpr auto kSlowClick = 2s;
-/// No item is larger, seen from where it was clicked.
+/// The greatest distance, in pixels, from the place of the click to the edge of an item.
 constexpr int kItemReach = 32;
 
 } // namespace

@@ -9,8 +9,8 @@
 namespace velmora
 {
 
-/// Tells a click elsewhere, which closes the window behind the tray item, from other ways to lose the focus, and the
-/// click at the item that closed it by taking the focus from one that opens it.
+/// Decides what clicks do to the window behind the tray item. A click elsewhere closes it; losing the focus in other
+/// ways does not. A click at the item takes the focus and so closes the window; its release must not open it again.
 class DismissalRule
 {
 public:
@@ -18,7 +18,7 @@ public:
 
     enum class Focus {
         FollowsClicks,
-        /// The pointer on its way to the window takes the focus from it, over every other window that it crosses.
+        /// The pointer moves the focus to each window that it crosses on its way from the item to this window.
         MayFollowPointer,
     };
 
@@ -27,14 +27,14 @@ public:
     {
     }
 
-    /// `anchor` is the place of the click at the item, on a screen, where known.
+    /// `anchor` is the place of the click at the item in screen coordinates, if known.
     void opened(Time now, std::optional<QPoint> anchor);
     void pointerEntered() { m_wasEntered = true; }
 
-    /// Whether the window, which has just lost the focus, closes. It then counts as closed at this time.
+    /// Whether the window, which has just lost the focus, closes. If so, it counts as closed from now on.
     [[nodiscard]] bool closesOnFocusLoss(Time now, QPoint pointer);
-    /// Whether a click at the item is the end of the one that closed the window, and so opens nothing. Asking again is
-    /// about another click.
+    /// Whether a click at the item belongs to the click that closed the window and therefore opens nothing. True at
+    /// most once for each closing.
     [[nodiscard]] bool isEndOfClosingClick(Time now);
 
 private:
@@ -42,7 +42,7 @@ private:
     Time m_openedAt;
     std::optional<QPoint> m_anchor;
     bool m_wasEntered = false;
-    std::optional<Time> m_clickEndsBy; ///< of the click that may have closed the window
+    std::optional<Time> m_clickEndsBy; ///< the click that may have closed the window
 };
 
 } // namespace velmora

@@ -10,25 +10,25 @@ namespace velmora
 
 class TextLabel;
 
-/// What stands where there is nothing to list: a symbol, a title, a description and, where there is something to do
-/// about it, a button. In the middle of whatever room it is given.
+/// Stands in for an empty list: a symbol, a title, a description and, if there is something to do, a button. Centred in
+/// the space that it is given.
 class EmptyStateView final : public QWidget
 {
     Q_OBJECT
 
 public:
     struct Texts {
-        QString symbol; ///< the name of the symbol
+        QString symbol;
         QString title;
         QString description;
-        QString action = {}; ///< the button; none when empty
+        QString action = {}; ///< the text of the button; empty for no button
     };
 
     explicit EmptyStateView(const Texts &texts, QWidget *parent = nullptr);
 
-    /// The button of the action; null when there is none.
+    /// The button of the action, or null.
     [[nodiscard]] QPushButton *button() const { return m_button; }
-    /// Says below the description why the action failed; nothing when empty.
+    /// Shows below the description why the action failed; empty hides it.
     void setError(const QString &message);
     void setTitle(const QString &title);
     void setDescription(const QString &description);

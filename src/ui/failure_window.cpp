@@ -44,7 +44,7 @@ FailureWindow::FailureWindow(const QString &applicationName, const QString &reas
     layout->addStretch();
     layout->addWidget(quit, 0, Qt::AlignRight);
     quit->setFocus();
-    // A size that cannot be changed lets it float where windows are tiled.
+    // A fixed size makes tiling window managers let the window float.
     setFixedSize(kWidth, layout->totalHeightForWidth(kWidth));
 }
 

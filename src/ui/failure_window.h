@@ -6,14 +6,14 @@
 namespace velmora
 {
 
-/// Says why the program cannot start, where there is no terminal to say it in. Closing it, by the button or in any
-/// other way, is for the user to do.
+/// Shows why the program cannot start, when there is no terminal for the message. Stays open until the user closes it,
+/// by its button or otherwise.
 class FailureWindow final : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// `applicationName` is as the application names itself, `reason` a message that may have several lines.
+    /// `applicationName` is the display name of the application; `reason` may have several lines.
     FailureWindow(const QString &applicationName, const QString &reason, QWidget *parent = nullptr);
 
 Q_SIGNALS:

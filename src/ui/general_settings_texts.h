@@ -7,7 +7,7 @@
 namespace velmora
 {
 
-/// Every text of the General tab; an ampersand marks the letter that reaches a control.
+/// The texts of the General tab. An ampersand marks the mnemonic of a control.
 struct GeneralSettingsTexts {
     Q_DECLARE_TR_FUNCTIONS(GeneralSettingsView)
 

@@ -157,7 +157,7 @@ QCoro::Task<> GeneralSettingsView::switchNotifications(
     QPointer<GeneralSettingsView> view, GeneralSettingsStore *settings, bool enabled, DeploymentNotificationKind kind)
 {
     co_await settings->setNotificationsEnabled(enabled, kind);
-    // A refusal that changes nothing is not announced.
+    // The store emits nothing when it refuses without a change, so the switch is set back here.
     if (view)
         view->showSettings();
 }

@@ -19,8 +19,8 @@ class SwitchControl;
 
 /// The General tab: which results are announced, whether Velmora starts at login, and what went wrong with either.
 ///
-/// Shows what the store says. A switch moves with the click and, when the store has dealt with it, stands where the
-/// store says, so that a refusal is seen. What the desktop does at login is read anew whenever the tab is shown.
+/// A switch moves with the click; once the store has handled the change, it shows the state of the store, so that a
+/// refusal is visible. Reads the state of the start at login each time the tab is shown.
 class GeneralSettingsView final : public QWidget
 {
     Q_OBJECT
@@ -30,7 +30,7 @@ public:
     GeneralSettingsView(GeneralSettingsStore *settings, SettingsPageOpener *pageOpener, QWidget *parent = nullptr);
 
 public Q_SLOTS:
-    /// Reads again what the desktop does at login, and asks it once more for what it did not answer.
+    /// Reads the state of the start at login again, and retries the preparation of notifications that failed.
     void refresh();
 
 protected:
@@ -54,7 +54,7 @@ private:
     SwitchControl *m_successes;
     SwitchControl *m_launchAtLogin;
     QPushButton *m_openSettings;
-    TextLabel *m_openFailure; ///< what the desktop says where it has no such page
+    TextLabel *m_openFailure; ///< why the desktop's page cannot be opened
     Card *m_errorSection;
     MessageRow *m_error;
 };

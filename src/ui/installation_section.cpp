@@ -75,7 +75,7 @@ void InstallationSection::showInstallations()
         rows.append(row);
         listed.insert(record.id());
     }
-    // The controls themselves are deleted by the list that they leave.
+    // m_list deletes the controls that it no longer shows.
     m_controls.removeIf([&](const auto &entry) { return !listed.contains(entry.key()); });
     m_list->setRows(rows);
     setVisible(showsInstallations(sessions, installations));
@@ -90,7 +90,7 @@ SwitchControl *InstallationSection::control(const QString &key)
     m_controls.insert(key, control);
     connect(control, &SwitchControl::clicked, this, [this, key](bool enabled) {
         m_installations->setInstallation(key, enabled);
-        // One that has gone meanwhile changes nothing, and the switch must not look as if it had.
+        // The installation may have been removed meanwhile; then the click changes nothing, and the switch is removed.
         showInstallations();
     });
     return control;

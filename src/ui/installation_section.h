@@ -12,7 +12,7 @@ class InstallationStore;
 class RowList;
 class SwitchControl;
 
-/// Where the App is installed: a switch for each installation. Hidden while there is nothing to switch.
+/// Lists the installations of the App with a switch for each. Hidden while there are none.
 class InstallationSection final : public QWidget
 {
     Q_OBJECT
@@ -22,9 +22,9 @@ public:
     InstallationSection(AuthenticationStore *authentication, InstallationStore *installations, QWidget *parent);
 
 Q_SIGNALS:
-    /// The person wants to change on GitHub where the App is installed.
+    /// The user wants to manage the installations on GitHub.
     void manageRequested();
-    /// There are other rows now, or in another order.
+    /// The rows or their order have changed.
     void rowsChanged();
 
 private:

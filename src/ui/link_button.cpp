@@ -13,7 +13,7 @@ namespace velmora
 namespace
 {
 
-constexpr int kPadding = 3; ///< room for the ring of the focus
+constexpr int kPadding = 3; ///< room for the focus ring
 constexpr qreal kCorner = 4;
 constexpr qreal kRingWidth = 1.5;
 

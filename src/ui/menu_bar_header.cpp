@@ -17,7 +17,7 @@ namespace
 
 constexpr int kMargin = 10;
 constexpr int kButtonSymbol = 18;
-/// Of one reason, in a narrow window.
+/// Of one reason; the rest is in the tooltip.
 constexpr int kMostLines = 3;
 
 QToolButton *iconButton(const QString &label, QStringView symbol, QWidget *parent)
@@ -47,7 +47,7 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     name->setWeight(QFont::DemiBold);
     m_status->setTone(Tone::Secondary);
     for (TextLabel *&line : m_explanation) {
-        // What to do stands at the end of a line.
+        // Wrapped, because the advice is at the end of a reason.
         line = new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap, this);
         line->setMostLines(kMostLines);
         line->setTone(Tone::Orange);

@@ -21,12 +21,12 @@ public:
     /// `title` is the name of the application.
     explicit MenuBarHeader(const QString &title, QWidget *parent = nullptr);
 
-    /// The status in a few words, and what explains it: its first lines fit below the status, all of it is in the
-    /// tooltip and read to whoever cannot see.
+    /// Sets the status and its explanation, one reason a line. The first three lines are shown below the status;
+    /// tooltip and accessible description have them all.
     void setStatus(const QString &status, const QString &explanation);
-    /// Something about the window itself that the person should know, in a few lines; nothing when empty.
+    /// Shows a note about the window itself, which may wrap; empty hides it.
     void setNotice(const QString &notice);
-    /// The refresh button cannot be pressed meanwhile and says why.
+    /// While a refresh runs, the button is disabled and its tooltip says why.
     void setRefreshing(bool isRefreshing);
 
 Q_SIGNALS:
@@ -35,7 +35,7 @@ Q_SIGNALS:
 
 private:
     TextLabel *m_status;
-    std::array<TextLabel *, 3> m_explanation; ///< a line each
+    std::array<TextLabel *, 3> m_explanation; ///< one for each line of the explanation
     TextLabel *m_notice;
     QToolButton *m_settings;
     QToolButton *m_refresh;

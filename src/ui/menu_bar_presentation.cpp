@@ -20,7 +20,7 @@ QString tr(const char *text)
 MenuBarContent contentFor(MissingStep step)
 {
     switch (step) {
-    case MissingStep::Account: // not any more: there is one, of which nothing is known yet
+    case MissingStep::Account: // a session has appeared since the monitor reported this; nothing is known of it yet
         return MenuBarContent::NoDeployments;
     case MissingStep::Installation:
         return MenuBarContent::NotInstalled;

@@ -43,11 +43,11 @@ constexpr std::array kContents{MenuBarContent::CodePanel, MenuBarContent::Connec
 constexpr int kListHeight = 360;
 constexpr int kContentHeight = 240;
 constexpr int kWidth = 360;
-/// With a font that is larger than most, the window is this many lines wide instead.
+/// With a large font the window is this many line heights wide instead.
 constexpr int kWidthInLines = 20;
 constexpr int kSpinnerSide = 28;
 constexpr int kFooterMargin = 6;
-/// Timers do not count the time that a machine sleeps, so nobody relies on one for longer.
+/// Timers stop while the machine sleeps, so none may run for long.
 constexpr auto kLongestWait = 60s;
 
 } // namespace
@@ -81,7 +81,7 @@ MenuBarView::MenuBarView(const Services &services, QWidget *parent)
     showStores();
 }
 
-/// What ends now tells the stores, and those tell this view, of which nothing may be gone yet.
+/// Cancelling makes the stores emit; do it while the members still exist.
 MenuBarView::~MenuBarView()
 {
     m_isShown = false;
@@ -112,7 +112,7 @@ void MenuBarView::makeContents()
     m_list->setFixedHeight(kListHeight);
 }
 
-/// What there is to do once an account is connected.
+/// The views that name the next step after an account is connected.
 void MenuBarView::makeMissingSteps()
 {
     m_notInstalled = new EmptyStateView(
@@ -240,7 +240,8 @@ void MenuBarView::showContent(MenuBarContent content)
     QWidget *previous = contentWidget(m_content);
     QWidget *next = contentWidget(content);
     m_content = content;
-    // The focus of what is hidden would go to the next control that is left, which quits; the list is what it is for.
+    // Hiding the focused widget would move the focus to the next control, Quit. Take it here; the list gets it when
+    // shown.
     if (previous != next && previous->isAncestorOf(QApplication::focusWidget()))
         setFocus(Qt::OtherFocusReason);
     if (previous != next)
@@ -337,7 +338,7 @@ void MenuBarView::hideEvent(QHideEvent *event)
 {
     m_isShown = false;
     m_updateTime.cancelAll();
-    // Whoever opens the window again begins at the top, and nothing is kept for the time between.
+    // Dropped, so that a hidden window holds no memory and opens at the top of the list.
     if (!event->spontaneous()) {
         m_list->setDeployments({});
         m_services.urlOpener->forgetUnopened();
@@ -348,7 +349,7 @@ void MenuBarView::hideEvent(QHideEvent *event)
 bool MenuBarView::event(QEvent *event)
 {
     const bool isHandled = QWidget::event(event);
-    // Whatever the content asks for, the view has: a window follows what it holds only when it is told to.
+    // A window does not follow the size hint of its content, so the view fixes its own height to it.
     if (event->type() == QEvent::LayoutRequest)
         setFixedHeight(sizeHint().height());
     return isHandled;

@@ -23,12 +23,11 @@ class Pasteboard;
 class TextLabel;
 class URLOpener;
 
-/// What the window behind the tray item holds: how things stand, the deployments or what there is to do instead, and
-/// when it was all last right.
+/// The content of the window behind the tray item: the status, the deployments or the next step, and the time of the
+/// last update.
 ///
-/// Only shows and forwards; the stores own everything but isRefreshing(). It asks for its size by sizeHint() and keeps
-/// it, so that a window around it that follows fits. While it is hidden it follows nothing, keeps no deployments, and
-/// no timer runs.
+/// Shows the stores and forwards actions; all state but isRefreshing() belongs to the stores. The view fixes its size
+/// to its sizeHint(). While it is hidden, it does not follow the stores, holds no deployments, and runs no timer.
 class MenuBarView final : public QWidget
 {
     Q_OBJECT
@@ -43,24 +42,24 @@ public:
         Clock *clock = nullptr;
         URLOpener *urlOpener = nullptr;
         Pasteboard *pasteboard = nullptr;
-        QString applicationName = QStringLiteral("Velmora"); ///< as the application names itself
+        QString applicationName = QStringLiteral("Velmora"); ///< the display name of the application
     };
 
     explicit MenuBarView(const Services &services, QWidget *parent = nullptr);
     ~MenuBarView() override;
 
-    /// Whether a refresh that was started here is running. The monitor's own refreshes are not counted.
+    /// Whether a refresh started by this view is running; the monitor's own refreshes do not count.
     [[nodiscard]] bool isRefreshing() const { return m_isRefreshing; }
-    /// What is shown just now, or was when the view was hidden.
+    /// The content on show, or the last one while the view is hidden.
     [[nodiscard]] MenuBarContent content() const { return m_content; }
 
-    /// Shows something about the window itself, below the status; nothing when empty.
+    /// Shows a note about the window itself below the status; empty hides it.
     void setNotice(const QString &notice);
 
     [[nodiscard]] QSize sizeHint() const override;
 
 public Q_SLOTS:
-    /// Refreshes the installations, then all deployments. Does nothing while that is running.
+    /// Unlocks the accounts, then refreshes the installations and all deployments. Does nothing while a refresh runs.
     void refresh();
 
 Q_SIGNALS:
@@ -97,7 +96,7 @@ private:
     Services m_services;
     MenuBarHeader *m_header;
     MessageRow *m_unsaved; ///< what could not be saved, and why
-    QWidget *m_unopened; ///< the page that no browser has opened
+    QWidget *m_unopened; ///< the address that no browser could open
     QWidget *m_codePanel = nullptr;
     EmptyStateView *m_connectionPrompt = nullptr;
     QWidget *m_loading = nullptr;

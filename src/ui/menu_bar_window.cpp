@@ -30,7 +30,7 @@ Qt::WindowFlags flagsFor(MenuBarWindow::Placement placement)
 
 DismissalRule::Focus focusFor(MenuBarWindow::Placement placement)
 {
-    // Beside the panel, the way from the item to the window crosses no other one.
+    // At the item, the pointer crosses no other window on its way to this one.
     return placement == MenuBarWindow::Placement::AtItem ? DismissalRule::Focus::FollowsClicks
                                                          : DismissalRule::Focus::MayFollowPointer;
 }
@@ -43,8 +43,8 @@ QList<ScreenArea> screenAreas()
     return areas;
 }
 
-/// Where the item is, in points. A host counts in pixels or in points, each as its toolkit does: where the two differ,
-/// it is where the pointer is. A place on no screen is none.
+/// The place of the item in points, or none if it is on no screen. Hosts report pixels or points, depending on their
+/// toolkit; on scaled screens, where the two differ, the position of the pointer is used instead.
 std::optional<QPoint> usableAnchor(std::optional<QPoint> anchor)
 {
     const auto isScaled = [](const QScreen *screen) {
@@ -100,8 +100,8 @@ void MenuBarWindow::open(std::optional<QPoint> anchor, const QString &activation
 void MenuBarWindow::dismiss()
 {
     m_isOpen = false;
-    // Hidden only, and shown again at once, it may stay without the focus on X11: news of the hiding comes late and is
-    // taken for news of the present. Closed, it is another window for the display the next time.
+    // Closed, not hidden: a window that is hidden and shown again at once may stay without focus on X11, because a late
+    // event about the hiding is taken for a new one. close() makes the next show() a new window for the display.
     close();
 }
 
@@ -145,7 +145,7 @@ bool MenuBarWindow::event(QEvent *event)
 
 void MenuBarWindow::focusLost()
 {
-    // A menu or a question of this window's own is not elsewhere.
+    // The focus went to a menu or a dialog of this window.
     const QWidget *const now = QApplication::activeWindow();
     if (QApplication::activePopupWidget() != nullptr || (now != nullptr && isAncestorOf(now)))
         return;

@@ -11,10 +11,10 @@
 namespace velmora
 {
 
-/// The window behind the tray item. It is as large as its content wants, as far as the screen allows.
+/// The window behind the tray item. Its size follows its content, within the screen.
 ///
-/// It closes on Escape, when the person turns to another window, and on a second click at the item. Closed, it can be
-/// opened again; the program must not end with its last window.
+/// It closes on Escape, when the user turns to another window, and on a second click at the item. It can be opened
+/// again after closing, so the program must not quit with its last window.
 class MenuBarWindow final : public QWidget
 {
     Q_OBJECT
@@ -22,22 +22,22 @@ class MenuBarWindow final : public QWidget
 public:
     enum class Placement {
         AtItem, ///< without a frame, beside the panel
-        ByCompositor, ///< an ordinary window of a size that cannot be changed, which compositors let float
+        ByCompositor, ///< an ordinary window of fixed size, which compositors let float
     };
-    /// Tells the time; for tests.
+    /// The source of the time, for tests.
     using Now = std::function<DismissalRule::Time()>;
 
-    /// The content becomes the window's own.
+    /// Takes ownership of the content.
     explicit MenuBarWindow(
         QWidget *content, Placement placement = placementOfPlatform(), Now now = &std::chrono::steady_clock::now);
 
-    /// Only X11 lets a program place its windows.
+    /// AtItem on X11, the only platform that lets a program place its windows.
     [[nodiscard]] static Placement placementOfPlatform();
 
-    /// Shows the window, or brings it to the front. `anchor` is the place of the click at the item. The token is the
-    /// desktop's leave to take the focus.
+    /// Shows the window, or brings it to the front. `anchor` is the place of the click at the item, if known; the token
+    /// is the desktop's permission to take the focus.
     void open(std::optional<QPoint> anchor, const QString &activationToken);
-    /// A click at the item: opens the window, or closes it.
+    /// Handles a click at the item: opens or closes the window.
     void toggle(std::optional<QPoint> anchor, const QString &activationToken);
 
 protected:
@@ -58,8 +58,8 @@ private:
     Now m_now;
     DismissalRule m_dismissal;
     std::optional<QPoint> m_anchor;
-    QPoint m_pointer; ///< when it was opened
-    bool m_isOpen = false; ///< false as soon as it is about to be hidden, which takes the focus too
+    QPoint m_pointer; ///< where the pointer was when the window opened
+    bool m_isOpen = false; ///< false before it is hidden, because hiding takes the focus and must not close it twice
 };
 
 } // namespace velmora

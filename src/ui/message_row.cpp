@@ -26,7 +26,7 @@ MessageRow::MessageRow(TextSize size, Tone tone, QWidget *parent)
     m_label->setTextFormat(Qt::PlainText);
     m_label->setWordWrap(true);
     m_label->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    // A path has no place to break, and must not widen the window.
+    // A long path cannot wrap and would widen the window.
     m_label->setMinimumWidth(1);
     adoptLook();
     auto *layout = new QHBoxLayout(this);
@@ -39,7 +39,7 @@ MessageRow::MessageRow(TextSize size, Tone tone, QWidget *parent)
     hide();
 }
 
-/// The font and the colour are the label's own, and follow those of the row.
+/// The label has a font and colours of its own, derived from those of the row.
 void MessageRow::adoptLook()
 {
     m_label->setFont(styledFont(font(), m_size));

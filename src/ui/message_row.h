@@ -8,8 +8,8 @@
 namespace velmora
 {
 
-/// A message behind the warning symbol, wrapped, in one tone, whose text can be selected. Shown only while there is
-/// one; assistive technology is told of every new one.
+/// A wrapped, selectable message behind a warning symbol, in one tone. Hidden while the message is empty. Tells
+/// assistive technology of each new message.
 class MessageRow final : public QWidget
 {
     Q_OBJECT
@@ -29,7 +29,7 @@ private:
 
     TextSize m_size;
     Tone m_tone;
-    QLabel *m_label; ///< draws what is selected, which a TextLabel does not
+    QLabel *m_label; ///< a QLabel, because TextLabel does not paint a selection
 };
 
 } // namespace velmora

@@ -7,12 +7,12 @@
 namespace velmora
 {
 
-/// Between two pictures of something that turns, in milliseconds, and how far it turns, in degrees: once around in
-/// less than two seconds, for the price of fifteen small paints a second.
+/// The time between two frames of a turning icon, in milliseconds, and its rotation per frame, in degrees: one turn in
+/// 1.6 seconds at fifteen frames a second.
 inline constexpr int kTurnInterval = 66;
 inline constexpr int kTurnStep = 15;
 
-/// False where the desktop's style has switched animations off.
+/// False if the desktop's style has switched animations off.
 [[nodiscard]] inline bool wantsMotion(const QWidget &widget)
 {
     return widget.style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, &widget) > 0;

@@ -11,12 +11,12 @@ class QPainter;
 namespace velmora
 {
 
-/// Digits and the plus sign out of straight strokes that lie on whole pixels: they stay sharp where the letters of a
-/// font, whichever is installed, would be seven pixels high.
+/// Draws digits and the plus sign from straight strokes on whole pixels. They stay sharp at a height of seven pixels,
+/// at which the glyphs of a font blur.
 class PixelDigits
 {
 public:
-    /// All in pixels.
+    /// In pixels.
     struct Measures {
         int stroke = 1;
         int width = 4; ///< of a digit; a one is narrower
@@ -29,9 +29,9 @@ public:
     {
     }
 
-    /// The room that the text takes; characters other than digits and plus take none.
+    /// The size of the text; characters other than digits and plus are left out.
     [[nodiscard]] QSize size(const QString &text) const;
-    /// Fills the strokes with the colour. `corner` is the upper left one of the text.
+    /// `corner` is the upper left corner of the text.
     void paint(QPainter *painter, const QString &text, QPoint corner, const QColor &colour) const;
 
 private:

@@ -49,7 +49,7 @@ void ProgressSpinner::paintEvent(QPaintEvent *event)
     painter.setPen(QPen(separatorColour(palette()), width));
     painter.drawEllipse(circle);
     painter.setPen(QPen(toneColour(Tone::Secondary, palette()), width, Qt::SolidLine, Qt::RoundCap));
-    // In sixteenths of a degree, counted against the clock.
+    // drawArc() takes sixteenths of a degree, counter-clockwise.
     painter.drawArc(circle, -m_degrees * 16, 100 * 16);
 }
 

@@ -7,14 +7,14 @@
 namespace velmora
 {
 
-/// Says that something is under way, for an unknown time. Turns only while it is shown, and stands still where the
-/// desktop wants no animations.
+/// Shows that work of unknown length is under way. Turns only while it is visible, and not if the desktop has switched
+/// animations off.
 class ProgressSpinner final : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// `name` is what assistive technology reads; `side` is in device independent pixels.
+    /// `name` is for assistive technology; `side` is in device independent pixels.
     ProgressSpinner(const QString &name, int side, QWidget *parent = nullptr);
 
     [[nodiscard]] bool isTurning() const { return m_timer.isActive(); }

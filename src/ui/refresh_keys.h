@@ -11,12 +11,12 @@ class QWidget;
 namespace velmora
 {
 
-/// The keys that refresh, each once: those that the desktop has for it, F5 and Control R.
+/// The shortcuts for a refresh, each once: F5, Control+R and those of the desktop.
 [[nodiscard]] QList<QKeySequence> refreshKeys(
     const QList<QKeySequence> &ofDesktop = QKeySequence::keyBindings(QKeySequence::Refresh));
 
-/// Has refreshKeys() do `action` in the whole window of the widget. Once for a window: two who wait for the same key
-/// both go without it.
+/// Makes refreshKeys() run `action` in the whole window of the widget. Call it once for each window: if two shortcuts
+/// have the same key, Qt activates neither.
 void onRefreshKeys(QWidget *widget, std::function<void()> action);
 
 } // namespace velmora

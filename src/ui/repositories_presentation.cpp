@@ -18,7 +18,7 @@ RepositorySearch::RepositorySearch(const QString &text)
 
 bool RepositorySearch::finds(const RepositoryRecord &record) const
 {
-    // The matcher keeps no pattern to find where it has none.
+    // Without a pattern indexIn() finds nothing, but an empty search finds all.
     return m_matcher.pattern().isEmpty() || m_matcher.indexIn(record.repository.nameWithOwner) >= 0
         || m_matcher.indexIn(record.installationAccount.login) >= 0;
 }

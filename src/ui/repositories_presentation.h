@@ -12,15 +12,15 @@
 namespace velmora
 {
 
-/// What the area below the search field of the Repositories tab shows.
+/// The content below the search field of the Repositories tab.
 enum class RepositoriesContent {
     Loading,
     NoResults,
     List,
 };
 
-/// Finds the repositories whose name, or whose installation's login, contains a text in any case. The text is not
-/// trimmed; the empty one finds all.
+/// Finds the repositories whose name or installation login contains the text, ignoring case. The text is not trimmed;
+/// an empty text finds all.
 class RepositorySearch
 {
 public:
@@ -33,24 +33,24 @@ private:
     QStringMatcher m_matcher;
 };
 
-/// Whether a refresh runs, be it one that the tab started or another.
+/// Whether a refresh runs, whether the tab started it (`isRefreshing`) or the store reports it.
 [[nodiscard]] bool repositoryRefreshIsInProgress(bool isRefreshing, const InstallationLoadingState &state);
 
 [[nodiscard]] RepositoriesContent repositoriesContent(
     const InstallationLoadingState &state, bool hasRepositories, bool hasResults);
 
-/// Whether one of the repositories is not included: whether including all of them would change anything.
+/// Whether any repository is not included.
 [[nodiscard]] bool canEnableAll(const QList<RepositoryRecord> &repositories);
-/// Whether one of the repositories is included.
+/// Whether any repository is included.
 [[nodiscard]] bool canDisableAll(const QList<RepositoryRecord> &repositories);
 
-/// The warning below the list; nothing but after a refresh that failed for somebody.
+/// The warning below the list: present only after a refresh that failed for at least one identity.
 [[nodiscard]] std::optional<QString> repositoriesWarning(const InstallationLoadingState &state);
 
-/// The title of the placeholder for a search that found nothing.
+/// The title shown when a search finds nothing.
 [[nodiscard]] QString noResultsTitle(const QString &search);
 
-/// What assistive technology reads of a switch: the name and whether it is monitored.
+/// What assistive technology reads for a switch: the name and whether it is monitored.
 [[nodiscard]] QString monitoringSentence(const QString &name, bool isMonitored);
 
 } // namespace velmora

@@ -7,7 +7,7 @@
 namespace velmora
 {
 
-/// Every text of the Repositories tab; an ampersand marks the letter that reaches a control.
+/// The texts of the Repositories tab. An ampersand marks the mnemonic of a control.
 struct RepositoriesSettingsTexts {
     Q_DECLARE_TR_FUNCTIONS(RepositoriesSettingsView)
 
@@ -24,7 +24,7 @@ public:
     static QString noResults() { return tr("No results"); }
     static QString noResultsFor(const QString &search) { return tr("No results for “%1”").arg(search); }
     static QString noResultsHelp() { return tr("Check the spelling or try another search."); }
-    /// What assistive technology reads of one row.
+    /// What assistive technology reads for a row.
     static QString monitored(const QString &name) { return tr("%1, monitored").arg(name); }
     static QString notMonitored(const QString &name) { return tr("%1, not monitored").arg(name); }
 };

@@ -162,7 +162,7 @@ QCoro::Task<> RepositoriesSettingsView::refreshStore(QPointer<RepositoriesSettin
     if (!view || stop.stop_requested())
         co_return;
     co_await installations->refresh(authentication, stop);
-    // The stop comes while the view is being destroyed, when it still can be reached.
+    // A stop is requested by the destructor, when `view` is not null yet but must not be used.
     if (view && !stop.stop_requested())
         view->setRefreshing(false);
 }
@@ -177,7 +177,7 @@ void RepositoriesSettingsView::showState()
 {
     const InstallationLoadingState &state = m_installations->state();
     const bool isBusy = repositoryRefreshIsInProgress(m_isRefreshing, state);
-    // A disabled button gives the focus away; the search field is where it serves best.
+    // Disabling the focused button moves the focus to an arbitrary widget; the search field is more useful.
     if (isBusy && m_refresh->hasFocus())
         m_search->setFocus(Qt::OtherFocusReason);
     m_refresh->setBusy(isBusy);

@@ -21,11 +21,11 @@ class RepositoryListModel;
 class RepositoryListView;
 class SearchField;
 
-/// The Repositories tab: search, one switch for each repository, two buttons for all of them, and a refresh.
+/// The Repositories tab: search, a switch for each repository, two buttons for all of them, and a refresh.
 ///
-/// Shows what the store says; its own are only the search text and whether a refresh that it started runs. Letters that
-/// are typed anywhere on the tab go to the search field. A refresh goes on while another tab is shown and ends with the
-/// view.
+/// Shows the state of the store; it owns only the search text and whether its own refresh runs. Letters typed anywhere
+/// on the tab go to the search field. A refresh continues while another tab is shown, and is cancelled when the view is
+/// destroyed.
 class RepositoriesSettingsView final : public QWidget
 {
     Q_OBJECT
@@ -36,7 +36,7 @@ public:
         AuthenticationStore *authentication, InstallationStore *installations, QWidget *parent = nullptr);
 
 public Q_SLOTS:
-    /// Loads everything from GitHub again. Does nothing while that is done already.
+    /// Unlocks the accounts and loads everything from GitHub again. Does nothing while a refresh runs.
     void refresh();
 
 protected:

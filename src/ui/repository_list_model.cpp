@@ -10,7 +10,7 @@ namespace velmora
 namespace
 {
 
-/// More steps than this cost more to tell than a list that is shown anew.
+/// With more edits than this a reset is cheaper.
 constexpr std::size_t kMostSteps = 64;
 
 } // namespace
@@ -79,7 +79,7 @@ bool RepositoryListModel::setData(const QModelIndex &index, const QVariant &valu
 {
     if (role != Qt::CheckStateRole || !index.isValid() || !checkIndex(index))
         return false;
-    // A copy: the row may be gone when the store has answered.
+    // Copied, because the store's signals may remove the row before it returns.
     const QString nodeID = m_rows.at(static_cast<std::size_t>(index.row())).nodeID;
     m_installations->setRepository(nodeID, value.value<Qt::CheckState>() == Qt::Checked);
     return true;

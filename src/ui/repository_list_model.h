@@ -13,11 +13,11 @@ namespace velmora
 class InstallationStore;
 struct SequenceEdit;
 
-/// The repositories of the store that a search finds, in the store's order.
+/// The repositories of the store that match a search, in the order of the store.
 ///
-/// Follows the store by telling which rows changed, left and came, so that scroll position and focus survive; another
-/// search starts anew, as does a change of so many rows that telling them one by one would cost more. A row is switched
-/// by setting its Qt::CheckStateRole, which asks the store.
+/// Follows the store with row signals, so that scroll position and focus are kept. Resets itself for a new search, and
+/// for changes so large that row signals would cost more. Setting Qt::CheckStateRole asks the store to switch the
+/// repository.
 class RepositoryListModel final : public QAbstractListModel
 {
     Q_OBJECT
@@ -25,16 +25,16 @@ class RepositoryListModel final : public QAbstractListModel
 public:
     enum Role {
         NodeIDRole = Qt::UserRole,
-        LoginRole, ///< of the account on which the App is installed
+        LoginRole, ///< the login of the account on which the App is installed
     };
 
     /// The store is not owned and outlives the model.
     explicit RepositoryListModel(InstallationStore *installations, QObject *parent = nullptr);
 
-    /// Shows what the text finds.
+    /// Shows the repositories that match the text.
     void setSearch(const QString &text);
     [[nodiscard]] QString search() const { return m_search.text(); }
-    /// The row of the repository; -1 when it is not shown.
+    /// The row of the repository; -1 if it is not shown.
     [[nodiscard]] int rowOf(const QString &nodeID) const;
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
@@ -43,7 +43,7 @@ public:
     [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
 
 private:
-    /// What a row was last said to be, so that a change can be told.
+    /// The last contents of a row, to detect changes.
     struct Row {
         QString nodeID;
         QString name;
@@ -55,7 +55,7 @@ private:
 
     [[nodiscard]] Rows found() const;
     void followStore();
-    /// Tells what it takes to come from the rows to `next`; false when that is too much, and nothing is done.
+    /// Emits the row signals that lead to `next`. If there are too many edits, does nothing and returns false.
     bool tellMoves(const Rows &next);
     void take(const SequenceEdit &step, const Rows &next);
     void tellChanges(const Rows &next);

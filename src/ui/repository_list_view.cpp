@@ -18,13 +18,13 @@ namespace velmora
 namespace
 {
 
-constexpr int kPadding = 3; ///< of the text, above and below
-constexpr int kInset = 2; ///< of the row in the list
+constexpr int kPadding = 3; ///< above and below the text
+constexpr int kInset = 2; ///< above and below the row
 constexpr int kSide = 8; ///< before the text and after the switch
 constexpr int kGap = 12;
 constexpr qreal kCorner = 6;
 
-/// Where the parts of one row stand.
+/// The positions of the parts of a row.
 struct RowGeometry {
     QRect name;
     QRect login;
@@ -112,7 +112,7 @@ bool RepositoryRowDelegate::helpEvent(
     const QString name = index.data(Qt::DisplayRole).toString();
     const QFontMetrics metrics(nameFont(option));
     const bool isCut = metrics.horizontalAdvance(name) > geometryOf(option).name.width();
-    // Made rich by us, so that nothing in the name is taken for markup.
+    // Converted to rich text, so that markup in the name is not interpreted.
     QToolTip::showText(
         event->globalPos(), isCut ? Qt::convertFromPlainText(name, Qt::WhiteSpaceNormal) : QString(), view);
     return true;
@@ -128,7 +128,7 @@ bool RepositoryRowDelegate::editorEvent(
     if (key->key() != Qt::Key_Space && key->key() != Qt::Key_Select)
         return false;
     const bool isOn = index.data(Qt::CheckStateRole).value<Qt::CheckState>() == Qt::Checked;
-    // A key that is held down would switch to and fro.
+    // Holding the key down must not switch repeatedly.
     return key->isAutoRepeat() || model->setData(index, isOn ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
 }
 
@@ -139,7 +139,7 @@ RepositoryListView::RepositoryListView(RepositoryListModel *model, QWidget *pare
     describeBy<RepositoryListView, AccessibleList>();
     setModel(model);
     setItemDelegate(new RepositoryRowDelegate(this));
-    // What a row needs does not depend on the row: with 10,000 of them, only those in sight are ever looked at.
+    // All rows have the same size, so that of 10,000 rows Qt measures only one.
     setUniformItemSizes(true);
     setMouseTracking(true);
     setFrameShape(QFrame::NoFrame);

@@ -29,8 +29,8 @@ protected:
         const QModelIndex &index) override;
 };
 
-/// The list of repositories. A click anywhere on a row switches it, as does Space on the row with the focus; whatever
-/// else is typed is left to whoever is around. The row with the focus keeps it while the search still finds it.
+/// The list of repositories. A click on a row switches it, and so does Space on the focused row; printable keys and
+/// Backspace are left to the parent. The focused row keeps the focus as long as the search finds it.
 class RepositoryListView final : public QListView, public AccessibleRows
 {
     Q_OBJECT
@@ -38,7 +38,7 @@ class RepositoryListView final : public QListView, public AccessibleRows
 public:
     explicit RepositoryListView(RepositoryListModel *model, QWidget *parent = nullptr);
 
-    /// Takes the focus, at the row that had it last, else the first.
+    /// Takes the focus, at the row that had it last, or at the first.
     void focusRow();
 
     [[nodiscard]] QList<AccessibleAction> accessibleActions(const QModelIndex &index) override;
@@ -49,7 +49,7 @@ Q_SIGNALS:
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
-    /// Two quick clicks are two clicks.
+    /// Treats a double click as two clicks.
     void mouseDoubleClickEvent(QMouseEvent *event) override { mousePressEvent(event); }
     void changeEvent(QEvent *event) override;
 
@@ -59,7 +59,7 @@ private:
     void announce(const QModelIndex &first, const QModelIndex &last);
 
     RepositoryListModel *m_model;
-    QString m_focused; ///< the node id of the row with the focus, while the model starts anew
+    QString m_focused; ///< the node id of the focused row, during a reset of the model
 };
 
 } // namespace velmora

@@ -13,7 +13,7 @@ namespace
 {
 
 constexpr int kCardPadding = 4;
-constexpr int kRowSide = 8; ///< beside a row
+constexpr int kRowSide = 8; ///< left and right of a row
 constexpr int kGap = 3; ///< above and below a row
 
 QList<QWidget *> tabStopsOf(QWidget *widget)
@@ -55,7 +55,7 @@ void RowList::setRows(const QList<QWidget *> &rows)
     for (QWidget *row : std::as_const(m_rows)) {
         m_layout->removeWidget(row);
         if (!rows.contains(row)) {
-            // It may be the row in which the button was pressed that asked for this.
+            // Deleted later, because the call may come from a button of this row.
             row->hide();
             row->deleteLater();
         }
@@ -72,7 +72,7 @@ void RowList::setRows(const QList<QWidget *> &rows)
         m_layout->insertWidget(place++, row);
         row->show();
     }
-    // Assistive technology reads them in the order in which they lie on each other.
+    // Assistive technology reads children in stacking order.
     for (QWidget *row : std::as_const(m_rows))
         row->raise();
 }

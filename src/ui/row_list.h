@@ -9,8 +9,8 @@ class QVBoxLayout;
 namespace velmora
 {
 
-/// A short list whose rows are widgets, on a card, with lines between them. It is as high as its rows, and leaves
-/// scrolling to the page that it is on.
+/// A short list of widgets on a card, with lines between them. It is as high as its rows and leaves scrolling to its
+/// page.
 class RowList final : public QWidget
 {
     Q_OBJECT
@@ -18,8 +18,8 @@ class RowList final : public QWidget
 public:
     explicit RowList(const QString &accessibleName, QWidget *parent = nullptr);
 
-    /// Shows the rows in their order. They belong to the list; those that are not among them any more are deleted when
-    /// it is safe. Rows that stay keep the focus.
+    /// Shows the rows in this order and takes ownership. Rows that are left out are deleted later. Rows that stay keep
+    /// the focus.
     void setRows(const QList<QWidget *> &rows);
 
 private:
@@ -29,7 +29,7 @@ private:
     QList<QWidget *> m_lines; ///< above each row but the first
 };
 
-/// Lets Tab visit what accepts it inside of the widgets, in their order and in that of their children.
+/// Sets the tab order: the widgets in this order, within each its tab stops in the order of its children.
 void setTabSequence(const QList<QWidget *> &widgets);
 
 } // namespace velmora

@@ -4,11 +4,11 @@
 namespace velmora
 {
 
-// What the rows and headers of the list share, in device independent pixels.
+// Measures shared by rows and headers of the list, in device independent pixels.
 
-/// From the edge of the list to what stands in it.
+/// From the edge of the list to its content.
 inline constexpr int kRowMargin = 14;
-/// Between two things beside each other.
+/// Between two neighbouring items of a row.
 inline constexpr int kRowGap = 8;
 /// The width of the column of state icons, and the side of an icon.
 inline constexpr int kIconColumn = 16;

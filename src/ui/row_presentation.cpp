@@ -32,13 +32,13 @@ QString localTime(Instant instant)
     return QLocale().toString(QDateTime::fromMSecsSinceEpoch(milliseconds.count()), QLocale::ShortFormat);
 }
 
-/// The host of the address, in the letters in which it is looked up, so that none can pass for another.
+/// The host in its ASCII form, so that no look-alike letters can imitate another host.
 QString hostOf(const WebAddress &address)
 {
     return address.url().host(QUrl::FullyEncoded);
 }
 
-/// An address that is opened, or nothing.
+/// The address, if it may be opened.
 std::optional<WebAddress> openable(std::optional<WebAddress> address)
 {
     return address && address->isOpenable() ? std::move(address) : std::nullopt;
@@ -121,7 +121,7 @@ QString rowToolTip(const DeploymentSnapshot &deployment, Instant now)
         lines.append(tr("Created by %1").arg(shownOnOneLine(*deployment.creatorLogin)));
     if (deployment.statusDescription)
         lines.append(presentableText(*deployment.statusDescription, kDescriptionLimit));
-    // A log is wherever those who deploy have put it.
+    // A log may be on any host, so the tooltip names it.
     if (const auto address = rowAddress(deployment))
         lines.append(tr("Opens %1").arg(shownOnOneLine(hostOf(*address))));
     lines.removeAll(QString());

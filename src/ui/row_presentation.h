@@ -12,7 +12,7 @@
 namespace velmora
 {
 
-/// How a state looks in the list.
+/// The icon of a state in the list.
 struct StateIcon {
     QStringView symbol;
     Tone tone;
@@ -21,32 +21,31 @@ struct StateIcon {
 };
 
 [[nodiscard]] StateIcon stateIcon(DeploymentState state);
-/// The state in words, for whoever hears the row read.
+/// The state in words, for assistive technology.
 [[nodiscard]] QString stateWords(DeploymentState state);
 
-/// Text from the network as it is shown on one line: nothing in it that controls, no line breaks, of a length that a
-/// screen can show.
+/// Foreign text for one line: without control characters and line breaks, and cut to a length that fits a screen.
 [[nodiscard]] QString shownOnOneLine(const QString &text);
 
 /// The row as one sentence: "acme/web, production, failed, main, 1a2b3c4, 2 minutes ago".
 [[nodiscard]] QString rowSentence(const DeploymentSnapshot &deployment, Instant now);
 
-/// Everything that is known of a deployment, and the host to which a click on its row leads, as rich text in which its
-/// texts appear literally.
+/// All details of a deployment and the host that a click on its row opens. Rich text, in which foreign texts are
+/// escaped.
 [[nodiscard]] QString rowToolTip(const DeploymentSnapshot &deployment, Instant now);
-/// "Open " and the environment, as rich text in which it appears literally.
+/// "Open " and the environment. Rich text, in which the environment is escaped.
 [[nodiscard]] QString linkToolTip(const DeploymentSnapshot &deployment);
 
-/// What a click on the row opens: its log, else the deployments of its repository. Nothing when neither is a web
+/// What a click on the row opens: its log, or the deployments page of its repository. Nothing if neither has a web
 /// address.
 [[nodiscard]] std::optional<WebAddress> rowAddress(const DeploymentSnapshot &deployment);
-/// What the link of the row opens. Nothing, and no link, when there is no web address of the environment.
+/// What the link of the row opens. Nothing, and then no link is drawn, without a web address.
 [[nodiscard]] std::optional<WebAddress> environmentAddress(const DeploymentSnapshot &deployment);
 
-/// What the keys do with the row, in words; empty when they do nothing.
+/// Which keys open what, in words; empty if no key does anything.
 [[nodiscard]] QString rowKeys(const DeploymentSnapshot &deployment);
 
-/// Something that can be done with a row.
+/// An action on a row.
 enum class RowActionKind {
     OpenDetails,
     OpenEnvironment,
@@ -61,7 +60,7 @@ struct RowAction {
     friend bool operator==(const RowAction &, const RowAction &) = default;
 };
 
-/// What the context menu of a row offers, in its order.
+/// The actions of the context menu of a row, in their order.
 [[nodiscard]] QList<RowAction> rowActions(const DeploymentSnapshot &deployment);
 
 } // namespace velmora

@@ -19,7 +19,7 @@ ScrollingPage::ScrollingPage(QWidget *parent)
 void ScrollingPage::setContent(QWidget *content)
 {
     setWidget(content);
-    // A scroll area fills what it shows with the window's colour, whoever stands behind it.
+    // QScrollArea switches the background of its widget on.
     content->setAutoFillBackground(false);
 }
 

@@ -6,8 +6,8 @@
 namespace velmora
 {
 
-/// Room for a content that may be larger than the window, with a large font for instance: the content fills the page
-/// where it can and is scrolled where it must. What gets the focus is scrolled into sight.
+/// Scrolls content that may be larger than the window, with a large font for instance. Smaller content fills the page.
+/// The widget with the focus is scrolled into view.
 class ScrollingPage final : public QScrollArea
 {
     Q_OBJECT
@@ -15,7 +15,7 @@ class ScrollingPage final : public QScrollArea
 public:
     explicit ScrollingPage(QWidget *parent = nullptr);
 
-    /// Shows the content, which then belongs to the page.
+    /// Shows the content and takes ownership of it.
     void setContent(QWidget *content);
 
 private:

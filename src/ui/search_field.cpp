@@ -21,7 +21,7 @@ SearchField::SearchField(const QString &placeholder, QWidget *parent)
 void SearchField::typeKey(const QKeyEvent &event)
 {
     setFocus(Qt::OtherFocusReason);
-    // The focus selects the whole text, which the key must not replace.
+    // setFocus() selects the whole text, which the key must not replace.
     end(false);
     QKeyEvent copy(event.type(), event.key(), event.modifiers(), event.text(), event.isAutoRepeat());
     keyPressEvent(&copy);

@@ -6,20 +6,20 @@
 namespace velmora
 {
 
-/// A line to type a search into, with a button that clears it.
+/// A line edit for a search, with a button that clears it.
 class SearchField final : public QLineEdit
 {
     Q_OBJECT
 
 public:
-    /// `placeholder` is its accessible name as well.
+    /// `placeholder` also becomes the accessible name.
     explicit SearchField(const QString &placeholder, QWidget *parent = nullptr);
 
-    /// Takes the focus and the key as if it had been pressed here.
+    /// Takes the focus and handles the key as its own.
     void typeKey(const QKeyEvent &event);
 
 Q_SIGNALS:
-    /// Down was pressed: what was found is below.
+    /// Down was pressed; the results are below.
     void leftAtBottom();
 
 protected:

@@ -6,7 +6,7 @@
 namespace velmora
 {
 
-/// A thin line across.
+/// A thin horizontal line.
 class Separator final : public QWidget
 {
     Q_OBJECT

@@ -36,7 +36,7 @@ qsizetype commonSuffix(Keys before, Keys after)
     return length;
 }
 
-/// For each key the place of it in `other`, or nowhere. A place is given away once.
+/// For each key its position in `other`, or kNowhere. Each position is used once.
 Places placesIn(Keys other, Keys keys)
 {
     if (keys.empty())
@@ -54,10 +54,10 @@ Places placesIn(Keys other, Keys keys)
     return result;
 }
 
-/// Which elements may stay where they are while the others move around them: a longest increasing subsequence.
+/// Marks a longest increasing subsequence: the elements that stay while the others move around them.
 std::vector<bool> longestIncreasing(const Places &values)
 {
-    std::vector<std::size_t> ends; // of the subsequence of each length, the one that ends lowest
+    std::vector<std::size_t> ends; // for each length the subsequence with the smallest last element
     std::vector<std::size_t> previous(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
         const auto end
@@ -79,7 +79,7 @@ std::vector<bool> longestIncreasing(const Places &values)
     return chosen;
 }
 
-/// The middle of the sequences, where they differ, and the steps found so far.
+/// Computes the edits of the part in which the sequences differ.
 class Middle
 {
 public:
@@ -114,8 +114,8 @@ private:
         std::erase(m_places, kNowhere);
     }
 
-    /// From the end to the beginning: everything from `anchor` on stands as it shall. What has yet to move may stand
-    /// between those that stay, and is in nobody's way.
+    /// Works from the end to the beginning; everything from `anchor` on is in its final place. Elements that still have
+    /// to move may stand between those that stay and do no harm there.
     void moveAndInsert()
     {
         const std::vector<bool> stays = longestIncreasing(m_places);
@@ -170,14 +170,13 @@ private:
     [[nodiscard]] qsizetype at(qsizetype index) const { return m_places[static_cast<std::size_t>(index)]; }
     [[nodiscard]] qsizetype length() const { return static_cast<qsizetype>(m_places.size()); }
 
-    Places m_places; ///< where each element shall stand
+    Places m_places; ///< the target position of each element
     qsizetype m_count;
     qsizetype m_offset;
     std::vector<SequenceEdit> m_edits;
 };
 
-/// The commonest change of all, found without a table: everything between two places is the same but for one element,
-/// which went from one end to the other.
+/// The most common change, found without a hash table: one element has moved from one end of the range to the other.
 std::optional<SequenceEdit> singleMove(Keys before, Keys after, qsizetype offset)
 {
     if (before.size() != after.size() || before.size() < 2)

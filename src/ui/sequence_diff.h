@@ -9,12 +9,12 @@
 namespace velmora
 {
 
-/// One step from an old sequence to a new one, in positions as they are when the step is taken.
+/// One edit; its positions are those at the time of the edit.
 struct SequenceEdit {
     enum class Kind {
         Remove, ///< `count` elements from `at`
-        Move, ///< the element at `at`, so that it then stands at `to`
-        Insert, ///< `count` elements at `at`: those that the new sequence has from `source`
+        Move, ///< the element at `at`, to the position `to`
+        Insert, ///< at `at`, `count` elements that start at `source` in the new sequence
     };
 
     Kind kind = Kind::Remove;
@@ -26,9 +26,8 @@ struct SequenceEdit {
     friend bool operator==(const SequenceEdit &, const SequenceEdit &) = default;
 };
 
-/// The steps that make `before` into `after`: removals first, then moves of as few elements as possible, and
-/// insertions. Keys are unique within a sequence. What is equal at the beginning and at the end costs one comparison of
-/// keys each.
+/// The edits that turn `before` into `after`: removals first, then as few moves as possible, mixed with insertions. The
+/// keys of a sequence must be unique. Common elements at both ends cost one comparison each.
 [[nodiscard]] std::vector<SequenceEdit> sequenceDiff(
     std::span<const QStringView> before, std::span<const QStringView> after);
 

@@ -6,13 +6,13 @@
 namespace velmora
 {
 
-/// The top of a tab: a title above its explanation, and a button at the end.
+/// The top of a tab: a title above a help text, and a button at the end.
 class SettingsHeader final : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// The button then belongs to the header.
+    /// Takes ownership of the button.
     SettingsHeader(const QString &title, const QString &help, QWidget *button, QWidget *parent = nullptr);
 };
 

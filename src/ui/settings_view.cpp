@@ -21,9 +21,9 @@ namespace
 
 constexpr QSize kSize(620, 440);
 constexpr int kPadding = 12;
-/// Up to this height of a line the size needs no more room.
+/// The font height up to which the size is not scaled.
 constexpr int kUsualLine = 20;
-/// What the frame of the window and the panels of the desktop leave, as a share of the screen.
+/// The share of the screen that is left beside window frame and panels.
 constexpr double kRoomShare = 0.92;
 
 } // namespace
@@ -53,7 +53,7 @@ SettingsView::SettingsView(const Services &services, QWidget *parent)
         [repositoriesTab] { repositoriesTab->refresh(); });
     addPage(tr("&General"), QStringLiteral("gearshape"), generalTab, [generalTab] { generalTab->refresh(); });
     addShortcuts();
-    // The focus would stay with what is hidden now. Who walks along the tabs wants to walk on.
+    // The focus would stay in the hidden tab. A user who moves along the tab bar keeps it there.
     connect(this, &QTabWidget::currentChanged, this, [this] {
         if (!tabBar()->hasFocus())
             focusContent();
@@ -81,7 +81,7 @@ void SettingsView::addShortcuts()
     };
     onKey(Qt::CTRL | Qt::Key_Tab, [this] { enter((currentIndex() + 1) % count()); });
     onKey(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab, [this] { enter((currentIndex() + count() - 1) % count()); });
-    // What Shift makes of Tab on X11.
+    // On X11, Shift+Tab arrives as Backtab.
     onKey(Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab, [this] { enter((currentIndex() + count() - 1) % count()); });
     onKey(Qt::CTRL | Qt::Key_1, [this] { enter(0); });
     onKey(Qt::CTRL | Qt::Key_2, [this] { enter(1); });

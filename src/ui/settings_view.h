@@ -19,10 +19,11 @@ class Preferences;
 class SettingsPageOpener;
 class URLOpener;
 
-/// The three tabs of the settings. Its size is fixed: 620 by 440, and larger where the font is larger than most.
+/// The three tabs of the settings. Its size is fixed: 620 by 440 points, more with a large font, less on a small
+/// screen.
 ///
-/// Ctrl+Tab goes to the next tab, Ctrl+Shift+Tab to the previous one, Ctrl+1 to Ctrl+3 to each. On
-/// every tab the keys that refresh load again what it shows.
+/// Ctrl+Tab and Ctrl+Shift+Tab go to the next and the previous tab, Ctrl+1 to Ctrl+3 to a certain one. The refresh keys
+/// reload the tab on show.
 class SettingsView final : public QTabWidget
 {
     Q_OBJECT
@@ -35,12 +36,12 @@ public:
         General,
     };
 
-    /// The pointers are not owned and outlive the view. Without `avatars` accounts have no pictures.
+    /// The pointers are not owned and outlive the view. `avatars` may be null: accounts have no pictures then.
     struct Services {
         AuthenticationStore *authentication = nullptr;
         InstallationStore *installations = nullptr;
         GeneralSettingsStore *settings = nullptr;
-        Preferences *preferences = nullptr; ///< where the stores keep what is set
+        Preferences *preferences = nullptr; ///< where the stores save the settings
         Pasteboard *pasteboard = nullptr;
         URLOpener *urlOpener = nullptr;
         SettingsPageOpener *settingsPageOpener = nullptr;
@@ -52,7 +53,7 @@ public:
 
     [[nodiscard]] Tab tab() const { return static_cast<Tab>(currentIndex()); }
     void showTab(Tab tab) { setCurrentIndex(static_cast<int>(tab)); }
-    /// Lets the keyboard act in the tab that is shown.
+    /// Moves the focus into the tab on show.
     void focusContent();
 
     [[nodiscard]] QSize sizeHint() const override;
@@ -66,10 +67,10 @@ private:
     void addShortcuts();
     void enter(int index);
 
-    QList<std::function<void()>> m_refreshes; ///< of the tabs, in their order
+    QList<std::function<void()>> m_refreshes; ///< one for each tab, in their order
 };
 
-/// How large the settings are with a line of text of this height, on a screen with this much room.
+/// The size of the settings for this height of a line of text and this space on the screen.
 [[nodiscard]] QSize settingsSize(int lineHeight, const QSize &room);
 
 } // namespace velmora

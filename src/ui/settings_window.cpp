@@ -25,7 +25,7 @@ SettingsWindow::SettingsWindow(const SettingsView::Services &services, QWidget *
 {
     describeBy<SettingsWindow, AccessibleWindow>();
     setWindowTitle(tr("Settings"));
-    // Some platforms quit a program when its last window closes; this one lives beside the tray.
+    // Qt would quit the program with its last window, but it lives on in the tray.
     setAttribute(Qt::WA_QuitOnClose, false);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -51,7 +51,7 @@ void SettingsWindow::showUnsaved()
     m_unsaved->setMessage(failure);
     if (failure.isEmpty())
         return;
-    // A window of a fixed size does not ask how high a text becomes that is wrapped.
+    // A layout with a fixed size ignores heightForWidth().
     m_unsaved->setFixedHeight(m_unsaved->heightForWidth(m_view->width()));
 }
 

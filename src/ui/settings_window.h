@@ -10,10 +10,10 @@ namespace velmora
 
 class MessageRow;
 
-/// The one window of the settings. As long as they cannot be saved, it says why below the tabs, and so it does of a
-/// page that no browser has opened.
+/// The window of the settings. Below the tabs it shows why settings cannot be saved, and which page no browser could
+/// open.
 ///
-/// Escape and Ctrl+W close it, which only hides it: it opens again as it was left.
+/// Escape and Ctrl+W close it. Closing only hides it, so it opens again in the same state.
 class SettingsWindow final : public QWidget
 {
     Q_OBJECT
@@ -23,8 +23,8 @@ public:
 
     [[nodiscard]] SettingsView *view() const { return m_view; }
 
-    /// Shows the window, or brings it to the front where it is open already. On Wayland that needs the token of what
-    /// the person did to ask for it.
+    /// Shows the window, or brings it to the front. Wayland requires the activation token of the user's action for
+    /// that.
     void open(const QString &activationToken = {});
 
 protected:
@@ -36,7 +36,7 @@ private:
     Preferences *m_preferences;
     URLOpener *m_urlOpener;
     SettingsView *m_view;
-    MessageRow *m_unsaved; ///< why what is set here is not kept
+    MessageRow *m_unsaved; ///< why the settings cannot be saved
 };
 
 } // namespace velmora

@@ -20,10 +20,10 @@ namespace
 constexpr int kGap = 12; ///< between the label and the switch
 constexpr int kPadding = 3; ///< above and below
 constexpr int kLineGap = 1;
-/// A longer label is cut, in lower-case letters: names come from elsewhere and may be of any length.
+/// The longest label in average characters; a longer one is elided, because names from outside may have any length.
 constexpr int kMostColumns = 60;
 
-/// Like a check box, but one whose "Toggle" is what a click is. Qt's only changes how it looks.
+/// Like QCheckBox for assistive technology, but "Toggle" acts as a click. Qt's own only changes the state.
 class AccessibleSwitch final : public QAccessibleWidget
 {
 public:
@@ -62,7 +62,7 @@ public:
     {
         if (name != toggleAction())
             return QAccessibleWidget::doAction(name);
-        // Whoever asks waits for the answer, not for what comes of it.
+        // Queued, because assistive technology waits for the return, but must not wait for the effects.
         QMetaObject::invokeMethod(m_control, &SwitchControl::click, Qt::QueuedConnection);
     }
 
@@ -102,7 +102,7 @@ void SwitchControl::setName(const QString &name, const QString &detail, Emphasis
 
 QString SwitchControl::name() const
 {
-    // Two stand for one; one alone marks the letter after it.
+    // A double ampersand stands for one; a single one marks the mnemonic.
     QString name;
     for (qsizetype i = 0; i < text().size(); ++i) {
         if (text().at(i) == QLatin1Char('&') && ++i == text().size())
@@ -202,7 +202,7 @@ bool SwitchControl::event(QEvent *event)
     if (event->type() != QEvent::ToolTip || textWidth() <= textFrame().width())
         return QCheckBox::event(event);
     const QString whole = name();
-    // Made rich by us, so that nothing in the name is taken for markup.
+    // Converted to rich text, so that markup in the name is not interpreted.
     QToolTip::showText(
         static_cast<QHelpEvent *>(event)->globalPos(), Qt::convertFromPlainText(whole, Qt::WhiteSpaceNormal), this);
     return true;

@@ -6,27 +6,25 @@
 namespace velmora
 {
 
-/// A switch with its label on one line: the label at the start, below it a smaller detail where there is one, the
-/// switch at the end. The whole of it can be clicked, as with a check box, which it is to assistive technology;
-/// mnemonic and keys are inherited.
+/// A switch with a label at the start, an optional smaller detail below it, and the switch at the end. A click anywhere
+/// toggles it. Assistive technology sees a check box; mnemonic and keys are those of QCheckBox.
 class SwitchControl final : public QCheckBox
 {
     Q_OBJECT
 
 public:
-    /// How the label is written.
     enum class Emphasis {
         Plain,
         Strong,
     };
 
-    /// `text` may mark a mnemonic.
+    /// `text` may contain a mnemonic.
     explicit SwitchControl(const QString &text, QWidget *parent = nullptr);
 
-    /// Shows a name that came from elsewhere literally, with `detail` below it.
+    /// Shows a foreign name literally, with `detail` below it.
     void setName(const QString &name, const QString &detail, Emphasis emphasis);
 
-    /// The label as it is read, without the mark of a mnemonic.
+    /// The label without the ampersand of the mnemonic.
     [[nodiscard]] QString name() const;
 
     [[nodiscard]] QSize sizeHint() const override;

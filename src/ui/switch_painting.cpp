@@ -37,7 +37,7 @@ struct Colours {
     QColor knob;
 };
 
-/// The highlight of the active window in every window: greyed in the others, on would look like off.
+/// Uses the active colours in every window: greyed, a switch that is on would look off.
 Colours coloursOf(const SwitchLook &look, const QPalette &palette)
 {
     const QColor text = palette.color(QPalette::Active, QPalette::WindowText);
@@ -98,7 +98,7 @@ void paintSwitch(QPainter *painter, const QRectF &frame, const SwitchLook &look,
 
 QColor focusColour(const QPalette &palette)
 {
-    // The highlight alone would melt into the track of a switch that is on.
+    // The highlight alone would be invisible around the track of a switch that is on.
     return mixed(palette.color(QPalette::Active, QPalette::Highlight),
         palette.color(QPalette::Active, QPalette::WindowText), 0.6);
 }

@@ -8,7 +8,7 @@
 namespace velmora
 {
 
-/// One symbol, as large as it is told to be. Decoration: assistive technology does not read it.
+/// A symbol in a square of a given side. Decoration: assistive technology does not read it.
 class SymbolView final : public QWidget
 {
     Q_OBJECT

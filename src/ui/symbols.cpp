@@ -18,24 +18,24 @@ namespace velmora
 namespace
 {
 
-/// The side of the square on which every picture of the set is drawn.
+/// The side of the square on which the icons are drawn.
 constexpr qreal kGrid = 24;
 
-/// One picture of the set as a part of a symbol.
+/// One icon file as part of a symbol.
 struct Layer {
     enum class Use {
-        Draw, ///< its lines stay as wide as those of every other picture, whatever its frame
-        CutOut, ///< takes its shape away from what is there
+        Draw, ///< its lines keep the width of all other icons, whatever the size of its frame
+        CutOut, ///< erases its shape from the layers below
     };
 
     const char *file = nullptr;
-    QRectF frame = QRectF(0, 0, kGrid, kGrid); ///< where it stands on the grid
+    QRectF frame = QRectF(0, 0, kGrid, kGrid); ///< its place on the grid
     Use use = Use::Draw;
 };
 
 struct Symbol {
     QStringView name;
-    std::array<Layer, 3> layers; ///< those without a file are none
+    std::array<Layer, 3> layers; ///< layers without a file are unused
 };
 
 constexpr QRectF square(qreal x, qreal y, qreal side)
@@ -61,7 +61,7 @@ const std::array kSymbols{
     Symbol{u"gearshape", {{{"outline/settings"}}}},
     Symbol{u"magnifyingglass", {{{"outline/search"}}}},
     Symbol{u"minus.circle", {{{"outline/circle-minus"}}}},
-    // Enlarged, the circle around the bars lies outside of the disc, so that only the bars are cut out.
+    // Enlarged so that the circle around the bars lies outside the disc; only the bars are cut out.
     Symbol{u"pause.circle.fill", {{{"filled/circle"}, {"outline/circle-pause", square(-4, -4, 32), CutOut}}}},
     Symbol{u"person.2", {{{"outline/users"}}}},
     Symbol{u"person.crop.circle.badge.plus",
@@ -91,7 +91,7 @@ QByteArray content(const Layer &layer)
     return svg;
 }
 
-/// The symbol on a square of `side` pixels.
+/// Renders the symbol in a square of `side` pixels.
 QPixmap drawn(const Symbol &symbol, int side, const QColor &colour, int degrees)
 {
     QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
@@ -197,7 +197,7 @@ void paintSymbol(QPainter *painter, QStringView name, const QRectF &frame, const
     pixmap.setDevicePixelRatio(ratio);
     const QSizeF size = pixmap.deviceIndependentSize();
     const QPointF corner = frame.center() - QPointF(size.width() / 2, size.height() / 2);
-    // Between two pixels every line would be smeared over both.
+    // Aligned to whole pixels to keep lines sharp.
     painter->drawPixmap(
         QPointF(std::round(corner.x() * ratio) / ratio, std::round(corner.y() * ratio) / ratio), pixmap);
 }

@@ -17,7 +17,7 @@ namespace
 
 constexpr qreal kCaptionScale = 0.87;
 constexpr qreal kTitleScale = 1.15;
-/// What a wrapped text asks for when nobody has said how wide it may be, in lower-case letters.
+/// The preferred width of a wrapped text without a given width, in average characters.
 constexpr int kWrapColumns = 38;
 
 qreal scale(TextSize size)
@@ -52,7 +52,7 @@ TextLabel::TextLabel(TextSize size, Overflow overflow, QWidget *parent)
     , m_overflow(overflow)
 {
     setTextFormat(Qt::PlainText);
-    // It says of the label that its height depends on its width.
+    // Makes QLabel report hasHeightForWidth().
     setWordWrap(overflow == Overflow::Wrap);
 }
 
@@ -120,7 +120,7 @@ int TextLabel::heightForWidth(int width) const
     return metrics.boundingRect(0, 0, width, QWIDGETSIZE_MAX, textFlags(), shownText(width)).height();
 }
 
-/// The lines into which the text breaks at that width.
+/// The lines into which the text wraps at this width.
 QStringList TextLabel::wrappedLines(int width) const
 {
     const QString whole = text().replace(QLatin1Char('\n'), QChar::LineSeparator);
@@ -168,7 +168,7 @@ bool TextLabel::event(QEvent *event)
     if (event->type() != QEvent::ToolTip)
         return QLabel::event(event);
     const QString whole = wholeText();
-    // Made rich by us, so that nothing in the text is taken for markup, and long lines wrap.
+    // Converted to rich text, so that markup in the text is not interpreted and long lines wrap.
     QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(),
         whole.isEmpty() ? QString() : Qt::convertFromPlainText(whole, Qt::WhiteSpaceNormal), this);
     return true;

@@ -11,36 +11,36 @@
 namespace velmora
 {
 
-/// The sizes of text; each follows the font that it is derived from.
+/// Sizes of text, relative to the font they are derived from.
 enum class TextSize {
     Caption,
     Body,
     Title,
 };
 
-/// `font` in the size and weight.
+/// `font` in this size and weight.
 [[nodiscard]] QFont styledFont(const QFont &font, TextSize size, QFont::Weight weight = QFont::Normal);
 
-/// Plain text in a size, a weight and a tone, all of which follow the font and the palette of the moment. Text is shown
-/// literally, whatever it looks like.
+/// Plain text in a size, a weight and a tone, which follow changes of font and palette. Markup in the text is shown
+/// literally.
 class TextLabel : public QLabel
 {
     Q_OBJECT
 
 public:
     enum class Overflow {
-        Elide, ///< one line, cut at its end; the tooltip shows the whole where something was cut
+        Elide, ///< one line, elided at its end; the tooltip then has the whole text
         Wrap,
     };
 
     explicit TextLabel(TextSize size, Overflow overflow = Overflow::Elide, QWidget *parent = nullptr);
 
-    /// Of a wrapped text, no more lines than these are shown; the last one is cut then, and the tooltip shows the
-    /// whole.
+    /// Limits a wrapped text to this many lines. The last line is elided if there are more, and the tooltip has the
+    /// whole text.
     void setMostLines(int count);
     void setTone(Tone tone);
     void setWeight(QFont::Weight weight);
-    /// Shows `text`, and `explanation` in the tooltip instead of the text; assistive technology reads both.
+    /// Shows `text`, and `explanation` in the tooltip. Assistive technology reads both.
     void setTextAndExplanation(const QString &text, const QString &explanation);
 
     [[nodiscard]] QSize sizeHint() const override;

@@ -7,20 +7,20 @@
 namespace velmora
 {
 
-/// What a colour says; which shade says it depends on the background.
+/// The meaning of a colour. toneColour() picks the shade for the background.
 enum class Tone {
     Primary, ///< ordinary text
-    Secondary, ///< text that steps back
+    Secondary, ///< less important text
     Orange,
     Blue,
     Green,
     Red,
 };
 
-/// The shade of a tone that reads well as text on the palette's window and base, light or dark.
+/// The shade of a tone that is legible as text on the palette's window and base, light or dark.
 [[nodiscard]] QColor toneColour(Tone tone, const QPalette &palette);
 
-/// A line between two things, and the light behind a row under the mouse or under a pressed button.
+/// Colours of separator lines, and of highlights behind rows and buttons under the mouse or pressed.
 [[nodiscard]] QColor separatorColour(const QPalette &palette);
 [[nodiscard]] QColor hoverColour(const QPalette &palette);
 [[nodiscard]] QColor pressedColour(const QPalette &palette);

@@ -19,11 +19,11 @@ namespace
 
 constexpr std::array kSizes{16, 22, 24, 32, 48, 64};
 constexpr int kLargestPaleSize = 24;
-/// More than the values between which an afternoon goes to and fro.
+/// Enough for the values that usually alternate.
 constexpr int kKeptValues = 16;
 constexpr qsizetype kHighestCount = 99;
 
-/// A symbol leaves a twelfth of its frame free on each side, which an icon of 16 pixels cannot spare.
+/// Symbols leave a twelfth of their frame empty on each side; an icon of 16 pixels needs that space.
 constexpr qreal kFrameOfArtwork = 24.0 / 20.0;
 
 constexpr QColor kGround(0xff, 0xff, 0xff);
@@ -69,7 +69,7 @@ QImage symbolImage(const QString &name, int side, const QColor &colour)
     return image;
 }
 
-/// The shape, wider by the rim all round, so that gaps that are narrower than two rims close.
+/// The shape, grown by `rim` on all sides, so that gaps narrower than two rims close.
 QImage widened(const QImage &shape, qreal rim)
 {
     constexpr int kDirections = 24;
@@ -89,7 +89,7 @@ bool isRound(const QString &symbol)
     return symbol != QLatin1String("exclamationmark.triangle.fill");
 }
 
-/// What the symbol stands on.
+/// The white shape behind the symbol.
 QImage groundFor(const QString &symbol, int side)
 {
     const qreal rim = rimOf(side);
@@ -121,7 +121,7 @@ PixelDigits::Measures measuresFor(int side)
     }
 }
 
-/// In the lower right corner, set off from the symbol by a line of the ground.
+/// Paints the badge into the lower right corner, with a margin of the ground colour around it.
 void paintBadge(QPainter *painter, const QString &text, int side)
 {
     const PixelDigits digits(measuresFor(side));
@@ -147,8 +147,8 @@ QImage iconImage(const DeploymentMonitorPresentation &presentation, int side)
     QPainter painter(&image);
     const QImage drawing = symbolImage(symbol, side, colourOf(presentation));
     painter.drawImage(0, 0, drawing);
-    // Lines that are not much wider than a pixel are mostly edge, and pale. Once more makes them firm. In a filled
-    // symbol the lines are gaps, which would close.
+    // At small sizes lines are little wider than a pixel and look pale; painting twice makes them firm. Not for filled
+    // symbols, whose lines are gaps, which would close.
     if (side <= kLargestPaleSize && !symbol.endsWith(QLatin1String(".fill")))
         painter.drawImage(0, 0, drawing);
     if (const QString count = TrayIcon::countText(presentation); !count.isEmpty())

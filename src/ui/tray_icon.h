@@ -11,18 +11,18 @@
 namespace velmora
 {
 
-/// The pictures of the tray item: the symbol of the presentation on a ground of the opposite tone, which makes it
-/// readable on panels of every colour, with the number of active deployments drawn on it.
+/// The icons of the tray item: the symbol of the presentation with the number of active deployments. A white ground
+/// behind the symbol keeps it legible on panels of any colour.
 class TrayIcon
 {
 public:
     TrayIcon();
 
-    /// Squares of 16, 22, 24, 32, 48 and 64 pixels. Each picture is drawn once for each value that shows, of which
-    /// the latest few are kept.
+    /// Squares of 16, 22, 24, 32, 48 and 64 pixels. They are drawn once for each distinct value; the latest values are
+    /// cached.
     [[nodiscard]] QList<QImage> images(const DeploymentMonitorPresentation &presentation);
 
-    /// The number as it is drawn: empty where there is none, "99+" beyond two digits.
+    /// The number as it is drawn: empty for none, "99+" above 99.
     [[nodiscard]] static QString countText(const DeploymentMonitorPresentation &presentation);
 
 private:

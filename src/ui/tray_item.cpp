@@ -29,7 +29,7 @@ QList<StatusItem::MenuEntry> menuEntries()
     const auto separator = [](int id) {
         return StatusItem::MenuEntry{id, QString(), true, true};
     };
-    // Some desktops open the menu on every click: what a click means comes first.
+    // Some desktops open the menu on every click, so the action of a click comes first.
     return {
         entry(Open, QT_TRANSLATE_NOOP("TrayItem", "Open Velmora")),
         separator(FirstSeparator),

@@ -14,10 +14,10 @@ namespace velmora
 class DeploymentMonitor;
 class StatusItem;
 
-/// What the presentation says in words, under the title: "2 in progress, 1 failed", or how the monitor stands.
+/// The line below the title: "2 in progress, 1 failed", or the status of the monitor if both are zero.
 [[nodiscard]] QString trayStatusLine(const DeploymentMonitorState &state, const QList<DeploymentSnapshot> &deployments);
 
-/// Shows the monitor's presentation in the tray, and turns clicks into what the person wants.
+/// Shows the monitor's presentation in the tray, and turns clicks and menu entries into signals.
 class TrayItem final : public QObject
 {
     Q_OBJECT
@@ -27,16 +27,16 @@ public:
     TrayItem(const DeploymentMonitor *monitor, StatusItem *item, QString applicationName, QObject *parent = nullptr);
 
 Q_SIGNALS:
-    /// The item itself was clicked, at `position` where that is known: opens what is closed, and closes what is open.
+    /// The item was clicked, at `position` if known. The window opens if it is closed, and closes if it is open.
     void toggleRequested(std::optional<QPoint> position, const QString &activationToken);
-    /// The menu's first entry was chosen.
+    /// The first entry of the menu was chosen.
     void openRequested(const QString &activationToken);
     void refreshRequested();
     void settingsRequested(const QString &activationToken);
     void quitRequested();
 
 private:
-    /// What the item was last told.
+    /// What the item shows now.
     struct Shown {
         QString title;
         QString line;

@@ -10,8 +10,8 @@ class Pasteboard;
 class TextLabel;
 class URLOpener;
 
-/// Says that the browser could not be started, and which page it was to open, with a button that copies the address.
-/// Shown only while there is such a page; assistive technology is told of every new one.
+/// Shows that the browser could not be started and which page it was to open, with a button that copies the address.
+/// Hidden without such a page. Tells assistive technology of each new one.
 class UnopenedPageRow final : public QWidget
 {
     Q_OBJECT

@@ -9,7 +9,8 @@ namespace velmora
 void bringToFront(QWidget *window, const QString &activationToken)
 {
     constexpr auto kTokenVariable = "XDG_ACTIVATION_TOKEN";
-    // Qt's plugin for Wayland takes the token from there. Nothing that is started later may find it.
+    // Qt's Wayland plugin reads the token from the environment. It is removed afterwards, so that no child process
+    // inherits it.
     if (!activationToken.isEmpty())
         qputenv(kTokenVariable, activationToken.toUtf8());
     window->raise();

@@ -9,7 +9,7 @@ namespace velmora
 namespace
 {
 
-/// How far the window keeps from a click in the middle of the screen's free part: half of a large icon.
+/// The vertical distance of the window from a click inside the free area: half a large icon.
 constexpr int kClearance = 16;
 
 const ScreenArea *screenAt(const QList<ScreenArea> &screens, QPoint point)
@@ -19,7 +19,7 @@ const ScreenArea *screenAt(const QList<ScreenArea> &screens, QPoint point)
     return found == screens.end() ? nullptr : &*found;
 }
 
-/// The free part of the screen; all of it where a panel claims everything.
+/// The area without panels, or the whole screen if panels claim all of it.
 QRect usablePart(const ScreenArea &screen)
 {
     const QRect usable = screen.available & screen.geometry;
@@ -33,7 +33,7 @@ QRect within(const QRect &area, QPoint corner, QSize size)
     return {QPoint(x, y), size};
 }
 
-/// The panel lies on the side on which the click is outside of what is free.
+/// The panel is on the side on which the click lies outside the free area.
 QPoint cornerBeside(const QRect &free, QPoint click, QSize size)
 {
     const int centredX = click.x() - size.width() / 2;
@@ -46,12 +46,12 @@ QPoint cornerBeside(const QRect &free, QPoint click, QSize size)
         return {free.left(), centredY};
     if (click.x() > free.right())
         return {free.right() + 1 - size.width(), centredY};
-    // A panel that hides itself or floats claims no room: away from the nearer edge.
+    // A panel that floats or hides itself claims no space: open away from the nearer edge.
     const bool isUpperHalf = click.y() <= free.center().y();
     return {centredX, isUpperHalf ? click.y() + kClearance : click.y() - kClearance - size.height()};
 }
 
-/// Trays are at the end of a panel. With several panels, the one across the top or the bottom has it.
+/// Trays are at the end of a panel. With several panels, assume the one at the top or the bottom.
 QPoint cornerOfTray(const ScreenArea &screen, const QRect &free, QSize size, Qt::LayoutDirection direction)
 {
     const bool isTop = free.top() > screen.geometry.top();

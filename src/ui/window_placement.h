@@ -11,24 +11,24 @@
 namespace velmora
 {
 
-/// A screen, in the coordinates that all screens share.
+/// A screen in global coordinates.
 struct ScreenArea {
     QRect geometry;
     QRect available; ///< without the panels
 };
 
-/// What decides where the window behind the tray item goes.
+/// The input of placedWindow().
 struct PlacementRequest {
-    QSize size; ///< that the window wants
+    QSize size; ///< wanted by the window
     std::optional<QPoint> anchor; ///< the place of the click at the item
     QPoint pointer;
     QList<ScreenArea> screens; ///< the primary one first
     Qt::LayoutDirection direction = Qt::LeftToRight;
 };
 
-/// Where the window goes: beside the panel at the place of the click, else in the corner where the tray of the screen
-/// under the pointer is likely to be. It lies within the available part of one screen, and is smaller than wanted
-/// where that part is. The wanted size at the origin when there is no screen.
+/// Where the window goes: beside the panel at the click or, without one, in the likely corner of the tray on the screen
+/// with the pointer. The window stays within the available area of that screen and shrinks to fit. Without screens it
+/// has the wanted size at the origin.
 [[nodiscard]] QRect placedWindow(const PlacementRequest &request);
 
 } // namespace velmora

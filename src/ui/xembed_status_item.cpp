@@ -36,7 +36,7 @@ void XEmbedStatusItem::setLabel(const QString &label)
 void XEmbedStatusItem::setToolTip(const QString &title, const QString &text)
 {
     const QString whole = text.isEmpty() ? title : title + QLatin1Char('\n') + text;
-    // The tool tip guesses whether it is given markup.
+    // QSystemTrayIcon guesses whether the text is rich.
     m_icon.setToolTip(Qt::mightBeRichText(whole) ? Qt::convertFromPlainText(whole, Qt::WhiteSpaceNormal) : whole);
 }
 
@@ -56,10 +56,10 @@ void XEmbedStatusItem::setMenu(const QList<MenuEntry> &entries)
             m_menu.addSeparator();
             continue;
         }
-        // An ampersand marks the mnemonic; two of them are one to read.
+        // In an action's text an ampersand marks the mnemonic; a double one shows a literal ampersand.
         QAction *const action = m_menu.addAction(QString(entry.label).replace(QLatin1Char('&'), QLatin1String("&&")));
         action->setEnabled(entry.isEnabled);
-        // The answer may be the end of the item, and with it of the menu that is still being used.
+        // Queued, because the handler may delete the item and with it the menu that is emitting.
         connect(
             action, &QAction::triggered, this, [this, id = entry.id] { Q_EMIT menuTriggered(id, QString()); },
             Qt::QueuedConnection);
@@ -78,7 +78,7 @@ bool XEmbedStatusItem::isAvailable() const
 
 void XEmbedStatusItem::clicked(QSystemTrayIcon::ActivationReason reason)
 {
-    // A double click has been told as a click before.
+    // A double click was already reported as a click.
     if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::MiddleClick)
         Q_EMIT activated(QCursor::pos(), QString());
 }

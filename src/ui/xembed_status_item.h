@@ -11,9 +11,9 @@
 namespace velmora
 {
 
-/// A tray item for old panels of X11, which embed a window of the program.
+/// A tray item for old X11 panels, which embed a window of the program.
 ///
-/// They know no title and no label. Qt draws the icon, and puts it back when the panel comes back.
+/// Title and label are not shown. Qt draws the icon and restores it when the panel restarts.
 class XEmbedStatusItem final : public StatusItem
 {
     Q_OBJECT
@@ -21,7 +21,7 @@ class XEmbedStatusItem final : public StatusItem
 public:
     explicit XEmbedStatusItem(QObject *parent = nullptr);
 
-    /// An item where the display is X11, and none elsewhere.
+    /// An item if the display is X11, else null.
     [[nodiscard]] static std::unique_ptr<StatusItem> makeWherePossible();
 
     void setTitle(const QString &title) override;
@@ -30,13 +30,13 @@ public:
     void setLabel(const QString &label) override;
     void setMenu(const QList<MenuEntry> &entries) override;
     void setStatus(Status status) override;
-    /// As it is now; a panel that comes or goes later is not announced.
+    /// The current state; a panel that comes or goes later is not announced.
     [[nodiscard]] bool isAvailable() const override;
 
 private:
     void clicked(QSystemTrayIcon::ActivationReason reason);
 
-    QMenu m_menu; ///< outlives the icon, which uses it
+    QMenu m_menu; ///< declared first, because the icon uses it until its end
     QSystemTrayIcon m_icon{this};
 };
 
