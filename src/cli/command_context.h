@@ -18,7 +18,7 @@ class Control;
 class Preferences;
 class ReportSource;
 
-/// What happens to the terminal behind the program's back.
+/// Events of the terminal that arrive as signals of the system.
 class TerminalEvents : public QObject
 {
     Q_OBJECT
@@ -27,25 +27,25 @@ public:
     using QObject::QObject;
 
 Q_SIGNALS:
-    /// The window has another size.
+    /// The window of the terminal was resized.
     void resized();
-    /// The program was stopped by the shell and goes on.
+    /// The shell has resumed the stopped program.
     void continued();
 };
 
-/// What the commands work with. Nothing is owned; everything outlives the command.
+/// The services of the commands. Nothing is owned; everything outlives the command.
 struct CommandContext {
     Terminal *out = nullptr;
     Terminal *err = nullptr;
     TerminalEvents *terminalEvents = nullptr;
     Clock *clock = nullptr;
-    Control *control = nullptr; ///< for what asks or changes something once
-    ReportSource *reports = nullptr; ///< for `status`, and for a `watch` that goes on
-    AuthenticationStore *authentication = nullptr; ///< of `connect`
-    Preferences *preferences = nullptr; ///< of `connect`: where accounts are remembered
+    Control *control = nullptr; ///< for single requests
+    ReportSource *reports = nullptr; ///< for `status`, and for a `watch` without --once
+    AuthenticationStore *authentication = nullptr; ///< for `connect`
+    Preferences *preferences = nullptr; ///< for `connect`: where the accounts are saved
     WebAddress installationURL;
-    QString missingConfiguration; ///< what to do about a missing client id; empty when there is one
-    std::stop_token stop; ///< requested when the person ends the program
+    QString missingConfiguration; ///< what to do about a missing client id; empty if there is one
+    std::stop_token stop; ///< requested when the user ends the program
 };
 
 } // namespace velmora

@@ -32,7 +32,7 @@ QStringList toList(const std::vector<std::string> &texts)
     return list;
 }
 
-/// The grammar, which writes into one CommandLine.
+/// The grammar of the command line. Parsing fills m_line.
 class Grammar
 {
 public:
@@ -80,7 +80,7 @@ private:
         prepare(*app);
         app->fallthrough();
         app->parse_complete_callback([this, command] {
-            // The innermost command is complete first, and counts.
+            // The innermost command completes first, and wins.
             if (!m_command)
                 m_command = command;
         });
@@ -226,7 +226,7 @@ private:
     Texts m_texts;
     CLI::Option *m_format = nullptr;
     std::optional<Command> m_command;
-    bool m_isRefresh = false; // every run loads; the flag says so in scripts
+    bool m_isRefresh = false; // has no effect, since every run loads; makes scripts explicit
     bool m_isConfigured = false;
     bool m_isDisplayUsable = false;
 };

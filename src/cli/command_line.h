@@ -16,7 +16,7 @@ enum class ExitCode : int {
     WrongUsage = 2,
 };
 
-/// What the person asked for on the command line.
+/// What the user requested on the command line.
 struct CommandLine {
     enum class Command {
         Desktop, ///< the tray item and its windows
@@ -43,24 +43,24 @@ struct CommandLine {
     bool isJSON = false;
     bool isOnce = false;
     bool isQuiet = false; ///< no desktop notifications
-    bool isFollowing = false; ///< goes on with every change
+    bool isFollowing = false; ///< continues with a line for every change
     bool isAll = false;
     bool isNone = false;
     QString login;
-    QString format; ///< of the line for a bar; empty: none
+    QString format; ///< the format of the line for a bar; empty for none
     QStringList enable;
     QStringList disable;
     QStringList include;
     QStringList exclude;
 
-    /// Whether the command is done by the program of the tray, which this process becomes where there is none.
+    /// Whether the command is for the tray program. Without one, this process becomes it.
     [[nodiscard]] bool isForDesktop() const
     {
         return command == Command::Desktop || command == Command::Show || command == Command::Settings;
     }
 };
 
-/// A command, or what is to be printed instead of running one.
+/// A command, or the text to print instead of running one.
 struct CommandLineResult {
     std::optional<CommandLine> commandLine;
     ExitCode exitCode = ExitCode::Done;
@@ -68,7 +68,7 @@ struct CommandLineResult {
     QString error;
 };
 
-/// Reads the arguments that follow the name of the program.
+/// Parses the arguments after the program's name.
 [[nodiscard]] CommandLineResult parseCommandLine(const QStringList &arguments);
 
 } // namespace velmora

@@ -8,30 +8,30 @@
 namespace velmora
 {
 
-// Each command prints what it has to say and returns how it ended. A requested stop ends it soon.
+// Each command prints its results and returns the exit code. A requested stop ends it soon.
 
 /// Connects an identity through the device flow.
 [[nodiscard]] QCoro::Task<ExitCode> runConnect(CommandContext context);
 
-/// Lists the connected identities.
 [[nodiscard]] QCoro::Task<ExitCode> runAccounts(CommandContext context, CommandLine line);
 
-/// Forgets the identity with the login.
+/// Forgets the identity with the login and its token.
 [[nodiscard]] QCoro::Task<ExitCode> runRemoveAccount(CommandContext context, CommandLine line);
 
-/// Loads the installations from GitHub, switches those that are named, and lists them.
+/// Loads the installations from GitHub, switches the named ones, and lists them.
 [[nodiscard]] QCoro::Task<ExitCode> runInstallations(CommandContext context, CommandLine line);
 
-/// Loads the repositories from GitHub, includes and excludes those that are named, and lists them.
+/// Loads the repositories from GitHub, includes and excludes the named ones, and lists them.
 [[nodiscard]] QCoro::Task<ExitCode> runRepositories(CommandContext context, CommandLine line);
 
-/// Shows what is reported, once after a refresh or until the stop.
+/// Shows the reports: once after a refresh, or until the stop.
 [[nodiscard]] QCoro::Task<ExitCode> runWatch(CommandContext context, CommandLine line);
 
-/// Shows how the deployments stand, once or with every change. Of the context it needs the reports, not the control.
+/// Shows the state of the deployments, once or with every change. Uses only the reports of the context, not the
+/// control.
 [[nodiscard]] QCoro::Task<ExitCode> runStatus(CommandContext context, CommandLine line);
 
-/// Loads everything from GitHub and tells how things stand in one line.
+/// Loads everything from GitHub and prints the status in one line.
 [[nodiscard]] QCoro::Task<ExitCode> runRefresh(CommandContext context);
 
 } // namespace velmora

@@ -54,7 +54,7 @@ QSet<qint64> listedAccounts(const AuthenticationStore &store)
     return accountIDs;
 }
 
-/// The list on the disk does not name the account that was connected: its token would lie in the keyring for ever.
+/// Removes an account whose connection could not be saved; otherwise its token would stay in the keyring forever.
 QCoro::Task<> removeUnlisted(CommandContext context, QSet<qint64> listedBefore)
 {
     const auto account = context.authentication->lastConnectedAccount();

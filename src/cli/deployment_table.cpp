@@ -14,7 +14,7 @@ namespace velmora
 namespace
 {
 
-/// Codes of "select graphic rendition".
+/// Codes of the escape sequence "select graphic rendition".
 namespace colour
 {
 constexpr auto kBold = u"1";
@@ -26,7 +26,7 @@ constexpr auto kBlue = u"34";
 } // namespace colour
 
 struct StateSign {
-    QChar symbol; ///< tells the state by its shape
+    QChar symbol; ///< its shape tells the states apart without colour
     const char16_t *colour;
     QString word;
 };
@@ -56,7 +56,7 @@ StateSign signOf(DeploymentState state)
     return {QLatin1Char('?'), colour::kSecondary, QStringLiteral("unknown")};
 }
 
-/// One line in the making, which never grows beyond its width.
+/// A line that is being built and never exceeds its width.
 class Line
 {
 public:
@@ -77,7 +77,7 @@ public:
         return *this;
     }
 
-    /// Puts the text to the right edge, if there is room.
+    /// Aligns the text to the right edge, if there is room.
     Line &addRight(const QString &text, const char16_t *code = nullptr)
     {
         const int gap = m_left - displayWidth(text);
@@ -94,7 +94,7 @@ private:
     bool m_isColoured;
 };
 
-/// The texts of one row, harmless.
+/// The texts of one row, without control characters.
 struct Row {
     StateSign sign;
     QString repository;
@@ -107,7 +107,7 @@ constexpr int kIndent = 4; // two spaces, the symbol, a space
 constexpr int kGap = 2;
 constexpr int kLongestRef = 24;
 constexpr int kNarrowest = 8;
-constexpr int kReadableNames = 36; ///< repository and environment; details that leave less give way
+constexpr int kReadableNames = 36; ///< the least room for repository and environment; longer details are dropped
 
 Row rowOf(const DeploymentSnapshot &deployment, Instant now)
 {
@@ -116,14 +116,14 @@ Row rowOf(const DeploymentSnapshot &deployment, Instant now)
         details.first() = elidedMiddle(harmless(details.first()), kLongestRef);
     const StateSign sign = signOf(deployment.state);
     const QString age = details.last();
-    // The section tells the states of the others, and the symbol the rest.
+    // Only active deployments need the word: in the other sections title and symbol name the state.
     if (isActive(deployment.state))
         details.prepend(sign.word);
     return Row{sign, harmless(deployment.repositoryName), harmless(deployment.environment),
         harmless(details.join(QStringLiteral(" · "))), age};
 }
 
-/// How the width is shared out among the columns.
+/// The widths of the columns.
 struct Columns {
     int repository = 0;
     int environment = 0;
@@ -175,7 +175,7 @@ QString ageText(const MonitorReport &report, Instant now)
     return QString();
 }
 
-/// What failed: a line each.
+/// The failures, one a line.
 QStringList messagesOf(const MonitorReport &report)
 {
     return (report.message + QLatin1Char('\n') + report.unsaved.value_or(QString()))
@@ -207,21 +207,21 @@ bool isListShown(const MonitorReport &report)
     return report.state.state != DeploymentMonitorState::Case::Loading || report.state.hasContent;
 }
 
-/// The rows that fit in `room` lines; what does not is counted in the last of them.
+/// The rows that fit in `room` lines. If rows are left out, the last line has their number.
 QStringList renderSections(const MonitorReport &report, Instant now, const TableStyle &style, qsizetype room)
 {
     struct Entry {
-        const DeploymentSection *section; // of a title
+        const DeploymentSection *section; // of a section's title
         qsizetype row; // of a deployment
     };
     const QList<DeploymentSection> sections = deploymentSections(report.deployments);
     QList<Entry> entries;
     QList<Row> rows;
     const qsizetype whole = report.deployments.size() + 2 * sections.size();
-    const qsizetype limit = whole <= room ? whole : room - 1; // a line stays for what is left out
+    const qsizetype limit = whole <= room ? whole : room - 1; // keep a line for the number of hidden rows
     qsizetype shown = 0;
     for (const auto &section : sections) {
-        // A blank line, the title and one deployment at least, or nothing.
+        // A section needs room for a blank line, its title and one deployment.
         if (entries.size() + 3 > limit)
             break;
         entries.append({nullptr, -1});

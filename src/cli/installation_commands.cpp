@@ -67,8 +67,8 @@ void printRepositories(const CommandContext &context, const CommandLine &line, c
         rows);
 }
 
-/// What became of the loading and the switching; the list is worth printing unless a name means nothing, or what was
-/// switched will not last.
+/// Prints the failures of loading and switching. True if the list should be printed: no name was refused, there is an
+/// account, and the changes were saved.
 template <typename Answer>
 bool isWorthPrinting(const CommandContext &context, const Answer &answer)
 {

@@ -30,7 +30,7 @@ KeyInput::~KeyInput()
 
 void KeyInput::takeTerminal()
 {
-    // Whoever sets the terminal from the background is stopped by it.
+    // Changing the terminal from the background would stop the process (SIGTTOU).
     if (!isForeground())
         return;
     termios settings{};
@@ -53,7 +53,7 @@ void KeyInput::readKeys()
     char keys[64];
     const auto count = ::read(STDIN_FILENO, keys, sizeof keys);
     if (count <= 0) {
-        m_notifier->setEnabled(false); // the terminal is gone
+        m_notifier->setEnabled(false); // the terminal was closed
         return;
     }
     const bool quits = std::any_of(keys, keys + count, [](char key) { return key == 'q' || key == 'Q' || key == 4; });

@@ -11,9 +11,9 @@
 namespace velmora
 {
 
-/// Single keys of the terminal on standard input: they are not echoed, and come without the Return key. Does nothing
-/// where standard input is no terminal or belongs to another program. The terminal's settings are put
-/// back at the end; the keys that send signals stay as they are.
+/// Reads single keys from the terminal on standard input, without echo and without Return. Does nothing if standard
+/// input is not a terminal, or belongs to another process group. The destructor restores the settings. Keys that send
+/// signals keep doing so.
 class KeyInput final : public QObject
 {
     Q_OBJECT
@@ -22,7 +22,7 @@ public:
     explicit KeyInput(QObject *parent = nullptr);
     ~KeyInput() override;
 
-    /// Sets the terminal again, after another program has had it.
+    /// Applies the settings again, after the program was stopped and continued.
     void takeTerminal();
 
 Q_SIGNALS:

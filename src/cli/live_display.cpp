@@ -35,7 +35,7 @@ LiveDisplay::LiveDisplay(Terminal *out, Terminal *err, TerminalEvents *events, C
     connect(&m_ageTimer, &QTimer::timeout, this, &LiveDisplay::redraw);
     connect(events, &TerminalEvents::resized, this, &LiveDisplay::redraw);
     connect(events, &TerminalEvents::continued, this, [this] {
-        // The shell has written below the picture: it stays, and a new one begins.
+        // The shell has written below the picture; leave that one and draw a new one.
         m_keys.takeTerminal();
         m_drawn.clear();
         redraw();
@@ -75,7 +75,7 @@ void LiveDisplay::redraw()
     if (!m_report)
         return;
     const QSize size = m_out->size();
-    // One row stays free for the cursor below the picture.
+    // Keep a row for the cursor below the picture.
     const TableStyle style{size.width(), std::max(1, size.height() - 1), m_out->isColoured()};
     const QStringList lines = renderReport(*m_report, m_announcements, m_clock->now(), style);
     if (lines == m_drawn)
@@ -94,8 +94,8 @@ void LiveDisplay::erase()
     m_drawn.clear();
 }
 
-/// Moves the cursor to the first line of the picture, as far as it is still on the screen: in a window that
-/// has become narrower its lines take several rows each.
+/// Moves the cursor to the first line of the picture, or to the top of the screen if that has scrolled out. In a window
+/// that has become narrower a line takes several rows.
 QByteArray LiveDisplay::erasure() const
 {
     const QSize size = m_out->size();

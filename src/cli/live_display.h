@@ -10,14 +10,14 @@
 namespace velmora
 {
 
-/// A picture in the terminal, redrawn in its place when its text has changed. It leaves nothing to be
-/// put right at the end: the cursor is hidden only within a redraw, and stands below the picture.
+/// A picture in the terminal that is redrawn in place when its text changes. Leaves nothing to restore: the cursor is
+/// hidden only during a redraw, and stays below the picture.
 class LiveDisplay final : public WatchDisplay
 {
     Q_OBJECT
 
 public:
-    /// `err` may be the same terminal: the picture steps aside while a line is written there.
+    /// `err` may be the same terminal: the picture is erased while a line is written to it.
     LiveDisplay(Terminal *out, Terminal *err, TerminalEvents *events, Clock *clock);
     ~LiveDisplay() override;
 
@@ -33,10 +33,10 @@ private:
     Terminal *m_err;
     Clock *m_clock;
     KeyInput m_keys;
-    QTimer m_ageTimer; ///< relative times change by themselves
+    QTimer m_ageTimer; ///< redraws relative times
     std::optional<MonitorReport> m_report;
     QStringList m_announcements; ///< the latest ones
-    QStringList m_drawn; ///< the lines of the picture on the screen
+    QStringList m_drawn; ///< the lines that are on the screen
 };
 
 } // namespace velmora

@@ -9,7 +9,7 @@
 namespace velmora
 {
 
-/// A line on a terminal that is gone when the work is done. Nothing where standard error is no terminal.
+/// Shows a line on a terminal until its destruction. Does nothing if the stream is not a terminal.
 class ProgressLine
 {
 public:
@@ -22,7 +22,7 @@ private:
     Terminal *m_terminal;
 };
 
-/// The task, with a progress line as long as it takes.
+/// Awaits the task and shows a progress line meanwhile.
 template <typename Answer>
 [[nodiscard]] QCoro::Task<Answer> withProgress(CommandContext context, QString text, QCoro::Task<Answer> task)
 {
@@ -31,11 +31,11 @@ template <typename Answer>
     co_return answer;
 }
 
-/// Prints why not every identity has answered. Failed for each, and without an account, when it tells how to connect
-/// one.
+/// Prints why loading was incomplete. Failed if it was, and also without an account, in which case it prints how to
+/// connect one.
 [[nodiscard]] ExitCode reportLoading(const CommandContext &context, const LoadingAnswer &answer);
 
-/// Whether what was changed is kept: nothing stands against it. Prints what does.
+/// True if the change was saved. Otherwise prints why not.
 [[nodiscard]] bool isSaved(const CommandContext &context, const std::optional<QString> &unsaved);
 
 } // namespace velmora

@@ -20,7 +20,7 @@ bool isControl(uint c)
     return c < 0x20 || (c >= 0x7F && c <= 0x9F);
 }
 
-/// Marks, embeddings, overrides and isolates of writing directions, and the invisible tag characters.
+/// Direction marks, embeddings, overrides and isolates, and the invisible tag characters.
 bool isDirectionOrTag(uint c)
 {
     return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069)
@@ -34,7 +34,7 @@ bool isLineBreak(uint c)
 
 int columns(uint c)
 {
-    // Unknown to the C library: one column is what terminals do.
+    // Terminals show characters that are unknown to the C library in one column.
     return std::max(c < 0x80 ? 1 : ::wcwidth(static_cast<wchar_t>(c)), c < 0x80 ? 1 : 0);
 }
 
@@ -56,7 +56,7 @@ CodePoints toPoints(QStringView text)
     return text.toUcs4();
 }
 
-/// As many code points from the front as fit, with the marks that combine with the last of them.
+/// The number of code points from the front that fit, including marks that combine with the last.
 qsizetype fittingFromFront(const CodePoints &points, int width)
 {
     qsizetype count = 0;
@@ -76,7 +76,7 @@ qsizetype fittingFromBack(const CodePoints &points, int width)
         used += columns(points.at(i));
         if (used > width)
             break;
-        // A combining mark does not stand without its letter.
+        // A combining mark must not be separated from its letter.
         if (columns(points.at(i)) > 0)
             count = points.size() - i;
     }
@@ -108,7 +108,7 @@ QByteArray harmlessJSON(const QByteArray &json)
     result.reserve(json.size());
     const CodePoints points = QString::fromUtf8(json).toUcs4();
     for (const uint c : points) {
-        // Below the letters there is only the white space between values; in texts JSON allows none of it.
+        // Characters below space occur only as white space between values: inside strings JSON forbids them.
         const bool steers = isDirectionOrTag(c) || (c >= 0x7F && isControl(c)) || c == 0x2028 || c == 0x2029;
         if (!steers) {
             result += toText({c}).toUtf8();

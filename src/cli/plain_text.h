@@ -8,23 +8,23 @@
 namespace velmora
 {
 
-/// The text without anything by which a terminal could be steered: control characters, escape sequences and
-/// what reverses or hides the order of letters become U+FFFD, line breaks and tabs a space. Every text
-/// that came over the network passes through here before it is printed.
+/// The text without anything that can control a terminal: control characters, and characters that hide letters or
+/// change their direction, become U+FFFD; line breaks and tabs become spaces. Every text from the network must pass
+/// through here before it is printed.
 [[nodiscard]] QString harmless(QStringView text);
 
-/// JSON in which the characters that steer terminals, and that JSON allows in plain, are written as escapes.
-/// It decodes to the same document.
+/// The JSON with escapes for characters that can control a terminal and that JSON permits unescaped. It decodes to the
+/// same document.
 [[nodiscard]] QByteArray harmlessJSON(const QByteArray &json);
 
-/// The number of columns that the text takes in a terminal. Wide characters take two.
+/// The number of columns that a terminal needs for the text. Wide characters take two.
 [[nodiscard]] int displayWidth(QStringView text);
 
-/// The text, in at most `width` columns: what is too much is left out in the middle, where the names of
-/// repositories and environments differ least.
+/// The text in at most `width` columns. A longer one is cut in the middle, where names of repositories and environments
+/// differ least.
 [[nodiscard]] QString elidedMiddle(const QString &text, int width);
 
-/// The text filled up with spaces to `width` columns, elided in the middle when it is longer.
+/// The text padded with spaces to `width` columns, or elided in the middle if it is longer.
 [[nodiscard]] QString fitted(const QString &text, int width);
 
 } // namespace velmora

@@ -11,7 +11,7 @@ namespace velmora
 namespace
 {
 
-/// A deployment with its instants as text: the form for other programs, not the one of the cache.
+/// A deployment for other programs: instants are text, other than in the cache.
 struct PrintedDeployment {
     QString id;
     QString repositoryNodeID;

@@ -8,8 +8,8 @@
 namespace velmora
 {
 
-/// The report as one line of JSON, without the line break. Instants are ISO 8601 texts in UTC; what is absent is
-/// left out. Of saved data it says so.
+/// The report as one line of JSON without the line break. Instants are ISO 8601 texts in UTC; absent values are left
+/// out. "saved" and "savedAt" are present for saved data only.
 [[nodiscard]] QByteArray jsonLine(const MonitorReport &report);
 
 /// The notification as one line of JSON, without the line break.

@@ -17,7 +17,7 @@ ReportFollower::ReportFollower(ReportSource *source, Terminal *out, Show show)
     , m_show(std::move(show))
     , m_readerGone(out->descriptor(), QSocketNotifier::Exception)
 {
-    // A pipe whose reader has gone is noticed at once, not with the next thing there is to tell.
+    // Detects at once that the reader of a pipe has gone, not only at the next write.
     m_readerGone.setEnabled(isPipe());
     connect(&m_readerGone, &QSocketNotifier::activated, this, &ReportFollower::finish);
 }

@@ -16,7 +16,7 @@ namespace velmora
 class ReportSource;
 class Terminal;
 
-/// Hands every report of a source to whoever prints it, and knows when there is nobody to print for any more.
+/// Passes the reports of a source to a printing function until the reader of the output has gone.
 class ReportFollower final : public QObject
 {
     Q_OBJECT
@@ -24,16 +24,16 @@ class ReportFollower final : public QObject
 public:
     using Show = std::function<void(const MonitorReport &)>;
 
-    /// The pointers are not owned and outlive the follower. Nothing is shown before update() or a change.
+    /// The pointers are not owned and outlive the follower. Nothing is shown before the first update().
     ReportFollower(ReportSource *source, Terminal *out, Show show);
 
-    /// Shows the report of this moment. Where the source can tell at once, it is shown when this returns.
+    /// Shows the current report. If the source answers at once, it is shown when this returns.
     void update();
 
-    /// Resolved when the reader has gone or finish() was called; failed with what the source throws.
+    /// Resolved when the reader has gone or finish() was called; failed with what the source threw.
     [[nodiscard]] const OneShot<> &done() const { return m_done; }
     void finish() { m_done.resolve(); }
-    /// To be called after something else was printed.
+    /// Call this after printing anything else; resolves done() if the reader has gone.
     void endWhenClosed();
 
 private:
@@ -47,7 +47,7 @@ private:
     QSocketNotifier m_readerGone;
     OneShot<> m_done;
     bool m_isShowing = false;
-    bool m_isOutdated = false; ///< while one is being shown, there is a later report
+    bool m_isOutdated = false; ///< another report is due after the one being fetched
     TaskScope m_scope;
 };
 

@@ -21,7 +21,7 @@ void printTable(const CommandContext &context, const MonitorReport &report)
         context.out->writeRawLine(text);
 }
 
-/// Writes reports as lines, none twice in a row.
+/// Prints reports as lines, without repeating a line.
 class LinePrinter
 {
 public:
@@ -41,7 +41,7 @@ public:
 
 private:
     Terminal *m_out;
-    std::optional<StatusLine> m_format; ///< none: JSON
+    std::optional<StatusLine> m_format; ///< JSON without a format
     std::optional<QByteArray> m_last;
 };
 

@@ -16,7 +16,7 @@ namespace
 
 constexpr qsizetype kMostInTooltip = 12;
 
-/// What Waybar reads of a line.
+/// The keys of Waybar's JSON input.
 struct WaybarLine {
     QString text;
     QString alternative;
@@ -24,7 +24,7 @@ struct WaybarLine {
     QString styleClass;
 };
 
-/// How often each kind is on the list.
+/// The number of deployments of each kind.
 struct Counts {
     qsizetype active = 0;
     qsizetype failed = 0;
@@ -44,7 +44,7 @@ Counts countsOf(const QList<DeploymentSnapshot> &deployments)
     return counts;
 }
 
-/// One word for the whole, by which a bar chooses its colour.
+/// One word for the status, from which a bar can derive a colour.
 QString stateWord(const MonitorReport &report)
 {
     switch (report.state.state) {
@@ -93,10 +93,10 @@ std::optional<QString> valueOf(const QString &placeholder, const MonitorReport &
     return std::nullopt;
 }
 
-/// A template with the values of a report in the place of its placeholders.
+/// A template with its placeholders replaced by values of a report.
 struct Filled {
     QString text;
-    QString error; ///< what is wrong with the template; else empty
+    QString error; ///< what is wrong with the template; empty if nothing is
     int placeholders = 0;
 };
 
@@ -134,7 +134,7 @@ Filled fill(const QString &format, const MonitorReport &report)
     return filled;
 }
 
-/// The deployments in a few words each.
+/// The status, and a line for each of the first deployments.
 QString tooltipOf(const MonitorReport &report)
 {
     QStringList lines{statusText(report.state, report.deployments)};

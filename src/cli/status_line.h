@@ -11,23 +11,23 @@
 namespace velmora
 {
 
-/// A report as one line for a bar, in the form that the person has chosen.
+/// Formats a report as one line for a bar.
 class StatusLine
 {
 public:
-    /// A form, or why the text stands for none.
+    /// A format, or the error in its text.
     struct Parsed;
 
-    /// "waybar", or a template: a text with at least one of the placeholders {active}, {failed}, {succeeded}, {total},
-    /// {state}, {title} and {updated}; doubled braces stand for themselves.
+    /// Takes "waybar", or a template: a text with at least one of the placeholders {active}, {failed}, {succeeded},
+    /// {total}, {state}, {title} and {updated}. Doubled braces stand for single ones.
     [[nodiscard]] static Parsed parse(const QString &format);
 
-    /// The line without its break. Of texts that came over the network nothing can steer a terminal or be taken for
-    /// markup.
+    /// The line without the line break. Foreign text in it cannot control a terminal; in Waybar's tooltip it cannot act
+    /// as markup.
     [[nodiscard]] QByteArray lineOf(const MonitorReport &report) const;
 
 private:
-    QString m_template; ///< empty: Waybar's JSON
+    QString m_template; ///< empty for Waybar's JSON
 };
 
 struct StatusLine::Parsed {

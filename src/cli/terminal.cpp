@@ -35,7 +35,7 @@ void Terminal::write(const QByteArray &bytes)
         if (written >= 0) {
             done += written;
         } else if (errno == EAGAIN) {
-            // Somebody who shares the terminal has made it non-blocking.
+            // A process that shares the terminal has made it non-blocking.
             pollfd wait{m_descriptor, POLLOUT, 0};
             ::poll(&wait, 1, 1000);
         } else if (errno != EINTR) {

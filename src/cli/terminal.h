@@ -10,32 +10,32 @@
 namespace velmora
 {
 
-/// One of the standard streams, with what it can do.
+/// A standard stream and its capabilities.
 class Terminal
 {
 public:
-    /// `descriptor` is borrowed. What the stream can do is decided here, from the descriptor, TERM and NO_COLOR.
+    /// `descriptor` is not owned. Capabilities are derived here, from the descriptor, TERM and NO_COLOR.
     explicit Terminal(int descriptor);
 
     [[nodiscard]] int descriptor() const { return m_descriptor; }
-    /// Whether what was written can be written over.
+    /// Whether output can be overwritten: the stream is a terminal that is not dumb.
     [[nodiscard]] bool isLive() const { return m_isLive; }
     [[nodiscard]] bool isColoured() const { return m_isColoured; }
-    /// Columns and rows; 80 by 24 where nobody knows.
+    /// Columns and rows; 80 by 24 if unknown.
     [[nodiscard]] QSize size() const;
 
-    /// Writes all of it, waiting for the reader. After the reader has gone nothing is written any more.
+    /// Writes all bytes; blocks until the reader takes them. Does nothing once the reader has gone.
     void write(const QByteArray &bytes);
-    /// Writes the text, which may hold anything, as one harmless line.
+    /// Writes any text as one line, without what could control the terminal.
     void writeLine(const QString &text);
-    /// Writes one line that is known to be harmless, and may hold colours.
+    /// Writes one line unchanged, which may contain colours; foreign text must have passed harmless().
     void writeRawLine(const QString &text);
     /// Whether the reader has gone.
     [[nodiscard]] bool isClosed() const { return m_isClosed; }
 
-    /// Asked when a write is interrupted by a signal: true gives the writing up.
+    /// Called when a signal interrupts a write; true abandons the write.
     std::function<bool()> isInterrupted;
-    /// Called before and after anything is written by writeLine(), for a picture that must step aside.
+    /// Called before and after each line, so that a picture on the same terminal can be erased and redrawn.
     std::function<void()> beforeLine;
     std::function<void()> afterLine;
 

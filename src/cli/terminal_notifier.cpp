@@ -32,7 +32,7 @@ QCoro::Task<> TerminalNotifier::untilReady(std::stop_token)
 
 void TerminalNotifier::setDesktop(DeploymentNotifying *desktop)
 {
-    // What the one before has not got yet was on the terminal.
+    // Pending results were already shown on the terminal, so the old desktop need not get them.
     m_deliveries.cancelAll();
     m_desktop = desktop;
 }

@@ -10,11 +10,11 @@
 namespace velmora
 {
 
-/// Announces results to whoever shows them in the terminal, and then to the desktop where there is one.
+/// Announces results in the terminal, through posted(), and then on the desktop if there is one.
 ///
-/// The terminal is always allowed, so that a desktop that was told to keep quiet takes no line from it. A desktop that
-/// fails takes nothing either: the result was announced. The desktop gets one result after the other, and holds up
-/// nothing.
+/// requestAuthorizationIfNeeded() always succeeds, because the terminal needs no permission. A desktop that refuses or
+/// fails therefore never suppresses a line in the terminal. The desktop gets one result at a time, and nothing waits
+/// for it.
 class TerminalNotifier final : public QObject, public DeploymentNotifying
 {
     Q_OBJECT
@@ -22,8 +22,8 @@ class TerminalNotifier final : public QObject, public DeploymentNotifying
 public:
     using QObject::QObject;
 
-    /// Has the desktop announce every result as well, from now on; not owned, and outlives the notifier. None: only
-    /// the terminal does.
+    /// Announces further results on the desktop, too. `desktop` is not owned and outlives the notifier; null stops
+    /// that.
     void setDesktop(DeploymentNotifying *desktop);
 
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;
@@ -34,7 +34,7 @@ public:
 
 Q_SIGNALS:
     void posted(const velmora::DeploymentNotification &notification);
-    /// The desktop did not take a notification, and why. Not again for the same reason until one was taken.
+    /// The desktop refused a notification. The same reason is not repeated until it has accepted one.
     void desktopFailed(const QString &description);
 
 private:
@@ -43,8 +43,8 @@ private:
     void noteFailure(const QString &description);
 
     DeploymentNotifying *m_desktop = nullptr;
-    QString m_failure; ///< of the latest notification; empty when it was taken
-    AsyncMutex m_turn; ///< held by the result that the desktop gets
+    QString m_failure; ///< why the latest notification was refused; empty if it was accepted
+    AsyncMutex m_turn; ///< held while the desktop handles a result
     TaskScope m_deliveries;
 };
 

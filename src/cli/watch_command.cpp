@@ -20,7 +20,7 @@ WatchFormat formatOf(const CommandContext &context, const CommandLine &line)
     return context.out->isLive() ? WatchFormat::Live : WatchFormat::Plain;
 }
 
-/// Shows what the source reports for as long as it lives.
+/// Shows the reports of the source during its lifetime.
 class Watching final : public QObject
 {
 public:
@@ -34,7 +34,7 @@ public:
             m_follower.endWhenClosed();
         });
         connect(m_display.get(), &WatchDisplay::quitRequested, &m_follower, &ReportFollower::finish);
-        // A table is printed once, at the end.
+        // A table is printed once, after the refresh.
         if (formatOf(context, line) != WatchFormat::Table)
             connect(source, &ReportSource::reportChanged, &m_follower, &ReportFollower::update);
     }

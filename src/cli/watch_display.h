@@ -14,7 +14,7 @@ class Clock;
 class Terminal;
 class TerminalEvents;
 
-/// Shows what `watch` sees.
+/// The output of `watch`.
 class WatchDisplay : public QObject
 {
     Q_OBJECT
@@ -22,17 +22,17 @@ class WatchDisplay : public QObject
 public:
     using QObject::QObject;
 
-    /// The report that holds from now on.
+    /// Shows the current report.
     virtual void show(const MonitorReport &report) = 0;
-    /// A result is announced.
+    /// Shows an announced result.
     virtual void announce(const DeploymentNotification &notification) = 0;
 
 Q_SIGNALS:
-    /// The person pressed the key that ends the program.
+    /// The user pressed the key that ends the program.
     void quitRequested();
 };
 
-/// How `watch` prints.
+/// The output formats of `watch`.
 enum class WatchFormat {
     Live, ///< a picture that is redrawn in its place
     Plain, ///< a line for each change

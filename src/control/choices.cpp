@@ -22,7 +22,7 @@ QString listed(QStringList names)
     return QStringLiteral("There is: %1.").arg(names.join(QStringLiteral(", ")));
 }
 
-/// A name as an error repeats it. It came from another program, and may be of any length.
+/// Shortens a name for an error message: it comes from another program and may have any length.
 QString quoted(const QString &name)
 {
     return name.size() > kLongestName ? name.first(kLongestName) + QStringLiteral("…") : name;
@@ -83,7 +83,7 @@ Choices chooseRepositories(const QStringList &names, const QList<RepositoryRecor
     QSet<QString> known;
     for (const auto &record : repositories) {
         known.insert(record.id());
-        // The first of a name counts.
+        // The first repository of a name wins.
         if (const QString name = record.repository.nameWithOwner.toCaseFolded(); !byName.contains(name))
             byName.insert(name, record.id());
     }

@@ -11,20 +11,20 @@
 namespace velmora
 {
 
-/// What names on the command line stand for.
+/// The records that names on the command line refer to.
 struct Choices {
     QSet<QString> ids; ///< the keys of the installations, or the node ids of the repositories
-    QString error; ///< why the first name that stands for nothing does so, and what there is; else empty
+    QString error; ///< why the first unknown or ambiguous name was refused, with the known names; empty on success
 
     friend bool operator==(const Choices &, const Choices &) = default;
 };
 
-// The time that either takes grows with the number of names and with that of records, not with both at once.
+// Both take time proportional to the number of names plus that of records.
 
-/// Each key is an installation's key, or the login of its account where only one installation has it.
+/// A key is that of an installation, or the login of its account if only one installation is on that account.
 [[nodiscard]] Choices chooseInstallations(const QStringList &keys, const QList<InstallationRecord> &installations);
 
-/// Each name is "owner/name" in any case of letters, or a node id.
+/// A name is "owner/name", ignoring case, or a node id.
 [[nodiscard]] Choices chooseRepositories(const QStringList &names, const QList<RepositoryRecord> &repositories);
 
 } // namespace velmora

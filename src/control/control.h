@@ -7,10 +7,10 @@
 namespace velmora
 {
 
-/// What a terminal can ask of a Velmora: of one that lives in its own process, or of the one that runs in the tray.
+/// What a terminal can ask of a Velmora, either in its own process or in the tray program.
 ///
-/// A stop ends the waiting with a CancellationError. Every operation may throw a ControlError where the Velmora that is
-/// asked is another process.
+/// A stop ends the waiting with a CancellationError. If the Velmora is another process, every operation may throw a
+/// ControlError.
 class Control : public ReportSource
 {
     Q_OBJECT
@@ -18,15 +18,15 @@ class Control : public ReportSource
 public:
     using ReportSource::ReportSource;
 
-    /// The connected identities, once the keyring has said how they stand.
+    /// The connected identities, after they were restored from the keyring.
     [[nodiscard]] virtual QCoro::Task<QList<ListedAccount>> accounts(std::stop_token stop) = 0;
-    /// Forgets the identity with the login, in any case of letters, and its token.
+    /// Forgets the identity with the login, ignoring case, and its token.
     [[nodiscard]] virtual QCoro::Task<RemovalAnswer> removeAccount(QString login, std::stop_token stop) = 0;
-    /// Loads the installations from GitHub and switches those that are named: all of them or none.
+    /// Loads the installations from GitHub and switches the named ones: all of them, or none if a name is unknown.
     [[nodiscard]] virtual QCoro::Task<InstallationsAnswer> installations(
         InstallationChoices choices, std::stop_token stop)
         = 0;
-    /// Loads the repositories from GitHub and switches those that are named: all of them or none.
+    /// Loads the repositories from GitHub and switches the named ones: all of them, or none if a name is unknown.
     [[nodiscard]] virtual QCoro::Task<RepositoriesAnswer> repositories(RepositoryChoices choices, std::stop_token stop)
         = 0;
     /// Loads installations and deployments from GitHub, once and completely.

@@ -8,7 +8,8 @@
 namespace velmora
 {
 
-// What two Velmoras say to each other is JSON: encodeJSON() and decodeJSON() take QList<ListedAccount>, RemovalAnswer,
-// LoadingAnswer, InstallationsAnswer, RepositoriesAnswer, MonitorReport and DeploymentNotification, without any loss.
+// The records that two Velmora processes exchange. encodeJSON() and decodeJSON() take QList<ListedAccount>,
+// RemovalAnswer, LoadingAnswer, InstallationsAnswer, RepositoriesAnswer, MonitorReport and DeploymentNotification,
+// without any loss.
 
 } // namespace velmora

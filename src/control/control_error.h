@@ -8,7 +8,7 @@
 namespace velmora
 {
 
-/// The Velmora that runs in the session did not do what it was asked for.
+/// The Velmora of the session did not answer, could not be understood, or refused. The description is for the user.
 class ControlError final : public Error
 {
 public:

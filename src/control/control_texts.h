@@ -8,7 +8,7 @@
 namespace velmora
 {
 
-// Texts that more than one place has for the terminal.
+// Texts for the terminal that several files share.
 
 [[nodiscard]] inline QString noAccountText()
 {

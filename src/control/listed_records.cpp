@@ -9,7 +9,7 @@ namespace velmora
 namespace
 {
 
-/// The id in decimal stands for an account that is no longer there.
+/// The login of the account, or its id in decimal if the account has been removed.
 QString loginOf(qint64 identityID, const QList<GitHubAccountSession> &sessions)
 {
     const auto found = std::ranges::find(sessions, identityID, &GitHubAccountSession::id);

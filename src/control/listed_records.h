@@ -12,8 +12,7 @@
 namespace velmora
 {
 
-// What the terminal lists, for people and for other programs alike. The JSON of each is an object with the keys that
-// are named with its fields.
+// The records that the terminal lists as text and as JSON. The comments name the keys of the JSON objects.
 
 /// A connected identity.
 struct ListedAccount {
@@ -29,12 +28,12 @@ struct ListedAccount {
 /// An installation as one identity sees it.
 struct ListedInstallation {
     QString key; ///< "key"
-    QString identity; ///< "identity": the login through which it is seen
+    QString identity; ///< "identity": the login that sees the installation
     QString account; ///< "account": the login of the account or organisation
     QString type; ///< "type"
     QString repositorySelection; ///< "repositorySelection"
     bool isEnabled = true; ///< "enabled"
-    bool isSuspended = false; ///< "suspended": by its owner, on GitHub; then it grants nothing
+    bool isSuspended = false; ///< "suspended": by its owner on GitHub; it then grants nothing
 
     friend bool operator==(const ListedInstallation &, const ListedInstallation &) = default;
 };
@@ -42,13 +41,13 @@ struct ListedInstallation {
 /// A repository that an installation grants.
 struct ListedRepository {
     QString id; ///< "id": the node identifier
-    QString name; ///< "name": with its owner
+    QString name; ///< "name": owner and name
     WebAddress url; ///< "url"
     bool isPrivate = false; ///< "private"
     QString installation; ///< "installation": its key
-    QString account; ///< "account": the login on which the installation is
-    bool isIncluded = true; ///< "included": whether the person lets Velmora monitor it
-    bool isMonitored = true; ///< "monitored": included, and of an installation that is enabled
+    QString account; ///< "account": the login of the account with the installation
+    bool isIncluded = true; ///< "included": whether the user lets Velmora monitor it
+    bool isMonitored = true; ///< "monitored": included, and its installation is enabled
 
     friend bool operator==(const ListedRepository &, const ListedRepository &) = default;
 };
@@ -56,10 +55,10 @@ struct ListedRepository {
 [[nodiscard]] QList<ListedAccount> listedAccounts(const QList<GitHubAccountSession> &sessions);
 [[nodiscard]] QList<ListedInstallation> listedInstallations(
     const QList<InstallationRecord> &installations, const QList<GitHubAccountSession> &sessions);
-/// `monitored` holds the node ids of those that are watched.
+/// `monitored` holds the node ids of the monitored repositories.
 [[nodiscard]] QList<ListedRepository> listedRepositories(
     const QList<RepositoryRecord> &repositories, const QSet<QString> &monitored);
 
-// encodeJSON() of support/json.h takes lists of them.
+// encodeJSON() of support/json.h encodes lists of these records.
 
 } // namespace velmora

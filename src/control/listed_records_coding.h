@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// Included only by source files that code records which hold these.
+// Only for source files that code records which contain these.
 
 #include "control/listed_records.h"
 #include "support/json_coding.h"

@@ -19,7 +19,7 @@ namespace velmora
 namespace
 {
 
-/// A keyring that does not answer by then leaves the accounts as they are.
+/// How long to wait for the keyring; after that the accounts are listed as they are.
 constexpr std::chrono::milliseconds kLongestRestore{2000};
 
 QString knownLogins(const QList<GitHubAccountSession> &sessions)
@@ -43,7 +43,7 @@ QCoro::Task<std::optional<QString>> whyChangeIsLost(Preferences *preferences, st
     co_return nothingIfEmpty(reason);
 }
 
-/// The installations that could grant repositories may be suspended; otherwise none was chosen for them.
+/// Why installations grant nothing: all of them are suspended, or no repository was chosen for them.
 QString noAccessText(const QList<InstallationRecord> &installations, const WebAddress &installationURL)
 {
     const QString suspended = suspendedText(installations);
@@ -58,7 +58,7 @@ QSet<QString> idsOf(const QList<RepositoryRecord> &repositories)
     return ids;
 }
 
-/// The keyring may ask the user first, who may take any time. Until then the account stays as it is.
+/// Waits for the keyring, which may prompt the user for any time. The account stays until the keyring has answered.
 QCoro::Task<> removeEverywhere(LocalControl::Services services, qint64 accountID)
 {
     const QPointer<DeploymentMonitor> monitor(services.monitor);
@@ -89,7 +89,7 @@ QCoro::Task<> loadEverything(
     co_await installationLoads.join(stop);
     if (!monitor || stop.stop_requested())
         co_return;
-    // A deployment that is made from now on may be missing.
+    // The data loaded from here on may lack later deployments, so later callers need another run.
     close();
     co_await monitor->refreshAll(services.authentication, services.installations, services.clock->now());
 }
@@ -102,7 +102,7 @@ SharedRuns refreshes(LocalControl::Services services, SharedRuns installationLoa
     });
 }
 
-/// Tells how the work ended.
+/// Resolves or fails `done` with the result of the work.
 QCoro::Task<> tell(QCoro::Task<> work, OneShot<> done)
 {
     std::exception_ptr failure;
@@ -117,7 +117,7 @@ QCoro::Task<> tell(QCoro::Task<> work, OneShot<> done)
         done.resolve();
 }
 
-/// Waits for work that heeds no stop. Nobody waits for its end after one: the stores end by themselves.
+/// Waits for work that cannot be stopped. After a stop the work goes on unobserved; the stores end it with themselves.
 QCoro::Task<> waitUnlessStopped(QCoro::Task<> work, std::stop_token stop)
 {
     const OneShot<> done;
@@ -179,7 +179,7 @@ QCoro::Task<RemovalAnswer> LocalControl::removeAccount(QString login, std::stop_
     co_return answer;
 }
 
-/// Loads everything that the switches of the person are about.
+/// Loads the installations and repositories.
 QCoro::Task<LoadingAnswer> LocalControl::loadInstallations(std::stop_token stop)
 {
     const QPointer<LocalControl> self(this);
@@ -254,14 +254,14 @@ QCoro::Task<LoadingAnswer> LocalControl::refresh(std::stop_token stop)
     co_await m_refreshes.join(stop);
     if (!self)
         throw CancellationError();
-    // What was announced on the way is remembered there.
+    // The refresh may have saved announced results in the preferences.
     co_await whyNotSaved(m_services.preferences, stop);
     if (!self)
         throw CancellationError();
     co_return refreshed();
 }
 
-/// What the refresh that has just ended came to.
+/// The result of the refresh that has just ended.
 LoadingAnswer LocalControl::refreshed() const
 {
     LoadingAnswer answer;
@@ -284,7 +284,7 @@ LoadingAnswer LocalControl::refreshed() const
 QString LocalControl::hint() const
 {
     const auto missing = m_services.monitor->state().missing;
-    // What is watched now is loaded with the next refresh.
+    // Repositories are monitored now; the next refresh clears `missing`.
     if (!missing || !m_services.installations->monitoredRepositories().isEmpty())
         return QString();
     switch (*missing) {
@@ -307,7 +307,7 @@ QCoro::Task<MonitorReport> LocalControl::report(std::stop_token)
     report.applicationName = m_services.applicationName;
     report.state = monitor->state();
     report.deployments = monitor->deployments();
-    // Before anything was fetched, the time at which it was saved is the age of what is shown.
+    // Before the first refresh the data comes from the cache; its age is the time of saving.
     report.lastRefreshedAt = monitor->lastRefreshedAt() ? monitor->lastRefreshedAt() : report.state.lastUpdatedAt;
     report.message = monitor->message();
     report.unsaved = nothingIfEmpty(monitor->unsaved());

@@ -14,8 +14,8 @@ class GeneralSettingsStore;
 class InstallationStore;
 class Preferences;
 
-/// Controls the Velmora of this process: reports what its stores say, and has them do what is asked. What several
-/// callers want loaded at the same time is loaded once.
+/// Controls the Velmora of this process: reports the state of its stores and runs their operations. Loads that several
+/// callers request at the same time run once.
 class LocalControl final : public Control
 {
     Q_OBJECT
@@ -23,12 +23,12 @@ class LocalControl final : public Control
 public:
     /// The pointers are not owned and outlive the control.
     struct Services {
-        QString applicationName; ///< as the application names itself
+        QString applicationName; ///< the display name of the application
         AuthenticationStore *authentication = nullptr;
         InstallationStore *installations = nullptr;
         DeploymentMonitor *monitor = nullptr;
         GeneralSettingsStore *settings = nullptr;
-        Preferences *preferences = nullptr; ///< where the stores keep their choices
+        Preferences *preferences = nullptr; ///< where the stores save their choices
         Clock *clock = nullptr;
         WebAddress installationURL;
     };
@@ -52,9 +52,9 @@ private:
     void noteRepositories();
 
     Services m_services;
-    SharedRuns m_installationLoads; ///< what the switches of the user are about
-    SharedRuns m_refreshes; ///< that, and then all deployments
-    QString m_hint; ///< of the latest report
+    SharedRuns m_installationLoads; ///< loads installations and repositories
+    SharedRuns m_refreshes; ///< the same, then all deployments
+    QString m_hint; ///< the hint of the latest report
 };
 
 } // namespace velmora

@@ -12,28 +12,28 @@
 namespace velmora
 {
 
-/// Whether a report is of what the monitor publishes, or of what it has saved.
+/// Whether a report shows what the monitor publishes, or what was saved.
 enum class ReportOrigin {
     Live,
     Saved,
 };
 
-/// Everything that a terminal tells of the deployments at one moment.
+/// What a terminal shows about the deployments at one moment.
 struct MonitorReport {
     ReportOrigin origin = ReportOrigin::Live;
-    QString applicationName; ///< as the application names itself
+    QString applicationName; ///< the display name of the application
     DeploymentMonitorState state;
     QList<DeploymentSnapshot> deployments;
     std::optional<Instant> lastRefreshedAt;
     QString message; ///< a line for each identity that failed
     std::optional<QString> unsaved; ///< a line for each file that could not be saved
-    QString hint; ///< what the person can do about an empty list
-    std::optional<Instant> savedAt; ///< of saved data: since when
+    QString hint; ///< what the user can do about an empty list
+    std::optional<Instant> savedAt; ///< the time of saving, for saved data
 
     friend bool operator==(const MonitorReport &, const MonitorReport &) = default;
 };
 
-/// What the tray item would say: the number of active deployments where there is one, else the application's name.
+/// The title of the tray item: the number of active deployments, or the application's name if there is none.
 [[nodiscard]] QString titleOf(const MonitorReport &report);
 
 } // namespace velmora

@@ -8,13 +8,13 @@
 namespace velmora
 {
 
-/// Has another notifier announce every result, and tells of each, whether the other one succeeds or not.
+/// Forwards every result to another notifier and emits posted() for it, even if the other notifier fails.
 class ObservedNotifier final : public QObject, public DeploymentNotifying
 {
     Q_OBJECT
 
 public:
-    /// `notifier` is not owned and outlives this one.
+    /// `notifier` is not owned and outlives this object.
     explicit ObservedNotifier(DeploymentNotifying *notifier, QObject *parent = nullptr);
 
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;

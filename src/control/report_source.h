@@ -11,7 +11,7 @@
 namespace velmora
 {
 
-/// Knows how the deployments stand.
+/// Reports on the deployments.
 class ReportSource : public QObject
 {
     Q_OBJECT
@@ -19,15 +19,15 @@ class ReportSource : public QObject
 public:
     using QObject::QObject;
 
-    /// How they stand at this moment, as far as the source knows. A stop ends the waiting with a CancellationError.
+    /// The current report, as far as the source knows. A stop ends the waiting with a CancellationError.
     [[nodiscard]] virtual QCoro::Task<MonitorReport> report(std::stop_token stop) = 0;
-    /// From now on the source learns what becomes of them, and emits its signals. Call it once.
+    /// Starts following changes and emitting the signals. Call it once.
     virtual void follow() = 0;
 
 Q_SIGNALS:
-    /// report() has something else to say.
+    /// report() would return something new.
     void reportChanged();
-    /// A result is announced.
+    /// A result was announced.
     void announced(const velmora::DeploymentNotification &notification);
 };
 

@@ -19,8 +19,8 @@ namespace velmora
 namespace
 {
 
-/// Whether accounts are remembered. What exactly is written there is the business of their store, which is not needed
-/// for this, nor is the credential store behind it.
+/// Whether accounts are saved. Only looks whether the list is empty, so that neither the store of the accounts nor the
+/// keyring is needed.
 bool hasAccounts(const Preferences &preferences)
 {
     const auto accounts = preferences.data(QStringLiteral("github.accounts"));

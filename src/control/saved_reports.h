@@ -14,7 +14,7 @@ class DeploymentCaching;
 class Preferences;
 struct DeploymentCachePayload;
 
-/// What was saved of the deployments: needs neither the network nor the keyring.
+/// Reports on the saved deployments, without network or keyring.
 class SavedReports final : public ReportSource
 {
     Q_OBJECT
@@ -22,10 +22,10 @@ class SavedReports final : public ReportSource
 public:
     /// The pointers are not owned and outlive the reports.
     struct Services {
-        QString applicationName; ///< as the application names itself
+        QString applicationName; ///< the display name of the application
         Preferences *preferences = nullptr;
         DeploymentCaching *cache = nullptr;
-        QString cachePath; ///< of the file behind the cache, to be followed; may be empty
+        QString cachePath; ///< the file of the cache, watched by follow(); may be empty
         Clock *clock = nullptr;
     };
 
@@ -38,7 +38,7 @@ private:
     [[nodiscard]] MonitorReport reportOf(const std::optional<DeploymentCachePayload> &payload) const;
 
     Services m_services;
-    std::optional<FileWatch> m_cacheFile; ///< while it is followed
+    std::optional<FileWatch> m_cacheFile; ///< set by follow()
 };
 
 } // namespace velmora

@@ -10,7 +10,7 @@ namespace velmora
 namespace
 {
 
-/// How long after a failed question the end of the one who was asked may become known.
+/// How long after a failed call to wait for the news that its process has ended.
 constexpr std::chrono::seconds kLongestParting{1};
 
 } // namespace
@@ -29,7 +29,7 @@ void SessionReports::setRunning(bool isRunning)
         m_scope.launch(settle(), "following the running Velmora");
 }
 
-/// Whether the source is the one that it should be.
+/// Whether the current source fits m_isRunning.
 bool SessionReports::isRight() const
 {
     if (m_isRunning)
@@ -56,7 +56,7 @@ QCoro::Task<> SessionReports::settle()
         Q_EMIT reportChanged();
 }
 
-/// Whoever owns the source may have connected more to these reports than is connected here.
+/// Disconnects only what use() connected; the owner of the source may have connections of its own.
 void SessionReports::dropSource()
 {
     if (m_source) {
@@ -66,7 +66,7 @@ void SessionReports::dropSource()
     m_source.clear();
 }
 
-/// Gives way to the running Velmora, unless it ends meanwhile.
+/// Switches to the running Velmora, unless it ends meanwhile.
 QCoro::Task<> SessionReports::leaveSubstitute()
 {
     const QPointer<SessionReports> self(this);
@@ -92,7 +92,7 @@ QCoro::Task<> SessionReports::enterSubstitute()
     if (!self)
         co_return;
     m_failure = failure;
-    // Whoever appeared meanwhile is asked instead; this one is left again before it has begun.
+    // If a Velmora has started meanwhile, settle() leaves this substitute at once.
     if (source && m_isRunning)
         m_source = source;
     else if (source)
@@ -130,14 +130,14 @@ QCoro::Task<MonitorReport> SessionReports::report(std::stop_token stop)
         } catch (const ControlError &) {
             failure = std::current_exception();
         } catch (const CancellationError &) {
-            // Of a substitute that ended while it was asked, unless it was the caller who wanted the end.
+            // The substitute ended during the call, or the caller requested the stop.
             failure = std::current_exception();
         }
         throwIfStopped(stop);
         const std::function<bool()> isExchanged = [self, exchanges] {
             return self && (self->m_isSettling || self->m_exchanges != exchanges);
         };
-        // It may not be known yet that whoever was asked has ended.
+        // The news that the process has ended may arrive later than the failure.
         if (self)
             co_await waitFor(this, &SessionReports::settled, isExchanged, stop, kLongestParting);
         if (!isExchanged())

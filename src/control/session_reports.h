@@ -11,34 +11,34 @@
 namespace velmora
 {
 
-/// The reports of the Velmora that runs in the session for as long as there is one, and of a substitute whenever there
-/// is none: nobody who follows them asks GitHub for what is asked for already.
+/// Reports of the running Velmora while there is one, else of a substitute. Following these reports never makes two
+/// processes ask GitHub for the same.
 class SessionReports final : public ReportSource
 {
     Q_OBJECT
 
 public:
-    /// What stands in.
+    /// Creates and ends the substitute.
     struct Substitute {
-        /// Makes the source, which stays until `leave` is called. May throw.
+        /// Creates the source, which is used until `leave` is called. May throw.
         std::function<QCoro::Task<ReportSource *>()> enter;
-        /// Ends the source; another one is used when that is done.
+        /// Ends the source. The next source is used when this has returned.
         std::function<QCoro::Task<>()> leave;
     };
 
-    /// `running` reports of the running Velmora, is not owned and outlives the reports; it may be told to follow again
-    /// whenever there is one.
+    /// `running` reports on the running Velmora; it is not owned and outlives the reports. Its follow() may be called
+    /// each time a Velmora starts.
     SessionReports(ReportSource *running, Substitute substitute, QObject *parent = nullptr);
 
-    /// Whether there is a running Velmora, from now on. Nothing is reported before the first call.
+    /// Sets whether a Velmora runs. report() waits for the first call.
     void setRunning(bool isRunning);
 
-    /// Of whoever is the source at the end; throws what the substitute throws.
+    /// Asks again if the source changes meanwhile. Throws what creating the substitute threw.
     [[nodiscard]] QCoro::Task<MonitorReport> report(std::stop_token stop) override;
     void follow() override;
 
 Q_SIGNALS:
-    /// There is another source, or none could be made.
+    /// The source has changed, or no substitute could be created.
     void settled();
 
 private:
@@ -51,8 +51,8 @@ private:
 
     ReportSource *m_running;
     Substitute m_substitute;
-    QPointer<ReportSource> m_source; ///< none while one is exchanged for another
-    std::exception_ptr m_failure; ///< of the substitute
+    QPointer<ReportSource> m_source; ///< null while sources are exchanged
+    std::exception_ptr m_failure; ///< of creating the substitute
     bool m_isRunning = false;
     bool m_isSettling = false;
     bool m_isFollowing = false;

@@ -9,18 +9,18 @@
 namespace velmora
 {
 
-/// One time that the work is done.
+/// One run of the work.
 struct SharedRuns::Run {
-    QList<OneShot<>> callers; ///< those who have left among them
-    int waiting = 0; ///< callers that have not left
+    QList<OneShot<>> callers; ///< including callers that have left
+    int waiting = 0; ///< the number of callers that have not left
     bool isOpen = true;
     std::stop_source stop;
 };
 
 struct SharedRuns::State {
     Work work;
-    std::shared_ptr<Run> running; ///< none while nothing is done
-    std::shared_ptr<Run> next; ///< none while nobody waits for it
+    std::shared_ptr<Run> running; ///< null while no work is done
+    std::shared_ptr<Run> next; ///< null while no caller waits for it
 };
 
 SharedRuns::SharedRuns(Work work)
@@ -60,7 +60,7 @@ QCoro::Task<> SharedRuns::wait(std::shared_ptr<State> state, std::stop_token sto
         std::rethrow_exception(failure);
 }
 
-/// A run for which everybody has stopped waiting before it began is none.
+/// Starts the next run, unless all its callers have left.
 void SharedRuns::startNext(const std::shared_ptr<State> &state)
 {
     state->running = std::exchange(state->next, nullptr);
@@ -81,7 +81,7 @@ QCoro::Task<> SharedRuns::perform(std::shared_ptr<State> state, std::shared_ptr<
     } catch (...) {
         failure = std::current_exception();
     }
-    // A caller that goes on may ask again, and joins what follows.
+    // Started before the callers resume, so that one that asks again joins this run.
     startNext(state);
     const QList<OneShot<>> callers = std::exchange(run->callers, {});
     for (const OneShot<> &caller : callers) {

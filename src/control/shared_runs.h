@@ -11,21 +11,21 @@
 namespace velmora
 {
 
-/// Work that many callers may ask for at once, and that is done once for all of them: whoever comes while a run is open
-/// joins it, and whoever comes later waits, together with all others who do, for the one run that follows.
+/// Runs work once for all callers that request it at the same time. A caller joins a run that is open. Later callers
+/// wait together for the one run after it.
 ///
-/// One thread. Copies share the runs. What is under way outlives the object.
+/// For one thread. Copies share the runs. A run under way outlives the object.
 class SharedRuns
 {
 public:
-    /// Does the work. The stop is requested when nobody waits for the run any more; the work may still go on for as
-    /// long as it needs, and another run waits for its end. `close` is called, if at all, where the work begins to
-    /// collect what a later caller may want anew: until then a run is open.
+    /// The work. The stop is requested when the last caller of the run has left; the work may take its time to end, and
+    /// the next run waits for it. A run is open until the work calls `close`, if it does: call it before collecting
+    /// data that a later caller would want fresh.
     using Work = std::function<QCoro::Task<>(std::stop_token stop, std::function<void()> close)>;
 
     explicit SharedRuns(Work work);
 
-    /// Returns at the end of a run, or throws what it threw. A stop ends the waiting with a CancellationError.
+    /// Returns at the end of the run, or throws what the work threw. A stop ends the waiting with a CancellationError.
     [[nodiscard]] QCoro::Task<> join(std::stop_token stop) const { return wait(m_state, std::move(stop)); }
 
 private:

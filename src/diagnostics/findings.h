@@ -15,7 +15,7 @@ struct Finding {
     friend bool operator==(const Finding &, const Finding &) = default;
 };
 
-/// Lines that belong together.
+/// Lines under one heading.
 struct FindingSection {
     QString heading;
     QList<Finding> findings;
@@ -23,11 +23,11 @@ struct FindingSection {
     friend bool operator==(const FindingSection &, const FindingSection &) = default;
 };
 
-/// Adds the findings to the section with the heading, which is made where there is none.
+/// Adds the findings to the section with this heading; creates it if necessary.
 void addFindings(QList<FindingSection> *sections, const QString &heading, const QList<Finding> &findings);
 
-/// The lines of the report: each heading, and below it labels and texts in two columns. A text that is empty is left
-/// out, and so is a section without a line.
+/// The lines of the report: each heading, and below it labels and texts in two columns. Findings without a text and
+/// sections without a finding are left out.
 [[nodiscard]] QStringList reportLines(const QList<FindingSection> &sections);
 
 } // namespace velmora

@@ -23,7 +23,7 @@ QString limitsText(const HTTPResponse &response, Instant now)
     return text;
 }
 
-/// The session waits for something that only its user or its next use brings; told instead of limits.
+/// The session needs its user, or its next use, before it can ask for limits. The reason is shown instead of them.
 class WaitingSession final : public Error
 {
 public:
@@ -37,7 +37,7 @@ private:
     QString m_reason;
 };
 
-/// The credentials as they are stored: looked at, never renewed.
+/// Reads the stored credentials and never renews them.
 class StoredCredentials final : public CredentialSource
 {
 public:
@@ -61,7 +61,7 @@ public:
 
     void noteAccepted([[maybe_unused]] qint64 accountID, [[maybe_unused]] const QString &accessToken) override { }
 
-    /// Each account is asked once.
+    /// Each account is asked once, so no lock is needed.
     [[nodiscard]] AsyncMutex requestTurn([[maybe_unused]] qint64 accountID) override { return {}; }
 
 private:

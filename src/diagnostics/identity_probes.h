@@ -9,21 +9,22 @@
 namespace velmora
 {
 
-/// What the questions about the identities need.
+/// The services of the identity probes.
 struct IdentityProbeServices {
     NetworkProbeServices network;
     std::shared_ptr<CredentialStoring> credentials;
     ProbedEndpoints endpoints;
-    QStringList endedSessions; ///< the list of EndedSessions
-    CredentialLockPlaces locks; ///< of the credentials
+    QStringList endedSessions; ///< the stored list of EndedSessions
+    CredentialLockPlaces locks; ///< the lock files of the credentials
 };
 
-/// For each account, under a number instead of its name: what is left of its rate limits, or what its session is
-/// waiting for.
+/// Probes that report, for each account, the rest of its rate limits or what its session waits for. Accounts are
+/// numbered, not named.
 ///
-/// Reading from a keyring starts one where none is running, so whoever must not do that does not ask then.
-/// A credential is read without asking the person for anything, and never renewed: the old one dies with that, and a
-/// report that ends within seconds could not promise to store the new one. `counts` is filled as answers come.
+/// Reading from a keyring starts its service if necessary; a caller that must not start one must not run these probes.
+/// A credential is read without prompting the user. It is never renewed: that would invalidate the old one, and a
+/// report that ends within seconds could not guarantee that the new one is stored. `counts` is filled as the probes
+/// finish.
 [[nodiscard]] QList<Probe> identityProbes(
     const IdentityProbeServices &services, const QList<qint64> &accountIDs, std::shared_ptr<IdentityCounts> counts);
 

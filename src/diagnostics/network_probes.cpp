@@ -23,7 +23,7 @@ HTTPRequest anonymousRequest(const QUrl &url, const HTTPHeaders &headers = {})
     return request;
 }
 
-/// What the answer of the REST endpoint tells of the server, beside how it is reached.
+/// What the answer of the REST endpoint tells about server and clock.
 QList<Finding> serverFindings(const HTTPResponse &response, const QByteArray &apiVersion, Instant answeredAt)
 {
     const auto time = parseHTTPDate(response.header("date").value_or(QByteArray()));
@@ -31,7 +31,7 @@ QList<Finding> serverFindings(const HTTPResponse &response, const QByteArray &ap
         {QStringLiteral("clock"), clockText(time, answeredAt)}};
 }
 
-/// With the version of the API that it is asked with, the answer is that of the REST endpoint.
+/// With an API version the request goes to the REST endpoint, and server and clock are reported, too.
 QCoro::Task<QList<Finding>> askEndpoint(NetworkProbeServices services, QString label, HTTPRequest request,
     std::optional<QByteArray> apiVersion, std::stop_token stop)
 {
@@ -40,7 +40,7 @@ QCoro::Task<QList<Finding>> askEndpoint(NetworkProbeServices services, QString l
     const HTTPResponse response = co_await services.session->send(std::move(request), stop);
     const std::chrono::milliseconds duration(timer.elapsed());
     QList<Finding> findings{Finding{label, answerText(response.statusCode, duration)}};
-    // The answer was under way for about half of the time.
+    // Assume that the answer was under way for half of the time.
     if (apiVersion)
         findings.append(serverFindings(response, *apiVersion, services.clock->now() - duration / 2));
     co_return findings;
@@ -48,7 +48,7 @@ QCoro::Task<QList<Finding>> askEndpoint(NetworkProbeServices services, QString l
 
 QCoro::Task<QList<Finding>> askForProxy(std::shared_ptr<const ProxyLookup> proxies, QUrl url, std::stop_token stop)
 {
-    constexpr std::chrono::seconds kPatience(60); // the deadline of the probes comes before
+    constexpr std::chrono::seconds kPatience(60); // longer than the deadline of the probes
     const QNetworkProxy proxy = co_await proxies->proxyFor(url, kPatience, stop);
     const QList<Finding> findings{Finding{QStringLiteral("proxy"), proxyText(proxy)}};
     co_return findings;

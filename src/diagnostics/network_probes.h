@@ -13,22 +13,22 @@
 namespace velmora
 {
 
-/// What the questions to the network need. The clock is not owned and outlives the probes.
+/// The services of the network probes. The clock is not owned and outlives the probes.
 struct NetworkProbeServices {
     std::shared_ptr<HTTPSession> session;
     std::shared_ptr<const ProxyLookup> proxies;
     Clock *clock = nullptr;
 };
 
-/// The addresses that are asked, each without a token and without an effect.
+/// The probed addresses. Requests carry no token and have no effect.
 struct ProbedEndpoints {
     QUrl api;
-    QUrl graphql; ///< empty: below the API
+    QUrl graphql; ///< empty: a path below the API
     QUrl login;
     QByteArray apiVersion;
 };
 
-/// The proxy, and how REST (with its server and its clock), GraphQL and the pages for connecting answer.
+/// Probes of the proxy, REST (with server and clock), GraphQL and the login pages.
 [[nodiscard]] QList<Probe> endpointProbes(const NetworkProbeServices &services, const ProbedEndpoints &endpoints);
 
 } // namespace velmora

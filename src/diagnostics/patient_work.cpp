@@ -6,7 +6,7 @@ namespace velmora
 
 QThreadPool *patientPool()
 {
-    // Never destroyed: a pool waits for its threads.
+    // Never destroyed, because the destructor of a pool waits for its threads.
     static QThreadPool *const pool = [] {
         constexpr int kMostThreads = 8;
         auto *made = new QThreadPool;

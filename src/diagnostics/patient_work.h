@@ -6,12 +6,12 @@
 namespace velmora
 {
 
-/// Threads for what may block longer than anybody waits: connecting to a bus that does not answer, reading from a file
-/// system that is gone. They end with the process and never hold an ordinary end up by themselves; whoever ends the
-/// process looks at isPatientWorkOpen() and does not wait for them.
+/// Threads for work that may block forever, such as connecting to a bus that does not answer or reading from a dead
+/// file system. They must not delay the end of the process: while isPatientWorkOpen(), exit without waiting for
+/// threads.
 [[nodiscard]] QThreadPool *patientPool();
 
-/// Whether such a thread is still at work.
+/// Whether such work is still running.
 [[nodiscard]] bool isPatientWorkOpen();
 
 } // namespace velmora

@@ -13,7 +13,7 @@ namespace velmora
 namespace
 {
 
-/// The path with "~" for the home folder; nothing where it is elsewhere.
+/// The path with "~" for the home folder; nothing if it is elsewhere.
 std::optional<QString> fromHome(const QString &path, const QStringList &homes)
 {
     for (const QString &home : homes) {
@@ -39,7 +39,8 @@ QString PrivateNames::removedFrom(QString text) const
         QStringLiteral("\\b(proxy) \\S+:[0-9]+"), QRegularExpression::CaseInsensitiveOption);
     text.replace(proxy, QStringLiteral("\\1"));
     for (const auto &[name, replacement] : m_replacements) {
-        // A path goes on behind the name; a host does not go on behind a dot, unless that ends the sentence.
+        // A path may continue behind the name with a slash. A host must not continue with a dot, unless the dot ends
+        // the sentence.
         const QRegularExpression alone(
             QStringLiteral("(?<![\\w.-])%1(?![\\w-]|\\.\\w)").arg(QRegularExpression::escape(name)),
             QRegularExpression::CaseInsensitiveOption | QRegularExpression::UseUnicodePropertiesOption);
@@ -50,7 +51,7 @@ QString PrivateNames::removedFrom(QString text) const
 
 QString pathFromHome(const QString &path, const QStringList &homes)
 {
-    // Elsewhere a folder may be named after the person as well.
+    // Other folders may be named after the user, too.
     return fromHome(path, homes).value_or(QStringLiteral("…/") + path.section(QLatin1Char('/'), -2));
 }
 
@@ -65,7 +66,7 @@ QStringList homesOfPerson()
     const QString named = qEnvironmentVariable("HOME");
     if (!named.startsWith(QLatin1Char('/')))
         return homes;
-    // As it is written, and where links lead.
+    // The path as it is set, and with links resolved.
     for (const QString &home : {QDir::cleanPath(named), QDir(named).canonicalPath()}) {
         if (!home.isEmpty() && home != QLatin1String("/") && !homes.contains(home))
             homes.append(home);

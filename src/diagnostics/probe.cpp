@@ -14,7 +14,7 @@ namespace velmora
 namespace
 {
 
-/// What the probes of one run share; they may outlive it.
+/// The shared state of one run; probes may outlive the run.
 struct Run {
     QList<std::optional<QList<Finding>>> answers;
     qsizetype open = 0;
@@ -57,7 +57,7 @@ QCoro::Task<QList<FindingSection>> runProbes(
     };
     QObject::connect(&timer, &QTimer::timeout, &timer, giveUp);
     timer.start(deadline);
-    // Its end stops what nobody waits for any more.
+    // Its destructor stops the probes that are still open.
     const TaskScope scope;
     for (qsizetype i = 0; i < probes.size(); ++i)
         scope.launch(ask(probes.at(i), i, run, names, scope.stopToken()), "a probe");

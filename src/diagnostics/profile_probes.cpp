@@ -23,7 +23,7 @@ namespace velmora
 namespace
 {
 
-/// Preferences that were read from a file; what is set stays here.
+/// Preferences read from a file; changes stay in memory.
 class PreferencesCopy final : public Preferences
 {
 public:
@@ -42,7 +42,7 @@ private:
     QJsonObject m_content;
 };
 
-/// The state behind the path of the file, where it has one.
+/// The state, behind the path unless that is empty.
 QString fileText(const QString &path, const QString &state)
 {
     if (path.isEmpty())
@@ -50,7 +50,7 @@ QString fileText(const QString &path, const QString &state)
     return QStringLiteral("%1: %2").arg(pathFromHome(path, homesOfPerson()), state);
 }
 
-/// What stands behind the path, which names the user's folders.
+/// The reason of the error without the path, which contains folders of the user.
 QString reasonOf(const FileError &error, const QString &path)
 {
     return error.description().section(path + QStringLiteral(": "), -1);
@@ -78,7 +78,7 @@ ReadPreferences readPreferences(const QString &path)
     }
 }
 
-/// What stands against writing the file, to be put behind what else is known of it.
+/// Why the file cannot be written, as a suffix for its state; empty if it can.
 QString obstacleText(const QString &path)
 {
     try {
@@ -98,7 +98,7 @@ QList<qint64> accountIDs(const Preferences &preferences)
         for (const GitHubAccount &account : accounts)
             ids.append(account.id);
     } catch (const Error &) {
-        // No list, or one that the program does not use either.
+        // There is no valid list; the program does not use it either.
     }
     return ids;
 }
@@ -132,7 +132,8 @@ QString choicesText(const Preferences &preferences)
         + countText(repositories.size(), QStringLiteral("repository"), QStringLiteral("repositories"));
 }
 
-/// Where the origin's deployments are saved. Those of earlier versions are moved when the program starts.
+/// The cache file of the origin. Caches of earlier versions have no folder for each origin until the program moves them
+/// at its start.
 QString cachePath(const ProfilePlaces &places, bool isFiled)
 {
     if (places.cacheFolder.isEmpty())

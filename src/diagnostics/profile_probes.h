@@ -15,26 +15,26 @@ namespace velmora
 
 class Preferences;
 
-/// Where a profile is, and whose accounts are asked for. An empty path stands for what has no place.
+/// The files of a profile, and the origin whose accounts are read. A path may be empty if there is no place for it.
 struct ProfilePlaces {
     QString preferencesFile;
     QString cacheFolder;
     LoginOrigin origin = LoginOrigin::gitHub();
-    /// Whose the accounts of earlier versions are, where that is not settled yet; absent when it cannot be told.
+    /// The origin of the accounts of earlier versions, if that is not decided yet; absent if it cannot be known.
     std::optional<LoginOrigin> earlierOwner = LoginOrigin::gitHub();
 };
 
-/// What the files of the profile tell.
+/// The contents of the files of a profile.
 struct ProfileRecord {
     QList<Finding> findings; ///< about the files
-    QList<Finding> choices; ///< what the person has switched off, by number
-    QList<qint64> accountIDs; ///< of the origin
-    QStringList endedSessions; ///< the list of EndedSessions, of the origin
-    std::shared_ptr<Preferences> preferences; ///< of the whole profile, as they were read; absent before
+    QList<Finding> choices; ///< how many installations and repositories the user has switched off
+    QList<qint64> accountIDs; ///< the accounts of the origin
+    QStringList endedSessions; ///< the list of EndedSessions of the origin
+    std::shared_ptr<Preferences> preferences; ///< a copy of all preferences; null before reading
 };
 
-/// Reads the files, changes nothing, not even a damaged file, and has no name of a person in its findings. Blocks on
-/// the disk; throws nothing.
+/// Reads the files. Changes nothing, not even damaged files. The findings contain no private names. Blocks on the disk;
+/// throws nothing.
 [[nodiscard]] ProfileRecord readProfile(const ProfilePlaces &places, Instant now);
 
 } // namespace velmora

@@ -17,7 +17,7 @@ QString variable(const char *name)
     return value.isEmpty() ? QStringLiteral("not set") : value;
 }
 
-/// What the C library makes of the environment.
+/// The locale that the C library takes from the environment.
 QString localeName()
 {
     for (const char *name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {

@@ -6,10 +6,10 @@
 namespace velmora
 {
 
-/// The program, the libraries and the system that it runs on. Nothing here waits.
+/// The program, its libraries and the system. Does not block.
 [[nodiscard]] QList<Finding> programFindings(bool isInsideFlatpak);
 
-/// The session as the environment describes it.
+/// The session as described by the environment.
 [[nodiscard]] QList<Finding> sessionFindings();
 
 } // namespace velmora

@@ -16,10 +16,10 @@ namespace velmora
 namespace
 {
 
-/// From here on a clock makes trouble with tokens that are good for hours, and with requests that are signed in time.
+/// From this skew on, the expiry of tokens is misjudged and time-limited requests may fail.
 constexpr std::chrono::seconds kWorryingSkew(60);
 
-/// Enterprise Servers before this version know only the older API.
+/// Enterprise Servers before this version support only the older API.
 constexpr std::pair kFirstWithNewAPI(3, 21);
 const QByteArray kOldAPI = "2022-11-28";
 

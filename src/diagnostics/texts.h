@@ -14,40 +14,40 @@
 namespace velmora
 {
 
-/// The kind of GitHub behind the address of its API; the name of a company's own host is never told.
+/// The kind of GitHub at the address of its API. Never contains the name of a company's host.
 [[nodiscard]] QString gitHubKind(const QUrl &api);
 
-/// Whether the host is nobody's secret: GitHub's own or this machine.
+/// Whether the host is public: GitHub's own, or this machine.
 [[nodiscard]] bool isPublicHost(const QString &host);
 
-/// "a proxy (http)", without its name.
+/// "a proxy (http)", without its address.
 [[nodiscard]] QString proxyText(const QNetworkProxy &proxy);
 
 /// "HTTP 200 in 120 ms".
 [[nodiscard]] QString answerText(std::optional<int> status, std::chrono::milliseconds duration);
 
-/// How far the clock of this machine is from GitHub's, where the difference endangers the expiry of tokens.
+/// The difference between this machine's clock and GitHub's, with a warning if the expiry of tokens is misjudged.
 [[nodiscard]] QString clockText(std::optional<Instant> gitHubTime, Instant now);
 
-/// "Enterprise Server 3.19.2" from the header in which one tells its version, and what follows from that for the
-/// version of the API. Empty without the header, which nothing else sends.
+/// "Enterprise Server 3.19.2" from the version header, with advice if the server does not support the API version.
+/// Empty without the header: only Enterprise Servers send it.
 [[nodiscard]] QString serverText(const std::optional<QByteArray> &version, const QByteArray &apiVersion);
 
-/// "graphql 4,312 of 5,000 left, resets in 31 min" and the same for REST, from the answer to GET /rate_limit. Empty
-/// where the answer tells nothing of the kind.
+/// "graphql 4,312 of 5,000 left, resets in 31 min" and the same for REST, from the answer to GET /rate_limit. Empty if
+/// the answer has no limits.
 [[nodiscard]] QString rateLimitsText(const QByteArray &answer, Instant now);
 
 /// "12.3 kB".
 [[nodiscard]] QString sizeText(qint64 bytes);
 
-/// How the identities stand; those that are in neither number could not be asked.
+/// The status of the identities. The status of those in neither count is unknown.
 struct IdentityCounts {
     int all = 0;
     int connected = 0;
     int toReconnect = 0;
 };
 
-/// "5 (3 connected, 1 to be connected again, 1 unknown)", without the parts that count nobody; "none" for no identity.
+/// "5 (3 connected, 1 to be connected again, 1 unknown)", without zero counts; "none" without identities.
 [[nodiscard]] QString identityCountsText(const IdentityCounts &counts);
 
 } // namespace velmora

@@ -12,7 +12,7 @@ namespace velmora
 namespace
 {
 
-/// It may have left before the bus was asked to tell.
+/// The caller may have left before the watcher was set up.
 QCoro::Task<> stopUnlessPresent(QDBusConnection bus, QString caller, std::stop_source stop)
 {
     QDBusMessage question = callOfTheBus(QStringLiteral("NameHasOwner"));
@@ -29,7 +29,7 @@ QCoro::Task<> stopUnlessPresent(QDBusConnection bus, QString caller, std::stop_s
 CallerWatch::CallerWatch(const QDBusConnection &bus, const QString &caller, std::stop_source stop)
     : m_watcher(caller, bus, QDBusServiceWatcher::WatchForUnregistration)
 {
-    // Queued: what ends with the stop may hold this watch.
+    // Queued, because the handlers of the stop may destroy this watch.
     auto leave = [stop](const QString &) mutable {
         stop.request_stop();
     };

@@ -9,12 +9,12 @@
 namespace velmora
 {
 
-/// While it lives, a stop is requested when a program leaves the bus: whoever asked for something and is gone waits for
-/// no answer. The stop comes from the event loop.
+/// While it lives, requests a stop when a caller leaves the bus, so that no work is done for an answer that nothing
+/// reads. The stop is requested from the event loop.
 class CallerWatch
 {
 public:
-    /// `caller` is the program's unique name. One that has left already is noticed, too.
+    /// `caller` is the unique name of the program. A caller that has already left is noticed, too.
     CallerWatch(const QDBusConnection &bus, const QString &caller, std::stop_source stop);
 
 private:

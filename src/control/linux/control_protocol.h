@@ -4,7 +4,7 @@
 namespace velmora
 {
 
-// What the two ends of the bus agree on. A change that the other end would not understand takes another number.
+// Both ends of the bus use these names. An incompatible change needs a new number.
 
 inline constexpr auto kControlInterface = u"com.tarvik.Velmora.Control1";
 inline constexpr auto kControlFailure = u"com.tarvik.Velmora.Error.Failed";

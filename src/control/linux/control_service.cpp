@@ -18,7 +18,7 @@ namespace velmora
 namespace
 {
 
-/// Lists may be long: they are written where nobody waits for the event loop.
+/// Encodes on another thread, because lists may be long.
 template <typename Answer>
 QCoro::Task<QByteArray> encoded(QCoro::Task<Answer> task)
 {
@@ -134,7 +134,7 @@ QString ControlService::refuse(const QDBusMessage &message, const QString &reaso
     return QString();
 }
 
-/// The answer is sent later; what is returned here goes nowhere.
+/// Answers later; QtDBus ignores the returned text.
 QString ControlService::answer(const QDBusMessage &message, Duration duration, Work work)
 {
     message.setDelayedReply(true);
@@ -165,11 +165,11 @@ QCoro::Task<> ControlService::serve(QDBusMessage message, Duration duration, Wor
     } catch (const CancellationError &) {
         answer = message.createErrorReply(QString::fromUtf16(kControlFailure), hasBeenQuitText());
     } catch (...) {
-        // A caller that waits for an answer gets one, whatever happened.
+        // Every caller gets an answer, whatever the failure.
         answer = message.createErrorReply(QString::fromUtf16(kControlFailure), describe(std::current_exception()));
     }
     bus.send(answer);
-    // Nothing looks for the caller any more.
+    // Ends the query of CallerWatch, if it is still under way.
     callerLeft.request_stop();
 }
 

@@ -18,12 +18,13 @@ namespace velmora
 
 class Control;
 
-/// Lets the terminal commands of other processes control this Velmora: an interface of the application's object on the
-/// session bus. Every method answers with a text of JSON, whose records are those of Control, or with the error
-/// com.tarvik.Velmora.Error.Failed, whose message is meant for the user.
+/// Lets the terminal commands of other processes control this Velmora, through an interface of the application's object
+/// on the session bus. Every method answers with JSON text, whose records are those of Control, or with the error
+/// com.tarvik.Velmora.Error.Failed, whose message is for the user.
 ///
-/// Nothing here blocks. A caller that asks while the program is still starting waits; one that leaves the bus stops
-/// what only it has asked for. The property is answered at once whatever is loaded: it shows that the program works.
+/// Nothing blocks. Calls made during the start wait for setControl(). Work of open duration is cancelled when its
+/// caller leaves the bus. The property is answered at once, even while a method is at work: it shows that the program
+/// is alive.
 class ControlService final : public QDBusAbstractAdaptor
 {
     Q_OBJECT
@@ -31,39 +32,40 @@ class ControlService final : public QDBusAbstractAdaptor
     Q_PROPERTY(QString Version READ version CONSTANT)
 
 public:
-    /// `application` is the object that stands for the application on the bus, and owns the service.
+    /// `application` is the object that represents the application on the bus; it owns the service.
     ControlService(const QDBusConnection &bus, QObject *application);
 
-    /// From now on calls are answered by `control`, which is not owned; by nobody when it is destroyed. Call it once.
+    /// Answers calls, including those that wait, with `control`, which is not owned. Calls made after its destruction
+    /// wait for the end of the service. Call this once.
     void setControl(Control *control);
 
     [[nodiscard]] QString version() const;
 
 public Q_SLOTS: // NOLINT(readability-redundant-access-specifiers)
-    /// A list of accounts.
+    /// Lists the connected accounts.
     QString Accounts(const QDBusMessage &message);
     QString RemoveAccount(const QString &login, const QDBusMessage &message);
     QString Installations(const QStringList &enable, const QStringList &disable, const QDBusMessage &message);
     /// `all` is "all", "none" or empty.
     QString Repositories(
         const QString &all, const QStringList &include, const QStringList &exclude, const QDBusMessage &message);
-    /// Answered when everything has been loaded.
+    /// Answers when everything has been loaded.
     QString Refresh(const QDBusMessage &message);
-    /// How the deployments stand.
+    /// Answers with a MonitorReport.
     QString Report(const QDBusMessage &message);
 
 Q_SIGNALS:
-    /// Report() has something else to say.
+    /// The answer of Report() has changed.
     void ReportChanged();
-    /// A result is announced.
+    /// A result was announced; the text is a DeploymentNotification in JSON.
     void Announced(const QString &notification);
 
 private:
     using Work = std::function<QCoro::Task<QByteArray>(Control *, std::stop_token)>;
-    /// How long an answer takes.
+    /// How long an answer may take.
     enum class Duration {
-        Short, ///< known, or known in seconds
-        Open, ///< as long as GitHub takes, or the user before a question: ends for a caller that leaves
+        Short, ///< seconds at most
+        Open, ///< as long as GitHub or the user takes; cancelled if the caller leaves
     };
 
     QString answer(const QDBusMessage &message, Duration duration, Work work);
@@ -73,7 +75,7 @@ private:
 
     QDBusConnection m_bus;
     QPointer<Control> m_control;
-    QList<OneShot<>> m_waiting; ///< calls that came before there was a control
+    QList<OneShot<>> m_waiting; ///< calls that arrived before setControl()
     TaskScope m_scope;
 };
 

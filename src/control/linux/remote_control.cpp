@@ -19,8 +19,8 @@ namespace velmora
 namespace
 {
 
-/// A machine that was asleep, or a terminal that was stopped, finds its own time over before it reads an answer that is
-/// there: one question is not enough.
+/// After a machine slept or a terminal was stopped, the deadline may have passed before an answer that has already
+/// arrived is read, so one unanswered query proves nothing.
 constexpr int kMostUnanswered = 2;
 
 QString otherVersion()
@@ -64,7 +64,7 @@ bool isAnswered(const QDBusMessage &message)
     return message.type() == QDBusMessage::ReplyMessage || QDBusError(message).type() != QDBusError::NoReply;
 }
 
-/// Asks again and again for what a program that works answers at once. Requests the stop when it does not.
+/// Repeats a query that a working program answers at once. Requests the stop when answers stay out.
 QCoro::Task<> watchLife(QDBusConnection bus, QDBusMessage question, std::chrono::milliseconds patience,
     std::stop_source end, std::shared_ptr<bool> isHanging)
 {
@@ -122,17 +122,17 @@ void RemoteControl::listen()
     m_watcher.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
     m_watcher.setConnection(m_bus);
     m_watcher.addWatchedService(m_name);
-    // Not the bus, but our own end of the connection says so.
+    // This message comes from our own end of the connection, not from the bus.
     m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
         QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this, SLOT(noteEndOfBus()));
-    // From any sender: naming the service would make Qt ask for its owner and wait. Who sent them is looked at below.
+    // Accepts any sender, because Qt would block to resolve the owner of a service name. The slots check the sender.
     const QString interface = QString::fromUtf16(kControlInterface);
     m_bus.connect(QString(), m_path, interface, QStringLiteral("ReportChanged"), this, SLOT(noteChange(QDBusMessage)));
     m_bus.connect(
         QString(), m_path, interface, QStringLiteral("Announced"), this, SLOT(noteAnnouncement(QDBusMessage)));
 }
 
-/// Nobody can be asked any more, wherever the other one is now.
+/// Without a bus nothing can be asked, whether the other process still runs or not.
 void RemoteControl::noteEndOfBus()
 {
     setOwner(QString());
@@ -157,7 +157,7 @@ void RemoteControl::noteAnnouncement(const QDBusMessage &signal)
     try {
         Q_EMIT announced(decodeJSON<DeploymentNotification>(signal.arguments().value(0).toString().toUtf8()));
     } catch (const DecodingError &) {
-        // Of another version; the report that follows says so.
+        // The other process has another version; the next report() says so.
         return;
     }
 }
@@ -175,8 +175,8 @@ QCoro::Task<QByteArray> RemoteControl::call(
     co_return answer.arguments().value(0).toString().toUtf8();
 }
 
-/// GitHub, or the user in front of the keyring's question, may take their time; the program that waits for them
-/// answers.
+/// A call without a deadline: GitHub or the user at the keyring's prompt may take any time. Meanwhile the property of
+/// the program is queried, to detect one that hangs.
 QCoro::Task<QByteArray> RemoteControl::callForLong(QString method, QVariantList arguments, std::stop_token stop) const
 {
     std::stop_source end;

@@ -15,23 +15,23 @@ namespace velmora
 
 /// Controls the Velmora that runs in the session, over the session bus. Never starts one.
 ///
-/// What takes long is waited for as long as the other one shows that it works: meanwhile it is asked, every few
-/// seconds, for what it can answer at once.
+/// Waits for long work as long as the other process is alive: it is asked every few seconds for a property that it can
+/// answer at once.
 class RemoteControl final : public Control
 {
     Q_OBJECT
 
 public:
-    /// `bus` is a connection to the session bus. `name` is dotted, and that of the application on the bus.
-    /// A Velmora that answers nothing for twice the patience does not work any more.
+    /// `bus` is a connection to the session bus, `name` the application's dotted name on it. A Velmora that answers
+    /// nothing for twice the patience counts as hanging.
     RemoteControl(
         const QDBusConnection &bus, const QString &name, std::chrono::milliseconds patience = std::chrono::seconds(5));
 
-    /// Finds out whether a Velmora runs, which isRunning() tells from then on. False where there is no session bus.
+    /// Finds out whether a Velmora runs. From then on isRunning() is kept up to date. False without a session bus.
     [[nodiscard]] QCoro::Task<bool> locate(std::stop_token stop);
     [[nodiscard]] bool isRunning() const { return !m_owner.isEmpty(); }
 
-    // Each throws a ControlError when there is no answer, or none that can be understood.
+    // Each throws a ControlError if there is no answer, or one that cannot be understood.
     [[nodiscard]] QCoro::Task<QList<ListedAccount>> accounts(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<RemovalAnswer> removeAccount(QString login, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<InstallationsAnswer> installations(
@@ -40,11 +40,11 @@ public:
         RepositoryChoices choices, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<MonitorReport> report(std::stop_token stop) override;
-    /// Does nothing: the running Velmora follows already, and its signals are passed on from locate() on.
+    /// Does nothing: the running Velmora follows already, and its signals are forwarded since locate().
     void follow() override { }
 
 Q_SIGNALS:
-    /// isRunning() changed, or another Velmora runs now.
+    /// isRunning() changed, or another process is the running Velmora now.
     void isRunningChanged();
 
 private Q_SLOTS:
@@ -63,8 +63,8 @@ private:
     QDBusConnection m_bus;
     QString m_name;
     QString m_path;
-    std::chrono::milliseconds m_patience; ///< with an answer that needs nothing but a working program
-    QString m_owner; ///< the unique name of the running Velmora; empty when there is none
+    std::chrono::milliseconds m_patience; ///< the deadline of an answer that a working program gives at once
+    QString m_owner; ///< the unique name of the running Velmora; empty for none
     QDBusServiceWatcher m_watcher;
 };
 
