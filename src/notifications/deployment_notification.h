@@ -8,13 +8,13 @@
 namespace velmora
 {
 
-/// What a notification says, before any desktop has its way with it.
+/// The content of a notification, before adaptation to the desktop.
 struct DeploymentNotification {
     QString title;
     QString subtitle;
     QString body;
-    WebAddress url; ///< what a click opens
-    QString identifier; ///< the same for the same result: a repeated post replaces
+    WebAddress url; ///< the page that a click opens
+    QString identifier; ///< the same for the same result: a repeated post replaces the earlier one
 
     friend bool operator==(const DeploymentNotification &, const DeploymentNotification &) = default;
 };

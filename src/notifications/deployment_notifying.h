@@ -10,23 +10,23 @@
 namespace velmora
 {
 
-/// Which result a notification is about.
+/// The result that a notification announces.
 enum class DeploymentNotificationKind {
     Failure,
     Success,
 };
 
-/// Tells the person how a deployment ended. All operations may throw; untilReady() throws a cancellation and nothing
-/// else.
+/// Notifies the user of the result of a deployment. All operations may throw; untilReady() throws only
+/// CancellationError.
 class DeploymentNotifying
 {
 public:
     virtual ~DeploymentNotifying() = default;
 
-    /// Whether notifications may be shown; asks the person only the first time.
+    /// Whether notifications may be shown. Asks the user at most once.
     [[nodiscard]] virtual QCoro::Task<bool> requestAuthorizationIfNeeded() = 0;
-    /// Ends when a notification can be posted without waiting for long: at once, unless what takes it kept the last
-    /// one waiting. A stop ends it with a CancellationError.
+    /// Ends when a notification can be posted without a long wait: at once, unless the receiver did not answer the last
+    /// call. A stop ends it with a CancellationError.
     [[nodiscard]] virtual QCoro::Task<> untilReady(std::stop_token stop) = 0;
     /// Posts the failure notification of the deployment.
     [[nodiscard]] virtual QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) = 0;

@@ -150,7 +150,7 @@ void GeneralSettingsStore::setBoth(bool enabled)
 void GeneralSettingsStore::set(bool enabled, DeploymentNotificationKind kind)
 {
     switchOf(kind) = enabled;
-    // The field first: what the preferences announce on the way is then no news.
+    // Set the field first, so that followDefaults() sees no change.
     m_defaults->setValue(keyOf(kind), enabled);
 }
 
@@ -160,7 +160,7 @@ bool &GeneralSettingsStore::switchOf(DeploymentNotificationKind kind)
                                                        : m_published.successNotificationsEnabled;
 }
 
-/// Another process may have set a switch.
+/// Another process may have changed a switch.
 void GeneralSettingsStore::followDefaults(const QString &key)
 {
     for (const auto kind : {DeploymentNotificationKind::Failure, DeploymentNotificationKind::Success}) {

@@ -6,14 +6,14 @@
 namespace velmora
 {
 
-/// The desktop's notification service is not there, or did not take a notification.
+/// The desktop's notification service is missing, or did not accept a notification.
 class NotificationError final : public Error
 {
 public:
     enum class Kind {
-        NoServer, ///< none runs and none can be started; at login it may come a moment later
-        TimedOut, ///< there was no answer in time
-        ServerChanged, ///< the server that was asked is gone; the next one has not been asked yet
+        NoServer, ///< none runs and none can be started; at login it may appear a moment later
+        TimedOut, ///< no answer in time
+        ServerChanged, ///< the server that was asked is gone; its successor has not been asked yet
         Failed, ///< the server answered with an error
     };
 

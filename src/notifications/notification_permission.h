@@ -7,18 +7,18 @@
 namespace velmora
 {
 
-/// The desktop's own switch for the notifications of this application. Nothing here asks the person.
+/// The desktop's own switch for the notifications of this application. Never asks the user.
 class NotificationPermission
 {
 public:
     virtual ~NotificationPermission() = default;
 
-    /// False only when the person has switched the notifications of this application off. A desktop without such a
-    /// switch, and one that cannot be read before the deadline, allow them. Does not throw.
+    /// False only if the user has switched off the notifications of this application. True if the desktop has no such
+    /// switch or it cannot be read before the deadline. Does not throw.
     [[nodiscard]] virtual QCoro::Task<bool> isGranted(QDeadlineTimer deadline) = 0;
 };
 
-/// A desktop that has no switch.
+/// For a desktop without such a switch.
 class UnrestrictedNotificationPermission final : public NotificationPermission
 {
 public:

@@ -9,72 +9,72 @@
 namespace velmora
 {
 
-/// What the server that will get the next notification can do.
+/// The abilities of the current server.
 struct NotificationCapabilities {
-    QString server; ///< which server this holds for: no two that ever ran have the same
-    bool interpretsMarkup = false; ///< in the body; never in the summary
+    QString server; ///< identifies the server uniquely, among all that ever ran
+    bool interpretsMarkup = false; ///< in the body, never in the summary
     bool hasActions = false;
     bool playsSounds = false;
 
     friend bool operator==(const NotificationCapabilities &, const NotificationCapabilities &) = default;
 };
 
-/// How much a notification presses.
+/// The urgency of a notification, as numbered by the protocol.
 enum class NotificationUrgency : uchar {
     Low = 0,
     Normal = 1,
-    Critical = 2, ///< stays until it is dismissed, even over what is shown in full screen
+    Critical = 2, ///< stays until dismissed, even above full-screen windows
 };
 
-/// One notification as it is handed to a server.
+/// One notification, ready for a server.
 struct NotificationRequest {
-    QString server; ///< as in the capabilities that the texts were made for
-    QString identifier; ///< the same for notifications of which the later replaces the earlier
-    QString replacedHandle; ///< the notification to replace, in the server's own terms; empty for a new one
+    QString server; ///< from the capabilities that the texts were made for
+    QString identifier; ///< equal identifiers mean that the later notification replaces the earlier
+    QString replacedHandle; ///< the notification to replace, in the server's terms; empty for a new one
     QString summary;
     QString body;
     NotificationUrgency urgency = NotificationUrgency::Normal;
-    QString category; ///< a word of the desktop notification protocol
-    bool hasActions = false; ///< the default action, and a button that says what it does
+    QString category; ///< a category of the desktop notification protocol
+    bool hasActions = false; ///< the default action, and a button for it
     bool playsSound = false;
 
     friend bool operator==(const NotificationRequest &, const NotificationRequest &) = default;
 };
 
-/// Why a notification is no longer on the screen, numbered as in the desktop notification protocol.
+/// Why a notification has disappeared, numbered as in the desktop notification protocol.
 enum class NotificationCloseReason : uint {
-    Expired = 1, ///< its time was up; it may live on in a history, where it can be clicked and replaced
-    Dismissed = 2, ///< by the person
+    Expired = 1, ///< its time is over; a history may keep it, where it can be clicked and replaced
+    Dismissed = 2, ///< by the user
     Withdrawn = 3, ///< by the application
     Unknown = 4,
 };
 
-/// A service of the desktop that shows notifications. Never blocks; a call ends at its deadline at the latest.
-/// Failures are NotificationErrors. The calls may outlive whoever made them, but not the server.
+/// A desktop service that shows notifications. Never blocks. Calls end at their deadline at the latest and fail with
+/// NotificationErrors. A call may outlive its caller, but not the server.
 class NotificationServer : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Ends when a server runs or can be started, and throws NoServer otherwise. Starts none.
+    /// Throws NoServer unless a server runs or can be started. Starts none.
     [[nodiscard]] virtual QCoro::Task<> requireServer(QDeadlineTimer deadline) = 0;
-    /// What the present server can do; starts one if need be. Asks it only when it is not known, or when the last post
-    /// had no answer.
+    /// The abilities of the current server, which is started if needed. Calls it only if they are unknown or the last
+    /// post got no answer.
     [[nodiscard]] virtual QCoro::Task<NotificationCapabilities> capabilities(QDeadlineTimer deadline) = 0;
-    /// Shows the notification and returns its handle. Throws ServerChanged, and shows nothing, when the server that
-    /// the request was made for is gone.
+    /// Shows the notification and returns its handle. Throws ServerChanged, and shows nothing, if the server of the
+    /// request is gone.
     [[nodiscard]] virtual QCoro::Task<QString> post(NotificationRequest request, QDeadlineTimer deadline) = 0;
-    /// Takes a notification of ours off the screen; nobody learns whether that worked.
+    /// Removes one of Velmora's notifications from the screen. Does not report whether that worked.
     virtual void withdraw(const QString &handle) = 0;
 
 Q_SIGNALS:
-    // Handles that are not ours may come along: a server may tell every program about every notification.
+    // Handles of other programs' notifications may occur: some servers send their signals to all programs.
     void closed(const QString &handle, velmora::NotificationCloseReason reason);
-    /// Comes before the activation that it belongs to, from servers that have tokens.
+    /// Precedes the activation that it belongs to. Only some servers send tokens.
     void activationTokenReceived(const QString &handle, const QString &token);
-    /// The person has clicked the notification or its button. May come several times for one click.
+    /// The user has clicked the notification or its button. May come several times for one click.
     void activated(const QString &handle);
-    /// The server is gone and all its handles with it.
+    /// The server is gone, and all its handles are invalid.
     void serverGone();
 };
 

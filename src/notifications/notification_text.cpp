@@ -9,14 +9,14 @@ namespace velmora
 namespace
 {
 
-// More than any server shows; less than what makes one slow.
+// In UTF-16 units: more than any server shows, and not enough to slow one down.
 constexpr qsizetype kTitleLimit = 200;
 constexpr qsizetype kSubtitleLimit = 200;
 constexpr qsizetype kBodyLimit = 500;
 
 constexpr char16_t kEllipsis = u'\u2026';
 
-/// Embeddings, overrides and isolates reorder what follows them, words of ours included.
+/// Embeddings, overrides and isolates, which would reorder the text after them, Velmora's own included.
 bool changesDirection(char32_t character)
 {
     return (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x206F);
@@ -27,12 +27,12 @@ bool isControl(char32_t character)
     return character < 0x20 || (character >= 0x7F && character <= 0x9F);
 }
 
-/// What is shown in place of a character; 0 when nothing is.
+/// The character to show instead; 0 to show nothing.
 char32_t presentable(char32_t character)
 {
     if (character == U'\n' || character == 0x2028 || character == 0x2029)
         return U'\n';
-    // Words that a tab kept apart stay apart.
+    // A tab separates words.
     if (character == U'\t')
         return U' ';
     if (isControl(character) || changesDirection(character))
@@ -49,7 +49,7 @@ QString shortened(const QString &text, qsizetype limit)
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
     finder.setPosition(limit - 1);
     qsizetype end = finder.isAtBoundary() ? limit - 1 : finder.toPreviousBoundary();
-    // One character may be made of a thousand marks; its first ones are shown then.
+    // The first character alone exceeds the limit, by its many combining marks: cut within it.
     if (end <= 0)
         end = text.at(limit - 2).isHighSurrogate() ? limit - 2 : limit - 1;
     return text.left(end) + kEllipsis;
@@ -85,7 +85,7 @@ QString bodyText(const DeploymentNotification &notification, BodyFormat format)
     const QString body = presentableText(notification.body, kBodyLimit);
     const QString separator = subtitle.isEmpty() || body.isEmpty() ? QString() : QStringLiteral("\n");
     const QString text = subtitle + separator + body;
-    // An apostrophe matters only inside of a tag, and some servers do not know its entity.
+    // Apostrophes need no escaping outside tags, and some servers do not know their entity.
     return format == BodyFormat::Markup ? text.toHtmlEscaped() : text;
 }
 

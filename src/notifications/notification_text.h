@@ -8,20 +8,20 @@
 namespace velmora
 {
 
-/// How the server reads the body of a notification.
+/// How the server interprets the body of a notification.
 enum class BodyFormat {
     PlainText,
-    Markup, ///< tags and entities are interpreted, so text has to be escaped
+    Markup, ///< tags and entities are interpreted, so text must be escaped
 };
 
-/// The first, bold line. Every server takes it as plain text, so it is never escaped.
+/// The first line, in bold. Not escaped, since every server takes it as plain text.
 [[nodiscard]] QString summaryText(const DeploymentNotification &notification);
 
-/// The subtitle as a line of its own, then the body: servers know no third text. A part that is empty takes no line.
+/// The subtitle on its own line, then the body, since servers have no separate subtitle. Empty parts take no line.
 [[nodiscard]] QString bodyText(const DeploymentNotification &notification, BodyFormat format);
 
-/// Text from the network made fit to be shown: no control or direction-changing characters, nothing that D-Bus
-/// refuses, and at most `limit` UTF-16 units, cut between characters as people see them. Line breaks are kept.
+/// Makes text from the network safe to show: without control and direction-changing characters, without code points
+/// that D-Bus refuses, and with at most `limit` UTF-16 units, cut between visible characters. Keeps line breaks.
 [[nodiscard]] QString presentableText(const QString &text, qsizetype limit);
 
 } // namespace velmora

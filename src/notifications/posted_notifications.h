@@ -10,17 +10,17 @@
 namespace velmora
 {
 
-/// Which notifications of ours the server still knows: what a later one replaces, and what a click opens.
-/// Holds the most recently posted ones up to its capacity.
+/// Velmora's notifications that the server still knows: maps identifiers to handles for replacing, and handles to pages
+/// for clicks. Holds the latest ones up to its capacity.
 class PostedNotifications
 {
 public:
     static constexpr qsizetype kCapacity = 500;
 
-    /// What a click leads to.
+    /// The effect of a click.
     struct Click {
         WebAddress url;
-        QString activationToken; ///< empty when none came
+        QString activationToken; ///< empty if none came
 
         friend bool operator==(const Click &, const Click &) = default;
     };
@@ -31,13 +31,13 @@ public:
     }
 
     [[nodiscard]] qsizetype count() const { return m_entries.size(); }
-    /// The handle that shows the identifier; empty when there is none.
+    /// The handle that shows the identifier, empty if there is none.
     [[nodiscard]] QString handleOf(const QString &identifier) const;
-    /// Notes that the server shows the identifier under the handle: a new revision that has not been clicked.
-    /// Returns the handle of another notification that still shows the same identifier; empty when there is none.
+    /// Records that the server shows the identifier under the handle, as a new revision that has not been clicked.
+    /// Returns the handle of another notification that still shows the same identifier, else empty.
     QString note(const QString &identifier, const QString &handle, const WebAddress &url);
     void noteActivationToken(const QString &handle, const QString &token);
-    /// The first click on a revision; none for later ones and for what is not ours.
+    /// The first click on a revision; nullopt for later clicks and unknown handles.
     [[nodiscard]] std::optional<Click> takeClick(const QString &handle);
     void forget(const QString &handle);
     void clear() { m_entries.clear(); }
@@ -54,7 +54,7 @@ private:
     [[nodiscard]] Entry *entryWith(const QString &handle);
 
     qsizetype m_capacity;
-    QList<Entry> m_entries; ///< the latest last
+    QList<Entry> m_entries; ///< oldest first
 };
 
 } // namespace velmora

@@ -34,11 +34,11 @@ NotificationRequest requestFor(const DeploymentNotification &notification, Deplo
         .replacedHandle = {},
         .summary = summaryText(notification),
         .body = bodyText(notification, format),
-        // A failed deployment is no emergency of the machine. A success is not low either: some desktops put those
-        // into their list without ever showing them, and whoever asks for successes wants to see them.
+        // A failed deployment is no emergency of the machine. A success is not Low either: some desktops only list such
+        // notifications without showing them.
         .urgency = NotificationUrgency::Normal,
         .category = categoryOf(kind),
-        // A button that can open nothing is worse than none.
+        // No button if it could not open anything.
         .hasActions = capabilities.hasActions && notification.url.isOpenable(),
         .playsSound = capabilities.playsSounds,
     };
@@ -46,7 +46,7 @@ NotificationRequest requestFor(const DeploymentNotification &notification, Deplo
 
 } // namespace
 
-/// What an operation needs, so that it may outlive the service.
+/// The needs of an operation, which may outlive the service.
 struct UserNotificationService::State {
     std::shared_ptr<NotificationServer> server;
     std::shared_ptr<NotificationPermission> permission;
@@ -71,8 +71,8 @@ QCoro::Task<bool> UserNotificationService::State::authorize(std::shared_ptr<Stat
     co_return isGranted;
 }
 
-/// Whether the server keeps us waiting. What it has to say costs no question as long as it has answered the last one;
-/// one that is not there, or refuses, says so at once to whoever posts.
+/// Whether the server does not answer in time. Makes no call while its capabilities are known. Other failures are left
+/// to the next post.
 QCoro::Task<bool> UserNotificationService::State::isSilent(std::shared_ptr<State> state)
 {
     try {
@@ -93,7 +93,7 @@ QCoro::Task<> UserNotificationService::State::untilReady(std::shared_ptr<State> 
         throwIfStopped(stop);
         if (!keepsWaiting)
             co_return;
-        // The first question comes before any signal.
+        // waitFor() calls it once before any signal; later calls mean that the server is gone.
         const auto questions = std::make_shared<int>(0);
         const std::function<bool()> hasSuccessor = [questions] {
             return (*questions)++ > 0;
@@ -123,12 +123,12 @@ QCoro::Task<> UserNotificationService::State::post(
         if (error.kind() != NotificationError::Kind::ServerChanged)
             throw;
     }
-    // The server went away between two calls; its successor has other abilities and knows no handle of ours.
+    // The server ended between two calls. Its successor may have other abilities and does not know the handles.
     if (handle.isEmpty()) {
         state->posted.clear();
         handle = co_await postOnce(state, notification, kind, deadline);
     }
-    // Two posts of one identifier at the same time: neither knew of the other, and the later one stays.
+    // Two simultaneous posts of one identifier do not replace each other: withdraw the earlier one.
     const QString superseded = state->posted.note(notification.identifier, handle, notification.url);
     if (!superseded.isEmpty())
         state->server->withdraw(superseded);
@@ -173,12 +173,12 @@ QCoro::Task<> UserNotificationService::notifySuccess(DeploymentSnapshot deployme
 
 void UserNotificationService::watchServer()
 {
-    // The state is owned here and outlives the connections, which end with m_context.
+    // m_context ends the connections before the state is destroyed.
     NotificationServer *const server = m_state->server.get();
     PostedNotifications *const posted = &m_state->posted;
     QObject::connect(server, &NotificationServer::closed, &m_context,
         [posted](const QString &handle, NotificationCloseReason reason) {
-            // What has expired may still be in a history, where it is replaced and clicked.
+            // A history may keep expired notifications, where they can be replaced and clicked.
             if (reason != NotificationCloseReason::Expired)
                 posted->forget(handle);
         });

@@ -12,16 +12,16 @@
 namespace velmora
 {
 
-/// Posts one desktop notification for a deployment that failed or succeeded, and opens its page when it is clicked.
+/// Posts one desktop notification for a deployment that failed or succeeded, and opens its page on a click.
 ///
-/// Needs the opener alive for as long as it lives itself. An operation that runs when the service ends is still
-/// carried out; clicks lead nowhere from then on. Errors of the server and of the permission pass unchanged.
+/// The opener must outlive the service. Operations that are running when the service is destroyed are completed; later
+/// clicks have no effect. Errors of the server and of the permission pass unchanged.
 class UserNotificationService final : public DeploymentNotifying
 {
 public:
-    /// No operation but untilReady() takes longer, whatever the desktop does.
+    /// The time limit of every operation except untilReady().
     static constexpr std::chrono::milliseconds kBound = std::chrono::seconds(9);
-    /// Before a server that does not answer is asked again, unless another one takes its place.
+    /// The pause before a silent server is called again, unless another server replaces it.
     static constexpr std::chrono::milliseconds kPause = std::chrono::seconds(15);
 
     UserNotificationService(std::shared_ptr<NotificationServer> server,
@@ -31,12 +31,12 @@ public:
     UserNotificationService(const UserNotificationService &) = delete;
     UserNotificationService &operator=(const UserNotificationService &) = delete;
 
-    /// False when the person has switched the notifications of this application off. No prompt is ever shown: this
-    /// desktop has none. Throws when there is no notification service, which says nothing about the person's wish.
+    /// False if the user has switched off the notifications of this application. Never shows a prompt, since these
+    /// desktops have none. Throws if there is no notification service, which says nothing about the user's choice.
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;
-    /// Asks the server again and again, while it does not answer. Not bounded but by the stop.
+    /// Calls the server repeatedly while it does not answer. Only the stop limits it.
     [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override;
-    /// Does not ask for the permission first; the desktop drops what it must not show.
+    /// Does not check the permission first; the desktop drops notifications that it must not show.
     [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override;
     [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) override;
 
@@ -48,7 +48,7 @@ private:
 
     std::shared_ptr<State> m_state;
     URLOpener &m_opener;
-    QObject m_context; ///< ends the connections to the server
+    QObject m_context; ///< its end disconnects from the server
 };
 
 } // namespace velmora

@@ -6,8 +6,8 @@
 namespace velmora
 {
 
-/// Of a program that ends with its answer, and has nobody to announce anything to: it is never ready, so that what it
-/// found waits for a Velmora that goes on.
+/// For a program that ends with its answer and shows no notifications. It is never ready, so the announcements wait for
+/// a Velmora that keeps running.
 class WaitingNotifier final : public DeploymentNotifying
 {
 public:

@@ -8,7 +8,7 @@ namespace velmora
 
 bool isActivationToken(const QString &text)
 {
-    // No desktop's token is half as long, and a message to the compositor has room for it.
+    // Twice as long as any desktop's token, and short enough for a message to the compositor.
     constexpr qsizetype kLongest = 2048;
     const auto isGraphic = [](QChar character) {
         return character > QLatin1Char(' ') && character < QLatin1Char('\x7f');

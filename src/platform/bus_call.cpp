@@ -16,7 +16,7 @@ namespace velmora
 namespace
 {
 
-/// D-Bus takes 0 and less for "no bound given", and the largest number for "no bound".
+/// The timeout for D-Bus. It takes 0 and less as its default, and the largest int as no timeout.
 int millisecondsUntil(const QDeadlineTimer &deadline)
 {
     constexpr int kUnbounded = std::numeric_limits<int>::max();
@@ -31,12 +31,12 @@ QCoro::Task<QDBusMessage> callBus(
 {
     throwIfStopped(stop);
     const QDBusPendingCall call = bus.asyncCall(message, millisecondsUntil(deadline));
-    // Without a connection it has failed already, and a watcher would stay silent.
+    // Without a connection the call has failed already, and a watcher would not report it.
     if (call.isFinished())
         co_return call.reply();
     const OneShot<QDBusMessage> answer;
-    // The waiter goes on while the signal is still being sent, so that only later is there time to go. It goes with a
-    // waiter that is stopped, too: the answer may never come.
+    // Delete the watcher later, since the waiter resumes inside its finished() signal. The pointer also deletes it
+    // after a stop, when the answer may never come.
     const QScopedPointer<QDBusPendingCallWatcher, QScopedPointerDeleteLater> watcher(new QDBusPendingCallWatcher(call));
     QObject::connect(watcher.data(), &QDBusPendingCallWatcher::finished, watcher.data(),
         [answer](QDBusPendingCallWatcher *finished) { answer.resolve(finished->reply()); });

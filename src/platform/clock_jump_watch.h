@@ -11,8 +11,8 @@
 namespace velmora
 {
 
-/// A clock that notices, whenever a sleep on it ends, that the wall clock has run ahead of the monotonic clock: the
-/// machine was suspended. Costs no timer of its own, and tells before whoever slept goes on.
+/// A clock that detects when the machine was suspended: at the end of each sleep it checks whether the wall clock has
+/// run ahead of the monotonic clock. Uses no timer of its own. Emits jumped() before the sleeping coroutine resumes.
 class ClockJumpWatch final : public QObject, public Clock
 {
     Q_OBJECT
@@ -20,10 +20,10 @@ class ClockJumpWatch final : public QObject, public Clock
 public:
     using Monotonic = std::function<std::chrono::steady_clock::time_point()>;
 
-    /// Less than this is the doing of whoever keeps the clock right.
+    /// Smaller jumps are corrections of the clock.
     static constexpr std::chrono::seconds kSmallestJump{10};
 
-    /// The clock is not owned and outlives the watch. `monotonic` does not advance while the machine sleeps.
+    /// The clock is not owned and outlives the watch. `monotonic` must not advance while the machine is suspended.
     explicit ClockJumpWatch(
         Clock *clock, Monotonic monotonic = &std::chrono::steady_clock::now, QObject *parent = nullptr);
 
@@ -31,7 +31,7 @@ public:
     [[nodiscard]] QCoro::Task<> sleep(std::chrono::milliseconds duration, std::stop_token stop) override;
 
 Q_SIGNALS:
-    /// The wall clock jumped forward; once for each jump. A clock that was set back is no awakening.
+    /// The wall clock jumped forward. Emitted once for each jump, never for a clock that was set back.
     void jumped();
 
 private:

@@ -6,7 +6,7 @@
 namespace velmora
 {
 
-/// What the other item has to be told when it is made.
+/// The state to pass to the other item when it is created.
 struct FallbackStatusItem::Content {
     QString title;
     QString toolTipTitle;

@@ -12,17 +12,17 @@
 namespace velmora
 {
 
-/// An item that is shown in another way while no host shows it in the better one.
+/// An item that uses another adapter while no host shows the preferred one.
 class FallbackStatusItem final : public StatusItem
 {
     Q_OBJECT
 
 public:
-    /// Makes the other item; may return none.
+    /// Creates the other item; may return null.
     using Factory = std::function<std::unique_ptr<StatusItem>()>;
 
-    /// `preferred` gets `patience` to become available, each time that it is not, before the other one is made. The
-    /// other one goes when `preferred` comes.
+    /// Creates the other item whenever `preferred` has been unavailable for `patience`, and destroys it when
+    /// `preferred` becomes available.
     FallbackStatusItem(std::unique_ptr<StatusItem> preferred, Factory makeOther,
         std::chrono::milliseconds patience = std::chrono::seconds(5), QObject *parent = nullptr);
     ~FallbackStatusItem() override;

@@ -28,8 +28,8 @@ constexpr std::chrono::milliseconds kLongestPause = 5min;
 
 } // namespace
 
-/// What is known of the file, the changes that are not in it yet, and the one exchange under way.
-/// Belongs to the main thread; the exchange itself is a value of its own while a worker has it.
+/// The known content of the file, the changes that are not in it yet, and the one running exchange. Belongs to the main
+/// thread. Worker threads touch only the exchange, which is a separate value.
 class FilePreferences::Storage
 {
 public:
@@ -71,7 +71,7 @@ public:
         return object.isEmpty() ? value : object.value(key);
     }
 
-    /// The result is settled once it is known what made a difference.
+    /// The result is settled once the differences are known.
     OneShot<ListChanges> changeLists(const ListChanges &changes)
     {
         const OneShot<ListChanges> done;
@@ -99,14 +99,14 @@ public:
         return done;
     }
 
-    /// Undefined removes the key.
+    /// An undefined value removes the key.
     void change(const QString &key, const QJsonValue &value)
     {
         if (json(key) == value)
             return;
         m_pending.insert(key, value);
         m_isWriteDue = !m_path.isEmpty();
-        // Everything that is set in one turn of the event loop is written together.
+        // All changes of one turn of the event loop are written together.
         QMetaObject::invokeMethod(
             m_owner, [this] { startWriting(); }, Qt::QueuedConnection);
         Q_EMIT m_owner->changed(key);
@@ -138,7 +138,7 @@ private:
     /// A change of lists that is not in the file yet.
     struct ListStep {
         ListChanges changes;
-        OneShot<ListChanges> done; ///< settled already when the file could not be written
+        OneShot<ListChanges> done; ///< settled early if the file could not be written
     };
 
     [[nodiscard]] bool hasChanges() const { return !m_pending.isEmpty() || !m_steps.isEmpty(); }
@@ -148,7 +148,7 @@ private:
         if (m_running || !m_isWriteDue)
             return;
         m_isWriteDue = false;
-        // What was set and set back while it was being written is in the file already.
+        // A value that was changed and changed back during a write is in the file already.
         if (hasChanges())
             write();
     }
@@ -175,7 +175,7 @@ private:
         m_running->lastKnown = m_stored;
         m_running->yieldsToFile = !m_hasRead;
         m_isWriting = !changes.isEmpty() || !listChanges.isEmpty();
-        // The owner waits for the pool before it goes, so it is there when the worker ends.
+        // The owner's destructor waits for the pool, so `owner` is valid here.
         m_pool.start([this, owner = m_owner, path = m_path, running = m_running] {
             exchange(path, kPatience, *running);
             QMetaObject::invokeMethod(
@@ -183,14 +183,14 @@ private:
         });
     }
 
-    /// Waits for the exchange under way.
+    /// Waits for the running exchange.
     void finish()
     {
         m_pool.waitForDone();
         take(m_running);
     }
 
-    // By value: it is often m_running itself that is passed.
+    // By value, since finish() passes m_running, which is reset here.
     void take(std::shared_ptr<PreferencesExchange> done)
     {
         if (!done || done != m_running)
@@ -202,7 +202,8 @@ private:
         const QStringList keys = done->content ? adopt(*done) : QStringList();
         m_watch.renew();
         const bool isFailureNew = noteFailure(done->failure);
-        // What was set meanwhile; what failed waits for its pause, lest a full disk keeps us busy.
+        // Writes changes set meanwhile. Failed changes wait for their retry, so that a full disk does not cause
+        // constant writing.
         startWriting();
         noticeRead();
         const QPointer<FilePreferences> owner(m_owner);
@@ -211,7 +212,7 @@ private:
             announce(keys, done->damage, isFailureNew);
     }
 
-    /// Tells what the steps came to; without a file, in what is known here.
+    /// Settles the steps with the differences that they made in the file or, if it failed, in the known content.
     static void settle(const QList<ListStep> &steps, const PreferencesExchange &done)
     {
         QJsonObject known = done.lastKnown;
@@ -223,7 +224,7 @@ private:
         }
     }
 
-    /// Returns whether it is another one than before.
+    /// Returns whether the failure has changed.
     bool noteFailure(const QString &failure)
     {
         if (failure.isEmpty()) {
@@ -245,12 +246,12 @@ private:
             co_return;
         m_isRetryDue = false;
         m_pause = std::min(2 * m_pause, kLongestPause);
-        // Without anything to write it is the reading that failed.
+        // Without changes this reads again, since then the reading had failed.
         if (!m_running)
             write();
     }
 
-    /// Takes over what the file holds; returns the keys whose value is another one now.
+    /// Adopts the content of the file. Returns the keys whose values have changed by it.
     QStringList adopt(const PreferencesExchange &done)
     {
         const QJsonObject before = m_stored;
@@ -279,7 +280,7 @@ private:
         return keys;
     }
 
-    /// The lists that were changed, as they were seen while that was under way.
+    /// The changed lists, with the values that were visible during the exchange.
     [[nodiscard]] QMap<QString, QJsonValue> listsOf(const PreferencesExchange &done) const
     {
         QMap<QString, QJsonValue> lists;
@@ -292,7 +293,7 @@ private:
 
     void announce(const QStringList &keys, const QString &damage, bool isFailureNew)
     {
-        // Whoever listens may delete the preferences.
+        // A slot may delete the preferences.
         const QPointer<FilePreferences> owner(m_owner);
         for (const QString &key : keys) {
             if (owner)
@@ -313,10 +314,10 @@ private:
     FileStamp m_stamp;
     QMap<QString, QJsonValue> m_pending;
     QList<ListStep> m_steps;
-    bool m_hasRead = false; ///< ever
+    bool m_hasRead = false; ///< the file has been read at least once
     QString m_failure;
     bool m_isWriteDue = false;
-    bool m_isWriting = false; ///< what is under way is not for reading alone
+    bool m_isWriting = false; ///< the running exchange has changes to write
     bool m_isRetryDue = false;
     std::chrono::milliseconds m_pause = kFirstPause; ///< before the next retry
     std::shared_ptr<PreferencesExchange> m_running;

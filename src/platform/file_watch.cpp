@@ -9,10 +9,10 @@ namespace velmora
 namespace
 {
 
-// Several events come with one replacement of the file.
+// One replacement of the file causes several events.
 constexpr std::chrono::milliseconds kSettling{20};
 
-/// The folder, or the nearest one above it that exists.
+/// The folder, or its nearest existing parent.
 QString nearestFolder(const QString &folder)
 {
     QString nearest = folder;
@@ -35,12 +35,12 @@ FileWatch::FileWatch(const QString &path, QObject *parent)
     renew();
 }
 
-/// A file that is replaced is not watched any more, and its folder may have come or gone.
+/// QFileSystemWatcher stops watching a replaced file, and the folder may have been created or removed.
 void FileWatch::renew()
 {
     if (m_path.isEmpty())
         return;
-    // A folder that is made before the one above it is watched is noticed by looking again.
+    // Repeat, since a folder may be created before its parent is watched.
     for (QString folder = nearestFolder(QFileInfo(m_path).absolutePath());
          m_watcher.directories() != QStringList(folder); folder = nearestFolder(QFileInfo(m_path).absolutePath())) {
         if (!m_watcher.directories().isEmpty())

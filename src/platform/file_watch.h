@@ -8,8 +8,7 @@
 namespace velmora
 {
 
-/// Notices that a file was written, replaced or removed, by whichever process; also one whose folders are still to be
-/// made.
+/// Detects that any process wrote, replaced or removed a file, even if its folders do not exist yet.
 class FileWatch final : public QObject
 {
     Q_OBJECT
@@ -18,15 +17,15 @@ public:
     /// An empty path is never watched.
     explicit FileWatch(const QString &path, QObject *parent = nullptr);
 
-    /// Looks again at what there is to watch; after a change of one's own.
+    /// Updates the watched paths. Call it after changing the file.
     void renew();
-    /// Whether a change was noticed that is to be announced in a moment.
+    /// Whether changed() is about to be emitted.
     [[nodiscard]] bool isSettling() const { return m_settling.isActive(); }
-    /// Announces a change in a moment.
+    /// Emits changed() after a moment.
     void settle() { m_settling.start(); }
 
 Q_SIGNALS:
-    /// Something happened to the file or to its folder. Several events in a row are announced once.
+    /// The file or its folder has changed. Emitted once for several events in a row.
     void changed();
 
 private:

@@ -10,25 +10,25 @@ namespace velmora
 enum class LoginItemStatus {
     Disabled,
     Enabled,
-    NeedsRepair, ///< it is to be started, but not from where it is now
+    NeedsRepair, ///< enabled, but for another program file than the current one
 };
 
-/// Starts Velmora, quietly, when the person logs in.
+/// Starts Velmora in the background when the user logs in.
 ///
-/// Registering is awaited: a file is written away from the main thread, and a desktop that asks the person answers
-/// when it pleases. So one operation and one way of failing serve every desktop.
+/// Operations are awaited, since a file is written on another thread, and a desktop may ask the user for any time. Thus
+/// one interface serves every desktop.
 class LoginItem
 {
 public:
     virtual ~LoginItem() = default;
 
-    /// What the desktop would do at the next login, read anew with every call: for a start or an opened window,
-    /// not for every repaint. Never fails; what cannot be read is Disabled.
+    /// The desktop's behaviour at the next login, read again with every call: call it at the start or when a window
+    /// opens, not for every repaint. Never fails; an unreadable setting counts as Disabled.
     [[nodiscard]] virtual LoginItemStatus status() const = 0;
-    /// Has this program started at login; whatever was registered before is replaced. Calls take effect in the order in
-    /// which they were made. Throws an Error when the desktop refused.
+    /// Makes this program start at login, and replaces an earlier registration. Calls take effect in their order.
+    /// Throws an Error if the desktop refuses.
     [[nodiscard]] virtual QCoro::Task<> registerItem() = 0;
-    /// Has it started no more; no error when it was not. Throws an Error when the desktop refused.
+    /// Ends the start at login. It is no error if it was not enabled. Throws an Error if the desktop refuses.
     [[nodiscard]] virtual QCoro::Task<> unregisterItem() = 0;
 };
 

@@ -12,7 +12,7 @@ class Pasteboard
 public:
     virtual ~Pasteboard() = default;
 
-    /// Replaces the content by the text. False when there is no clipboard to be had.
+    /// Replaces the content with the text. Returns false if there is no usable clipboard.
     virtual bool setText(const QString &text) = 0;
 };
 

@@ -8,7 +8,7 @@
 namespace velmora
 {
 
-/// A service of the desktop refused, failed or is not there.
+/// A service of the desktop refused, failed or is missing.
 class PlatformError final : public Error
 {
 public:

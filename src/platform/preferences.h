@@ -15,7 +15,7 @@
 namespace velmora
 {
 
-/// What to put into a stored list of texts, and what to take out of it.
+/// The texts to add to a stored list and to remove from it.
 struct ListChange {
     QStringList added;
     QStringList removed;
@@ -26,11 +26,12 @@ struct ListChange {
 /// By key.
 using ListChanges = QMap<QString, ListChange>;
 
-/// The list after the change, sorted and each text once. `difference` is what of the change was not so already.
+/// The list after the change, sorted and without duplicates. `difference` gets the part of the change that had an
+/// effect.
 [[nodiscard]] QStringList changedList(const QStringList &list, const ListChange &change, ListChange &difference);
 
-/// The person's settings under dotted keys. Values keep their type: a list of one text comes back as a
-/// list, an empty one as an empty list. Reading never waits; a value that was set is seen at once.
+/// The user's settings under dotted keys. Values keep their type: a list with one text comes back as a list, an empty
+/// one as an empty list. Reading never waits. A new value is visible at once.
 class Preferences : public QObject
 {
     Q_OBJECT
@@ -40,47 +41,47 @@ public:
 
     using QObject::QObject;
 
-    /// The stored value; nothing when there is none.
+    /// The stored value, nullopt if there is none.
     [[nodiscard]] virtual std::optional<Value> value(const QString &key) const = 0;
-    /// Stores the value; does nothing when it is stored already.
+    /// Stores the value. Does nothing if it is stored already.
     virtual void setValue(const QString &key, const Value &value) = 0;
-    /// Removes the value; no error when there is none.
+    /// Removes the value. It is no error if there is none.
     virtual void remove(const QString &key) = 0;
 
-    /// Changes stored lists as sets, all of them in one step among the processes that share the preferences: what
-    /// another one has put into them stays. A key without a list gets one. What is changed is seen at once.
+    /// Changes stored lists as sets, all in one step among the processes that share the preferences: keeps the texts
+    /// that other processes have added. Creates missing lists. The change is visible at once.
     ///
-    /// Returns what made a difference, once that is known: one process alone is told that it has added a text. What
-    /// cannot be stored is tried again, and counts as a difference if it is one to what is known here. Here for
-    /// preferences that no other process shares.
+    /// Returns the changes that had an effect, once that is known: if several processes add a text, only one of them
+    /// gets it in its result. Changes that cannot be stored are retried; their effect is then judged by the values
+    /// known here. This implementation is for preferences that no other process shares.
     [[nodiscard]] virtual QCoro::Task<ListChanges> changeLists(ListChanges changes);
 
-    /// The boolean under the key; false when there is none or it is of another type.
+    /// The boolean under the key, false if it is missing or of another type.
     [[nodiscard]] bool boolean(const QString &key) const;
-    /// The list under the key; empty when there is none or it is of another type.
+    /// The list under the key, empty if it is missing or of another type.
     [[nodiscard]] QStringList stringList(const QString &key) const;
-    /// The data under the key; nothing when there is none or it is of another type.
+    /// The data under the key, nullopt if it is missing or of another type.
     [[nodiscard]] std::optional<QByteArray> data(const QString &key) const;
 
-    /// Why what was set is not kept, or why what was kept cannot be read, as the user is told; empty while all is well.
-    /// What could not be saved is in effect all the same, and is tried again.
+    /// A message for the user why values cannot be saved or read; empty while all is well. Values that could not be
+    /// saved are in effect anyway, and saving is retried.
     [[nodiscard]] virtual QString failure() const { return {}; }
-    /// Whether it is still open what becomes of something that was set.
+    /// Whether values are still being saved.
     [[nodiscard]] virtual bool isSaving() const { return false; }
 
 Q_SIGNALS:
-    /// The value under the key is another one than before, set here or by another process.
+    /// The value under the key has changed, here or by another process.
     void changed(const QString &key);
-    /// failure() is another one than before.
+    /// failure() has changed.
     void failureChanged();
-    /// Everything that was set so far is kept, or failure() says why not.
+    /// Everything set so far is saved, or failure() has the reason why not.
     void settled();
-    /// Settings were found damaged; `message` tells the user what was done about it.
+    /// The stored settings were damaged. `message` tells the user what was done about it.
     void damageFound(const QString &message);
 };
 
-/// Waits until it is known what became of everything set so far, and returns why it is not kept; empty when it is.
-/// Throws CancellationError on a stop, and when the preferences are destroyed.
+/// Waits until everything set so far is saved or has failed. Returns the failure, empty if saved. Throws
+/// CancellationError on a stop and when the preferences are destroyed.
 [[nodiscard]] QCoro::Task<QString> whyNotSaved(Preferences *preferences, std::stop_token stop);
 
 } // namespace velmora

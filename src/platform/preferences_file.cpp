@@ -32,7 +32,7 @@ std::chrono::nanoseconds sinceEpoch(const timespec &time)
     return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
-/// The object in the file, an empty one when there is no file, nothing when the file is damaged.
+/// The object in the file; empty if there is no file, nullopt if it is damaged.
 std::optional<QJsonObject> readObject(const QString &path)
 {
     const auto text = readPrivateFile(path);
@@ -42,7 +42,7 @@ std::optional<QJsonObject> readObject(const QString &path)
     return document.isObject() ? std::optional(document.object()) : std::nullopt;
 }
 
-/// Like readObject(); an editor that writes in place gets the time to finish before its file counts as damaged.
+/// Like readObject(), but gives an editor that writes in place some time to finish before the file counts as damaged.
 std::optional<QJsonObject> readPatiently(const QString &path)
 {
     for (int check = 1;; ++check) {
@@ -53,7 +53,7 @@ std::optional<QJsonObject> readPatiently(const QString &path)
     }
 }
 
-/// Copies the damaged file to the first free name, since it may be a link to where the file belongs; throws FileError.
+/// Copies the damaged file to the first free name. Does not rename it, since it may be a link. Throws FileError.
 QString setAside(const QString &path)
 {
     QString target = path + QLatin1String(".damaged");
@@ -82,7 +82,7 @@ QJsonObject applied(QJsonObject object, const QMap<QString, QJsonValue> &changes
     return object;
 }
 
-/// Throws FileError when the lock is held elsewhere for longer than `patience`, or when there can be none.
+/// Throws FileError if the lock is held elsewhere for longer than `patience`, or cannot be made.
 std::unique_ptr<FileLock> lockOf(const QString &path, std::chrono::milliseconds patience)
 {
     const QDeadlineTimer deadline(patience);
@@ -95,13 +95,13 @@ std::unique_ptr<FileLock> lockOf(const QString &path, std::chrono::milliseconds 
     }
 }
 
-/// Throws FileError, and then takes the copy of a damaged file, which is still in its place, away again.
+/// If writing fails, removes the copy of a damaged file, which is still in place, and throws FileError.
 void replaceFile(const QString &path, const QJsonObject &content, const QString &copy)
 {
     try {
         writePrivateFile(path, QJsonDocument(content).toJson(QJsonDocument::Indented));
     } catch (const FileError &) {
-        // Or each new try would leave one more.
+        // Otherwise each retry would leave another copy.
         if (!copy.isEmpty())
             QFile::remove(copy);
         throw;
@@ -128,12 +128,12 @@ void exchangeUnderLock(const QString &path, std::chrono::milliseconds patience, 
     exchange.content = after;
 }
 
-/// Whether reading was enough.
+/// Reads the file if there are no changes to write. Returns whether that was enough.
 bool readOnly(const QString &path, PreferencesExchange &exchange)
 {
     if (!exchange.changes.isEmpty() || !exchange.listChanges.isEmpty())
         return false;
-    // The stamp first: a change after it is then noticed later.
+    // Take the stamp first, so that a change after it is noticed later.
     exchange.stamp = FileStamp::of(path);
     exchange.content = readObject(path);
     return exchange.content.has_value();

@@ -15,10 +15,10 @@
 namespace velmora
 {
 
-/// Tells one state of a file from another without reading it.
+/// Distinguishes states of a file without reading it.
 struct FileStamp {
     dev_t device = 0;
-    ino_t inode = 0; ///< 0: there is no file
+    ino_t inode = 0; ///< 0: the file does not exist
     off_t size = 0;
     std::chrono::nanoseconds modified{};
     std::chrono::nanoseconds changed{};
@@ -27,41 +27,39 @@ struct FileStamp {
     friend bool operator==(const FileStamp &, const FileStamp &) = default;
 };
 
-/// What is done to the file, and what came of it. A plain value that travels between threads.
+/// The changes to the file, and the outcome. A plain value that is passed between threads.
 struct PreferencesExchange {
-    /// The new value of each key; undefined removes the key. Without any change the file is only read.
+    /// The new value of each key; an undefined value removes the key. Without changes the file is only read.
     QMap<QString, QJsonValue> changes;
-    /// Changes of lists, made one after the other to what stands in the file.
+    /// Changes of lists, applied in order to the content of the file.
     QList<ListChanges> listChanges;
-    /// What the caller knows: takes the place of a file that turns out to be damaged.
+    /// The content known to the caller. Replaces a damaged file.
     QJsonObject lastKnown;
-    /// The caller could never read the file: its changes are made in ignorance of what stands there, and are dropped
-    /// where the file holds the key already.
+    /// The caller could never read the file, so its changes do not override keys in the file.
     bool yieldsToFile = false;
 
-    /// What each of the list changes came to.
+    /// The effect of each of the list changes.
     QList<ListChanges> differences;
-    /// What the file holds now; nothing when it could not be read or written, and `failure` says why.
+    /// The content of the file afterwards; nullopt if it could not be read or written, for the reason in `failure`.
     std::optional<QJsonObject> content;
     FileStamp stamp;
     QString failure;
-    /// What was done about a damaged file; empty when it was none.
+    /// A message about the handling of a damaged file, else empty.
     QString damage;
 };
 
-/// Reads the file, applies the changes under the lock of the file, replaces the file as a whole if that
-/// makes a difference. The lock is on a file beside it, with the suffix ".lock", which stays. What a damaged file
-/// holds is copied first, to the first free name with the suffix ".damaged". Blocks on the disk and, for at most
-/// `patience`, on the lock. Does not throw.
+/// Reads the file, applies the changes under a lock, and replaces the file as a whole if that makes a difference. The
+/// lock file beside it, with the suffix ".lock", is never removed. First copies a damaged file to the first free name
+/// with the suffix ".damaged". Blocks on the disk and, for at most `patience`, on the lock. Does not throw.
 void exchange(const QString &path, std::chrono::milliseconds patience, PreferencesExchange &exchange);
 
-/// Makes the changes in the object, where what is no list of texts counts as an empty one, and returns what made a
-/// difference.
+/// Applies the changes to the object, and returns those that had an effect. A value that is not a list of texts counts
+/// as an empty list.
 [[nodiscard]] ListChanges applyListChanges(QJsonObject &object, const ListChanges &changes);
 
-/// How a value looks in the file: booleans, texts and lists of texts as themselves, data as {"data": base64}.
+/// The form of a value in the file: booleans, texts and lists of texts as themselves, data as {"data": base64}.
 [[nodiscard]] QJsonValue jsonFromPreference(const Preferences::Value &value);
-/// Nothing when the file holds something of another kind.
+/// The inverse of jsonFromPreference(). Returns nullopt for a JSON value of another form.
 [[nodiscard]] std::optional<Preferences::Value> preferenceFromJSON(const QJsonValue &json);
 
 } // namespace velmora

@@ -14,8 +14,8 @@ class SettingsPageOpener
 public:
     virtual ~SettingsPageOpener() = default;
 
-    /// Opens the page on which the person allows notifications. Nothing when it was started, else what to tell the
-    /// person instead.
+    /// Opens the page on which the user allows notifications. Returns nullopt if it was started, else a message for the
+    /// user.
     [[nodiscard]] virtual std::optional<QString> openNotificationSettings() = 0;
 };
 

@@ -15,16 +15,16 @@ namespace velmora
 
 /// The item in the desktop's tray.
 ///
-/// It shows what it was last told, also to a host that comes or comes back later. Nothing here waits for the desktop;
-/// without a host the item is invisible and its person has to be reached in another way. Texts are plain; whoever
-/// takes them for markup is kept from it.
+/// Shows the last values set, also in a host that appears later. Never waits for the desktop. Without a host the item
+/// is invisible, and the user must be reached in another way. Texts are plain; adapters escape them for hosts that
+/// interpret markup.
 class StatusItem : public QObject
 {
     Q_OBJECT
 
 public:
     enum class Status {
-        Passive, ///< of no interest now; a host may hide it
+        Passive, ///< not interesting now; a host may hide it
         Active,
         NeedsAttention,
     };
@@ -42,25 +42,25 @@ public:
     using QObject::QObject;
 
     virtual void setTitle(const QString &title) = 0;
-    /// What a host shows when the pointer rests on the item, and what assistive technology reads.
+    /// The text for hovering over the item and for assistive technology.
     virtual void setToolTip(const QString &title, const QString &text) = 0;
-    /// The same picture as square images, one of each size that hosts may want.
+    /// The same picture as square images, one for each size that hosts may need.
     virtual void setIcon(const QList<QImage> &images) = 0;
     /// A short text beside the icon, on the few desktops that show one.
     virtual void setLabel(const QString &label) = 0;
-    /// Some desktops open the menu on every click, so the first entry does what a click would.
+    /// Some desktops open the menu on every click, so its first entry should do the same as a click.
     virtual void setMenu(const QList<MenuEntry> &entries) = 0;
     virtual void setStatus(Status status) = 0;
 
-    /// Whether a host shows the item, as far as is known. False at first.
+    /// Whether a host shows the item, as far as known. False at first.
     [[nodiscard]] virtual bool isAvailable() const = 0;
 
 Q_SIGNALS:
-    /// The item was clicked or chosen by key. `position` is the place of the click on the screens, where the desktop
-    /// tells one that means something. `activationToken` is the desktop's leave to take the focus, good for one
-    /// window; mostly empty.
+    /// The user clicked the item or chose it by key. `position` is the place of the click on the screens, if the
+    /// desktop reports a meaningful one. `activationToken` is the desktop's permission to take the focus, valid for one
+    /// window; often empty.
     void activated(std::optional<QPoint> position, const QString &activationToken);
-    /// An enabled entry of the menu was chosen.
+    /// The user chose an enabled entry of the menu.
     void menuTriggered(int id, const QString &activationToken);
     void availabilityChanged(bool isAvailable);
 };

@@ -10,7 +10,8 @@
 namespace velmora
 {
 
-/// The default browser. Remembers the page that it could not open last, so that any window can say so.
+/// Opens pages in the default browser. Remembers the last page that could not be opened, so that any window can show
+/// it.
 class URLOpener : public QObject
 {
     Q_OBJECT
@@ -18,12 +19,12 @@ class URLOpener : public QObject
 public:
     using QObject::QObject;
 
-    /// Opens an http or https address; any other is refused. The token is the desktop's leave to take the focus, good
-    /// for one window; empty for none. False when the address was refused or no browser could be started; a browser
-    /// that gives up a moment later is told by unopened() only.
+    /// Opens an http or https address; refuses others. The token is the desktop's permission to take the focus, valid
+    /// for one window, or empty. False if the address was refused or no browser could be started. If a browser fails a
+    /// moment later, only unopened() reports it.
     bool open(const WebAddress &address, const QString &activationToken = {});
 
-    /// The page that was to be opened last and was not; nothing after one that was, or forgetUnopened().
+    /// The page of the last open(), if that failed; nullopt after a success or forgetUnopened().
     [[nodiscard]] const std::optional<WebAddress> &unopened() const { return m_unopened; }
     void forgetUnopened() { setUnopened(std::nullopt); }
 
@@ -32,9 +33,9 @@ Q_SIGNALS:
     void unopenedChanged();
 
 protected:
-    /// Starts the browser; false when that is impossible.
+    /// Starts the browser. Returns false if that is impossible.
     virtual bool start(const WebAddress &address, const QString &activationToken) = 0;
-    /// A browser that was started has not opened the page.
+    /// Call it if a started browser has not opened the page.
     void noteUnopened(const WebAddress &address) { setUnopened(address); }
 
 private:

@@ -36,7 +36,7 @@ void WakeWatch::prepareForSleep(bool isAboutToSleep)
 void WakeWatch::networkChanged(bool isAvailable)
 {
     m_isNetworkAvailable = isAvailable;
-    // A network that goes is no reason to ask anew.
+    // The loss of a network is no reason to retry.
     if (isAvailable || m_state == State::Grace)
         noteSign();
 }
@@ -48,7 +48,7 @@ void WakeWatch::clockJumped()
 
 void WakeWatch::noteSign()
 {
-    // What happens on the way to sleep is part of it; the end of the sleep will be announced.
+    // Ignore signs on the way to sleep: the end of the sleep will be announced.
     if (m_state == State::Asleep)
         return;
     if (m_state == State::Grace) {

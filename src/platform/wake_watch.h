@@ -11,51 +11,51 @@
 namespace velmora
 {
 
-/// Makes one awakening out of what several watchers report.
+/// Combines the reports of several watchers into one awakening.
 ///
-/// A machine that wakes tells so up to three ways, its network comes back piecemeal a little later, and
-/// connections from before are dead without knowing it. So from the first sign on nothing is to be started; then, after
-/// a few seconds of grace, there is one shouldRetry(). The person who opens the lid sees no failure that is none.
+/// A waking machine is reported in up to three ways, its network comes back gradually, and old connections are dead
+/// without notice. Therefore no requests should start from the first sign on. After a few seconds of grace
+/// shouldRetry() is emitted once. Thus a user who opens the lid sees no false failure.
 ///
-/// Lives on the main thread. Counts in steps of the monotonic clock: the wall clock is not to be trusted just then.
+/// Lives on the main thread. Counts steps of the monotonic clock, since the wall clock is unreliable at that time.
 class WakeWatch final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The grace after waking, when all is well.
+    /// The grace after waking in the normal case.
     static constexpr std::chrono::seconds kGrace{3};
-    /// The grace while signs go on coming or the network is still away: then nothing is gained by waiting on.
+    /// The longest grace, while new signs arrive or the network is missing.
     static constexpr std::chrono::seconds kLongestGrace{15};
-    /// How long somebody may be awake after the announcement of sleep before the end of that sleep, which nobody
-    /// announced, is taken for granted.
+    /// How long the machine may stay awake after an announced sleep. Then the watch assumes that the sleep has ended
+    /// without an announcement.
     static constexpr std::chrono::seconds kLongestAnnouncement{30};
 
     /// The clock is not owned and outlives the watch.
     explicit WakeWatch(Clock *clock, QObject *parent = nullptr);
 
-    /// Whether nothing is to be started: the machine is about to sleep, or has just woken.
+    /// Whether no requests should start: the machine is about to sleep, or has just woken.
     [[nodiscard]] bool isPaused() const { return m_state != State::Awake; }
 
-    /// The machine is about to sleep (true), or has woken (false).
+    /// The machine is about to sleep (true) or has woken (false).
     void prepareForSleep(bool isAboutToSleep);
-    /// The network is another one than before; whether there is any.
+    /// The network has changed. `isAvailable`: whether there is any.
     void networkChanged(bool isAvailable);
-    /// The wall clock has left the monotonic clock behind: the machine slept, unannounced.
+    /// The wall clock has run ahead of the monotonic clock: the machine slept without an announcement.
     void clockJumped();
 
 Q_SIGNALS:
-    /// Nothing is to be started from now until shouldRetry().
+    /// No requests should start from now until shouldRetry().
     void paused();
-    /// Connections may be dead; once for each awakening, right after paused() or the sleep.
+    /// Connections may be dead. Emitted once for each awakening, right after paused() or the sleep.
     void connectionsStale();
-    /// Time to ask anew.
+    /// Requests may start again.
     void shouldRetry();
 
 private:
     enum class State {
         Awake,
-        Asleep, ///< or about to be
+        Asleep, ///< asleep or about to sleep
         Grace,
     };
 
@@ -67,7 +67,7 @@ private:
     Clock *m_clock;
     State m_state = State::Awake;
     bool m_isNetworkAvailable = true;
-    bool m_hasNewSign = false; ///< in the running step of the grace
+    bool m_hasNewSign = false; ///< during the running step of the grace
     TaskScope m_scope;
 };
 

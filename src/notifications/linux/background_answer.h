@@ -22,8 +22,8 @@ QCoro::Task<> settleInBackground(Work work, OneShot<bool> answer)
 
 } // namespace detail
 
-/// What `work` answers on a thread of its own, or `otherwise` when that is not known at the deadline. `work` must not
-/// throw; it owns what it uses and runs to its end in any case. Call it with a named function object, moved in.
+/// The result of `work`, which runs on another thread, or `otherwise` if it takes longer than the deadline. `work` must
+/// not throw, must own what it uses, and always runs to its end. Pass a named function object, moved in.
 template <typename Work>
 [[nodiscard]] QCoro::Task<bool> answerInBackground(Work work, bool otherwise, QDeadlineTimer deadline)
 {

@@ -25,7 +25,7 @@ NotificationError errorFor(const QDBusMessage &answer)
         break;
     }
     const QString name = answer.errorName();
-    // Started by name, but it did not come up.
+    // The bus could not start the service.
     if (name == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")
         || name.startsWith(QLatin1String("org.freedesktop.DBus.Error.Spawn.")))
         return NotificationError(NoServer);

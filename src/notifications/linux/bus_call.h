@@ -8,13 +8,13 @@
 namespace velmora
 {
 
-/// Whether there was no answer in time.
+/// Whether the call got no answer in time.
 [[nodiscard]] bool isSilence(const QDBusMessage &answer);
 
-/// Throws the NotificationError that an answer stands for, unless it is a reply of this signature.
+/// Throws the matching NotificationError unless the answer is a reply with this signature.
 void requireReply(const QDBusMessage &answer, const QString &signature);
 
-/// Ends when the name has an owner or can be started, and throws NoServer otherwise. Starts nothing.
+/// Throws NoServer unless the name has an owner or can be started. Starts nothing.
 [[nodiscard]] QCoro::Task<> requireBusName(QDBusConnection bus, QString name, QDeadlineTimer deadline);
 
 } // namespace velmora

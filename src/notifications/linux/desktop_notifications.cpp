@@ -18,7 +18,7 @@ namespace velmora
 namespace
 {
 
-/// The desktop file without its suffix, which is also the name in a sandbox and the name of the icon.
+/// The name of the desktop file without suffix. Also the application's id in a sandbox and the name of its icon.
 QString desktopEntry()
 {
     return QStringLiteral("com.tarvik.Velmora");
@@ -57,7 +57,7 @@ std::shared_ptr<NotificationPermission> desktopNotificationPermission(
 std::shared_ptr<NotificationServer> desktopNotificationServer(
     const QDBusConnection &bus, const DesktopSession &session, const QString &appName)
 {
-    // In a sandbox the desktop names the application itself.
+    // The portal adds the name of the application itself.
     if (session.isSandboxed)
         return std::make_shared<PortalNotificationServer>(bus);
     return std::make_shared<FreedesktopNotificationServer>(bus, appName, desktopEntry());

@@ -11,16 +11,16 @@
 namespace velmora
 {
 
-/// What decides how this desktop is spoken with.
+/// The facts that determine which adapters are used.
 struct DesktopSession {
-    QStringList desktops; ///< the names that the session gives itself, such as "ubuntu" and "GNOME"
-    bool isSandboxed = false; ///< inside of a Flatpak
+    QStringList desktops; ///< the session's names for itself, such as "ubuntu" and "GNOME"
+    bool isSandboxed = false; ///< inside a Flatpak
 
-    /// The session that this process runs in.
+    /// The session of this process.
     [[nodiscard]] static DesktopSession present();
 };
 
-/// The permission of the desktop file in this session.
+/// The notification permission of Velmora in this session.
 [[nodiscard]] std::shared_ptr<NotificationPermission> desktopNotificationPermission(
     const QDBusConnection &bus, const DesktopSession &session);
 
@@ -28,11 +28,11 @@ struct DesktopSession {
 [[nodiscard]] std::shared_ptr<NotificationServer> desktopNotificationServer(
     const QDBusConnection &bus, const DesktopSession &session, const QString &appName);
 
-/// The name under which that service is on the session bus.
+/// The name of that service on the session bus.
 [[nodiscard]] QString desktopNotificationServiceName(const DesktopSession &session = DesktopSession::present());
 
-/// A service ready for use over the adapters of this session. Its notifications come from `appName`; `opener` lives
-/// longer than the service.
+/// A service that uses the adapters of this session. `appName` is the sender of its notifications. `opener` must
+/// outlive the service.
 [[nodiscard]] std::unique_ptr<UserNotificationService> desktopNotificationService(const QDBusConnection &bus,
     URLOpener &opener, const QString &appName = QStringLiteral("Velmora"),
     const DesktopSession &session = DesktopSession::present());

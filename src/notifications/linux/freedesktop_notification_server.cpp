@@ -29,7 +29,7 @@ QDBusMessage callTo(const QString &server, const QString &method)
     return QDBusMessage::createMethodCall(server, objectPath(), FreedesktopNotificationServer::serviceName(), method);
 }
 
-/// A slash is in no bus name.
+/// The slash separates the parts, since no bus name contains one.
 QString handleFor(const QString &server, uint number)
 {
     return server + QLatin1Char('/') + QString::number(number);
@@ -45,7 +45,7 @@ QString serverOf(const QString &handle)
     return handle.section(QLatin1Char('/'), 0, 0);
 }
 
-/// Both lead to the same page: some servers show no buttons, others show the default action as one.
+/// Both open the same page: some servers show no buttons, others show the default action as a button.
 QStringList actionsFor(const NotificationRequest &request)
 {
     if (!request.hasActions)
@@ -77,8 +77,8 @@ FreedesktopNotificationServer::FreedesktopNotificationServer(QDBusConnection bus
 
 void FreedesktopNotificationServer::listenTo(const QString &signal, const char *slot)
 {
-    // From any sender: naming the service would make Qt ask for its owner and wait. The sender is part of the handle,
-    // so what anybody but the server sends is about no notification of ours.
+    // Accept any sender: with a service name Qt would block to ask for its owner. The sender is part of the handle, so
+    // signals of other programs match no notification of Velmora.
     m_bus.connect(QString(), objectPath(), serviceName(), signal, this, slot);
 }
 
@@ -129,12 +129,12 @@ QCoro::Task<QString> FreedesktopNotificationServer::post(NotificationRequest req
 
 QDBusMessage FreedesktopNotificationServer::notifyCall(const NotificationRequest &request) const
 {
-    // A number of another server would hit the notification of another program.
+    // On another server the number could belong to another program's notification.
     const bool isReplaceable = serverOf(request.replacedHandle) == request.server;
     const uint replaced = isReplaceable ? numberOf(request.replacedHandle) : 0U;
     QVariantMap hints{
         {QStringLiteral("desktop-entry"), m_desktopEntry},
-        // The protocol wants a byte, and some servers ignore any other type.
+        // The protocol requires a byte, and some servers ignore other types.
         {QStringLiteral("urgency"), QVariant::fromValue(static_cast<uchar>(request.urgency))},
         {QStringLiteral("category"), request.category},
     };
@@ -160,7 +160,7 @@ void FreedesktopNotificationServer::receiveClosed(const QDBusMessage &message)
         return;
     const QVariantList arguments = message.arguments();
     const uint word = arguments.at(1).toUInt();
-    // Later versions of the protocol may know more reasons; none of them means "expired".
+    // Later versions of the protocol may add reasons, but none that means "expired".
     const auto reason
         = word >= 1 && word <= 3 ? static_cast<NotificationCloseReason>(word) : NotificationCloseReason::Unknown;
     Q_EMIT closed(handleFor(message.service(), arguments.at(0).toUInt()), reason);

@@ -11,19 +11,19 @@
 namespace velmora
 {
 
-/// The server behind org.freedesktop.Notifications, whichever desktop provides it.
+/// The server of org.freedesktop.Notifications on any desktop.
 ///
-/// A handle is the unique bus name of the server and its number for the notification. Numbers start again with every
-/// server, so calls about a notification go to the very server that showed it: a number that another server has given
-/// to another program is never used.
+/// A handle consists of the server's unique bus name and its number for the notification. Every new server starts
+/// counting again, so calls about a notification go only to the server that showed it. They never affect another
+/// program's notification with the same number.
 class FreedesktopNotificationServer final : public NotificationServer
 {
     Q_OBJECT
 
 public:
-    /// `appName` is what servers show as the sender, `desktopEntry` the desktop file without its suffix.
+    /// Servers show `appName` as the sender. `desktopEntry` is the name of the desktop file without suffix.
     FreedesktopNotificationServer(QDBusConnection bus, QString appName, QString desktopEntry);
-    /// Its name on the session bus.
+    /// The name of the service on the session bus.
     [[nodiscard]] static QString serviceName();
 
     [[nodiscard]] QCoro::Task<> requireServer(QDeadlineTimer deadline) override;
@@ -43,7 +43,7 @@ private:
     QDBusConnection m_bus;
     QString m_appName;
     QString m_desktopEntry;
-    std::optional<NotificationCapabilities> m_capabilities; ///< of the present server, once known
+    std::optional<NotificationCapabilities> m_capabilities; ///< of the current server, once known
 };
 
 } // namespace velmora

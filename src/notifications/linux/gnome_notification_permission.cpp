@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Before Qt's headers, whose "signals" is a name in GIO's.
+// Before Qt's headers, since GIO uses the identifier `signals`, a macro of Qt.
 #include <gio/gio.h>
 
 #include "notifications/linux/gnome_notification_permission.h"
@@ -26,7 +26,7 @@ struct SettingsDeleter {
 using Schema = std::unique_ptr<GSettingsSchema, SchemaDeleter>;
 using Settings = std::unique_ptr<GSettings, SettingsDeleter>;
 
-/// A schema that is missing, or of another shape, would end the process if it were just used.
+/// Checks the schema before using it, since GLib ends the process if the schema or key is missing.
 bool isEnabled(const QByteArray &path)
 {
     GSettingsSchemaSource *const source = g_settings_schema_source_get_default();
@@ -44,7 +44,7 @@ bool isEnabled(const QByteArray &path)
 
 QCoro::Task<bool> GnomeNotificationPermission::isGranted(QDeadlineTimer deadline)
 {
-    // Where the settings come from is configuration: it may be a file on a slow disk, or a service.
+    // The backend of the settings may be a slow disk or a service, so do not read on the main thread.
     auto read = [path = settingsPath(m_desktopEntry).toLatin1()] {
         return isEnabled(path);
     };

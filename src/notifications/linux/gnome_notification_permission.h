@@ -10,12 +10,12 @@
 namespace velmora
 {
 
-/// GNOME's switch for the notifications of one application, in its settings under "Notifications". "Do not disturb" is
-/// no refusal: the notifications wait in the list.
+/// GNOME's switch for the notifications of one application, in its settings under "Notifications". "Do not disturb"
+/// does not count as a refusal, since the list still keeps the notifications.
 class GnomeNotificationPermission final : public NotificationPermission
 {
 public:
-    /// `desktopEntry` is the name of the desktop file without its suffix.
+    /// `desktopEntry` is the name of the desktop file without suffix.
     explicit GnomeNotificationPermission(QString desktopEntry)
         : m_desktopEntry(std::move(desktopEntry))
     {
@@ -23,7 +23,7 @@ public:
 
     [[nodiscard]] QCoro::Task<bool> isGranted(QDeadlineTimer deadline) override;
 
-    /// The place of the application's settings: GNOME keeps small letters, digits and single dashes of its name.
+    /// The path of the application's settings: GNOME reduces its name to lower-case letters, digits and single dashes.
     [[nodiscard]] static QString settingsPath(const QString &desktopEntry);
 
 private:

@@ -8,18 +8,18 @@
 namespace velmora
 {
 
-/// Tells when a notification service comes to the bus, which at login may be a moment after Velmora.
+/// Announces when a notification service appears on the bus. At login that may be after Velmora's start.
 class NotificationServiceWatcher final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// `connection` is to the session bus; without one it keeps quiet. `service` is the name of the notification
-    /// service there.
+    /// `connection` is to the session bus; if it is not connected, no signal is emitted. `service` is the service's
+    /// name there.
     NotificationServiceWatcher(const QDBusConnection &connection, const QString &service, QObject *parent = nullptr);
 
 Q_SIGNALS:
-    /// The name has an owner now, the first one or another one.
+    /// The name has a new owner.
     void appeared();
 
 private:

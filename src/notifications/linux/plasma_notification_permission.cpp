@@ -14,16 +14,16 @@ namespace velmora
 namespace
 {
 
-/// No settings of a desktop are larger; what is, is not read to its end.
+/// In bytes. Real settings are smaller; the rest of a larger file is ignored.
 constexpr qint64 kFileLimit = 1024 * 1024;
 
-/// What one file says; absent where it says nothing.
+/// The switches in one file; absent if the file does not set them.
 struct Switches {
     std::optional<bool> showsPopups;
     std::optional<bool> showsHistory;
 };
 
-/// "[Applications][com.example.App][$i]" without the marks that follow the names.
+/// Matches "[Applications][com.example.App]", also with flags such as "[$i]" behind it.
 bool isGroupOf(const QByteArray &line, const QString &desktopEntry)
 {
     const QByteArray group = "[Applications][" + desktopEntry.toUtf8() + ']';
@@ -46,7 +46,7 @@ void readEntry(const QByteArray &line, Switches &switches)
     if (equals < 0)
         return;
     QByteArray key = line.left(equals).trimmed();
-    // A key may carry marks, as in "ShowPopups[$i]".
+    // A key may have flags, as in "ShowPopups[$i]".
     if (const qsizetype mark = key.indexOf("[$"); mark >= 0)
         key.truncate(mark);
     if (key == "ShowPopups")

@@ -14,12 +14,12 @@ namespace velmora
 
 /// KDE Plasma's switches for the notifications of one application, in its system settings under "Notifications".
 ///
-/// Plasma has two: for the popups and for the history. Notifications that only go into the history are still shown,
-/// so only both together are a refusal.
+/// Plasma has two: for popups and for the history. Only both together count as a refusal, since the history alone still
+/// shows the notifications.
 class PlasmaNotificationPermission final : public NotificationPermission
 {
 public:
-    /// `files` are Plasma's notification settings, the most important first.
+    /// `files` are Plasma's notification settings, in order of precedence.
     PlasmaNotificationPermission(QString desktopEntry, QStringList files)
         : m_desktopEntry(std::move(desktopEntry))
         , m_files(std::move(files))
@@ -28,7 +28,7 @@ public:
 
     [[nodiscard]] QCoro::Task<bool> isGranted(QDeadlineTimer deadline) override;
 
-    /// Where the settings are by the rules of the desktop: the person's first, then the system's.
+    /// The standard files: the user's first, then the system's.
     [[nodiscard]] static QStringList defaultFiles();
 
 private:

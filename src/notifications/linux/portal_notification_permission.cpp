@@ -32,7 +32,8 @@ QCoro::Task<bool> PortalNotificationPermission::isGranted(QDeadlineTimer deadlin
     const QString applicationID = m_applicationID;
     const QDBusMessage call = lookupCall();
     const auto answer = co_await callBus(m_bus, call, deadline);
-    // Nothing is stored before the person has changed the switch once, and the sandbox may forbid the look.
+    // An error means permission: nothing is stored before the user first changes the switch, and the sandbox may forbid
+    // the call.
     if (answer.type() != QDBusMessage::ReplyMessage || answer.signature() != QLatin1String("a{sas}v"))
         co_return true;
     const auto permissions = qdbus_cast<Permissions>(answer.arguments().constFirst());

@@ -11,7 +11,7 @@
 namespace velmora
 {
 
-/// The permission that the desktop keeps for a sandboxed application, which it may not be allowed to read.
+/// The desktop's permission for a sandboxed application. Counts as granted if the sandbox forbids reading it.
 class PortalNotificationPermission final : public NotificationPermission
 {
 public:

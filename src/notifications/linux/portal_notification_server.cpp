@@ -38,7 +38,7 @@ QDBusMessage callTo(const QString &method)
         PortalNotificationServer::serviceName(), objectPath(), interfaceName(), method);
 }
 
-/// Identifiers come from the network; a name on the desktop is of a known form and length.
+/// A hash of the identifier, which comes from the network: the desktop gets names of a fixed form and length only.
 QString nameFor(const QString &identifier)
 {
     return QString::fromLatin1(
@@ -76,7 +76,7 @@ QVariantMap propertiesOf(const NotificationRequest &request)
     return properties;
 }
 
-/// Newer portals put what the platform knows behind the parameters of the action.
+/// The activation token that newer portals append to the parameters of the action; else empty.
 QString activationTokenIn(const QVariantList &parameters)
 {
     for (QVariant parameter : parameters) {
@@ -101,10 +101,10 @@ PortalNotificationServer::PortalNotificationServer(QDBusConnection bus)
     : m_bus(std::move(bus))
 {
     qDBusRegisterMetaType<QList<QVariantMap>>();
-    // A restart takes no notification away and frees no name, so nobody has to know.
+    // A restart of the portal keeps the notifications and their names, so it does not emit serverGone().
     auto *const watcher = new QDBusServiceWatcher(serviceName(), m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, [this] { m_capabilities.reset(); });
-    // From any sender, because naming one makes Qt wait for the bus. Inside of a Flatpak nobody else gets through.
+    // Accept any sender: with a service name Qt would block to ask for its owner. A Flatpak lets no other program send.
     m_bus.connect(QString(), objectPath(), interfaceName(), QStringLiteral("ActionInvoked"), this,
         SLOT(receiveAction(QDBusMessage)));
 }

@@ -11,17 +11,17 @@
 namespace velmora
 {
 
-/// The notification portal, the way out of a Flatpak.
+/// The notification portal, for use inside a Flatpak.
 ///
-/// The portal takes names of the application's own choice, keeps those of every application apart, and replaces what
-/// has the same name. It does not tell when a notification was closed. Its text is never markup.
+/// Each application chooses the names of its notifications, and a new one replaces one of the same name. The portal
+/// does not report closed notifications. It never interprets text as markup.
 class PortalNotificationServer final : public NotificationServer
 {
     Q_OBJECT
 
 public:
     explicit PortalNotificationServer(QDBusConnection bus);
-    /// Its name on the session bus.
+    /// The name of the service on the session bus.
     [[nodiscard]] static QString serviceName();
 
     [[nodiscard]] QCoro::Task<> requireServer(QDeadlineTimer deadline) override;
@@ -34,7 +34,7 @@ private Q_SLOTS:
 
 private:
     QDBusConnection m_bus;
-    std::optional<NotificationCapabilities> m_capabilities; ///< of the present portal, once known
+    std::optional<NotificationCapabilities> m_capabilities; ///< of the current portal, once known
 };
 
 } // namespace velmora

@@ -29,7 +29,7 @@ QString tokenIn(const QVariantMap &platformData)
 
 } // namespace
 
-/// What other programs call.
+/// The interface for other programs.
 class ApplicationAdaptor final : public QDBusAbstractAdaptor
 {
     Q_OBJECT
@@ -44,7 +44,7 @@ public:
 
 public Q_SLOTS: // NOLINT(readability-redundant-access-specifiers)
     void Activate(const QVariantMap &platformData) { Q_EMIT m_service->activated(tokenIn(platformData)); }
-    // There is nothing of Velmora's that could be opened by its address.
+    // Velmora has no files or addresses to open.
     void Open(const QStringList &, const QVariantMap &platformData)
     {
         Q_EMIT m_service->activated(tokenIn(platformData));
@@ -65,7 +65,7 @@ ApplicationService::ApplicationService(const QDBusConnection &bus, const QString
     , m_path(applicationPath(name))
 {
     new ApplicationAdaptor(this);
-    // Not the bus, but our own end of the connection says so.
+    // This signal comes from the own end of the connection, not from the bus.
     const QString local = QStringLiteral("org.freedesktop.DBus.Local");
     m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"), local, QStringLiteral("Disconnected"), this,
         SIGNAL(busLost()));
@@ -80,7 +80,7 @@ QCoro::Task<ApplicationService::Claim> ApplicationService::claim()
 {
     if (!m_bus.isConnected())
         co_return Claim::NoBus;
-    // Whoever finds the name finds the object.
+    // Register the object before requesting the name.
     if (m_bus.objectRegisteredAt(m_path) != this)
         m_bus.registerObject(m_path, this, QDBusConnection::ExportAdaptors);
     QDBusMessage request = callOfTheBus(QStringLiteral("RequestName"));

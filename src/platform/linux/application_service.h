@@ -8,44 +8,44 @@
 namespace velmora
 {
 
-/// The application's place on the session bus, where there is one of it: by the interface that desktops start and
-/// raise applications through. Whoever comes second asks the first to come forward.
+/// Makes the application unique on the session bus, by org.freedesktop.Application, the interface through which
+/// desktops start and raise applications. A second process asks the first to show itself.
 ///
-/// Nothing here blocks. Calls of other programs may hold anything.
+/// Never blocks. Arguments from other programs are not trusted.
 class ApplicationService final : public QObject
 {
     Q_OBJECT
 
 public:
     enum class Claim {
-        Ours, ///< the name is ours until the connection ends
-        Taken, ///< another process has it
-        NoBus, ///< there is no session bus, so nobody can be asked
+        Ours, ///< this process owns the name until the connection ends
+        Taken, ///< another process owns it
+        NoBus, ///< there is no session bus
     };
 
-    /// `bus` is a connection to the session bus. `name` is dotted, and the object's path is made from it.
+    /// `bus` is a connection to the session bus. `name` is dotted; the path of the object is derived from it.
     ApplicationService(const QDBusConnection &bus, const QString &name, QObject *parent = nullptr);
     ~ApplicationService() override;
 
-    /// Takes the name unless another process has it. Calls are answered from the moment on in which it is ours.
+    /// Takes the name unless another process owns it. Calls are answered as soon as this process owns the name.
     [[nodiscard]] QCoro::Task<Claim> claim();
 
-    /// Gives the name up, so that whoever is started from now on is not sent here. Waits for nothing.
+    /// Releases the name, so that new processes do not find this one. Does not wait.
     void release();
 
-    /// Asks the process that has the name to show itself. The token is the desktop's leave to take the focus; empty for
-    /// none. False when there was no answer within two seconds.
+    /// Asks the owner of the name to show itself. The token is the desktop's permission to take the focus, or empty.
+    /// False without an answer within two seconds.
     [[nodiscard]] QCoro::Task<bool> activateRunning(QString activationToken);
 
-    /// Asks the process that has the name for one of its actions, as activateRunning() does.
+    /// Asks the owner of the name for one of its actions, like activateRunning().
     [[nodiscard]] QCoro::Task<bool> actOnRunning(QString action, QString activationToken);
 
 Q_SIGNALS:
-    /// The application is to show itself. The token is empty when none came along.
+    /// Another program asks the application to show itself. The token is empty if none came.
     void activated(const QString &activationToken);
-    /// One of the application's actions is to be done; the name is whatever the caller said.
+    /// Another program asks for an action of the application. The name may be any text.
     void actionActivated(const QString &action, const QString &activationToken);
-    /// The connection to the bus has ended, and the name with it.
+    /// The connection to the bus has ended, and with it the ownership of the name.
     void busLost();
 
 private:

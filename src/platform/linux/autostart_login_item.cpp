@@ -24,11 +24,11 @@ QString inFolder(const QString &folder)
     return folder + QStringLiteral("/com.tarvik.Velmora.desktop");
 }
 
-/// Nothing when there is no such file, or none that can be understood.
+/// The entry, nullopt if the file is missing or malformed.
 std::optional<DesktopEntry> readEntry(const QString &path)
 {
     QFile file(path);
-    // Opening anything but a file may wait for ever.
+    // Opening another kind of file may block for ever.
     if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
         return std::nullopt;
     return DesktopEntry::parse(file.read(kLargestEntry));
@@ -41,14 +41,14 @@ std::optional<QString> systemEntry(const QStringList &folders)
     return found == folders.end() ? std::nullopt : std::optional(inFolder(*found));
 }
 
-/// The program file that the name or path stands for, links resolved; empty when it cannot be started.
+/// The file of the program's name or path, links resolved; empty if it cannot be started.
 QString programFile(const QString &program)
 {
     const QString found = QStandardPaths::findExecutable(program);
     return found.isEmpty() ? QString() : QFileInfo(found).canonicalFilePath();
 }
 
-/// Whether the entry is meant to start something in this session.
+/// Whether the entry is enabled in this session.
 bool isWanted(const DesktopEntry &entry, const QStringList &desktops)
 {
     return entry.string(QStringLiteral("Type")) == QStringLiteral("Application")
@@ -56,7 +56,7 @@ bool isWanted(const DesktopEntry &entry, const QStringList &desktops)
         && entry.boolean(QStringLiteral("X-GNOME-Autostart-enabled"), true) && entry.isShownIn(desktops);
 }
 
-/// The program file that the entry starts; empty when it cannot.
+/// The program file that the entry starts, empty if that is impossible.
 QString startedFile(const DesktopEntry &entry)
 {
     const QString tried = entry.string(QStringLiteral("TryExec")).value_or(QString());
@@ -91,7 +91,7 @@ void requireFolder(const QString &folder)
 
 void writeEntry(const QString &path, const QByteArray &content)
 {
-    // A link to nothing or to a device is how some switch an entry off; writing would go through it.
+    // Some users disable an entry by a link to nothing or to a device. Remove it, since writing would follow it.
     const QFileInfo there(path);
     if (there.isSymLink() && !there.isFile())
         QFile::remove(path);
@@ -149,7 +149,7 @@ LoginItemStatus AutostartLoginItem::status() const
     if (!entry || !isWanted(*entry, m_options.desktops))
         return Disabled;
     const QString started = startedFile(*entry);
-    // Which program the machine's entry starts is the administrator's affair.
+    // The administrator decides which program the system's entry starts.
     if (!isOwn)
         return started.isEmpty() ? Disabled : Enabled;
     return !started.isEmpty() && started == QFileInfo(m_options.executable).canonicalFilePath() ? Enabled : NeedsRepair;

@@ -14,34 +14,34 @@ struct XDGDirectories;
 
 /// An entry in the autostart folder of the XDG desktops.
 ///
-/// The person's entry masks the one of the same name that an administrator has put up for everybody. It counts
-/// as enabled when every session manager would start it: it can be read, is not hidden, not switched off by
-/// the desktop's own tool, meant for this desktop, and its program is there. A session manager may pay no heed to
-/// the key by which GNOME switches an entry off, so it is never switched off that way here.
+/// The user's entry overrides the system's entry of the same name. It counts as enabled if every session manager would
+/// start it: it is readable, not hidden, not switched off by the desktop's own tool, meant for this desktop, and its
+/// program exists. Some session managers ignore the key by which GNOME disables an entry, so Velmora does not disable
+/// an entry by that key.
 class AutostartLoginItem final : public LoginItem
 {
 public:
     struct Options {
         QString executable; ///< absolute path of this program
-        QString userFolder; ///< the autostart folder of the person; empty when it cannot be told
-        QStringList systemFolders; ///< those of the machine, the most important first
+        QString userFolder; ///< the autostart folder of the user, empty if unknown
+        QStringList systemFolders; ///< the system's autostart folders, in order of precedence
         QStringList desktops; ///< the desktops of the session, the most specific first
     };
 
-    /// The autostart folders are beside the folders of the configuration; the desktops come from the environment.
+    /// The autostart folders are siblings of the configuration folders. The desktops come from the environment.
     [[nodiscard]] static Options optionsFor(const XDGDirectories &directories, const QString &executable);
 
     explicit AutostartLoginItem(Options options);
 
-    /// NeedsRepair is an enabled entry of the person's that starts another program file than this, or none.
+    /// NeedsRepair: the user's entry is enabled, but starts another program file or none.
     [[nodiscard]] LoginItemStatus status() const override;
     [[nodiscard]] QCoro::Task<> registerItem() override;
-    /// Deletes the person's entry; hides that of the machine by one of the person's.
+    /// Deletes the user's entry. If the system has an entry, writes one for the user that hides it.
     [[nodiscard]] QCoro::Task<> unregisterItem() override;
 
 private:
     Options m_options;
-    AsyncMutex m_turn; ///< what was asked last is done last
+    AsyncMutex m_turn; ///< keeps the operations in the order of their calls
 };
 
 } // namespace velmora

@@ -15,10 +15,10 @@ namespace velmora
 
 class Preferences;
 
-/// The background portal: how a program inside a Flatpak is started at login.
+/// Starts a program inside a Flatpak at login, through the background portal.
 ///
-/// The portal can be asked to, but not asked whether: status() is the last answer it gave, kept in the preferences,
-/// and does not know what the person has changed in the desktop's settings since.
+/// The portal cannot report the current setting. Therefore status() is its last answer, kept in the preferences, and
+/// ignores later changes in the desktop's settings.
 class BackgroundPortalLoginItem final : public QObject, public LoginItem
 {
     Q_OBJECT
@@ -30,12 +30,12 @@ public:
     /// arguments.
     BackgroundPortalLoginItem(
         const QDBusConnection &connection, Preferences *preferences, QStringList command, QObject *parent = nullptr);
-    /// Whoever waits for an answer sees a CancellationError.
+    /// Fails waiting operations with a CancellationError.
     ~BackgroundPortalLoginItem() override;
 
-    /// The last answer; Disabled before the first. Never NeedsRepair: the portal finds the program itself.
+    /// The last answer, Disabled before the first. Never NeedsRepair, since the portal finds the program itself.
     [[nodiscard]] LoginItemStatus status() const override;
-    /// Waits for the person, whom the desktop may ask.
+    /// Waits for the user, whom the desktop may ask.
     [[nodiscard]] QCoro::Task<> registerItem() override { return request(true); }
     [[nodiscard]] QCoro::Task<> unregisterItem() override { return request(false); }
 
@@ -45,7 +45,7 @@ private:
     QDBusConnection m_connection;
     Preferences *m_preferences;
     QStringList m_command;
-    AsyncMutex m_turn; ///< what was asked last is answered last
+    AsyncMutex m_turn; ///< keeps the requests in the order of their calls
     std::stop_source m_stop;
 };
 

@@ -16,10 +16,10 @@ namespace velmora
 namespace
 {
 
-/// A launcher that fails until then has opened nothing. Later it may be the browser itself that has ended.
+/// A launcher that fails within this time has opened nothing. Later, the browser itself may have ended.
 constexpr std::chrono::seconds kLongestStart{10};
 
-/// The launcher, and the browser where the launcher is one with it. It is followed, but not ended.
+/// The launcher process, which may become the browser. Watched, but not ended with this object.
 class Launcher final : public QProcess
 {
 public:
@@ -27,7 +27,7 @@ public:
         : QProcess(parent)
     {
         setProgram(program);
-        // A browser writes what it likes to the terminal it is started from, and ends with it.
+        // Detach it from the terminal, where a browser would write its messages and with which it would end.
         setStandardInputFile(nullDevice());
         setStandardOutputFile(nullDevice());
         setStandardErrorFile(nullDevice());
@@ -43,7 +43,7 @@ QProcessEnvironment environmentWith(const QString &activationToken)
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     if (isActivationToken(activationToken)) {
         environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), activationToken);
-        // On X11 the same token goes by its older name.
+        // The name of the same token on X11.
         environment.insert(QStringLiteral("DESKTOP_STARTUP_ID"), activationToken);
     }
     return environment;
@@ -53,7 +53,7 @@ QProcessEnvironment environmentWith(const QString &activationToken)
 
 bool BrowserURLOpener::start(const WebAddress &address, const QString &activationToken)
 {
-    // What may be opened begins with "http", so it is never taken for an option.
+    // Openable addresses begin with "http", so xdg-open cannot take one for an option.
     if (!address.isOpenable())
         return false;
     const QString program = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));

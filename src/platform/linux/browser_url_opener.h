@@ -6,7 +6,7 @@
 namespace velmora
 {
 
-/// Has the desktop open a page in the browser that it is set up with. What was started goes on when this ends.
+/// Opens a page in the desktop's default browser. The browser outlives this object.
 class BrowserURLOpener final : public URLOpener
 {
     Q_OBJECT

@@ -10,7 +10,7 @@ namespace velmora
 namespace
 {
 
-/// Whether text that is copied now arrives on a clipboard that other programs see.
+/// Whether copied text would reach a clipboard that other programs see.
 bool hasClipboard()
 {
     if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))

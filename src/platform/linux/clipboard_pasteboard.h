@@ -6,9 +6,9 @@
 namespace velmora
 {
 
-/// The clipboard of the display that the application is connected to. Without a QGuiApplication, or on a
-/// platform that has none, nothing is copied and false is returned. On Wayland a compositor takes text only from the
-/// window that has the focus; a program without a window then returns false.
+/// The clipboard of the application's display. Without a QGuiApplication, or on a platform without a clipboard, copies
+/// nothing and returns false. A Wayland compositor accepts text only from the focused window, so a program without one
+/// returns false there.
 class ClipboardPasteboard final : public Pasteboard
 {
 public:

@@ -11,7 +11,7 @@ namespace
 
 constexpr int kRoot = 0;
 
-/// An underscore marks the mnemonic; two of them are one to read.
+/// An underscore marks a mnemonic; two show one underscore.
 QString withoutMnemonics(QString label)
 {
     return label.replace(QLatin1Char('_'), QLatin1String("__"));
@@ -98,7 +98,7 @@ std::optional<DBusMenuNode> DBusMenu::node(int id, int depth, const QStringList 
 
 QList<DBusMenuProperties> DBusMenu::properties(const QList<int> &ids, const QStringList &names) const
 {
-    // Over our own entries and not over what was asked for, which may be of any length.
+    // Iterate over the entries, not over `ids`, whose length another program chooses.
     QList<DBusMenuProperties> result;
     if (ids.isEmpty() || ids.contains(kRoot))
         result.append({kRoot, selected(propertiesOfRoot(), names)});

@@ -9,7 +9,7 @@
 namespace velmora
 {
 
-/// A menu of one level, as com.canonical.dbusmenu describes it. Id 0 is the menu itself.
+/// A menu of one level, in the terms of com.canonical.dbusmenu. Id 0 is the menu itself.
 class DBusMenu final : public QObject
 {
     Q_OBJECT
@@ -19,23 +19,23 @@ public:
 
     void setEntries(const QList<StatusItem::MenuEntry> &entries);
 
-    /// The entry, and to a depth other than 0 those below it; absent when there is no such entry. Properties not in
-    /// `names` are left out, unless `names` is empty.
+    /// The entry and, unless `depth` is 0, its children; nullopt if it does not exist. Only the properties in `names`,
+    /// or all if `names` is empty.
     [[nodiscard]] std::optional<DBusMenuNode> node(int id, int depth, const QStringList &names) const;
-    /// The named entries that exist, each once; all for an empty list.
+    /// The existing entries among `ids`, each once; all if `ids` is empty.
     [[nodiscard]] QList<DBusMenuProperties> properties(const QList<int> &ids, const QStringList &names) const;
     [[nodiscard]] bool contains(int id) const;
-    /// Counts the changes of the layout.
+    /// Increases with each change of the layout.
     [[nodiscard]] uint revision() const { return m_revision; }
 
-    /// A click on an enabled entry is announced once the caller has been answered; nothing else is.
+    /// Emits triggered() for an enabled entry, after the caller has got its answer. Ignores other ids.
     void click(int id);
 
 Q_SIGNALS:
     void triggered(int id);
-    /// Entries came, went or changed places.
+    /// Entries were added, removed or moved.
     void layoutUpdated();
-    /// The entries with these ids look different; the layout is the same.
+    /// The properties of these entries changed, but not the layout.
     void propertiesUpdated(const QList<int> &ids);
 
 private:

@@ -74,7 +74,7 @@ QList<int> DBusMenuAdaptor::EventGroup(const QList<DBusMenuEvent> &events)
         if (!m_menu->contains(event.id)) {
             unknown.append(event.id);
         } else if (!isClicked && event.type == QLatin1String("clicked")) {
-            // A person clicks one entry, and the menu closes.
+            // A click closes the menu, so only the first one counts.
             isClicked = true;
             m_menu->click(event.id);
         }
@@ -84,7 +84,7 @@ QList<int> DBusMenuAdaptor::EventGroup(const QList<DBusMenuEvent> &events)
 
 bool DBusMenuAdaptor::AboutToShow(int id, const QDBusMessage &message)
 {
-    // What was announced is what there is.
+    // The menu is always up to date, since every change is announced.
     std::ignore = refuseUnknown(id, message);
     return false;
 }

@@ -12,7 +12,7 @@ namespace velmora
 
 class DBusMenu;
 
-/// What other programs see of a DBusMenu: com.canonical.dbusmenu, version 3. The names are the protocol's.
+/// The D-Bus interface of a DBusMenu: com.canonical.dbusmenu, version 3. The names are the protocol's.
 class DBusMenuAdaptor final : public QDBusAbstractAdaptor
 {
     Q_OBJECT
@@ -23,7 +23,7 @@ class DBusMenuAdaptor final : public QDBusAbstractAdaptor
     Q_PROPERTY(QStringList IconThemePath READ iconThemePath CONSTANT)
 
 public:
-    /// Belongs to the menu. `bus` is where the menu is registered.
+    /// Owned by the menu. `bus` is the connection on which the menu is registered.
     DBusMenuAdaptor(DBusMenu *menu, const QDBusConnection &bus);
 
     [[nodiscard]] uint version() const { return 3; }

@@ -10,7 +10,7 @@
 namespace velmora
 {
 
-/// (ia{sv}av): an entry with those below it, each of which is a variant of this type.
+/// (ia{sv}av): an entry and its children, each a variant of this type.
 struct DBusMenuNode {
     int id = 0;
     QVariantMap properties;
@@ -23,7 +23,7 @@ struct DBusMenuProperties {
     QVariantMap properties;
 };
 
-/// (ias): names of properties that went back to their defaults.
+/// (ias): the names of properties that have their defaults again.
 struct DBusMenuRemovals {
     int id = 0;
     QStringList names;
@@ -46,7 +46,7 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, DBusMenuRemovals 
 QDBusArgument &operator<<(QDBusArgument &argument, const DBusMenuEvent &event);
 const QDBusArgument &operator>>(const QDBusArgument &argument, DBusMenuEvent &event);
 
-/// Makes the types known to D-Bus; may be called again.
+/// Registers the types with D-Bus. May be called again.
 void registerDBusMenuTypes();
 
 } // namespace velmora

@@ -9,7 +9,7 @@ namespace velmora
 namespace
 {
 
-/// The name of the group that the line begins; nothing when it does not.
+/// The name of the group if the line is a group header, else nullopt.
 std::optional<QString> groupIn(const QString &line)
 {
     if (!line.startsWith(QLatin1Char('[')) || !line.endsWith(QLatin1Char(']')))
@@ -52,7 +52,7 @@ bool hasEscape(QChar c)
     return QStringLiteral("sntr\\;").contains(c);
 }
 
-/// Resolves the escapes, and cuts at every separator that is not escaped.
+/// Resolves the escapes and splits at unescaped separators.
 QStringList unescapedItems(const QString &value, std::optional<QChar> separator)
 {
     QStringList items;
@@ -67,7 +67,7 @@ QStringList unescapedItems(const QString &value, std::optional<QChar> separator)
             item.append(c);
         }
     }
-    // The last separator may be left out.
+    // The last separator is optional.
     if (!separator || !item.isEmpty())
         items.append(item);
     return items;
@@ -116,7 +116,7 @@ std::optional<QString> DesktopEntry::string(const QString &key) const
 bool DesktopEntry::boolean(const QString &key, bool missing) const
 {
     const QString value = m_values.value(key);
-    // The digits are of an early time, and still read by everybody.
+    // The digits are an old form that is still understood everywhere.
     if (value == QLatin1String("true") || value == QLatin1String("1"))
         return true;
     return value == QLatin1String("false") || value == QLatin1String("0") ? false : missing;
@@ -144,7 +144,7 @@ bool DesktopEntry::isShownIn(const QStringList &desktops) const
 namespace
 {
 
-/// Reads the arguments of a command line that has no string escapes left.
+/// Reads the arguments of a command line whose string escapes are resolved.
 class ExecReader
 {
 public:
@@ -197,7 +197,7 @@ private:
             m_hasArgument = true;
             return;
         }
-        // Any other field code stands for files and names that a start at login does not have.
+        // Other field codes stand for files and names, which a start at login does not have: drop them.
         if (m_exec.at(++m_next) == QLatin1Char('%')) {
             m_argument.append(QLatin1Char('%'));
             m_hasArgument = true;
@@ -217,11 +217,11 @@ private:
     qsizetype m_next = 0;
     QStringList m_arguments;
     QString m_argument;
-    bool m_hasArgument = false; ///< even an empty one, when it is quoted
+    bool m_hasArgument = false; ///< also for a quoted empty argument
     bool m_isQuoted = false;
 };
 
-/// Letters, digits and what is common in paths; everything else is quoted.
+/// Letters, digits and common characters of paths. Other arguments are quoted.
 bool isPlainArgument(const QString &argument)
 {
     const auto isPlain = [](QChar c) {

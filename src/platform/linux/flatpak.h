@@ -6,8 +6,7 @@
 namespace velmora
 {
 
-/// Whether this process runs inside a Flatpak, where the desktop is reached through portals. `marker` is the file that
-/// only a Flatpak has.
+/// Whether this process runs inside a Flatpak and must use portals. `marker` is the file that exists only in a Flatpak.
 [[nodiscard]] bool isInsideFlatpak(const QString &marker = QStringLiteral("/.flatpak-info"));
 
 } // namespace velmora

@@ -10,7 +10,7 @@
 namespace velmora
 {
 
-/// Hears the process's one monitor for as long as it lives.
+/// A connection to the process's one monitor, for the lifetime of this object.
 class GLibNetworkWatch::Subscription
 {
 public:
@@ -29,7 +29,7 @@ private:
         Q_EMIT static_cast<GLibNetworkWatch *>(watch)->networkChanged(isAvailable != FALSE);
     }
 
-    GNetworkMonitor *m_monitor; ///< GLib's, for ever
+    GNetworkMonitor *m_monitor; ///< owned by GLib, never destroyed
     gulong m_handler;
 };
 
@@ -43,7 +43,7 @@ GLibNetworkWatch::~GLibNetworkWatch() = default;
 QCoro::Task<> GLibNetworkWatch::start()
 {
     const QPointer<GLibNetworkWatch> self(this);
-    // Made without a context of its own, the monitor reports to the main one, wherever it is made.
+    // The creating thread has no context of its own, so the monitor reports to the main one.
     auto makeMonitor = [] {
         g_network_monitor_get_default();
     };

@@ -9,10 +9,10 @@
 namespace velmora
 {
 
-/// What GLib's network monitor tells: an address, a route or a whole network came or went. It works with
-/// and without NetworkManager, where Qt's own keeps silent.
+/// The events of GLib's network monitor: addresses, routes or networks came or went. Works with and without
+/// NetworkManager, while Qt's own monitor needs it.
 ///
-/// Needs an event loop that runs GLib's main context, as Qt's does on Linux; with another one it keeps quiet.
+/// Needs an event loop that runs GLib's main context, like Qt's on Linux; otherwise emits nothing.
 class GLibNetworkWatch final : public QObject
 {
     Q_OBJECT
@@ -21,12 +21,12 @@ public:
     explicit GLibNetworkWatch(QObject *parent = nullptr);
     ~GLibNetworkWatch() override;
 
-    /// Begins to watch. The first monitor of a process asks the desktop's services, which may take their time; that
-    /// happens on another thread, and the task ends when it is done.
+    /// Begins to watch. The first monitor of a process calls services of the desktop, which may be slow. Therefore it
+    /// is created on another thread; the task ends after that.
     [[nodiscard]] QCoro::Task<> start();
 
 Q_SIGNALS:
-    /// The network is another one than before; whether there is any.
+    /// The network has changed. `isAvailable`: whether there is any.
     void networkChanged(bool isAvailable);
 
 private:

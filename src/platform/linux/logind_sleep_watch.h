@@ -7,7 +7,7 @@
 namespace velmora
 {
 
-/// What logind tells about the machine's sleep. Without a system bus or without logind it keeps quiet.
+/// logind's announcements of sleep. Emits nothing without a system bus or without logind.
 class LogindSleepWatch final : public QObject
 {
     Q_OBJECT
@@ -16,11 +16,11 @@ public:
     /// `connection` is to the system bus.
     explicit LogindSleepWatch(QDBusConnection connection, QObject *parent = nullptr);
 
-    /// Whether there is a bus on which logind could be heard.
+    /// Whether there is a bus to receive logind's signals.
     [[nodiscard]] bool isListening() const { return m_isListening; }
 
 Q_SIGNALS:
-    /// The machine is about to sleep (true), or has woken (false).
+    /// The machine is about to sleep (true) or has woken (false).
     void prepareForSleep(bool isAboutToSleep);
 
 private:

@@ -6,8 +6,8 @@
 namespace velmora
 {
 
-/// What the system's monitor says of the network: "full", "limited", "behind a portal" or "this machine only". May wait
-/// for a service of the system, so it belongs on a thread of its own.
+/// The state of the network according to the system: "full", "limited", "behind a portal", "this machine only" or
+/// "unknown". May block on a system service, so call it on another thread.
 [[nodiscard]] QString networkConnectivity();
 
 } // namespace velmora

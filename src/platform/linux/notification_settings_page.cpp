@@ -11,7 +11,7 @@ namespace
 {
 
 struct SettingsCommand {
-    const char *desktop; ///< as registered for XDG_CURRENT_DESKTOP, in small letters
+    const char *desktop; ///< the name in XDG_CURRENT_DESKTOP, in lower case
     const char *command;
 };
 
@@ -34,7 +34,7 @@ bool startDetached(const QString &program, const QStringList &arguments)
     QProcess process;
     process.setProgram(program);
     process.setArguments(arguments);
-    // It writes what it likes to the terminal it is started from.
+    // Discard its output, which would go to Velmora's terminal.
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());

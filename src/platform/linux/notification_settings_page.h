@@ -9,15 +9,15 @@
 namespace velmora
 {
 
-/// What opens the notification settings of these desktops (the most specific first), the best first, each a program
-/// and its arguments. Empty for a desktop that has no such page, as far as is known.
+/// The commands that open the notification settings of these desktops (the most specific first), in order of
+/// preference. Each is a program and its arguments. Empty if none is known.
 [[nodiscard]] QList<QStringList> notificationSettingsCommands(const QStringList &desktops);
 
-/// Starts the settings program of the desktop that runs.
+/// Starts the settings program of the current desktop.
 class NotificationSettingsPage final : public SettingsPageOpener
 {
 public:
-    /// The desktops come from XDG_CURRENT_DESKTOP.
+    /// Takes the desktops from XDG_CURRENT_DESKTOP.
     NotificationSettingsPage();
     explicit NotificationSettingsPage(QStringList desktops);
 

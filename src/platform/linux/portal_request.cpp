@@ -19,10 +19,10 @@ namespace
 constexpr auto kService = "org.freedesktop.portal.Desktop";
 constexpr auto kObject = "/org/freedesktop/portal/desktop";
 constexpr auto kRequestInterface = "org.freedesktop.portal.Request";
-/// For the portal to take note of the question; the answer has all the time it wants.
+/// Milliseconds for the portal to accept the request. The answer itself may take any time.
 constexpr int kCallTimeout = 10'000;
 
-/// Where the answer will come from: agreed between portal and asker, so that it cannot come too early.
+/// The object path of the answer. It is known before the call, so that no early answer is missed.
 QString requestPath(const QString &uniqueName, const QString &token)
 {
     QString sender = uniqueName.mid(1);
@@ -56,7 +56,7 @@ QCoro::Task<QVariantMap> PortalRequest::ask(QString interface, QString method, Q
         const QDBusPendingReply<QDBusObjectPath> reply = *finished;
         if (reply.isError())
             fail(QStringLiteral("The desktop did not take the question: %1").arg(reply.error().message()));
-        else if (reply.value().path() != m_path) // a portal from before the agreement
+        else if (reply.value().path() != m_path) // an old portal that chooses its own path
             listenAt(reply.value().path());
     });
     const OneShot<QVariantMap> answer = m_answer;

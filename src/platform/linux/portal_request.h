@@ -11,9 +11,9 @@
 namespace velmora
 {
 
-/// One question to a desktop portal, whose answer comes as a signal when the person has decided.
+/// One request to a desktop portal, whose answer comes as a signal after the user's decision.
 ///
-/// Belongs to the coroutine that awaits the answer, and is asked once.
+/// Belongs to the coroutine that awaits the answer. For one request only.
 class PortalRequest final : public QObject
 {
     Q_OBJECT
@@ -21,12 +21,12 @@ class PortalRequest final : public QObject
 public:
     explicit PortalRequest(const QDBusConnection &connection);
 
-    /// The method of the portal's interface, with arguments that end in the options; the option by which the answer is
-    /// found is added here. Returns the results. Throws a PlatformError when there is no portal, when it refuses or
-    /// ends, and when the person declines; a CancellationError after cancel(). Waits for the person without limit.
+    /// Calls the method of the portal's interface. `arguments` must end with the options, to which the token for
+    /// finding the answer is added. Returns the results. Throws a PlatformError if there is no portal, if it refuses or
+    /// ends, or if the user declines, and a CancellationError after cancel(). Waits for the user without a limit.
     [[nodiscard]] QCoro::Task<QVariantMap> ask(QString interface, QString method, QVariantList arguments);
 
-    /// Ends the waiting at once.
+    /// Ends the wait at once.
     void cancel();
 
 private Q_SLOTS:
@@ -38,7 +38,7 @@ private:
     void fail(const QString &description);
 
     QDBusConnection m_connection;
-    QString m_path; ///< of the object that answers
+    QString m_path; ///< the path of the object that will answer
     OneShot<QVariantMap> m_answer;
 };
 

@@ -31,7 +31,7 @@ void StatusNotifierAdaptor::ContextMenu(int x, int y)
 
 void StatusNotifierAdaptor::Scroll(int, const QString &)
 {
-    // There is nothing to scroll through; without the method a host would log an error for every turn of the wheel.
+    // Nothing to scroll, but without this method hosts would log an error for every turn of the wheel.
 }
 
 void StatusNotifierAdaptor::ProvideXdgActivationToken(const QString &token)

@@ -12,7 +12,7 @@
 namespace velmora
 {
 
-/// What a host can read of an item.
+/// The properties of an item that a host can read.
 struct StatusNotifierContent {
     QString id; ///< the same in every run
     QString title;
@@ -23,7 +23,7 @@ struct StatusNotifierContent {
     StatusNotifierToolTip toolTip;
 };
 
-/// What other programs see of a tray item: org.kde.StatusNotifierItem. The names are the protocol's.
+/// The D-Bus interface of a tray item: org.kde.StatusNotifierItem. The names are the protocol's.
 class StatusNotifierAdaptor final : public QDBusAbstractAdaptor
 {
     Q_OBJECT
@@ -46,13 +46,13 @@ class StatusNotifierAdaptor final : public QDBusAbstractAdaptor
     Q_PROPERTY(QString XAyatanaLabelGuide READ label)
 
 public:
-    /// What a host asks the item to do.
+    /// The calls of a host.
     struct Requests {
         std::function<void(QPoint)> activate;
         std::function<void(const QString &)> provideToken;
     };
 
-    /// Belongs to the exported object. `content` outlives it.
+    /// Owned by the exported object. `content` must outlive it.
     StatusNotifierAdaptor(
         QObject *exported, const StatusNotifierContent *content, QDBusObjectPath menu, Requests requests);
 

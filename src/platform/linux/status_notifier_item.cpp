@@ -68,7 +68,7 @@ StatusNotifierItem::~StatusNotifierItem()
 
 StatusNotifierItem::ClickPlace StatusNotifierItem::clickPlaceOfSession()
 {
-    // A program may run on X11 inside of a Wayland session, whose panel counts in its own way.
+    // In a Wayland session even a program on X11 gets coordinates in the panel's own system.
     const bool isX11 = QGuiApplication::platformName() == QLatin1String("xcb");
     return isX11 && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ? ClickPlace::Global : ClickPlace::Unknown;
 }
@@ -81,7 +81,7 @@ void StatusNotifierItem::setTitle(const QString &title)
 
 void StatusNotifierItem::setToolTip(const QString &title, const QString &text)
 {
-    // Hosts take the text for markup, and the title for what it is.
+    // Hosts interpret markup in the text, but not in the title.
     const StatusNotifierToolTip toolTip{{}, {}, title, text.toHtmlEscaped()};
     m_content.accessibleName = text.isEmpty() ? title : QStringLiteral("%1, %2").arg(title, text);
     if (std::exchange(m_content.toolTip, toolTip) != toolTip)
@@ -118,7 +118,7 @@ void StatusNotifierItem::setStatus(Status status)
 void StatusNotifierItem::activate(QPoint place)
 {
     const auto position = m_clickPlace == ClickPlace::Global ? std::optional(place) : std::nullopt;
-    // The host is answered first: it may wait for that, and opening a window takes longer.
+    // Answer the host first: it may be waiting, and opening a window takes longer.
     QMetaObject::invokeMethod(
         this, [this, position] { Q_EMIT activated(position, std::exchange(m_token, {})); }, Qt::QueuedConnection);
 }

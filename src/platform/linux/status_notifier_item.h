@@ -11,30 +11,30 @@
 namespace velmora
 {
 
-/// A tray item by the protocol of org.kde.StatusNotifierItem, with a menu by com.canonical.dbusmenu.
+/// A tray item with the protocol org.kde.StatusNotifierItem, and a menu with com.canonical.dbusmenu.
 class StatusNotifierItem final : public StatusItem
 {
     Q_OBJECT
 
 public:
-    /// What the place of a click is worth, which depends on the desktop and not on the host alone.
+    /// The meaning of a click's coordinates. It depends on the desktop, not on the host alone.
     enum class ClickPlace {
         Global, ///< a point on the screens
-        Unknown, ///< relative to something that only the host knows
+        Unknown, ///< relative to an origin that only the host knows
     };
 
     struct Options {
-        QString id; ///< of the application, the same in every run
+        QString id; ///< the application's, the same in every run
         ClickPlace clickPlace = ClickPlace::Global;
         std::chrono::milliseconds retryDelay = std::chrono::seconds(1);
     };
 
-    /// `bus` is a connection to the session bus for this item alone. The item disconnects it: the end of the
-    /// connection is what tells hosts that the item is gone.
+    /// `bus` is a connection to the session bus for this item alone. The item disconnects it, since hosts recognise the
+    /// end of an item by the end of its connection.
     StatusNotifierItem(const QDBusConnection &bus, const Options &options, QObject *parent = nullptr);
     ~StatusNotifierItem() override;
 
-    /// What clicks are worth in this session. The application object exists.
+    /// The meaning of coordinates in this session. The application object must exist.
     [[nodiscard]] static ClickPlace clickPlaceOfSession();
 
     void setTitle(const QString &title) override;

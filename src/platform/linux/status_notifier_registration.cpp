@@ -27,7 +27,7 @@ QString watcherPath()
 QDBusMessage callToWatcher(const QString &interface, const QString &method)
 {
     QDBusMessage message = QDBusMessage::createMethodCall(watcherName(), watcherPath(), interface, method);
-    // Whether there is a tray is for the desktop to decide.
+    // Never start a watcher: the desktop decides whether there is a tray.
     message.setAutoStartService(false);
     return message;
 }
@@ -60,7 +60,8 @@ void StatusNotifierRegistration::start()
     m_owner.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
     m_owner.setConnection(m_bus);
     m_owner.addWatchedService(watcherName());
-    // From any sender: naming the service would make Qt ask for its owner and wait. The watcher is asked what holds.
+    // Accept any sender: with a service name Qt would block to ask for its owner. hostsChanged() asks the watcher
+    // anyway.
     for (const auto *const signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"})
         m_bus.connect(QString(), watcherPath(), watcherName(), QString::fromLatin1(signal), this, SLOT(hostsChanged()));
     registerItem();
@@ -81,7 +82,7 @@ void StatusNotifierRegistration::registerItem()
 {
     ++m_attempts;
     QDBusMessage message = callToWatcher(watcherName(), QStringLiteral("RegisterStatusNotifierItem"));
-    // The unique name: a sandbox forbids to own the one that is made of the process id.
+    // The unique name, since a sandbox forbids owning the customary name with the process id.
     message << m_bus.baseService();
     call(message, [this](const QDBusMessage &answer) { registrationAnswered(answer); });
 }
@@ -125,8 +126,8 @@ void StatusNotifierRegistration::askForHost()
 void StatusNotifierRegistration::hostAnswered(const QDBusMessage &answer)
 {
     if (isAbsence(answer))
-        return; // the change of its owner is on its way
-    // A watcher that took the item but cannot tell has a host of its own.
+        return; // ownerChanged() will follow
+    // A watcher that accepts the item but does not report hosts shows the items itself.
     const QVariant value = answer.arguments().value(0).value<QDBusVariant>().variant();
     const bool isDenied = value.metaType() == QMetaType::fromType<bool>() && !value.toBool();
     setAvailable(answer.type() != QDBusMessage::ReplyMessage || !isDenied);

@@ -13,22 +13,22 @@
 namespace velmora
 {
 
-/// Keeps the item of a connection registered with whoever is the watcher of tray items, and knows whether a host
-/// shows them.
+/// Keeps the item of a connection registered with the watcher of tray items, and knows whether a host shows it.
 ///
-/// At login the desktop may come after Velmora, and its panel may end and come back: every new watcher is told of the
-/// item. One that is there before its object is asked again a few times. Every call is asynchronous.
+/// At login the desktop may start after Velmora, and its panel may restart, so the item registers with every new
+/// watcher. If a watcher refuses, because it owns its name before its object exists, tries again a few times. Never
+/// blocks.
 class StatusNotifierRegistration final : public QObject
 {
     Q_OBJECT
 
 public:
     /// `bus` is the connection that carries the item. The delay before the second attempt doubles with each further
-    /// one.
+    /// attempt.
     explicit StatusNotifierRegistration(const QDBusConnection &bus,
         std::chrono::milliseconds retryDelay = std::chrono::seconds(1), QObject *parent = nullptr);
 
-    /// To be called once the item can be read.
+    /// Call it once the item is exported.
     void start();
 
     [[nodiscard]] bool isAvailable() const { return m_isAvailable; }
@@ -49,15 +49,15 @@ private:
     void hostAnswered(const QDBusMessage &answer);
     void retryLater();
     void setAvailable(bool isAvailable);
-    /// An answer of an earlier watcher is dropped.
+    /// Drops the answer if the owner of the watcher's name has changed meanwhile.
     void call(QDBusMessage message, Answer answer);
 
     QDBusConnection m_bus;
     QDBusServiceWatcher m_owner;
     QTimer m_retry;
     std::chrono::milliseconds m_retryDelay;
-    int m_attempts = 0; ///< with the present watcher
-    quint64 m_generation = 0; ///< of the watcher
+    int m_attempts = 0; ///< with the current watcher
+    quint64 m_generation = 0; ///< the number of watchers so far
     bool m_isRegistered = false;
     bool m_isAvailable = false;
 };

@@ -11,7 +11,7 @@ class QImage;
 namespace velmora
 {
 
-/// (iiay): a picture in rows from the top, each point as alpha, red, green and blue, not premultiplied.
+/// (iiay): an image in rows from the top, each pixel as alpha, red, green and blue, not premultiplied.
 struct StatusNotifierPixmap {
     int width = 0;
     int height = 0;
@@ -35,10 +35,10 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, StatusNotifierPix
 QDBusArgument &operator<<(QDBusArgument &argument, const StatusNotifierToolTip &toolTip);
 const QDBusArgument &operator>>(const QDBusArgument &argument, StatusNotifierToolTip &toolTip);
 
-/// The images as they travel; those that are empty are left out.
+/// The images in the form for D-Bus, without empty ones.
 [[nodiscard]] QList<StatusNotifierPixmap> statusNotifierPixmaps(const QList<QImage> &images);
 
-/// Makes the types known to D-Bus; may be called again.
+/// Registers the types with D-Bus. May be called again.
 void registerStatusNotifierTypes();
 
 } // namespace velmora

@@ -23,7 +23,7 @@ QString ownFolder(const QString &base)
     return base.isEmpty() ? QString() : QDir::cleanPath(base + QLatin1String(kName));
 }
 
-/// The folder that the variable names, else the one below HOME; empty when there is no HOME either.
+/// The folder in the variable, else the one below HOME; empty without HOME.
 QString baseFolder(const char *variable, QLatin1String belowHome)
 {
     QString named = QFile::decodeName(qgetenv(variable));
@@ -50,7 +50,7 @@ QStringList systemFolders()
 QString runtimeFolder()
 {
     const QString base = QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"));
-    // The session makes it. A folder that is only named is not made, since no other process would look there.
+    // The session creates it. Do not create a missing one, since no other process would use it.
     if (!isUsable(base) || !QFileInfo(base).isDir())
         return {};
     return QDir::cleanPath(base + QStringLiteral("/app/com.tarvik.Velmora"));

@@ -7,20 +7,20 @@
 namespace velmora
 {
 
-/// The folders in which Velmora keeps its files, after the XDG base directory specification. Nothing is
-/// created here. A folder that cannot be told (no HOME) is empty.
+/// The folders for Velmora's files, by the XDG base directory specification. Creates nothing. A folder that is unknown
+/// (no HOME) is empty.
 struct XDGDirectories {
-    QString configuration; ///< $XDG_CONFIG_HOME/velmora: preferences, the person's properties
-    QStringList systemConfiguration; ///< the velmora folder of each of $XDG_CONFIG_DIRS, in their order
-    QString data; ///< $XDG_DATA_HOME/velmora: locks, where there is no runtime folder
+    QString configuration; ///< $XDG_CONFIG_HOME/velmora: preferences, the user's properties
+    QStringList systemConfiguration; ///< the velmora folder in each of $XDG_CONFIG_DIRS, in their order
+    QString data; ///< $XDG_DATA_HOME/velmora: locks if there is no runtime folder
     QString cache; ///< $XDG_CACHE_HOME/velmora: the saved deployments
-    /// $XDG_RUNTIME_DIR/app/com.tarvik.Velmora: locks. Gone with the session; the one folder of the kind that a Flatpak
-    /// shares with the system. Empty where there is no such folder to be in.
+    /// $XDG_RUNTIME_DIR/app/com.tarvik.Velmora: locks. Removed with the session. The only runtime folder that a Flatpak
+    /// shares with the system. Empty if $XDG_RUNTIME_DIR does not exist.
     QString runtime;
 
-    /// From the environment of the process; relative paths in it are ignored, as the rules want.
+    /// From the environment of the process. Ignores relative paths, as the specification demands.
     static XDGDirectories fromEnvironment();
-    /// Everything under one folder, nothing of the system: a throw-away profile.
+    /// All folders below one, without the system's: a temporary profile.
     static XDGDirectories under(const QString &folder);
 };
 
