@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// One answer of 400 deployments into snapshots: the program's own way, and the same mapping over other libraries.
+// Decodes an answer with 400 deployments into snapshots: as Velmora does, and with the same mapping over other
+// libraries.
 #include "generated_response.h"
 #include "github/deployments_query.h"
 #include "support/json.h"
@@ -25,7 +26,7 @@ const QByteArray &response()
     return text;
 }
 
-// Each library is a type with the same four functions, which are all that the mapping needs of it.
+// Each library is a type with the four functions that the mapping needs.
 
 struct QtTree {
     using Node = QJsonValue;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Opening the list with 20 to 20,000 deployments up to its first paint, and a refresh that changes one of them. The
-// list is painted into a picture in memory, at the size that it has in the window.
+// Opens the list with 20 to 20,000 deployments until its first paint, and refreshes it with one change. Paints into an
+// image of the size that the list has in the window.
 #include "support/clock.h"
 #include "ui/deployment_list_view.h"
 
@@ -64,7 +64,7 @@ private:
     QImage m_picture;
 };
 
-/// Everything of a list that was hidden: made, filled, shown, painted.
+/// Opens a hidden list: creates, fills, shows and paints it.
 void openAndPaint(benchmark::State &state)
 {
     const auto list = deployments(state.range(0));
@@ -78,8 +78,8 @@ void openAndPaint(benchmark::State &state)
 }
 BENCHMARK(openAndPaint)->Arg(20)->Arg(2'000)->Arg(20'000)->Unit(benchmark::kMicrosecond);
 
-/// One deployment ends: it leaves "In progress" and becomes the newest result, and comes back. The other texts are
-/// shared with the list before, as after a fetch of the one repository.
+/// Moves one deployment from "In progress" to the results and back. All other texts are shared with the previous list,
+/// as after a fetch of that repository.
 void changeOneAndPaint(benchmark::State &state)
 {
     const auto before = deployments(state.range(0));
@@ -99,7 +99,7 @@ void changeOneAndPaint(benchmark::State &state)
 }
 BENCHMARK(changeOneAndPaint)->Arg(20)->Arg(2'000)->Arg(20'000)->Unit(benchmark::kMicrosecond);
 
-/// The same, but every text was fetched anew.
+/// The same, but without shared texts.
 void refreshAllAndPaint(benchmark::State &state)
 {
     const auto before = deployments(state.range(0));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a tray program costs that does nothing: an icon, a menu, and a window with a list of 50 rows.
+// The cost of a tray program without a function: an icon, a menu, and a window with a list of 50 rows.
 #include <QApplication>
 #include <QListWidget>
 #include <QMenu>

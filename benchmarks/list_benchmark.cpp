@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Merging, filtering and ordering 100 to 100,000 deployments, all of them known already.
+// Merges, filters and orders 100 to 100,000 deployments, all of which are known.
 #include "monitor/deployment_list.h"
 
 #include <benchmark/benchmark.h>
@@ -36,7 +36,7 @@ void mergeFilterAndOrder(benchmark::State &state)
         return true;
     };
     for ([[maybe_unused]] auto turn : state) {
-        // A fetch hands its list over: each turn needs one of its own, which is not what is timed.
+        // shownAfterFetch() takes over its list; making one for each turn is not timed.
         state.PauseTiming();
         auto own = fetched;
         own.detach();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// refresh_client ADDRESS REPOSITORIES [REPEATS]: full refreshes as the monitor makes them, from the request to the
-// ordered list. Prints how many deployments were fetched and how many of them are shown.
+// refresh_client ADDRESS REPOSITORIES [REPEATS]: full refreshes like those of the monitor, from the request to the
+// ordered list. Prints how many deployments were fetched, and how many of them are shown.
 #include "generated_response.h"
 #include "github/github_client.h"
 #include "github/network_session.h"

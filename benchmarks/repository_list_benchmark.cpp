@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The list of repositories with 100 to 10,000 of them: searching, painting, switching one.
+// Searches, paints and switches in a list of 100 to 10,000 repositories.
 #include "accounts/authentication_store.h"
 #include "accounts/in_memory_credential_store.h"
 #include "installations/installation_store.h"
@@ -23,7 +23,7 @@ using namespace velmora;
 namespace
 {
 
-/// Preferences that cost as little as they can.
+/// Preferences in memory, at minimal cost.
 class MemoryPreferences final : public Preferences
 {
 public:
@@ -43,7 +43,7 @@ private:
     QHash<QString, Value> m_values;
 };
 
-/// One installation that grants `count` repositories, all on one page.
+/// Answers with one installation that grants `count` repositories on one page.
 class OneInstallation final : public HTTPSession
 {
 public:
@@ -85,7 +85,7 @@ private:
     QByteArray m_installations;
 };
 
-/// The stores as they are in the program, with the repositories loaded.
+/// The real stores, with the repositories loaded.
 class Loaded
 {
 public:
@@ -159,7 +159,7 @@ struct Shown {
     RepositoryListView view;
 };
 
-/// From the letter to the painted list. Every letter finds less, and the last one nothing less than all.
+/// From the key press to the painted list. The searches find fewer and fewer repositories; the last one finds all.
 void typeALetter(benchmark::State &state)
 {
     Shown shown(static_cast<int>(state.range(0)));
@@ -182,7 +182,7 @@ void paintOneScreen(benchmark::State &state)
 }
 BENCHMARK(paintOneScreen)->RangeMultiplier(10)->Range(100, 10'000)->Unit(benchmark::kMillisecond);
 
-/// From the click to the painted list, the preferences included.
+/// From the click to the painted list, including the preferences.
 void switchOne(benchmark::State &state)
 {
     Shown shown(static_cast<int>(state.range(0)));

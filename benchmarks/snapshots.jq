@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# The answers of the deployments query into the list that Velmora shows: the same fields, filter and order.
-# Instants stay texts, which order alike; reading them would cost jq several times as much.
+# Turns answers to the deployments query into the list that Velmora shows: the same fields, filter and order.
+# Instants stay texts, which sort alike; parsing them would cost jq several times as much.
 ($now | tonumber) as $now
 | ($now - 86400 | todateiso8601) as $resultCutOff
 | ($now - 604800 | todateiso8601) as $activeCutOff

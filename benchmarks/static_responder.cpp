@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Answers the deployments query from bodies made beforehand, so that a measurement sees as little of a server as can
-// be. Picks the body by the first repository that the request names; keeps connections alive.
+// Answers the deployments query from prepared bodies, so that the server adds little to a measurement. Picks the body
+// by the first repository in the request; keeps connections alive.
 #include "generated_response.h"
 
 #include <QCoreApplication>
@@ -41,7 +41,7 @@ qsizetype contentLength(const QByteArray &head)
     return head.mid(begin, head.indexOf('\r', begin) - begin).trimmed().toLongLong();
 }
 
-/// Answers every complete request in `pending` and leaves the rest.
+/// Answers every complete request in `pending` and keeps the rest.
 void answer(QTcpSocket &socket, QByteArray &pending, const QHash<QByteArray, QByteArray> &answers)
 {
     while (true) {

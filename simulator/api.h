@@ -11,28 +11,28 @@
 namespace velmora::simulator
 {
 
-/// What every part of the API needs to answer one request.
+/// The state that the API needs to answer one request.
 struct APIContext {
     World &world;
     OAuth &oauth;
     RateLimits &limits;
-    QUrl web; ///< where the stand-in listens
+    QUrl web; ///< the address at which the stand-in listens
     Milliseconds now = 0;
 };
 
-/// GET /user and what lies below it.
+/// GET /user, the paths below it, and GET /rate_limit.
 [[nodiscard]] Response answerREST(const APIContext &context, const Request &request);
 
 /// POST /graphql.
 [[nodiscard]] Response answerGraphQL(const APIContext &context, const Request &request);
 
-/// What is wrong with a request before it is looked at: no user agent; nothing when all is well.
+/// GitHub's refusal of a request without a user agent; nothing for one that has it.
 [[nodiscard]] std::optional<Response> refuseAnonymousAgent(const Request &request);
 
-/// GitHub's error with a message, as REST gives it.
+/// An error as GitHub's REST API reports it.
 [[nodiscard]] Response apiError(int status, const QString &message, const QString &documentation);
 
-/// 401, with the headers of a budget that is nobody's.
+/// A 401 error with an empty rate limit.
 [[nodiscard]] Response badCredentials(const Request &request, const QString &documentation);
 
 /// "2026-05-01T12:00:00Z".

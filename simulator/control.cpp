@@ -189,7 +189,7 @@ Response changeDeployment(Simulator &simulator, const QJsonObject &json)
     return Response::json(200, QJsonObject{{u"id"_s, id}});
 }
 
-/// The identity installs the App on its own account.
+/// Installs the App on the identity's own account.
 Response addInstallation(World &world, const QJsonObject &json)
 {
     const auto identity = world.ownerWithLogin(json["identity"_L1].toString());

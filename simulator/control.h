@@ -8,10 +8,10 @@ namespace velmora::simulator
 
 class Simulator;
 
-/// Whether the request is for the control endpoint, which is no part of what is imitated.
+/// Whether the request is for the control endpoint, which GitHub does not have.
 [[nodiscard]] bool isControl(const Request &request);
 
-/// Does what a request of the control endpoint asks for; README.md lists them.
+/// Carries out a request to the control endpoint; README.md lists them.
 [[nodiscard]] Response answerControl(Simulator &simulator, const Request &request);
 
 } // namespace velmora::simulator

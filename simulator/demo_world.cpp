@@ -54,7 +54,7 @@ void addGroups(World &world, Random &random)
 
 void addInstallations(World &world)
 {
-    // The owners stand in the order of groups(): three people, then the organisations that some of them share.
+    // The owners have the order of groups(): three users, then the organisations, some of which several users see.
     const QList<QSet<int>> whoSees{{0}, {1}, {2}, {0, 1}, {1}, {0, 2}, {2}};
     for (int owner = 0; owner < whoSees.size(); ++owner) {
         QList<int> repositories;
@@ -72,7 +72,7 @@ struct Moment {
     Milliseconds createdAt;
 };
 
-// When something was deployed where, oldest first: much in a few repositories, little in the others.
+// When and where deployments were created, oldest first: many in a few repositories, few in the others.
 QList<Moment> moments(const World &world, Random &random, Milliseconds now)
 {
     QList<Moment> moments;
@@ -95,12 +95,12 @@ void playOut(World &world, Random &random, const Moment &moment, const QUrl &web
     const QString id = beginDeployment(world, script, moment.createdAt);
     Milliseconds at = moment.createdAt;
     for (const Step &step : script.steps)
-        at += step.after / 4; // so that even the latest of the history is over by now
+        at += step.after / 4; // short, so that even the latest deployment has ended by now
     applyStep(world, script, id, script.steps.last(), at);
 }
 
-// What goes wrong on GitHub too: a review that nobody gives, a pending deployment that was left alone, one without
-// any status, a status in another environment than its deployment, and a preview that was torn down.
+// Unusual cases that occur on GitHub: a review that is never given, an abandoned pending deployment, one without a
+// status, a status for another environment than the deployment's, and a preview that was torn down.
 void addOddities(World &world, Random &random, Milliseconds now, const QUrl &web)
 {
     const auto begin = [&](int repository, const QString &environment, Milliseconds age) {
@@ -124,7 +124,7 @@ void addOddities(World &world, Random &random, Milliseconds now, const QUrl &web
     world.changeDeployment(11, goneID)->state = u"DESTROYED"_s;
 }
 
-// Several deployments of one repository may have been added out of order.
+// addOddities() may add a deployment that is older than others of its repository.
 void orderByAge(World &world)
 {
     for (int i = 0; i < world.repositories().size(); ++i) {
@@ -141,7 +141,7 @@ World demoWorld(Random &random, Milliseconds now, const QUrl &web)
     World world;
     addGroups(world, random);
     addInstallations(world);
-    // One repository is known to REST by the older form of its identifier, as some of GitHub's are.
+    // REST knows one repository by the older form of its identifier, as GitHub's does for some.
     Repository &old = world.change(1);
     old.legacyNodeID = QString::fromLatin1(("010:Repository" + QByteArray::number(old.id)).toBase64());
     for (const Moment &moment : moments(world, random, now))

@@ -16,14 +16,14 @@ constexpr auto kDocumentation = "https://docs.github.com/graphql"_L1;
 constexpr qsizetype kMostIDs = 100;
 constexpr int kDeploymentsAnswered = 20; // the query asks for the first 20
 
-// The one query that is understood, in its essence: what stands between blanks, braces and brackets.
+// The one supported query, compared by essence().
 constexpr auto kQuery
     = "query VelmoraDeployments($ids: [ID!]!) { nodes(ids: $ids) { ... on Repository { id nameWithOwner url "
       "deployments(first: 20, orderBy: {field: CREATED_AT, direction: DESC}) { nodes { id environment "
       "latestEnvironment commitOid createdAt updatedAt state creator { login } latestStatus { state description "
       "environment environmentUrl logUrl updatedAt } } } } } rateLimit { cost remaining resetAt } }"_L1;
 
-// Blanks and commas mean nothing in GraphQL, save between two words.
+// The query without spaces and commas, which GraphQL ignores except between two words.
 QString essence(QStringView query)
 {
     QString words;
@@ -90,7 +90,7 @@ QByteArray encodeRepository(const APIContext &context, int position)
     return text;
 }
 
-/// The parts of an answer as they grow, entry by entry.
+/// Collects the parts of an answer.
 struct Answer {
     QByteArrayList nodes;
     QJsonArray errors;

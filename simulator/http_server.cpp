@@ -92,7 +92,7 @@ QByteArray headOf(const Response &response, bool withLength)
 
 } // namespace
 
-/// One request on its way to its answer. It ends with the connection or with the answer.
+/// A request being answered. It ends with the answer, or with the connection.
 struct HTTPServer::Exchange {
     QPointer<QTcpSocket> socket;
     Reply reply;
@@ -102,7 +102,7 @@ struct HTTPServer::Exchange {
 
     [[nodiscard]] bool hasEnded() const { return !reply.finished; }
 
-    /// Tells how it ended, and lets go of everything: the connection may live on for ever.
+    /// Reports the end and disconnects: the connection may outlive the exchange.
     void finish(int status)
     {
         const auto finished = std::exchange(reply.finished, nullptr);
@@ -132,7 +132,7 @@ bool HTTPServer::handleRequest(const QHttpServerRequest &incoming, QTcpSocket *s
     exchange->isHead = request.method == "HEAD";
     exchange->closesAfterwards = request.header("Connection").value_or(QByteArray()).toLower() == "close";
     exchange->whenDisconnected = connect(socket, &QTcpSocket::disconnected, this, [exchange] {
-        const auto kept = exchange; // finishing ends this very connection
+        const auto kept = exchange; // keeps the exchange alive, because finish() deletes this lambda
         kept->finish(0);
     });
     if (exchange->reply.delivery.hang) {
@@ -164,7 +164,7 @@ void HTTPServer::answerHanging()
 
 void HTTPServer::missingHandler(const QHttpServerRequest &, QTcpSocket *)
 {
-    // Every request is handled above.
+    // handleRequest() handles every request.
 }
 
 void HTTPServer::send(const std::shared_ptr<Exchange> &exchange)

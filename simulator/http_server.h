@@ -14,26 +14,26 @@
 namespace velmora::simulator
 {
 
-/// What to do with one request.
+/// How to answer a request.
 struct Reply {
     Response response;
     Delivery delivery;
-    std::function<void(int status)> finished; ///< called once: with the status, or 0 when the answer never left whole
+    std::function<void(int status)> finished; ///< called once; status 0: not sent completely
 };
 
-/// Takes requests on the loopback address and sends answers, faultless or faulty. It knows nothing of what
-/// it serves.
+/// Receives requests on the loopback address and delivers answers, with faults if so requested. Independent of what it
+/// serves.
 class HTTPServer final : public QAbstractHttpServer
 {
 public:
     using Handler = std::function<Reply(const Request &)>;
 
     explicit HTTPServer(Handler handler, QObject *parent = nullptr);
-    /// The port it listens on, 0 when that failed. Port 0 asks for a free one.
+    /// Returns the port, or 0 if listening failed. Port 0 picks a free one.
     [[nodiscard]] quint16 start(quint16 port);
-    /// How many requests hang: their clients are still there, and wait.
+    /// The number of hanging requests whose clients still wait.
     [[nodiscard]] qsizetype hangingCount() const;
-    /// Sends the answers to the requests that hang.
+    /// Sends the answers to all hanging requests.
     void answerHanging();
 
 protected:

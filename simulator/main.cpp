@@ -32,7 +32,7 @@ void addOptions(QCommandLineParser &parser)
         {u"no-story"_s, u"Nothing changes by itself."_s}, {u"exit-with-stdin"_s, u"End when standard input ends."_s}});
 }
 
-/// The options of the command line; nothing, with a message, when one of them is wrong.
+/// The options of the command line; on an error nothing, after printing a message.
 std::optional<SimulatorOptions> optionsFrom(const QCommandLineParser &parser)
 {
     SimulatorOptions options;

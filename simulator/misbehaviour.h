@@ -10,49 +10,49 @@
 namespace velmora::simulator
 {
 
-/// How an answer goes out; the default is faultless.
+/// How an answer is delivered; by default without a fault.
 struct Delivery {
     enum class Close {
-        Never, ///< the connection is kept
-        Before, ///< the connection ends without a byte of an answer
-        Middle, ///< the connection ends after half of the body
+        Never, ///< the connection stays open
+        Before, ///< the connection closes without an answer
+        Middle, ///< the connection closes after half of the body
     };
     int delayMilliseconds = 0;
-    std::optional<qint64> truncateAfter; ///< bytes of the body, whose full length was promised
-    bool endlessBody = false; ///< the body is followed by blanks without an end
-    bool hang = false; ///< nothing is answered before Simulator::answerHanging()
+    std::optional<qint64> truncateAfter; ///< bytes of the body to send, while Content-Length announces all
+    bool endlessBody = false; ///< spaces follow the body without end
+    bool hang = false; ///< no answer before Simulator::answerHanging()
     Close close = Close::Never;
 };
 
-/// One way to misbehave, and for which requests.
+/// A fault, and the requests it applies to.
 struct MisbehaviourRule {
     QByteArray method; ///< empty: any
-    QByteArray path; ///< empty: any; with a "*" at its end: the beginning of the path
-    QString login; ///< empty: any; otherwise only requests that carry a valid token of that person
-    int after = 0; ///< requests that match but pass untouched first
-    int times = -1; ///< requests that it is applied to; negative: for ever
+    QByteArray path; ///< empty: any; "*" at the end: any path with this prefix
+    QString login; ///< empty: any; else only requests with a valid token of this login
+    int after = 0; ///< the number of matching requests to skip first
+    int times = -1; ///< the number of requests to apply it to; negative: unlimited
 
-    std::optional<int> status; ///< absent: the ordinary answer, with what follows changed
-    QList<Header> headers; ///< added; one that the answer has already is replaced
+    std::optional<int> status; ///< absent: the ordinary answer, modified
+    QList<Header> headers; ///< added, or replacing headers of the same name
     std::optional<QByteArray> body;
     Delivery delivery;
 
-    /// The rule that the JSON of the control endpoint describes; nothing, with a reason, when it is wrong.
+    /// Parses a rule from the JSON of the control endpoint; nothing, with a reason, if it is wrong.
     [[nodiscard]] static std::optional<MisbehaviourRule> fromJSON(const QJsonObject &json, QString *reason);
-    /// Whether it is meant for the request, which the token in it shows to be that person's.
+    /// Whether the rule applies to the request, whose token belongs to `requestLogin`.
     [[nodiscard]] bool matches(const Request &request, const QString &requestLogin) const;
-    /// The ordinary answer as this rule changes it.
+    /// The ordinary answer as modified by this rule.
     [[nodiscard]] Response apply(Response ordinary) const;
 };
 
-/// The rules in force. The first that matches and is not used up decides.
+/// The rules in force. The first rule that matches and is not used up applies.
 class Misbehaviour
 {
 public:
     void add(const MisbehaviourRule &rule) { m_rules.append(rule); }
     void clear() { m_rules.clear(); }
     [[nodiscard]] qsizetype count() const { return m_rules.size(); }
-    /// The rule for this request of that person, counted as used; nothing when the request is to be answered as usual.
+    /// The rule for this request, counted as used; nothing if the request gets the ordinary answer.
     [[nodiscard]] std::optional<MisbehaviourRule> take(const Request &request, const QString &login);
 
 private:

@@ -29,7 +29,7 @@ Pairs wrongClient()
             "#incorrect-client-credentials"_s}};
 }
 
-// Numbers are numbers in JSON and text in a form.
+// Expiry times and intervals are numbers in JSON, but text in a form.
 QJsonObject jsonOf(const Pairs &pairs)
 {
     static const QSet<QString> numbers{u"expires_in"_s, u"interval"_s, u"refresh_token_expires_in"_s};
@@ -46,7 +46,7 @@ Response answer(const Request &request, int status, const Pairs &pairs)
     return {status, {{"Content-Type", "application/x-www-form-urlencoded; charset=utf-8"}}, encodeForm(pairs)};
 }
 
-// GitHub takes the values from the query, from a form and from JSON.
+// GitHub accepts parameters in the query, in a form and in JSON.
 std::map<QString, QString> valuesOf(const Request &request)
 {
     std::map<QString, QString> values;
@@ -92,7 +92,7 @@ Response OAuth::deviceCode(const Request &request, const QUrl &web, Milliseconds
     dropOld(now);
     DeviceCode code;
     code.deviceCode = m_random.hex(40);
-    static constexpr auto kLetters = "BCDFGHJKLMNPQRSTVWXZ"_L1; // no vowels, so that no words come out
+    static constexpr auto kLetters = "BCDFGHJKLMNPQRSTVWXZ"_L1; // without vowels, so that no words result
     for (int i = 0; i < 8; ++i)
         code.userCode += kLetters[m_random.between(0, kLetters.size() - 1)];
     code.userCode.insert(4, u'-');
@@ -167,7 +167,7 @@ Pairs OAuth::refresh(const Form &form, Milliseconds now)
         return failure(u"bad_refresh_token"_s, u"The refresh token passed is incorrect or expired."_s,
             u"error-codes-for-the-refresh-token-flow"_s);
     const Grant used = *old;
-    m_grants.erase(old); // both old tokens end here, whether or not the answer arrives
+    m_grants.erase(old); // both old tokens become invalid, even if the answer gets lost
     return grant(used.login, used.clientID, now);
 }
 
@@ -284,7 +284,7 @@ void OAuth::forget(const QString &deviceCode)
 
 void OAuth::dropOld(Milliseconds now)
 {
-    // Expired codes are known for one lifetime more, so that a late poll is told what happened.
+    // Keeps expired codes for one more lifetime, so that a late poll is answered with the reason.
     m_codes.removeIf(
         [&](const DeviceCode &code) { return now - code.createdAt > 2 * m_settings.deviceCodeSeconds * 1'000; });
     if (std::size_t(m_codes.size()) >= kMostDeviceCodes)

@@ -13,25 +13,25 @@
 namespace velmora::simulator
 {
 
-/// The client identifier of the one App that exists unless others are named.
+/// The client id of the App that exists by default.
 [[nodiscard]] QString demoClientID();
 
-/// How the device flow and the tokens behave.
+/// The behaviour of the device flow and of tokens.
 struct OAuthSettings {
     QStringList clientIDs{demoClientID()}; ///< the Apps that exist
     int interval = 5; ///< seconds between two polls
     qint64 deviceCodeSeconds = 900;
-    std::optional<Milliseconds> autoApproveAfter; ///< device codes approve themselves, for each person in turn
+    std::optional<Milliseconds> autoApproveAfter; ///< codes approve themselves, for each user in turn
     bool tokensExpire = true;
     qint64 accessTokenSeconds = 28'800;
     qint64 refreshTokenSeconds = 15'811'200;
 };
 
-/// The device flow and the life of tokens. Everything it keeps is bounded.
+/// The device flow and the lifetimes of tokens. All its lists are bounded.
 class OAuth
 {
 public:
-    static constexpr int kMostTokensOfOne = 10; ///< for one person and App; the oldest goes
+    static constexpr int kMostTokensOfOne = 10; ///< for each user and App; the oldest is dropped
     static constexpr std::size_t kMostDeviceCodes = 1'000;
 
     OAuth(OAuthSettings settings, quint64 seed);
@@ -41,20 +41,20 @@ public:
     /// POST /login/oauth/access_token.
     [[nodiscard]] Response accessToken(const Request &request, const World &world, Milliseconds now);
 
-    /// The login that a token belongs to; empty for one that is unknown, expired or revoked.
+    /// The login that owns the token; empty if it is unknown, expired or revoked.
     [[nodiscard]] QString loginOf(const QString &token, Milliseconds now) const;
-    /// A token out of turn, for tests.
+    /// Issues a token without the device flow, for tests.
     [[nodiscard]] QString issueAccessToken(const QString &login, Milliseconds now);
 
-    /// What a person does with the code on the page; false when there is no such code to decide about.
+    /// What a user does with the code on the page. False if no such code is pending.
     bool approve(const QString &userCode, const QString &login);
     bool deny(const QString &userCode);
     bool expire(const QString &userCode);
-    /// Ends every token of that person.
+    /// Revokes all tokens of the login.
     void revoke(const QString &login);
     /// Forgets every code and token.
     void clear();
-    /// The user codes that wait for a decision.
+    /// The user codes that are still pending.
     [[nodiscard]] QStringList pendingUserCodes() const;
 
     [[nodiscard]] OAuthSettings &settings() { return m_settings; }
@@ -77,7 +77,7 @@ private:
         QString clientID;
         QString accessToken;
         std::optional<Milliseconds> accessExpiresAt;
-        QString refreshToken; ///< empty without expiry
+        QString refreshToken; ///< empty if tokens do not expire
         Milliseconds refreshExpiresAt = 0;
     };
 

@@ -50,11 +50,11 @@ QByteArray avatarPNG(quint32 number)
     const auto part = [&](int shift) {
         return char(0x40 + ((mixed >> shift) & 0x7f));
     };
-    QByteArray row(1, '\0'); // no filter
+    QByteArray row(1, '\0'); // filter type: none
     for (quint32 x = 0; x < kSize; ++x)
         row.append(part(3)).append(part(11)).append(part(19));
     const QByteArray header = bigEndian(kSize) + bigEndian(kSize) + QByteArray("\x08\x02\x00\x00\x00", 5);
-    // Qt puts the length, four bytes, before the stream that PNG wants.
+    // qCompress() puts four bytes of length before the zlib stream.
     const QByteArray pixels = qCompress(row.repeated(kSize), 9).mid(4);
     return QByteArray("\x89PNG\r\n\x1a\n", 8) + chunk("IHDR", header) + chunk("IDAT", pixels) + chunk("IEND", {});
 }

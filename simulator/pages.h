@@ -9,10 +9,10 @@
 namespace velmora::simulator
 {
 
-/// The pages and pictures to which addresses in the answers lead; nothing for a path that has none.
+/// The pages and pictures that addresses in the answers lead to; nothing for other paths.
 [[nodiscard]] std::optional<Response> answerPage(const World &world, const Request &request);
 
-/// A picture of one colour, made from the number.
+/// A picture in one colour, which depends on the number.
 [[nodiscard]] QByteArray avatarPNG(quint32 number);
 
 } // namespace velmora::simulator

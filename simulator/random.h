@@ -8,7 +8,7 @@
 namespace velmora::simulator
 {
 
-/// Chance that comes out the same everywhere for one seed; the distributions of the standard library may not.
+/// Random numbers that are reproducible from the seed on every platform; the standard distributions are not.
 class Random
 {
 public:
@@ -17,20 +17,20 @@ public:
     {
     }
 
-    /// A number from `least` to `most`, both included.
+    /// A number from `least` to `most`, inclusive.
     [[nodiscard]] qint64 between(qint64 least, qint64 most)
     {
         return least + qint64(m_engine() % quint64(most - least + 1));
     }
-    /// True in `percent` of a hundred cases.
+    /// True with a probability of `percent`.
     [[nodiscard]] bool chance(int percent) { return between(1, 100) <= percent; }
-    /// One of the entries; the list must not be empty.
+    /// A random entry; the list must not be empty.
     template <typename T>
     [[nodiscard]] const T &pick(const QList<T> &list)
     {
         return list[qsizetype(between(0, list.size() - 1))];
     }
-    /// Hexadecimal digits, such as those of a commit.
+    /// Random hexadecimal digits, for a commit for instance.
     [[nodiscard]] QString hex(int digits)
     {
         QString text;

@@ -10,32 +10,32 @@
 namespace velmora::simulator
 {
 
-/// What is left of one budget.
+/// The remaining budget for one resource.
 struct RateLimit {
     static constexpr int kLimit = 5'000;
     int remaining = kLimit;
     Milliseconds resetAt = 0;
 };
 
-/// The hourly budgets of every person: one for GraphQL, one for REST.
+/// The hourly budgets of each user: one for GraphQL, one for REST.
 class RateLimits
 {
 public:
     static constexpr Milliseconds kWindow = 3'600'000;
 
-    /// Takes one point, if there is one; the result is what is left. `isSpent` tells that there was none.
+    /// Spends one point if any is left, and returns the budget. Sets `isSpent` if none was left.
     [[nodiscard]] RateLimit take(const QString &login, const QByteArray &resource, Milliseconds now, bool *isSpent);
-    /// What is left, nothing taken.
+    /// The budget, without spending anything.
     [[nodiscard]] RateLimit look(const QString &login, const QByteArray &resource, Milliseconds now);
-    /// Sets both budgets of a person.
+    /// Sets both budgets of a user.
     void set(const QString &login, int remaining, Milliseconds resetAt);
     void clear() { m_limits.clear(); }
 
-    /// Whether there are limits at all; an Enterprise Server has none unless its owner wants them.
+    /// Whether limits apply. On an Enterprise Server they do not by default.
     [[nodiscard]] bool areOn() const { return m_areOn; }
     void setOn(bool areOn) { m_areOn = areOn; }
 
-    /// The headers that tell of the budget; none without limits.
+    /// The headers that report the budget; none without limits.
     [[nodiscard]] QList<Header> headers(const RateLimit &limit, const QByteArray &resource) const;
 
 private:

@@ -18,7 +18,7 @@ namespace
 constexpr auto kDocumentation = "https://docs.github.com/rest"_L1;
 constexpr auto kVersionHeader = "X-GitHub-Api-Version";
 
-/// What is known once the request has passed every check.
+/// A request that has passed every check.
 struct Caller {
     const APIContext &context;
     const Request &request;
@@ -134,7 +134,7 @@ QJsonObject budgetJSON(const RateLimit &limit, int whole, const QString &resourc
         {u"reset"_s, limit.resetAt / 1'000}, {u"resource"_s, resource}};
 }
 
-/// Asking for the budgets costs nothing, and takes no token; without one there is little to tell.
+/// GET /rate_limit costs nothing and works without a token, with less content.
 Response rateLimits(const APIContext &context, const QString &login, APIVersion version)
 {
     constexpr int kAnonymousLimit = 60;
@@ -189,7 +189,7 @@ Response rateLimited(const Caller &caller, const RateLimit &limit, const QString
     return response;
 }
 
-// An answer that the client has already costs nothing.
+// An answer that the client has cached costs nothing.
 Response counted(const Caller &caller, Response response, const QString &login)
 {
     const QByteArray tag = entityTag(caller.request, response);

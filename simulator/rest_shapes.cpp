@@ -16,7 +16,7 @@ QString root(const QUrl &web)
     return web.toString(QUrl::StripTrailingSlash);
 }
 
-// GitHub gives these two times with milliseconds and an offset, unlike all others.
+// In GitHub's answers these two times have milliseconds and an offset, unlike all others.
 constexpr auto kInstalledAt = "2025-06-21T17:39:33.000+03:00"_L1;
 constexpr auto kInstallationChangedAt = "2026-01-14T09:05:12.000+02:00"_L1;
 
@@ -42,7 +42,7 @@ QJsonValue accountOf(const World &world, const Installation &installation, const
     return simpleUser(owner, web);
 }
 
-// The addresses that are the repository's own with a word behind, in GitHub's template notation.
+// Addresses below that of the repository, in GitHub's template notation.
 constexpr std::pair<QLatin1StringView, QLatin1StringView> kRepositoryAddresses[] = {
     {"archive_url"_L1, "/{archive_format}{/ref}"_L1}, {"assignees_url"_L1, "/assignees{/user}"_L1},
     {"blobs_url"_L1, "/git/blobs{/sha}"_L1}, {"branches_url"_L1, "/branches{/branch}"_L1},

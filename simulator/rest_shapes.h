@@ -9,13 +9,13 @@
 namespace velmora::simulator
 {
 
-/// The versions of GitHub's REST API that are answered; some fields exist in only one of them.
+/// The supported versions of GitHub's REST API. Some fields exist in one of them only.
 enum class APIVersion { V2022_11_28, V2026_03_10 };
 
-/// A user or an organisation as it stands within other answers.
+/// A user or organisation as part of another answer.
 [[nodiscard]] QJsonObject simpleUser(const Owner &owner, const QUrl &web);
 
-/// The answer to a person who asks about themselves.
+/// The answer to GET /user.
 [[nodiscard]] QJsonObject privateUser(const Owner &owner, const QUrl &web);
 
 [[nodiscard]] QJsonObject installationJSON(const World &world, int installation, const QUrl &web);

@@ -21,7 +21,7 @@ QString pickEnvironment(Random &random)
 
 QString pickCreator(Random &random, const World &world)
 {
-    // In GraphQL a bot has no suffix in its name.
+    // In GraphQL the login of a bot has no suffix.
     if (random.chance(25))
         return u"github-actions"_s;
     return world.owners()[random.pick(world.identities())].login;

@@ -9,14 +9,14 @@
 namespace velmora::simulator
 {
 
-/// One step of a deployment's life.
+/// One step in the life of a deployment.
 struct Step {
-    Milliseconds after = 0; ///< since the step before
-    QString state; ///< GitHub's word for a status
+    Milliseconds after = 0; ///< since the previous step
+    QString state; ///< GitHub's name of a status
     std::optional<QString> description;
 };
 
-/// The life of one deployment, from its creation to its outcome.
+/// The life of a deployment, from creation to outcome.
 struct Script {
     int repository = 0;
     QString environment;
@@ -27,17 +27,17 @@ struct Script {
     QList<Step> steps;
 };
 
-/// A life for a new deployment somewhere in the world.
+/// A random life for a new deployment of the repository.
 [[nodiscard]] Script makeScript(Random &random, const World &world, int repository, const QUrl &web);
 
-/// Creates the deployment of the script, without a status yet; the result is its identifier.
+/// Creates the deployment of the script, without a status; returns its identifier.
 QString beginDeployment(World &world, const Script &script, Milliseconds now);
 
-/// Gives the deployment that status. A success ends earlier successes in the same environment, unless that is
-/// production. Nothing happens when the deployment is gone.
+/// Sets the status of the deployment. A success makes earlier successes in the same environment inactive, unless that
+/// is production. Does nothing if the deployment no longer exists.
 void applyStep(World &world, const Script &script, const QString &deployment, const Step &step, Milliseconds now);
 
-/// GitHub's word for the state of a deployment whose latest status has this state.
+/// GitHub's state for a deployment whose latest status has this state.
 [[nodiscard]] QString deploymentState(const QString &statusState);
 
 } // namespace velmora::simulator

@@ -58,7 +58,7 @@ void Simulator::pauseStory(bool isPaused)
 
 void Simulator::tellStory()
 {
-    // Each time, so that what passed during a pause is not caught up with.
+    // Restarted in each call, so that the story does not catch up after a pause.
     const Milliseconds elapsed = m_sinceStory.isValid() ? m_sinceStory.restart() : 0;
     if (!isStoryPaused())
         m_story->advance(Milliseconds(double(elapsed) * m_options.speed), now(), m_options.speed);
@@ -97,7 +97,7 @@ Reply Simulator::reply(const Request &request)
         return {answer(request), {}, {}};
     const quint64 number = m_log.begin(request);
     Reply reply;
-    // A rule with a status answers in the place of the stand-in, which then never learns of the request.
+    // A rule with a status replaces the answer; the request then has no effect.
     const auto rule = m_misbehaviour.take(request, m_oauth.loginOf(request.token(), now()));
     if (!rule || !rule->status)
         reply.response = answer(request);

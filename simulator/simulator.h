@@ -23,15 +23,15 @@ namespace velmora::simulator
 {
 
 struct SimulatorOptions {
-    quint16 port = 0; ///< 0: a free one
+    quint16 port = 0; ///< 0: a free port
     quint64 seed = 1;
     double speed = 1; ///< of the story
     bool playsStory = true;
     OAuthSettings oauth;
-    std::function<Milliseconds()> clock; ///< the wall clock; without one, that of the machine
+    std::function<Milliseconds()> clock; ///< the wall clock; by default that of the machine
 };
 
-/// A stand-in for GitHub that listens on the loopback address. It ends, with every connection, when destroyed.
+/// A stand-in for GitHub that listens on the loopback address. Its destruction closes all connections.
 class Simulator final : public QObject
 {
     Q_OBJECT
@@ -39,9 +39,9 @@ public:
     explicit Simulator(SimulatorOptions options = {}, QObject *parent = nullptr);
     ~Simulator() override;
 
-    /// Makes the world and listens; false when the port is taken.
+    /// Creates the world and listens; false if the port is taken.
     [[nodiscard]] bool start();
-    /// The base of the API and of every page; the login addresses lie below "login". Valid after start().
+    /// The base address of API and pages; login addresses are below "login". Valid after start().
     [[nodiscard]] QUrl url() const { return m_url; }
 
     [[nodiscard]] World &world() { return m_world; }
@@ -51,27 +51,26 @@ public:
     [[nodiscard]] const RequestLog &log() const { return m_log; }
     [[nodiscard]] Misbehaviour &misbehaviour() { return m_misbehaviour; }
 
-    /// How many requests wait because a rule has them hang.
+    /// The number of requests that hang because of a rule.
     [[nodiscard]] qsizetype hangingCount() const { return m_server ? m_server->hangingCount() : 0; }
-    /// Answers the requests that a rule has hang, as the rule says otherwise and with what was true when they came.
+    /// Answers the hanging requests with what was determined on their arrival, modified by their rule.
     void answerHanging();
 
-    /// A token of that person, without the device flow.
+    /// A token of the login, without the device flow.
     [[nodiscard]] QString issueAccessToken(const QString &login) { return m_oauth.issueAccessToken(login, now()); }
-    /// Puts an artificial world in the place of the present one and ends the story. Tokens stay, for the logins
-    /// that exist in both.
+    /// Replaces the world by an artificial one and ends the story. Tokens stay valid for logins that exist in both.
     void replaceWorld(const WorldSize &size);
-    /// Back to the story's world, from its beginning.
+    /// Restores the world of the story and restarts it.
     void restoreWorld();
     void pauseStory(bool isPaused);
     [[nodiscard]] bool isStoryPaused() const { return m_isPaused || !m_story; }
 
-    /// The wall clock as the stand-in sees it.
+    /// The wall clock of the stand-in.
     [[nodiscard]] Milliseconds now() const;
-    /// Moves that clock, for token lifetimes and rate limits; the story does not notice.
+    /// Advances the wall clock, which governs token lifetimes and rate limits. The story is not affected.
     void advanceClock(Milliseconds by) { m_clockOffset += by; }
 
-    /// The answer to one request, as if it had come over the network.
+    /// The answer to a request as if it had come over the network, without rules.
     [[nodiscard]] Response answer(const Request &request);
 
 private:

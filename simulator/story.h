@@ -14,26 +14,26 @@
 namespace velmora::simulator
 {
 
-/// Lets deployments begin, unfold and end in a world, for ever. It moves only when told to, and for one seed always
-/// in the same way, however large the steps are in which it is moved.
+/// Makes deployments begin, progress and end, without end. Moves only in advance(). The same seed gives the same story,
+/// no matter how its time is divided into steps.
 class Story
 {
 public:
     static constexpr int kMostUnderWay = 6;
 
-    /// The world must outlive the story.
+    /// The pointers are not owned and outlive the story.
     Story(World *world, Random *random, QUrl web);
 
-    /// Moves on by `elapsed` of the story's own time, which ends at `now` and passes `speed` times as fast.
+    /// Advances the story by `elapsed` of its own time, which ends at `now` and runs `speed` times as fast.
     void advance(Milliseconds elapsed, Milliseconds now, double speed = 1);
-    /// How many deployments are on their way.
+    /// The number of deployments under way.
     [[nodiscard]] int underWay() const { return m_underWay; }
     /// The story's own time since its beginning.
     [[nodiscard]] Milliseconds time() const { return m_time; }
 
 private:
     struct Event {
-        std::shared_ptr<Script> script; ///< null: a new deployment begins
+        std::shared_ptr<Script> script; ///< null to begin a new deployment
         QString deployment;
         int step = 0;
     };

@@ -38,13 +38,13 @@ int World::addRepository(int owner, const QString &name)
 {
     const int position = int(m_repositories.size());
     Repository repository;
-    // Beyond 31 bits, as those of GitHub's are expected to become.
+    // Needs more than 31 bits, as GitHub's ids may in future.
     repository.id = 2'200'480'000 + 977 * qint64(position);
     repository.nodeID = nodeIDOf("R_kgDO"_L1, repository.id, 4);
     repository.owner = owner;
     repository.name = name;
     m_repositoryNodes.insert(repository.nodeID, position);
-    // The older form of the identifier resolves too.
+    // The older form of the identifier must resolve, too.
     const QByteArray legacy = "010:Repository" + QByteArray::number(repository.id);
     m_repositoryNodes.insert(QString::fromLatin1(legacy.toBase64()), position);
     m_repositories.append(std::move(repository));

@@ -16,7 +16,7 @@ namespace velmora::simulator
 /// Milliseconds since 1970-01-01T00:00:00Z.
 using Milliseconds = qint64;
 
-/// A user or an organisation: it owns repositories, and a user is an identity that may connect.
+/// A user or an organisation. It owns repositories; a user is also an identity that may connect.
 struct Owner {
     qint64 id = 0;
     QString login;
@@ -26,7 +26,7 @@ struct Owner {
     [[nodiscard]] QString nodeID() const;
 };
 
-/// The newest status of a deployment; states are GitHub's words.
+/// The latest status of a deployment; states are GitHub's names.
 struct DeploymentStatus {
     QString state;
     std::optional<QString> description;
@@ -50,31 +50,31 @@ struct Deployment {
 
 struct Repository {
     qint64 id = 0;
-    QString nodeID; ///< the form that GraphQL answers with
-    QString legacyNodeID; ///< the older form, which REST still gives for some repositories; may be empty
-    int owner = 0; ///< position among the owners
+    QString nodeID; ///< as returned by GraphQL
+    QString legacyNodeID; ///< the older form, which REST returns for some repositories; may be empty
+    int owner = 0; ///< index into the owners
     QString name;
     QString description;
     QString language;
     bool isPrivate = false;
     std::deque<Deployment> deployments; ///< newest first
-    QByteArray encoded; ///< the answer's text for this repository, empty when it must be made again
+    QByteArray encoded; ///< cached JSON for answers; empty after a change
 };
 
-/// What an installation lists in place of its account, when that is not a user or an organisation.
+/// An account of an installation that is neither a user nor an organisation.
 enum class AccountOddity { None, Null, Enterprise };
 
 struct Installation {
     qint64 id = 0;
-    int owner = 0; ///< position among the owners
-    QSet<int> identities; ///< positions of the users who see it
-    QList<int> repositories; ///< positions of the repositories it grants
+    int owner = 0; ///< index into the owners
+    QSet<int> identities; ///< indexes of the users who see it
+    QList<int> repositories; ///< indexes of the granted repositories
     bool selectsRepositories = false;
     bool isSuspended = false;
     AccountOddity oddity = AccountOddity::None;
 };
 
-/// Everything that exists in the stand-in. Positions are stable: nothing is ever removed but old deployments.
+/// All objects of the stand-in. Indexes are stable, because only old deployments are ever removed.
 class World
 {
 public:
@@ -83,31 +83,31 @@ public:
     int addOwner(const QString &login, const QString &name, bool isOrganization);
     int addRepository(int owner, const QString &name);
     int addInstallation(int owner, const QSet<int> &identities, const QList<int> &repositories);
-    /// Adds a deployment as the newest, giving it an identifier; the oldest that is over goes when there are too many.
+    /// Adds the newest deployment and returns its new identifier. Drops the oldest if there are too many.
     QString addDeployment(int repository, Deployment deployment);
 
     [[nodiscard]] const QList<Owner> &owners() const { return m_owners; }
     [[nodiscard]] const QList<Repository> &repositories() const { return m_repositories; }
     [[nodiscard]] const QList<Installation> &installations() const { return m_installations; }
-    /// The repository, to be changed: its encoded text is dropped.
+    /// The repository for modification; drops its cached JSON.
     [[nodiscard]] Repository &change(int repository);
     [[nodiscard]] Installation &changeInstallation(int installation) { return m_installations[installation]; }
-    /// The deployment, to be changed; null when it is gone.
+    /// The deployment for modification; null if it does not exist.
     [[nodiscard]] Deployment *changeDeployment(int repository, const QString &id);
     void keepEncoded(int repository, const QByteArray &text) { m_repositories[repository].encoded = text; }
 
-    /// The positions of the users who may connect, in the order in which they were added.
+    /// The indexes of the users who may connect, in the order of their creation.
     [[nodiscard]] QList<int> identities() const;
     [[nodiscard]] std::optional<int> ownerWithLogin(const QString &login) const;
     [[nodiscard]] QString nameWithOwner(int repository) const;
     [[nodiscard]] std::optional<int> repositoryWithName(const QString &nameWithOwner) const;
-    /// The repository with that node identifier in either form.
+    /// The repository with this node identifier, in either form.
     [[nodiscard]] std::optional<int> repositoryWithNodeID(const QString &id) const;
-    /// Whether the identifier is that of something else than a repository.
+    /// Whether the identifier belongs to a node other than a repository.
     [[nodiscard]] bool isOtherNode(const QString &id) const { return m_otherNodes.contains(id); }
-    /// Whether one of the installations that the user sees grants the repository.
+    /// Whether an installation that the user sees, and that is not suspended, grants the repository.
     [[nodiscard]] bool isVisible(int repository, int identity) const;
-    /// The positions of the installations that the user sees.
+    /// The indexes of the installations that the user sees.
     [[nodiscard]] QList<int> installationsOf(int identity) const;
 
 private:
@@ -120,7 +120,7 @@ private:
     qint64 m_nextDeployment = 3'104'556'120;
 };
 
-/// Whether a deployment in that state may still change by itself.
+/// Whether the state of the deployment may still change.
 [[nodiscard]] bool isUnderWay(const Deployment &deployment);
 
 } // namespace velmora::simulator
