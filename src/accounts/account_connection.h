@@ -27,7 +27,7 @@ class AccountConnection final : public QObject
     Q_OBJECT
 
 public:
-    /// The needs of a connection. The pointers are not owned and outlive it.
+    /// The dependencies of a connection. The pointers are not owned and outlive it.
     struct Services {
         GitHubClient client;
         std::shared_ptr<CredentialStoring> credentialStore;

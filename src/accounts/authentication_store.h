@@ -36,7 +36,7 @@ class AuthenticationStore final : public QObject
     Q_OBJECT
 
 public:
-    /// The needs of the store. The pointers are not owned and outlive the store.
+    /// The dependencies of the store. The pointers are not owned and outlive the store.
     struct Services {
         Preferences *defaults = nullptr;
         Pasteboard *pasteboard = nullptr;

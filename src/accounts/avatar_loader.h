@@ -33,7 +33,7 @@ public:
     [[nodiscard]] QCoro::Task<std::optional<QByteArray>> load(WebAddress address, std::stop_token stop) override;
 
 private:
-    /// The needs of one load, which may outlive the loader.
+    /// The dependencies of one load, which may outlive the loader.
     struct Services {
         std::shared_ptr<HTTPSession> session;
         std::shared_ptr<QThreadPool> pool; ///< one thread, for the disk

@@ -10,8 +10,8 @@ namespace velmora
 
 class Preferences;
 
-/// Counts the connections of each account in the preferences. They show other processes that an account was connected
-/// again although its record stayed equal.
+/// Counts the connections of each account in the preferences. The counts show other processes that an account was
+/// connected again although its record stayed equal.
 class ConnectionCounts
 {
 public:

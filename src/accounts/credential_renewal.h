@@ -27,7 +27,7 @@ class CredentialRenewal final : public QObject
     Q_OBJECT
 
 public:
-    /// The needs of a renewal. The pointers are not owned and outlive this object.
+    /// The dependencies of a renewal. The pointers are not owned and outlive this object.
     struct Services {
         GitHubClient client;
         std::shared_ptr<CredentialStoring> credentialStore;

@@ -184,7 +184,8 @@ QCoro::Task<> prepare(Operation operation)
     co_await unlockProxies(operation, locked);
 }
 
-/// Throws Locked if there is no default collection for a new item, since the provider would ask for its password.
+/// Throws Locked if there is no default collection for a new item: the provider would ask the user for the password of
+/// a new one.
 QCoro::Task<> requireDefaultCollection(Operation operation)
 {
     const auto collection = co_await defaultCollection(operation);

@@ -46,7 +46,7 @@ NotificationRequest requestFor(const DeploymentNotification &notification, Deplo
 
 } // namespace
 
-/// The needs of an operation, which may outlive the service.
+/// The dependencies of an operation, which may outlive the service.
 struct UserNotificationService::State {
     std::shared_ptr<NotificationServer> server;
     std::shared_ptr<NotificationPermission> permission;

@@ -18,7 +18,6 @@ namespace velmora
 /// Copies share one state, so the callback may outlive the coroutine. The first resolve() or fail() resumes the one
 /// waiter on the spot; later ones are ignored. For one thread only. The waiter of a OneShot that is never settled waits
 /// for ever, so every path of the callback's owner must settle it.
-/// owner must settle it.
 template <typename T = void>
 class OneShot
 {

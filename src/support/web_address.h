@@ -11,7 +11,6 @@ namespace velmora
 
 /// An address as it was received. It is kept as text and parsed only on demand, since a list of deployments holds tens
 /// of thousands of addresses of which the user opens a handful. Equality compares the text.
-/// nothing is parsed, normalised or judged before that. Equality compares the text.
 class WebAddress
 {
 public:

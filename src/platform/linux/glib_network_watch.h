@@ -10,7 +10,7 @@ namespace velmora
 {
 
 /// The events of GLib's network monitor: addresses, routes or networks came or went. Works with and without
-/// NetworkManager, while Qt's own monitor needs it.
+/// NetworkManager, unlike Qt's own monitor.
 ///
 /// Needs an event loop that runs GLib's main context, like Qt's on Linux; otherwise emits nothing.
 class GLibNetworkWatch final : public QObject
