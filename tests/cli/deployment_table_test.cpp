@@ -65,7 +65,7 @@ private Q_SLOTS:
         QCOMPARE(renderReport(storyReport(), {}, noon(), {72, 0, false}), expected);
     }
 
-    /// Whoever owns the name on the session bus may send anything.
+    /// Any process that owns the name on the session bus may send a report.
     void noTextOfAReportSteersTheTerminal()
     {
         const QString hostile = QStringLiteral("a\x1b]0;b\a\x1b[2Jc\u202ed\x9b");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The real program, a keyring of its own, and two GitHubs that know the same people by the same ids.
+// The real program with a private keyring and two GitHubs that have the same users with the same ids.
 #include "program_world.h"
 
 #include "accounts/keychain_credential_store.h"
@@ -22,7 +22,7 @@ LoginOrigin originOf(const Simulator &gitHub)
     return LoginOrigin(gitHub.url());
 }
 
-/// The tokens that requests brought to this GitHub, and what was posted to it.
+/// The tokens that were sent to this GitHub, and the bodies with refresh tokens.
 QByteArrayList secretsSentTo(const Simulator &gitHub)
 {
     QByteArrayList secrets;
@@ -60,7 +60,7 @@ private:
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("HOME"), m_home->path());
-        environment.insert(QStringLiteral("PATH"), QStringLiteral("/nowhere")); // so that no browser is found
+        environment.insert(QStringLiteral("PATH"), QStringLiteral("/nowhere")); // no browser is found
         environment.insert(QStringLiteral("GITHUB_CLIENT_ID"), simulator::demoClientID());
         environment.remove(QStringLiteral("QT_LOGGING_RULES"));
         for (auto variable = variables.begin(); variable != variables.end(); ++variable)
@@ -97,7 +97,7 @@ private:
         return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
     }
 
-    /// Leaves the account of that GitHub as an earlier version would have left it; returns its id.
+    /// Changes the account of this GitHub into what an earlier version saved; returns its id.
     qint64 makeEarlier(const Simulator &gitHub) const
     {
         const QString suffix = QLatin1Char('@') + originOf(gitHub).text();
@@ -126,7 +126,7 @@ private Q_SLOTS:
     void init()
     {
         m_home = std::make_unique<QTemporaryDir>();
-        // The same identities, and tokens that differ.
+        // The same identities, but different tokens.
         auto options = quietSimulator();
         for (auto *gitHub : {&m_first, &m_second}) {
             *gitHub = std::make_unique<Simulator>(options);
@@ -147,7 +147,7 @@ private Q_SLOTS:
         QCOMPARE(report->code(), 0);
         QVERIFY2(!report->out().contains("identity 1"), report->out());
         QCOMPARE(secretsSentTo(*m_second), QByteArrayList());
-        // It was left alone, and is there again with its host.
+        // The other host's account was left alone and is there again with its host.
         QCOMPARE(accounts(endpoints(*m_first)), connected);
         QCOMPARE(run("watch --once", endpoints(*m_first))->code(), 0);
     }
@@ -204,7 +204,7 @@ private Q_SLOTS:
         QVERIFY2(report->out().contains("No account is used: the API is at"), report->out());
         QVERIFY2(!report->out().contains("identity 1"), report->out());
         QCOMPARE(secretsSentTo(*m_second), QByteArrayList());
-        // The file says that they belong together.
+        // In the file both hosts belong together.
         writeProperties(mixed);
         m_first->log().clear();
         std::ignore = run("watch --once", {});
@@ -218,16 +218,16 @@ private Q_SLOTS:
         const QByteArray connected = accounts(endpoints(*m_first));
         const qint64 id = makeEarlier(*m_first);
         writeProperties(endpoints(*m_first));
-        // Before it was settled, the report finds what the program will find, and settles nothing.
+        // diagnose finds the same account as the program will, without migrating anything.
         const QJsonObject earlier = preferences();
         QVERIFY(run("diagnose", {})->out().contains("identity 1"));
         QCOMPARE(preferences(), earlier);
         QCOMPARE(accounts({}), connected);
-        // Another host finds nothing, not even under the plain names.
+        // Another host finds nothing, not even under the names of earlier versions.
         QCOMPARE(accounts(endpoints(*m_second)), QByteArray("[]"));
         const Variables gitHub{{QStringLiteral("VELMORA_LOGIN_URL"), QStringLiteral("https://github.com/login")}};
         QCOMPARE(accounts(gitHub), QByteArray("[]"));
-        // With the next token nothing is left under the plain name.
+        // Saving the next token removes the one under the earlier name.
         QCOMPARE(run("watch --once", {})->code(), 0);
         KeychainCredentialStore plain(LoginOrigin::gitHub().keychainService());
         QVERIFY(!awaitValue(plain.load(id)));
@@ -239,12 +239,12 @@ private Q_SLOTS:
         QCOMPARE(run("connect", endpoints(*m_first))->code(), 0);
         const qint64 id = makeEarlier(*m_first);
         const QJsonObject earlier = preferences();
-        // The environment says nothing about the past.
+        // The host in the environment does not own the accounts of earlier versions.
         for (const char *command : {"watch --once", "accounts --json", "refresh"})
             std::ignore = run(command, endpoints(*m_second));
         QCOMPARE(accounts(endpoints(*m_second)), QByteArray("[]"));
         QCOMPARE(secretsSentTo(*m_second), QByteArrayList());
-        // Neither does a file that names another host later.
+        // Nor does a host that is written to the file later.
         writeProperties(endpoints(*m_second));
         QCOMPARE(accounts({}), QByteArray("[]"));
         QCOMPARE(

@@ -97,6 +97,6 @@ private Q_SLOTS:
     }
 };
 
-// With an application object, which sets the locale that the widths come from.
+// Needs an application object, which sets the locale that character widths depend on.
 VELMORA_TEST(PlainTextTest)
 #include "plain_text_test.moc"

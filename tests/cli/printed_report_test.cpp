@@ -15,7 +15,7 @@ using State = DeploymentMonitorState;
 namespace
 {
 
-/// JSON, written here with single quotation marks.
+/// Turns single quotation marks into double ones, to keep JSON literals readable.
 QByteArray json(QByteArray text)
 {
     return text.replace('\'', '"');

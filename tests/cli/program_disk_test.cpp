@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The real program where nothing can be saved, in a home and a keyring of its own.
+// The real program without room on the disk, with a private home and keyring.
 #include "program_world.h"
 
 #include "accounts/keychain_credential_store.h"
@@ -58,7 +58,7 @@ private Q_SLOTS:
         QCOMPARE(loginsWithToken(), m_connected);
         const auto run = withoutRoom("connect");
         QCOMPARE(run->err(), "The account is not saved. " + reason(preferences()));
-        // No token is left behind that no list names.
+        // No token stays in the keyring that no list names.
         QCOMPARE(loginsWithToken(), m_connected);
         QVERIFY(!run->out().contains("Connected as"));
         QCOMPARE(run->code(), 1);
@@ -131,7 +131,7 @@ private:
         return "Cannot write " + path.toUtf8() + ": File too large\n";
     }
 
-    /// Calls this with every identity of the GitHub and the keyring of all of these tests.
+    /// Calls `visit` with every identity of the simulator and the keyring of these tests.
     template <typename Visit>
     void visitIdentities(Visit visit)
     {
@@ -157,7 +157,7 @@ private:
         });
     }
 
-    /// With something that the program does not know, and leaves alone.
+    /// Adds a key that the program does not know and must keep.
     void fillPreferences() const
     {
         QJsonObject object = QJsonDocument::fromJson(content(preferences())).object();
@@ -168,7 +168,7 @@ private:
         file.write(QJsonDocument(object).toJson());
     }
 
-    /// Runs the program where no file can become larger than kRoom.
+    /// Runs the program with a limit of kRoom on the size of files.
     [[nodiscard]] std::unique_ptr<ProgramRun> withoutRoom(const char *arguments) const
     {
         auto run = std::make_unique<ProgramRun>(words(arguments), environment());

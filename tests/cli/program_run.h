@@ -15,14 +15,14 @@
 namespace velmora::testing
 {
 
-/// What "within a second" allows, in milliseconds: a sanitized program looks for leaks before it ends.
+/// The time that "within a second" allows, in milliseconds. A sanitized program looks for leaks before it ends.
 #ifdef __SANITIZE_ADDRESS__
 inline constexpr int kWithinASecond = 15'000;
 #else
 inline constexpr int kWithinASecond = 1'000;
 #endif
 
-/// The real program in a process of its own, whose streams are pipes.
+/// The real program as a child process with pipes as its streams.
 class ProgramRun
 {
 public:
@@ -34,7 +34,7 @@ public:
         m_process.setChildProcessModifier(&heedSignals);
     }
 
-    /// Whoever runs the tests in the background may have them ignore what ends a program.
+    /// Restores the default handling of these signals: a shell may have started the tests with some of them ignored.
     static void heedSignals()
     {
         for (const int number : {SIGINT, SIGTERM, SIGHUP})
@@ -54,13 +54,13 @@ public:
         m_process.closeWriteChannel();
     }
 
-    /// Runs the event loop until the program has ended; false after `milliseconds`.
+    /// Runs the event loop until the program has ended; false if it has not after `milliseconds`.
     [[nodiscard]] bool ends(int milliseconds = 20'000)
     {
         return waitUntil([this] { return m_process.state() == QProcess::NotRunning; }, milliseconds);
     }
 
-    /// Runs the event loop until the output holds the text.
+    /// Runs the event loop until the output contains the text; false if it never does.
     [[nodiscard]] bool prints(const QByteArray &text)
     {
         return waitUntil([&] { return out().contains(text) || m_process.state() == QProcess::NotRunning; })
@@ -77,7 +77,7 @@ public:
         m_err += m_process.readAllStandardError();
         return m_err;
     }
-    /// The exit code; -1 when a signal ended the program.
+    /// The exit code; -1 if a signal ended the program.
     [[nodiscard]] int code() const
     {
         return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
@@ -113,7 +113,7 @@ public:
         ::close(m_slave);
     }
 
-    /// The process will have this terminal as its controlling one.
+    /// Makes this terminal the controlling terminal of the process.
     void attach(QProcess &process) const
     {
         const int slave = m_slave;
@@ -126,7 +126,7 @@ public:
         });
     }
 
-    /// Everything that was written so far.
+    /// All output so far.
     const QByteArray &output()
     {
         char buffer[4096];

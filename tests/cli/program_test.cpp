@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The real program against the stand-in for GitHub, in a home and a keyring of its own.
+// The real program against the simulator, with a private home and keyring.
 #include "keyring/private_keyring.h"
 #include "notification-daemons/fake_notification_daemon.h"
 #include "program_world.h"
@@ -90,7 +90,7 @@ private Q_SLOTS:
         QCOMPARE(refused->out(), QByteArray());
         QCOMPARE(refused->err(),
             login + " was not removed. The keyring was not unlocked. Try again and unlock it when you are asked.\n");
-        // It says so before it sends the user to the browser.
+        // This is reported before the user is sent to the browser.
         QCOMPARE(declined->code(), 1);
         QCOMPARE(declined->out(), QByteArray());
         QVERIFY(declined->err().startsWith("The keyring was not unlocked."));
@@ -299,7 +299,7 @@ private Q_SLOTS:
         connectFirst();
         QProcess shell;
         shell.setProcessEnvironment(environment());
-        // The shell's own "read" takes one line and goes; the test's PATH holds no other program.
+        // bash has `read` built in; the PATH of the test holds no program.
         const QString pipeline = QStringLiteral("\"$0\" watch --json | { read -r line; }; exit ${PIPESTATUS[0]}");
         shell.start(QStringLiteral("bash"), {QStringLiteral("-c"), pipeline, QStringLiteral(VELMORA_PROGRAM)});
         QVERIFY(waitUntil([&] { return shell.state() == QProcess::NotRunning; }));
@@ -423,7 +423,7 @@ private Q_SLOTS:
             QVERIFY(terminal.shows("more"));
             terminal.type("q");
         } else {
-            terminal.type("\x03"); // Ctrl-C, as the terminal sends it
+            terminal.type("\x03"); // Ctrl-C
         }
         QVERIFY(run.ends(kWithinASecond));
         QCOMPARE(run.code(), 0);

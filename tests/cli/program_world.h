@@ -19,7 +19,7 @@ namespace velmora::testing
 using simulator::Simulator;
 using simulator::SimulatorOptions;
 
-/// The GitHub of a test whose story stands still, and where codes are approved at once.
+/// A GitHub without a story, which approves codes at once.
 inline SimulatorOptions quietSimulator()
 {
     SimulatorOptions options;
@@ -48,20 +48,20 @@ inline QList<QJsonObject> jsonLines(const QByteArray &text)
     return objects;
 }
 
-/// A GitHub and a home for the real program, and what a test does with the three.
+/// A GitHub and a home for the real program, with helpers for tests.
 class ProgramWorld
 {
 protected:
     Simulator m_simulator{quietSimulator()};
     std::unique_ptr<QTemporaryDir> m_home;
-    QList<QByteArray> m_connected; ///< logins, in the order in which they were connected
+    QList<QByteArray> m_connected; ///< logins, in the order of connecting
 
     [[nodiscard]] QProcessEnvironment environment() const
     {
         QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
         const QString address = m_simulator.url().toString(QUrl::StripTrailingSlash);
         result.insert(QStringLiteral("HOME"), m_home->path());
-        result.insert(QStringLiteral("PATH"), QStringLiteral("/nowhere")); // so that no browser is found
+        result.insert(QStringLiteral("PATH"), QStringLiteral("/nowhere")); // no browser is found
         result.insert(QStringLiteral("GITHUB_CLIENT_ID"), QStringLiteral("Iv23liVelmoraDemo001"));
         result.insert(QStringLiteral("VELMORA_API_URL"), address);
         result.insert(QStringLiteral("VELMORA_WEB_URL"), address);
@@ -103,7 +103,7 @@ protected:
         return files;
     }
 
-    /// Waits until that many requests for the path wait for their answer.
+    /// Waits until exactly `count` requests for the path are open.
     [[nodiscard]] bool areOpen(const QByteArray &path, qsizetype count)
     {
         return waitUntil([&] {
@@ -113,7 +113,7 @@ protected:
         });
     }
 
-    /// What the simulator's control endpoint answers to a change of its world.
+    /// The answer of the simulator's control endpoint to a change of its world.
     QJsonObject changeWorld(const QJsonObject &change)
     {
         velmora::simulator::Request request;
@@ -123,7 +123,7 @@ protected:
         return QJsonDocument::fromJson(m_simulator.answer(request).body).object();
     }
 
-    /// Gives the deployment (a new one without an id) of the repository a status, and returns its id.
+    /// Sets the status of a deployment, which is created if `id` is empty; returns its id.
     QString deploy(const QString &repository, const QString &id, const char *state)
     {
         QJsonObject deployment{{QStringLiteral("repository"), repository}, {QStringLiteral("ageSeconds"), 0},
@@ -133,7 +133,7 @@ protected:
         return changeWorld({{QStringLiteral("deployment"), deployment}}).value(QLatin1String("id")).toString();
     }
 
-    /// Connects one more of GitHub's people.
+    /// Connects the next identity of the simulator.
     void connectFirst()
     {
         const auto connection = finished("connect");
@@ -143,7 +143,7 @@ protected:
         m_connected.append(rest.first(rest.indexOf('\n')));
     }
 
-    /// Connects this one of GitHub's people, anew if need be.
+    /// Connects this identity of the simulator; again if it is already connected.
     [[nodiscard]] bool connectsAs(const QString &login)
     {
         auto &oauth = m_simulator.oauth();
@@ -155,7 +155,7 @@ protected:
         return isApproved && connection->ends() && connection->code() == 0;
     }
 
-    /// The ids of what is shown without the network.
+    /// The ids of the saved deployments.
     [[nodiscard]] QSet<QString> savedDeployments() const
     {
         QSet<QString> ids;

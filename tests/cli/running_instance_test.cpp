@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Terminal commands beside the tray program, both real, in a session bus, a home and a keyring of their own.
+// Terminal commands beside the tray program, both real, in a private session bus, home and keyring.
 #include "notification-daemons/fake_notification_daemon.h"
 #include "program_world.h"
 #include "support/test_main.h"
@@ -15,7 +15,7 @@ class RunningInstanceTest : public QObject, private ProgramWorld
 private:
     std::unique_ptr<ProgramRun> m_tray;
 
-    /// The tray program, on a desktop that nobody sees.
+    /// Starts the tray program without a visible desktop.
     [[nodiscard]] std::unique_ptr<ProgramRun> startedOnDesktop(const char *arguments) const
     {
         QProcessEnvironment desktop = environment();
@@ -26,7 +26,7 @@ private:
         return run;
     }
 
-    /// On a desktop, with a configuration that cannot be used.
+    /// The environment of a desktop with an invalid configuration.
     [[nodiscard]] QProcessEnvironment refusedEnvironment() const
     {
         QProcessEnvironment result = environment();
@@ -35,7 +35,7 @@ private:
         return result;
     }
 
-    /// Starts the tray program and waits until it shows what is there.
+    /// Starts the tray program and waits until its deployments are loaded.
     void startTray()
     {
         m_tray = startedOnDesktop("");
@@ -52,11 +52,11 @@ private:
         startTray();
     }
 
-    /// How many requests GitHub has had since the log was cleared.
+    /// The number of requests to GitHub since the log was cleared.
     [[nodiscard]] qsizetype requests() { return m_simulator.log().entries().size(); }
 
-    /// How many programs have begun to ask GitHub by themselves since the log was cleared: each asks first what is
-    /// installed, and the one in the tray not again within the hour.
+    /// The number of programs that started polling since the log was cleared. Each first asks for the installations;
+    /// the tray program does so only once an hour.
     [[nodiscard]] qsizetype pollingStarts()
     {
         const auto &entries = m_simulator.log().entries();
@@ -244,7 +244,7 @@ private Q_SLOTS:
         QCOMPARE(finished("refresh")->code(), 1);
         QVERIFY(finished("accounts")->out().contains("Reconnect required"));
         QVERIFY(finished("status --json")->out().contains("Connect " + m_connected.last() + " again."));
-        // The list of accounts stays as it was: nothing but the new token is there to be noticed.
+        // The list of accounts does not change; the only difference is the new token.
         QVERIFY(connectsAs(login));
         QVERIFY(waitUntil([this] { return !finished("accounts")->out().contains("Reconnect required"); }));
         QVERIFY(waitUntil([this] { return finished("status --json")->out().contains("\"ready\""); }));
@@ -278,7 +278,7 @@ private Q_SLOTS:
         const auto entries = m_simulator.log().entries();
         const auto loads = std::ranges::count_if(
             entries, [](const auto &entry) { return entry.request.path == "/user/installations"; });
-        // A command that was slow to start may have come after the first load.
+        // A command that started slowly may have missed the first load.
         QVERIFY2(loads >= 1 && loads <= 2, QByteArray::number(loads).constData());
     }
 
@@ -302,7 +302,7 @@ private Q_SLOTS:
     void aTrayThatLoadsForLongIsWaitedFor()
     {
         connectAndStartTray();
-        // Longer than a tray may be silent.
+        // Longer than a tray program may stay silent.
         addRule("{'path': '/user/installations', 'action': {'delayMilliseconds': 13000}}");
         const auto refresh = started("refresh");
         QVERIFY(refresh->ends(60'000));
@@ -313,7 +313,7 @@ private Q_SLOTS:
     void whatTheWindowCommandsAskForIsDoneByTheTray()
     {
         connectAndStartTray();
-        // Neither needs a display of its own.
+        // These commands need no display.
         QProcessEnvironment bare = environment();
         bare.remove(QStringLiteral("QT_QPA_PLATFORM"));
         for (const char *command : {"show", "settings"}) {
@@ -346,7 +346,7 @@ private Q_SLOTS:
         ProgramRun run({}, refusedEnvironment());
         run.start();
         QVERIFY(waitUntil([&] { return run.err().contains("VELMORA_GITHUB_HOST"); }));
-        // It does not stand in the way of others meanwhile.
+        // Meanwhile it does not block other commands.
         QVERIFY(waitUntil([this] { return finished("quit")->err().contains("Velmora is not running."); }));
         QCOMPARE(run.process().state(), QProcess::Running);
         run.signal(SIGTERM);

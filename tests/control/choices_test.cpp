@@ -102,7 +102,7 @@ private Q_SLOTS:
         QVERIFY(chooseInstallations({endless}, m_installations).error.size() < 1000);
     }
 
-    /// Each name looked for among all would take minutes.
+    /// A linear search for each name would take minutes.
     void asManyNamesAsRepositoriesAreFoundAtOnce()
     {
         constexpr int kCount = 50'000;

@@ -39,7 +39,7 @@ MonitorReport fullReport(const State &state)
 
 } // namespace
 
-/// What one Velmora says to another arrives as it was.
+/// Checks that records survive encoding and decoding unchanged.
 class ControlCodingTest final : public QObject
 {
     Q_OBJECT

@@ -9,7 +9,7 @@
 namespace velmora::testing
 {
 
-/// Answers with what it was told to, and remembers what it was asked.
+/// Returns prepared answers and records the requests.
 class FakeControl final : public Control
 {
 public:
@@ -57,10 +57,10 @@ public:
     InstallationChoices installationChoices;
     RepositoryChoices repositoryChoices;
     QStringList asked;
-    QString failure; ///< thrown by everything; empty: none
-    std::exception_ptr surprise; ///< the same, of a type that nobody expects
+    QString failure; ///< thrown by every operation; empty for none
+    std::exception_ptr surprise; ///< thrown likewise: an exception of an unknown type
     std::optional<OneShot<>> gate; ///< answers wait for it
-    int cancelled = 0; ///< answers that were stopped before
+    int cancelled = 0; ///< the number of answers that a stop ended
 
 private:
     template <typename Answer>

@@ -11,7 +11,7 @@ using namespace velmora;
 namespace
 {
 
-/// JSON, written here with single quotation marks.
+/// Turns single quotation marks into double ones, to keep JSON literals readable.
 QByteArray json(QByteArray text)
 {
     return text.replace('\'', '"');

@@ -23,7 +23,7 @@ QString text(const char *latin1)
     return QString::fromLatin1(latin1);
 }
 
-/// A keyring that asks the person before it deletes anything.
+/// A keyring that prompts the user before it deletes anything.
 class WaitingCredentialStore final : public CredentialStoring
 {
 public:
@@ -54,7 +54,7 @@ public:
     }
 
     OneShot<> answered;
-    int unlocks = 0; ///< how often it was to be unlocked
+    int unlocks = 0; ///< the number of calls of unlock()
 
 private:
     std::shared_ptr<InMemoryCredentialStore> m_content;
@@ -62,7 +62,7 @@ private:
 
 } // namespace
 
-/// The control over the real stores and the real monitor.
+/// Tests the control over the real stores and the real monitor.
 class LocalControlTest final : public QObject
 {
     Q_OBJECT
@@ -89,7 +89,7 @@ private:
         m_control = std::make_unique<LocalControl>(services);
     }
 
-    /// "alice" with two repositories.
+    /// Connects "alice" with two repositories.
     void buildAlice()
     {
         f->connect(1, text("alice")).repositories
@@ -203,7 +203,7 @@ private Q_SLOTS:
         RepositoryChoices excluded;
         excluded.exclude = QStringList{text("alice/a")};
         QCOMPARE(repositories(excluded).unsaved, reason);
-        // What is only listed loses nothing.
+        // Listing changes nothing, so nothing is unsaved.
         QVERIFY(!repositories({}).unsaved);
         InstallationChoices disabled;
         disabled.disable = QStringList{text("alice")};
@@ -355,7 +355,7 @@ private Q_SLOTS:
     void aStoppedRefreshIsCancelledAtOnce()
     {
         buildAlice();
-        f->github.session->handler = nullptr; // nobody answers
+        f->github.session->handler = nullptr; // no answer comes
         std::stop_source stop;
         const auto refresh = start(m_control->refresh(stop.get_token()));
         drainEvents();
@@ -399,7 +399,7 @@ private Q_SLOTS:
         const auto refresh = start(m_control->refresh({}));
         QVERIFY(answerNext());
         QVERIFY(answerNext());
-        QVERIFY(waitUntil([&] { return f->github.session->requests.size() == 3; })); // the deployments
+        QVERIFY(waitUntil([&] { return f->github.session->requests.size() == 3; })); // the fetch of deployments
         std::stop_source leaving;
         const auto left = start(m_control->refresh(leaving.get_token()));
         const auto second = start(m_control->refresh({}));

@@ -24,7 +24,7 @@ namespace
 const QString kName = QStringLiteral("com.example.Velmora");
 const QString kPath = QStringLiteral("/com/example/Velmora");
 
-/// A Velmora of its own, as far as the bus can tell.
+/// A running Velmora with a bus connection of its own.
 struct RunningVelmora {
     explicit RunningVelmora(const QString &connection)
         : bus(connection)
@@ -37,20 +37,20 @@ struct RunningVelmora {
 
     BusClient bus;
     ApplicationService application;
-    ControlService *service; ///< the application's
+    ControlService *service; ///< owned by `application`
     FakeControl control;
 };
 
-/// Owns the name, and works or hangs: what it is asked is answered when the test wants it.
+/// Owns the name; answers the property unless told otherwise, and leaves calls to the test.
 class Slow final : public QDBusVirtualObject
 {
 public:
     using QDBusVirtualObject::QDBusVirtualObject;
 
-    int questions = 0; ///< whether it works
-    QList<int> unanswered; ///< which of them stay without an answer, the first being 1
-    bool isHanging = false; ///< from now on all do
-    QList<QDBusMessage> calls; ///< of its methods, which wait
+    int questions = 0; ///< the number of requests for the property
+    QList<int> unanswered; ///< the requests that get no answer, counted from 1
+    bool isHanging = false; ///< from now on no request is answered
+    QList<QDBusMessage> calls; ///< method calls, to be answered by the test
 
     [[nodiscard]] QString introspect(const QString &) const override { return {}; }
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
@@ -65,13 +65,13 @@ public:
     }
 };
 
-/// Owns the name, and answers everything in its own way.
+/// Owns the name and gives the same answer to every call.
 class Stranger final : public QDBusVirtualObject
 {
 public:
     using QDBusVirtualObject::QDBusVirtualObject;
 
-    QString answer; ///< empty: an error of no meaning
+    QString answer; ///< empty: an error
 
     [[nodiscard]] QString introspect(const QString &) const override { return {}; }
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
@@ -84,7 +84,7 @@ public:
 
 } // namespace
 
-/// The two ends of a private session bus.
+/// Tests both ends over a private session bus.
 class RemoteControlTest final : public QObject
 {
     Q_OBJECT
@@ -182,7 +182,7 @@ private Q_SLOTS:
         m_running = std::make_unique<RunningVelmora>(QStringLiteral("running"));
         QVERIFY(awaitValue(m_remote->locate({})));
         const auto report = start(m_remote->report({}));
-        // The next answer on the same way shows that the question has arrived.
+        // An answer over the same connection shows that the earlier call has arrived.
         QVERIFY(m_bus->property(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"), QStringLiteral("Version"))
                     .isValid());
         QVERIFY(!report->isDone);
@@ -251,7 +251,7 @@ private Q_SLOTS:
     {
         BusClient other(QStringLiteral("other"));
         Slow slow;
-        slow.unanswered = {2, 4}; // one alone means nothing
+        slow.unanswered = {2, 4}; // not twice in a row
         QVERIFY(other.bus().registerVirtualObject(kPath, &slow));
         QVERIFY(other.bus().registerService(kName));
         RemoteControl remote(m_bus->bus(), kName, 1s);

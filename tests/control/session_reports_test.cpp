@@ -62,10 +62,10 @@ private:
     std::unique_ptr<FakeReports> m_substitute;
     std::unique_ptr<SessionReports> m_reports;
     QStringList m_calls;
-    std::exception_ptr m_cannotEnter; ///< what entering throws
-    std::optional<OneShot<>> m_entering; ///< entering takes until then
-    std::optional<OneShot<>> m_leaving; ///< leaving takes until then
-    int m_followsOfSubstitute = 0; ///< of the one that was left last
+    std::exception_ptr m_cannotEnter; ///< thrown by enter()
+    std::optional<OneShot<>> m_entering; ///< enter() waits for it
+    std::optional<OneShot<>> m_leaving; ///< leave() waits for it
+    int m_followsOfSubstitute = 0; ///< of the substitute that was left last
 
     QCoro::Task<ReportSource *> enter()
     {

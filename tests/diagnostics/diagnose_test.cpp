@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The real program, with a keyring and a session bus of its own.
+// The real program with a private keyring and session bus.
 #include "cli/program_run.h"
 #include "notification-daemons/fake_notification_daemon.h"
 #include "platform/fake_status_notifier_watcher.h"
@@ -21,7 +21,7 @@ using velmora::simulator::SimulatorOptions;
 namespace
 {
 
-/// "within five seconds", and the start and the end of the process.
+/// Five seconds, and the time to start and end the process.
 constexpr int kWithinFiveSeconds = 5'000 + kWithinASecond;
 
 SimulatorOptions options()
@@ -83,7 +83,7 @@ private:
         return run;
     }
 
-    /// The text behind the label; empty when there is no such line.
+    /// The text behind the label; empty without such a line.
     static QByteArray line(const QByteArray &report, const QByteArray &label)
     {
         const QByteArrayList lines = report.split('\n');
@@ -94,7 +94,7 @@ private:
         return {};
     }
 
-    /// Of the Session section, since the Program section has a line of the same label.
+    /// The same in the Session section; the Program section has a line with the same label.
     static QByteArray sessionLine(const QByteArray &report, const QByteArray &label)
     {
         const qsizetype section = report.indexOf("\nSession\n");
@@ -150,7 +150,7 @@ private Q_SLOTS:
         QVERIFY2(line(report, "identity 1").startsWith("graphql "), report);
         QVERIFY2(line(report, "preferences").contains("~/.config/velmora/preferences.json: readable"), report);
         QCOMPARE(sessionLine(report, "Velmora"), QByteArray("running"));
-        // Nothing was changed or shown, and nobody is named.
+        // Nothing was changed or announced, and no private name is in the report.
         QCOMPARE(filesOfHome(), files);
         QCOMPARE(daemon.notified.size(), 0);
         QStringList names{m_home->path()};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The real program in a session whose keyring nobody has started yet.
+// The real program in a session whose keyring is not running.
 #include "accounts/github_account.h"
 #include "accounts/login_origin.h"
 #include "cli/program_run.h"
@@ -21,7 +21,7 @@ namespace
 {
 
 const QString kKeyring = QStringLiteral("org.freedesktop.secrets");
-/// Nobody answers there, and nothing leaves the machine.
+/// No server listens at this address, which is on this machine.
 const QString kNowhere = QStringLiteral("http://127.0.0.1:1");
 
 } // namespace

@@ -113,7 +113,7 @@ private Q_SLOTS:
             QStringList{QStringLiteral("identity 1: to be connected again: a program was ended while it renewed the "
                                        "token")});
         QCOMPARE(m_counts->toReconnect, 1);
-        // The account has been connected since.
+        // The account has been connected again since.
         store(7, "new", m_clock.now() - 1s);
         QVERIFY(texts({7}).first().endsWith(QLatin1String("it is renewed when it is used next")));
     }

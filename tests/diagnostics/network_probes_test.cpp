@@ -11,7 +11,7 @@
 using namespace velmora;
 using namespace velmora::testing;
 
-/// What GitHub's endpoints tell of themselves. How long they take is measured, so it is left out here.
+/// What GitHub's endpoints tell about themselves. Durations vary, so they are left out.
 class NetworkProbesTest final : public QObject
 {
     Q_OBJECT

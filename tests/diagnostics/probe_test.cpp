@@ -82,7 +82,7 @@ private Q_SLOTS:
         const QList<FindingSection> expected{
             {heading, {line("1", "Host the host not found"), line("2", "no answer within 0.1 s"), line("3", "x")}}};
         QCOMPARE(sections, expected);
-        // An answer that comes too late harms nobody.
+        // A late answer must do no harm.
         silent.resolve(QStringLiteral("late"));
     }
 

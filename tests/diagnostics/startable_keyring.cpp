@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// startable_keyring NAME: owns the name until the bus ends, so that whoever had it started is found out.
+// startable_keyring NAME: owns the name until the bus ends, so that a test notices that it was started.
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QTimer>

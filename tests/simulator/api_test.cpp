@@ -7,7 +7,7 @@ using namespace velmora::simulator;
 using namespace velmora::testing;
 using namespace Qt::Literals::StringLiterals;
 
-// The shapes of the answers are held against what GitHub publishes in tests/contract.
+// tests/contract compares the shapes of the answers with GitHub's published schemas.
 class APITest final : public QObject
 {
     Q_OBJECT

@@ -16,7 +16,7 @@
 namespace velmora::testing
 {
 
-/// How one request ended.
+/// The answer to a request.
 struct Answered {
     int status = 0;
     QByteArray body;
@@ -27,7 +27,7 @@ struct Answered {
     [[nodiscard]] QJsonObject json() const { return QJsonDocument::fromJson(body).object(); }
 };
 
-/// Speaks to a running stand-in over HTTP.
+/// An HTTP client for a running simulator.
 class Client
 {
 public:
@@ -82,7 +82,7 @@ private:
     QNetworkAccessManager m_network;
 };
 
-/// A stand-in in which nothing happens by itself.
+/// Options for a simulator without a story.
 [[nodiscard]] inline simulator::SimulatorOptions quiet()
 {
     simulator::SimulatorOptions options;

@@ -70,7 +70,7 @@ private Q_SLOTS:
         misbehave({{u"action"_s, QJsonObject{{u"delayMilliseconds"_s, 150}}}});
         const Answered late = m_client->get(u"/user"_s);
         QCOMPARE(late.status, 401);
-        // A coarse timer may be early by a twentieth.
+        // A coarse timer may fire up to five percent early.
         QVERIFY(late.milliseconds >= 140);
     }
 
@@ -79,7 +79,7 @@ private Q_SLOTS:
         misbehave({{u"action"_s, QJsonObject{{u"truncateAfter"_s, 5}}}});
         const Answered cut = m_client->get(u"/user"_s);
         QVERIFY(cut.body.size() <= 5);
-        // Whether Qt notices depends on when the end of the connection arrives.
+        // Qt notices only if the end of the connection arrives in time.
         const bool isNoticed = cut.error == QNetworkReply::RemoteHostClosedError;
         QVERIFY(isNoticed || cut.headers.value("content-length").toLongLong() > 5);
     }

@@ -7,7 +7,7 @@ using namespace velmora::simulator;
 using namespace velmora::testing;
 using namespace Qt::Literals::StringLiterals;
 
-// The answers themselves are held against the documented ones in tests/contract.
+// tests/contract compares the answers with the documented ones.
 class OAuthTest final : public QObject
 {
     Q_OBJECT

@@ -118,7 +118,7 @@ private Q_SLOTS:
         m_fixture->connect(1, QStringLiteral("alice"));
         m_fixture->accounts.append(GitHubAccount{2, QStringLiteral("bob"), {}});
         open();
-        // Nothing is stored for bob.
+        // bob has no stored credential.
         QVERIFY(waitUntil([this] { return m_fixture->authentication->isRestored(); }));
         QVERIFY(shownLabel(*row(QStringLiteral("alice")), QStringLiteral("Connected")));
         QVERIFY(shownLabel(*row(QStringLiteral("bob")), QStringLiteral("Reconnect required")));
@@ -181,7 +181,7 @@ private Q_SLOTS:
         QCOMPARE(lists.size(), 2);
         for (const auto *list : lists)
             QVERIFY(list->height() >= list->sizeHint().height());
-        // The last switch is reached by the keyboard, and seen then.
+        // Giving the last switch the keyboard focus scrolls it into view.
         switches().last()->setFocus(Qt::TabFocusReason);
         drainEvents();
         const QPoint place = switches().last()->mapTo(page->viewport(), QPoint());
@@ -456,7 +456,7 @@ private Q_SLOTS:
         QVERIFY(shownLabel(*row(QStringLiteral("dora")), QStringLiteral("Connected")));
         QVERIFY(shownButton(*m_view, kAdd)->isEnabled());
         QCOMPARE(m_fixture->urlOpener.opened.size(), 2);
-        // The second is the page on which the App is installed.
+        // The second page is the one on which the App is installed.
         QVERIFY(m_fixture->installationPage.wasOpenedLately());
         awaitValue(m_fixture->installations->refreshIdentities(m_fixture->authentication.get(), QSet<qint64>({9})));
         QVERIFY(shownLabel(*row(QStringLiteral("dora")), QStringLiteral("No installations")));
@@ -485,7 +485,7 @@ private Q_SLOTS:
         shownButton(*m_view, QStringLiteral("Open GitHub"))->click();
         QCOMPARE(m_fixture->urlOpener.opened, QStringList{QStringLiteral("https://github.com/login/device")});
         shownButton(*m_view, QStringLiteral("Cancel"))->click();
-        // At once, with no turn of the event loop.
+        // At once, without running the event loop.
         QVERIFY(!shownLabel(*m_view, kCode));
         QVERIFY(shownButton(*m_view, kAdd)->isEnabled());
         QCOMPARE(m_fixture->authentication->connectionState(), GitHubSessionStatus::Disconnected);

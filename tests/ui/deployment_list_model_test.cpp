@@ -55,7 +55,7 @@ private Q_SLOTS:
     {
         m_clock.setNow(noon() + 2min);
         m_model = std::make_unique<DeploymentListModel>(&m_clock);
-        // Checks at every signal that the model tells the truth about itself.
+        // Checks at every signal that the model is consistent.
         new QAbstractItemModelTester(
             m_model.get(), QAbstractItemModelTester::FailureReportingMode::QtTest, m_model.get());
     }
@@ -191,7 +191,7 @@ private Q_SLOTS:
         QCOMPARE(changes.count(), 1);
         QCOMPARE(changes.at(0).at(0).toModelIndex(), m_model->index(2));
         QCOMPARE(changes.at(0).at(1).toModelIndex(), m_model->index(2));
-        // Who reads another row finds it up to date all the same.
+        // Rows that are not announced hold the new contents all the same.
         QCOMPARE(*m_model->deployment(1), list.at(0));
         list.removeLast();
         m_model->setDeployments(list);

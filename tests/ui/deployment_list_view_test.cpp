@@ -49,7 +49,7 @@ QList<DeploymentSnapshot> finished(int count, Instant updatedAt = noon())
     return list;
 }
 
-/// Remembers what was painted.
+/// Records the painted region.
 class PaintLog final : public QObject
 {
 public:
@@ -64,7 +64,7 @@ public:
     QRegion painted;
 };
 
-/// A desktop on which nothing moves by itself.
+/// A style that has switched animations off.
 class StillStyle final : public QProxyStyle
 {
 public:
@@ -100,7 +100,7 @@ private Q_SLOTS:
         QCOMPARE(m_clock->sleeperCount(), 0);
     }
 
-    // What a click does
+    // Clicks
 
     void aClickOnARowOpensItsLog()
     {
@@ -185,7 +185,7 @@ private Q_SLOTS:
         QTest::mousePress(m_view->viewport(), Qt::LeftButton, {}, rowPoint(1));
         m_view->setDeployments(
             {snapshot(text("b"), DeploymentState::Success), snapshot(text("a"), DeploymentState::Success)});
-        // Another row is below the mouse now, and nobody meant that one.
+        // Another row is below the mouse now; the user did not mean that one.
         QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, {}, rowPoint(1));
         QVERIFY(m_opener->opened.isEmpty());
     }
@@ -228,7 +228,7 @@ private Q_SLOTS:
         press(Qt::Key_PageUp);
         QVERIFY(m_view->viewport()->rect().contains(m_view->visualRect(m_view->currentIndex())));
         press(Qt::Key_Home);
-        // The header above the first row is seen again as well.
+        // The header above the first row is visible, too.
         QCOMPARE(m_view->verticalScrollBar()->value(), 0);
     }
 
@@ -296,7 +296,7 @@ private Q_SLOTS:
         other.repositoryName = text("zoo/app");
         show({snapshot(text("a"), DeploymentState::Failure), other});
         takeFocus(Qt::TabFocusReason);
-        // Every letter begins a search of its own.
+        // Make every letter begin a new search.
         const int interval = QApplication::keyboardInputInterval();
         QApplication::setKeyboardInputInterval(-1);
         press(Qt::Key_Z);
@@ -343,7 +343,7 @@ private Q_SLOTS:
         QCOMPARE(picture(), plain);
     }
 
-    // The menu
+    // Context menu
 
     void theMenuDoesWhatItSays()
     {
@@ -409,7 +409,7 @@ private Q_SLOTS:
         QVERIFY(!openMenu(QPoint(100, 350)));
     }
 
-    // What is seen
+    // Painting
 
     void rowsReactToTheMouse()
     {
@@ -477,7 +477,7 @@ private Q_SLOTS:
         deployment.repositoryName = environment;
         deployment.refName = environment;
         show({deployment, snapshot(text("b"), DeploymentState::Success)});
-        // The row keeps its height, and nothing reaches into the next one.
+        // The row keeps its height and paints nothing into the next row.
         const int height = m_view->visualRect(index(1)).height();
         QCOMPARE(m_view->visualRect(index(2)).height(), height);
         const QRect next = m_view->visualRect(index(2));
@@ -554,7 +554,7 @@ private Q_SLOTS:
         list.move(40, 0);
         m_view->setDeployments(list);
         QCOMPARE(m_view->visualRect(kept), place);
-        // Even when one of those that are seen moves away.
+        // This also holds if a visible row moves away.
         list.move(list.size() - 1, 0);
         m_view->setDeployments(list);
         QCOMPARE(m_view->visualRect(kept), place);
@@ -592,7 +592,7 @@ private Q_SLOTS:
         m_view->setDeployments(list);
         drainEvents();
         QCOMPARE(log.painted, QRegion(m_view->visualRect(index(3))));
-        // Told again what it knows, it stays still.
+        // The same list again paints nothing.
         log.painted = {};
         const auto copy = QList<DeploymentSnapshot>(list.begin(), list.end());
         m_view->setDeployments(copy);
@@ -708,7 +708,7 @@ private Q_SLOTS:
         QVERIFY(m_view->isTurning());
     }
 
-    // Places
+    // Positions
 
     void twentyThousandRowsAreWhereTheyAreSaidToBe()
     {
@@ -811,7 +811,7 @@ private:
     void click(const QPoint &point) { QTest::mouseClick(m_view->viewport(), Qt::LeftButton, {}, point); }
     void move(const QPoint &point)
     {
-        // QTest moves the pointer of the platform instead, which has none here.
+        // QTest would move the pointer of the platform, which has none here.
         QMouseEvent event(QEvent::MouseMove, point, m_view->viewport()->mapToGlobal(QPointF(point)), Qt::NoButton,
             Qt::NoButton, Qt::NoModifier);
         QCoreApplication::sendEvent(m_view->viewport(), &event);
@@ -832,7 +832,7 @@ private:
         QVERIFY(!m_view->findChild<QMenu *>());
     }
 
-    /// As it is read on the screen.
+    /// The tooltip's text as it is shown.
     QString toolTip(const QPoint &point)
     {
         QHelpEvent event(QEvent::ToolTip, point, m_view->viewport()->mapToGlobal(point));

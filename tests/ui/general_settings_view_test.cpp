@@ -119,7 +119,7 @@ private Q_SLOTS:
     {
         m_notifier.immediate.reset();
         toggle(kSuccesses);
-        // It moves with the click, while the desktop is asked.
+        // The switch moves with the click, before the desktop has answered.
         QVERIFY(control(kSuccesses)->isChecked());
         QVERIFY(!m_store->successNotificationsEnabled());
         m_notifier.questions.last().resolve(false);
@@ -132,7 +132,7 @@ private Q_SLOTS:
     void aSwitchThatIsRefusedAgainFallsBackAgain()
     {
         refuse();
-        // Nothing in the store changes this time, and so nothing is announced.
+        // The store does not change this time and therefore emits nothing.
         toggle(kSuccesses);
         QVERIFY(!control(kSuccesses)->isChecked());
     }
@@ -224,7 +224,7 @@ private Q_SLOTS:
         toggle(kLaunch);
         QVERIFY(!control(kLaunch)->isChecked());
         QVERIFY(shownLabel(*m_view, QStringLiteral("No autostart here")));
-        // The same again changes nothing in the store.
+        // The second attempt changes nothing in the store.
         toggle(kLaunch);
         QVERIFY(!control(kLaunch)->isChecked());
     }
@@ -259,7 +259,7 @@ private Q_SLOTS:
         QCOMPARE(mnemonics.size(), 4);
         QVERIFY(!mnemonics.contains(QString()));
         QCOMPARE(mnemonics.removeDuplicates(), 0);
-        // Those of the tabs.
+        // The mnemonics of the tabs.
         for (const char *taken : {"Alt+A", "Alt+R", "Alt+G"})
             QVERIFY(!mnemonics.contains(QLatin1String(taken)));
     }

@@ -54,7 +54,7 @@ private Q_SLOTS:
         m_fixture.reset();
     }
 
-    // What is shown
+    // Contents
 
     void withoutAnAccountThereIsAnInvitation()
     {
@@ -514,7 +514,7 @@ private Q_SLOTS:
             QVERIFY(!spinner->isTurning());
     }
 
-    // Looks
+    // Size and appearance
 
     void theWindowIsAsHighAsWhatItHolds()
     {
@@ -603,7 +603,7 @@ private:
         return nullptr;
     }
 
-    /// Every text that can be read, from top to bottom and from left to right; not those of the list and of icons.
+    /// All visible texts, from top to bottom and left to right, without those of the list and of icons.
     [[nodiscard]] QStringList shownTexts() const
     {
         QList<std::pair<QPoint, QString>> found;

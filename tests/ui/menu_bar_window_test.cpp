@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// A content whose size is the test's.
+/// Content whose size the test sets.
 class Content final : public QWidget
 {
     Q_OBJECT
@@ -35,7 +35,7 @@ private:
     QSize m_wanted{360, 400};
 };
 
-/// Higher where it is narrower.
+/// Content that needs more height if it is narrower.
 class FlowingContent final : public QWidget
 {
     Q_OBJECT
@@ -114,7 +114,7 @@ private Q_SLOTS:
         openAndActivate();
         m_window->toggle(kItem, QString());
         QVERIFY(!m_window->isVisible());
-        // Closing took the focus, which was no click of its own.
+        // Closing took the focus, but that must not count as a click.
         m_window->toggle(kItem, QString());
         QVERIFY(m_window->isVisible());
     }
@@ -170,7 +170,7 @@ private Q_SLOTS:
     {
         QCursor::setPos(kItem);
         openAndActivate();
-        turnToAnotherWindow(); // as when the panel takes the focus on the press
+        turnToAnotherWindow(); // like a panel that takes the focus on the press
         QTRY_VERIFY(!m_window->isVisible());
         m_now += 200ms;
         m_window->toggle(kItem, QString()); // on the release
@@ -227,7 +227,7 @@ private Q_SLOTS:
         QCursor::setPos(screenArea().bottomRight());
         make(MenuBarWindow::Placement::ByCompositor);
         openAndActivate();
-        turnToAnotherWindow(); // crossed by a pointer that the focus follows
+        turnToAnotherWindow(); // that the pointer crosses, where focus follows the pointer
         QVERIFY(QTest::qWaitForWindowActive(m_other.get()));
         QVERIFY(m_window->isVisible());
         QEnterEvent entered(QPointF(1, 1), QPointF(1, 1), QPointF(1, 1));

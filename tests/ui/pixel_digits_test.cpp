@@ -15,7 +15,7 @@ namespace
 constexpr PixelDigits::Measures kSmall{1, 4, 7, 1};
 constexpr PixelDigits::Measures kLarge{3, 9, 15, 2};
 
-/// One line for each row, a hash for each pixel.
+/// The painted pixels: a line for each row, a hash for each pixel.
 QStringList drawn(const QString &text, const PixelDigits::Measures &measures = kSmall)
 {
     const PixelDigits digits(measures);

@@ -9,7 +9,7 @@
 
 using namespace velmora;
 
-/// The keys under the scheme of a desktop, which an application learns when it starts on one.
+/// Tests the keys with the scheme of a desktop, which an application reads when it starts.
 class RefreshKeysTest final : public QObject
 {
     Q_OBJECT
@@ -52,7 +52,7 @@ private Q_SLOTS:
         QCOMPARE(refreshes, 2);
     }
 
-    /// Else the desktops on which this runs would all be one.
+    /// Without this check all desktops might run with the same scheme.
     void theDesktopHasTheKeysForWhichItWasChosen()
     {
         const QString expected = qEnvironmentVariable("VELMORA_TEST_REFRESH_KEY", QStringLiteral("F5"));

@@ -51,7 +51,7 @@ private Q_SLOTS:
     }
     void cleanup()
     {
-        // A refresh whose answer a test held back still waits for it.
+        // A refresh whose answer was held back is still waiting.
         m_fixture->github.session->resume([](const HTTPRequest &) -> HTTPResponse { throw CancellationError(); });
         drainEvents();
     }
@@ -276,7 +276,7 @@ private Q_SLOTS:
         QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("eb"));
         QCOMPARE(field()->text(), QStringLiteral("web"));
         QCOMPARE(shownNames(), QStringList{QStringLiteral("acme/web")});
-        // From anywhere, and behind what is there.
+        // From any control, and appended to the text.
         shownButton(*m_view, kDisableAll)->setFocus();
         QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("x"));
         QCOMPARE(field()->text(), QStringLiteral("webx"));

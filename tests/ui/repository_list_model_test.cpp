@@ -66,7 +66,7 @@ private Q_SLOTS:
         QVERIFY(!m_fixture->installations->repositories().at(1).isIncluded);
         QCOMPARE(m_model->index(1).data(Qt::CheckStateRole).value<Qt::CheckState>(), Qt::Unchecked);
         QCOMPARE(m_model->index(1).data(Qt::AccessibleTextRole).toString(), QStringLiteral("acme/web, not monitored"));
-        // Only this row was told of.
+        // Only this row was announced.
         QCOMPARE(changes.size(), 1);
         QCOMPARE(changes.first().at(0).toModelIndex().row(), 1);
         QCOMPARE(changes.first().at(1).toModelIndex().row(), 1);

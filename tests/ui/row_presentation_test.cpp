@@ -146,7 +146,7 @@ private Q_SLOTS:
         if (shown.size() <= 300)
             QCOMPARE(line, QString(shown).replace(QLatin1Char('\n'), QLatin1Char(' ')));
 
-        // Rich text leaves out white space that it does not need.
+        // Rich text collapses white space.
         auto hostile = deployment();
         hostile.environment = given;
         hostile.statusDescription = given;

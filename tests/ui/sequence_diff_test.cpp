@@ -40,7 +40,7 @@ QStringList applied(QStringList list, const QStringList &after, const std::vecto
     return list;
 }
 
-/// Letters, so that the rows of the table can be read.
+/// One key for each letter, to keep the rows of the table readable.
 QStringList letters(const char *text)
 {
     return QString::fromLatin1(text).split(QString(), Qt::SkipEmptyParts);

@@ -154,7 +154,7 @@ private Q_SLOTS:
             press(static_cast<Qt::Key>(key), Qt::KeyboardModifiers(modifiers));
             QVERIFY(!m_window->isVisible());
         }
-        // It opens as it was left.
+        // It opens in the state in which it was closed.
         open();
         QCOMPARE(view()->tab(), Tab::General);
     }
@@ -305,7 +305,7 @@ private Q_SLOTS:
         QCOMPARE(message->message(), reason);
         QVERIFY(waitUntil([&] { return m_window->height() == before.height() + message->height(); }));
         QCOMPARE(m_window->width(), before.width());
-        // All of its lines.
+        // The message shows all of its lines.
         QVERIFY(message->height() > 3 * QFontMetrics(m_window->font()).height());
         m_fixture->defaults.setFailure(QString());
         QVERIFY(!message->isVisible());

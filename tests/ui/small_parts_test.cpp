@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The small parts that windows are made of.
+// Tests of small widgets.
 #include "support/monitor_fixture.h"
 #include "support/palettes.h"
 #include "support/test_main.h"
@@ -127,7 +127,7 @@ private Q_SLOTS:
         label.resize(100, label.heightForWidth(100));
         QVERIFY(label.height() > 2 * line && label.height() < 4 * line);
         QVERIFY(toolTip(label).contains(text("fifteen")));
-        // Where there is room for all of it, nothing is cut.
+        // Nothing is elided if there is enough room.
         label.resize(1000, label.heightForWidth(1000));
         QVERIFY(label.height() < 2 * line);
         QVERIFY(toolTip(label).isEmpty());
@@ -229,7 +229,7 @@ private Q_SLOTS:
         button(panel, text("Cancel"))->click();
         QVERIFY(!fixture.authentication->pendingAuthorization());
         QVERIFY(fixture.authentication->connectionState() == GitHubSessionStatus::Disconnected);
-        // Nothing is left to copy or to open.
+        // Without a code, copying and opening do nothing.
         button(panel, text("Copy code"))->click();
         button(panel, text("Open GitHub"))->click();
         QCOMPARE(fixture.pasteboard.copied.size(), 1);
@@ -362,7 +362,7 @@ private Q_SLOTS:
             return count;
         };
         QCOMPARE(highlighted(), 0);
-        // As a mouse selects, from the first letter to the end.
+        // Select with the mouse, from the first letter to the end.
         const QRect frame = label->contentsRect();
         QTest::mousePress(label, Qt::LeftButton, {}, QPoint(1, frame.center().y()));
         QTest::mouseMove(label, QPoint(frame.right() - 1, frame.center().y()));

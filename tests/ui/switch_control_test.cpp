@@ -46,19 +46,19 @@ SwitchLook look(bool isOn)
     return result;
 }
 
-/// The colour in the middle of the half where the knob stands when it is at that side.
+/// The colour at the centre of the knob, if it is on this side.
 QColor colourAt(const QImage &image, bool isRight)
 {
     return image.pixelColor(isRight ? image.width() - image.height() / 2 : image.height() / 2, image.height() / 2);
 }
 
-/// How far two colours are apart, from 0 to 441.
+/// The distance of two colours, from 0 to 441.
 double distance(const QColor &one, const QColor &other)
 {
     return std::hypot(one.red() - other.red(), one.green() - other.green(), one.blue() - other.blue());
 }
 
-/// The relative luminance and the contrast that the accessibility guidelines define.
+/// Relative luminance and contrast as defined by the accessibility guidelines.
 double luminance(const QColor &colour)
 {
     const auto linear = [](float part) {
@@ -207,7 +207,7 @@ private Q_SLOTS:
         const QSignalSpy clicked(&control, &SwitchControl::clicked);
         interface->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
         QTRY_VERIFY(interface->state().checked);
-        // It is used, not only turned: whoever listens does what it says.
+        // The action clicks the switch, so that handlers of clicked() run.
         QCOMPARE(clicked.count(), 1);
         QCOMPARE(interface->text(QAccessible::Accelerator), control.shortcut().toString(QKeySequence::NativeText));
         control.setEnabled(false);

@@ -26,7 +26,7 @@ QImage painted(const QString &name, int side, const QColor &colour, qreal ratio 
     return image;
 }
 
-/// How many pixels are at least half covered.
+/// The number of pixels that are at least half covered.
 int inkOf(const QImage &image)
 {
     int count = 0;
@@ -114,7 +114,7 @@ private Q_SLOTS:
     {
         const QImage fine = painted(QStringLiteral("gearshape"), 16, Qt::black, 2);
         QCOMPARE(fine.size(), QSize(32, 32));
-        // Not the small one blown up.
+        // It is rendered at this size, not scaled up.
         const QImage coarse = painted(QStringLiteral("gearshape"), 16, Qt::black).scaled(32, 32);
         QVERIFY(fine.convertToFormat(QImage::Format_ARGB32) != coarse.convertToFormat(QImage::Format_ARGB32));
         QImage same = painted(QStringLiteral("gearshape"), 32, Qt::black);

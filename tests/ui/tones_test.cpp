@@ -26,7 +26,7 @@ double luminance(const QColor &colour)
     return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
 }
 
-/// From 1, the same, to 21, black on white.
+/// From 1 (equal) to 21 (black on white).
 double contrast(const QColor &one, const QColor &other)
 {
     const double light = std::max(luminance(one), luminance(other));

@@ -33,7 +33,7 @@ QImage on(const QImage &icon, const QColor &panel)
     return image;
 }
 
-/// How bright a colour is for an eye, from 0 to 1.
+/// The relative luminance of a colour, from 0 to 1.
 double luminance(QRgb colour)
 {
     const auto linear = [](int value) {
@@ -49,7 +49,7 @@ double contrast(QRgb one, QRgb other)
     return (lighter + 0.05) / (darker + 0.05);
 }
 
-/// The share of the pixels that stand out from the panel as far as a picture has to, to be told from its ground.
+/// The share of pixels with the contrast to the panel that the accessibility guidelines require of graphics.
 double shareThatStandsOut(const QImage &icon, const QColor &panel)
 {
     const QImage image = on(icon, panel);
@@ -61,7 +61,7 @@ double shareThatStandsOut(const QImage &icon, const QColor &panel)
     return double(count) / double(image.width() * image.height());
 }
 
-/// Black and white by brightness: what is left for whoever sees no colours.
+/// The icon in black and white by luminance, as without colour vision.
 QImage shapeOf(const QImage &icon)
 {
     QImage shape(icon.size(), QImage::Format_Grayscale8);
@@ -185,7 +185,7 @@ private Q_SLOTS:
         TrayIcon icon;
         const auto first = icon.images({Case::Ready, 3, 0});
         const auto failed = icon.images({Case::Ready, 0, 5});
-        // Shared pixels: it is the same picture, not one that looks the same.
+        // Shared pixels prove that the picture came from the cache.
         QCOMPARE(icon.images({Case::Ready, 3, 2}).at(5).constBits(), first.at(5).constBits());
         QCOMPARE(icon.images({Case::Ready, 0, 9}).at(5).constBits(), failed.at(5).constBits());
         QVERIFY(icon.images({Case::Ready, 4, 0}).at(5).constBits() != first.at(5).constBits());
@@ -195,7 +195,7 @@ private Q_SLOTS:
     {
         TrayIcon icon;
         const uchar *const before = icon.images({Case::Ready, 1, 0}).at(5).constBits();
-        const QImage kept = icon.images({Case::Ready, 1, 0}).at(5); // so that its place in memory stays taken
+        const QImage kept = icon.images({Case::Ready, 1, 0}).at(5); // keeps the memory of the picture from being reused
         for (qsizetype count = 2; count < 40; ++count)
             std::ignore = icon.images({Case::Ready, count, 0});
         QCOMPARE(kept.constBits(), before);

@@ -79,7 +79,7 @@ private Q_SLOTS:
         const int calls = m_item->calls;
         QSignalSpy changes(m_fixture->monitor.get(), &DeploymentMonitor::changed);
         m_fixture->tickAfter(30s);
-        QCOMPARE(changes.size(), 1); // the time of the last refresh
+        QCOMPARE(changes.size(), 1); // because of the time of the last refresh
         QCOMPARE(m_item->calls, calls);
     }
 

@@ -122,7 +122,7 @@ private Q_SLOTS:
 
     void shouldKeepToTheBarBesideADock()
     {
-        // As where a bar has the tray and a dock has the programs.
+        // For desktops with the tray in a bar and programs in a dock.
         const ScreenArea topAndLeft{kScreen, kScreen.adjusted(64, 28, 0, 0)};
         QCOMPARE(placed({topAndLeft}, std::nullopt), QRect(QPoint(920, 28), kSize));
         const ScreenArea topAndBottom{kScreen, kScreen.adjusted(0, 28, 0, -64)};

@@ -78,7 +78,7 @@ private Q_SLOTS:
         QVERIFY(!actions.at(2)->isEnabled());
         QSignalSpy spy(&item, &StatusItem::menuTriggered);
         actions.at(0)->trigger();
-        QVERIFY(spy.isEmpty()); // not while the menu is in use
+        QVERIFY(spy.isEmpty()); // not while the menu is still emitting
         drainEvents();
         const QVariantList expected{1, QString()};
         QCOMPARE(spy.size(), 1);
@@ -96,7 +96,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// Qt's icon, found where it hides.
+    /// The QSystemTrayIcon inside the item.
     static QSystemTrayIcon &icon(XEmbedStatusItem &item) { return *item.findChild<QSystemTrayIcon *>(); }
 };
 
