@@ -32,7 +32,7 @@ using Status = GitHubSessionStatus;
 namespace
 {
 
-/// Notes in which order the platform and the stores are used.
+/// Records the order in which platform and stores are used.
 struct Journal {
     QStringList lines;
 };
@@ -542,7 +542,7 @@ private Q_SLOTS:
         QCOMPARE(valid.accessToken, isRefreshed ? QStringLiteral("new") : QStringLiteral("old"));
         QVERIFY(m_credentials->credentials.value(1) == valid);
         QCOMPARE(m_http->requests.size(), isRefreshed ? 1 : 0);
-        QCOMPARE(changes.count(), isRefreshed ? 2 : 0); // refreshing, connected
+        QCOMPARE(changes.count(), isRefreshed ? 2 : 0); // one for refreshing, one for connected
         QCOMPARE(statuses(), QStringLiteral("alice connected"));
     }
 
@@ -629,7 +629,7 @@ private Q_SLOTS:
             QCOMPARE(outcome.description(), QStringLiteral("This GitHub account needs to be connected again."));
         }
         QCOMPARE(m_http->requests.size(), 1);
-        QCOMPARE(changes.count(), 0); // nothing flickers
+        QCOMPARE(changes.count(), 0); // no intermediate status is shown
         m_credentials->credentials.insert(1, credential(QStringLiteral("elsewhere")));
         QCOMPARE(awaitValue(m_store->validCredential(1)).accessToken, QStringLiteral("elsewhere"));
         QCOMPARE(statuses(), QStringLiteral("alice connected"));
@@ -1057,7 +1057,7 @@ private Q_SLOTS:
         QVERIFY(m_http->answerNext(FakeHTTPSession::response(200, kToken)));
         QCOMPARE(underWay->value->accessToken, QStringLiteral("new"));
         QCOMPARE(m_credentials->credentials.value(1).accessToken, QStringLiteral("new"));
-        // Its result is there for those who waited for it.
+        // Callers that already waited for the refresh get its result.
         QVERIFY(waitUntil([&] { return waiting->isDone; }));
         QCOMPARE(waiting->value->accessToken, QStringLiteral("new"));
         QCOMPARE(m_credentials->credentials.value(2), expired());
@@ -1391,7 +1391,7 @@ private Q_SLOTS:
         const auto refresh = start(m_store->validCredential(1));
         const auto removal = start(m_store->remove(1));
         m_http->handler = standardGitHub(1, "alice");
-        connectCompletely(); // waits for the refresh and the removal before it saves
+        connectCompletely(); // its save waits for the refresh and the removal
         QCOMPARE(m_credentials->saves, 0);
         QVERIFY(m_http->answerNext(FakeHTTPSession::response(500, {})));
         QVERIFY(waitUntil([&] { return removal->isDone && m_credentials->saves == 1; }));
@@ -1438,7 +1438,7 @@ private:
         return services;
     }
 
-    /// What a holder of the lock of alice leaves in its file.
+    /// Writes the note of a lock holder into the lock file of alice.
     void leaveWord(const QByteArray &word) const
     {
         QFile file(m_lockFolder + QStringLiteral("/service-1.lock"));
@@ -1457,14 +1457,14 @@ private:
         return m_store->credentials()->credentialAfterRefusal(1, token, {});
     }
 
-    /// A coroutine of its own, since an account's credentials may throw before there is one.
+    /// Wrapped in a coroutine, because validCredential() may throw before it returns a task.
     static QCoro::Task<GitHubCredential> awaited(std::shared_ptr<CredentialSource> credentials)
     {
         auto credential = co_await credentials->validCredential(1, std::stop_token());
         co_return credential;
     }
 
-    /// A store with the account alice, id 1.
+    /// Makes a store with the account alice, id 1.
     void makeStoreWith(const GitHubCredential &stored)
     {
         m_credentials->credentials.insert(1, stored);

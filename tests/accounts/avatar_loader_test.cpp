@@ -40,7 +40,7 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        // What is kept in the background is on the disk before anything is read after it.
+        // Saves run in the background; one more load waits until they are on the disk.
         m_session->handler = [](const HTTPRequest &) {
             return FakeHTTPSession::response(404, {});
         };
@@ -274,7 +274,7 @@ private:
         waitForFile();
     }
 
-    /// What is fetched is kept in the background.
+    /// Waits until the background thread has saved the fetched picture.
     void waitForFile()
     {
         const AvatarFiles files(path());

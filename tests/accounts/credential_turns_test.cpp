@@ -98,7 +98,7 @@ private Q_SLOTS:
             QStringLiteral(
                 "Another Velmora program keeps the token of this account locked. If it is stopped, let it go "
                 "on, or end it."));
-        // Whoever failed holds nothing back.
+        // A failed caller leaves no lock behind.
         other.reset();
         const auto later = start(turns.take(1, CredentialUse::Renewing, {}));
         QVERIFY(later->isDone && !later->failure);
@@ -137,7 +137,7 @@ private Q_SLOTS:
         const auto waiting = start(turns.take(1, CredentialUse::Renewing, stop.get_token()));
         while (m_clock->requestedSleeps.size() < 7)
             QVERIFY(m_clock->advanceToNextWake());
-        QCOMPARE(m_clock->requestedSleeps.mid(1), // the first is the end of all waiting
+        QCOMPARE(m_clock->requestedSleeps.mid(1), // the first is the limit of 15 seconds
             (QList<std::chrono::milliseconds>{50ms, 100ms, 200ms, 400ms, 500ms, 500ms}));
         stop.request_stop();
         drainEvents();
@@ -191,7 +191,7 @@ private Q_SLOTS:
         const auto outcome = await(turns.take(1, CredentialUse::Renewing, {}));
         QVERIFY(outcome.failedWithType<FileError>());
         QVERIFY(outcome.description().endsWith(QStringLiteral("Is a directory")));
-        // The turn in this process is not kept for that.
+        // The failure must not keep the turn within this process.
         const auto again = await(turns.take(1, CredentialUse::Renewing, {}));
         QVERIFY(again.failedWithType<FileError>());
     }

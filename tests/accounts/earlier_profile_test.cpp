@@ -132,7 +132,7 @@ private Q_SLOTS:
 
     void anEndInBetweenLosesNothing()
     {
-        // What was done to files before the preferences were written is done already.
+        // The files were moved before the program ended; the preferences were not written yet.
         m_preferences->values = earlierValues();
         saveDeployments(kServer, "moved");
         fileFor(kServer);

@@ -32,7 +32,7 @@ private Q_SLOTS:
         awaitValue(store.save(credential("first"), 42, Interaction::Forbidden));
         awaitValue(store.save(credential("second"), 42, Interaction::Allowed));
         QVERIFY(awaitValue(store.load(42)) == credential("second"));
-        // Loading takes nothing away.
+        // Loading does not consume the credential.
         QVERIFY(awaitValue(store.load(42)) == credential("second"));
     }
 

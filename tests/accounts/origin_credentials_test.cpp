@@ -30,7 +30,7 @@ GitHubCredential credential(const char *token)
 
 } // namespace
 
-/// Services in memory, and a profile whose earlier accounts, number 7 among them, were those of a server.
+/// Services in memory. The accounts of earlier versions, number 7 among them, belong to a server.
 class OriginCredentialsTest : public QObject
 {
     Q_OBJECT
@@ -120,7 +120,7 @@ private Q_SLOTS:
         QVERIFY(!serviceOf(LoginOrigin::gitHub()).credentials.contains(7));
         QVERIFY(!isTokenInherited(*m_preferences, 7));
         QVERIFY(isTokenInherited(*m_preferences, 8));
-        // From now on what stands there is github.com's.
+        // From now on the entry in this place belongs to github.com.
         const auto gitHub = storeOf(LoginOrigin::gitHub());
         save(*gitHub, "github", 7);
         QCOMPARE(tokenIn(*gitHub, 7), QStringLiteral("github"));

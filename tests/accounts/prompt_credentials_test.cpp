@@ -25,7 +25,7 @@ GitHubCredential credential(const QString &token)
     return result;
 }
 
-/// Notes what is asked; what is held waits for release().
+/// Records the requests. Those for accounts in `holding` wait for release().
 class FakeCredentialSource final : public CredentialSource
 {
 public:
@@ -54,8 +54,8 @@ public:
     }
 
     QStringList asked;
-    QStringList tokens; ///< handed out in order; afterwards "none left" is thrown
-    QSet<qint64> holding; ///< accounts that are kept waiting
+    QStringList tokens; ///< returned in order; then "none left" is thrown
+    QSet<qint64> holding; ///< the accounts whose requests wait
     std::deque<OneShot<>> held;
     QHash<qint64, AsyncMutex> turns;
 
@@ -120,7 +120,7 @@ private Q_SLOTS:
         drainEvents();
         QVERIFY(outcome->failedWith(CredentialPendingError()));
         QCOMPARE(outcome->description(), QStringLiteral("Velmora is still waiting for the token of this account."));
-        // Nobody waits again, and nothing is asked twice.
+        // Further callers fail at once, without a second request to the source.
         const auto again = start(m_prompt->validCredential(1, {}));
         QVERIFY(again->failedWith(CredentialPendingError()));
         QCOMPARE(m_source->asked, QStringList(QStringLiteral("valid 1")));
@@ -147,7 +147,7 @@ private Q_SLOTS:
         m_source->tokens = {QStringLiteral("a"), QStringLiteral("b")};
         m_source->release();
         QCOMPARE(awaitValue(m_prompt->validCredential(1, {})).accessToken, QStringLiteral("a"));
-        // Prompt again, so the next one is waited for.
+        // The last answer was prompt, so the next one is waited for.
         const auto last = start(m_prompt->validCredential(1, {}));
         QVERIFY(!last->isDone);
         m_source->release();
@@ -298,7 +298,7 @@ private:
         co_return token;
     }
 
-    /// A request that GitHub answers with the token, if it is one of these.
+    /// A request that succeeds, and returns the token, if the token is one of these.
     static std::function<QCoro::Task<QString>(QString)> accepting(const QStringList &accepted)
     {
         return [accepted](const QString &token) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// velmora_decode KIND: decodes standard input as the client does and prints the record again as JSON.
+// velmora_decode KIND: decodes standard input as the client does and prints the record as JSON.
 // velmora_decode query: prints the text of the GraphQL query.
 #include "github/deployments_query.h"
 #include "github/github_installation.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A window with one of each kind of control, and a tray item: what the helpers of this folder are tried on.
+// A window with one control of each kind and a tray item, to test the helpers of this folder.
 #include <QApplication>
 #include <QCheckBox>
 #include <QFormLayout>
@@ -28,7 +28,7 @@ public:
         : m_news(new QLabel(QStringLiteral("Nothing happened")))
     {
         setWindowTitle(QStringLiteral("Sample"));
-        // A compositor lets a window float only when its size is fixed.
+        // Tiling compositors let only windows of fixed size float.
         setFixedSize(kWindowSize);
         auto *layout = new QFormLayout(this);
         layout->addRow(m_news);

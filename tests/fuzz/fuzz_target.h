@@ -11,13 +11,13 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Called by libFuzzer with every input it thinks of.
+/// Called by libFuzzer with each input.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
 namespace velmora::fuzz
 {
 
-/// Ends the program, so that the fuzzer keeps the input, unless `holds`.
+/// Aborts if the condition does not hold, so that libFuzzer saves the input.
 inline void require(bool holds, const char *what)
 {
     if (holds)
@@ -31,7 +31,7 @@ inline QByteArrayView bytes(const std::uint8_t *data, std::size_t size)
     return QByteArrayView(data, static_cast<qsizetype>(size));
 }
 
-/// Decoding throws nothing but a DecodingError, and what it accepts survives encoding and decoding.
+/// Decoding must throw nothing but a DecodingError, and an accepted record must survive encoding and decoding.
 template <typename Record>
 void checkRecord(QByteArrayView json)
 {

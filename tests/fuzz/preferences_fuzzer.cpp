@@ -7,7 +7,7 @@
 
 using namespace velmora;
 
-/// Whatever the file holds, a change is kept, and what is not understood is set aside rather than lost.
+/// For any content, a change must be saved, and a file that is not understood must be set aside, not lost.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     static const QTemporaryDir folder;

@@ -6,7 +6,7 @@
 
 using namespace velmora;
 
-/// One header on each line, its name and its value apart by a colon.
+/// Input: a header on each line, with a colon between name and value.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const Instant now = *instantFromReferenceDate(800'000'000);

@@ -9,7 +9,7 @@
 namespace velmora::testing
 {
 
-/// A client of github.com with a session and a clock that the test commands.
+/// A client of github.com with a session and a clock that the test controls.
 struct ClientFixture {
     ClientFixture()
     {

@@ -7,8 +7,8 @@
 namespace velmora::testing
 {
 
-/// A proxy on the loopback. Whatever host a tunnel is asked for, it leads to one port of this machine; a request that
-/// is not for a tunnel is answered by the proxy itself.
+/// A proxy on the loopback address. It connects every tunnel to one port of this machine, whatever host was requested,
+/// and answers other requests itself.
 class ConnectProxy : public QObject
 {
 public:
@@ -21,12 +21,12 @@ public:
     [[nodiscard]] quint16 port() const { return m_server.serverPort(); }
     [[nodiscard]] QByteArray address() const { return "127.0.0.1:" + QByteArray::number(port()); }
 
-    quint16 target = 0; ///< where every tunnel ends
-    QByteArray credentials; ///< "name:password" that are asked for; empty for none
-    QByteArray refusal; ///< the status line for every tunnel; empty to make them
-    QByteArrayList heads; ///< of every request, whole
+    quint16 target = 0; ///< the port that every tunnel leads to
+    QByteArray credentials; ///< "name:password" that clients must send; empty for none
+    QByteArray refusal; ///< the status line that refuses all tunnels; empty to accept them
+    QByteArrayList heads; ///< the heads of all requests
 
-    /// The first lines of the requests.
+    /// The first lines of all requests.
     [[nodiscard]] QByteArrayList lines() const
     {
         QByteArrayList lines;

@@ -12,7 +12,7 @@ using namespace velmora;
 namespace
 {
 
-/// JSON is written with single quotes here: moc does not understand raw strings.
+/// Turns single quotation marks into double ones: moc does not understand raw strings.
 QByteArray quoted(const char *text)
 {
     return QByteArray(text).replace('\'', '"');
@@ -44,7 +44,7 @@ const QByteArray kLimit = quoted("'rateLimit':{'cost':1,'remaining':2,'resetAt':
 const QByteArray kFirst
     = quoted("'id':'D','commitOid':'c','createdAt':'2024-05-01T12:00:00Z','updatedAt':'2024-05-01T12:00:00Z'");
 
-/// An answer with one repository that has these nodes as its deployments.
+/// An answer with one repository that has these deployment nodes.
 QByteArray answer(const QByteArray &deployments)
 {
     return quoted("{'data':{'nodes':[{'id':'R','nameWithOwner':'o/r','url':'https://g/o/r','deployments':{'nodes':[")
@@ -82,7 +82,7 @@ class DeploymentsQueryTest : public QObject
 {
     Q_OBJECT
 
-    /// In an answer to a question for "R_0" and "R_1", of which the second one is null.
+    /// The unanswered repositories of an answer for "R_0" and "R_1" whose second node is null.
     static QList<UnansweredRepository> unansweredIn(const QByteArray &error)
     {
         const QByteArray json

@@ -28,7 +28,7 @@ QStringList idsOf(const HTTPRequest &request)
     return decodeJSON<GitHubGraphQLRequest>(*request.body).variables.ids;
 }
 
-/// One repository with one deployment for each id asked for.
+/// An answer with one repository for each requested id, with one deployment each.
 QByteArray answer(const HTTPRequest &request, int cost, int remaining, const QByteArray &resetAt)
 {
     QByteArrayList nodes;

@@ -33,7 +33,7 @@ std::exception_ptr failure(TransportError::Kind kind)
     return std::make_exception_ptr(TransportError(kind, text("no answer")));
 }
 
-/// Moves the time from sleep to sleep until the task ends.
+/// Moves the clock from sleep to sleep until the task ends.
 template <typename T>
 void runToEnd(FakeClock &clock, const std::shared_ptr<Outcome<T>> &outcome)
 {

@@ -13,7 +13,7 @@ using namespace velmora::testing;
 namespace
 {
 
-/// JSON is written with single quotes here: moc does not understand raw strings.
+/// Turns single quotation marks into double ones: moc does not understand raw strings.
 QByteArray quoted(const char *text)
 {
     return QByteArray(text).replace('\'', '"');
@@ -41,7 +41,7 @@ QByteArray installationsPage(int count)
     return quoted("{'installations':[") + items.join(',') + "]}";
 }
 
-/// Serves `total` repositories in pages as they are asked for.
+/// Serves `total` repositories page by page.
 void serveRepositories(FakeHTTPSession &session, int total)
 {
     session.handler = [total](const HTTPRequest &request) {

@@ -12,10 +12,10 @@
 namespace velmora::testing
 {
 
-/// The host that every certificate but "elsewhere" is for.
+/// The host name in all certificates but "elsewhere".
 inline const auto kSecureHost = QStringLiteral("ghe.example.test");
 
-/// A server on the loopback with one of the certificates that tests/github/with-trust-store has made.
+/// A server on the loopback address with a certificate from tests/github/with-trust-store.
 inline std::unique_ptr<RawHTTPServer> httpsServer(const QString &certificate)
 {
     const auto read = [&](const QString &ending) {

@@ -26,7 +26,7 @@ private Q_SLOTS:
 
     void aStopWhileConnectingEndsTheRequestFromTheEventLoop()
     {
-        RawHTTPServer server; // never answers the handshake
+        RawHTTPServer server; // never answers the TLS handshake
         QUrl url = server.url();
         url.setScheme(QStringLiteral("https"));
         NetworkSession session;
@@ -39,7 +39,7 @@ private Q_SLOTS:
 
     void aConnectionThatNeverOpensDoesNotHoldTheNextRequestUp()
     {
-        RawHTTPServer server; // never answers the handshake
+        RawHTTPServer server; // never answers the TLS handshake
         QUrl url = server.url();
         url.setScheme(QStringLiteral("https"));
         NetworkSession session(limits(60ms, 10s));
@@ -159,7 +159,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return server.closedConnections == 1; }));
         awaitValue(session.send(unrepeatable(server.url()), {}));
         QCOMPARE(server.connections, 3);
-        // The connection of the others is kept.
+        // The shared connection is still open.
         awaitValue(session.send(get(server.url()), {}));
         QCOMPARE(server.connections, 3);
         QVERIFY(server.requests.at(1).endsWith("\r\n\r\nworks once"));
@@ -213,7 +213,7 @@ private Q_SLOTS:
                 socket->disconnectFromHost();
         };
         NetworkSession session;
-        // What the rest is about: without a word to the contrary, Qt sends it several times.
+        // Qt repeats ordinary requests; without this the rest would prove nothing.
         std::ignore = await(session.send(post(server.url(), "works often"), {}));
         QVERIFY(server.requests.size() > 1);
         server.requests.clear();

@@ -81,7 +81,7 @@ private Q_SLOTS:
 
     void aCompressedBodyCountsAsWhatItUnpacksTo()
     {
-        // qCompress() puts four bytes of length before the stream.
+        // qCompress() puts four bytes of length before the zlib stream.
         const QByteArray packed = qCompress(QByteArray(20'000, 'x')).mid(4);
         QVERIFY(packed.size() < 1000);
         RawHTTPServer server;
@@ -123,7 +123,7 @@ private Q_SLOTS:
     void aBrokenBodyFailsThoughAStatusWasReceived_data()
     {
         QTest::addColumn<QByteArray>("start");
-        // The bytes and the end of the connection arrive together more often than not.
+        // The bytes and the end of the connection usually arrive together.
         QTest::newRow("truncated") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{}");
         QTest::newRow("truncated refusal") << QByteArray("HTTP/1.1 403 No\r\nContent-Length: 100\r\n\r\n{}");
         QTest::newRow("half a head") << QByteArray("HTTP/1.1 200 OK\r\nContent-Le");

@@ -62,7 +62,7 @@ inline QByteArray redirect(const QByteArray &status, const QByteArray &location)
     return RawHTTPServer::answer(status + " Moved", "over there", "Location: " + location + "\r\n");
 }
 
-/// The names of the headers of a request, in their order on the wire.
+/// The names of a request's headers, in the order on the wire.
 inline QByteArrayList headerNames(const QByteArray &request)
 {
     QByteArrayList names;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Through a real proxy, to hosts with real certificates.
+// A real proxy and hosts with real certificates.
 #include "cli/program_run.h"
 #include "connect_proxy.h"
 #include "https_server.h"
@@ -30,7 +30,7 @@ bool isTrusted()
     return !qEnvironmentVariableIsEmpty("VELMORA_TEST_TRUSTED");
 }
 
-/// A port that nobody listens at.
+/// A port on which no server listens.
 QByteArray deadAddress()
 {
     QTcpServer server;
@@ -38,7 +38,7 @@ QByteArray deadAddress()
     return "127.0.0.1:" + QByteArray::number(server.serverPort());
 }
 
-/// That the host is beyond a proxy which fails.
+/// Whether the description says that the host cannot be reached because of the proxy.
 bool isAboutProxy(const QString &description, const QByteArray &proxy)
 {
     return description.startsWith(
@@ -261,7 +261,7 @@ private Q_SLOTS:
     {
         ConnectProxy proxy;
         proxy.refusal = "HTTP/1.1 403 No";
-        // Not meant for https by our reading of it, but the system takes it for every scheme.
+        // environmentProxy() ignores this variable for https, but the system's resolver uses it for every scheme.
         qputenv("http_proxy", "http://" + proxy.address());
         NetworkSession session(limits(5s, 10s));
         const QString description = await(session.send(get(secure()), {})).description();
@@ -275,7 +275,7 @@ private Q_SLOTS:
         qputenv("HTTPS_PROXY", proxy.address());
         qputenv("NO_PROXY", "other.test, .example.invalid");
         NetworkSession session(limits(10s, 15s));
-        // Nobody has that name, which only a direct connection finds out.
+        // The name does not exist, which only a direct connection finds out.
         const QUrl url(QStringLiteral("https://ghe.example.invalid/"));
         const auto outcome = await(session.send(get(url), {}));
         QCOMPARE(kindOf(outcome), kNetwork);

@@ -21,7 +21,7 @@ namespace
 const QUrl kAddress(QStringLiteral("https://a.test/path?token=secret"));
 const QNetworkProxy kProxy(QNetworkProxy::HttpProxy, QStringLiteral("p.test"), 3128);
 
-/// A system that answers when it is let.
+/// A system that answers when the test permits it.
 struct SlowSystem {
     QSemaphore allowed;
     std::atomic<int> questions = 0;
@@ -29,7 +29,7 @@ struct SlowSystem {
     bool wasOnMainThread = false;
 };
 
-/// Keeps the system: a thread may still be asking when the test has ended.
+/// The query shares ownership: a thread may still run when the test has ended.
 ProxyLookup::SystemQuery queryOf(const std::shared_ptr<SlowSystem> &system)
 {
     return [system](const QUrl &url) {
@@ -57,7 +57,7 @@ private:
     }
 
 private Q_SLOTS:
-    /// Nobody is left waiting for a system that never answers: whoever asks one keeps it.
+    /// Lets all waiting threads finish and release their systems.
     void cleanup()
     {
         for (const auto &system : std::as_const(m_systems))
@@ -95,7 +95,7 @@ private Q_SLOTS:
         QCOMPARE(lookup.lastKnown(QUrl(QStringLiteral("https://a.test:444/x"))).type(), QNetworkProxy::NoProxy);
         QCOMPARE(system->questions, 1);
         QVERIFY(!system->wasOnMainThread);
-        // A script may come from anywhere and must not learn more than it needs.
+        // The script may be foreign and must not learn more than the host.
         QCOMPARE(system->lastAddress, QUrl(QStringLiteral("https://a.test")));
     }
 

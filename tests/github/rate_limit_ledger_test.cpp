@@ -74,7 +74,7 @@ private Q_SLOTS:
         const Instant corrected = kNow + 20s - 10h;
         QCOMPARE(ledger.pausedUntil(1, corrected), std::optional<Instant>(corrected + 40s));
         QVERIFY(!ledger.pausedUntil(1, corrected + 40s).has_value());
-        // And once more.
+        // The same again after the pause.
         ledger.recordRefusal(1, {}, corrected + 40s);
         QCOMPARE(ledger.pausedUntil(1, kNow - 5h * 24), std::optional<Instant>(kNow - 5h * 24 + 120s));
     }

@@ -10,7 +10,7 @@
 namespace velmora::testing
 {
 
-/// A server on the loopback that hands every request to the test, which writes what it likes, well-formed or not.
+/// A server on the loopback address. The test handles each request and may write anything, well-formed or not.
 class RawHTTPServer : public QObject
 {
 public:
@@ -20,7 +20,7 @@ public:
         : RawHTTPServer(std::make_unique<QTcpServer>())
     {
     }
-    /// `server` makes the connections; one that encrypts hands over what has been agreed on.
+    /// `server` accepts the connections; one with TLS hands them over after the handshake.
     explicit RawHTTPServer(std::unique_ptr<QTcpServer> server)
         : m_server(std::move(server))
     {
@@ -49,7 +49,7 @@ public:
         };
     }
 
-    /// Answers by the path that is asked for.
+    /// Answers depending on the path.
     void answerPaths(const QHash<QByteArray, QByteArray> &answers)
     {
         handler = [answers](QTcpSocket *socket, const QByteArray &request) {
@@ -57,8 +57,8 @@ public:
         };
     }
 
-    Handler handler; ///< without one nothing is answered
-    QList<QByteArray> requests; ///< whole, with their bodies
+    Handler handler; ///< without a handler nothing is answered
+    QList<QByteArray> requests; ///< including their bodies
     int connections = 0;
     int closedConnections = 0;
 

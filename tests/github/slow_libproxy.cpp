@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Loaded before the system's library for the choice of a proxy: says that it was asked, and takes its time, as a script
-// on a slow network does.
+// Preloaded in place of the system's proxy resolver. Reports each query and delays its answer, like a script on a slow
+// network.
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>

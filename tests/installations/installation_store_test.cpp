@@ -480,7 +480,7 @@ private Q_SLOTS:
         refresh();
         QVERIFY(m_http->requests.isEmpty());
         QCOMPARE(m_credentials->loads, loads);
-        // The fake clock began at midnight UTC; the minute in which the pause ends is rounded up.
+        // The fake clock starts at midnight UTC. The time is rounded up to the minute.
         const QString resume = QDateTime::fromSecsSinceEpoch(
             std::chrono::duration_cast<std::chrono::seconds>(m_clock->now().time_since_epoch()).count() + 120)
                                    .toString(QStringLiteral("HH:mm"));
@@ -545,7 +545,7 @@ private Q_SLOTS:
         makeStore({QStringLiteral("alice"), QStringLiteral("bob")});
         m_http->handler = nullptr;
         const auto first = start(m_store->refresh(m_authentication.get()));
-        // The first has alice's answer, and waits for bob's.
+        // The first refresh has alice's answer and waits for bob's.
         QVERIFY(m_http->answerNext(answer(m_http->requests.last())));
         grant("alice", 10, "acme", {repositoryJSON("acme/a", "R1")});
         const auto second = start(m_store->refreshIdentities(m_authentication.get(), QSet<qint64>({1})));
@@ -618,7 +618,7 @@ private Q_SLOTS:
         QVERIFY(second->isDone);
         QCOMPARE(m_http->openRequests, 0);
         QVERIFY(m_store->state() == state(Case::Disconnected));
-        // The next one begins a load of its own.
+        // The next refresh loads again.
         grant("alice", 10, "acme", {});
         m_http->handler = [this](const HTTPRequest &request) {
             return answer(request);
@@ -845,7 +845,7 @@ private Q_SLOTS:
     void tenThousandRepositoriesArePublishedInNoTime()
     {
         makeStore({QStringLiteral("alice")});
-        // A page that holds another number than 100 is the last, so one page may hold them all.
+        // A page with more or less than 100 entries is the last, so one page may hold all.
         QByteArrayList repositories;
         for (int i = 0; i < 10'000; ++i) {
             const QByteArray number = QByteArray::number((i * 7919) % 10'000 + 10'000);
@@ -867,7 +867,7 @@ private:
 
     static InstallationLoadingState state(Case value, const QString &message = {}) { return {value, message}; }
 
-    /// Stores with the accounts of these logins, ids 1, 2, …, whose tokens are their logins.
+    /// Makes stores with accounts of these logins, ids 1, 2, …; each token is the login.
     void makeStore(const QStringList &logins)
     {
         QList<GitHubAccount> accounts;
@@ -891,7 +891,7 @@ private:
         m_installations.clear();
     }
 
-    /// Lets the identity see the installation, after those granted before; one with the same id is replaced.
+    /// Adds the installation to those that the identity sees, or replaces the one with this id.
     void grant(
         const QByteArray &login, qint64 installationID, const QByteArray &owner, const QByteArrayList &repositories)
     {
@@ -905,7 +905,7 @@ private:
             FakeHTTPSession::response(200, repositoriesJSON(repositories)));
     }
 
-    /// The installation's owner suspends it: its repositories are refused from then on.
+    /// Suspends the installation: its repositories are refused from now on.
     void suspend(const QByteArray &login, qint64 installationID, const QByteArray &owner)
     {
         QByteArray suspended = installationJSON(installationID, owner);
@@ -925,7 +925,7 @@ private:
         return m_answers.value(key, FakeHTTPSession::response(200, installationsJSON({})));
     }
 
-    /// Answers every request that waits or follows, until the refresh has ended.
+    /// Answers waiting and further requests until the refresh has ended.
     void answerAll(const std::shared_ptr<Outcome<void>> &running)
     {
         m_http->handler = [this](const HTTPRequest &request) {

@@ -28,7 +28,7 @@ simulator::SimulatorOptions quickOptions()
     return options;
 }
 
-/// The headers of those names, in the order in which they were sent.
+/// Which of the wanted headers were sent, in order.
 QList<QByteArray> namesAmong(const simulator::Request &request, const QList<QByteArray> &wanted)
 {
     QList<QByteArray> names;
@@ -125,7 +125,7 @@ private Q_SLOTS:
         rule.times = 2;
         rule.status = 502;
         m_github->misbehaviour().add(rule);
-        // More than Qt repeats by itself.
+        // More often than Qt repeats a request.
         rule.times = 5;
         rule.status.reset();
         rule.delivery.close = simulator::Delivery::Close::Before;

@@ -30,7 +30,7 @@ public:
 
 } // namespace
 
-/// What a person does from the first connection to the first announced result, against the stand-in.
+/// Performs the steps of a user against the simulator, from the first connection to the first announced result.
 class StoresIntegrationTest : public QObject
 {
     Q_OBJECT

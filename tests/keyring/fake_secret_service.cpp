@@ -33,7 +33,7 @@ QString shortName(const QString &interface)
 
 } // namespace
 
-/// A secret as it travels over an unencrypted session.
+/// A secret in the format of an unencrypted session.
 struct PlainSecret {
     QDBusObjectPath session;
     QByteArray parameters;
@@ -120,7 +120,7 @@ void FakeSecretService::release()
 void FakeSecretService::answerCall(const QDBusMessage &message)
 {
     calls.append(message.member());
-    // "Not supported" is how a provider declines an encrypted session.
+    // Providers decline an encrypted session with NotSupported.
     const bool isSession = message.member() == QLatin1String("OpenSession");
     const auto refusal = isSession ? QDBusError::NotSupported : QDBusError::UnknownMethod;
     const bool isSecret

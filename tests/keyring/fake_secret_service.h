@@ -13,14 +13,14 @@
 namespace velmora::testing
 {
 
-/// A provider of the Secret Service with one collection and at most one item, whose prompts are answered
-/// by the test instead of by a user. Runs in the event loop of the test, on a connection of its own.
+/// A Secret Service with one collection and at most one item. The test answers its prompts in place of a user. Runs in
+/// the event loop of the test, on a bus connection of its own.
 class FakeSecretService final : public QDBusVirtualObject
 {
     Q_OBJECT
 
 public:
-    /// What happens to a prompt.
+    /// How a prompt is answered.
     enum class Answer {
         Unlock,
         Dismiss,
@@ -30,28 +30,28 @@ public:
     FakeSecretService();
     ~FakeSecretService() override;
 
-    /// Takes the name of the provider; false when somebody else has it.
+    /// Takes the name of the provider; false if it is taken.
     bool appear(const QString &name = QStringLiteral("org.freedesktop.secrets"));
-    /// Ends like a process: the connection is closed.
+    /// Closes the connection, like the end of a process.
     void disappear();
 
     [[nodiscard]] QString introspect(const QString &path) const override;
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
 
-    /// Answers the prompt that was shown while the answer was `Never`.
+    /// Answers the prompt that was shown while `answer` was `Never`.
     void complete(bool isDismissed);
 
     Answer answer = Answer::Unlock;
     bool isLocked = false;
-    bool hidesLockedItems = false; ///< a search in the locked collection finds nothing
+    bool hidesLockedItems = false; ///< searches find nothing while the collection is locked
     bool hasCollection = true;
-    std::optional<QByteArray> secret; ///< of the one item; nothing: there is no item
-    int misreadSessions = 0; ///< no secret gets through as many of the next sessions
-    bool isHeldBack = false; ///< calls get no reply until release()
-    /// Replies to what was held back.
+    std::optional<QByteArray> secret; ///< the secret of the one item; absent: there is no item
+    int misreadSessions = 0; ///< the number of future sessions in which secrets are rejected
+    bool isHeldBack = false; ///< calls get no reply before release()
+    /// Replies to the calls that were held back.
     void release();
 
-    QStringList calls; ///< members of every call that was answered, in order
+    QStringList calls; ///< the members of all answered calls, in order
 
 private:
     void answerCall(const QDBusMessage &message);
@@ -65,7 +65,7 @@ private:
     QString m_connectionName;
     QList<QDBusMessage> m_heldBack;
     bool m_isMisreading = false;
-    QString m_prompting; ///< what the prompt is about: "unlock", "delete" or "create"
+    QString m_prompting; ///< the purpose of the prompt: "unlock", "delete" or "create"
 };
 
 } // namespace velmora::testing

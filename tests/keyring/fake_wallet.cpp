@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// fake_wallet NAME: owns the name and that of the Secret Service until the bus ends.
+// fake_wallet NAME: owns this name and that of the Secret Service until the bus ends.
 #include "fake_secret_service.h"
 
 #include <QCoreApplication>

@@ -291,7 +291,7 @@ void KeychainCredentialStoreTest::aRestartedProviderIsFound()
 void KeychainCredentialStoreTest::aProviderThatIsReplacedUnnoticedIsFound()
 {
     save(fullCredential(), 42);
-    // The event loop does not run in between: the store learns of both only in its next operation.
+    // The event loop does not run in between, so the store learns of both only in its next operation.
     m_keyring.endProvider();
     m_keyring.startProvider();
     QVERIFY(load(42) == fullCredential());

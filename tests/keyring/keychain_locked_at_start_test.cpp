@@ -31,7 +31,7 @@ GitHubCredential credential(const char *token)
 
 } // namespace
 
-/// A keyring that was filled in an earlier session and that the login has not unlocked.
+/// Tests with a keyring that was filled in an earlier session and that the login has not unlocked.
 class KeychainLockedAtStartTest final : public QObject
 {
     Q_OBJECT
@@ -102,7 +102,7 @@ private Q_SLOTS:
     void nothingIsAskedOnceItIsUnlocked()
     {
         m_keyring.unlock();
-        // The bus of this test can show no question, so that one would fail.
+        // A prompt cannot be shown on this bus and would fail.
         awaitValue(m_store->unlock({42, 43, 99}));
         awaitValue(m_store->prepareToSave());
         awaitValue(m_store->remove(43, Interaction::Allowed));

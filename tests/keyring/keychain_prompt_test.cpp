@@ -26,7 +26,7 @@ GitHubCredential credential(const char *token)
     return made;
 }
 
-/// Whether the task succeeds; tells why not.
+/// Whether the task succeeds; logs the failure if not.
 bool succeeds(QCoro::Task<> task)
 {
     const auto outcome = await(std::move(task));
@@ -115,7 +115,7 @@ private Q_SLOTS:
         QVERIFY(await(m_store->save(credential("new"), 42, Interaction::Allowed)).failedWith(dismissed));
         QVERIFY(await(m_store->remove(42, Interaction::Allowed)).failedWith(dismissed));
         QCOMPARE(*m_service->secret, kStored);
-        // The user is asked once for each operation, not again and again.
+        // One prompt for each operation.
         QCOMPARE(m_service->calls.count(QLatin1String("Prompt")), 2);
     }
 
@@ -237,7 +237,7 @@ private Q_SLOTS:
             return m_service->calls.count(QLatin1String("SearchItems"));
         };
         QVERIFY(waitUntil([&] { return searches() >= 2; }));
-        // Both have seen that it is locked, and wait for the question that is open.
+        // Both have found the collection locked and wait for the open prompt.
         QVERIFY(succeeds(m_store->save(credential("x"), 1, Interaction::Forbidden)) == false);
         QCOMPARE(prompts(), 1);
         m_service->complete(isDismissed);
@@ -342,7 +342,7 @@ private Q_SLOTS:
         m_service->disappear();
         QVERIFY(waitUntil([&] { return saving->isDone; }));
         QVERIFY(saving->failedWith(status(CredentialStoreError::ProviderEnded)));
-        // The next provider is used as if nothing had happened.
+        // The next provider is used as usual.
         m_service->isLocked = false;
         QVERIFY(m_service->appear());
         QVERIFY(awaitValue(m_store->load(42)) == credential("stored"));

@@ -31,7 +31,7 @@ GitHubCredential credential(const char *token)
 
 } // namespace
 
-/// Against the real KeePassXC, which shows nothing of a locked database.
+/// Tests with the real KeePassXC, which hides the items of a locked database.
 class KeychainWithKeePassXCTest final : public QObject
 {
     Q_OBJECT
@@ -120,7 +120,7 @@ private:
         QVERIFY(!m_database.isAsking());
     }
 
-    /// Answers until all of the requests have ended: keys that come before the dialog listens are lost.
+    /// Repeats the answer until all requests have ended: keys that arrive before the dialog listens are lost.
     template <typename Answer, typename... Requests>
     bool answer(Answer give, const Requests &...requests)
     {

@@ -31,7 +31,8 @@ GitHubCredential credential(const char *token)
 
 } // namespace
 
-/// Against the real KWallet, whose Secret Service takes every wallet for locked that was not opened through it.
+/// Tests with the real KWallet, whose Secret Service treats a wallet as locked unless it was opened through the
+/// service.
 class KeychainWithKWalletTest final : public QObject
 {
     Q_OBJECT
@@ -205,7 +206,7 @@ private:
         QVERIFY(!m_wallet.isAsking());
     }
 
-    /// Answers until all of the requests have ended: keys that come before the dialog listens are lost.
+    /// Repeats the answer until all requests have ended: keys that arrive before the dialog listens are lost.
     template <typename Answer, typename... Requests>
     bool answer(Answer give, const Requests &...requests)
     {

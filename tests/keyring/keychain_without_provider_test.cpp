@@ -19,7 +19,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("desktop");
         QTest::newRow("GNOME") << QByteArray("GNOME");
-        // The names of KWallet are tried there as well.
+        // On KDE the names of KWallet are tried as well.
         QTest::newRow("KDE") << QByteArray("KDE");
     }
     void everyOperationSaysAtOnceThatThereIsNoKeyring()

@@ -6,15 +6,15 @@
 namespace velmora::testing
 {
 
-/// KeePassXC with the database that with-private-keyring has made.
+/// KeePassXC with the database created by with-private-keyring.
 class PrivateDatabase final : public PrivateProvider
 {
 public:
     PrivateDatabase();
 
-    /// Starts KeePassXC with the database unlocked, and waits until it offers the open collection.
+    /// Starts KeePassXC with the database unlocked; waits until the service offers the open collection.
     void start();
-    /// Starts KeePassXC with the database locked, and waits until it offers the collection.
+    /// Starts KeePassXC with the database locked; waits until the service offers the collection.
     void startLocked();
 };
 

@@ -79,7 +79,7 @@ void blockUntil(Condition condition)
     }
 }
 
-/// A session without encryption; belongs to the connection that opened it.
+/// A session without encryption, which belongs to the calling connection.
 QByteArray openSession()
 {
     const Variant opened = callService("OpenSession", g_variant_new("(sv)", "plain", g_variant_new_string("")));

@@ -14,30 +14,30 @@ namespace velmora::testing
 
 constexpr const char *kTestService = "com.example.velmora.test";
 
-/// The keyring that with-private-keyring has started, seen from outside the credential store. Blocks.
+/// Accesses the keyring started by with-private-keyring independently of the credential store. Blocks.
 class PrivateKeyring
 {
 public:
     ~PrivateKeyring();
 
     void lock();
-    /// Without a prompt, with the password that the keyring was made with.
+    /// Unlocks the keyring with its password, without a prompt.
     void unlock();
-    /// How many items the service finds with the attributes, locked ones included.
+    /// The number of items with these attributes, including locked ones.
     [[nodiscard]] int itemCount(const char *account) const;
-    /// Stores raw bytes as the store would store a credential, in the collection with the alias.
+    /// Stores raw bytes in the form of a credential, in the collection with this alias.
     void put(const char *account, const QByteArray &secret, const char *collection = "default",
         const char *schemaName = "com.tarvik.velmora.credential");
-    /// The secret as text; empty when there is none.
+    /// The secret; empty for none.
     [[nodiscard]] QByteArray secret(const char *account) const;
 
     [[nodiscard]] bool hasProvider() const;
     [[nodiscard]] pid_t providerPID() const;
-    /// Kills the provider and waits until the bus knows.
+    /// Kills the provider and waits until it has left the bus.
     void endProvider();
-    /// Starts a provider that unlocks the keyring, or makes it, and waits for it.
+    /// Starts a provider that unlocks or creates the keyring, and waits for it.
     void startProvider();
-    /// Starts a provider that leaves the keyring locked, as it is after a login without a password, and waits for it.
+    /// Starts a provider with a locked keyring, as after a login without a password, and waits for it.
     void startLockedProvider();
 
 private:

@@ -22,7 +22,7 @@ struct ObjectDeleter {
 using Service = std::unique_ptr<SecretService, ObjectDeleter>;
 using Collection = std::unique_ptr<SecretCollection, ObjectDeleter>;
 
-/// A connection of its own: the caches of the tested store see nothing of these calls.
+/// Uses a connection of its own, so that the caches of the tested store stay unaware.
 Service openService()
 {
     return Service(secret_service_open_sync(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_NONE, nullptr, nullptr));

@@ -16,42 +16,42 @@
 namespace velmora::testing
 {
 
-/// A program that offers the Secret Service and asks for the password in a dialog, on the display that
-/// with-private-keyring has started; seen from outside the credential store. Blocks, unless said otherwise.
+/// A program that offers the Secret Service and asks for the password in a dialog, on the display started by
+/// with-private-keyring. Works independently of the credential store. Functions block unless stated otherwise.
 class PrivateProvider
 {
 public:
     PrivateProvider(const PrivateProvider &) = delete;
     PrivateProvider &operator=(const PrivateProvider &) = delete;
 
-    /// Kills the program and waits until the bus knows.
+    /// Kills the program and waits until it has left the bus.
     void end();
     /// Locks the default collection of the running program.
     void lock();
     [[nodiscard]] pid_t pid() const { return static_cast<pid_t>(m_program.processId()); }
 
-    /// Whether the program shows the dialog in which it asks for the password.
+    /// Whether the program shows its password dialog.
     [[nodiscard]] bool isAsking() const;
-    /// Types the password into the dialog. Does not wait for what comes of it.
+    /// Types the password into the dialog. Does not wait for the effect.
     void typePassword();
-    /// Closes the dialog without an answer. Does not wait for what comes of it.
+    /// Closes the dialog without an answer. Does not wait for the effect.
     void dismiss();
 
 protected:
-    /// `dialogTitle`: a pattern that matches the title of the dialog.
+    /// `dialogTitle` is a pattern for the title of the dialog.
     PrivateProvider(QString program, QString dialogTitle);
     ~PrivateProvider();
 
-    /// Ends the program and starts it anew. Does not wait until it offers anything.
-    /// `input`: what it reads from its standard input; `inherited`: descriptors that it shares with the test.
+    /// Restarts the program; does not wait for its service. `input` is its standard input; `inherited` are descriptors
+    /// that it shares with the test.
     void launch(const QStringList &arguments, const QByteArray &input = {}, const std::vector<int> &inherited = {});
 
     /// The password of the collection.
     [[nodiscard]] static QByteArray password();
-    /// Whether there is a default collection, locked or not.
+    /// Whether a default collection exists; the second overload also compares its state.
     [[nodiscard]] static bool hasCollection();
     [[nodiscard]] static bool hasCollection(bool isLocked);
-    /// Throws with the text when the condition does not hold within 20 seconds.
+    /// Waits for the condition; throws an exception with the text after 20 seconds.
     template <typename Condition>
     static void blockUntil(Condition condition, const char *complaint)
     {

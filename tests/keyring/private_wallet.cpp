@@ -28,7 +28,7 @@ QString walletFile(const char *suffix)
     return QDir::homePath() + QLatin1String("/.local/share/kwalletd/") + QLatin1String(kWallet) + QLatin1String(suffix);
 }
 
-/// What opens the wallet: KWallet hashes a typed password in the same way.
+/// The key of the wallet: KWallet hashes a typed password in this way.
 QByteArray hashOf(const QByteArray &password)
 {
     QFile salt(walletFile(".salt"));
@@ -38,7 +38,7 @@ QByteArray hashOf(const QByteArray &password)
         QCryptographicHash::Sha512, password, salt.readAll(), kHashIterations, kHashSize);
 }
 
-/// The end of a pipe from which the bytes can be read.
+/// The reading end of a pipe that contains the bytes.
 std::unique_ptr<QFile> pipeWith(const QByteArray &bytes)
 {
     std::array<int, 2> ends = {-1, -1};
@@ -60,8 +60,8 @@ PrivateWallet::PrivateWallet()
 {
 }
 
-/// The module for logins starts KWallet with the hash in a pipe, and sends the environment of the session through a
-/// socket once there is one. Here it waits in the socket already.
+/// Starts KWallet like the PAM module: the hash comes through a pipe, and the environment of the session through a
+/// socket. Here the environment is written to the socket in advance.
 void PrivateWallet::logIn()
 {
     const auto hash = pipeWith(hashOf(password()));
@@ -83,7 +83,7 @@ void PrivateWallet::logIn()
     blockUntil([this] { return isOpen(); }, "KWallet did not open the wallet");
 }
 
-/// KWallet offers a new wallet only after it has been started again.
+/// KWallet offers a new wallet only after a restart.
 void PrivateWallet::makeWallet()
 {
     logIn();

@@ -6,21 +6,21 @@
 namespace velmora::testing
 {
 
-/// KWallet with the settings that with-private-keyring has written. Has no wallet before the first start(). What is
-/// stored reaches the disk when the wallet is locked, so that it is to be locked before it is ended.
+/// KWallet with the settings written by with-private-keyring. Before the first start() there is no wallet. KWallet
+/// saves when the wallet is locked, so lock it before ending the program.
 class PrivateWallet final : public PrivateProvider
 {
 public:
     PrivateWallet();
 
-    /// Starts KWallet as a login with a password does, and waits until the wallet is open. Makes the wallet when there
-    /// is none.
+    /// Starts KWallet like a login with a password, and waits until the wallet is open. Creates the wallet if
+    /// necessary.
     void start();
-    /// Starts KWallet as a login without a password does, and waits until it offers the locked wallet.
+    /// Starts KWallet like a login without a password; waits until the service offers the locked wallet.
     void startLocked();
-    /// Whether KWallet asks the user before another program uses the open wallet. For the next start().
+    /// Sets whether KWallet asks the user before another program uses the open wallet. Takes effect with start().
     void setAsksAboutPrograms(bool asks);
-    /// Whether the wallet is open, by KWallet's own account.
+    /// Whether KWallet itself reports the wallet as open.
     [[nodiscard]] bool isOpen() const;
 
 private:

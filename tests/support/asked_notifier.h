@@ -11,7 +11,7 @@
 namespace velmora::testing
 {
 
-/// Answers the question for permission when the test says so.
+/// Answers requests for permission when the test says so.
 class AskedNotifier final : public DeploymentNotifying
 {
 public:

@@ -18,14 +18,14 @@
 namespace velmora::testing
 {
 
-/// How a task ended: a value, or a failure.
+/// The outcome of a task: a value, or a failure.
 template <typename T>
 struct Outcome {
     bool isDone = false;
     std::conditional_t<std::is_void_v<T>, std::monostate, std::optional<T>> value;
     std::exception_ptr failure;
 
-    /// The description of the failure; empty when there was none.
+    /// The description of the failure; empty for none.
     [[nodiscard]] QString description() const { return failure ? describe(failure) : QString(); }
 
     /// Whether the task failed with exactly this error.
@@ -79,7 +79,7 @@ QCoro::Task<> observe(QCoro::Task<T> task, std::shared_ptr<Outcome<T>> outcome)
 
 } // namespace detail
 
-/// Starts the task; the result tells how far it is at any time.
+/// Starts the task. The outcome is updated while the task runs.
 template <typename T>
 [[nodiscard]] std::shared_ptr<Outcome<T>> start(QCoro::Task<T> task)
 {
@@ -94,8 +94,8 @@ template <typename Condition>
 {
     QElapsedTimer watchdog;
     watchdog.start();
-    // What no event tells of, such as the end of another process, is looked at in between. The test sleeps meanwhile:
-    // what it waits for needs the processors.
+    // Some conditions change without an event, such as the end of another process: check them every 5 ms, and sleep in
+    // between to leave the processors to that process.
     QTimer look;
     look.start(std::chrono::milliseconds(5));
     while (!condition()) {
@@ -106,7 +106,7 @@ template <typename Condition>
     return true;
 }
 
-/// Runs the event loop until the task has ended, and returns how. Throws after 20 seconds.
+/// Runs the event loop until the task has ended; returns its outcome. Throws after 20 seconds.
 template <typename T>
 [[nodiscard]] Outcome<T> await(QCoro::Task<T> task)
 {
@@ -127,7 +127,7 @@ T awaitValue(QCoro::Task<T> task)
         return std::move(*outcome.value);
 }
 
-/// Lets everything that is queued in the event loop happen.
+/// Processes everything that is queued in the event loop, including deferred deletions.
 inline void drainEvents()
 {
     for (int i = 0; i < 5; ++i) {

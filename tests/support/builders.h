@@ -9,7 +9,7 @@
 namespace velmora::testing
 {
 
-/// Noon of the first of May 2026, UTC: the present of most tests.
+/// Noon on 1 May 2026, UTC: the current time of most tests.
 inline Instant noon()
 {
     using namespace std::chrono;

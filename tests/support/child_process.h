@@ -15,11 +15,11 @@
 namespace velmora::testing
 {
 
-/// What work in a child returns when the machine does not allow what it needs.
+/// What inChild() returns if the machine forbids what the work needs.
 inline const QString kNotAllowed = QStringLiteral("not allowed");
 
-/// Runs the work in a copy of this process, whose limits, rights and file systems it may change, and returns what it
-/// returns. The work starts no thread and uses no event loop.
+/// Runs the work in a forked child, which may change its limits, rights and mounts, and returns the work's result. The
+/// work must not start threads or use an event loop.
 template <typename Work>
 [[nodiscard]] QString inChild(Work work)
 {
@@ -43,8 +43,8 @@ template <typename Work>
     return status == 0 ? QString::fromUtf8(result) : QStringLiteral("the child ended with status %1").arg(status);
 }
 
-/// Mounts an empty disk of that size, as "64k", on the folder, which this process alone sees. False where a process may
-/// not do so. In a child only.
+/// Mounts an empty disk of this size, such as "64k", on the folder, visible to this process only. False if that is not
+/// permitted. For use in a child only.
 [[nodiscard]] inline bool mountSmallDisk(const QString &folder, const char *size)
 {
     const auto write = [](const char *path, const QByteArray &text) {
@@ -59,7 +59,7 @@ template <typename Work>
         == 0;
 }
 
-/// Makes a file that takes all the room that is left.
+/// Fills the rest of the disk with a file.
 inline void fillDisk(const QString &path)
 {
     QFile file(path);

@@ -247,7 +247,7 @@ private Q_SLOTS:
 
     void whatEscapesFromLaunchedWorkIsLoggedAndACancellationIsNot()
     {
-        // Whatever the environment says about logging.
+        // Independent of the logging rules in the environment.
         const auto before = QLoggingCategory::installFilter(&enableWarnings);
         QTest::ignoreMessage(QtWarningMsg, "some work failed: broken");
         launch(failing(std::make_exception_ptr(FileError(QStringLiteral("broken")))), "some work");
@@ -282,7 +282,7 @@ private Q_SLOTS:
         QVERIFY(timer.elapsed() >= milliseconds);
     }
 
-    /// Whoever asks early is told to ask less often.
+    /// An early wake-up would make polling too frequent: GitHub answers it with slow_down.
     void aLongSleepOfTheSystemClockIsNotCutShort()
     {
         SystemClock clock;
@@ -291,7 +291,7 @@ private Q_SLOTS:
         const auto lengthOf = [](int sleeper) {
             return std::chrono::milliseconds(1000 + 23 * sleeper);
         };
-        // They end at different moments of a second, for a timer may round to some.
+        // Different fractions of a second, because a timer may round to some.
         QList<decltype(start(clock.sleep({}, {})))> sleepers;
         for (int i = 0; i < 12; ++i)
             sleepers.append(start(clock.sleep(lengthOf(i), {})));

@@ -13,7 +13,7 @@
 namespace velmora::testing
 {
 
-/// Pictures by address. Others are nowhere to be had.
+/// Serves pictures by address; fails for others.
 class FakeAvatarLoading final : public AvatarLoading
 {
 public:
@@ -34,7 +34,7 @@ public:
         co_return found;
     }
 
-    /// Lets everybody who waits go on.
+    /// Resumes all waiting loads.
     void release()
     {
         const auto held = std::exchange(m_held, {});
@@ -43,8 +43,8 @@ public:
     }
 
     QMap<QString, QByteArray> pictures;
-    QStringList asked; ///< in order
-    std::deque<std::stop_token> stops; ///< one for each that was asked for
+    QStringList asked; ///< the requested addresses, in order
+    std::deque<std::stop_token> stops; ///< one for each request
     bool isHolding = false; ///< answers wait for release()
 
 private:

@@ -40,7 +40,7 @@ public:
     std::optional<DeploymentCachePayload> payload;
     int saves = 0;
     bool fails = false;
-    int failedLoads = 0; ///< so many loads throw what a cache never throws
+    int failedLoads = 0; ///< the number of loads that throw an exception that is not an Error
     std::optional<OneShot<>> gate; ///< loading waits for it
 };
 

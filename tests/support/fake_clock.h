@@ -12,8 +12,7 @@
 namespace velmora::testing
 {
 
-/// A clock that stands still until it is told to move. Sleeps end, in the order of their ends, while
-/// advance() runs; a stop ends a sleep at once.
+/// A clock that moves only when told to. advance() ends sleeps in the order of their ends; a stop ends a sleep at once.
 class FakeClock final : public Clock
 {
 public:
@@ -40,7 +39,7 @@ public:
             throw CancellationError();
     }
 
-    /// Moves the time forward, waking every sleeper on the way at the instant of its end.
+    /// Moves the time forward; wakes each sleeper on the way at its time.
     void advance(std::chrono::microseconds duration)
     {
         const Instant end = m_now + duration;
@@ -48,10 +47,10 @@ public:
         m_now = end;
     }
 
-    /// Moves the time to the end of the next sleep and wakes it; false when no sleep ends by `latest`.
+    /// Moves the time to the end of the next sleep and wakes it; false if no sleep ends by `latest`.
     bool advanceToNextWake(Instant latest = Instant::max()) { return wakeNext(latest); }
 
-    /// Ends every sleep without moving the time: what a wall clock that was set back looks like.
+    /// Ends all sleeps without moving the time, as if the wall clock had been set back.
     void wakeAll()
     {
         const auto sleepers = std::exchange(m_sleepers, {});
@@ -59,7 +58,7 @@ public:
             sleeper.done.resolve();
     }
 
-    /// Sets the wall clock without waking anybody.
+    /// Sets the wall clock without waking sleepers.
     void setNow(Instant now) { m_now = now; }
 
     [[nodiscard]] qsizetype sleeperCount() const
@@ -67,14 +66,14 @@ public:
         return std::ranges::count_if(m_sleepers, [](const Sleeper &sleeper) { return !sleeper.done.isSettled(); });
     }
 
-    /// Whether a sleep of exactly that length is under way.
+    /// Whether a sleep of exactly this duration is under way.
     [[nodiscard]] bool isSleeping(std::chrono::milliseconds duration) const
     {
         return std::ranges::any_of(m_sleepers,
             [duration](const Sleeper &sleeper) { return sleeper.duration == duration && !sleeper.done.isSettled(); });
     }
 
-    /// Every duration that was ever slept for, in order.
+    /// The durations of all sleeps, in order.
     QList<std::chrono::milliseconds> requestedSleeps;
 
 private:

@@ -13,7 +13,7 @@
 namespace velmora::testing
 {
 
-/// Credentials in memory that can fail, wait, and tell what was asked of them.
+/// Credentials in memory. Operations can be made to fail or wait, and are recorded.
 class FakeCredentialStore final : public CredentialStoring
 {
 public:
@@ -79,7 +79,7 @@ public:
         credentials.remove(accountID);
     }
 
-    /// Lets the oldest operation that waits go on; false when none waits.
+    /// Resumes the oldest waiting operation; false if none waits.
     bool release()
     {
         if (m_held.empty())
@@ -90,7 +90,7 @@ public:
         return true;
     }
 
-    /// Lets the oldest load go on and find nothing, whatever is there.
+    /// Resumes the oldest waiting load and makes it find nothing.
     bool releaseWith(std::nullopt_t)
     {
         m_answerWithNothing = true;
@@ -105,11 +105,11 @@ public:
     std::exception_ptr removeFailure;
     bool isHolding = false; ///< every operation waits for release()
     bool isHoldingSaves = false;
-    bool isHoldingQuestions = false; ///< what may ask the user waits for release()
-    int preparations = 0; ///< how often it was to be made ready for a save
+    bool isHoldingQuestions = false; ///< operations that may prompt the user wait for release()
+    int preparations = 0; ///< the number of calls of prepareToSave()
     QList<QList<qint64>> unlocked; ///< the accounts of each request to unlock
-    std::function<void()> onUnlock; ///< called when the user has unlocked
-    int saves = 0; ///< that succeeded
+    std::function<void()> onUnlock; ///< called when unlocking succeeds
+    int saves = 0; ///< the number that succeeded
     int loads = 0;
     QStringList *journal = nullptr;
 

@@ -15,8 +15,8 @@
 namespace velmora::testing
 {
 
-/// Just enough of GitHub to feed the stores and the monitor, in memory: answers the REST lists and the
-/// deployments query for each token, and remembers which repositories were asked for.
+/// A GitHub in memory, with just enough for the stores and the monitor. Answers the REST lists and the deployments
+/// query by token, and records the requests.
 class FakeGitHub
 {
 public:
@@ -25,19 +25,19 @@ public:
         QString state = QStringLiteral("SUCCESS");
         Instant updatedAt = noon();
         QString environment = QStringLiteral("production");
-        std::optional<QString> logURL = {}; ///< with it, or the next one, there is a status
+        std::optional<QString> logURL = {}; ///< if this or the next is set, the deployment has a status
         std::optional<QString> environmentURL = {};
     };
     struct Repository {
         QString nodeID;
         QString name;
         QList<Deployment> deployments;
-        QString graphqlID; ///< the form in which GraphQL answers; empty: the same
-        QString graphqlError = {}; ///< the type of the error that GraphQL answers with instead; empty: none
+        QString graphqlID; ///< the id in GraphQL answers; empty: nodeID
+        QString graphqlError = {}; ///< the type of the error in the GraphQL answer; empty: no error
     };
     struct Identity {
-        QList<Repository> repositories; ///< all of one installation, numbered like the identity
-        bool isInstalled = false; ///< the installation is there even without a repository
+        QList<Repository> repositories; ///< granted by one installation
+        bool isInstalled = false; ///< the installation exists even without repositories
         std::optional<HTTPResponse> restFailure;
         std::optional<HTTPResponse> graphqlFailure;
         std::exception_ptr transportFailure; ///< thrown for every request
@@ -53,16 +53,16 @@ public:
         };
     }
 
-    /// By access token.
+    /// Identities by access token.
     QMap<QString, Identity> identities;
-    /// The repository ids of every deployments query, in order, each as "TOKEN: ID ID …".
+    /// The repository ids of all deployments queries, in order, each as "TOKEN: ID ID …".
     QStringList queries;
-    /// What the person has to type to connect an account, and the token that it becomes once somebody has typed it.
+    /// The code that the user enters to connect an account, and the token that is granted once it has been entered.
     QString userCode = QStringLiteral("WDJB-MJHT");
     std::optional<QString> grantedToken;
-    /// Paths of every other request, each as "TOKEN: PATH".
+    /// The paths of all other requests, each as "TOKEN: PATH".
     QStringList restRequests;
-    /// Called with the token before every answer: time passes meanwhile, or something else happens.
+    /// Called with the token before each answer; may let time pass, for instance.
     std::function<void(const QString &token)> meanwhile;
     std::shared_ptr<FakeHTTPSession> session = std::make_shared<FakeHTTPSession>();
 

@@ -13,8 +13,8 @@
 namespace velmora::testing
 {
 
-/// Answers requests from a queue or a handler and remembers what it was asked. A request for which there is
-/// no answer waits until answerNext() is called or its stop is requested.
+/// Answers requests from a queue or by a handler, and records them. A request without an answer waits for answerNext(),
+/// resume() or its stop.
 class FakeHTTPSession final : public HTTPSession
 {
 public:
@@ -66,7 +66,7 @@ public:
         m_queue.push_back([failure](const HTTPRequest &) -> HTTPResponse { std::rethrow_exception(failure); });
     }
 
-    /// Answers from now on by the handler, whatever waits included.
+    /// Answers waiting and future requests by the handler.
     void resume(const Handler &resumed)
     {
         handler = resumed;
@@ -75,7 +75,7 @@ public:
             pending.resolve(resumed);
     }
 
-    /// Answers the oldest request that waits; false when none does.
+    /// Answers the oldest waiting request; false if none waits.
     bool answerNext(const HTTPResponse &answer)
     {
         while (!m_pending.empty()) {

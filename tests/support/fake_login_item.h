@@ -11,7 +11,7 @@
 namespace velmora::testing
 {
 
-/// A desktop that starts programs at login, or refuses to.
+/// A start at login in memory, which can be made to fail.
 class FakeLoginItem final : public LoginItem
 {
 public:
@@ -27,8 +27,8 @@ public:
 
     LoginItemStatus current = LoginItemStatus::Disabled;
     QStringList calls; ///< "register" and "unregister", in order
-    std::exception_ptr failure; ///< thrown by every call, which then does nothing
-    std::deque<OneShot<>> gates; ///< each call waits for the next one, while there is one
+    std::exception_ptr failure; ///< thrown by every call, which then changes nothing
+    std::deque<OneShot<>> gates; ///< each call waits for the next of these, if there is one
 
 private:
     QCoro::Task<> perform(QString call, LoginItemStatus outcome)

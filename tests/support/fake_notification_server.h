@@ -16,7 +16,7 @@
 namespace velmora::testing
 {
 
-/// Remembers what it was asked to show. Hands out the handles "1", "2", … and the replaced one again.
+/// Records the requests. Returns the handles "1", "2", … or the replaced handle.
 class FakeNotificationServer final : public NotificationServer
 {
 public:
@@ -43,7 +43,7 @@ public:
     {
         deadlines.append(deadline);
         requests.append(request);
-        // It has the notification all the same, and shows it when it is itself again.
+        // The server has received the notification and may show it later.
         if (isSilent)
             throw NotificationError(NotificationError::Kind::TimedOut);
         if (gate) {
@@ -65,11 +65,11 @@ public:
     void withdraw(const QString &handle) override { withdrawn.append(handle); }
 
     bool isThere = true;
-    bool isSilent = false; ///< it takes everything and answers nothing
+    bool isSilent = false; ///< accepts calls without ever answering
     NotificationCapabilities able{
         .server = QStringLiteral("first"), .interpretsMarkup = true, .hasActions = true, .playsSounds = false};
     std::optional<OneShot<>> gate; ///< posts wait for it
-    std::deque<std::exception_ptr> failures; ///< of the next posts, in order
+    std::deque<std::exception_ptr> failures; ///< for the next posts, in order
     std::function<void()> onFailure; ///< called before a post fails
 
     QList<NotificationRequest> requests;

@@ -13,7 +13,7 @@
 namespace velmora::testing
 {
 
-/// Remembers what it was told to announce: "failure ID" and "success ID", in order.
+/// Records announcements as "failure ID" and "success ID", in order.
 class FakeNotifier final : public DeploymentNotifying
 {
 public:
@@ -37,8 +37,8 @@ public:
     }
 
     QStringList announced;
-    bool fails = false; ///< every announcement throws, after it was noted
-    std::optional<OneShot<>> busy; ///< not ready before it is settled
+    bool fails = false; ///< every announcement throws after it was recorded
+    std::optional<OneShot<>> busy; ///< not ready until this is settled
     std::optional<OneShot<>> gate; ///< announcements wait for it
 
 private:

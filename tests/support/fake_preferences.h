@@ -8,7 +8,7 @@
 namespace velmora::testing
 {
 
-/// Preferences in memory that count what is written.
+/// Preferences in memory that record writes.
 class FakePreferences final : public Preferences
 {
 public:
@@ -32,7 +32,7 @@ public:
     }
 
     [[nodiscard]] QString failure() const override { return currentFailure; }
-    /// From now on nothing is saved, or everything is, when empty.
+    /// Makes saving fail from now on; an empty reason makes it succeed again.
     void setFailure(const QString &failure)
     {
         currentFailure = failure;
@@ -40,7 +40,7 @@ public:
     }
 
     [[nodiscard]] bool isSaving() const override { return saving; }
-    /// It is known now what became of everything that was set.
+    /// Ends saving: the outcome of all writes is known.
     void settle()
     {
         saving = false;

@@ -6,7 +6,7 @@
 namespace velmora::testing
 {
 
-/// Counts how often the page was asked for.
+/// Counts the calls.
 class FakeSettingsPageOpener final : public SettingsPageOpener
 {
 public:
@@ -17,7 +17,7 @@ public:
     }
 
     int opened = 0;
-    std::optional<QString> failure; ///< what the desktop says instead
+    std::optional<QString> failure; ///< why the page cannot be opened
 };
 
 } // namespace velmora::testing

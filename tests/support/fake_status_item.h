@@ -9,7 +9,7 @@
 namespace velmora::testing
 {
 
-/// An item that notes what it is told, and whose availability is the test's.
+/// Records what it is told; the test sets its availability.
 class FakeStatusItem final : public StatusItem
 {
 public:

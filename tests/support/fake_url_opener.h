@@ -8,14 +8,14 @@
 namespace velmora::testing
 {
 
-/// Remembers what it was asked to open, with a space and the activation token when there was one.
+/// Records the opened addresses, each followed by a space and the activation token if there is one.
 class FakeURLOpener final : public URLOpener
 {
 public:
     QStringList opened;
     bool works = true;
 
-    /// The browser, which was started, gives up.
+    /// Simulates a browser that was started and then gave up.
     void giveUp(const WebAddress &address) { noteUnopened(address); }
 
 protected:

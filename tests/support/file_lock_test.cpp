@@ -67,7 +67,7 @@ private Q_SLOTS:
         QCOMPARE(::read(ends[0], &isHeld, 1), ssize_t(1));
         QCOMPARE(isHeld, '+');
         QVERIFY(!FileLock::tryLock(m_path));
-        // One that is stopped holds it on.
+        // A stopped process keeps the lock.
         ::kill(child, SIGSTOP);
         QVERIFY(!FileLock::tryLock(m_path));
         ::kill(child, SIGKILL);

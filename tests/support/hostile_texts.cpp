@@ -9,19 +9,19 @@ namespace
 
 using Texts = QList<HostileText>;
 
-/// Appears exactly as it was typed, and needs no escape.
+/// Appears as given, and needs no escape.
 void plain(Texts &texts, const char *name, const QString &text)
 {
     texts.append({name, text, text, text});
 }
 
-/// Appears exactly as it was typed, but means something to a server that interprets markup.
+/// Appears as given, but must be escaped for a server that interprets markup.
 void escaped(Texts &texts, const char *name, const char *text, const char *markup)
 {
     texts.append({name, QString::fromUtf8(text), QString::fromUtf8(text), QString::fromUtf8(markup)});
 }
 
-/// Appears as something else than what was typed.
+/// Appears different from what was given.
 void changed(Texts &texts, const char *name, const QString &given, const QString &shown)
 {
     texts.append({name, given, shown, shown});
@@ -199,7 +199,7 @@ void appendLengths(Texts &texts)
     changed(texts, "one too long", long499 + QStringLiteral("xy"), long499 + dots);
     changed(texts, "ten thousand", QStringLiteral("x").repeated(10'000), long499 + dots);
     changed(texts, "a million", QStringLiteral("x").repeated(1'000'000), long499 + dots);
-    // 499 is odd, so that the cut would go through a pair.
+    // An odd number, so that the cut would split a surrogate pair.
     changed(
         texts, "ten thousand emoji", QStringLiteral("🚀").repeated(10'000), QStringLiteral("🚀").repeated(249) + dots);
     texts.append({"ten thousand tags", QStringLiteral("<b>").repeated(10'000),

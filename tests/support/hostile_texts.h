@@ -9,15 +9,15 @@
 namespace velmora::testing
 {
 
-/// A text that somebody may put into the status of a deployment, and how it has to appear.
+/// A text in the status of a deployment that must not do harm, and how it must appear.
 struct HostileText {
     std::string name;
     QString given;
-    QString shown; ///< literally, on the screen
-    QString markup; ///< what a server that interprets markup has to be sent for that
+    QString shown; ///< as it must appear on the screen
+    QString markup; ///< as a server that interprets markup must receive it
 };
 
-/// About a hundred of them.
+/// About a hundred hostile texts.
 [[nodiscard]] QList<HostileText> hostileTexts();
 
 } // namespace velmora::testing

@@ -35,7 +35,7 @@ struct View {
     QUtf8StringView text;
 };
 
-/// JSON written with single quotes, for the sake of the eye.
+/// Turns single quotation marks into double ones, to keep JSON literals readable.
 QByteArray quoted(QByteArray text)
 {
     return text.replace('\'', '"');
@@ -210,14 +210,14 @@ private Q_SLOTS:
                 place = reinterpret_cast<const char *>(view.text.data());
                 QCOMPARE(QByteArray(place, size), secret);
             }
-            // The memory is kept for the next document of this thread.
+            // The parser keeps the memory for the next document of this thread.
             QCOMPARE(QByteArray(place, size), QByteArray(size, '\0'));
         }
     }
 
     void documentsOfEverySizeFollowEachOther()
     {
-        // Below, at and above what a parser keeps room for, and small ones after a large one and after a bad one.
+        // Below, at and above the size of the kept buffer; small documents after a large one and after a broken one.
         for (const qsizetype size : {1, 1'000, 65'536, 65'537, 3'000'000, 1, 600'000, 70'000}) {
             const QByteArray text(size, 'x');
             const JSONDocument document(quoted("{'text':'") + text + quoted("'}"));

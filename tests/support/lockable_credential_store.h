@@ -9,7 +9,7 @@
 namespace velmora::testing
 {
 
-/// A credential store that can be locked, like the keyring of a desktop.
+/// A credential store that can be locked like a keyring.
 class LockableCredentialStore final : public CredentialStoring
 {
 public:

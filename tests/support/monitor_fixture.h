@@ -21,7 +21,7 @@
 namespace velmora::testing
 {
 
-/// The real stores and the real monitor over a GitHub, a clock, a disk and a desktop of the test's own.
+/// The real stores and monitor with a GitHub, clock, disk and desktop in memory.
 class MonitorFixture
 {
 public:
@@ -32,7 +32,7 @@ public:
         defaults.values[QStringLiteral("general.successNotificationsEnabled")] = true;
     }
 
-    /// An account whose token is its login. To be called before build().
+    /// Adds an account whose token is its login. Call this before build().
     FakeGitHub::Identity &connect(qint64 id, const QString &login)
     {
         accounts.append(GitHubAccount{id, login, {}});

@@ -6,7 +6,7 @@
 namespace velmora::testing
 {
 
-/// Like those that desktops come with.
+/// Palettes like those of common desktops.
 inline QPalette lightPalette()
 {
     QPalette palette(QColor(0xef, 0xef, 0xef));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Included by force into every test, after what is included into every file.
+// Force-included into every test, after the header that is force-included everywhere.
 #pragma once
 
 #include <QApplication>

@@ -21,7 +21,7 @@ using namespace velmora::testing;
 namespace
 {
 
-/// What the work throws; empty when it throws nothing.
+/// The description of the FileError that the work throws; empty for none.
 template <typename Work>
 QString failureOf(Work work)
 {
@@ -136,7 +136,7 @@ private Q_SLOTS:
         const QString folder = m_folder.filePath(QStringLiteral("read-only"));
         const QString path = folder + QStringLiteral("/file");
         const QString result = inChild([&] {
-            // Nothing is forbidden to the superuser.
+            // The superuser ignores permissions.
             if (::geteuid() == 0 && (::chmod(QFile::encodeName(m_folder.path()), 0777) != 0 || ::setuid(65534) != 0))
                 return kNotAllowed;
             writePrivateFile(path, QByteArrayView("old"));
@@ -233,7 +233,7 @@ private Q_SLOTS:
             QStringLiteral("Cannot read %1: it belongs to another user").arg(path));
         QCOMPARE(failureOf([&] { writePrivateFile(path, QByteArrayView("x")); }),
             QStringLiteral("Cannot write %1: it belongs to another user").arg(path));
-        // What an administrator has written for everybody can be read.
+        // Files that an administrator has provided for all users may be read.
         QCOMPARE(readFile(path), std::optional<QByteArray>("theirs"));
     }
 

@@ -8,7 +8,7 @@
 namespace
 {
 
-/// By name. The registrations of the other files run in no particular order.
+/// By name, because registrations have no defined order.
 std::map<std::string, velmora::testing::TestFunction> &tests()
 {
     static std::map<std::string, velmora::testing::TestFunction> result;
@@ -37,7 +37,7 @@ int main(int argc, char **argv)
             std::fprintf(stderr, "  %s\n", name.c_str());
         return 2;
     }
-    // The test sees the arguments as a program of its own would.
+    // Hide the name of the test, so that the test sees the arguments of an ordinary program.
     argv[1] = argv[0];
     return test->second(argc - 1, argv + 1);
 }

@@ -9,15 +9,15 @@ namespace velmora::testing
 
 using TestFunction = int (*)(int argc, char **argv);
 
-/// Adds a test to the executable that it is linked into. The test is named after the file: an executable is asked for
-/// one of its tests by that name, and CTest asks for each in a process of its own.
+/// Adds a test to the executable it is linked into. The test is named after its file. The executable runs the test that
+/// its first argument names; CTest runs each test in a process of its own.
 class TestRegistration
 {
 public:
     TestRegistration(const char *file, TestFunction function);
 };
 
-/// Runs the slots of a test object below an application of that kind.
+/// Runs the slots of a test object within an application of this type.
 template <typename Application, typename Test>
 int runTestObject(int argc, char **argv)
 {
@@ -27,7 +27,7 @@ int runTestObject(int argc, char **argv)
     return QTest::qExec(&test, argc, argv);
 }
 
-/// Runs the slots of a test object that makes its applications itself.
+/// Runs the slots of a test object that creates its own applications.
 template <typename Test>
 int runTestObjectAlone(int argc, char **argv)
 {
@@ -37,15 +37,15 @@ int runTestObjectAlone(int argc, char **argv)
 
 } // namespace velmora::testing
 
-/// Registers a function that sees to its own application.
+/// Registers a function that creates its own application.
 #define VELMORA_TEST_FUNCTION(function)                                                                                \
     static const velmora::testing::TestRegistration testRegistration(__FILE__, function);
 
 /// Registers a test object that needs no display.
 #define VELMORA_TEST(Test) VELMORA_TEST_FUNCTION((&velmora::testing::runTestObject<QCoreApplication, Test>))
 
-/// Registers a test object that makes its applications itself.
+/// Registers a test object that creates its own applications.
 #define VELMORA_TEST_WITHOUT_APPLICATION(Test) VELMORA_TEST_FUNCTION((&velmora::testing::runTestObjectAlone<Test>))
 
-/// Registers a test object that shows widgets; the file includes QApplication.
+/// Registers a test object that shows widgets. Its file must include QApplication.
 #define VELMORA_WIDGET_TEST(Test) VELMORA_TEST_FUNCTION((&velmora::testing::runTestObject<QApplication, Test>))

@@ -107,7 +107,7 @@ private Q_SLOTS:
         const QString longest(500, QLatin1Char('x'));
         QCOMPARE(cutText(longest), longest);
         QCOMPARE(cutText(longest + QLatin1Char('x')), longest.first(499) + QChar(0x2026));
-        // No half of a character is left.
+        // A character is not cut in half.
         const QString wide = QString(498, QLatin1Char('x')) + QString::fromUtf8("\xf0\x9f\x9a\x80\xf0\x9f\x9a\x80");
         QCOMPARE(cutText(wide), QString(498, QLatin1Char('x')) + QChar(0x2026));
         QCOMPARE(

@@ -9,13 +9,13 @@
 namespace velmora::testing
 {
 
-/// A label as it is read, without the mark of its mnemonic.
+/// A label without the ampersand of its mnemonic.
 inline QString withoutMnemonic(QString text)
 {
     return text.remove(QLatin1Char('&'));
 }
 
-/// The button, switch included, that is labelled so and is to be seen; null when there is none.
+/// The visible button or switch with this label; null for none.
 inline QAbstractButton *shownButton(const QWidget &root, const QString &text)
 {
     for (auto *button : root.findChildren<QAbstractButton *>()) {
@@ -25,7 +25,7 @@ inline QAbstractButton *shownButton(const QWidget &root, const QString &text)
     return nullptr;
 }
 
-/// The label that shows the text and is to be seen; null when there is none.
+/// The visible label with this text; null for none.
 inline QLabel *shownLabel(const QWidget &root, const QString &text)
 {
     for (auto *label : root.findChildren<QLabel *>()) {
@@ -35,7 +35,7 @@ inline QLabel *shownLabel(const QWidget &root, const QString &text)
     return nullptr;
 }
 
-/// Every text of a label that is to be seen, in the order in which the labels were made.
+/// The texts of all visible labels, in the order of their creation.
 inline QStringList shownTexts(const QWidget &root)
 {
     QStringList texts;
