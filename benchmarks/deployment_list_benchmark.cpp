@@ -2,7 +2,7 @@
 // Opens the list with 20 to 20,000 deployments until its first paint, and refreshes it with one change. Paints into an
 // image of the size that the list has in the window.
 #include "support/clock.h"
-#include "ui/deployment_list_view.h"
+#include "ui/deployments/deployment_list_view.h"
 
 #include <benchmark/benchmark.h>
 

@@ -3,7 +3,7 @@
 // ordered list. Prints how many deployments were fetched, and how many of them are shown.
 #include "generated_response.h"
 #include "github/github_client.h"
-#include "github/network_session.h"
+#include "http/network_session.h"
 #include "monitor/deployment_list.h"
 #include "support/error.h"
 #include "support/task_scope.h"

@@ -5,8 +5,8 @@
 #include "installations/installation_store.h"
 #include "platform/preferences.h"
 #include "support/clock.h"
-#include "ui/repository_list_model.h"
-#include "ui/repository_list_view.h"
+#include "ui/settings/repositories/repository_list_model.h"
+#include "ui/settings/repositories/repository_list_view.h"
 
 #include <QApplication>
 #include <QHash>

@@ -39,25 +39,28 @@ target_link_libraries(velmora_pch PRIVATE velmora_options Qt6::Core QCoro6::Core
 set_target_properties(velmora_pch PROPERTIES AUTOMOC OFF)
 target_precompile_headers(velmora_pch PRIVATE ${CMAKE_SOURCE_DIR}/cmake/precompiled.h)
 
-# velmora_library(<name> FOLDER <dir> SOURCES … HEADERS … PUBLIC … PRIVATE …)
-# SOURCES and HEADERS are relative to the folder. The include root of the library is a folder of the
-# build tree that holds one link, named like the source folder, so that a header of a layer which is
-# not linked cannot be found.
+# velmora_library(<name> FOLDER <dir> [EXCEPT <source> …] PUBLIC … PRIVATE …)
+# The library of every source and header in the folder and below it, except the named ones. The include root of the
+# library is a folder of the build tree that holds one link, named like the source folder, so that a header of a layer
+# which is not linked cannot be found.
 function(velmora_library name)
-  cmake_parse_arguments(A "" "FOLDER" "SOURCES;HEADERS;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(A "" "FOLDER" "EXCEPT;PUBLIC;PRIVATE" ${ARGN})
   cmake_path(GET A_FOLDER FILENAME folder)
   set(root ${CMAKE_BINARY_DIR}/layers/${name})
   file(MAKE_DIRECTORY ${root})
   file(CREATE_LINK ${CMAKE_SOURCE_DIR}/${A_FOLDER} ${root}/${folder} SYMBOLIC)
-  set(files ${A_SOURCES} ${A_HEADERS})
-  list(TRANSFORM files PREPEND ${CMAKE_SOURCE_DIR}/${A_FOLDER}/)
+  set(source_root ${CMAKE_SOURCE_DIR}/${A_FOLDER})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS RELATIVE ${source_root} ${source_root}/*.cpp)
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${source_root} ${source_root}/*.h)
+  list(REMOVE_ITEM sources ${A_EXCEPT})
+  set(files ${sources} ${headers})
+  list(TRANSFORM files PREPEND ${source_root}/)
   add_library(velmora_${name} STATIC ${files})
   target_include_directories(velmora_${name} PUBLIC ${root})
   target_link_libraries(velmora_${name} PUBLIC ${A_PUBLIC} PRIVATE velmora_options ${A_PRIVATE})
   target_precompile_headers(velmora_${name} REUSE_FROM velmora_pch)
   # Every header compiles alone: `ninja all_verify_interface_header_sets`. Parsing Qt again for each of them would take
   # minutes, so the precompiled header comes first; a lint sees to it that no header relies on that.
-  set(headers ${A_HEADERS})
   list(TRANSFORM headers PREPEND ${root}/${folder}/)
   add_library(velmora_${name}_headers INTERFACE)
   target_sources(velmora_${name}_headers INTERFACE FILE_SET HEADERS BASE_DIRS ${root} FILES ${headers})

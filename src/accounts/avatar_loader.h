@@ -3,8 +3,8 @@
 
 #include "accounts/avatar_files.h"
 #include "accounts/avatar_loading.h"
-#include "github/http_session.h"
-#include "github/network_session.h"
+#include "http/http_session.h"
+#include "http/network_session.h"
 
 #include <QThreadPool>
 

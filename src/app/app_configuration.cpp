@@ -2,7 +2,7 @@
 #include "app/app_configuration.h"
 
 #include "app/github_host.h"
-#include "platform/linux/xdg_directories.h"
+#include "platform/xdg_directories.h"
 #include "support/private_file.h"
 
 #include <QDate>

@@ -3,7 +3,7 @@
 
 #include "accounts/credential_turns.h"
 #include "accounts/login_origin.h"
-#include "platform/linux/xdg_directories.h"
+#include "platform/xdg_directories.h"
 
 namespace velmora
 {

@@ -2,8 +2,8 @@
 #include "app/demo.h"
 
 #include "accounts/in_memory_credential_store.h"
-#include "platform/linux/browser_url_opener.h"
-#include "platform/linux/clipboard_pasteboard.h"
+#include "platform/browser_url_opener.h"
+#include "platform/clipboard_pasteboard.h"
 #include "support/error.h"
 #include "support/signal_waiting.h"
 #include "support/task_scope.h"

@@ -3,15 +3,15 @@
 
 #include "accounts/avatar_loader.h"
 #include "app/velmora_app.h"
-#include "notifications/linux/desktop_notifications.h"
-#include "notifications/linux/notification_service_watcher.h"
+#include "notifications/desktop_notifications.h"
+#include "notifications/notification_service_watcher.h"
 #include "platform/fallback_status_item.h"
-#include "platform/linux/status_notifier_item.h"
+#include "platform/status_notifier_item.h"
 #include "support/task_scope.h"
-#include "ui/menu_bar_view.h"
-#include "ui/settings_window.h"
-#include "ui/tray_item.h"
-#include "ui/xembed_status_item.h"
+#include "ui/settings/settings_window.h"
+#include "ui/tray/tray_item.h"
+#include "ui/tray/xembed_status_item.h"
+#include "ui/window/menu_bar_view.h"
 
 #include <QGuiApplication>
 #include <QIcon>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/linux/notification_settings_page.h"
-#include "ui/menu_bar_window.h"
+#include "platform/notification_settings_page.h"
+#include "ui/window/menu_bar_window.h"
 
 #include <QDBusConnection>
 #include <QObject>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/desktop_probes.h"
 
-#include "platform/bus_call.h"
+#include "dbus/bus_call.h"
 
 #include <QDBusObjectPath>
 #include <QDBusVariant>

@@ -2,7 +2,7 @@
 #include "app/display_probe.h"
 #include "app/program.h"
 #include "diagnostics/patient_work.h"
-#include "github/proxy_lookup.h"
+#include "http/proxy_lookup.h"
 
 #include <QApplication>
 

@@ -8,14 +8,14 @@
 #include "app/wake_sources.h"
 #include "cli/commands.h"
 #include "cli/terminal_notifier.h"
-#include "control/linux/control_service.h"
-#include "control/linux/remote_control.h"
+#include "control/control_service.h"
 #include "control/local_control.h"
 #include "control/observed_notifier.h"
+#include "control/remote_control.h"
 #include "control/saved_reports.h"
 #include "notifications/user_notification_service.h"
 #include "notifications/waiting_notifier.h"
-#include "platform/linux/application_service.h"
+#include "platform/application_service.h"
 #include "support/clock.h"
 
 #include <QTimer>

@@ -6,7 +6,7 @@
 #include "control/control_texts.h"
 #include "support/signal_waiting.h"
 #include "support/task_scope.h"
-#include "ui/failure_window.h"
+#include "ui/window/failure_window.h"
 
 #include <QApplication>
 

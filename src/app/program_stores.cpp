@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "accounts/keychain_credential_store.h"
 #include "app/program.h"
-#include "notifications/linux/desktop_notifications.h"
-#include "platform/linux/background_portal_login_item.h"
-#include "platform/linux/browser_url_opener.h"
-#include "platform/linux/clipboard_pasteboard.h"
-#include "platform/linux/flatpak.h"
+#include "notifications/desktop_notifications.h"
+#include "platform/background_portal_login_item.h"
+#include "platform/browser_url_opener.h"
+#include "platform/clipboard_pasteboard.h"
+#include "platform/flatpak.h"
 
 namespace velmora
 {

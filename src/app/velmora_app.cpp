@@ -4,8 +4,8 @@
 #include "accounts/earlier_profile.h"
 #include "app/credential_locks.h"
 #include "app/refusing_session.h"
-#include "github/network_session.h"
-#include "platform/linux/autostart_login_item.h"
+#include "http/network_session.h"
+#include "platform/autostart_login_item.h"
 #include "support/task_scope.h"
 
 #include <QCoreApplication>

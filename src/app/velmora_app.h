@@ -9,12 +9,12 @@
 #include "installations/installation_store.h"
 #include "model/json_deployment_cache.h"
 #include "monitor/deployment_monitor.h"
-#include "notifications/general_settings_store.h"
 #include "platform/clock_jump_watch.h"
 #include "platform/file_preferences.h"
-#include "platform/linux/xdg_directories.h"
 #include "platform/login_item.h"
 #include "platform/wake_watch.h"
+#include "platform/xdg_directories.h"
+#include "settings/general_settings_store.h"
 
 #include <functional>
 #include <memory>

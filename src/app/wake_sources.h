@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/linux/glib_network_watch.h"
-#include "platform/linux/logind_sleep_watch.h"
+#include "platform/glib_network_watch.h"
+#include "platform/logind_sleep_watch.h"
 
 namespace velmora
 {

@@ -2,9 +2,9 @@
 #include "cli/deployment_table.h"
 
 #include "cli/plain_text.h"
-#include "monitor/deployment_sections.h"
-#include "monitor/status_text.h"
-#include "support/relative_time.h"
+#include "presentation/deployment_sections.h"
+#include "presentation/relative_time.h"
+#include "presentation/status_text.h"
 
 #include <QHash>
 

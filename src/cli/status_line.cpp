@@ -2,8 +2,8 @@
 #include "cli/status_line.h"
 
 #include "cli/plain_text.h"
-#include "monitor/deployment_sections.h"
-#include "monitor/status_text.h"
+#include "presentation/deployment_sections.h"
+#include "presentation/status_text.h"
 #include "support/json_coding.h"
 
 #include <QDateTime>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "diagnostics/probe.h"
-#include "github/http_session.h"
-#include "github/proxy_lookup.h"
+#include "http/http_session.h"
+#include "http/proxy_lookup.h"
 #include "support/clock.h"
 
 #include <QUrl>

@@ -8,10 +8,10 @@
 #include "diagnostics/private_names.h"
 #include "diagnostics/texts.h"
 #include "platform/preferences_file.h"
+#include "presentation/relative_time.h"
 #include "support/error.h"
 #include "support/json.h"
 #include "support/private_file.h"
-#include "support/relative_time.h"
 
 #include <QDateTime>
 #include <QFileInfo>

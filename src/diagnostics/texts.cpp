@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "diagnostics/texts.h"
 
-#include "github/proxy_environment.h"
-#include "support/relative_time.h"
+#include "http/proxy_environment.h"
+#include "presentation/relative_time.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

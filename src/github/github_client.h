@@ -5,8 +5,8 @@
 #include "github/github_credential.h"
 #include "github/github_installation.h"
 #include "github/github_user.h"
-#include "github/http_session.h"
 #include "github/repository_record.h"
+#include "http/http_session.h"
 #include "model/deployment_fetch_result.h"
 #include "support/clock.h"
 

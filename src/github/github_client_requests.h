@@ -2,7 +2,7 @@
 #pragma once
 
 #include "github/github_client_error.h"
-#include "github/http_session.h"
+#include "http/http_session.h"
 #include "support/clock.h"
 
 #include <QString>

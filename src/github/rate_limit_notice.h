@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "github/http_session.h"
+#include "http/http_session.h"
 #include "support/instant.h"
 
 #include <optional>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/app_configuration.h"
 
-#include "platform/linux/xdg_directories.h"
+#include "platform/xdg_directories.h"
 #include "support/test_main.h"
 
 #include <QDir>

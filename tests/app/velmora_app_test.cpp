@@ -4,7 +4,7 @@
 #include "accounts/in_memory_credential_store.h"
 #include "app/renewal_grace.h"
 #include "app/wake_sources.h"
-#include "github/raw_http_server.h"
+#include "http/raw_http_server.h"
 #include "support/await.h"
 #include "support/fake_clock.h"
 #include "support/fake_login_item.h"

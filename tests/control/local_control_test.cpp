@@ -3,7 +3,7 @@
 
 #include "accounts/credential_store_error.h"
 
-#include "notifications/general_settings_store.h"
+#include "settings/general_settings_store.h"
 #include "support/fake_login_item.h"
 #include "support/monitor_fixture.h"
 #include "support/test_main.h"

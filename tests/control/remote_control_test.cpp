@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "control/linux/remote_control.h"
+#include "control/remote_control.h"
 
 #include "control/control_coding.h"
-#include "control/linux/control_service.h"
+#include "control/control_service.h"
 #include "fake_control.h"
+#include "platform/application_service.h"
 #include "platform/bus_client.h"
-#include "platform/linux/application_service.h"
 #include "support/builders.h"
 #include "support/test_main.h"
 

@@ -2,7 +2,7 @@
 #include "github/deployment_client_error.h"
 #include "github/github_client.h"
 #include "github/github_client_error.h"
-#include "github/network_session.h"
+#include "http/network_session.h"
 #include "simulator/simulator.h"
 #include "support/await.h"
 #include "support/fake_clock.h"

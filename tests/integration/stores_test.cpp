@@ -2,7 +2,7 @@
 #include "accounts/authentication_store.h"
 #include "accounts/in_memory_credential_store.h"
 #include "accounts/installation_page.h"
-#include "github/network_session.h"
+#include "http/network_session.h"
 #include "installations/installation_store.h"
 #include "monitor/deployment_monitor.h"
 #include "platform/pasteboard.h"

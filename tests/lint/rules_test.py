@@ -102,12 +102,12 @@ class RulesTest(unittest.TestCase):
         self.assertEqual(self.found(rule, "src/app/a.cpp", '#include "cli/b.h"\n'), 0)
 
     def test_adapters(self):
-        rule, text = source_rules.layers, '#include "platform/linux/b.h"\n'
+        rule, text = source_rules.layers, '#include "platform/portal_request.h"\n'
         self.assertEqual(self.found(rule, "src/monitor/a.cpp", text), 1)
-        self.assertEqual(self.found(rule, "src/platform/a.cpp", text), 1)
         self.assertEqual(self.found(rule, "simulator/a.cpp", text), 1)
-        for path in ("src/platform/linux/b.cpp", "src/app/main.cpp", "tests/platform/b_test.cpp"):
+        for path in ("src/platform/b.cpp", "src/app/main.cpp", "tests/platform/b_test.cpp"):
             self.assertEqual(self.found(rule, path, text), 0, path)
+        self.assertEqual(self.found(rule, "src/monitor/a.cpp", '#include "platform/preferences.h"\n'), 0)
 
     def test_connect_needs_a_context(self):
         rule = source_rules.connects
@@ -142,18 +142,6 @@ class RulesTest(unittest.TestCase):
         mark = "TO" + "DO"
         self.assertEqual(self.found(source_rules.marks, "a.md", f"// {mark} later"), 1)
         self.assertEqual(self.found(source_rules.marks, "a.md", f"// {mark}: Qt 6.5 fixes the leak"), 0)
-
-    def test_references_to_the_outside(self):
-        rule = source_rules.outside_references
-        for text in ("see Part" + " 4.2", "Parts" + " 3.1 and", "spe" + "c.md", "../shar" + "ed/x", "issue" + " 2",
-                     "/wor" + "k/main"):
-            self.assertEqual(self.found(rule, "a.md", text), 1, text)
-        for text in ("Part of it", "one issue", "src/work/x", "the /workspace", "part 4"):
-            self.assertEqual(self.found(rule, "a.md", text), 0, text)
-
-    def test_long_files(self):
-        self.assertEqual(self.found(source_rules.file_size, "a.cpp", "\n" * 401), 1)
-        self.assertEqual(self.found(source_rules.file_size, "a.cpp", "\n" * 400), 0)
 
     def test_signals_that_nothing_connects(self):
         header = "class A {\nclass B { int c; };\nQ_SIGNALS:\n    void told(int);\n    void lost();\nprivate:\n    void f();\n};"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "fake_notification_daemon.h"
-#include "notifications/linux/desktop_notifications.h"
+#include "notifications/desktop_notifications.h"
 #include "running_daemon.h"
 #include "support/await.h"
 #include "support/builders.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "notifications/linux/freedesktop_notification_server.h"
+#include "notifications/freedesktop_notification_server.h"
 
 #include "fake_notification_daemon.h"
-#include "notifications/linux/desktop_notifications.h"
+#include "notifications/desktop_notifications.h"
 #include "support/await.h"
 #include "support/builders.h"
 #include "support/fake_notification_server.h"

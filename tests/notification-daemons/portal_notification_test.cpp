@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "fake_notification_daemon.h"
 #include "fake_portal.h"
-#include "notifications/linux/desktop_notifications.h"
+#include "notifications/desktop_notifications.h"
 #include "support/await.h"
 #include "support/builders.h"
 #include "support/fake_notification_server.h"

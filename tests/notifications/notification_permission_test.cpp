@@ -2,11 +2,11 @@
 // Before Qt's headers, whose "signals" is a name in GIO's.
 #include <gio/gio.h>
 
-#include "notifications/linux/background_answer.h"
-#include "notifications/linux/desktop_notifications.h"
-#include "notifications/linux/gnome_notification_permission.h"
-#include "notifications/linux/plasma_notification_permission.h"
-#include "notifications/linux/portal_notification_permission.h"
+#include "notifications/background_answer.h"
+#include "notifications/desktop_notifications.h"
+#include "notifications/gnome_notification_permission.h"
+#include "notifications/plasma_notification_permission.h"
+#include "notifications/portal_notification_permission.h"
 #include "support/await.h"
 #include "support/test_main.h"
 

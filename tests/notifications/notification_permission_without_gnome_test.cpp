@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "notifications/linux/gnome_notification_permission.h"
+#include "notifications/gnome_notification_permission.h"
 #include "support/await.h"
 #include "support/test_main.h"
 

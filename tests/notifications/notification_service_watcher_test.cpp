@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "notifications/linux/notification_service_watcher.h"
+#include "notifications/notification_service_watcher.h"
 
-#include "notifications/linux/desktop_notifications.h"
+#include "notifications/desktop_notifications.h"
 
 #include "support/await.h"
 #include "support/test_main.h"

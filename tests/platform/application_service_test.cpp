@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/application_service.h"
+#include "platform/application_service.h"
 
 #include "bus_client.h"
 #include "support/test_main.h"

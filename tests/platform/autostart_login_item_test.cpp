@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/autostart_login_item.h"
+#include "platform/autostart_login_item.h"
 
-#include "platform/linux/desktop_entry.h"
-#include "platform/linux/xdg_directories.h"
+#include "platform/desktop_entry.h"
+#include "platform/xdg_directories.h"
 #include "support/await.h"
 #include "support/test_main.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/background_portal_login_item.h"
+#include "platform/background_portal_login_item.h"
 
 #include "support/await.h"
 #include "support/fake_preferences.h"

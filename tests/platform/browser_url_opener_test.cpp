@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/browser_url_opener.h"
+#include "platform/browser_url_opener.h"
 
 #include "support/await.h"
 #include "support/test_main.h"

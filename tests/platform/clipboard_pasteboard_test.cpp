@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/clipboard_pasteboard.h"
+#include "platform/clipboard_pasteboard.h"
 
 #include "support/test_main.h"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/dbus_menu.h"
+#include "platform/dbus_menu.h"
 
 #include "bus_client.h"
-#include "platform/linux/dbus_menu_adaptor.h"
+#include "platform/dbus_menu_adaptor.h"
 #include "support/test_main.h"
 
 #include <QDBusMetaType>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/desktop_entry.h"
+#include "platform/desktop_entry.h"
 
 #include "support/test_main.h"
 

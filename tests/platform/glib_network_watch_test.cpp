@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/glib_network_watch.h"
+#include "platform/glib_network_watch.h"
 
 #include "support/await.h"
 #include "support/test_main.h"

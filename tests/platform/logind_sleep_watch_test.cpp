@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/logind_sleep_watch.h"
+#include "platform/logind_sleep_watch.h"
 
 #include "support/await.h"
 #include "support/test_main.h"

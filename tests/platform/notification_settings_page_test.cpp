@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/notification_settings_page.h"
+#include "platform/notification_settings_page.h"
 
 #include "support/await.h"
 #include "support/test_main.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/status_notifier_item.h"
+#include "platform/status_notifier_item.h"
 
 #include "bus_client.h"
 #include "fake_status_notifier_watcher.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/xdg_directories.h"
+#include "platform/xdg_directories.h"
 
 #include "support/test_main.h"
 

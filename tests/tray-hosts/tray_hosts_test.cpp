@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/fallback_status_item.h"
-#include "platform/linux/status_notifier_item.h"
+#include "platform/status_notifier_item.h"
 #include "running_panel.h"
 #include "support/await.h"
 #include "support/test_main.h"
-#include "ui/xembed_status_item.h"
+#include "ui/tray/xembed_status_item.h"
 
 #include <QApplication>
 #include <QImage>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/status_notifier_item.h"
+#include "platform/status_notifier_item.h"
 #include "running_panel.h"
 #include "support/await.h"
 #include "support/test_main.h"
-#include "ui/menu_bar_window.h"
+#include "ui/window/menu_bar_window.h"
 
 #include <QApplication>
 #include <QImage>

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include "ui/accounts_settings_view.h"
+#include "ui/settings/accounts/accounts_settings_view.h"
 
 #include "support/fake_avatar_loading.h"
 #include "support/lockable_credential_store.h"
 #include "support/monitor_fixture.h"
 #include "support/test_main.h"
 #include "support/widget_probe.h"
-#include "ui/account_row.h"
-#include "ui/avatar_view.h"
-#include "ui/progress_spinner.h"
-#include "ui/row_list.h"
-#include "ui/switch_control.h"
+#include "ui/controls/avatar_view.h"
+#include "ui/controls/progress_spinner.h"
+#include "ui/controls/row_list.h"
+#include "ui/controls/switch_control.h"
+#include "ui/settings/accounts/account_row.h"
 
 #include <QAbstractScrollArea>
 #include <QAccessible>

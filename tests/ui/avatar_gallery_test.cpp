@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "ui/avatar_gallery.h"
+#include "ui/settings/accounts/avatar_gallery.h"
 
 #include "support/await.h"
 #include "support/fake_avatar_loading.h"
 #include "support/test_main.h"
-#include "ui/avatar_view.h"
-#include "ui/symbols.h"
-#include "ui/tones.h"
+#include "ui/controls/avatar_view.h"
+#include "ui/controls/symbols.h"
+#include "ui/controls/tones.h"
 
 #include <QBuffer>
 #include <QGuiApplication>

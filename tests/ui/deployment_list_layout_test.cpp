@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/deployment_list_layout.h"
+#include "ui/deployments/deployment_list_layout.h"
 
 #include "support/test_main.h"
 

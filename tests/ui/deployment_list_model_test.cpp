@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/deployment_list_model.h"
+#include "ui/deployments/deployment_list_model.h"
 
 #include "support/builders.h"
 #include "support/fake_clock.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/deployment_list_view.h"
+#include "ui/deployments/deployment_list_view.h"
 
 #include "support/await.h"
 #include "support/builders.h"
@@ -8,7 +8,7 @@
 #include "support/fake_url_opener.h"
 #include "support/palettes.h"
 #include "support/test_main.h"
-#include "ui/deployment_list_model.h"
+#include "ui/deployments/deployment_list_model.h"
 
 #include <QAccessible>
 #include <QApplication>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/dismissal_rule.h"
+#include "ui/window/dismissal_rule.h"
 
 #include "support/test_main.h"
 

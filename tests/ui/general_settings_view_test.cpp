@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "ui/general_settings_view.h"
+#include "ui/settings/general/general_settings_view.h"
 
-#include "notifications/general_settings_store.h"
 #include "platform/platform_error.h"
+#include "settings/general_settings_store.h"
 #include "support/asked_notifier.h"
 #include "support/await.h"
 #include "support/fake_login_item.h"
@@ -10,8 +10,8 @@
 #include "support/fake_settings_page_opener.h"
 #include "support/test_main.h"
 #include "support/widget_probe.h"
-#include "ui/card.h"
-#include "ui/switch_control.h"
+#include "ui/controls/card.h"
+#include "ui/controls/switch_control.h"
 
 #include <QTest>
 

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-#include "ui/menu_bar_view.h"
+#include "ui/window/menu_bar_view.h"
 
 #include "support/monitor_fixture.h"
 #include "support/palettes.h"
 #include "support/test_main.h"
-#include "ui/deployment_list_view.h"
-#include "ui/device_code_panel.h"
-#include "ui/empty_state_view.h"
-#include "ui/menu_bar_header.h"
-#include "ui/progress_spinner.h"
-#include "ui/text_label.h"
+#include "ui/controls/empty_state_view.h"
+#include "ui/controls/progress_spinner.h"
+#include "ui/controls/text_label.h"
+#include "ui/deployments/deployment_list_view.h"
+#include "ui/window/device_code_panel.h"
+#include "ui/window/menu_bar_header.h"
 
 #include <QAccessible>
 #include <QApplication>

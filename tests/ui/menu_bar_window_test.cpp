@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/menu_bar_window.h"
+#include "ui/window/menu_bar_window.h"
 
 #include "support/test_main.h"
 

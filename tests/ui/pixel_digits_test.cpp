@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/pixel_digits.h"
+#include "ui/tray/pixel_digits.h"
 
 #include "support/test_main.h"
 

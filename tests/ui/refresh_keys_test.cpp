@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/refresh_keys.h"
+#include "ui/window/refresh_keys.h"
 
 #include "support/test_main.h"
 

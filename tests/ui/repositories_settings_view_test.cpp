@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "ui/repositories_settings_view.h"
+#include "ui/settings/repositories/repositories_settings_view.h"
 
 #include "support/monitor_fixture.h"
 #include "support/test_main.h"
 #include "support/widget_probe.h"
-#include "ui/busy_button.h"
-#include "ui/progress_spinner.h"
-#include "ui/repository_list_view.h"
-#include "ui/search_field.h"
+#include "ui/controls/busy_button.h"
+#include "ui/controls/progress_spinner.h"
+#include "ui/controls/search_field.h"
+#include "ui/settings/repositories/repository_list_view.h"
 
 #include <QAccessible>
 #include <QApplication>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/repository_list_model.h"
+#include "ui/settings/repositories/repository_list_model.h"
 
 #include "support/monitor_fixture.h"
 #include "support/test_main.h"

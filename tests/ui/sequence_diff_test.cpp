@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/sequence_diff.h"
+#include "ui/controls/sequence_diff.h"
 
 #include "support/test_main.h"
 

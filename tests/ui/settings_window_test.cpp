@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include "ui/settings_window.h"
+#include "ui/settings/settings_window.h"
 
-#include "notifications/general_settings_store.h"
+#include "settings/general_settings_store.h"
 #include "support/asked_notifier.h"
 #include "support/fake_login_item.h"
 #include "support/fake_settings_page_opener.h"
 #include "support/monitor_fixture.h"
 #include "support/test_main.h"
 #include "support/widget_probe.h"
-#include "ui/message_row.h"
-#include "ui/search_field.h"
-#include "ui/switch_control.h"
+#include "ui/controls/message_row.h"
+#include "ui/controls/search_field.h"
+#include "ui/controls/switch_control.h"
 
 #include <QAccessible>
 #include <QApplication>

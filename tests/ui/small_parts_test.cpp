@@ -3,14 +3,14 @@
 #include "support/monitor_fixture.h"
 #include "support/palettes.h"
 #include "support/test_main.h"
-#include "ui/device_code_panel.h"
-#include "ui/empty_state_view.h"
-#include "ui/failure_window.h"
-#include "ui/message_row.h"
-#include "ui/progress_spinner.h"
-#include "ui/row_list.h"
-#include "ui/text_label.h"
-#include "ui/unopened_page_row.h"
+#include "ui/controls/empty_state_view.h"
+#include "ui/controls/message_row.h"
+#include "ui/controls/progress_spinner.h"
+#include "ui/controls/row_list.h"
+#include "ui/controls/text_label.h"
+#include "ui/controls/unopened_page_row.h"
+#include "ui/window/device_code_panel.h"
+#include "ui/window/failure_window.h"
 
 #include <QAbstractScrollArea>
 #include <QAccessible>

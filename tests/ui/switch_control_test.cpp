@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "ui/switch_control.h"
+#include "ui/controls/switch_control.h"
 
 #include "support/test_main.h"
 #include "support/widget_probe.h"
-#include "ui/switch_painting.h"
+#include "ui/controls/switch_painting.h"
 
 #include <QAccessible>
 #include <QFontMetrics>

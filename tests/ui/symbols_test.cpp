@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/symbols.h"
+#include "ui/controls/symbols.h"
 
 #include "support/test_main.h"
 

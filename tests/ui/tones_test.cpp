@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/tones.h"
+#include "ui/controls/tones.h"
 
 #include "support/palettes.h"
 #include "support/test_main.h"

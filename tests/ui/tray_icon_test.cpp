@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/tray_icon.h"
+#include "ui/tray/tray_icon.h"
 
 #include "support/test_main.h"
 

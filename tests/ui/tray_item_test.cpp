@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/tray_item.h"
+#include "ui/tray/tray_item.h"
 
 #include "support/fake_status_item.h"
 #include "support/monitor_fixture.h"

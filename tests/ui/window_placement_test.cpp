@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/window_placement.h"
+#include "ui/window/window_placement.h"
 
 #include "support/test_main.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "ui/xembed_status_item.h"
+#include "ui/tray/xembed_status_item.h"
 
 #include "support/await.h"
 #include "support/test_main.h"

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "http/http_session.h"
+
+#include <chrono>
+#include <memory>
+
+namespace velmora
+{
+
+/// HTTP over Qt Network.
+///
+/// HTTP/1.1 only: Qt would use a silently dead HTTP/2 connection for all later requests. Follows at most three
+/// redirects, and only on the same origin, so that no token reaches another host; any other redirect is the response.
+/// No cookies, no cache.
+///
+/// Uses the proxy that the environment or the system names for a host, but never for this machine. The host's
+/// certificate must verify against the trust store of the system, and no setting disables this check.
+class NetworkSession final : public HTTPSession
+{
+public:
+    struct Limits {
+        std::chrono::milliseconds silence = std::chrono::seconds(60); ///< longest time without a byte
+        std::chrono::milliseconds total = std::chrono::seconds(300); ///< longest time of one send(), redirects included
+        qint64 bodySize = 16 * 1024 * 1024; ///< in bytes, after decompression
+    };
+
+    NetworkSession();
+    explicit NetworkSession(Limits limits);
+    /// Ends every open request, which fails with a TransportError on the spot.
+    ~NetworkSession() override;
+
+    [[nodiscard]] QCoro::Task<HTTPResponse> send(HTTPRequest request, std::stop_token stop) override;
+
+    /// Aborts the open requests, which fail with a TransportError, and closes their connections. For use after waking
+    /// or a change of network, when connections may be dead without notice. Unrepeatable requests go on.
+    void dropConnections();
+    /// Aborts every open request, including the unrepeatable ones. Later requests fail at once.
+    void close();
+
+    /// Shared with the open requests, which may outlive the session.
+    struct State;
+
+private:
+    std::shared_ptr<State> m_state;
+};
+
+} // namespace velmora

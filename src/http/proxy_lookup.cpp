@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: MIT
+#include "http/proxy_lookup.h"
+
+#include "http/proxy_environment.h"
+#include "support/background.h"
+#include "support/cancel_on_stop.h"
+#include "support/error.h"
+#include "support/one_shot.h"
+#include "support/task_scope.h"
+
+#include <QDeadlineTimer>
+#include <QHash>
+#include <QTimer>
+
+#include <atomic>
+
+namespace velmora
+{
+
+namespace
+{
+
+std::atomic<int> s_openQuestions = 0;
+
+using Answer = OneShot<QNetworkProxy>;
+
+struct Remembered {
+    QNetworkProxy proxy{QNetworkProxy::NoProxy};
+    QDeadlineTimer end;
+};
+
+/// A query to the system, and the callers that wait for its answer.
+struct Question {
+    QList<Answer> waiting;
+};
+
+QNetworkProxy systemProxy(const QUrl &url)
+{
+    const auto proxies = QNetworkProxyFactory::systemProxyForQuery(QNetworkProxyQuery(url));
+    return proxies.isEmpty() ? QNetworkProxy(QNetworkProxy::NoProxy) : proxies.first();
+}
+
+/// The system's proxy script gets only this part of an address, never a path or query. The default port is removed,
+/// since a redirect to the same origin may name it.
+QString originOf(QUrl url)
+{
+    const int usualPort = url.scheme() == QLatin1String("https") ? 443 : 80;
+    if (url.port() == usualPort)
+        url.setPort(-1);
+    return url.toString(QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment | QUrl::RemoveUserInfo);
+}
+
+std::exception_ptr failure(TransportError::Kind kind, const QString &text)
+{
+    return std::make_exception_ptr(TransportError(kind, text));
+}
+
+} // namespace
+
+struct ProxyLookup::State {
+    SystemQuery systemQuery;
+    std::chrono::milliseconds rememberedFor{};
+    QThreadPool pool;
+    QHash<QString, Remembered> remembered;
+    QHash<QString, std::shared_ptr<Question>> questions;
+
+    void remember(const QString &origin, const QNetworkProxy &proxy)
+    {
+        remembered.insert(origin, Remembered{proxy, QDeadlineTimer(rememberedFor)});
+    }
+};
+
+ProxyLookup::ProxyLookup()
+    : ProxyLookup(&systemProxy)
+{
+}
+
+ProxyLookup::ProxyLookup(SystemQuery systemQuery, std::chrono::milliseconds rememberedFor)
+    : m_state(std::make_shared<State>())
+{
+    m_state->systemQuery = std::move(systemQuery);
+    m_state->rememberedFor = rememberedFor;
+    m_state->pool.setMaxThreadCount(1);
+}
+
+ProxyLookup::~ProxyLookup()
+{
+    abandon();
+}
+
+QCoro::Task<QNetworkProxy> ProxyLookup::proxyFor(
+    QUrl url, std::chrono::milliseconds patience, std::stop_token stop) const
+{
+    return answer(m_state, std::move(url), patience, std::move(stop));
+}
+
+QCoro::Task<QNetworkProxy> ProxyLookup::answer(
+    std::shared_ptr<State> state, QUrl url, std::chrono::milliseconds patience, std::stop_token stop)
+{
+    throwIfStopped(stop);
+    const QString origin = originOf(url);
+    const auto named = environmentProxy(url, QProcessEnvironment::systemEnvironment());
+    if (named) {
+        state->remember(origin, *named);
+        co_return *named;
+    }
+    const Remembered known = state->remembered.value(origin);
+    if (state->remembered.contains(origin) && !known.end.hasExpired())
+        co_return known.proxy;
+    const Answer mine;
+    const CancelOnStop<QNetworkProxy> onStop(mine, stop);
+    QTimer timer;
+    timer.setSingleShot(true);
+    const auto expire = [mine] {
+        mine.fail(failure(TransportError::Kind::TimedOut,
+            QStringLiteral("This system does not say through which proxy the network is reached.")));
+    };
+    QObject::connect(&timer, &QTimer::timeout, &timer, expire);
+    timer.start(patience);
+    auto &question = state->questions[origin];
+    const bool isFirst = !question;
+    if (isFirst)
+        question = std::make_shared<Question>();
+    question->waiting.removeIf([](const Answer &one) { return one.isSettled(); });
+    question->waiting.append(mine);
+    if (isFirst)
+        launch(ask(state, origin), "asking the system for its proxy");
+    const QNetworkProxy proxy = co_await mine;
+    co_return proxy;
+}
+
+QCoro::Task<> ProxyLookup::ask(std::shared_ptr<State> state, QString origin)
+{
+    const auto question = state->questions.value(origin);
+    auto work = [query = state->systemQuery, url = QUrl(origin)] {
+        ++s_openQuestions;
+        QNetworkProxy found = query(url);
+        --s_openQuestions;
+        return found;
+    };
+    const QNetworkProxy proxy = co_await runInBackground(&state->pool, std::move(work));
+    if (state->questions.value(origin) == question) {
+        state->questions.remove(origin);
+        state->remember(origin, proxy);
+    }
+    const auto waiting = std::exchange(question->waiting, {});
+    for (const Answer &one : waiting)
+        one.resolve(proxy);
+}
+
+QNetworkProxy ProxyLookup::lastKnown(const QUrl &url) const
+{
+    return m_state->remembered.value(originOf(url)).proxy;
+}
+
+bool ProxyLookup::isAskingSystem()
+{
+    return s_openQuestions > 0;
+}
+
+void ProxyLookup::abandon()
+{
+    // Requests under way keep their proxy (lastKnown()), so expire the entries instead of removing them.
+    for (Remembered &one : m_state->remembered)
+        one.end = QDeadlineTimer();
+    const auto questions = std::exchange(m_state->questions, {});
+    for (const auto &question : questions) {
+        const auto waiting = std::exchange(question->waiting, {});
+        for (const Answer &one : waiting)
+            one.fail(failure(TransportError::Kind::Network, QStringLiteral("The connection was given up.")));
+    }
+}
+
+} // namespace velmora

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#include "presentation/deployment_sections.h"
+
+#include "presentation/relative_time.h"
+
+#include <array>
+
+namespace velmora
+{
+
+DeploymentSectionKind sectionOf(DeploymentState state)
+{
+    if (isActive(state))
+        return DeploymentSectionKind::InProgress;
+    return isFailure(state) ? DeploymentSectionKind::Failed : DeploymentSectionKind::Completed;
+}
+
+QString sectionTitle(DeploymentSectionKind kind)
+{
+    switch (kind) {
+    case DeploymentSectionKind::InProgress:
+        return QStringLiteral("In progress");
+    case DeploymentSectionKind::Failed:
+        return QStringLiteral("Failed");
+    case DeploymentSectionKind::Completed:
+        return QStringLiteral("Completed");
+    }
+    Q_UNREACHABLE();
+}
+
+QList<DeploymentSection> deploymentSections(const QList<DeploymentSnapshot> &deployments)
+{
+    using enum DeploymentSectionKind;
+    std::array sections{DeploymentSection{sectionTitle(InProgress), {}}, DeploymentSection{sectionTitle(Failed), {}},
+        DeploymentSection{sectionTitle(Completed), {}}};
+    for (const auto &deployment : deployments)
+        sections.at(static_cast<std::size_t>(sectionOf(deployment.state))).deployments.append(deployment);
+    QList<DeploymentSection> result;
+    for (const auto &section : sections) {
+        if (!section.deployments.isEmpty())
+            result.append(section);
+    }
+    return result;
+}
+
+QString shortCommit(const DeploymentSnapshot &deployment)
+{
+    return deployment.commitOID.left(7);
+}
+
+QStringList deploymentDetails(const DeploymentSnapshot &deployment, Instant now)
+{
+    QStringList details;
+    if (deployment.refName)
+        details.append(*deployment.refName);
+    details.append(shortCommit(deployment));
+    details.append(relativeTime(deployment.updatedAt, now));
+    return details;
+}
+
+} // namespace velmora

@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+#include "presentation/row_presentation.h"
+
+#include "notifications/notification_text.h"
+#include "presentation/deployment_sections.h"
+#include "presentation/relative_time.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QLocale>
+#include <QStringList>
+#include <QTextDocument>
+
+namespace velmora
+{
+
+namespace
+{
+
+// Longer than any window is wide.
+constexpr qsizetype kLineLimit = 300;
+constexpr qsizetype kDescriptionLimit = 500;
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("DeploymentListView", text);
+}
+
+QString localTime(Instant instant)
+{
+    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(instant.time_since_epoch());
+    return QLocale().toString(QDateTime::fromMSecsSinceEpoch(milliseconds.count()), QLocale::ShortFormat);
+}
+
+/// The host in its ASCII form, so that no look-alike letters can imitate another host.
+QString hostOf(const WebAddress &address)
+{
+    return address.url().host(QUrl::FullyEncoded);
+}
+
+/// The address, if it may be opened.
+std::optional<WebAddress> openable(std::optional<WebAddress> address)
+{
+    return address && address->isOpenable() ? std::move(address) : std::nullopt;
+}
+
+} // namespace
+
+StateIcon stateIcon(DeploymentState state)
+{
+    switch (state) {
+    case DeploymentState::Queued:
+    case DeploymentState::Pending:
+        return {u"clock", Tone::Orange};
+    case DeploymentState::Waiting:
+        return {u"pause.circle.fill", Tone::Orange};
+    case DeploymentState::InProgress:
+        return {u"arrow.triangle.2.circlepath", Tone::Blue};
+    case DeploymentState::Success:
+        return {u"checkmark.circle.fill", Tone::Green};
+    case DeploymentState::Failure:
+    case DeploymentState::Error:
+        return {u"xmark.circle.fill", Tone::Red};
+    case DeploymentState::Inactive:
+        return {u"minus.circle", Tone::Secondary};
+    case DeploymentState::Unknown:
+        return {u"questionmark.circle", Tone::Secondary};
+    }
+    Q_UNREACHABLE();
+}
+
+QString stateWords(DeploymentState state)
+{
+    switch (state) {
+    case DeploymentState::Queued:
+        return tr("queued");
+    case DeploymentState::Pending:
+        return tr("pending");
+    case DeploymentState::Waiting:
+        return tr("waiting");
+    case DeploymentState::InProgress:
+        return tr("in progress");
+    case DeploymentState::Success:
+        return tr("succeeded");
+    case DeploymentState::Failure:
+        return tr("failed");
+    case DeploymentState::Error:
+        return tr("ended in an error");
+    case DeploymentState::Inactive:
+        return tr("inactive");
+    case DeploymentState::Unknown:
+        return tr("state unknown");
+    }
+    Q_UNREACHABLE();
+}
+
+QString shownOnOneLine(const QString &text)
+{
+    return presentableText(text, kLineLimit).replace(QLatin1Char('\n'), QLatin1Char(' '));
+}
+
+QString rowSentence(const DeploymentSnapshot &deployment, Instant now)
+{
+    QStringList parts{deployment.repositoryName, deployment.environment, stateWords(deployment.state)};
+    parts += deploymentDetails(deployment, now);
+    for (QString &part : parts)
+        part = shownOnOneLine(part);
+    parts.removeAll(QString());
+    return parts.join(QStringLiteral(", "));
+}
+
+QString rowToolTip(const DeploymentSnapshot &deployment, Instant now)
+{
+    QStringList lines{shownOnOneLine(deployment.repositoryName),
+        shownOnOneLine(deployment.environment) + QStringLiteral(" · ") + stateWords(deployment.state)};
+    if (deployment.refName)
+        lines.append(shownOnOneLine(*deployment.refName));
+    lines.append(shownOnOneLine(deployment.commitOID));
+    lines.append(relativeTime(deployment.updatedAt, now) + QStringLiteral(" · ") + localTime(deployment.updatedAt));
+    if (deployment.creatorLogin)
+        lines.append(tr("Created by %1").arg(shownOnOneLine(*deployment.creatorLogin)));
+    if (deployment.statusDescription)
+        lines.append(presentableText(*deployment.statusDescription, kDescriptionLimit));
+    // A log may be on any host, so the tooltip names it.
+    if (const auto address = rowAddress(deployment))
+        lines.append(tr("Opens %1").arg(shownOnOneLine(hostOf(*address))));
+    lines.removeAll(QString());
+    return Qt::convertFromPlainText(lines.join(QLatin1Char('\n')), Qt::WhiteSpaceNormal);
+}
+
+QString linkToolTip(const DeploymentSnapshot &deployment)
+{
+    return Qt::convertFromPlainText(tr("Open %1").arg(shownOnOneLine(deployment.environment)), Qt::WhiteSpaceNormal);
+}
+
+std::optional<WebAddress> rowAddress(const DeploymentSnapshot &deployment)
+{
+    return openable(detailsURL(deployment));
+}
+
+std::optional<WebAddress> environmentAddress(const DeploymentSnapshot &deployment)
+{
+    return openable(deployment.environmentURL);
+}
+
+QString rowKeys(const DeploymentSnapshot &deployment)
+{
+    QStringList keys;
+    if (rowAddress(deployment))
+        keys.append(hasLogPage(deployment) ? tr("Return opens the log.") : tr("Return opens the deployments page."));
+    if (environmentAddress(deployment))
+        keys.append(tr("Control Return opens the environment."));
+    return keys.join(QLatin1Char(' '));
+}
+
+QList<RowAction> rowActions(const DeploymentSnapshot &deployment)
+{
+    const bool canOpen = rowAddress(deployment).has_value();
+    const bool hasEnvironment = environmentAddress(deployment).has_value();
+    QList<RowAction> actions;
+    if (canOpen)
+        actions.append(
+            {RowActionKind::OpenDetails, hasLogPage(deployment) ? tr("Open log") : tr("Open deployments page")});
+    if (hasEnvironment)
+        actions.append({RowActionKind::OpenEnvironment, tr("Open environment")});
+    actions.append({RowActionKind::CopyCommit, tr("Copy commit ID")});
+    if (canOpen)
+        actions.append({RowActionKind::CopyDetailsLink,
+            hasLogPage(deployment) ? tr("Copy link to log") : tr("Copy link to deployments page")});
+    if (hasEnvironment)
+        actions.append({RowActionKind::CopyEnvironmentLink, tr("Copy link to environment")});
+    return actions;
+}
+
+} // namespace velmora

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#include "ui/controls/search_field.h"
+
+#include "ui/controls/symbols.h"
+
+#include <QAction>
+#include <QKeyEvent>
+
+namespace velmora
+{
+
+SearchField::SearchField(const QString &placeholder, QWidget *parent)
+    : QLineEdit(parent)
+{
+    setPlaceholderText(placeholder);
+    setAccessibleName(placeholder);
+    setClearButtonEnabled(true);
+    addAction(symbolIcon(u"magnifyingglass"), QLineEdit::LeadingPosition);
+}
+
+void SearchField::typeKey(const QKeyEvent &event)
+{
+    setFocus(Qt::OtherFocusReason);
+    // setFocus() selects the whole text, which the key must not replace.
+    end(false);
+    QKeyEvent copy(event.type(), event.key(), event.modifiers(), event.text(), event.isAutoRepeat());
+    keyPressEvent(&copy);
+}
+
+void SearchField::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Down && event->modifiers() == Qt::NoModifier) {
+        Q_EMIT leftAtBottom();
+        return;
+    }
+    QLineEdit::keyPressEvent(event);
+}
+
+} // namespace velmora

@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+#include "ui/settings/general/general_settings_view.h"
+
+#include "platform/settings_page_opener.h"
+#include "presentation/general_settings_texts.h"
+#include "settings/general_settings_store.h"
+#include "support/task_scope.h"
+#include "ui/controls/card.h"
+#include "ui/controls/scrolling_page.h"
+#include "ui/controls/switch_control.h"
+
+#include <QPushButton>
+#include <QShowEvent>
+#include <QVBoxLayout>
+
+namespace velmora
+{
+
+namespace
+{
+
+using Texts = GeneralSettingsTexts;
+
+constexpr int kPadding = 12;
+constexpr int kSpacing = 6;
+constexpr int kSectionGap = 12;
+
+TextLabel *explanation(const QString &text)
+{
+    auto *label = new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap);
+    label->setTone(Tone::Secondary);
+    label->setText(text);
+    return label;
+}
+
+TextLabel *sectionHeader(const QString &text)
+{
+    auto *label = new TextLabel(TextSize::Body);
+    label->setWeight(QFont::DemiBold);
+    label->setText(text);
+    return label;
+}
+
+} // namespace
+
+GeneralSettingsView::GeneralSettingsView(
+    GeneralSettingsStore *settings, SettingsPageOpener *pageOpener, QWidget *parent)
+    : QWidget(parent)
+    , m_settings(settings)
+    , m_pageOpener(pageOpener)
+    , m_failures(new SwitchControl(Texts::notifyFailures()))
+    , m_successes(new SwitchControl(Texts::notifySuccesses()))
+    , m_launchAtLogin(new SwitchControl(Texts::launchAtLogin()))
+    , m_openSettings(new QPushButton(Texts::openNotificationSettings()))
+    , m_openFailure(explanation(QString()))
+    , m_errorSection(new Card)
+    , m_error(new MessageRow(TextSize::Body, Tone::Red))
+{
+    auto *page = new ScrollingPage(this);
+    page->setContent(makeContent());
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(page);
+    setFocusProxy(m_failures);
+    connectControls();
+    connect(m_settings, &GeneralSettingsStore::changed, this, &GeneralSettingsView::showSettings);
+    showSettings();
+}
+
+QWidget *GeneralSettingsView::makeContent()
+{
+    auto *content = new QWidget;
+    auto *layout = new QVBoxLayout(content);
+    layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
+    layout->setSpacing(kSpacing);
+    layout->addWidget(sectionHeader(Texts::notifications()));
+    layout->addWidget(makeNotifications());
+    layout->addSpacing(kSectionGap);
+    layout->addWidget(sectionHeader(Texts::startup()));
+    layout->addWidget(makeStartup());
+    layout->addSpacing(kSectionGap);
+    m_errorSection->addRow(m_error);
+    layout->addWidget(m_errorSection);
+    layout->addStretch();
+    return content;
+}
+
+Card *GeneralSettingsView::makeNotifications()
+{
+    auto *card = new Card;
+    card->addRow(m_failures);
+    card->addRow(m_successes);
+    card->addRow(explanation(Texts::notificationsHelp()));
+    m_openSettings->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    card->addRow(m_openSettings);
+    card->addRow(m_openFailure);
+    return card;
+}
+
+Card *GeneralSettingsView::makeStartup()
+{
+    auto *card = new Card;
+    card->addRow(m_launchAtLogin);
+    card->addRow(explanation(Texts::startupHelp()));
+    return card;
+}
+
+void GeneralSettingsView::connectControls()
+{
+    const auto connectKind = [this](SwitchControl *control, DeploymentNotificationKind kind) {
+        connect(control, &SwitchControl::clicked, this, [this, kind](bool enabled) {
+            launch(switchNotifications(this, m_settings, enabled, kind), "Switching notifications");
+        });
+    };
+    connectKind(m_failures, DeploymentNotificationKind::Failure);
+    connectKind(m_successes, DeploymentNotificationKind::Success);
+    connect(m_launchAtLogin, &SwitchControl::clicked, this, [this](bool enabled) {
+        launch(switchLaunchAtLogin(this, m_settings, enabled), "Switching the start at login");
+    });
+    connect(m_openSettings, &QPushButton::clicked, this, &GeneralSettingsView::openNotificationSettings);
+}
+
+void GeneralSettingsView::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (!event->spontaneous())
+        m_settings->reloadLaunchAtLogin();
+}
+
+void GeneralSettingsView::refresh()
+{
+    m_settings->reloadLaunchAtLogin();
+    launch(m_settings->retryPreparation(), "preparing notifications again");
+}
+
+void GeneralSettingsView::showSettings()
+{
+    m_failures->setChecked(m_settings->failureNotificationsEnabled());
+    m_successes->setChecked(m_settings->successNotificationsEnabled());
+    m_launchAtLogin->setChecked(m_settings->launchAtLoginEnabled());
+    const bool needsPermission = m_settings->notificationsRequireSystemPermission();
+    m_openSettings->setVisible(needsPermission);
+    if (!needsPermission)
+        m_openFailure->hide();
+    m_error->setMessage(m_settings->errorMessage().value_or(QString()));
+    m_errorSection->setVisible(m_settings->errorMessage().has_value());
+}
+
+void GeneralSettingsView::openNotificationSettings()
+{
+    const auto failure = m_pageOpener->openNotificationSettings();
+    m_openFailure->setText(failure.value_or(QString()));
+    m_openFailure->setVisible(failure.has_value());
+}
+
+QCoro::Task<> GeneralSettingsView::switchNotifications(
+    QPointer<GeneralSettingsView> view, GeneralSettingsStore *settings, bool enabled, DeploymentNotificationKind kind)
+{
+    co_await settings->setNotificationsEnabled(enabled, kind);
+    // The store emits nothing when it refuses without a change, so the switch is set back here.
+    if (view)
+        view->showSettings();
+}
+
+QCoro::Task<> GeneralSettingsView::switchLaunchAtLogin(
+    QPointer<GeneralSettingsView> view, GeneralSettingsStore *settings, bool enabled)
+{
+    co_await settings->setLaunchAtLogin(enabled);
+    if (view)
+        view->showSettings();
+}
+
+} // namespace velmora

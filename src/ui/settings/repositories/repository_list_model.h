@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "presentation/repositories_presentation.h"
+
+#include <QAbstractListModel>
+
+#include <vector>
+
+namespace velmora
+{
+
+class InstallationStore;
+struct SequenceEdit;
+
+/// The repositories of the store that match a search, in the order of the store.
+///
+/// Follows the store with row signals, so that scroll position and focus are kept. Resets itself for a new search, and
+/// for changes so large that row signals would cost more. Setting Qt::CheckStateRole asks the store to switch the
+/// repository.
+class RepositoryListModel final : public QAbstractListModel
+{
+    Q_OBJECT
+
+public:
+    enum Role {
+        NodeIDRole = Qt::UserRole,
+        LoginRole, ///< the login of the account on which the App is installed
+    };
+
+    /// The store is not owned and outlives the model.
+    explicit RepositoryListModel(InstallationStore *installations, QObject *parent = nullptr);
+
+    /// Shows the repositories that match the text.
+    void setSearch(const QString &text);
+    [[nodiscard]] QString search() const { return m_search.text(); }
+    /// The row of the repository; -1 if it is not shown.
+    [[nodiscard]] int rowOf(const QString &nodeID) const;
+
+    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+    bool setData(const QModelIndex &index, const QVariant &value, int role) override;
+    [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
+
+private:
+    /// The last contents of a row, to detect changes.
+    struct Row {
+        QString nodeID;
+        QString name;
+        QString login;
+        bool isIncluded = false;
+        friend bool operator==(const Row &, const Row &) = default;
+    };
+    using Rows = std::vector<Row>;
+
+    [[nodiscard]] Rows found() const;
+    void followStore();
+    /// Emits the row signals that lead to `next`. If there are too many edits, does nothing and returns false.
+    bool tellMoves(const Rows &next);
+    void take(const SequenceEdit &step, const Rows &next);
+    void tellChanges(const Rows &next);
+    void startAnew(Rows next);
+
+    InstallationStore *m_installations;
+    RepositorySearch m_search;
+    Rows m_rows;
+};
+
+} // namespace velmora

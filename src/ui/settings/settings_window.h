@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "ui/settings/settings_view.h"
+
+#include <QWidget>
+
+namespace velmora
+{
+
+class MessageRow;
+
+/// The window of the settings. Below the tabs it shows why settings cannot be saved, and which page no browser could
+/// open.
+///
+/// Escape and Ctrl+W close it. Closing only hides it, so it opens again in the same state.
+class SettingsWindow final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit SettingsWindow(const SettingsView::Services &services, QWidget *parent = nullptr);
+
+    [[nodiscard]] SettingsView *view() const { return m_view; }
+
+    /// Shows the window, or brings it to the front. Wayland requires the activation token of the user's action for
+    /// that.
+    void open(const QString &activationToken = {});
+
+protected:
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    void showUnsaved();
+
+    Preferences *m_preferences;
+    URLOpener *m_urlOpener;
+    SettingsView *m_view;
+    MessageRow *m_unsaved; ///< why the settings cannot be saved
+};
+
+} // namespace velmora

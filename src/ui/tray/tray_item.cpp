@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+#include "ui/tray/tray_item.h"
+
+#include "monitor/deployment_monitor.h"
+#include "platform/status_item.h"
+#include "presentation/status_text.h"
+
+#include <QCoreApplication>
+#include <QStringList>
+
+namespace velmora
+{
+
+namespace
+{
+
+enum Entry { Open = 1, Refresh, Settings, Quit, FirstSeparator, SecondSeparator };
+
+QString translated(const char *text)
+{
+    return QCoreApplication::translate("TrayItem", text);
+}
+
+QList<StatusItem::MenuEntry> menuEntries()
+{
+    const auto entry = [](int id, const char *label) {
+        return StatusItem::MenuEntry{id, translated(label), true, false};
+    };
+    const auto separator = [](int id) {
+        return StatusItem::MenuEntry{id, QString(), true, true};
+    };
+    // Some desktops open the menu on every click, so the action of a click comes first.
+    return {
+        entry(Open, QT_TRANSLATE_NOOP("TrayItem", "Open Velmora")),
+        separator(FirstSeparator),
+        entry(Refresh, QT_TRANSLATE_NOOP("TrayItem", "Refresh")),
+        entry(Settings, QT_TRANSLATE_NOOP("TrayItem", "Settings…")),
+        separator(SecondSeparator),
+        entry(Quit, QT_TRANSLATE_NOOP("TrayItem", "Quit")),
+    };
+}
+
+QString countsInWords(const DeploymentMonitorPresentation &presentation)
+{
+    QStringList parts;
+    if (presentation.activeCount > 0)
+        parts.append(translated(QT_TRANSLATE_NOOP("TrayItem", "%1 in progress")).arg(presentation.activeCount));
+    if (presentation.failedCount > 0)
+        parts.append(translated(QT_TRANSLATE_NOOP("TrayItem", "%1 failed")).arg(presentation.failedCount));
+    return parts.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+QString trayStatusLine(const DeploymentMonitorState &state, const QList<DeploymentSnapshot> &deployments)
+{
+    const QString counts = countsInWords(presentation(state, deployments));
+    return counts.isEmpty() ? statusText(state, deployments) : counts;
+}
+
+TrayItem::TrayItem(const DeploymentMonitor *monitor, StatusItem *item, QString applicationName, QObject *parent)
+    : QObject(parent)
+    , m_monitor(monitor)
+    , m_item(item)
+    , m_applicationName(std::move(applicationName))
+{
+    m_item->setMenu(menuEntries());
+    m_item->setStatus(StatusItem::Status::Active);
+    show(wanted());
+    connect(monitor, &DeploymentMonitor::changed, this, &TrayItem::update);
+    connect(item, &StatusItem::activated, this, &TrayItem::toggleRequested);
+    connect(item, &StatusItem::menuTriggered, this, &TrayItem::trigger);
+}
+
+TrayItem::Shown TrayItem::wanted() const
+{
+    const auto presentation = m_monitor->presentation();
+    const bool isCounting = !TrayIcon::countText(presentation).isEmpty();
+    return {isCounting ? presentation.title() : m_applicationName,
+        trayStatusLine(m_monitor->state(), m_monitor->deployments()), presentation};
+}
+
+void TrayItem::update()
+{
+    if (const Shown shown = wanted(); shown != m_shown)
+        show(shown);
+}
+
+void TrayItem::show(const Shown &shown)
+{
+    m_shown = shown;
+    m_item->setTitle(shown.title);
+    m_item->setLabel(shown.title);
+    m_item->setToolTip(shown.title, shown.line);
+    m_item->setIcon(m_icon.images(shown.presentation));
+}
+
+void TrayItem::trigger(int entry, const QString &activationToken)
+{
+    switch (entry) {
+    case Open:
+        Q_EMIT openRequested(activationToken);
+        break;
+    case Refresh:
+        Q_EMIT refreshRequested();
+        break;
+    case Settings:
+        Q_EMIT settingsRequested(activationToken);
+        break;
+    case Quit:
+        Q_EMIT quitRequested();
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace velmora

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#include "ui/window/dismissal_rule.h"
+
+#include <utility>
+
+namespace velmora
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+/// How long the pointer may take from the item to the window.
+constexpr auto kWayToWindow = 1500ms;
+/// The longest time between press, which takes the focus, and release, which arrives as the click, if the place of the
+/// item is unknown.
+constexpr auto kClick = 400ms;
+/// The same if the pointer rests on the item: a slow click is more likely there than a second one. If the pointer is
+/// elsewhere, the click was not at the item.
+constexpr auto kSlowClick = 2s;
+/// The greatest distance, in pixels, from the place of the click to the edge of an item.
+constexpr int kItemReach = 32;
+
+} // namespace
+
+void DismissalRule::opened(Time now, std::optional<QPoint> anchor)
+{
+    m_openedAt = now;
+    m_anchor = anchor;
+    m_wasEntered = false;
+    m_clickEndsBy.reset();
+}
+
+bool DismissalRule::closesOnFocusLoss(Time now, QPoint pointer)
+{
+    if (m_focus == Focus::MayFollowPointer && !m_wasEntered && now - m_openedAt < kWayToWindow)
+        return false;
+    if (!m_anchor)
+        m_clickEndsBy = now + kClick;
+    else if ((pointer - *m_anchor).manhattanLength() <= kItemReach)
+        m_clickEndsBy = now + kSlowClick;
+    return true;
+}
+
+bool DismissalRule::isEndOfClosingClick(Time now)
+{
+    const auto end = std::exchange(m_clickEndsBy, std::nullopt);
+    return end && now <= *end;
+}
+
+} // namespace velmora

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+#include "ui/window/menu_bar_header.h"
+
+#include "presentation/row_presentation.h"
+#include "ui/controls/symbols.h"
+#include "ui/controls/text_label.h"
+#include "ui/deployments/row_metrics.h"
+
+#include <QHBoxLayout>
+#include <QToolButton>
+
+namespace velmora
+{
+
+namespace
+{
+
+constexpr int kMargin = 10;
+constexpr int kButtonSymbol = 18;
+/// Of one reason; the rest is in the tooltip.
+constexpr int kMostLines = 3;
+
+QToolButton *iconButton(const QString &label, QStringView symbol, QWidget *parent)
+{
+    auto *button = new QToolButton(parent);
+    button->setText(label);
+    button->setAccessibleName(label);
+    button->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    button->setIcon(symbolIcon(symbol));
+    button->setIconSize({kButtonSymbol, kButtonSymbol});
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::TabFocus);
+    return button;
+}
+
+} // namespace
+
+MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
+    : QWidget(parent)
+    , m_status(new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this))
+    , m_notice(new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap, this))
+    , m_settings(iconButton(tr("Settings"), u"gearshape", this))
+    , m_refresh(iconButton(tr("Refresh"), u"arrow.clockwise", this))
+{
+    auto *name = new TextLabel(TextSize::Title, TextLabel::Overflow::Elide, this);
+    name->setText(title);
+    name->setWeight(QFont::DemiBold);
+    m_status->setTone(Tone::Secondary);
+    for (TextLabel *&line : m_explanation) {
+        // Wrapped, because the advice is at the end of a reason.
+        line = new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap, this);
+        line->setMostLines(kMostLines);
+        line->setTone(Tone::Orange);
+        line->hide();
+    }
+    m_notice->setTone(Tone::Secondary);
+    m_notice->hide();
+    m_settings->setToolTip(tr("Open Settings"));
+    setRefreshing(false);
+    connect(m_settings, &QToolButton::clicked, this, &MenuBarHeader::settingsRequested);
+    connect(m_refresh, &QToolButton::clicked, this, &MenuBarHeader::refreshRequested);
+
+    auto *texts = new QVBoxLayout;
+    texts->setSpacing(1);
+    texts->addWidget(name);
+    texts->addWidget(m_status);
+    for (auto *line : m_explanation)
+        texts->addWidget(line);
+    auto *row = new QHBoxLayout;
+    row->setSpacing(2);
+    row->addLayout(texts, 1);
+    row->addSpacing(kRowGap);
+    row->addWidget(m_settings);
+    row->addWidget(m_refresh);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(kRowMargin, kMargin, kMargin, kMargin);
+    layout->addLayout(row);
+    layout->addWidget(m_notice);
+}
+
+void MenuBarHeader::setStatus(const QString &status, const QString &explanation)
+{
+    m_status->setTextAndExplanation(status, explanation);
+    const QStringList lines = explanation.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    for (std::size_t i = 0; i < m_explanation.size(); ++i) {
+        const QString line = lines.value(static_cast<qsizetype>(i));
+        m_explanation.at(i)->setTextAndExplanation(shownOnOneLine(line), explanation);
+        m_explanation.at(i)->setVisible(!line.isEmpty());
+    }
+}
+
+void MenuBarHeader::setNotice(const QString &notice)
+{
+    m_notice->setText(notice);
+    m_notice->setVisible(!notice.isEmpty());
+}
+
+void MenuBarHeader::setRefreshing(bool isRefreshing)
+{
+    m_refresh->setEnabled(!isRefreshing);
+    m_refresh->setToolTip(isRefreshing ? tr("Refreshing deployments") : tr("Refresh deployments"));
+}
+
+} // namespace velmora

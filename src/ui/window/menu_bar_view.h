@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "presentation/menu_bar_presentation.h"
+#include "support/task_scope.h"
+
+#include <QPointer>
+#include <QWidget>
+
+namespace velmora
+{
+
+class AuthenticationStore;
+class Clock;
+class DeploymentListView;
+class DeploymentMonitor;
+class EmptyStateView;
+class InstallationPage;
+class InstallationStore;
+class MenuBarHeader;
+class MessageRow;
+class Pasteboard;
+class TextLabel;
+class URLOpener;
+
+/// The content of the window behind the tray item: the status, the deployments or the next step, and the time of the
+/// last update.
+///
+/// Shows the stores and forwards actions; all state but isRefreshing() belongs to the stores. The view fixes its size
+/// to its sizeHint(). While it is hidden, it does not follow the stores, holds no deployments, and runs no timer.
+class MenuBarView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// The pointers are not owned and outlive the view.
+    struct Services {
+        AuthenticationStore *authentication = nullptr;
+        InstallationStore *installations = nullptr;
+        DeploymentMonitor *monitor = nullptr;
+        InstallationPage *installationPage = nullptr;
+        Clock *clock = nullptr;
+        URLOpener *urlOpener = nullptr;
+        Pasteboard *pasteboard = nullptr;
+        QString applicationName = QStringLiteral("Velmora"); ///< the display name of the application
+    };
+
+    explicit MenuBarView(const Services &services, QWidget *parent = nullptr);
+    ~MenuBarView() override;
+
+    /// Whether a refresh started by this view is running; the monitor's own refreshes do not count.
+    [[nodiscard]] bool isRefreshing() const { return m_isRefreshing; }
+    /// The content on show, or the last one while the view is hidden.
+    [[nodiscard]] MenuBarContent content() const { return m_content; }
+
+    /// Shows a note about the window itself below the status; empty hides it.
+    void setNotice(const QString &notice);
+
+    [[nodiscard]] QSize sizeHint() const override;
+
+public Q_SLOTS:
+    /// Unlocks the accounts, then refreshes the installations and all deployments. Does nothing while a refresh runs.
+    void refresh();
+
+Q_SIGNALS:
+    void settingsRequested();
+    /// The user wants to choose repositories.
+    void repositoriesRequested();
+    void quitRequested();
+
+protected:
+    bool event(QEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    void makeContents();
+    void makeMissingSteps();
+    [[nodiscard]] QWidget *makeLoadingView();
+    [[nodiscard]] QWidget *makeFooter();
+    [[nodiscard]] QWidget *contentWidget(MenuBarContent content) const;
+    void connectStores();
+    void addShortcuts();
+    void adoptFont();
+
+    void followStores();
+    void showStores();
+    void showContent(MenuBarContent content);
+    void showUpdateTime();
+    void setRefreshing(bool isRefreshing);
+    [[nodiscard]] QCoro::Task<> refreshEverything(std::stop_token stop);
+    [[nodiscard]] QCoro::Task<> loadInstallations(std::stop_token stop);
+    [[nodiscard]] QCoro::Task<> waitForUpdateTime(std::chrono::milliseconds duration, std::stop_token stop);
+
+    Services m_services;
+    MenuBarHeader *m_header;
+    MessageRow *m_unsaved; ///< what could not be saved, and why
+    QWidget *m_unopened; ///< the address that no browser could open
+    QWidget *m_codePanel = nullptr;
+    EmptyStateView *m_connectionPrompt = nullptr;
+    QWidget *m_loading = nullptr;
+    DeploymentListView *m_list = nullptr;
+    EmptyStateView *m_notInstalled = nullptr;
+    EmptyStateView *m_noAccess = nullptr;
+    EmptyStateView *m_nothingSelected = nullptr;
+    EmptyStateView *m_noDeployments = nullptr;
+    TextLabel *m_updated = nullptr;
+    MenuBarContent m_content = MenuBarContent::NoDeployments;
+    bool m_isShown = false;
+    bool m_isRefreshing = false;
+    bool m_isLoadingInstallations = false;
+    TaskScope m_work;
+    TaskScope m_updateTime;
+};
+
+} // namespace velmora

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: MIT
+#include "ui/window/menu_bar_window.h"
+
+#include "ui/accessibility/accessible_part.h"
+#include "ui/controls/tones.h"
+#include "ui/window/window_activation.h"
+#include "ui/window/window_placement.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QScreen>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace velmora
+{
+
+namespace
+{
+
+Qt::WindowFlags flagsFor(MenuBarWindow::Placement placement)
+{
+    if (placement == MenuBarWindow::Placement::AtItem)
+        return Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
+    return Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint;
+}
+
+DismissalRule::Focus focusFor(MenuBarWindow::Placement placement)
+{
+    // At the item, the pointer crosses no other window on its way to this one.
+    return placement == MenuBarWindow::Placement::AtItem ? DismissalRule::Focus::FollowsClicks
+                                                         : DismissalRule::Focus::MayFollowPointer;
+}
+
+QList<ScreenArea> screenAreas()
+{
+    QList<ScreenArea> areas;
+    for (const QScreen *const screen : QGuiApplication::screens())
+        areas.append({screen->geometry(), screen->availableGeometry()});
+    return areas;
+}
+
+/// The place of the item in points, or none if it is on no screen. Hosts report pixels or points, depending on their
+/// toolkit; on scaled screens, where the two differ, the position of the pointer is used instead.
+std::optional<QPoint> usableAnchor(std::optional<QPoint> anchor)
+{
+    const auto isScaled = [](const QScreen *screen) {
+        return screen->devicePixelRatio() != 1.0;
+    };
+    if (anchor && std::ranges::any_of(QGuiApplication::screens(), isScaled))
+        return QCursor::pos();
+    return anchor && QGuiApplication::screenAt(*anchor) ? anchor : std::nullopt;
+}
+
+} // namespace
+
+MenuBarWindow::MenuBarWindow(QWidget *content, Placement placement, Now now)
+    : QWidget(nullptr, flagsFor(placement))
+    , m_placement(placement)
+    , m_now(std::move(now))
+    , m_dismissal(focusFor(placement))
+{
+    describeBy<MenuBarWindow, AccessibleWindow>();
+    auto *const layout = new QVBoxLayout(this);
+    const int border = placement == Placement::AtItem ? 1 : 0;
+    layout->setContentsMargins(border, border, border, border);
+    layout->setSizeConstraint(QLayout::SetNoConstraint);
+    layout->addWidget(content);
+}
+
+MenuBarWindow::Placement MenuBarWindow::placementOfPlatform()
+{
+    return QGuiApplication::platformName() == QLatin1String("xcb") ? Placement::AtItem : Placement::ByCompositor;
+}
+
+void MenuBarWindow::toggle(std::optional<QPoint> anchor, const QString &activationToken)
+{
+    if (m_isOpen)
+        dismiss();
+    else if (!m_dismissal.isEndOfClosingClick(m_now()))
+        open(anchor, activationToken);
+}
+
+void MenuBarWindow::open(std::optional<QPoint> anchor, const QString &activationToken)
+{
+    if (!m_isOpen) {
+        m_isOpen = true;
+        m_anchor = usableAnchor(anchor);
+        m_pointer = QCursor::pos();
+        m_dismissal.opened(m_now(), m_anchor);
+        fit();
+        show();
+    }
+    takeFocus(activationToken);
+}
+
+void MenuBarWindow::dismiss()
+{
+    m_isOpen = false;
+    // Closed, not hidden: a window that is hidden and shown again at once may stay without focus on X11, because a late
+    // event about the hiding is taken for a new one. close() makes the next show() a new window for the display.
+    close();
+}
+
+void MenuBarWindow::closeEvent(QCloseEvent *event)
+{
+    m_isOpen = false;
+    QWidget::closeEvent(event);
+}
+
+void MenuBarWindow::takeFocus(const QString &activationToken)
+{
+    bringToFront(this, activationToken);
+}
+
+QSize MenuBarWindow::wantedSize() const
+{
+    const QSize hint = layout()->totalSizeHint();
+    if (!layout()->hasHeightForWidth())
+        return hint;
+    return {hint.width(), layout()->totalHeightForWidth(hint.width())};
+}
+
+void MenuBarWindow::fit()
+{
+    const QRect place
+        = placedWindow({wantedSize(), m_anchor, m_pointer, screenAreas(), QGuiApplication::layoutDirection()});
+    setFixedSize(place.size());
+    if (m_placement == Placement::AtItem)
+        move(place.topLeft());
+}
+
+bool MenuBarWindow::event(QEvent *event)
+{
+    const bool isHandled = QWidget::event(event);
+    if (event->type() == QEvent::LayoutRequest && m_isOpen)
+        fit();
+    else if (event->type() == QEvent::WindowDeactivate && m_isOpen)
+        focusLost();
+    return isHandled;
+}
+
+void MenuBarWindow::focusLost()
+{
+    // The focus went to a menu or a dialog of this window.
+    const QWidget *const now = QApplication::activeWindow();
+    if (QApplication::activePopupWidget() != nullptr || (now != nullptr && isAncestorOf(now)))
+        return;
+    if (m_dismissal.closesOnFocusLoss(m_now(), QCursor::pos()))
+        dismiss();
+}
+
+void MenuBarWindow::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier)
+        dismiss();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void MenuBarWindow::enterEvent(QEnterEvent *event)
+{
+    m_dismissal.pointerEntered();
+    QWidget::enterEvent(event);
+}
+
+void MenuBarWindow::paintEvent(QPaintEvent *event)
+{
+    QWidget::paintEvent(event);
+    if (m_placement != Placement::AtItem)
+        return;
+    QPainter painter(this);
+    painter.setPen(separatorColour(palette()));
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
+}
+
+} // namespace velmora

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "ui/window/dismissal_rule.h"
+
+#include <QWidget>
+
+#include <functional>
+#include <optional>
+
+namespace velmora
+{
+
+/// The window behind the tray item. Its size follows its content, within the screen.
+///
+/// It closes on Escape, when the user turns to another window, and on a second click at the item. It can be opened
+/// again after closing, so the program must not quit with its last window.
+class MenuBarWindow final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    enum class Placement {
+        AtItem, ///< without a frame, beside the panel
+        ByCompositor, ///< an ordinary window of fixed size, which compositors let float
+    };
+    /// The source of the time, for tests.
+    using Now = std::function<DismissalRule::Time()>;
+
+    /// Takes ownership of the content.
+    explicit MenuBarWindow(
+        QWidget *content, Placement placement = placementOfPlatform(), Now now = &std::chrono::steady_clock::now);
+
+    /// AtItem on X11, the only platform that lets a program place its windows.
+    [[nodiscard]] static Placement placementOfPlatform();
+
+    /// Shows the window, or brings it to the front. `anchor` is the place of the click at the item, if known; the token
+    /// is the desktop's permission to take the focus.
+    void open(std::optional<QPoint> anchor, const QString &activationToken);
+    /// Handles a click at the item: opens or closes the window.
+    void toggle(std::optional<QPoint> anchor, const QString &activationToken);
+
+protected:
+    bool event(QEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void enterEvent(QEnterEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    void fit();
+    [[nodiscard]] QSize wantedSize() const;
+    void focusLost();
+    void takeFocus(const QString &activationToken);
+    void dismiss();
+
+    Placement m_placement;
+    Now m_now;
+    DismissalRule m_dismissal;
+    std::optional<QPoint> m_anchor;
+    QPoint m_pointer; ///< where the pointer was when the window opened
+    bool m_isOpen = false; ///< false before it is hidden, because hiding takes the focus and must not close it twice
+};
+
+} // namespace velmora
