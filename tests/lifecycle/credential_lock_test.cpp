@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Two programs share the accounts, and one of them does not go on.
+// Two programs share the accounts, and one of them stops.
 #include "household.h"
 
 #include "support/test_main.h"
@@ -16,7 +16,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(m_household.start());
-        // Every use of a token needs a new one.
+        // With this lifetime every use of a token renews it.
         m_household.simulator.oauth().settings().accessTokenSeconds = 200;
         QVERIFY(m_household.connectAccount());
         QVERIFY(m_household.connectAccount());
@@ -61,7 +61,7 @@ private Q_SLOTS:
         m_household.simulator.answerHanging();
         const auto other = m_household.finished(kOnce);
         QVERIFY2(other->err().contains(": GitHub did not return an access token. Connect "), other->err());
-        // Whether the token that the killed one sent is used up is not tried out.
+        // The token that the killed program sent is not sent again, since it may be used up.
         expectEachTokenOnceAndTheOtherAccountServed();
         const auto diagnosis = m_household.finished({QStringLiteral("diagnose")});
         QVERIFY2(diagnosis->out().contains("to be connected again"), diagnosis->out());
@@ -72,7 +72,7 @@ private Q_SLOTS:
 private:
     static inline const QStringList kOnce{QStringLiteral("watch"), QStringLiteral("--once")};
 
-    /// The program, once GitHub has the refresh token of the first account and does not answer.
+    /// A program whose refresh token of the first account GitHub has received without answering.
     [[nodiscard]] std::unique_ptr<ProgramRun> renewing()
     {
         velmora::simulator::MisbehaviourRule rule;
@@ -84,7 +84,7 @@ private:
         return m_household.isAsked(Household::kTokens) ? std::move(run) : nullptr;
     }
 
-    /// The tokens that were sent are the one that is not answered and those of the other account, each once.
+    /// The sent tokens are the unanswered one and those of the other account, each sent once.
     void expectEachTokenOnceAndTheOtherAccountServed()
     {
         const QStringList sent = m_household.refreshTokens();

@@ -34,14 +34,14 @@ QByteArray ofProcess(qint64 process, const char *name)
     return contentOf(QStringLiteral("/proc/%1/%2").arg(process).arg(QString::fromLatin1(name)));
 }
 
-/// What the kernel says of the process, from its state on: the name before may hold anything.
+/// The fields of /proc/PID/stat from the state on; the name before them may contain spaces.
 QList<QByteArray> statusFields(qint64 process)
 {
     const QByteArray line = ofProcess(process, "stat");
     return line.mid(line.lastIndexOf(')') + 2).split(' ');
 }
 
-/// Whether the signal is in that set of the process's signals.
+/// Whether the mask with this label in /proc/PID/status contains the signal.
 bool isInMask(qint64 process, const QByteArray &label, int number)
 {
     const QByteArray status = ofProcess(process, "status");
@@ -78,7 +78,7 @@ bool PrivateBus::start()
 {
     QFile::remove(m_folder.filePath(QStringLiteral("bus")));
     m_process.start();
-    // It prints its address when it listens.
+    // It prints its address once it is listening.
     return waitUntil([this] { return m_process.canReadLine(); });
 }
 
@@ -100,7 +100,7 @@ QProcessEnvironment Household::environment() const
     QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
     const QString address = simulator.url().toString(QUrl::StripTrailingSlash);
     result.insert(QStringLiteral("HOME"), m_home.path());
-    result.insert(QStringLiteral("PATH"), QStringLiteral("/nowhere")); // so that no browser is found
+    result.insert(QStringLiteral("PATH"), QStringLiteral("/nowhere")); // no browser is found
     result.insert(QStringLiteral("GITHUB_CLIENT_ID"), QStringLiteral("Iv23liVelmoraDemo001"));
     result.insert(QStringLiteral("VELMORA_API_URL"), address);
     result.insert(QStringLiteral("VELMORA_WEB_URL"), address);

@@ -21,7 +21,7 @@ public:
 
     [[nodiscard]] bool start();
     void end();
-    /// The bus answers nobody until it is resumed.
+    /// Stops the bus from answering until resume().
     void freeze() const { ::kill(static_cast<pid_t>(m_process.processId()), SIGSTOP); }
     void resume() const { ::kill(static_cast<pid_t>(m_process.processId()), SIGCONT); }
     [[nodiscard]] QString address() const;
@@ -32,36 +32,37 @@ private:
     QProcess m_process;
 };
 
-/// A home, and a GitHub that answers in this process, for the real program.
+/// A home and a simulated GitHub for the real program.
 class Household
 {
 public:
-    /// Where tokens are asked for.
+    /// The path at which tokens are requested.
     static inline const QByteArray kTokens = "/login/oauth/access_token";
 
     Household();
 
     [[nodiscard]] bool start() { return simulator.start(); }
-    /// What the program needs to live here, on the session bus of the test.
+    /// The environment of the program, with the session bus of the test.
     [[nodiscard]] QProcessEnvironment environment() const;
-    /// Starts the program; by itself in this environment.
+    /// Starts the program in environment().
     [[nodiscard]] std::unique_ptr<ProgramRun> started(const QStringList &arguments) const;
     [[nodiscard]] std::unique_ptr<ProgramRun> finished(const QStringList &arguments) const;
-    /// Connects one account: of GitHub's people, the first, then the next.
+    /// Connects the next identity of the simulator.
     [[nodiscard]] bool connectAccount() const;
     [[nodiscard]] QString firstLogin();
-    /// Connects the account of GitHub's first person, anew if need be.
+    /// Connects the account of the first identity; again if it is already connected.
     [[nodiscard]] bool connectFirstAccount();
-    /// Has these accounts, a JSON array, in the preferences and nowhere else: what another machine's keyring leaves.
+    /// Saves these accounts, a JSON array, in the preferences, without tokens, as if the home came from another
+    /// machine.
     [[nodiscard]] bool keepAccounts(const QByteArray &accounts) const;
-    /// From now on, requests for the path are not answered.
+    /// From now on requests for the path get no answer.
     void silence(const QByteArray &path);
-    /// Waits until somebody waits for an answer to a request for the path.
+    /// Waits until a request for the path is open.
     [[nodiscard]] bool isAsked(const QByteArray &path);
-    /// The refresh tokens that were sent since the log was cleared, in their order.
+    /// The refresh tokens that were sent since the log was cleared, in order.
     [[nodiscard]] QStringList refreshTokens();
-    /// The object that the file holds; nothing when there is no file or it is not whole. Of the preferences, with the
-    /// keys of this GitHub's accounts as the program knows them.
+    /// The JSON object in the file; nothing if the file is missing or damaged. The preferences have the keys that the
+    /// program uses for accounts of this GitHub.
     [[nodiscard]] std::optional<QJsonObject> preferences() const;
     [[nodiscard]] std::optional<QJsonObject> cache() const;
     [[nodiscard]] bool isCachePresent() const;
@@ -69,28 +70,28 @@ public:
     simulator::Simulator simulator;
 
 private:
-    /// What distinguishes the keys of this GitHub's accounts from github.com's.
+    /// The suffix that distinguishes the keys of this GitHub from those of github.com.
     [[nodiscard]] QString keySuffix() const;
     [[nodiscard]] QString cachePath() const;
 
     QTemporaryDir m_home;
 };
 
-/// The process that has the program's name on the bus; 0 for none.
+/// The process that owns the program's name on the bus; 0 for none.
 [[nodiscard]] qint64 ownerOnBus(const QDBusConnection &bus, const QString &name = QStringLiteral("com.tarvik.Velmora"));
-/// Has the running program do what its name on the bus offers: "refresh", "settings", "quit".
+/// Activates an action of the running program over the bus: "refresh", "settings", "quit".
 void askRunning(const QDBusConnection &bus, const QString &action);
-/// Whether the process handles the signal by now.
+/// Whether the process has installed a handler for the signal.
 [[nodiscard]] bool heeds(qint64 process, int number);
-/// Whether the signal was sent to the process and has not reached it yet.
+/// Whether the signal is pending: sent to the process, but not delivered.
 [[nodiscard]] bool isPending(qint64 process, int number);
-/// The processes that this one started and that are still there.
+/// The living children of this process.
 [[nodiscard]] QList<qint64> childrenOf(qint64 process);
-/// Whether there is such a process that has not ended.
+/// Whether the process exists and has not ended.
 [[nodiscard]] bool isAlive(qint64 process);
-/// The time on a processor that the process has used, in milliseconds.
+/// The processor time used by the process, in milliseconds.
 [[nodiscard]] qint64 processorTime(qint64 process);
-/// Waits until the process has had nothing to do for a moment.
+/// Waits until the process has been idle for 300 milliseconds.
 [[nodiscard]] bool comesToRest(qint64 process);
 
 } // namespace velmora::testing

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The program is killed at any moment, and the next start finds everything whole.
+// The program is killed at random moments; the next start must find all files intact.
 #include "household.h"
 
 #include "support/test_main.h"
@@ -20,13 +20,13 @@ constexpr int kRenewals = 10;
 constexpr int kRounds = 30;
 constexpr int kRenewals = 20;
 #endif
-/// Within this time a program that has been asked for something has saved it, in milliseconds.
+/// In milliseconds. Within this time the program saves the effect of a request.
 constexpr quint32 kLatestKill = 150;
-/// GitHub takes up to this time for the answer with a new token, and the program as long again to store it, in
-/// milliseconds.
+/// The greatest delay of GitHub's answer with a new token, in milliseconds. The program is killed within twice that
+/// time.
 constexpr quint32 kLatestToken = 100;
 
-/// How many renewals are killed: more where the environment says so.
+/// The number of renewals to kill; the environment can set it.
 int renewalCount()
 {
     bool isNumber = false;
@@ -76,7 +76,7 @@ private Q_SLOTS:
 
     void aRenewalMayBeKilledAtAnyMoment()
     {
-        // Every use of a token needs a new one.
+        // With this lifetime every use of a token renews it.
         m_household.simulator.oauth().settings().accessTokenSeconds = 200;
         QVERIFY(m_household.connectFirstAccount());
         const QByteArray login = m_household.firstLogin().toUtf8();
@@ -92,8 +92,8 @@ private Q_SLOTS:
             expectNoTokenSentBefore(m_household.refreshTokens());
             if (next->code() == 0)
                 continue;
-            // The answer went down with the program, and nothing else: the account is there and can be connected. A
-            // request that was on its way counts as sent.
+            // Only the new token may be lost: the account must still be there and connectable. A request under way
+            // counts as sent.
             ++lost;
             QCOMPARE(next->err(), login + ": GitHub did not return an access token. Connect " + login + " again.\n");
             const auto accounts = m_household.finished({QStringLiteral("accounts")});
@@ -107,8 +107,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// Kills the tray program or a command: most of them within the moments that follow the request for a new token,
-    /// some before it.
+    /// Kills the tray program or a command, usually shortly after it has requested a new token, sometimes before.
     void killWhileItRenews(int round)
     {
         m_household.simulator.log().clear();
@@ -141,7 +140,8 @@ private:
         misbehaviour.clear();
     }
 
-    /// A refresh token works once: whether one that was sent arrived is known to nobody after a kill.
+    /// A refresh token works once. After a kill nothing knows whether a sent token arrived, so it must not be sent
+    /// again.
     void expectNoTokenSentBefore(const QStringList &sent)
     {
         for (const QString &token : sent) {
@@ -155,7 +155,7 @@ private:
         QElapsedTimer life;
         life.start();
         const auto end = static_cast<int>(m_random.bounded(kLatestKill));
-        // GitHub answers in this process meanwhile.
+        // Meanwhile the simulator answers in this process.
         std::ignore = waitUntil([&] { return life.hasExpired(end); });
         run.signal(SIGKILL);
         QVERIFY(run.ends());
@@ -183,8 +183,8 @@ private:
 
     Household m_household;
     QRandomGenerator m_random{20'260'501};
-    int m_untilRequest = 0; ///< milliseconds from the start of the last renewal's program
-    QSet<QString> m_formerTokens; ///< refresh tokens that were sent so far
+    int m_untilRequest = 0; ///< milliseconds from the start of the program to its request, in the last renewal
+    QSet<QString> m_formerTokens; ///< refresh tokens sent so far
 };
 
 VELMORA_TEST(ProgramCrashTest)

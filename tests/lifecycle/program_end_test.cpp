@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The program of the tray is told to end, at one moment or another.
+// The tray program is told to end at various moments.
 #include "household.h"
 
 #include "support/test_main.h"
@@ -61,12 +61,12 @@ private Q_SLOTS:
         run->signal(number);
         QVERIFY(run->ends(kWithinASecond));
         QCOMPARE(run->code(), 0);
-        // The platform without a screen complains of every window.
+        // The offscreen platform prints warnings for every window.
         if (moment != Moment::SettingsOpen)
             QCOMPARE(run->err(), QByteArray());
         QVERIFY(m_household.preferences());
         QVERIFY(m_household.cache() || !m_household.isCachePresent());
-        // The account and its token are as they were.
+        // The account and its token are unchanged.
         const auto accounts = m_household.finished({QStringLiteral("accounts"), QStringLiteral("--json")});
         QVERIFY(accounts->out().contains("\"connected\""));
     }
@@ -94,7 +94,7 @@ private Q_SLOTS:
             QVERIFY(waitUntil([&] { return ownerOnBus(connection) == run.process().processId(); }));
         }
         QDBusConnection::disconnectFromBus(QStringLiteral("observer"));
-        // Nobody can be told to end while it connects: Qt waits for the bus.
+        // While Qt connects to the bus it blocks, so a signal cannot be handled before that.
         QVERIFY(comesToRest(run.process().processId()));
         bus.freeze();
         run.signal(SIGTERM);
@@ -136,7 +136,7 @@ private:
             return false;
         if (moment == Moment::SettingsOpen) {
             askRunning(bus, QStringLiteral("settings"));
-            // Whoever looks at the accounts has their installations fetched.
+            // The Accounts tab loads the installations.
             return waitUntil([this] { return hasAnswered("/user/installations"); });
         }
         if (moment == Moment::Named)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The program is told to end, or killed, while GitHub has yet to answer with a new token.
+// The program is told to end, or is killed, before GitHub has answered with a new token.
 #include "household.h"
 
 #include "support/test_main.h"
@@ -12,11 +12,11 @@ using namespace velmora::testing;
 namespace
 {
 
-/// What the program leaves to a renewal at its end, in milliseconds.
+/// How long the program waits for a renewal at its end, in milliseconds.
 constexpr int kGrace = 5'000;
-/// An answer that comes within that, and long after the rest of the program could have ended.
+/// A delay within the grace period, but longer than the rest of the program takes to end.
 constexpr int kLate = 3'000;
-/// An answer that comes later.
+/// A delay beyond the grace period.
 constexpr int kTooLate = 20'000;
 
 enum class End { Terminated, Interrupted, InterruptedTwice, Quit };
@@ -38,7 +38,7 @@ private Q_SLOTS:
     void init()
     {
         m_household.simulator.misbehaviour().clear();
-        // Every use of a token needs a new one.
+        // With this lifetime every use of a token renews it.
         m_household.simulator.oauth().settings().accessTokenSeconds = 200;
         QVERIFY(m_household.connectFirstAccount());
         m_household.simulator.log().clear();
@@ -68,7 +68,7 @@ private Q_SLOTS:
         sinceTold.start();
         tellToEnd(*run, end);
         if (delay == kLate) {
-            // What is seen of it goes at once: another one can be started.
+            // The name on the bus is released at once, so that another program can start.
             QVERIFY(waitUntil([] { return ownerOnBus(QDBusConnection::sessionBus()) == 0; }, kWithinASecond));
             QVERIFY(isAlive(run->process().processId()) || sinceTold.hasExpired(kLate / 2));
         }
@@ -97,7 +97,7 @@ private Q_SLOTS:
         end.start();
         run->signal(SIGTERM);
         QVERIFY(run->ends(kGrace + kWithinASecond));
-        // An answer that is merely late would have been waited for.
+        // The program waited for the whole grace period.
         QVERIFY(end.elapsed() >= kLate);
         QCOMPARE(run->code(), 0);
         QCOMPARE(run->err(), QByteArray());
@@ -125,7 +125,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// The program, once GitHub has taken its refresh token and has `delay` milliseconds to go until it answers.
+    /// A program whose refresh token GitHub has received, with `delay` milliseconds to go until the answer.
     [[nodiscard]] std::unique_ptr<ProgramRun> renewing(const QStringList &arguments, int delay)
     {
         velmora::simulator::MisbehaviourRule rule;
@@ -150,7 +150,7 @@ private:
         run.signal(end == End::Terminated ? SIGTERM : SIGINT);
         if (end != End::InterruptedTwice)
             return;
-        // Two that come at once are one.
+        // A second signal merges with one that is still pending.
         QVERIFY(waitUntil([&] { return !isPending(run.process().processId(), SIGINT); }));
         run.signal(SIGINT);
     }
@@ -162,7 +162,7 @@ private:
         QCOMPARE(watched->code(), 0);
     }
 
-    /// The account is there, says what it needs, and works again once it has that.
+    /// The account is listed, asks to be connected again, and works after that.
     void expectReconnectRequired()
     {
         const auto watched = m_household.finished({QStringLiteral("watch"), QStringLiteral("--once")});

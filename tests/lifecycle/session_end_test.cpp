@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The session around the program ends, or was never there.
+// The session around the program ends, or there is none.
 #include "household.h"
 
 #include "support/test_main.h"
@@ -16,7 +16,7 @@ QStringList words(const char *text)
     return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-/// Enough for anything that does not spin, in milliseconds.
+/// More processor time than an idle program uses, in milliseconds.
 constexpr qint64 kIdle = 200;
 
 } // namespace
@@ -102,7 +102,7 @@ private Q_SLOTS:
         QVERIFY(run.prints("\"disconnected\""));
         bus.end();
         QVERIFY(tray.ends());
-        // What it prints now it has found out by itself.
+        // From now on the follower reads the saved data itself.
         keepAccount();
         QVERIFY(run.prints("mira: "));
         run.signal(SIGTERM);
@@ -157,7 +157,7 @@ private Q_SLOTS:
         run.start();
         QVERIFY(run.ends());
         QVERIFY2(QString::fromUtf8(run.out()).contains(out), run.out());
-        // Where no token could be stored, no code is shown either.
+        // Without a place for tokens no code is shown.
         QVERIFY(!run.out().contains("Enter this code on GitHub"));
         if (err.isEmpty())
             QCOMPARE(run.err(), QByteArray());
@@ -211,7 +211,7 @@ private:
         return isThere;
     }
 
-    /// An account of an earlier session.
+    /// Saves an account without a token, as from an earlier session.
     void keepAccount() { QVERIFY(m_household.keepAccounts(R"([{"id":7,"login":"mira"}])")); }
 
     static inline const QString kNoKeyring = QStringLiteral("There is no keyring to keep credentials in.");

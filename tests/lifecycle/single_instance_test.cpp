@@ -11,7 +11,7 @@ using namespace velmora::testing;
 namespace
 {
 
-// A start takes many times longer under the sanitizers; what they look for, a few starts show as well.
+// Starts take much longer under the sanitizers, for which a few are enough.
 #ifdef __SANITIZE_ADDRESS__
 constexpr int kRounds = 10;
 #else
@@ -38,7 +38,7 @@ private Q_SLOTS:
         const auto bus = QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("observer"));
         QVERIFY(bus.isConnected());
         for (int round = 0; round < kRounds; ++round) {
-            // Without --background, whoever comes second fails unless the first one answers.
+            // Without --background the second program fails unless the first answers it.
             ProgramRun one({}, m_environment);
             ProgramRun two({}, m_environment);
             one.start();

@@ -63,7 +63,7 @@ unsigned mode(const QString &path)
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777U : 0U;
 }
 
-/// Writes two payloads in turn, without end.
+/// Writes the two payloads alternately, without end.
 [[noreturn]] void writeForEver(const QString &path, const QByteArray &first, const QByteArray &second)
 {
     for (;;) {
@@ -211,7 +211,7 @@ private Q_SLOTS:
             if (child == 0)
                 writeForEver(cache.path(), first, second);
             QVERIFY(child > 0);
-            ::usleep(static_cast<useconds_t>(500 + round * 431)); // a writer that is killed has to get somewhere
+            ::usleep(static_cast<useconds_t>(500 + round * 431)); // gives the writer time to get somewhere
             ::kill(child, SIGKILL);
             QCOMPARE(::waitpid(child, nullptr, 0), child);
             const auto loaded = awaitValue(cache.load());

@@ -40,7 +40,7 @@ uint displayedCount()
     return propertyOf(QStringLiteral("displayedLength"));
 }
 
-/// What `dunstctl history` prints, the latest first.
+/// The entries of `dunstctl history`, the latest first.
 QList<QVariantMap> history()
 {
     const QDBusMessage answer = callNotificationService(kCommands, QStringLiteral("NotificationListHistory"));
@@ -103,7 +103,7 @@ private Q_SLOTS:
             deployment.repositoryName = QStringLiteral("acme/web%1").arg(i);
             deployment.statusDescription = texts.at(i).given;
             awaitValue(m_service->notifyFailure(deployment));
-            // A full screen takes long to draw.
+            // Closed each time, because drawing a full screen is slow.
             std::ignore = callNotificationService(kCommands, QStringLiteral("NotificationCloseAll"));
         }
         const QList<QVariantMap> received = history();
@@ -120,7 +120,7 @@ private Q_SLOTS:
             QCOMPARE(notification.value(QStringLiteral("summary")).toString(), summary);
             if (body != first + text.markup || shownText(body) != first + text.shown)
                 wrong.append(QString::fromStdString(text.name) + QStringLiteral(": ") + body);
-            // What it draws has lost the space at its end, and nothing else.
+            // Dunst trims the end of what it draws.
             const auto drawn = shownText(message);
             const QString expected = summary + QLatin1Char('\n') + first + text.shown;
             if (!drawn || drawn->trimmed() != expected.trimmed())
@@ -183,7 +183,7 @@ private Q_SLOTS:
         awaitValue(m_service->notifyFailure(failed()));
         m_daemon->end();
         m_daemon->start();
-        // The numbers start again, so that ours is now that of the second mail.
+        // The daemon numbers from the start again, so our old number now belongs to the second mail.
         QCOMPARE(postAsAnotherProgram(QStringLiteral("mail")), number);
         QCOMPARE(postAsAnotherProgram(QStringLiteral("more mail")), number + 1);
         awaitValue(m_service->notifyFailure(failed()));

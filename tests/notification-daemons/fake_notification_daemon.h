@@ -9,13 +9,13 @@
 namespace velmora::testing
 {
 
-/// The address of the private bus that the test runs in.
+/// The address of the private bus of the test.
 [[nodiscard]] QString testBusAddress();
 
-/// A connection of its own to that bus.
+/// A new connection to that bus.
 [[nodiscard]] QDBusConnection connectToTestBus(const QString &name);
 
-/// A notification server that speaks the protocol, on a connection of its own: it says what no real one can be made to.
+/// A notification server with a bus connection of its own, for behaviour that no real one can be made to show.
 class FakeNotificationDaemon final : public QDBusVirtualObject
 {
 public:
@@ -24,19 +24,19 @@ public:
 
     /// Takes the well-known name.
     void appear();
-    /// Gives up the name and the connection, as when its process ends.
+    /// Gives up the name and the connection, like a process that ends.
     void disappear();
     [[nodiscard]] QString uniqueName() const;
-    /// Tells every program on the bus.
+    /// Emits the signal to all programs on the bus.
     void emitSignal(const QString &name, const QVariantList &arguments);
 
     [[nodiscard]] QString introspect(const QString &) const override { return {}; }
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
 
     QStringList capabilities{QStringLiteral("body"), QStringLiteral("body-markup"), QStringLiteral("actions")};
-    bool isHanging = false; ///< no call is ever answered
-    QString errorOfNotify; ///< the D-Bus name of an error instead of an answer
-    bool answersWithText = false; ///< a string where the number should be
+    bool isHanging = false; ///< calls get no answer
+    QString errorOfNotify; ///< the D-Bus name of an error that Notify() returns
+    bool answersWithText = false; ///< Notify() returns a string instead of a number
 
     QList<QVariantList> notified;
     QStringList notifySignatures;

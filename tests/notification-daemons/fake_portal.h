@@ -10,14 +10,14 @@
 namespace velmora::testing
 {
 
-/// The notification portal and the store of permissions behind it, on a connection of their own.
+/// The notification portal and the permission store behind it, with a bus connection of their own.
 class FakePortal final : public QDBusVirtualObject
 {
 public:
     FakePortal();
     ~FakePortal() override;
 
-    /// The person clicks; `parameters` are what portals of different versions send along.
+    /// Simulates a click; `parameters` differ between versions of the portal.
     void activate(const QString &name, const QString &action, const QVariantList &parameters);
 
     [[nodiscard]] QString introspect(const QString &) const override { return {}; }
@@ -26,7 +26,7 @@ public:
     uint version = 1;
     bool isHanging = false;
     QMap<QString, QStringList> permissions;
-    bool storesPermissions = true; ///< otherwise nothing was ever stored
+    bool storesPermissions = true; ///< otherwise no permission was ever stored
     bool storeHangs = false;
 
     struct Added {

@@ -34,7 +34,7 @@ QVariantMap hintsOf(const QVariantList &notified)
     return qdbus_cast<QVariantMap>(notified.at(6));
 }
 
-/// Counts what any program on the bus says about notifications.
+/// Counts the signals about notifications from any program on the bus.
 class SignalCounter final : public QObject
 {
     Q_OBJECT
@@ -160,7 +160,7 @@ private Q_SLOTS:
         FakeNotificationDaemon next(QStringLiteral("next"));
         m_daemon->disappear();
         next.appear();
-        // The news of the change is still on its way.
+        // The client has not received the news of the change yet.
         awaitValue(m_service->notifyFailure(failed()));
         QCOMPARE(next.notified.size(), 1);
         QCOMPARE(next.notified.at(0).at(1).toUInt(), 0U);
@@ -325,7 +325,7 @@ private:
             desktopNotificationPermission(bus, session), *m_opener, bound);
     }
 
-    /// Everything that was sent before arrives before the answer to a call that is sent after it.
+    /// Completes a call to the daemon; messages that were sent before it have then arrived, too.
     void settle()
     {
         const DesktopSession session;

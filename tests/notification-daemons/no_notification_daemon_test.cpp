@@ -30,7 +30,7 @@ DesktopSession sandbox()
     return session;
 }
 
-/// Makes the bus know of a program that provides the notification service, and one that does not come up.
+/// Makes the notification service activatable, by a program that fails to start.
 void makeActivatable(const QByteArray &name)
 {
     QFile file(qEnvironmentVariable("VELMORA_TEST_SERVICES") + QStringLiteral("/notifications.service"));
@@ -94,7 +94,7 @@ private Q_SLOTS:
         QCOMPARE(daemon.notified.size(), 1);
     }
 
-    // Last, because the bus knows the program from then on.
+    // This test is last, because the bus keeps the service file.
     void aServiceThatCanBeStartedIsNoErrorUntilItFailsToStart()
     {
         makeActivatable("org.freedesktop.Notifications");

@@ -71,7 +71,7 @@ RunningDaemon::RunningDaemon(QString program, QStringList arguments)
 {
     m_process.setStandardOutputFile(QProcess::nullDevice());
     m_process.setStandardErrorFile(QProcess::nullDevice());
-    // The daemon does not outlive a test that crashes.
+    // Make the kernel kill the daemon if the test crashes.
     m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
 }
 

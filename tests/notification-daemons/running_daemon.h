@@ -12,30 +12,30 @@
 namespace velmora::testing
 {
 
-/// Calls a method of the notification service of the private bus and blocks for its answer; fails the program when
-/// there is none.
+/// Calls a method of the notification service on the private bus and blocks for the answer; aborts the test without
+/// one.
 [[nodiscard]] QDBusMessage callNotificationService(
     const QString &interface, const QString &method, const QVariantList &arguments = {});
 
-/// Posts as another program would, and returns the number of the notification.
+/// Posts a notification as another program; returns its number.
 uint postAsAnotherProgram(const QString &summary);
 
-/// Waits up to ten seconds while the event loop runs.
+/// Runs the event loop until the condition holds, for up to ten seconds.
 [[nodiscard]] bool becomesTrue(const std::function<bool()> &condition);
 
-/// What a text of markup shows, read by a parser of its own; absent when it is no markup.
+/// The text that markup shows, according to an independent parser; absent if it is not valid markup.
 [[nodiscard]] std::optional<QString> shownText(const QString &markup);
 
-/// A real notification daemon, started and ended by the test.
+/// A real notification daemon that the test starts and ends.
 class RunningDaemon
 {
 public:
     RunningDaemon(QString program, QStringList arguments);
     ~RunningDaemon();
 
-    /// Starts it and waits until it has its name on the bus.
+    /// Starts the daemon and waits until it owns its name on the bus.
     void start();
-    /// Kills it and waits until the bus knows.
+    /// Kills the daemon and waits until it has left the bus.
     void end();
 
 private:

@@ -23,7 +23,7 @@ DeploymentSnapshot failed(const QString &id = QStringLiteral("D1"))
     return makeSnapshot(id, DeploymentState::Failure, noon());
 }
 
-/// The daemon is no program of the search path.
+/// The daemon is not in the search path.
 QString daemonProgram()
 {
     const QStringList folders = QDir(QStringLiteral("/usr/lib")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
@@ -48,7 +48,7 @@ QByteArray outputOf(const QString &program, const QStringList &arguments)
     return process.readAllStandardOutput();
 }
 
-/// The identifiers of the notifications on the screen.
+/// The identifiers of the visible notifications.
 QList<QByteArray> windows()
 {
     const QByteArray found = outputOf(QStringLiteral("xdotool"),
@@ -57,7 +57,7 @@ QList<QByteArray> windows()
     return found.trimmed().isEmpty() ? QList<QByteArray>() : found.trimmed().split('\n');
 }
 
-/// A place on its last row of buttons.
+/// A point on the last row of buttons of the notification.
 QPoint buttonOf(const QByteArray &window)
 {
     QMap<QByteArray, int> values;
@@ -78,7 +78,7 @@ void click(QPoint place)
             QStringLiteral("0.2"), QStringLiteral("click"), QStringLiteral("1")});
 }
 
-/// A value of the log, which is written like a desktop file.
+/// Decodes a value of the log, which is escaped like in a desktop file.
 QString unescaped(const QByteArray &value)
 {
     QByteArray text;
@@ -109,7 +109,7 @@ QString unescaped(const QByteArray &value)
 
 using LogEntry = QMap<QByteArray, QString>;
 
-/// What the daemon has noted of every notification that it received, the earliest first.
+/// The daemon's log entries of all received notifications, the earliest first.
 QList<LogEntry> receivedNotifications()
 {
     QFile file(inHome(".cache/xfce4/notifyd/log"));
@@ -126,7 +126,7 @@ QList<LogEntry> receivedNotifications()
     return entries;
 }
 
-/// The log is written a moment after the notification is taken.
+/// Waits for `count` entries, because the log is written later.
 QList<LogEntry> receivedNotifications(qsizetype count)
 {
     if (!becomesTrue([count] { return receivedNotifications().size() >= count; }))
@@ -175,7 +175,7 @@ private Q_SLOTS:
     {
         const QList<HostileText> texts = hostileTexts();
         for (qsizetype i = 0; i < texts.size(); ++i) {
-            // Each replaces the one before: a screen full of windows takes long to draw.
+            // Each replaces the previous one, because drawing a screen full of windows is slow.
             auto deployment = failed();
             deployment.repositoryName = QStringLiteral("acme/web%1").arg(i);
             deployment.statusDescription = texts.at(i).given;

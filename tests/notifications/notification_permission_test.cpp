@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Before Qt's headers, whose "signals" is a name in GIO's.
+// Included before Qt, which defines "signals", a name that GIO uses.
 #include <gio/gio.h>
 
 #include "notifications/background_answer.h"
@@ -35,7 +35,7 @@ void writeFile(const QString &path, const QByteArray &content)
     QCOMPARE(file.write(content), content.size());
 }
 
-/// As GNOME's settings do it; the schema is GNOME's own.
+/// Sets a switch like GNOME's settings do; the schema is GNOME's own.
 void setGnomeSwitch(const char *schema, const char *path, const char *key, bool isOn)
 {
     GSettings *const settings = path ? g_settings_new_with_path(schema, path) : g_settings_new(schema);
@@ -52,7 +52,7 @@ class NotificationPermissionTest final : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        // GLib looks at its environment once.
+        // GLib reads the environment only once.
         QVERIFY(m_folder.isValid());
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_folder.path()));
         qputenv("GSETTINGS_BACKEND", "memory");
@@ -84,7 +84,7 @@ private Q_SLOTS:
         setGnomeSwitch("org.gnome.desktop.notifications.application",
             "/org/gnome/desktop/notifications/application/org-other/", "enable", false);
         QVERIFY(isGranted());
-        // Do not disturb.
+        // "Do not disturb" has no effect on the permission.
         setGnomeSwitch("org.gnome.desktop.notifications", nullptr, "show-banners", false);
         QVERIFY(isGranted());
         const char *const ours = "/org/gnome/desktop/notifications/application/com-tarvik-velmora/";

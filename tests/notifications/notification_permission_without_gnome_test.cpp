@@ -9,7 +9,7 @@ using namespace velmora;
 using namespace velmora::testing;
 using namespace std::chrono_literals;
 
-/// In a program of its own, because GLib looks for the schemas once.
+/// A process of its own, because GLib looks up the schemas only once.
 class NotificationPermissionWithoutGnomeTest final : public QObject
 {
     Q_OBJECT

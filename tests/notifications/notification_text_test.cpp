@@ -36,7 +36,7 @@ private Q_SLOTS:
         QCOMPARE(
             bodyText(notification({}, {}, QStringLiteral("All good")), BodyFormat::Markup), QStringLiteral("All good"));
         QCOMPARE(bodyText(notification({}, {}, {}), BodyFormat::PlainText), QString());
-        // Nothing is left of it either.
+        // A body of control characters becomes empty, too.
         QCOMPARE(bodyText(notification({}, QStringLiteral("production"), QStringLiteral("\a")), BodyFormat::PlainText),
             QStringLiteral("production"));
     }
@@ -83,7 +83,7 @@ private Q_SLOTS:
         QCOMPARE(presentableText(QStringLiteral("ab🚀d"), 4), QStringLiteral("ab…"));
         QCOMPARE(presentableText(QStringLiteral("ae\u0301bcd"), 3), QStringLiteral("a…"));
         QCOMPARE(presentableText(QStringLiteral("🚀🚀"), 3), QStringLiteral("🚀…"));
-        // One letter that is longer than the limit, whose marks are pairs themselves.
+        // A single letter longer than the limit, whose marks are surrogate pairs.
         const QString marks = QStringLiteral("\U0001D165").repeated(10);
         QCOMPARE(presentableText(QStringLiteral("e") + marks, 5), QStringLiteral("e\U0001D165…"));
     }

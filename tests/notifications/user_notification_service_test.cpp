@@ -346,7 +346,7 @@ private Q_SLOTS:
     {
         QVERIFY(start(m_service->untilReady({}))->isDone);
         m_server->isThere = false;
-        // Whoever posts is told at once what is wrong.
+        // Ready at once: the next post reports what is wrong.
         QVERIFY(start(m_service->untilReady({}))->isDone);
     }
 

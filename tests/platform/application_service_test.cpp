@@ -17,7 +17,7 @@ const QString kName = QStringLiteral("com.example.Velmora");
 const QString kPath = QStringLiteral("/com/example/Velmora");
 const QString kInterface = QStringLiteral("org.freedesktop.Application");
 
-/// A process of its own, as far as the bus can tell.
+/// Stands for a process: it has a bus connection of its own.
 struct Process {
     explicit Process(const QString &connection)
         : bus(connection)
@@ -31,7 +31,7 @@ struct Process {
 
 } // namespace
 
-/// In a private session bus.
+/// Runs in a private session bus.
 class ApplicationServiceTest final : public QObject
 {
     Q_OBJECT

@@ -256,7 +256,7 @@ private Q_SLOTS:
 
     void aFileThatCannotBeDeletedIsReported()
     {
-        // A folder that is not empty cannot be deleted as a file, not even by root.
+        // Not even root can delete a folder with contents like a file.
         write(userFile() + QStringLiteral("/content"), "x");
         const auto outcome = await(item().unregisterItem());
         QVERIFY2(outcome.description().contains(userFile()), qPrintable(outcome.description()));
@@ -284,13 +284,13 @@ private Q_SLOTS:
         QTest::addColumn<QString>("folder");
         QTest::newRow("plain") << QStringLiteral("plain");
         QTest::newRow("space") << QStringLiteral("my programs");
-        // No percent sign: GLib looks for the program before it resolves the doubled one, and finds none.
+        // A percent sign is not tested: GLib looks for the program before it resolves the doubled one, and finds none.
         QTest::newRow("dollar") << QStringLiteral("$HOME ${x}");
         QTest::newRow("quotes") << QStringLiteral("it's \"so\"");
         QTest::newRow("backslash") << QStringLiteral("a\\b\\\\c\\n");
         QTest::newRow("shell") << QStringLiteral("`id`;#&|<>*?()~");
     }
-    /// GLib reads the entry and starts the program for real, at a path that invites mistakes.
+    /// GLib reads the entry and really starts the program, whose path needs escaping.
     void othersStartWhatWasWritten()
     {
         QFETCH(QString, folder);
@@ -308,7 +308,7 @@ private Q_SLOTS:
         QCOMPARE(read(outcome), QFile::encodeName(m_options.executable) + "\n1\n--background\n");
     }
 
-    /// What systemd makes of the entry when it is installed.
+    /// Feeds the entry to systemd's generator, if that is installed.
     void systemdMakesAUnitOfIt()
     {
         if (!QFile::exists(QString::fromLatin1(kGenerator)))
@@ -331,7 +331,7 @@ private:
         return m_options.systemFolders.at(index) + QLatin1Char('/') + QLatin1String(kFile);
     }
 
-    /// A program that tells how it was started.
+    /// Installs a script that reports how it was started.
     QString installProgram(const QString &name)
     {
         const QString path = m_folder->filePath(QStringLiteral("bin/") + name);

@@ -21,7 +21,7 @@ const QStringList kCommand{QStringLiteral("velmora"), QStringLiteral("--backgrou
 
 } // namespace
 
-/// A portal on a connection of its own, which answers when the test says so.
+/// A portal with a bus connection of its own, which answers when the test says so.
 class FakePortal final : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -58,7 +58,7 @@ public:
     }
 
     QList<Request> requests;
-    bool isOld = false; ///< answers at a path of its own choice
+    bool isOld = false; ///< uses a request path of its own choice
     bool isRefusing = false;
     bool isAnsweringBeforeItReturns = false;
 
@@ -142,7 +142,7 @@ private Q_SLOTS:
         m_portal->isOld = true;
         const auto registering = start(m_item->registerItem());
         QVERIFY(waitForRequests(1));
-        // The asker learns where from the reply, so it must have been read before the answer is sent.
+        // The caller learns the path from the reply, so it must have read that before the response is sent.
         QVERIFY(!waitUntil([&] { return registering->isDone; }, 100));
         m_portal->respond(0, true);
         QVERIFY(waitUntil([&] { return registering->isDone; }));

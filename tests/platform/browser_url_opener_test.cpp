@@ -23,7 +23,7 @@ private Q_SLOTS:
         m_outcome = m_folder->filePath(QStringLiteral("outcome"));
         qputenv("PATH", QFile::encodeName(m_folder->path()) + ":/usr/bin:/bin");
         qputenv("VELMORA_TEST_OUTCOME", QFile::encodeName(m_outcome));
-        // Written under another name first, so that the outcome is whole when it is there.
+        // Written to another file first, so that the outcome is complete once it exists.
         installOpener("printf '%s\\n' \"$#\" \"$@\" \"$(readlink /proc/self/fd/0)\" \"$(readlink /proc/$$/fd/1)\" "
                       "\"$(readlink /proc/$$/fd/2)\" >\"$VELMORA_TEST_OUTCOME.new\"\n"
                       "mv \"$VELMORA_TEST_OUTCOME.new\" \"$VELMORA_TEST_OUTCOME\"\n");
@@ -135,7 +135,7 @@ private Q_SLOTS:
 
     void theBrowserOutlivesTheOpener()
     {
-        // It goes on only when the test lets it, which is after the opener has ended.
+        // The browser script continues when the test creates the gate, after the opener's end.
         const QString gate = m_folder->filePath(QStringLiteral("gate"));
         const QString begun = m_folder->filePath(QStringLiteral("begun"));
         installOpener("touch '" + QFile::encodeName(begun) + "'\nwhile [ ! -e '" + QFile::encodeName(gate)

@@ -11,7 +11,7 @@
 namespace velmora::testing
 {
 
-/// Another program on the private bus. Its calls let the event loop run, on which the objects of the test live.
+/// Another program on the private bus. Its calls run the event loop, because the called objects live in it.
 class BusClient
 {
 public:

@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// A wall clock and a sleep that have nothing to do with each other.
+/// A wall clock and a sleep that are independent of each other.
 class ManualClock final : public Clock
 {
 public:
@@ -82,7 +82,7 @@ private Q_SLOTS:
         QFETCH(std::chrono::milliseconds, gain);
         sleepThrough(5s + gain, 5s);
         QTEST(static_cast<int>(m_jumps->count()), "jumps");
-        // Told once.
+        // The jump is reported once.
         sleepThrough(5s, 5s);
         QTEST(static_cast<int>(m_jumps->count()), "jumps");
     }

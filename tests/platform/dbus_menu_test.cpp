@@ -37,7 +37,7 @@ QVariantMap propertiesOf(const QVariant &child)
 
 } // namespace
 
-/// Catches what a menu tells other programs.
+/// Records the signals of a menu.
 class MenuListener final : public QObject
 {
     Q_OBJECT
@@ -69,10 +69,10 @@ private Q_SLOTS:
         new DBusMenuAdaptor(m_menu.get(), m_owner->bus());
         m_owner->bus().registerObject(kPath, m_menu.get(), QDBusConnection::ExportAdaptors);
         m_menu->setEntries(threeEntries());
-        std::ignore = m_owner->hasOwner(kInterface); // the bus has passed on what was announced so far
+        std::ignore = m_owner->hasOwner(kInterface); // the bus has delivered all earlier signals
         m_triggered = std::make_unique<QSignalSpy>(m_menu.get(), &DBusMenu::triggered);
         m_listener = std::make_unique<MenuListener>(m_host->bus());
-        std::ignore = m_host->hasOwner(kInterface); // the bus knows by now what is listened for
+        std::ignore = m_host->hasOwner(kInterface); // the bus has registered the matches of the listener
     }
     void cleanup()
     {
@@ -91,7 +91,7 @@ private Q_SLOTS:
         QCOMPARE(root.id, 0);
         QCOMPARE(root.properties.value(QStringLiteral("children-display")).toString(), QStringLiteral("submenu"));
         QCOMPARE(root.children.size(), 3);
-        // An underscore would mark the letter behind it.
+        // A single underscore would mark the mnemonic.
         const QVariantMap first{
             {QStringLiteral("label"), QStringLiteral("Open a__b")}, {QStringLiteral("enabled"), true}};
         QCOMPARE(propertiesOf(root.children.at(0)), first);

@@ -19,7 +19,7 @@ DesktopEntry entry(const QByteArray &lines)
     return DesktopEntry::parse(kGroup + lines).value();
 }
 
-/// What GLib makes of the value when it reads it from a file and splits it.
+/// The arguments after GLib has read the value from a file and split it.
 QStringList splitByGLib(const QString &written)
 {
     GKeyFile *file = g_key_file_new();

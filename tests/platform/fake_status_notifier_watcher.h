@@ -13,7 +13,7 @@
 namespace velmora::testing
 {
 
-/// A watcher of tray items on a connection of its own; it does what no real one can be made to do.
+/// A watcher of tray items with a bus connection of its own, for behaviour that no real one can be made to show.
 class FakeStatusNotifierWatcher final : public QDBusVirtualObject
 {
 public:
@@ -21,22 +21,22 @@ public:
     ~FakeStatusNotifierWatcher() override { disappear(); }
 
     void appear();
-    /// As when its process ends.
+    /// Gives up the name and the connection, like a process that ends.
     void disappear();
     void announce(const QString &signal);
-    /// Answers the calls that hang.
+    /// Answers all calls that hang.
     void answerHanging();
 
     [[nodiscard]] QString introspect(const QString &) const override { return {}; }
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
 
-    QString errorOfRegister; ///< the name of an error instead of an answer
-    int refusals = -1; ///< after how many of them it comes round; never below 0
+    QString errorOfRegister; ///< the name of an error that registration returns
+    int refusals = -1; ///< after so many errors registration succeeds; negative: never
     QString errorOfHost;
-    QVariant hasHost = true; ///< what it says whether there is a host, of any type
-    bool isHanging = false; ///< no call is answered
+    QVariant hasHost = true; ///< the value of the property about a host, of any type
+    bool isHanging = false; ///< calls get no answer
 
-    QStringList registered; ///< what items gave as their names, in order of coming
+    QStringList registered; ///< the names that items registered, in order
     int attempts = 0;
     int hostQuestions = 0;
 

@@ -130,7 +130,7 @@ private:
         return FileLock::tryLock(m_path + QLatin1String(".lock"));
     }
 
-    /// A folder in the place of the lock: nothing can be written, whatever the permissions say.
+    /// A folder in the place of the lock file makes writing fail, even for the superuser.
     class Obstacle
     {
     public:
@@ -203,7 +203,7 @@ void FilePreferencesTest::aValueIsSeenAtOnceAndAnnounced()
     QVERIFY(preferences.boolean(kKey));
     QCOMPARE(changed.size(), 1);
     QCOMPARE(changed.at(0).at(0).toString(), kKey);
-    // The writing itself announces nothing more.
+    // Writing emits no further signal.
     preferences.flush();
     drainEvents();
     QCOMPARE(changed.size(), 1);
@@ -278,7 +278,7 @@ void FilePreferencesTest::theFileIsReplacedOnlyWhenSomethingChanged()
     preferences.setValue(kKey, false);
     preferences.setValue(kKey, true);
     preferences.flush();
-    // Not even its form has changed.
+    // Not even the formatting has changed.
     QCOMPARE(content(), QByteArray("{\"some.key\":true}"));
     preferences.setValue(kKey, false);
     preferences.flush();
@@ -294,7 +294,7 @@ void FilePreferencesTest::theFileIsReplacedAsAWhole()
     QVERIFY(reader.open(QIODevice::ReadOnly));
     preferences.setValue(kKey, text("new"));
     preferences.flush();
-    // Who has the old file open still reads all of it, and nothing but the file and its lock is left.
+    // A reader of the old file still gets all of it, and no temporary file is left.
     QVERIFY(reader.readAll().contains("old"));
     QVERIFY(content().contains("new"));
     QCOMPARE(files(), (QStringList{QStringLiteral("preferences.json"), QStringLiteral("preferences.json.lock")}));
@@ -453,7 +453,7 @@ void FilePreferencesTest::aFileDamagedWhileRunningIsRestored()
 
 void FilePreferencesTest::aFileThatCannotBeReadIsNeverOverwritten()
 {
-    // A folder in the place of the file cannot be read by anybody, whatever the permissions say.
+    // A folder in the place of the file makes reading fail, even for the superuser.
     QVERIFY(QDir().mkpath(m_path));
     FilePreferences preferences(m_path);
     const QString failure = QStringLiteral("Cannot read %1: it is a folder").arg(m_path);
@@ -461,12 +461,12 @@ void FilePreferencesTest::aFileThatCannotBeReadIsNeverOverwritten()
     QSignalSpy failureChanged(&preferences, &Preferences::failureChanged);
     preferences.setValue(kKey, true);
     preferences.flush();
-    // It is no news.
+    // The failure is not new, so there is no signal.
     QCOMPARE(failureChanged.size(), 0);
     QCOMPARE(awaitValue(whyNotSaved(&preferences, {})), failure);
     QVERIFY(preferences.boolean(kKey));
     QVERIFY(QFileInfo(m_path).isDir());
-    // As soon as it can be written again, nothing is lost.
+    // Once the file can be written, nothing is lost.
     QVERIFY(QDir().rmdir(m_path));
     preferences.setValue(kOther, true);
     preferences.flush();
@@ -527,7 +527,7 @@ void FilePreferencesTest::aLinkToAFileElsewhereStays()
     file.write("{ half");
     file.close();
     FilePreferences preferences(m_path);
-    // Even one that leads to a damaged file.
+    // The link is followed even if it leads to a damaged file.
     QVERIFY(!preferences.earlyDamage().isEmpty());
     preferences.setValue(kKey, true);
     preferences.flush();
@@ -550,7 +550,7 @@ void FilePreferencesTest::whatAFileHoldsThatCouldNotBeReadAtFirstWins()
     QVERIFY(changed.contains(QVariantList{kKey}));
     QCOMPARE(object().keys(), (QStringList{kOther, kKey}));
     QCOMPARE(object().value(kKey).toString(), QStringLiteral("saved long ago"));
-    // From now on the file is known.
+    // From now on the contents of the file are known.
     preferences.setValue(kKey, text("set in full knowledge"));
     preferences.flush();
     QCOMPARE(object().value(kKey).toString(), QStringLiteral("set in full knowledge"));
@@ -597,7 +597,7 @@ void FilePreferencesTest::aSuccessMakesThePausesShortAgain()
         QVERIFY(waitUntil([&] { return clock.requestedSleeps.size() > sleeps; }));
         QCOMPARE(clock.requestedSleeps.last(), std::chrono::milliseconds(10s));
         obstacle.remove();
-        // A change does not wait for the pause.
+        // A change is written at once, without waiting for the pause.
         preferences.setValue(kOther, text(value));
         QCOMPARE(awaitValue(whyNotSaved(&preferences, {})), QString());
         QCOMPARE(object().value(kKey).toString(), QString::fromUtf8(value));
@@ -693,7 +693,7 @@ void FilePreferencesTest::aLockHeldElsewhereIsWaitedFor()
     QVERIFY(lock);
     QSignalSpy failureChanged(&preferences, &Preferences::failureChanged);
     preferences.setValue(kOther, true);
-    // The event loop runs on meanwhile.
+    // Meanwhile the event loop keeps running.
     int turns = 0;
     QVERIFY(waitUntil([&] { return ++turns > 3; }));
     QVERIFY(!object().contains(kOther));
@@ -738,7 +738,7 @@ void FilePreferencesTest::aListKeepsWhatAnotherProcessHasPutThere()
 {
     FilePreferences first(m_path);
     FilePreferences second(m_path);
-    // What the first one knows is out of date by the time at which it writes.
+    // `first` does not know the change of `second` when it writes.
     awaitValue(second.changeLists({{kKey, {{QStringLiteral("second")}, {}}}}));
     awaitValue(first.changeLists({{kKey, {{QStringLiteral("first")}, {}}}}));
     QCOMPARE(
@@ -751,7 +751,7 @@ void FilePreferencesTest::aChangeOfAListThatCannotBeStoredIsTriedAgain()
     awaitValue(preferences.changeLists({{kKey, {{QStringLiteral("a")}, {}}}}));
     const Obstacle obstacle(m_path);
     const auto known = awaitValue(preferences.changeLists({{kKey, {{QStringLiteral("a"), QStringLiteral("b")}, {}}}}));
-    // Nothing else is known: it is the caller's.
+    // Without a file to compare with, the addition counts as the caller's.
     QCOMPARE(known.value(kKey).added, QStringList(QStringLiteral("b")));
     QVERIFY(!preferences.failure().isEmpty());
     QCOMPARE(preferences.stringList(kKey), (QStringList{QStringLiteral("a"), QStringLiteral("b")}));

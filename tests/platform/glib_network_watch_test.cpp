@@ -15,7 +15,7 @@ using namespace velmora::testing;
 namespace
 {
 
-/// The real monitor of this process tells what it would if the network changed.
+/// Makes GLib's network monitor emit its signal, as if the network had changed.
 void changeNetwork(bool isAvailable)
 {
     g_signal_emit_by_name(g_network_monitor_get_default(), "network-changed", isAvailable ? TRUE : FALSE);

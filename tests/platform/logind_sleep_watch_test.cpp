@@ -16,7 +16,7 @@ namespace
 
 const QString kLogind = QStringLiteral("org.freedesktop.login1");
 
-/// Whoever sends this signal; logind when it owns the name.
+/// Emits logind's signal; counts as logind only while it owns the name.
 class Sender
 {
 public:
@@ -82,7 +82,7 @@ private Q_SLOTS:
         const QSignalSpy heard(&watch, &LogindSleepWatch::prepareForSleep);
         Sender other("other");
         other.prepareForSleep(true);
-        // The bus keeps the order of what one connection sends, and the next one is sent later.
+        // Signals of one connection arrive in order, and the next one is sent later.
         QVERIFY(!waitUntil([&] { return heard.count() > 0; }, 100));
         logind.prepareForSleep(false);
         QVERIFY(waitUntil([&] { return heard.count() > 0; }));

@@ -123,7 +123,7 @@ private:
         file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
 
-    /// A program that tells how it was started.
+    /// Installs a script that reports how it was started.
     void install(const QString &name)
     {
         write(name,

@@ -33,7 +33,7 @@ QImage filled(int size, QRgb colour)
 
 } // namespace
 
-/// Notes the signals of the item, as a host would.
+/// Records the signals of the item, like a host.
 class ItemListener final : public QObject
 {
     Q_OBJECT
@@ -67,7 +67,7 @@ private Q_SLOTS:
         m_host = std::make_unique<BusClient>(QStringLiteral("host"));
         makeItem(StatusNotifierItem::ClickPlace::Global);
         m_listener = std::make_unique<ItemListener>(m_host->bus());
-        std::ignore = m_host->hasOwner(kInterface); // the bus knows by now what is listened for
+        std::ignore = m_host->hasOwner(kInterface); // the bus has registered the matches of the listener
     }
     void cleanup()
     {
@@ -205,7 +205,7 @@ private Q_SLOTS:
 
     void shouldKnowThatOnlyX11HasGlobalPlaces()
     {
-        // The platform of the tests is neither.
+        // The tests run on neither platform.
         QCOMPARE(StatusNotifierItem::clickPlaceOfSession(), StatusNotifierItem::ClickPlace::Unknown);
     }
 

@@ -93,7 +93,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([this] { return m_watcher->attempts == 6; }));
         roundTrip();
         QCOMPARE(m_watcher->attempts, 6);
-        // Something has changed over there.
+        // A signal of the watcher makes the registration try again.
         m_watcher->errorOfRegister.clear();
         m_watcher->announce(kHostRegistered);
         QVERIFY(waitUntil([this] { return m_registration->isAvailable(); }));
@@ -190,7 +190,7 @@ private Q_SLOTS:
         m_watcher->appear();
         startRegistration();
         QVERIFY(waitUntil([this] { return m_watcher->attempts == 1; }));
-        // The bus answers in its stead with an error, which is no reason to ask the next one twice.
+        // The bus answers the open call with an error, which must not cause a second call to the next watcher.
         m_watcher->disappear();
         m_watcher->appear();
         QVERIFY(waitUntil([this] { return m_watcher->attempts == 2; }));
@@ -228,7 +228,7 @@ private:
         m_registration->start();
     }
 
-    /// Whatever the item has sent has arrived, and what was sent to it.
+    /// Waits until all messages from and to the item have arrived.
     void roundTrip()
     {
         std::ignore = m_client->hasOwner(QStringLiteral("org.kde.StatusNotifierWatcher"));

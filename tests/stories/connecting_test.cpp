@@ -10,7 +10,7 @@ using namespace velmora::testing;
 using namespace std::chrono_literals;
 using namespace Qt::Literals::StringLiterals;
 
-/// Accounts come, go, and come again.
+/// Connecting, removing and reconnecting accounts.
 class ConnectingStories final : public QObject
 {
     Q_OBJECT

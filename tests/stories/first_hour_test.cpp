@@ -10,8 +10,8 @@ using namespace velmora::testing;
 using namespace std::chrono_literals;
 using namespace Qt::Literals::StringLiterals;
 
-/// From the first start to the first deployment: an account is connected, then the App is installed, then there is
-/// something to see.
+/// From the first start to the first deployment: an account is connected, the App is installed, and the first
+/// deployment appears.
 class FirstHourStories final : public QObject
 {
     Q_OBJECT
@@ -191,7 +191,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return window->isDone && terminal->isDone; }));
         story.program.comesToRest();
         QCOMPARE(story.program.shows(), QStringList(u"octo/web production inProgress"_s));
-        // The second return to a window comes while the first is served, at the same moment of this story's clock.
+        // The second return to a window happens while the first is being served, at the same time of the story's clock.
         QVERIFY(story.github.requestCount("/user/installations") <= before + 2);
         for (const auto &entry : story.github.simulator.log().entries())
             QCOMPARE(entry.unanswered, 0);

@@ -10,7 +10,7 @@ using namespace velmora::testing;
 using namespace std::chrono_literals;
 using namespace Qt::Literals::StringLiterals;
 
-/// The network goes and comes, and GitHub does not always answer.
+/// The network goes down and comes back, and GitHub sometimes fails.
 class NetworkStories final : public QObject
 {
     Q_OBJECT

@@ -10,7 +10,7 @@ using namespace velmora::testing;
 using namespace std::chrono_literals;
 using namespace Qt::Literals::StringLiterals;
 
-/// What is announced, by whom, and how often.
+/// Which results are announced, by which program, and how often.
 class NewsStories final : public QObject
 {
     Q_OBJECT
@@ -109,7 +109,7 @@ private Q_SLOTS:
         for (const QString &deployment : std::as_const(deployments))
             story.github.fails(deployment);
         story.time.passes(5s);
-        // The first one has been taken, as far as anybody can tell.
+        // At most the first has been accepted, as far as the program can know.
         QVERIFY(story.desktop.notifications().size() <= 1);
         const QString later = story.github.deploys(u"octo/web"_s, u"later"_s);
         story.time.passes(kFullPoll);

@@ -10,7 +10,7 @@ using namespace velmora::testing;
 using namespace std::chrono_literals;
 using namespace Qt::Literals::StringLiterals;
 
-/// A session, once connected, lives on through what happens to a machine.
+/// A connected session survives what may happen to a machine.
 class SessionStories final : public QObject
 {
     Q_OBJECT
@@ -29,7 +29,7 @@ private Q_SLOTS:
         story.github.holdsBack(kTokens);
         story.time.passes(11min);
         QCOMPARE(story.user.session(u"octo"_s), std::optional(GitHubSessionStatus::Refreshing));
-        // Every connection is given up after that, but for the one on which the new token comes.
+        // The wake-up drops all connections except the one of the renewal.
         story.time.passesAsleep(1min);
         story.time.passes(30s);
         story.github.answers();
@@ -54,7 +54,7 @@ private Q_SLOTS:
         QCOMPARE(story.program.shows(), QStringList(u"octo/web production inProgress"_s));
         QCOMPARE(story.program.state(), State::Stale);
         QVERIFY(story.program.message().contains(u"locked"_s));
-        // It waits for the keyring, not for a new connection.
+        // The program waits for the keyring and does not ask for a new connection.
         QVERIFY(!story.program.message().contains(u"Connect octo again"_s));
         story.desktop.keyring->isLocked = false;
         story.github.succeeds(deployment);

@@ -71,7 +71,7 @@ void StoryProgram::ends()
 {
     m_control.reset();
     m_app.reset();
-    // What was under way ends in the event loop.
+    // Work under way ends in the event loop.
     drainEvents();
 }
 
@@ -86,8 +86,8 @@ void StoryProgram::comesToRest()
     drainEvents();
     while (m_app && !m_github->isHoldingBack()) {
         require(waitUntil([this] { return isAtRest() || m_github->isHoldingBack(); }), "the program comes to no rest");
-        // The list is published before it is saved, and news are announced after that. Whatever was handed to the
-        // cache before this question is done when it is answered.
+        // The list is published, then saved, then announced. The cache works in order, so all earlier saves are done
+        // when load() returns.
         awaitValue(m_app->files().cache.load());
         drainEvents();
         if (isAtRest())
@@ -95,7 +95,7 @@ void StoryProgram::comesToRest()
     }
 }
 
-/// The polling loop sleeps, and nobody waits for GitHub or for what is remembered of results.
+/// The polling loop sleeps, and no request to GitHub or write of the preferences is under way.
 bool StoryProgram::isAtRest() const
 {
     return m_clock->isSleeping(kTickInterval) && !m_app->monitor().isRefreshing() && !m_github->isAnswering()

@@ -21,14 +21,14 @@
 namespace velmora::testing
 {
 
-/// Everything is fetched once within it: the interval of all deployments, and the tick that finds it over.
+/// Within this time everything is fetched once: the interval of a full poll and one tick.
 inline constexpr std::chrono::seconds kFullPoll{35};
 
-/// The desktop of a story: it takes notifications, copies and opens, and its keyring is unlocked.
+/// The desktop of a story. It accepts notifications, copies and opens; its keyring is unlocked.
 class StoryDesktop
 {
 public:
-    /// What was announced so far, oldest first: "octo/web failed".
+    /// All announced notifications, oldest first, such as "octo/web failed".
     [[nodiscard]] QStringList notifications() const;
 
     FakePasteboard pasteboard;
@@ -40,42 +40,42 @@ public:
         notificationServer, std::make_shared<UnrestrictedNotificationPermission>(), browser};
 };
 
-/// The application of a story, with its profile in a folder of its own. It runs from the beginning.
+/// The application of a story, with its profile in a temporary folder. It starts with its construction.
 class StoryProgram
 {
 public:
-    /// Nothing of it is owned, and all of it outlives the program.
+    /// The pointers are not owned and outlive the program.
     StoryProgram(StoryGitHub *github, StoryDesktop *desktop, FakeClock *clock);
-    /// Another program with the profile of that one, which outlives it.
+    /// Another program with the profile of `other`, which outlives it.
     explicit StoryProgram(const StoryProgram &other);
     ~StoryProgram();
 
-    /// Starts the program as at login: it polls, and fetches first with the first tick.
+    /// Starts the program as at login: it polls, and its first tick fetches.
     void starts();
     void ends();
     void restarts();
-    /// Loads everything once and ends, as "velmora refresh" does where no Velmora runs: it announces nothing.
+    /// Loads everything once and ends, like "velmora refresh" without a running Velmora. Announces nothing.
     void runsOnce();
-    /// Waits until everything that was started has ended, or waits for the time, or for what GitHub holds back.
-    /// Throws when that takes too long.
+    /// Waits until all work has ended, or sleeps, or waits for answers that GitHub holds back. Throws if that takes too
+    /// long.
     void comesToRest();
 
-    /// The deployments on show, in order: "octo/web production inProgress".
+    /// The deployments on show, in order, such as "octo/web production inProgress".
     [[nodiscard]] QStringList shows() const;
     [[nodiscard]] DeploymentMonitorState::Case state() { return m_app->monitor().state().state; }
-    /// What there is still to be done, as the window and the terminal are told.
+    /// The next step for the user, as window and terminal show it.
     [[nodiscard]] std::optional<MissingStep> missing() { return m_app->monitor().state().missing; }
-    /// What the terminal advises where nothing is listed.
+    /// The terminal's advice for an empty list.
     [[nodiscard]] QString hint();
-    /// What the program says of identities that failed.
+    /// The messages about identities that failed.
     [[nodiscard]] QString message() { return m_app->monitor().message(); }
-    /// The names of the repositories that are monitored.
+    /// The names of the monitored repositories.
     [[nodiscard]] QStringList repositories() const;
     [[nodiscard]] VelmoraApp &app() { return *m_app; }
-    /// What the window, the terminal and the session bus can ask of the program.
+    /// The interface of window, terminal and session bus to the program.
     [[nodiscard]] Control &control() { return *m_control; }
 
-    /// The name under which the program knows GitHub, from the next start on; empty: the address of the story's own.
+    /// The host under which the next start knows GitHub; empty: the address of the story's GitHub.
     QString host;
     /// How long the machine has been suspended so far.
     std::chrono::microseconds suspended{0};
@@ -94,7 +94,7 @@ private:
     std::unique_ptr<LocalControl> m_control;
 };
 
-/// Time as the story tells it.
+/// The passing of time.
 class StoryTime
 {
 public:
@@ -104,10 +104,10 @@ public:
     {
     }
 
-    /// Lets the time pass, with everything that happens meanwhile. While GitHub holds an answer back, whatever waits
-    /// for it stands still.
+    /// Lets time pass, including all work due in it. While GitHub holds back an answer, work that depends on it stands
+    /// still.
     void passes(std::chrono::microseconds duration);
-    /// The machine is suspended and wakes that much later. Its desktop tells the program of neither.
+    /// Suspends the machine for this time. The desktop announces neither the suspension nor the wake-up.
     void passesAsleep(std::chrono::microseconds duration);
 
 private:
@@ -115,7 +115,7 @@ private:
     StoryProgram *m_program;
 };
 
-/// What the user does.
+/// The actions of the user.
 class StoryUser
 {
 public:
@@ -126,19 +126,19 @@ public:
     {
     }
 
-    /// Connects that identity, for the first time or again; throws when it does not come to that.
+    /// Connects the identity, for the first time or again; throws if that fails.
     void connects(const QString &login);
     /// Removes the account from the program.
     void removes(const QString &login);
-    /// Asks for everything, as with the button "Refresh" or in the terminal.
+    /// Refreshes everything, like the button "Refresh" or `velmora refresh`.
     void refreshes();
-    /// Turns back to one of the program's windows, as after a visit to the browser.
+    /// Returns to a window of the program, for instance after a visit to the browser.
     void comesBack();
-    /// Opens GitHub's page for the App, as with "Manage on GitHub".
+    /// Opens GitHub's page for the App, like "Manage on GitHub".
     void managesInstallations();
-    /// Switches the repository off, as `velmora repositories --exclude` does.
+    /// Switches the repository off, like `velmora repositories --exclude`.
     void excludes(const QString &repository);
-    /// How the session of the identity stands; nothing when it has none.
+    /// The status of the identity's session; nothing without a session.
     [[nodiscard]] std::optional<GitHubSessionStatus> session(const QString &login) const;
 
 private:
@@ -147,8 +147,8 @@ private:
     StoryTime *m_time;
 };
 
-/// What a user lives through with the application, told in a few lines: the real stores over real HTTP, on a clock
-/// and a desktop of the story's own. Nothing waits for time to pass.
+/// An experience of a user in a few lines: the real stores over real HTTP, with a clock and a desktop in memory. Never
+/// waits for real time to pass.
 class Story
 {
 public:

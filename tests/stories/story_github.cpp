@@ -15,7 +15,7 @@ simulator::SimulatorOptions optionsWith(const Clock *clock)
 {
     simulator::SimulatorOptions options;
     options.playsStory = false;
-    options.oauth.interval = 1; // unlike the time between two ticks of the monitor
+    options.oauth.interval = 1; // shorter than a tick of the monitor, to be told apart from it
     options.clock = [clock] {
         const auto now = std::chrono::floor<std::chrono::milliseconds>(clock->now());
         return simulator::Milliseconds(now.time_since_epoch().count());
@@ -105,7 +105,7 @@ void StoryGitHub::isUnreachable()
 {
     simulator::MisbehaviourRule rule;
     rule.delivery.close = simulator::Delivery::Close::Before;
-    // Never sent, but with it the request, which does not arrive, has no effect either.
+    // The status is never sent, but it prevents the request from having an effect.
     rule.status = 503;
     simulator.misbehaviour().add(rule);
 }

@@ -7,55 +7,55 @@
 namespace velmora::testing
 {
 
-/// The GitHub of a story: empty at first, on the story's clock, and reached over HTTP.
+/// The GitHub of a story: empty at first, with the clock of the story, and reached over HTTP.
 ///
-/// People and repositories come into being when they are first named; a repository is named "owner/name".
+/// Users and repositories are created when they are first named. A repository is named "owner/name".
 class StoryGitHub
 {
 public:
-    /// The clock is not owned and outlives GitHub. Throws when it cannot listen.
+    /// The clock is not owned and outlives this object. Throws if it cannot listen.
     explicit StoryGitHub(const Clock *clock);
 
-    /// The person has an account; the App is installed nowhere by that.
+    /// Creates a user without an installation of the App.
     void joins(const QString &login);
-    /// The person installs the App on the own account and grants it these repositories.
+    /// Installs the App on the user's own account and grants it these repositories.
     void installs(const QString &login, const QStringList &names);
-    /// Somebody installs the App on an organisation and grants it these repositories, and the person sees it.
+    /// Installs the App on an organisation that the user sees, and grants it these repositories.
     void installsFor(const QString &login, const QString &organisation, const QStringList &names);
-    /// Takes the App off every account on which that person had installed it.
+    /// Removes the App from every account on which this user had installed it.
     void uninstalls(const QString &login);
 
-    /// The owner suspends every installation of the App on that account, or puts it in force again.
+    /// Suspends all installations of the App on this account, or ends their suspension.
     void suspends(const QString &login, bool isSuspended = true);
 
-    /// A deployment begins and is under way; the result is its identifier.
+    /// Begins a deployment in progress; returns its identifier.
     QString deploys(const QString &repository, const QString &environment = QStringLiteral("production"));
     void succeeds(const QString &deployment) { sets(deployment, QStringLiteral("SUCCESS")); }
     void fails(const QString &deployment) { sets(deployment, QStringLiteral("FAILURE")); }
-    /// Gives the deployment a status; the state is GitHub's word for it.
+    /// Gives the deployment a status; `state` is GitHub's name.
     void sets(const QString &deployment, const QString &state);
 
-    /// It is an Enterprise Server as it is set up: without rate limits.
+    /// Switches rate limits off, as on an Enterprise Server by default.
     void hasNoRateLimits() { simulator.limits().setOn(false); }
 
-    /// From now on requests with a token of that person are answered with a 503; until recovers().
+    /// Answers requests with a token of this user with 503 until recovers().
     void failsFor(const QString &login);
-    /// Connections end without an answer, as they do on a machine that has lost its network; until recovers().
+    /// Closes connections without an answer until recovers(), as if the network were down.
     void isUnreachable();
-    /// From now on requests for the path are not answered before answers().
+    /// Holds back answers to requests for the path until answers().
     void holdsBack(const QByteArray &path);
-    /// Answers what was held back, as it was when it was asked for, and holds nothing back from now on.
+    /// Sends the answers that were held back, as they were determined on arrival, and holds back no more.
     void answers();
-    /// Everything is answered again.
+    /// Answers all requests again.
     void recovers();
-    /// Ends every token of the person.
+    /// Revokes all tokens of the user.
     void revokes(const QString &login) { simulator.oauth().revoke(login); }
 
-    /// How many requests for the path have arrived so far.
+    /// The number of requests for the path so far.
     [[nodiscard]] qsizetype requestCount(const QByteArray &path) const;
-    /// Whether a request waits for its answer that is not held back.
+    /// Whether a request is being answered that is not held back.
     [[nodiscard]] bool isAnswering() const;
-    /// Whether a request waits for answers().
+    /// Whether a request is held back.
     [[nodiscard]] bool isHoldingBack() const { return simulator.hangingCount() > 0; }
 
     simulator::Simulator simulator;
@@ -64,7 +64,7 @@ private:
     [[nodiscard]] int person(const QString &login);
     [[nodiscard]] int repository(const QString &nameWithOwner);
 
-    QHash<QString, int> m_repositories; ///< of the deployments, by identifier
+    QHash<QString, int> m_repositories; ///< the repositories of deployments, by the deployment's identifier
 };
 
 } // namespace velmora::testing

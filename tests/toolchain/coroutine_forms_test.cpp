@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Keeps the forms of co_await alive that the code relies on: compilers have miscompiled the others, so that
-// temporaries inside an awaiting statement were destroyed twice. Run it under the sanitizers.
+// Tests the forms of co_await that the code relies on. Compilers have miscompiled others and destroyed temporaries of
+// the awaiting statement twice. Run it under the sanitizers.
 #include "support/await.h"
 #include "support/one_shot.h"
 #include "support/task_scope.h"
@@ -19,7 +19,7 @@ using namespace velmora::testing;
 namespace
 {
 
-// Long enough to live on the heap, so that a second destruction is noticed.
+// Long enough to live on the heap, so that the sanitizer notices a second destruction.
 QString longText()
 {
     return QStringLiteral("a text that is too long for any small buffer");

@@ -22,7 +22,7 @@ void writeInConfiguration(const QString &path, const QByteArray &content)
         qFatal("a configuration of the panel cannot be written");
 }
 
-/// A bar across the top with nothing on it but the tray.
+/// A bar at the top that holds only the tray.
 void configureXfce()
 {
     writeInConfiguration(QStringLiteral("xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml"),
@@ -60,9 +60,9 @@ RunningPanel::RunningPanel(const QString &program)
     m_process.setStandardOutputFile(QProcess::nullDevice());
     m_process.setStandardErrorFile(QProcess::nullDevice());
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("QT_QPA_PLATFORM")); // the tests' own
+    environment.remove(QStringLiteral("QT_QPA_PLATFORM")); // the one of the tests
     m_process.setProcessEnvironment(environment);
-    // The panel does not outlive a test that crashes.
+    // Make the kernel kill the panel if the test crashes.
     m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
 }
 
@@ -108,7 +108,7 @@ namespace
 void runXdotool(const QStringList &arguments)
 {
     QByteArray complaint;
-    // On a busy machine the display does not always take a new connection at once.
+    // On a busy machine the display may refuse a connection at first.
     for (int attempt = 0; attempt < 5; ++attempt) {
         QProcess process;
         process.start(QStringLiteral("xdotool"), arguments);

@@ -10,17 +10,17 @@
 namespace velmora::testing
 {
 
-/// A real panel or window manager on the private display, started and ended by the test.
+/// A real panel or window manager on the private display, which the test starts and ends.
 class RunningPanel
 {
 public:
-    /// The name of the program: "xfce4-panel", "lxqt-panel", "trayer" or "openbox".
+    /// `program` is "xfce4-panel", "lxqt-panel", "trayer" or "openbox".
     explicit RunningPanel(const QString &program);
     ~RunningPanel();
 
-    /// Starts it; it comes up in its own time.
+    /// Starts the program without waiting for it to appear.
     void start();
-    /// Kills it, so that it can say goodbye to nobody.
+    /// Kills the program, so that it cannot leave the bus in an orderly way.
     void end();
 
 private:
@@ -29,12 +29,12 @@ private:
     QProcess m_process;
 };
 
-/// The middle of the largest patch of this colour on the display, if there is one.
+/// The centre of the largest area of this colour on the display, if there is one.
 [[nodiscard]] std::optional<QPoint> placeOf(QRgb colour);
 
 /// Presses and releases the button of the pointer there.
 void clickAt(QPoint place, int button = 1);
-/// Presses and releases a key, by the name that X11 has for it.
+/// Presses and releases a key, which has X11's name.
 void pressKey(const QString &name);
 
 } // namespace velmora::testing

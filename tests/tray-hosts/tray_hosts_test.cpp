@@ -43,7 +43,7 @@ QList<QImage> filled(QRgb colour)
 
 } // namespace
 
-/// What the panels that people use make of the item.
+/// Tests the item on panels that are in use.
 class TrayHostsTest final : public QObject
 {
     Q_OBJECT
@@ -97,7 +97,7 @@ private Q_SLOTS:
         makeItem();
         QVERIFY(isShown(kColour));
         QSignalSpy spy(m_item.get(), &StatusItem::activated);
-        // A panel that has just come may still move what it shows, or not listen yet.
+        // A panel that has just started may still move its icons, or not listen yet.
         QPoint place;
         for (int attempt = 0; attempt < 10 && spy.isEmpty(); ++attempt) {
             place = placeOf(kColour).value_or(place);
@@ -142,7 +142,7 @@ private Q_SLOTS:
         clickAt(place);
         QVERIFY(waitUntil([&spy] { return !spy.isEmpty(); }));
         QCOMPARE(spy.constFirst().at(0).value<std::optional<QPoint>>(), std::optional(place));
-        // A panel of the new kind is better, and one icon is enough.
+        // A panel with the newer protocol is preferred, and only one icon may be shown.
         RunningPanel better(QStringLiteral("lxqt-panel"));
         better.start();
         QVERIFY(waitUntil([this] { return m_preferred->isAvailable(); }));
@@ -197,7 +197,7 @@ private:
 
 static int runBesidePanels(int argc, char **argv)
 {
-    // On the display of the panels, unlike other tests.
+    // Other tests run offscreen; this one needs the display of the panels.
     qputenv("QT_QPA_PLATFORM", "xcb");
     QApplication application(argc, argv);
     TrayHostsTest test;

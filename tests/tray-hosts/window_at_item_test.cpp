@@ -19,7 +19,7 @@ namespace
 
 constexpr QRgb kColour = qRgb(0xff, 0x00, 0xd5);
 
-/// A window of this program that is no part of the one behind the item.
+/// A window of this program that does not belong to the window behind the item.
 class OtherWindow final : public QWidget
 {
 public:
@@ -32,7 +32,7 @@ public:
 
 } // namespace
 
-/// The window behind the item beside real panels, below a real window manager.
+/// Tests the window behind the item with real panels and a real window manager.
 class WindowAtItemTest final : public QObject
 {
     Q_OBJECT
@@ -89,7 +89,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([this] { return m_window->isActiveWindow(); }));
         clickAt(other.geometry().center());
         QVERIFY(waitUntil([this] { return !m_window->isVisible(); }));
-        // And that was no click at the item.
+        // That click must not count as one at the item.
         clickAt(m_place);
         QVERIFY(waitUntil([this] { return m_window->isVisible(); }));
     }
@@ -130,7 +130,7 @@ private:
         makeItem();
         if (!waitUntil([] { return placeOf(kColour).has_value(); }))
             qFatal("the item is not shown");
-        // The window manager tells how much the panel takes a moment later.
+        // The window manager reports the panel's space a moment later.
         if (!waitUntil([] { return QGuiApplication::primaryScreen()->availableGeometry().top() > 0; }))
             qFatal("the panel claims no room");
         m_place = *placeOf(kColour);
@@ -160,7 +160,7 @@ private:
 
 static int runBesidePanels(int argc, char **argv)
 {
-    // On the display of the panels, unlike other tests.
+    // Other tests run offscreen; this one needs the display of the panels.
     qputenv("QT_QPA_PLATFORM", "xcb");
     QApplication application(argc, argv);
     application.setQuitOnLastWindowClosed(false);
