@@ -1,15 +1,15 @@
 # SPDX-License-Identifier: MIT
 # The targets of Velmora: one library for each folder, seeing only the headers of what it links.
 
-# What every target is compiled and linked with, tests included.
+# Compiler and linker options of all targets, tests included.
 add_library(velmora_common_options INTERFACE)
 target_compile_definitions(velmora_common_options INTERFACE
   QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING
   QT_DISABLE_DEPRECATED_BEFORE=0x060400 VELMORA_VERSION="${PROJECT_VERSION}"
   $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
-# The precompiled header fits only where the threading option is the same.
+# The precompiled header requires the same threading option everywhere.
 target_compile_options(velmora_common_options INTERFACE -pthread)
-# Linking was most of the time between a change and its test. What is released is linked with the system's own linker.
+# Linking dominated the time from a change to its test. Releases are linked with the system's default linker.
 find_program(VELMORA_MOLD mold)
 if(VELMORA_MOLD AND NOT CMAKE_BUILD_TYPE STREQUAL "Release")
   target_link_options(velmora_common_options INTERFACE -fuse-ld=mold)
@@ -19,13 +19,12 @@ if(VELMORA_SANITIZERS)
   target_link_options(velmora_common_options INTERFACE -fsanitize=${VELMORA_SANITIZERS})
 endif()
 
-# What the program is compiled with. What is released defends itself against what the compiler has overlooked; flags of
-# a distribution's own come first.
+# Compiler options of the program. Releases are hardened; flags that a distribution sets take precedence.
 add_library(velmora_options INTERFACE)
 target_link_libraries(velmora_options INTERFACE velmora_common_options)
 if(VELMORA_SANITIZERS)
   target_compile_options(velmora_options INTERFACE -fsanitize=${VELMORA_SANITIZERS}
-    # clang 14 cannot emit the type prologue of this check for the parts of a coroutine.
+    # clang 14 cannot emit this check's type prologue for the parts of a coroutine.
     $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>
     $<$<CXX_COMPILER_ID:Clang>:-fsanitize-ignorelist=${CMAKE_SOURCE_DIR}/cmake/sanitizers.ignore>)
 else()
@@ -33,16 +32,16 @@ else()
     "$<$<CONFIG:Release>:-fstack-protector-strong;-fstack-clash-protection>")
 endif()
 
-# One precompiled header for every target: most of the time of a small file is Qt's and QCoro's headers.
+# One precompiled header for all targets: parsing the headers of Qt and QCoro dominates the time for a small file.
 add_library(velmora_pch OBJECT ${CMAKE_SOURCE_DIR}/cmake/precompiled.cpp)
 target_link_libraries(velmora_pch PRIVATE velmora_options Qt6::Core QCoro6::Core)
 set_target_properties(velmora_pch PROPERTIES AUTOMOC OFF)
 target_precompile_headers(velmora_pch PRIVATE ${CMAKE_SOURCE_DIR}/cmake/precompiled.h)
 
 # velmora_library(<name> FOLDER <dir> [EXCEPT <source> …] PUBLIC … PRIVATE …)
-# The library of every source and header in the folder and below it, except the named ones. The include root of the
-# library is a folder of the build tree that holds one link, named like the source folder, so that a header of a layer
-# which is not linked cannot be found.
+# Builds a library from all sources and headers in the folder and below it, except the named ones. Its include root is a
+# folder in the build tree with a single link, named like the source folder, so that headers of layers that are not
+# linked cannot be found.
 function(velmora_library name)
   cmake_parse_arguments(A "" "FOLDER" "EXCEPT;PUBLIC;PRIVATE" ${ARGN})
   cmake_path(GET A_FOLDER FILENAME folder)
@@ -59,8 +58,8 @@ function(velmora_library name)
   target_include_directories(velmora_${name} PUBLIC ${root})
   target_link_libraries(velmora_${name} PUBLIC ${A_PUBLIC} PRIVATE velmora_options ${A_PRIVATE})
   target_precompile_headers(velmora_${name} REUSE_FROM velmora_pch)
-  # Every header compiles alone: `ninja all_verify_interface_header_sets`. Parsing Qt again for each of them would take
-  # minutes, so the precompiled header comes first; a lint sees to it that no header relies on that.
+  # Checks that each header compiles alone: `ninja all_verify_interface_header_sets`. Parsing Qt for each header would
+  # take minutes, so the precompiled header comes first; a lint ensures that no header relies on it.
   list(TRANSFORM headers PREPEND ${root}/${folder}/)
   add_library(velmora_${name}_headers INTERFACE)
   target_sources(velmora_${name}_headers INTERFACE FILE_SET HEADERS BASE_DIRS ${root} FILES ${headers})
@@ -70,9 +69,10 @@ function(velmora_library name)
 endfunction()
 
 # velmora_test(<name> SOURCES … LIBRARIES … LABELS … [WRAPPER …] [TIMEOUT …])
-# A test that is registered in the first of the sources (tests/support/test_main.h). All tests of a folder are linked
-# into one executable, <folder>_tests, and CTest runs each in a process of its own: on the offscreen platform, in a
-# fixed locale and zone, the longest first. The folder is a label of the test as well, and label_<label> builds what its tests need.
+# Adds a test that is registered in the first source (tests/support/test_main.h). All tests of a folder are linked into
+# one executable, <folder>_tests. CTest runs each test in a process of its own, on the offscreen platform, in a fixed
+# locale and time zone, the longest first. The folder is also a label; label_<label> builds what the tests of a label
+# need.
 function(velmora_test name)
   cmake_parse_arguments(A "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;WRAPPER" ${ARGN})
   if(NOT A_TIMEOUT)
@@ -96,7 +96,7 @@ function(velmora_test name)
   velmora_needed_by_labels(${executable} ${A_LABELS} ${folder})
 endfunction()
 
-# velmora_needed_by_labels(<target> <label> …): building label_<label> builds the target.
+# velmora_needed_by_labels(<target> <label> …): makes label_<label> build the target.
 function(velmora_needed_by_labels target)
   foreach(label ${ARGN})
     if(NOT TARGET label_${label})

@@ -13,7 +13,7 @@ Several GitHub identities are watched at once, connected without a password
 through a GitHub App. Their tokens stay in the keyring of the desktop. The
 same is there in the terminal: a live table for people, JSON for scripts.")
 
-# The folders of an installed system, also in the files that name them.
+# The paths of an installed system, also inside of files.
 set(CPACK_SET_DESTDIR ON)
 set(CPACK_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -25,10 +25,10 @@ set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE https://github.com/apps/tarvik-velmora)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# Libraries are found by looking at the programs; what is loaded, read or started at run time has to be named.
+# Linked libraries are found automatically; what is loaded, read or started at run time is listed here.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "ca-certificates, qt6-wayland, xdg-utils")
-# A Secret Service, a notification daemon, and the proxy that is set in the desktop: a desktop has its own.
+# A Secret Service, a notification daemon, and access to the proxy settings of the desktop; desktops provide them.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gnome-keyring | libkf5wallet-bin | keepassxc | org.freedesktop.secrets, \
 libproxy1-plugin-gsettings | libproxy1-plugin-kconfig, notification-daemon")
 

@@ -2,12 +2,12 @@
 # shellcheck shell=bash
 # Completion of velmora for bash.
 
-# The connected accounts. Only what a login is made of: bash would evaluate anything else.
+# Prints the connected accounts. Restricted to the characters of logins, because bash would evaluate anything else.
 _velmora_logins() {
   velmora accounts --json 2>/dev/null | grep -oE '"login":"[A-Za-z0-9_-]+"' | cut -d '"' -f 4
 }
 
-# _velmora_command WORD…: the command that the words before the present one name.
+# _velmora_command WORD…: prints the command that these words name.
 _velmora_command() {
   local command='' word
   for word in "$@"; do
@@ -15,7 +15,7 @@ _velmora_command() {
       *:-*) ;;
       :*) command=$word ;;
       accounts:remove) command=accounts-remove ;;
-      # One account is enough.
+      # `remove` takes one account.
       accounts-remove:*) command=done ;;
     esac
   done
@@ -24,7 +24,7 @@ _velmora_command() {
 
 _velmora() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-  # --format=waybar is three words to bash.
+  # bash splits --format=waybar into three words.
   if [[ $current == '=' ]]; then
     current=''
   elif [[ $previous == '=' ]]; then
@@ -35,7 +35,7 @@ _velmora() {
   local options='--help -h --version --demo --verbose'
   case $previous in
     --format) words='waybar' ;;
-    # Keys and names come from GitHub, which nobody waits for while typing.
+    # Not completed: keys and names come from GitHub, which is too slow for completion.
     --enable | --disable | --include | --exclude) ;;
     *)
       case $(_velmora_command "${COMP_WORDS[@]:1:COMP_CWORD-1}") in

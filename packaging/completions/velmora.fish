@@ -5,7 +5,7 @@ function __velmora_logins
     velmora accounts --json 2>/dev/null | string match --all --regex --groups-only '"login":"([A-Za-z0-9_-]+)"'
 end
 
-# The command in front of the cursor: its words, without options.
+# The words of the command before the cursor, without options.
 function __velmora_command
     set --local words (commandline --tokenize --cut-at-cursor --current-process)
     string match --invert -- '-*' $words[2..]
@@ -64,7 +64,7 @@ for command in installations repositories watch status
         --description 'Print JSON instead of text'
 end
 
-# Keys and names come from GitHub, which nobody waits for while typing.
+# Not completed: keys and names come from GitHub, which is too slow for completion.
 complete --command velmora --condition '__velmora_in_command installations' --long-option enable --exclusive \
     --description 'Watch this installation'
 complete --command velmora --condition '__velmora_in_command installations' --long-option disable --exclusive \
