@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The examples that GitHub publishes, and the answers of the stand-in, through Velmora's decoders.
+// Feeds GitHub's published examples and the simulator's answers to Velmora's decoders.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { examples, paths } from './openapi.js';
@@ -7,7 +7,7 @@ import { Simulator, velmoraDecode } from './simulator.js';
 
 const pick = (object, keys) => Object.fromEntries(keys.filter((key) => object[key] != null).map((key) => [key, object[key]]));
 
-/** What Velmora keeps of each kind of answer. */
+/** The fields that Velmora keeps of each kind of answer. */
 const kept = {
   user: (body) => pick(body, ['id', 'login', 'avatar_url']),
   installations: ({ installations }) => ({
@@ -24,8 +24,8 @@ const kept = {
 
 const decode = (kind, body) => JSON.parse(velmoraDecode(kind, JSON.stringify(body)));
 
-// No published example of these three lacks what Velmora requires; should one appear, it must be looked at, so there
-// is no list of exceptions.
+// All published examples of these kinds have the required fields. There is no list of exceptions, so that a new example
+// without them fails and gets attention.
 for (const kind of Object.keys(kept)) {
   const published = Object.entries(examples(paths[kind]));
   test(`GitHub publishes an example for ${paths[kind]}`, () => assert.ok(published.length > 0));
@@ -51,7 +51,7 @@ test('what the stand-in answers is decoded', async () => {
 });
 
 // GitHub's description allows an installation without an account, or of an enterprise, which has no login. Velmora
-// requires both: such an answer is refused as a whole, and this is where that is known.
+// requires both and refuses the whole answer; this test documents that.
 for (const account of ['null', 'enterprise']) {
   test(`an installation whose account is ${account} is refused`, async () => {
     const { id } = (await simulator.world()).installations[0];

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the stand-in answers at /graphql, against GitHub's published schema and its documented shapes of errors.
+// Compares the simulator's answers at /graphql with GitHub's published schema and documented errors.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { parse } from 'graphql';

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The device flow and the refresh of tokens, against the documented answers.
+// Compares the device flow and the refresh of tokens with the documented answers.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { clientID, Simulator } from './simulator.js';

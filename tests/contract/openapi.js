@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// GitHub's description of its REST API, for each of the two versions, as validators.
+// Validators from GitHub's description of its REST API, one for each of the two versions.
 import Ajv from 'ajv';
 import addFormats from 'ajv-formats';
 import { createRequire } from 'node:module';
@@ -28,7 +28,7 @@ function mergePatch(target, patch) {
 
 const dropped = ['example', 'examples', 'discriminator', 'nullable', 'x-github-breaking-changes'];
 
-/** The schema as JSON Schema understands it, with what GitHub changed up to that version. */
+/** Converts the schema to JSON Schema, with GitHub's changes up to this version. */
 function convert(schema, version) {
   if (Array.isArray(schema))
     return schema.map((entry) => convert(entry, version));
@@ -41,7 +41,7 @@ function convert(schema, version) {
   }
   const converted = {};
   for (const [key, value] of Object.entries(current)) {
-    // Below "properties" the keys are names, not keywords: there may be one called "example".
+    // Below "properties" the keys are names, not keywords, and one may be "example".
     if (key === 'properties')
       converted[key] = convertEach(value, version);
     else if (!dropped.includes(key))
@@ -72,7 +72,7 @@ export class Description {
     });
   }
 
-  /** What disagrees with the answer described for that path and status; throws when none is described. */
+  /** The differences from the described answer for the path and status; throws if none is described. */
   disagreements(path, status, body) {
     if (!responseSchema(path, status))
       throw new Error(`GitHub describes no ${status} for ${path}`);
@@ -96,7 +96,7 @@ function answersOf(path, version) {
   return answers;
 }
 
-/** The examples that GitHub publishes for the answer of that path, by name. */
+/** The published examples of answers for the path, by name. */
 export function examples(path) {
   const content = description.paths[path].get.responses['200'].content['application/json'];
   return Object.fromEntries(

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The text of the query that Velmora sends, against the schema that GitHub publishes.
+// Validates the text of Velmora's query against GitHub's published schema.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { parse, validate } from 'graphql';
@@ -14,7 +14,7 @@ test('the query is valid', () => {
   assert.deepEqual(faults(query), []);
 });
 
-// A validator that lets everything pass would prove nothing.
+// Shows that the validator rejects faults.
 for (const [what, from, to] of [
   ['an unknown field', 'commitOid', 'commitSha'],
   ['a misspelt argument', 'first: 20', 'firstly: 20'],

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the stand-in answers over REST, against GitHub's description, in both of its versions.
+// Compares the simulator's REST answers with GitHub's description, in both versions.
 import assert from 'node:assert/strict';
 import http from 'node:http';
 import { after, before, test } from 'node:test';
@@ -37,7 +37,7 @@ for (const description of descriptions) {
       assert.match(createdAt, /^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d\d:\d\d$/);
       const { repositories } = await answer('repositories', `/user/installations/${id}/repositories?per_page=100&page=1`);
       assert.ok(repositories.length > 0);
-      // The one field of ours that differs between the versions.
+      // The only field of our answers that differs between the versions.
       assert.ok(repositories.every((repository) => ('has_downloads' in repository) === (version === '2022-11-28')));
     }
   });

@@ -3,5 +3,5 @@
 import { schema as github } from '@octokit/graphql-schema';
 import { buildSchema } from 'graphql';
 
-// The published text defines two fields of an enterprise twice; they are none of ours.
+// The published text defines two fields of an enterprise twice, which are not used here.
 export const schema = buildSchema(github.idl, { assumeValidSDL: true });

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Checks that a value is what GitHub's schema promises for the fields that a query selects.
+// Checks a value against GitHub's schema for the selected fields of a query.
 import {
   getNamedType, isEnumType, isListType, isNonNullType, isObjectType, isScalarType, typeFromAST,
 } from 'graphql';
@@ -9,16 +9,16 @@ const scalars = {
   String: (value) => typeof value === 'string',
   Int: (value) => Number.isInteger(value) && Math.abs(value) < 2 ** 31,
   DateTime: (value) => typeof value === 'string' && /^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$/.test(value),
-  // An empty text is what GitHub gives for an address that was set to nothing.
+  // GitHub returns an empty text for an address that was set to nothing.
   URI: (value) => value === '' || (typeof value === 'string' && URL.canParse(value)),
 };
 
-/** Every disagreement of `data` with the selection set on that type, as texts. */
+/** The differences between `data` and the selection set on this type, as texts. */
 export function disagreements(schema, type, selectionSet, data, place = '') {
   const found = [];
   const selections = new Map();
   for (const selection of selectionSet.selections) {
-    // The only type condition of the query is a repository; an object of another type answers with nothing.
+    // The query's only type condition is Repository; objects of other types have no selected fields.
     if (selection.kind === 'InlineFragment') {
       if (Object.keys(data).length > 0)
         found.push(...disagreements(schema, typeFromAST(schema, selection.typeCondition), selection.selectionSet, data, place));
@@ -61,6 +61,6 @@ function valueDisagreements(schema, type, selection, value, place) {
   if (typeof value !== 'object' || Array.isArray(value))
     return [`${place}: is no object`];
   const named = getNamedType(type);
-  // Of an interface only its own fields, or those of the one fragment, are selected.
+  // On an interface only its own fields or those of the one fragment are selected.
   return isObjectType(named) || named.getFields ? disagreements(schema, named, selection.selectionSet, value, place) : [];
 }

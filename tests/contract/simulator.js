@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Starts the stand-in on a free port and speaks to it.
+// Starts the simulator on a free port and sends requests to it.
 import { spawn, spawnSync } from 'node:child_process';
 import { once } from 'node:events';
 import path from 'node:path';
@@ -12,7 +12,7 @@ if (!bin)
 export const clientID = 'Iv23liVelmoraDemo001';
 export const apiVersions = ['2022-11-28', '2026-03-10'];
 
-/** Runs velmora-decode and gives what it printed; throws with its message when it refuses. */
+/** Runs velmora-decode and returns its output; throws its message if it refuses the input. */
 export function velmoraDecode(kind, input = '') {
   const run = spawnSync(path.join(bin, 'velmora-decode'), [kind], { input, encoding: 'utf8' });
   if (run.status !== 0)
@@ -21,7 +21,7 @@ export function velmoraDecode(kind, input = '') {
 }
 
 export class Simulator {
-  /** Ends with the test: the process dies when its standard input is closed. */
+  /** Starts a process that ends with the test, when its standard input closes. */
   static async start(...options) {
     const simulator = new Simulator();
     simulator.process = spawn(

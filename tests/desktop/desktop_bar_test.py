@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""A bar that is fed by `velmora status`, as the README sets it up."""
+"""A bar that shows the output of `velmora status`, set up as in the README."""
 
 import json
 import os
@@ -52,7 +52,7 @@ class WaybarTest(VelmoraTest):
     def test_shows_what_the_tray_shows_and_opens_its_window(self):
         self.wait_for_text(r"up [1-9]\d*")
         self.assertFalse(self.velmora.is_open())
-        # A bar is no window of the desktop's: where it stands is known from its configuration.
+        # The bar is not a managed window; its place is known from its configuration.
         x, _ = self.label().middle
         self.desktop.screen.click(x, self.desktop.screen.height - _MODULE_HEIGHT // 2)
         self.velmora.window().find("label", "Velmora Demo")

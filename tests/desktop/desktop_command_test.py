@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The desktop from the shell: a command runs in it, asks things of it, and gives its exit code."""
+"""The desktop from the shell: a command runs in it, controls it, and returns its exit code."""
 
 import os
 import signal

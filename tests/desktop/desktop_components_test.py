@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""Every part of the desktop can be absent, come late, crash and come again; and what it knows can be read."""
+"""Each part of the desktop can be absent, start late, crash and start again, and its state can be read."""
 
 import signal
 import unittest
@@ -13,7 +13,7 @@ _WATCHER = "org.kde.StatusNotifierWatcher"
 
 
 def post(session, summary, replaces=0):
-    """Posts as some program does, and returns the number that the daemon gave."""
+    """Posts a notification as another program; returns the number from the daemon."""
     arguments = ("Some program", replaces, "", summary, "a body", ["default", "Open"], {}, -1)
     return session.bus.call(*_NOTIFICATIONS, "Notify", "(susssasa{sv}i)", *arguments)[0]
 
@@ -53,7 +53,7 @@ class ComponentsTest(unittest.TestCase):
                     post(session, "between")
                 self.assertTrue(refused.exception.is_absence)
                 session.notifications.start()
-                # It is a new one, which counts from the beginning.
+                # A new daemon numbers from the beginning.
                 self.assertEqual(post(session, "after"), number)
                 summaries = [posted.summary for posted in session.posted.posted()]
                 self.assertEqual(summaries, ["before", "between", "after"])

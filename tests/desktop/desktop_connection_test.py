@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""From the first start to the deployments of an account, against a GitHub that the test controls."""
+"""From the first start to the deployments of an account, against a simulated GitHub."""
 
 import os
 import shutil
@@ -36,7 +36,7 @@ class ConnectionTest(VelmoraTest):
     def test_leads_from_the_prompt_over_the_code_to_the_deployments(self):
         velmora = self.start_velmora()
         window = velmora.open_by_click()
-        # The status line, and the heading of the prompt.
+        # As the status line and as the heading of the prompt.
         eventually(lambda: len(window.all("label", "Connect GitHub")) == 2, "the prompt")
         window.find("label", _PROMPT)
 
@@ -74,7 +74,7 @@ class ConnectionTest(VelmoraTest):
             ("the-log", "the-environment", "user-1/repository-0001/deployments")]  # fmt: skip
 
         def opened():
-            # Connecting leads to pages too, and a browser takes its time.
+            # Connecting opens pages, too, perhaps later.
             pages = [page.address for page in self.desktop.browser.opened()]
             return [page for page in pages if not page.endswith(("/login/device", "/installations/new"))]
 
@@ -116,7 +116,7 @@ class ConnectionTest(VelmoraTest):
 
     def test_a_browser_that_cannot_be_started_is_said_with_the_address_to_copy(self):
         programs = self.desktop.folder("programs")
-        # What starts Velmora is found, and no browser is.
+        # The program that starts Velmora is found, but no browser.
         os.symlink(shutil.which("setpriv"), f"{programs}/setpriv")
         environment = {**self.github.environment, "PATH": programs}
         window = self.start(self.desktop, "--background", environment=environment).open_by_click()
@@ -149,7 +149,7 @@ class ConnectionTest(VelmoraTest):
         self.assertEqual(len(self.desktop.keyring.items()), 1)
         self.assertEqual(velmora.end(), 0)
 
-        # GitHub answers nothing from now on: what is shown was saved.
+        # From now on GitHub does not answer, so the window shows the cache.
         self.github.tell("rules", _WAITING)
         window = self.start_velmora().open_by_click()
 

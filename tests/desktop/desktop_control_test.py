@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""A test sees and does on this desktop what a person does: on X11 and on Wayland, by pointer, key and screen reader."""
+"""A test can use this desktop like a user: on X11 and Wayland, by pointer, keys and screen reader."""
 
 import os
 import struct
@@ -18,7 +18,7 @@ _RED = b"\xff\x00\x00"
 
 
 class ControlTest:
-    """What holds on both kinds of display; the sample window is open."""
+    """Tests for both kinds of display; the sample window is open."""
 
     windowing = ""
 
@@ -151,7 +151,7 @@ class WaylandControlTest(ControlTest, unittest.TestCase):
 
 
 def size_and_pixels(path):
-    """Reads a PNG of ours back, with the filter undone."""
+    """Reads back a PNG written by Picture and undoes its filter."""
     with open(path, "rb") as file:
         content = file.read()
     width, height = struct.unpack_from(">II", content, 16)

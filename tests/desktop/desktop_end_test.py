@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""Velmora is told to end in the middle of something, or loses the desktop under its feet."""
+"""Velmora is told to end while it works, or loses the desktop."""
 
 import json
 import os
@@ -17,7 +17,7 @@ _NOTIFY_FAILURES = "Notify me when deployments fail"
 # A sanitized program looks for leaks before it ends.
 _WITHIN_A_SECOND = 15.0 if "ASAN_OPTIONS" in os.environ else 1.0
 _TOKENS = "/login/oauth/access_token"
-# Milliseconds for an answer that comes when the rest of the program could have ended, but within what is left to it.
+# Milliseconds. A delay within the grace period, but longer than the rest of the program takes to end.
 _LATE = 3000
 
 
@@ -47,7 +47,7 @@ class EndTest(VelmoraTest):
             return json.load(file)
 
     def expect_usable_profile(self):
-        """A command of the terminal, which needs no display, finds everything in order."""
+        """Terminal commands, which need no display, find the profile intact."""
         environment = self.desktop.environment | self.github.environment
         for command in ["accounts"], ["status", "--json"]:
             answer = subprocess.run([PROGRAM, *command], env=environment, capture_output=True, check=False, timeout=30)
@@ -97,13 +97,13 @@ class EndTest(VelmoraTest):
 
                 self.desktop.screen.end()
 
-                # The toolkit ends the program on the spot; what it knew is saved by then.
+                # Qt ends the program at once; its data has been saved before.
                 self.expect_end(1)
                 self.expect_usable_profile()
 
     def test_ends_with_the_session_and_keeps_the_token_that_is_under_way(self):
         self.desktop = self.session(notifications="none")
-        # Every use of a token needs a new one, and the one that it is got with works once.
+        # With this lifetime each use of a token renews it with a refresh token, which works once.
         self.github = Simulator(self.desktop, "--token-lifetime", "200")
         self.github.small_world([{"environment": "production", "state": "IN_PROGRESS"}])
         manager = SessionManager()
@@ -134,7 +134,7 @@ class EndTest(VelmoraTest):
         window.find("label", "Deployment in progress")
 
     def command(self, *arguments):
-        """A command of the terminal, without a display."""
+        """Runs a terminal command without a display."""
         environment = self.desktop.environment | self.github.environment
         for name in "DISPLAY", "WAYLAND_DISPLAY":
             environment.pop(name, None)

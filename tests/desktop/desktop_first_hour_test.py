@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The first hour: from a start without an account, and with an App that is installed nowhere, to the first deployment."""
+"""The first hour: from the first start, without an account or an installation, to the first deployment."""
 
 import unittest
 
@@ -9,7 +9,7 @@ from headless.waiting import never
 from velmora import PROGRAM, SAMPLE, Simulator, VelmoraTest
 
 _REPOSITORY = "user-1/repository-0001"
-# Shorter than the time between two polls.
+# Seconds; shorter than the time between two polls.
 _AT_ONCE = 20
 
 
@@ -28,7 +28,7 @@ class FirstHourTest(VelmoraTest):
         return [page.address.removeprefix(self.github.address) for page in self.desktop.browser.opened()]
 
     def connect(self):
-        """The window, once it says that an account is connected and the App is not installed."""
+        """Connects an account; returns the window, which says that the App is not installed."""
         velmora = self.start(self.desktop, "--background", environment=self.github.environment)
         window = velmora.open_by_click()
         window.find("push button", "Add GitHub account").press()

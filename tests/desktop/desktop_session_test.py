@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The desktop comes up complete and apart from everything else, and nothing of it stays."""
+"""The desktop is complete and isolated, and leaves nothing behind."""
 
 import os
 import signal
@@ -13,7 +13,7 @@ from headless.bus import BusError
 from headless.processes import adopt_orphans, descendants
 
 _HERE = os.path.dirname(os.path.abspath(__file__))
-# Opens a session, tells its folder and its display, and stays in it until its input ends.
+# Opens a session, prints its folder and display, and keeps it open until the end of its input.
 _STAY = """
 import sys
 sys.path.insert(0, sys.argv[1])
@@ -54,7 +54,7 @@ class SessionTest(unittest.TestCase):
         before = descendants()
 
         with Session(tray="none", notifications="none", keyring="absent") as session:
-            # It ignores a polite end, and is nobody's child any more.
+            # It ignores SIGTERM and is orphaned.
             script = "trap '' TERM; (setsid sleep 1000; true) & echo $! ; exit 0"
             program = session.start("leaver", ["sh", "-c", script])
             self.assertEqual(program.wait(), 0)

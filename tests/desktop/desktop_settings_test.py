@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The settings: a second account, what of it is watched, and what is kept of it when Velmora starts again."""
+"""The settings: a second account, its monitored repositories, and what a restart keeps."""
 
 import base64
 import json
@@ -14,19 +14,19 @@ from velmora import PROGRAM, SAMPLE, Simulator, VelmoraTest
 
 _FIRST = "mira-oakes"
 _SECOND = "tobias-renn"
-# An organisation that both of them belong to, and one of each.
+# An organisation of both users, and one of each.
 _SHARED = "harbourlight"
 _OF_FIRST = "quillworks"
 _OF_SECOND = "pinecrest-labs"
 _NOTIFY_SUCCESSES = "Notify me when deployments succeed"
 _NOTIFY_FAILURES = "Notify me when deployments fail"
 _LAUNCH_AT_LOGIN = "Launch Velmora at login"
-# More than a tab has controls.
+# More than the controls of any tab.
 _LONGEST_WALK = 30
 
 
 class Settings:
-    """The settings window, used by eye, mouse and keys."""
+    """The settings window, used through accessible objects, mouse and keys."""
 
     def __init__(self, desktop, velmora):
         self._desktop = desktop
@@ -51,7 +51,7 @@ class Settings:
         self._desktop.screen.type(text)
 
     def enter(self, keys, text):
-        """Goes to a tab, and returns when that text shows that it is there."""
+        """Goes to a tab and waits for this text on it."""
         self.key(keys)
         self.find(name=text)
 
@@ -66,7 +66,7 @@ class Settings:
         self.enter("ctrl+3", "Startup")
 
     def code(self):
-        """The code of the panel, once it is there."""
+        """Waits for the code in the panel."""
 
         def shown():
             return next((text for text in self._window.texts() if re.fullmatch(r"[A-Z0-9]{4}-[A-Z0-9]{4}", text)), None)
@@ -75,32 +75,32 @@ class Settings:
         return eventually(shown, "the code")
 
     def accounts(self):
-        """The logins of the rows, in their order."""
+        """The logins of the rows, in order."""
         rows = self.find("filler", "GitHub accounts").children()
-        # What separates the rows has no name.
+        # Separators have no name.
         return [row.name for row in rows if row.name]
 
     def expect_account(self, login, *texts):
-        """Waits until the row of the account shows these texts and no others, buttons last."""
+        """Waits until the row of the account shows exactly these texts, buttons last."""
         expected = [login, *texts]
         _expect(lambda: [text for text in self.find("filler", login).texts() if text != "·"], expected)
 
     def expect_installations(self, expected):
-        """Where the App is installed: login, and whether the switch is on, in the order of the list."""
+        """Waits for these installations: login and state of the switch, in order."""
         _expect(self._installations, expected)
 
     def _installations(self):
         return _choices(self.find("filler", "Installations").children(), "check box")
 
     def expect_repositories(self, expected):
-        """The rows of the list, in sight or not: whether the switch is on, by the name."""
+        """Waits for these rows, visible or not: the state of the switch by name."""
         _expect(lambda: _choices(self.find("list", "Repositories").children(), "list item"), sorted(expected.items()))
 
     def expect_focus(self, role, name):
         eventually(lambda: (self._focus() or ())[:2] == (role, name), f"the focus on {name!r}")
 
     def walk_to(self, role, name):
-        """Presses Tab until that control has the focus."""
+        """Presses Tab until this control has the focus."""
         for _ in range(_LONGEST_WALK):
             before = self._focus()
             if before and before[:2] == (role, name):
@@ -113,10 +113,10 @@ class Settings:
         eventually(lambda: ("checked" in self.find("check box", name).states) == is_on, f"{name!r} to be {is_on}")
 
     def _focus(self):
-        """What has the focus: role, name and place, for some are named alike."""
+        """Role, name and place of the focused object; some objects have the same name."""
         claims = [one for one in self._window.all() if "focused" in one.states]
-        # Whatever hands the focus on to a control claims it, too, and the control comes last. The current tab and the
-        # current row of a list claim it wherever it is.
+        # Focus proxies report the focus, too; the actual control comes last. The current tab and the current row of a
+        # list always report it.
         found = [one for one in claims if one.role not in ("page tab", "list item")]
         if found and found[-1].role == "list":
             found += [one for one in claims if one.role == "list item"]
@@ -124,7 +124,7 @@ class Settings:
 
 
 def _choices(elements, role):
-    """Name, and whether it is monitored, of each switch; None while its words and its state disagree."""
+    """Name and state of each switch; None while accessible name and state disagree."""
     choices = []
     for element in elements:
         if element.role == role:
@@ -136,14 +136,14 @@ def _choices(elements, role):
 
 
 def _expect(read, expected):
-    """Waits until the same is read as expected, and says at last what was read instead."""
+    """Waits until `read` returns the expected value; a failure names the last value instead."""
     seen = []
 
     def is_there():
         try:
             seen[:] = [read()]
         except BusError:
-            # Something went while it was read.
+            # An object disappeared meanwhile.
             return False
         return seen == [expected]
 
@@ -154,7 +154,7 @@ def _expect(read, expected):
 
 
 class SettingsTest(VelmoraTest):
-    """A desktop, a GitHub with invented people, and Velmora, which knows none of them yet."""
+    """A desktop, a simulated GitHub, and a Velmora without accounts."""
 
     notifications = "none"
 
@@ -167,7 +167,7 @@ class SettingsTest(VelmoraTest):
         self.velmora = self.start(self.desktop, "--background", environment=self.github.environment)
 
     def restart(self):
-        """Ends Velmora and starts it again; returns the settings of the new one."""
+        """Restarts Velmora; returns its settings window."""
         self.assertEqual(self.velmora.end(), 0)
         self.start_velmora()
         return self.open()
@@ -181,7 +181,7 @@ class SettingsTest(VelmoraTest):
         return next(item for item in self.desktop.tray.items() if item.pid == self.velmora.pid)
 
     def connect(self, settings, login):
-        """Connects an account on the Accounts tab, with the code that is shown there."""
+        """Connects an account on the Accounts tab by approving the code shown there."""
         settings.click("push button", "Add account")
         self.github.tell("approve", {"userCode": settings.code(), "login": login})
         settings.find("filler", login)
@@ -196,7 +196,7 @@ class SettingsTest(VelmoraTest):
             return json.load(file)
 
     def known_accounts(self):
-        """The logins that are kept on the disk."""
+        """The logins in the preferences file."""
         key = f"github.accounts@{self.github.address}"
         accounts = json.loads(base64.b64decode(self.preferences()[key]["data"]))
         return [account["login"] for account in accounts]
@@ -233,12 +233,12 @@ class OpeningTest(SettingsTest):
         eventually(self.is_active, "the settings to be active again")
         (again,) = self.velmora.windows()
         self.assertEqual((again.x, again.y), (window.x, window.y))
-        # It is the same one, as it was left.
+        # It is the same window, in the same state.
         self.velmora.settings().find("label", "Startup")
 
 
 class AccountsTest(SettingsTest):
-    """Who is connected, and which installations are watched."""
+    """Connected accounts and monitored installations."""
 
     def test_connects_a_second_account_with_the_code_that_it_shows(self):
         settings = self.open()
@@ -310,7 +310,7 @@ class AccountsTest(SettingsTest):
         eventually(lambda: self.known_accounts() == [_FIRST], "the account to leave the disk")
         self.expect_owners(present=[_SHARED], absent=[_OF_SECOND, _SECOND])
 
-        # The last one, too, and it is still gone after a restart.
+        # Remove the last account, too; it stays removed after a restart.
         settings.enter_accounts()
         settings.click("push button", "Remove")
         settings.find("label", "No GitHub accounts")
@@ -320,14 +320,14 @@ class AccountsTest(SettingsTest):
         self.restart().find("label", "No GitHub accounts")
 
     def expect_owners(self, present, absent=()):
-        """Waits until the other window lists deployments of all of these owners, and none of those."""
+        """Waits until the main window lists deployments of all `present` and no `absent` owners."""
         window = self.velmora.open_by_click()
 
         def fits():
             try:
                 rows = [row.name for row in window.find("list", "Deployments").children()]
             except BusError:
-                # One left the list while it was read.
+                # A row left the list meanwhile.
                 return False
             owners = {row.partition("/")[0] for row in rows if "/" in row}
             return owners.issuperset(present) and not owners.intersection(absent)
@@ -339,7 +339,7 @@ class AccountsTest(SettingsTest):
 
 
 class RepositoriesTest(SettingsTest):
-    """Which repositories are watched."""
+    """Monitored repositories."""
 
     def setUp(self):
         super().setUp()
@@ -351,7 +351,7 @@ class RepositoriesTest(SettingsTest):
         self.settings.expect_repositories(self.choices)
 
     def choose(self, name, is_on):
-        """Expects that this choice, and no other, changes."""
+        """Expects that only this choice changes."""
         self.choices[name] = is_on
         self.settings.expect_repositories(self.choices)
 
@@ -365,7 +365,7 @@ class RepositoriesTest(SettingsTest):
 
         self.settings.click("list item", f"{second}, monitored")
         self.choose(second, False)
-        # From the search field into the list and one row on from what was clicked.
+        # Down leads from the search field into the list, to the row after the clicked one.
         self.settings.click("text", "Search repositories")
         self.settings.expect_focus("text", "Search repositories")
         self.settings.key("Down", "Down", "space")
@@ -386,7 +386,7 @@ class RepositoriesTest(SettingsTest):
 
         self.settings.type("MIRA")
         self.settings.expect_repositories(of_first)
-        # The keys go into the list, and letters go back to the field from there.
+        # Down leads into the list; letters lead back to the field.
         self.settings.key("Down", "space")
         name = min(of_first)
         self.settings.expect_repositories(of_first | {name: False})
@@ -398,7 +398,7 @@ class RepositoriesTest(SettingsTest):
         self.choose(name, False)
 
     def test_switches_all_off_and_on(self):
-        # What is searched for limits what is seen, not what is switched.
+        # A search hides rows, but "all" still switches them.
         self.settings.type("mira")
         self.settings.expect_repositories(dict.fromkeys(self.names(_FIRST), True))
         self.assertFalse(self.settings.is_usable("Enable all"))

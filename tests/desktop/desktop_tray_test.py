@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""From the item in the tray to the page of a deployment; and panels that come and go."""
+"""From the tray item to the page of a deployment, and panels that come and go."""
 
 import signal
 import unittest
@@ -10,12 +10,12 @@ from headless.waiting import never
 from velmora import SAMPLE, VelmoraTest
 
 _NO_TRAY = "This desktop shows no tray. Starting Velmora again opens this window."
-# Longer than a tray is waited for at login.
+# Seconds; longer than Velmora waits for a tray at login.
 _LONGER_THAN_PATIENCE = 12.0
 
 
 class MainPath:
-    """From the item to the page of a deployment; the same on every display."""
+    """From the item to the page of a deployment, on every kind of display."""
 
     windowing = ""
     tray = None
@@ -28,14 +28,14 @@ class MainPath:
         self.assertEqual(item.pid, velmora.pid)
         self.assertEqual(item.read("Id"), "com.tarvik.Velmora")
         self.assertEqual(item.read("Status"), "Active")
-        # The number of what is in progress, as soon as that is known.
+        # The number of deployments in progress, once they are loaded.
         eventually(lambda: item.read("Title").isdigit(), "a number in the tray")
 
         window = velmora.open_by_click()
         window.find("label", "Velmora Demo")
         window.find("label", "Deployment in progress")
 
-        # The demo connects its accounts one after the other, and their codes take the place of the list meanwhile.
+        # While the demo connects its accounts in turn, their codes replace the list.
         def sections():
             return [row.name.split(",")[0] for row in window.all("list item") if row.name.count(",") == 1]
 
@@ -51,14 +51,14 @@ class MainPath:
         self.check_place(session, velmora)
 
     def check_place(self, session, velmora):
-        """Where the window is."""
+        """Checks the place of the window."""
 
 
 class XfceMainPathTest(MainPath, VelmoraTest):
     windowing = "x11"
 
     def check_place(self, session, velmora):
-        # Flush under the panel, at the edge where the item is.
+        # Directly below the panel, at the edge with the item.
         (window,) = velmora.windows()
         panel = next(window for window in session.windows.list() if window.pid == session.tray.program.pid)
         self.assertEqual(window.y, panel.y + panel.height)
@@ -73,14 +73,14 @@ class WaylandMainPathTest(MainPath, VelmoraTest):
     windowing = "wayland"
 
     def check_place(self, session, velmora):
-        # It floats: a tiled window would be as high as the screen below the panel.
+        # It floats: a tiled window would fill the screen below the panel.
         (window,) = velmora.windows()
         self.assertLess(window.width, session.screen.width / 2)
         self.assertLess(window.height, session.screen.height - 100)
 
 
 class ComingAndGoingTest(VelmoraTest):
-    """Panels that come late, crash, or are not there at all."""
+    """Panels that start late, crash, or are absent."""
 
     def wait_for_focus(self, session, program):
         eventually(
@@ -118,7 +118,7 @@ class ComingAndGoingTest(VelmoraTest):
                 self.wait_for_focus(session, sample)
 
                 session.tray.stop(signal.SIGKILL)
-                # Longer than a panel may take to come back.
+                # Longer than a panel may take to return.
                 never(velmora.windows, "a window opens by itself", seconds=14)
                 session.tray.start()
 

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The window behind the item: what opens it, what closes it, and what its keys do."""
+"""The window behind the item: opening, closing and keys."""
 
 import signal
 import unittest
@@ -46,7 +46,7 @@ class WindowTest(VelmoraTest):
     def test_a_click_at_another_window_closes_it(self):
         sample = self.desktop.start("sample", [SAMPLE])
         self.desktop.window_of(sample)
-        # Two items are in the tray now: the menu opens the window whichever is where.
+        # Two items are in the tray now; the menu works wherever the item is.
         item = eventually(
             lambda: next((item for item in self.desktop.tray.items() if item.pid == self.velmora.pid), None), "the item"
         )
@@ -57,7 +57,7 @@ class WindowTest(VelmoraTest):
         self.desktop.click(name)
 
         self.velmora.wait_until_closed()
-        # The click is the other window's.
+        # The other window gets the click.
         eventually(lambda: "focused" in name.states, "the focus where the click was")
 
     def test_a_click_into_it_leaves_it_open(self):
@@ -129,7 +129,7 @@ class WindowTest(VelmoraTest):
 
 
 class StrangerTest(VelmoraTest):
-    """What any other program of the session may send."""
+    """Calls that any program of the session may send."""
 
     def test_a_token_that_is_none_ends_nothing(self):
         for windowing in ("x11", "wayland"):
@@ -137,7 +137,7 @@ class StrangerTest(VelmoraTest):
                 session = self.session(windowing, notifications="none", keyring="absent")
                 velmora = self.start(session, "--demo", "--background")
                 velmora.wait_until_running()
-                # With the window open, a token goes straight to the compositor.
+                # While the window is open, a token is passed to the compositor at once.
                 session.bus.call(*_APPLICATION, "Activate", "(a{sv})", {})
                 velmora.window()
                 sample = session.start("sample", [SAMPLE])
@@ -154,7 +154,7 @@ class StrangerTest(VelmoraTest):
 
 
 class RefusedConfigurationTest(VelmoraTest):
-    """Where nobody sees what is written, a window says why the program cannot start."""
+    """Without a terminal, a window shows why the program cannot start."""
 
     def test_is_shown_until_the_window_is_closed(self):
         for windowing in ("x11", "wayland"):

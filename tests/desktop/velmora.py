@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The program under test in a session, and the stand-in for GitHub that it can be given."""
+"""The program under test in a session, and a simulated GitHub for it."""
 
 import json
 import os
@@ -22,7 +22,7 @@ _SETTINGS = "Velmora Settings"
 
 
 class Simulator:
-    """A stand-in for GitHub that the test controls; nothing in it changes by itself."""
+    """A simulated GitHub that the test controls; it has no story."""
 
     def __init__(self, session, *options):
         command = [SIMULATOR, "--port", "0", "--no-story", "--interval", "1", *options]
@@ -32,7 +32,7 @@ class Simulator:
 
     @property
     def environment(self):
-        """What Velmora needs to take it for GitHub."""
+        """The environment that makes Velmora use this GitHub."""
         return {
             "GITHUB_CLIENT_ID": "Iv23liVelmoraDemo001",
             "VELMORA_API_URL": self.address,
@@ -42,7 +42,7 @@ class Simulator:
         }
 
     def ask(self, method, path, body=None):
-        """A request to the control endpoint."""
+        """Sends a request to the control endpoint; returns the answer."""
         data = None if body is None else json.dumps(body).encode()
         request = urllib.request.Request(f"{self.address}/_control/{path}", data, method=method)
         with urllib.request.urlopen(request, timeout=10) as answer:
@@ -52,20 +52,20 @@ class Simulator:
         return self.ask("POST", path, body)
 
     def small_world(self, deployments=()):
-        """One identity, one repository, and these deployments of it, as the control endpoint takes them."""
+        """One identity with one repository and these deployments, in the format of the control endpoint."""
         size = {"identities": 1, "installations": 1, "repositories": 1, "deployments": 0}
         self.tell("world", {"replace": size})
         for deployment in deployments:
             self.tell("world", {"deployment": {"repository": "user-1/repository-0001", **deployment}})
 
     def approve(self):
-        """Approves the code that Velmora asked for, once it has, and returns it."""
+        """Waits for a device code, approves and returns it."""
         code = eventually(lambda: self.ask("GET", "codes")["userCodes"], "a code to approve")[0]
         self.tell("approve", {"userCode": code})
         return code
 
     def requests(self, path):
-        """The latest requests for that path."""
+        """The latest requests for the path."""
         return [request for request in self.ask("GET", "requests") if request["path"] == path]
 
 
@@ -76,7 +76,7 @@ class Velmora:
         self._session = session
         environment = dict(environment or {})
         if session.environment["XDG_SESSION_TYPE"] == "wayland" and "ASAN_OPTIONS" in session.environment:
-            # The libraries that speak Wayland leave to the end of the process what they should have let go.
+            # Wayland libraries leak memory.
             environment["ASAN_OPTIONS"] = session.environment["ASAN_OPTIONS"] + ":detect_leaks=0"
         self.program = session.start("velmora", [PROGRAM, *arguments], environment)
 
@@ -85,7 +85,7 @@ class Velmora:
         return self.program.pid
 
     def wait_until_running(self):
-        """Returns when it has its name on the bus, which it takes before it shows anything."""
+        """Waits until it owns its name on the bus, which it requests before it shows anything."""
         bus = self._session.bus
         eventually(lambda: bus.has(_SERVICE) or bus.has(_SERVICE_OF_DEMO), "Velmora's name on the bus")
 
@@ -96,7 +96,7 @@ class Velmora:
         return bool(self.windows())
 
     def window(self):
-        """The accessible window, once it is shown."""
+        """Waits for the window; returns its program's accessible object."""
         eventually(self.is_open, "Velmora's window")
         return self._session.accessibility.program(self.pid)
 
@@ -111,7 +111,7 @@ class Velmora:
         eventually(lambda: not self.is_open(), "Velmora's window to close")
 
     def wait_until_active(self):
-        """Keys go to the window from then on, which is a moment after it is shown."""
+        """Waits until the window receives keys, which is shortly after it is shown."""
         eventually(lambda: any(window.is_active for window in self.windows()), "the window to be active")
 
     def open_by_click(self):
@@ -120,18 +120,18 @@ class Velmora:
         return self.window()
 
     def open_settings(self):
-        """From the window by its keys; the settings take its place."""
+        """Opens the settings by the keys of the window, which they replace."""
         self.wait_until_active()
         self._session.screen.key("ctrl+comma")
         return self.settings()
 
     def settings(self):
-        """The accessible window of the settings, once it is all that is shown."""
+        """Waits until only the settings are shown; returns their accessible window."""
         eventually(lambda: [window.title for window in self.windows()] == [_SETTINGS], "the settings")
         return self.window().find(name=_SETTINGS)
 
     def click_row(self, window, part):
-        """Clicks the first row whose sentence has that part, once there is one; returns its sentence."""
+        """Waits for a row whose sentence contains `part`, and clicks it; returns the sentence."""
 
         def row():
             return next((row for row in window.all("list item") if part in row.name), None)
@@ -142,13 +142,13 @@ class Velmora:
         return name
 
     def end(self):
-        """Asks it to end, and returns its exit code."""
+        """Ends the program; returns its exit code."""
         self.program.end(patience=PATIENCE)
         return self.program.exit_code
 
 
 class VelmoraTest(unittest.TestCase):
-    """A session for each test; what Velmora and the session wrote is shown when the test fails."""
+    """Gives each test a session; a failure shows the logs of Velmora and of the session."""
 
     def session(self, *arguments, **options):
         session = Session(*arguments, **options)
@@ -162,7 +162,7 @@ class VelmoraTest(unittest.TestCase):
         return velmora
 
     def expect_clean_end(self, velmora):
-        """A program that has crashed, or that a sanitizer ended, fails its test whatever the test was about."""
+        """Fails the test if the program crashed or a sanitizer ended it."""
         code = velmora.end()
         if code != 0:
             self.fail(f"velmora ended with {code}: {velmora.program.output()}")

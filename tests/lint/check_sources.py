@@ -38,7 +38,7 @@ def check(path, text):
 
 
 def check_headers(root):
-    """Every header of the program and of the stand-in includes what it uses, the precompiled header aside."""
+    """Every header of the program and of the simulator must include what it uses, without the precompiled header."""
     roots = [os.path.join(root, "src"), root]
 
     def read(path):
@@ -72,7 +72,7 @@ def main():
     findings += check_headers(root)
     print("\n".join(findings), end="\n" if findings else "")
     print(f"{count} files, {len(findings)} findings")
-    # A walk that finds nothing to look at has lost its way.
+    # With fewer files the walk must have missed the sources.
     return 1 if findings or count < 50 else 0
 
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""C++ as a list of tokens, without comments, texts and preprocessor lines."""
+"""Splits C++ into tokens, without comments, string contents and preprocessor lines."""
 
 import re
 from typing import NamedTuple
@@ -24,7 +24,7 @@ class Token(NamedTuple):
 
 
 def without_texts(source):
-    """The source with comments, texts and preprocessor lines replaced by blanks or an empty text."""
+    """The source with comments and preprocessor lines blanked and strings emptied."""
 
     def blank(match):
         lines = "\n" * match.group().count("\n")
@@ -39,7 +39,7 @@ def tokens(source):
     for match in _TOKEN.finditer(text):
         line += text.count("\n", position, match.start())
         position = match.start()
-        # Two brackets that close a subscript inside a subscript or a lambda are no attribute.
+        # Split into single brackets: such a pair may also belong to a subscript inside a subscript or a lambda.
         if match.group() in ("[[", "]]"):
             result += [Token(match.group()[0], line)] * 2
         else:

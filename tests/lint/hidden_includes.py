@@ -1,14 +1,14 @@
 # SPDX-License-Identifier: MIT
-"""What the precompiled header would hide: a header that uses a name and includes nothing that declares it.
+"""Finds includes that the precompiled header hides: a header uses a name without including its declaration.
 
-Every header is compiled alone, but below the precompiled header, for parsing Qt once for each of them takes minutes. So
-the names that the precompiled header declares are looked for here."""
+The build compiles each header alone, but with the precompiled header, because parsing Qt for each takes minutes. The
+names that the precompiled header declares are therefore checked here."""
 
 import re
 
 from cpp_text import without_texts
 
-# What the precompiled header includes, and by which names a header that needs it is known.
+# The includes of the precompiled header, and the names by which a header shows that it needs them.
 _NAMES = {
     "QCoroTask": r"QCoro::Task\b",
     "QByteArray": r"\bQByteArray\b",
@@ -28,13 +28,13 @@ _NAMES = {
     "utility": r"\bstd::(?:move|forward|exchange|swap|pair)\b",
     "variant": r"\bstd::(?:variant|visit|monostate|get_if|holds_alternative)\b",
 }
-# Qt's other headers bring these along.
+# All other headers of Qt include these.
 _EVERYWHERE_IN_QT = {"QByteArray", "QList", "QObject", "QString"}
 _INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
 
 
 def _included(path, read, seen):
-    """The headers of libraries that a file of ours includes, itself or through others of ours."""
+    """The library headers that one of our files includes, directly or through our other headers."""
     result = set()
     for own, library in _INCLUDE.findall(read(path) or ""):
         if library:
@@ -46,8 +46,8 @@ def _included(path, read, seen):
 
 
 def missing(path, read):
-    """The headers that the header at the path should include, as (line, name). read(path) is the text of a header of
-    ours by the path that others include it with, or None."""
+    """The missing includes of the header at the path, as (line, name). read(path) returns the text of one of our
+    headers by its include path, or None."""
     text = without_texts(read(path))
     included = _included(path, read, {path})
     has_qt = any(name.startswith("Q") for name in included)

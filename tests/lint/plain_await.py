@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The plain-await rule: what may not stand in one statement with co_await.
+"""The plain-await rule: what a statement with co_await must not contain.
 
 Compilers destroy temporaries of such statements twice, or compile them to a crash. The rule: no {…}
 initialiser, no lambda and no ?: beside a co_await, no co_await in the condition of an if, while, switch
@@ -24,13 +24,13 @@ class _Checker:
             self.findings.append(finding)
 
     def block(self, start, end, is_function, in_catch=False):
-        """Everything between two braces (or the whole file), statement by statement."""
+        """Checks the statements between two braces, or of the whole file."""
         index = start
         while index < end:
             index = self.statement(index, end, is_function, in_catch)
 
     def statement(self, start, end, is_function, in_catch):
-        """Checks the statement at `start`; returns where the next one starts."""
+        """Checks the statement at `start`; returns the start of the next one."""
         first = self.items[start].text
         if first in (";", "}"):
             return start + 1
@@ -72,7 +72,7 @@ class _Checker:
         return close + 1
 
     def plain(self, start, end, is_function, in_catch):
-        """A statement or declaration up to its ";" or its block."""
+        """Checks a statement or declaration up to its ";" or its block."""
         index = start
         while index < end:
             text = self.items[index].text
@@ -110,11 +110,11 @@ class _Checker:
             return True
         if "->" in texts and "(" in texts:
             return True
-        # The body after the last member of an initialiser list.
+        # The constructor's body after the last member initialiser.
         return texts[-1] == "}"
 
     def expression(self, start, end, in_catch):
-        """Checks one expression; the bodies of lambdas in it are functions of their own. Returns its awaits."""
+        """Checks an expression, and the bodies of its lambdas as separate functions. Returns its awaits."""
         awaits, offence = [], None
         index = start
         while index < end:
@@ -140,7 +140,7 @@ class _Checker:
 
 
 def check(source):
-    """Pairs of line and message."""
+    """Returns pairs of line and message."""
     items = tokens(source)
     checker = _Checker(items)
     if any(item.text == "co_await" for item in items):

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""The rules find what they should, and nothing else."""
+"""Tests that the rules find what they should, and nothing else."""
 
 import sys
 import unittest

@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: MIT
-"""Rules about texts and about C++ that no compiler checks. Each takes a path and a text, and yields (line, message)."""
+"""Rules for texts and C++ that compilers do not check. Each takes a path and a text, and yields (line, message)."""
 
 import re
 
 import plain_await
 from cpp_text import matching, starts_lambda, tokens, without_texts
 
-# The folders of src, from the bottom up. Each may include those below it, except the named ones.
+# The folders of src, from the bottom up. Each may include those below it, except the listed ones.
 _LAYERS = {
     "support": [],
     "model": [],
@@ -27,7 +27,7 @@ _LAYERS = {
     "app": [],
 }
 _ORDER = list(_LAYERS)
-# Headers of the classes behind a port, named after the protocol that they speak.
+# Headers of adapters, named after their protocol.
 _ADAPTER = re.compile(
     r"(platform|notifications|control)/(autostart|background_portal|browser|clipboard|dbus_menu|freedesktop|glib|gnome|"
     r"logind|plasma|portal|remote_control|control_service|status_notifier)"
@@ -75,7 +75,7 @@ def plain_awaits(path, text):
 
 
 def connects(path, text):
-    """A functor without a context object outlives what it captured."""
+    """Connections to a functor need a context object; otherwise it may outlive its captures."""
     if not is_cpp(path):
         return
     items = tokens(text)
@@ -96,7 +96,7 @@ def connects(path, text):
 
 
 def meta_object_macro(path, text):
-    """AUTOMOC overlooks a Q_OBJECT that shares its line."""
+    """Q_OBJECT must have a line of its own; AUTOMOC overlooks others."""
     if not is_cpp(path):
         return
     for number, line in enumerate(without_texts(text).split("\n"), 1):
@@ -105,7 +105,7 @@ def meta_object_macro(path, text):
 
 
 def verified_peers(path, text):
-    """A certificate that does not verify is an error, for everybody and always."""
+    """The program must never skip the verification of certificates."""
     if not is_cpp(path) or not path.startswith("src/"):
         return
     for item in tokens(text):

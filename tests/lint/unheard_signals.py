@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Signals that nothing listens to: what they tell is lost, and no compiler says so."""
+"""Finds signals that are never connected, which compilers do not report."""
 
 from cpp_text import matching, tokens
 
@@ -7,7 +7,7 @@ _SECTIONS = ("public", "protected", "private")
 
 
 def _opens_class(items, index):
-    """The name of the class whose body the "{" at `index` opens; nothing for another block."""
+    """The name of the class whose body starts with the "{" at `index`; None for other blocks."""
     start = index
     while start > 0 and items[start - 1].text not in (";", "{", "}", "class", "struct"):
         start -= 1
@@ -17,7 +17,7 @@ def _opens_class(items, index):
 
 
 def declared(text):
-    """Yields (class, signal, line). The classes that are on the session bus have listeners in other processes."""
+    """Yields (class, signal, line), except for classes on the session bus: other processes connect to those."""
     items = tokens(text)
     blocks, in_signals, exported = [], False, set()
     for index, item in enumerate(items):
@@ -37,7 +37,7 @@ def declared(text):
 
 
 def heard(text):
-    """Yields (class, signal) of what the text connects, or waits for."""
+    """Yields (class, signal) for each signal that the text connects or waits for."""
     items = tokens(text)
     for index, item in enumerate(items[:-1]):
         if item.text not in ("connect", "waitFor") or items[index + 1].text != "(":
@@ -49,7 +49,7 @@ def heard(text):
 
 
 def check(sources):
-    """Yields (path, line, message) for the texts of the product, by path."""
+    """Yields (path, line, message). `sources` maps the paths of src to their texts."""
     connected = {signal for text in sources.values() for signal in heard(text)}
     for path, text in sources.items():
         if path.endswith(".h"):

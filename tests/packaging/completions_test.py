@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The completion files in real shells: they offer what the help of the program names, all of it and nothing else.
+"""Tests the completion files in real shells: they offer exactly what the program's help names.
 
 Usage: completions_test.py PROGRAM [arguments of unittest]"""
 
@@ -92,7 +92,7 @@ class CompletionsTest(unittest.TestCase):
         self.use_program(f"[ \"$*\" = 'accounts --json' ] && cat <<'ANSWER'\n{answer}\nANSWER")
 
     def use_program(self, script):
-        """Has the shells find the script instead of the program."""
+        """Makes the shells find this script in place of the program."""
         path = os.path.join(self.folder, "velmora")
         with open(path, "w", encoding="utf-8") as file:
             file.write(f"#!/bin/sh\n{script}\n")

@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The Flatpak manifest is one that flatpak-builder reads, and the sandbox is exactly as open as was agreed.
+"""Tests that flatpak-builder accepts the manifest, and that the sandbox has exactly the expected permissions.
 
-Nothing is built: that needs the runtime, which is not a package of this system."""
+Builds nothing: that needs the runtime, which is not a package of this system."""
 
 import configparser
 import json
@@ -16,7 +16,7 @@ _PACKAGING = os.path.realpath(os.path.join(os.path.dirname(os.path.abspath(__fil
 _ID = "com.tarvik.Velmora"
 _MANIFEST = os.path.join(_PACKAGING, _ID + ".yml")
 
-# Each of these opens the sandbox a little: a change belongs here only together with its reason in the manifest.
+# Each widens the sandbox. Change this list only together with a reason in the manifest.
 _PERMISSIONS = {
     "--share=network",
     "--share=ipc",
@@ -30,7 +30,7 @@ _PERMISSIONS = {
 class FlatpakManifestTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        # Even for this it makes a folder for its state.
+        # flatpak-builder creates a state folder even for this.
         with tempfile.TemporaryDirectory(prefix="velmora-flatpak.") as folder:
             shown = subprocess.run(["flatpak-builder", "--show-manifest", _MANIFEST], cwd=folder, check=True,
                                    capture_output=True, text=True, timeout=60)

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The manual page can be read, and tells of every command and option that the program has, and of no other.
+"""Tests that the manual page is valid and describes exactly the program's commands and options.
 
 Usage: manual_test.py PROGRAM [arguments of unittest]"""
 
@@ -19,7 +19,7 @@ _PAGE = os.path.realpath(
 
 
 def _run(*command):
-    # In lines as long as they want to be.
+    # Long lines, so that nothing wraps.
     environment = {**os.environ, "LC_ALL": "C.UTF-8", "MANWIDTH": "1000"}
     return subprocess.run(command, check=True, capture_output=True, text=True, timeout=60, env=environment)
 

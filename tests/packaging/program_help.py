@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: MIT
-"""What the program says about its own command line."""
+"""Reads the program's help."""
 
 import re
 import subprocess
 
 
 class Help:
-    """The options and the commands that the help of a command names."""
+    """The options and commands in the help of a command."""
 
     def __init__(self, program, *command):
         text = subprocess.run(
@@ -17,7 +17,7 @@ class Help:
 
 
 def everything(program):
-    """The help of the program and of each of its commands, by the words that call them."""
+    """The help of the program and of all its commands, by the words of the command."""
     found, left = {}, [()]
     while left:
         words = left.pop()

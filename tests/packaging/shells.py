@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What real shells offer after the beginning of a command line, with the completion files of this source tree."""
+"""Asks real shells for completions of a command line, with the completion files of this source tree."""
 
 import os
 import pty
@@ -17,7 +17,7 @@ def completion_file(name):
 
 class _Shell:
     def __init__(self, program, home):
-        """The program is the first one that the shell finds; nothing of the person's shell is read."""
+        """Makes the shell find the program first; the user's configuration is not read."""
         path = os.path.dirname(program) + ":/usr/bin:/bin"
         self._home = home
         self._environment = {"PATH": path, "HOME": home, "ZDOTDIR": home, "TERM": "dumb", "LC_ALL": "C.UTF-8"}
@@ -41,7 +41,7 @@ class Bash(_Shell):
     def offers(self, line):
         words = []
         for word in line.split(" "):
-            # To bash "=" is a word of its own, and an empty one after it is none.
+            # bash treats "=" as a word of its own, and drops an empty word after it.
             words += [part for part in re.split("(=)", word) if part] or [""]
         return set(self._output("bash", "-c", self._SCRIPT, "bash", completion_file("velmora.bash"), *words).split())
 
@@ -52,13 +52,13 @@ class Fish(_Shell):
     def offers(self, line):
         output = self._output("fish", "--no-config", "-c", self._SCRIPT, completion_file("velmora.fish"), line)
         offered = {text.split("\t")[0] for text in output.splitlines()}
-        # An option and its value are one word to fish.
+        # fish treats an option and its value as one word.
         typed = line.split(" ")[-1].rpartition("=")
         return {text.removeprefix("".join(typed[:2])) for text in offered}
 
 
 class Zsh(_Shell):
-    """An interactive shell on a terminal, since zsh completes nowhere else."""
+    """An interactive shell on a terminal, because zsh completes only there."""
 
     _SETTINGS = """
         unsetopt auto_list beep

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The windows as a screen reader finds them: the tree of accessible objects, read from the accessibility bus."""
+"""The accessible objects of windows, read from the accessibility bus like a screen reader does."""
 
 from .bus import Bus, BusError
 from .waiting import PATIENCE, eventually
@@ -8,7 +8,7 @@ _LAUNCHER = ("org.a11y.Bus", "/org/a11y/bus")
 _REGISTRY = ("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
 _NOTHING = "/org/a11y/atspi/null"
 _INTERFACE = "org.a11y.atspi."
-# By the number of the bit in a set of states; those that nobody asks for have no name here.
+# By the number of the bit in a set of states; unused states are left out.
 _STATES = {
     1: "active", 3: "busy", 4: "checked", 5: "collapsed", 8: "enabled", 10: "expanded", 11: "focusable",
     12: "focused", 16: "modal", 20: "pressed", 22: "selectable", 23: "selected", 24: "sensitive", 25: "showing",
@@ -18,7 +18,7 @@ _SCREEN = 0
 
 
 class Accessible:
-    """An object of the tree. Nothing is kept: every question is asked anew, and BusError when the object has gone."""
+    """An accessible object. Nothing is cached. Raises BusError if the object no longer exists."""
 
     def __init__(self, bus, service, path):
         self._bus = bus
@@ -57,17 +57,17 @@ class Accessible:
 
     @property
     def pid(self):
-        """Of the program that it belongs to."""
+        """The process of its program."""
         return self._bus.process_of(self._address[0])
 
     @property
     def text(self):
-        """The whole text of something that holds text, such as a line edit or a label."""
+        """The whole text of a line edit, label or other object with text."""
         return self._call("Text", "GetText", "(ii)", 0, -1)[0]
 
     @property
     def place(self):
-        """x, y, width and height on the screen; on Wayland within the window."""
+        """x, y, width and height; relative to the screen on X11, to the window on Wayland."""
         return self._call("Component", "GetExtents", "(u)", _SCREEN)[0]
 
     @property
@@ -80,7 +80,7 @@ class Accessible:
         return [Accessible(self._bus, *address) for address in found if address[1] != _NOTHING]
 
     def actions(self):
-        """The names of what can be done with it, in the program's order."""
+        """The names of its actions, in the program's order."""
         return [name for name, _, _ in self._call("Action", "GetActions")[0]]
 
     def do(self, action):
@@ -100,26 +100,26 @@ class Accessible:
         self._call("EditableText", "SetTextContents", "(s)", text)
 
     def descendants(self):
-        """Everything below it that is shown, in the order of the tree. What is hidden hides what it holds."""
+        """All descendants that are shown, in the order of the tree; none below a hidden object."""
         for child in self.children():
             try:
                 if "showing" in child.states:
                     yield child
                     yield from child.descendants()
             except BusError:
-                # It went while we looked; so did what was below.
+                # It disappeared during the search, and its descendants with it.
                 continue
 
     def all(self, role=None, name=None):
-        """The descendants that are shown and have that role and exactly that name."""
+        """The descendants that are shown and have this role and exactly this name."""
         return list(self._fitting(role, name))
 
     def focused(self):
-        """What is shown here that has the focus, or None."""
+        """The descendant that is shown and has the focus, or None."""
         return next((element for element in self.descendants() if "focused" in element.states), None)
 
     def find(self, role=None, name=None, seconds=PATIENCE):
-        """The first of `all`, once there is one."""
+        """Waits for the first result of `all`."""
         what = f"{role or 'anything'} {'' if name is None else repr(name)} below {self!r}"
         return eventually(lambda: next(self._fitting(role, name), None), what, seconds)
 
@@ -133,11 +133,11 @@ class Accessible:
                 yield candidate
 
     def texts(self):
-        """The names of everything that is shown, for looking whether a text is there."""
+        """The names of all descendants that are shown."""
         return [candidate.name for candidate in self.all() if candidate.name]
 
     def outline(self, depth=0):
-        """The tree in words, for whoever writes a test or reads why one failed."""
+        """The tree as text, for writing tests and understanding failures."""
         lines = ["  " * depth + f"{self!r} {sorted(self.states & {'checked', 'focused', 'selected', 'showing'})}"]
         for child in self.children():
             try:
@@ -154,7 +154,7 @@ class Accessible:
 
 
 class Accessibility:
-    """The accessibility bus of the session, which programs find switched on."""
+    """The accessibility bus of the session; accessibility is switched on for all programs."""
 
     def __init__(self, session):
         self._session = session
@@ -167,7 +167,7 @@ class Accessibility:
         return self._root.children()
 
     def program(self, pid, seconds=PATIENCE):
-        """The root of the tree of the process, once it has one."""
+        """Waits for the root object of the process."""
         return eventually(lambda: self._of(pid), f"the windows of process {pid}", seconds)
 
     def _of(self, pid):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A web browser that shows nothing and remembers what it was asked to show."""
+"""A fake web browser that records the addresses it is told to open."""
 
 import dataclasses
 import os
@@ -24,14 +24,14 @@ x-scheme-handler/https=browser.desktop
 
 @dataclasses.dataclass(frozen=True)
 class Opened:
-    """An address, and the activation token that came along, empty when none did."""
+    """An opened address with its activation token, which is empty for none."""
 
     address: str
     token: str
 
 
 class Browser:
-    """The default browser of the session, by every way in which programs look for it."""
+    """The default browser of the session, however programs look it up."""
 
     def __init__(self, session):
         self._record = f"{session.root}/opened"
@@ -43,7 +43,7 @@ class Browser:
         session.environment["BROWSER"] = script
 
     def opened(self):
-        """All addresses until now, the oldest first."""
+        """All opened addresses, the oldest first."""
         if not os.path.exists(self._record):
             return []
         with open(self._record, encoding="utf-8") as file:

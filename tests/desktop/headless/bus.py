@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A private message bus on which only chosen services can be started by name, and calls on any bus."""
+"""A private message bus that can activate only chosen services, and calls on any bus."""
 
 import os
 
@@ -26,7 +26,7 @@ _GONE = ("org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Erro
 
 
 class BusError(Exception):
-    """An answer that is an error; `name` is the bus's name of it."""
+    """An error as the answer to a call; `name` is its D-Bus name."""
 
     def __init__(self, call, error):
         super().__init__(f"{call}: {error.message}")
@@ -34,7 +34,7 @@ class BusError(Exception):
 
     @property
     def is_absence(self):
-        """Nobody has the name that was called."""
+        """The called name has no owner."""
         return self.name in _GONE
 
 
@@ -49,7 +49,7 @@ class Bus:
         )
 
     def call(self, service, path, interface, method, signature="()", *arguments, milliseconds=5000):
-        """The values of the answer; BusError when it is an error or does not come."""
+        """Returns the values of the answer; raises BusError for an error or without an answer."""
         try:
             answer = self._connection.call_sync(
                 service, path, interface, method, GLib.Variant(signature, arguments), None,
@@ -72,11 +72,11 @@ class Bus:
         return self.call(service, path, _PROPERTIES, "GetAll", "(s)", interface)[0]
 
     def has(self, name):
-        """Whether somebody has the name."""
+        """Whether the name has an owner."""
         return self.call(*_DRIVER, "NameHasOwner", "(s)", name)[0]
 
     def process_of(self, name):
-        """The process id of whoever has the name."""
+        """The process id of the name's owner."""
         return self.call(*_DRIVER, "GetConnectionUnixProcessID", "(s)", name)[0]
 
     def close(self):
@@ -84,7 +84,7 @@ class Bus:
 
 
 def start_bus(session, services):
-    """Starts a bus that can start the named services, as far as they are installed, and connects to it."""
+    """Starts a bus that can activate the named services if they are installed, and connects to it."""
     folder = session.folder("services")
     for service in services:
         original = f"{_SERVICE_FOLDER}/{service}.service"

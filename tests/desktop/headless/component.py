@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A part of the desktop that can come late, end, and come again."""
+"""A part of the desktop that can start late, end, and start again."""
 
 import signal
 
@@ -23,7 +23,7 @@ class Component:
         self.program = None
 
     def prepare(self):
-        """Writes what the program reads when it starts."""
+        """Writes the files that the program reads at its start."""
 
     def is_ready(self):
         return self.session.bus.has(self.service)
@@ -33,7 +33,7 @@ class Component:
         return self.program is not None and self.program.is_running
 
     def start(self):
-        """Returns when the component can be used."""
+        """Starts the component and waits until it is ready."""
         if self.is_running:
             raise RuntimeError(f"{self.name} runs already")
         self.prepare()
@@ -41,7 +41,7 @@ class Component:
         self.program.until(self.is_ready)
 
     def stop(self, number=signal.SIGTERM):
-        """Returns when the bus knows that it has gone. SIGKILL is a crash."""
+        """Ends the component and waits until its name has left the bus. SIGKILL simulates a crash."""
         self.program.end(number)
         eventually(lambda: not self.session.bus.has(self.service), f"{self.name} to leave the bus")
 

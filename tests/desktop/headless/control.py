@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The verbs of a session for the shell: what `control VERB …` can ask of the session that it runs in."""
+"""The verbs of `control VERB …`, which the shell uses to control the session it runs in."""
 
 import json
 import os
@@ -13,7 +13,7 @@ _COMPONENTS = ("tray", "notifications", "keyring")
 
 
 class Control:
-    """Answers the verbs. A verb returns what is printed; what goes wrong is an exception with a text."""
+    """Carries out the verbs. A verb returns its output; a failure is an exception with a text."""
 
     def __init__(self, session):
         self._session = session
@@ -106,7 +106,7 @@ class Control:
 
 
 class Server:
-    """Listens for verbs at a socket in the session's folder; somebody calls `serve` again and again."""
+    """Listens for verbs at a socket in the session's folder. `serve` must be called repeatedly."""
 
     def __init__(self, session):
         self._control = Control(session)
@@ -116,7 +116,7 @@ class Server:
         self._socket.listen()
 
     def serve(self, seconds):
-        """Waits that long for one request, and answers it."""
+        """Waits for one request for at most this time, and answers it."""
         self._socket.settimeout(seconds)
         try:
             connection, _ = self._socket.accept()
@@ -136,7 +136,7 @@ class Server:
 
 
 def ask(words):
-    """Sends the verb to the session that this process runs in; returns its output and its error."""
+    """Sends the verb to the session of this process; returns output and error."""
     with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as connection:
         connection.connect(os.environ[VARIABLE])
         with connection.makefile("rw", encoding="utf-8") as stream:

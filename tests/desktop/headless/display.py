@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The screen: a display server in memory, with a window manager or a compositor on it, a pointer and a keyboard."""
+"""The screen: a display server in memory with a window manager or compositor, a pointer and a keyboard."""
 
 import dataclasses
 import glob
@@ -12,9 +12,9 @@ from .picture import Picture
 from .waiting import eventually
 
 _NOBODY = 65534
-# How long a picture waits for what moves, in seconds.
+# How long a picture waits for animations to end, in seconds.
 _RESTLESSNESS = 2.0
-# Number, title, size, place in the parent, place on the screen.
+# Number, title, size, position in the parent, position on the screen.
 _LINE_OF_TREE = re.compile(
     r'^ *(0x[0-9a-f]+) (?:"(.*)"|\(has no name\)): .*?(\d+)x(\d+)[+-]-?\d+[+-]-?\d+ +[+](-?\d+)[+](-?\d+)$', re.M
 )
@@ -22,7 +22,7 @@ _LINE_OF_TREE = re.compile(
 
 @dataclasses.dataclass(frozen=True)
 class Window:
-    """A window that is shown. Its place is absolute, in pixels."""
+    """A visible window. Its position is relative to the screen, in pixels."""
 
     title: str
     pid: int
@@ -38,7 +38,7 @@ class Window:
 
 
 class Screen:
-    """An Xvfb. Its pointer and keyboard serve a compositor inside it as well."""
+    """An Xvfb. A nested compositor uses its pointer and keyboard, too."""
 
     def __init__(self, session, size):
         self.width, self.height = size
@@ -49,7 +49,7 @@ class Screen:
         arguments += ["-nolisten", "tcp", "-noreset", "-fbdir", self._memory]
         self._program = session.launch("screen", arguments, descriptors=(writer,))
         os.close(writer)
-        # Without a server there is no writer, and the read ends.
+        # If the server ends, the pipe has no writer and the read returns.
         with os.fdopen(reader) as file:
             number = file.readline().strip()
         if not number:
@@ -57,15 +57,15 @@ class Screen:
         self.name = f":{number}"
 
     def end(self):
-        """Takes the display from every program, as the end of a session does."""
+        """Ends the display server, so that all programs lose the display."""
         self._program.end()
 
     def picture(self, area=None):
-        """What is shown now, or the part of it in x, y, width and height."""
+        """The current contents of the screen, or of the area x, y, width, height."""
         return Picture.of_window_dump(self._dump(), area)
 
     def settled_picture(self, area=None):
-        """A picture that two looks in a row agree on. What goes on moving is taken after a moment as it is."""
+        """A picture that two dumps in a row agree on; the last one if the screen keeps changing."""
         seen = [self._dump()]
 
         def is_settled():
@@ -83,7 +83,7 @@ class Screen:
             return file.read()
 
     def xdotool(self, *arguments):
-        """What xdotool printed; empty when it failed, as it does when it finds nothing."""
+        """Runs xdotool; returns its output, which is empty if it fails or finds nothing."""
         environment = {"PATH": os.environ["PATH"], "DISPLAY": self.name}
         command = ["xdotool", *[str(argument) for argument in arguments]]
         answer = subprocess.run(
@@ -92,7 +92,7 @@ class Screen:
         return answer.stdout.decode() if answer.returncode == 0 else ""
 
     def move_pointer(self, x, y):
-        # A step aside first: a pointer that is there already would not enter what has appeared below it.
+        # Move aside first: a pointer that is already there would not enter a window that appeared below it.
         self.xdotool("mousemove", x + 1, y + 1, "mousemove", x, y)
 
     def click(self, x, y, button=1):
@@ -100,7 +100,7 @@ class Screen:
         self.xdotool("click", button)
 
     def key(self, *keys):
-        """Presses keys or chords such as "Escape" or "ctrl+r", one after the other."""
+        """Presses keys or chords such as "Escape" or "ctrl+r" in turn."""
         self.xdotool("key", "--delay", "20", *keys)
 
     def type(self, text):
@@ -117,7 +117,7 @@ class X11Windows:
         session.environment |= environment | {"GDK_BACKEND": "x11", "QT_QPA_PLATFORM": "xcb"}
 
     def start(self):
-        """Starts the window manager, which needs the session's bus."""
+        """Starts the window manager. It needs the session's bus, so it is not started before."""
         command = ["xfwm4", "--compositor=off", "--sm-client-disable"]
         self._manager = self._session.launch("window-manager", command)
         self._manager.until(lambda: self._screen.xdotool("get_num_desktops"))
@@ -128,7 +128,7 @@ class X11Windows:
         tree = self._tree()
         windows = []
         for number in shown:
-            # What is in no tree has gone while we looked. The window manager has windows of its own.
+            # Windows missing from the tree were closed meanwhile. Those of the window manager are skipped.
             pid = int(self._screen.xdotool("getwindowpid", number).strip() or self._manager.pid)
             if number in tree and pid != self._manager.pid:
                 title, *place = tree[number]
@@ -136,7 +136,7 @@ class X11Windows:
         return windows
 
     def _tree(self):
-        """Title, x, y, width and height of every window. The places that xdotool tells count the frame twice."""
+        """Title, x, y, width and height of every window. The positions from xdotool count the frame twice."""
         listed = eventually(self._listed, "xwininfo to list the windows")
         tree = {}
         for number, title, width, height, x, y in _LINE_OF_TREE.findall(listed):
@@ -144,7 +144,7 @@ class X11Windows:
         return tree
 
     def _listed(self):
-        """What xwininfo prints; empty when it failed, as it does when a window is closed while it asks for it."""
+        """The output of xwininfo; empty if it fails because a window is closed meanwhile."""
         command = ["xwininfo", "-root", "-tree", "-display", self._screen.name]
         environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8"}
         answer = subprocess.run(
@@ -154,7 +154,7 @@ class X11Windows:
 
 
 class WaylandWindows:
-    """sway, whose only output is a window that fills the screen."""
+    """sway; its only output is a window that fills the screen."""
 
     def __init__(self, session, screen):
         folder = session.folder("wayland")
@@ -164,7 +164,7 @@ class WaylandWindows:
             file.write("default_border none\ndefault_floating_border none\n")
         user = None
         if os.geteuid() == 0:
-            # sway refuses to run as root: it, and only it, is somebody else.
+            # sway refuses to run as root, so it runs as another user.
             user = _NOBODY
             os.chmod(session.root, 0o711)
             os.chown(folder, user, user)
@@ -173,17 +173,17 @@ class WaylandWindows:
         command = ["sway", "-c", configuration]
         compositor = session.launch("compositor", command, environment=environment, user=user)
         self._socket = compositor.until(lambda: _first(f"{folder}/sway-ipc.*"))
-        # WAYLAND_DISPLAY may be a whole path.
+        # WAYLAND_DISPLAY may be an absolute path.
         environment = {"WAYLAND_DISPLAY": compositor.until(lambda: _first(f"{folder}/wayland-?"))}
         environment |= {"XDG_SESSION_TYPE": "wayland", "XDG_CURRENT_DESKTOP": "sway", "SWAYSOCK": self._socket}
         session.environment |= environment | {"GDK_BACKEND": "wayland", "QT_QPA_PLATFORM": "wayland"}
-        # The only window but the root, which comes first.
+        # The only window beside the root window, which comes first.
         search = ("search", "--onlyvisible", "--maxdepth", "1", "--name", ".*")
         window = compositor.until(lambda: screen.xdotool(*search).split()[1:])[0]
         screen.xdotool("windowmove", window, 0, 0, "windowfocus", window)
 
     def start(self):
-        """Nothing more: programs need to know the compositor's socket before the session's bus can start them."""
+        """Does nothing: the compositor runs already, because programs of the bus need its socket."""
 
     def list(self):
         command = ["swaymsg", "--socket", self._socket, "--type", "get_tree", "--raw"]

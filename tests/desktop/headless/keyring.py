@@ -28,8 +28,8 @@ class Keyring(Component):
         self._state = state
 
     def start(self):
-        """Starts it as the session was asked to have it: unlocked or locked."""
-        # The password makes the first keyring; later it opens it, as it does when somebody logs in.
+        """Starts the keyring in the state that the session was created with: unlocked or locked."""
+        # The password creates the first keyring; later it unlocks it, as at a login.
         self.unlocks = self._state == "unlocked" or not self._exists()
         self.standard_input = PASSWORD.encode() if self.unlocks else None
         command = self.arguments
@@ -40,7 +40,7 @@ class Keyring(Component):
             self.lock()
 
     def is_ready(self):
-        # The default keyring is there a moment after the service.
+        # The default keyring appears shortly after the service.
         try:
             return self.session.bus.call(_SERVICE, _PATH, _INTERFACE, "ReadAlias", "(s)", "default")[0] != "/"
         except BusError:
@@ -55,7 +55,7 @@ class Keyring(Component):
         return self.session.bus.read(_SERVICE, _DEFAULT, "org.freedesktop.Secret.Collection", "Locked")
 
     def items(self):
-        """The attributes of everything in it, locked or not; no secret is read."""
+        """The attributes of all items, locked or not; secrets are not read."""
         bus = self.session.bus
         paths = bus.read(_SERVICE, _DEFAULT, "org.freedesktop.Secret.Collection", "Items")
         return [bus.read(_SERVICE, path, "org.freedesktop.Secret.Item", "Attributes") for path in paths]

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Notification daemons, and what programs posted to them."""
+"""Notification daemons, and the notifications that programs post."""
 
 import dataclasses
 import glob
@@ -20,7 +20,7 @@ _COMMANDS = {
 
 @dataclasses.dataclass(frozen=True)
 class Posted:
-    """A call of Notify, as it was on the bus."""
+    """A call of Notify as seen on the bus."""
 
     application: str
     replaces: int
@@ -41,7 +41,7 @@ class NotificationDaemon(Component):
 
 
 class NotificationLog:
-    """Records what is posted on the session bus, whichever daemon is there, or none."""
+    """Records all posts on the session bus, with any daemon or none."""
 
     def __init__(self, session):
         command = ["dbus-monitor", "--session", "--pcap", f"interface='{_SERVICE[2]}'"]
@@ -50,7 +50,7 @@ class NotificationLog:
         session.launch("notification-log", command, output=self._path).until(self._hears)
 
     def posted(self):
-        """All notifications until now, the oldest first."""
+        """All notifications so far, the oldest first."""
         return [Posted(*content[:5], tuple(content[5]), content[6], content[7])
                 for member, content in self._calls() if member == "Notify"]
 

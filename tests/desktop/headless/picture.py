@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Pictures of the screen: read from the memory of the display server, written as PNG."""
+"""Pictures of the screen, read from the memory of the display server and written as PNG."""
 
 import struct
 import zlib
@@ -15,7 +15,7 @@ class Picture:
 
     @classmethod
     def of_window_dump(cls, dump, area=None):
-        """From the format of the X window dump, in which Xvfb keeps its screen. An area is x, y, width and height."""
+        """Reads an X window dump, the format of Xvfb's screen. An area is x, y, width and height."""
         (header, _, _, _, width, height, _, order, _, _, _, bits, stride, _, red, green, blue, _, _, colours) = (
             struct.unpack_from(">20I", dump)
         )
@@ -41,7 +41,7 @@ class Picture:
         return tuple(self._rows[y][x * 3 : x * 3 + 3])
 
     def cut(self, x, y, width, height):
-        """The part of that rectangle that is inside the picture."""
+        """The part of the rectangle that lies inside the picture."""
         left, top, right, bottom = _inside((x, y, width, height), self.width, self.height)
         return Picture(right - left, bottom - top, [row[left * 3 : right * 3] for row in self._rows[top:bottom]])
 
@@ -49,7 +49,7 @@ class Picture:
         return list(self._rows)
 
     def colours(self):
-        """The set of colours in it: one for a blank area."""
+        """The set of its colours; a blank area has one."""
         return {row[at : at + 3] for row in self._rows for at in range(0, len(row), 3)}
 
     def save(self, path):
@@ -57,7 +57,7 @@ class Picture:
             return struct.pack(">I", len(content)) + kind + content + struct.pack(">I", zlib.crc32(kind + content))
 
         header = struct.pack(">IIBBBBB", self.width, self.height, 8, 2, 0, 0, 0)
-        # A filter that subtracts the pixel to the left makes flat areas, of which windows consist, almost vanish.
+        # The filter subtracts the pixel to the left, which compresses the flat areas of windows well.
         lines = b"".join(b"\x01" + row[:3] + _differences(row) for row in self._rows)
         with open(path, "wb") as file:
             file.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header))

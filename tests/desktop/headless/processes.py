@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Processes of a session: how they start, and how every one of them ends."""
+"""Starts the processes of a session, and ends all of them."""
 
 import ctypes
 import os
@@ -10,14 +10,14 @@ import time
 from .waiting import PATIENCE, eventually
 
 _PR_SET_CHILD_SUBREAPER = 36
-# Between a polite end and a hard one.
+# Seconds between SIGTERM and SIGKILL.
 _GRACE = 3.0
-# Of what a program wrote, in characters, for whoever reads an error.
+# How many characters of a program's output to include in an error.
 _ENOUGH = 2000
 
 
 class Program:
-    """A child of this process with a log of its own. The kernel kills it when this process dies."""
+    """A child of this process with its own log. The kernel kills it if this process dies."""
 
     def __init__(self, name, arguments, environment, log, *, user=None, standard_input=None, descriptors=()):
         self.name = name
@@ -44,7 +44,7 @@ class Program:
 
     @property
     def exit_code(self):
-        """As subprocess has it: the negative number of a signal; None while the program runs."""
+        """The exit code, or the negative number of a signal; None while the program runs."""
         return self._process.poll()
 
     @property
@@ -52,12 +52,12 @@ class Program:
         return self.exit_code is None
 
     def output(self):
-        """What it wrote until now, on both of its streams."""
+        """Its output and error output so far."""
         with open(self.log, encoding="utf-8", errors="replace") as file:
             return file.read()
 
     def until(self, condition):
-        """The first true answer of the condition. RuntimeError, with what it wrote, when it ends or takes too long."""
+        """Waits for a true result of the condition; raises RuntimeError if the program ends or takes too long."""
 
         def answer():
             if not self.is_running:
@@ -70,7 +70,7 @@ class Program:
             raise RuntimeError(f"{error}: {self.output()[-_ENOUGH:]}") from None
 
     def wait(self, seconds=PATIENCE):
-        """The exit code, once it has ended."""
+        """Waits for its end; returns the exit code."""
         eventually(lambda: not self.is_running, f"{self.name} to end", seconds)
         return self.exit_code
 
@@ -79,7 +79,7 @@ class Program:
             os.kill(self.pid, number)
 
     def end(self, number=signal.SIGTERM, patience=_GRACE):
-        """Asks it to end, and after so many seconds ends it; returns when it has gone."""
+        """Sends the signal, and SIGKILL after `patience` seconds; waits for the end."""
         self.send(number)
         try:
             self.wait(patience)
@@ -89,7 +89,7 @@ class Program:
 
 
 def adopt_orphans():
-    """From now on whatever a descendant of this process leaves behind becomes a child of this process."""
+    """Makes this process adopt orphaned descendants from now on."""
     if ctypes.CDLL(None, use_errno=True).prctl(_PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0) != 0:
         raise OSError(ctypes.get_errno(), "prctl(PR_SET_CHILD_SUBREAPER)")
 
@@ -101,7 +101,7 @@ def _parents():
             continue
         try:
             with open(f"/proc/{entry}/stat", encoding="utf-8", errors="replace") as file:
-                # The name in parentheses may hold anything, parentheses too.
+                # The name in parentheses may contain anything, even parentheses.
                 fields = file.read().rpartition(")")[2].split()
         except OSError:
             continue
@@ -110,7 +110,7 @@ def _parents():
 
 
 def descendants():
-    """The process ids below this process, zombies left out."""
+    """The process ids of all descendants of this process, without zombies."""
     parents = _parents()
     found, frontier = set(), {os.getpid()}
     while frontier:
@@ -128,7 +128,7 @@ def _reap():
 
 
 def end_descendants(spared=frozenset()):
-    """Ends all descendants but the spared ones, and returns those that even that did not end."""
+    """Ends all descendants but the spared ones; returns those that survived SIGKILL."""
     for number in (signal.SIGTERM, signal.SIGKILL):
         end = time.monotonic() + _GRACE
         remaining = descendants() - spared

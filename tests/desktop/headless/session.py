@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A complete desktop without a screen, which is gone without a trace when it ends."""
+"""A complete desktop without a screen, which leaves nothing behind."""
 
 import os
 import shutil
@@ -15,7 +15,7 @@ from .processes import Program, adopt_orphans, descendants, end_descendants
 from .tray import Tray
 from .waiting import eventually
 
-# What a sanitizer or a coverage tool reads.
+# PATH, and the variables of the sanitizers and of Qt's logging.
 _INHERITED = ("PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "QT_LOGGING_RULES")
 _STARTABLE = ("org.xfce.Xfconf", "org.a11y.Bus")
 _PROMPTERS = ("org.gnome.keyring.SystemPrompter", "org.gnome.keyring.PrivatePrompter")
@@ -27,15 +27,15 @@ KEYRINGS = ("unlocked", "locked", "absent")
 
 
 class Session:
-    """Home, message bus, screen, windows, panel, notifications, keyring and browser of nobody.
+    """A private home, message bus, screen, window manager, panel, notification daemon, keyring and browser.
 
     `windowing` is "x11" (xfwm4) or "wayland" (sway). `tray`, `notifications` and `keyring` choose the program, or
     "none" and "absent"; the components of these names start with the session unless they are named in `late`.
-    Use it as a context: what was started in it, and whatever that left behind, ends with it. A process has one
-    session at a time, and several processes have several.
+    Use it as a context manager: all processes started in it, and their descendants, end with it. A process may have
+    one session at a time; several processes may each have one.
 
-    `screen`, `windows`, `browser` and `posted` (see the classes) are there always; `tray`, `notifications` and
-    `keyring` are None where there shall be none, and `accessibility` unless it is asked for.
+    `screen`, `windows`, `browser` and `posted` (see the classes) always exist. `tray`, `notifications` and `keyring`
+    are None if they are not wanted, and so is `accessibility`.
     """
 
     def __init__(self, windowing="x11", tray=None, notifications=None, keyring="unlocked", *, accessibility=True,
@@ -71,18 +71,18 @@ class Session:
         return path
 
     def start(self, name, arguments, environment=None):
-        """Starts a program in the session, and returns it. Variables in `environment` come to the session's own."""
+        """Starts a program in the session and returns it. `environment` extends the session's environment."""
         return self.launch(name, arguments, environment=self.environment | (environment or {}))
 
     def launch(self, name, arguments, *, environment=None, output=None, **options):
-        """For the parts of the session itself: starts a program that ends with the session, in reverse order."""
+        """Starts a part of the session itself. Parts are ended in reverse order at the end of the session."""
         log = output or f"{self.folder('logs')}/{name}.log"
         program = Program(name, arguments, environment or self.environment, log, **options)
         self._programs.append(program)
         return program
 
     def window_of(self, program):
-        """The window of the program, once it shows exactly one."""
+        """Waits until the program shows exactly one window, and returns it."""
 
         def own():
             found = [window for window in self.windows.list() if window.pid == program.pid]
@@ -91,14 +91,14 @@ class Session:
         return eventually(own, f"one window of {program.name}")
 
     def picture_of(self, program):
-        """A picture of the program's only window, once it is still, with pointer and tooltips out of the way."""
+        """A picture of the program's only window, once it is still, without pointer and tooltips."""
         self.screen.move_pointer(0, self.screen.height - 1)
         window = self.window_of(program)
         eventually(lambda: not self._is_covered(window), "other windows to go from this one")
         return self.screen.settled_picture((window.x, window.y, window.width, window.height))
 
     def _resting_place(self, accessible):
-        """The middle of it, once two looks in a row agree on that: a window that has just opened may still move."""
+        """Its centre, once two readings in a row agree: a window that has just opened may still move."""
         seen = [accessible.middle]
 
         def is_resting():
@@ -112,16 +112,16 @@ class Session:
         return any(other.pid != window.pid and other.overlaps(window) for other in self.windows.list())
 
     def click(self, accessible, button=1):
-        """Clicks in the middle of what the tree of accessible objects shows."""
+        """Clicks in the centre of the accessible object."""
         x, y = self._resting_place(accessible)
         if self._windowing == "wayland":
-            # There a program does not know where its window is.
+            # On Wayland programs do not know the positions of their windows.
             window = next(window for window in self.windows.list() if window.pid == accessible.pid)
             x, y = x + window.x, y + window.y
         self.screen.click(x, y, button)
 
     def end(self):
-        """Ends everything. Raises RuntimeError when a process could not be ended."""
+        """Ends everything. Raises RuntimeError if a process could not be ended."""
         for connection in (self.accessibility, self.bus):
             if connection is not None:
                 connection.close()
@@ -138,7 +138,7 @@ class Session:
         self.environment = self._first_environment()
         self.screen = Screen(self, self._size)
         self.windows = {"x11": X11Windows, "wayland": WaylandWindows}[self._windowing](self, self.screen)
-        # What the bus starts finds the screen and the browser in the environment that the bus has from here.
+        # Activated programs inherit the bus's environment, which therefore needs screen and browser.
         self.browser = Browser(self)
         startable = _STARTABLE if self._keyring == "absent" else _STARTABLE + _PROMPTERS
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.runtime_folder}/bus"

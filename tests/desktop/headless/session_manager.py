@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A session manager of the old kind, which asks the programs of a session to save and to end."""
+"""An XSMP session manager, which asks the programs of a session to save and to end."""
 
 import ctypes
 import select
@@ -20,7 +20,7 @@ _Fatal = ctypes.CFUNCTYPE(None, _Pointer)
 
 
 class SessionManager:
-    """Programs find it at `address`. What they say is heard in `serve`, which somebody calls again and again."""
+    """Programs connect to `address`. `serve` handles their messages and must be called repeatedly."""
 
     def __init__(self):
         self._ice = ctypes.CDLL("libICE.so.6")
@@ -35,7 +35,7 @@ class SessionManager:
             b"velmora tests", b"1", self._new_client, None, self._may_connect, _ERROR_ROOM, error
         ):
             raise RuntimeError(error.value.decode())
-        # A connection that breaks off ends the connection, not the test.
+        # By default libICE ends the process when a connection breaks.
         self._ice.IceSetIOErrorHandler(self._ignored)
         count, self._listeners = ctypes.c_int(), ctypes.POINTER(_Pointer)()
         if not self._ice.IceListenForConnections(
@@ -49,11 +49,11 @@ class SessionManager:
 
     @property
     def clients(self):
-        """How many programs have joined and not left."""
+        """The number of connected programs."""
         return len(self._clients)
 
     def serve(self):
-        """Hears what has been said by now."""
+        """Handles all messages that have arrived."""
         sources = {self._ice.IceGetListenConnectionNumber(_Pointer(one)): one for one in self._listeners[: self._count]}
         sources |= {self._ice.IceConnectionNumber(_Pointer(one)): one for one in self._connections}
         for number in select.select(list(sources), [], [], 0)[0]:
@@ -65,13 +65,13 @@ class SessionManager:
                 self._connections.remove(sources[number])
 
     def save(self):
-        """Asks everybody to save, as at the end of a session."""
+        """Asks all programs to save, as at the end of a session."""
         self.saved = 0
         for client in self._clients:
             self._sm.SmsSaveYourself(_Pointer(client), _SAVE_LOCAL, True, _NO_INTERACTION, False)
 
     def end_session(self):
-        """Tells everybody to end."""
+        """Tells all programs to end."""
         for client in self._clients:
             self._sm.SmsDie(_Pointer(client))
 
@@ -82,7 +82,7 @@ class SessionManager:
         self._new_client = _NewClient(self._greet)
         self._may_connect = _MayConnect(lambda host: 1)
         self._ignored = _Fatal(lambda connection: None)
-        # In the order of the library, each with a pointer of its owner's.
+        # In the order of the library's structure, each followed by its client data.
         self._callbacks = [
             _Register(self._register),
             _Notice(lambda client, data, kind: None),

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Panels that show tray items, and what is known about the items."""
+"""Panels that show tray items, and the items themselves."""
 
 import dataclasses
 import os
@@ -58,7 +58,7 @@ _WAYBAR = """\
 {"layer": "top", "position": "top", "height": 28, "modules-right": ["tray"], "tray": {"icon-size": 20, "spacing": 6}}
 """
 
-# The command of each panel, the file that configures it below the folder of configurations, and its content.
+# The command of each panel, its file below the configuration folder, and the contents of that.
 _PANELS = {
     "xfce": (
         ["xfce4-panel", "--disable-wm-check", "--sm-client-disable"],
@@ -71,7 +71,7 @@ _PANELS = {
 
 
 class Tray(Component):
-    """A panel across the top of the screen whose only content is the tray, at its right end."""
+    """A panel at the top of the screen that holds only the tray, at its right end."""
 
     name = "panel"
     service = _WATCHER[0]
@@ -82,7 +82,7 @@ class Tray(Component):
 
     def prepare(self):
         path = f"{self.session.environment['XDG_CONFIG_HOME']}/{self._file}"
-        # What the panel itself wrote since then stays.
+        # Keep what the panel has written since.
         if not os.path.exists(path):
             os.makedirs(os.path.dirname(path), exist_ok=True)
             with open(path, "w", encoding="utf-8") as file:
@@ -95,7 +95,7 @@ class Tray(Component):
             return False
 
     def items(self):
-        """The registered items whose program answers; none while there is no watcher."""
+        """The registered items whose programs answer; none without a watcher."""
         bus = self.session.bus
         try:
             registered = bus.read(*_WATCHER, "RegisteredStatusNotifierItems")
@@ -110,30 +110,30 @@ class Tray(Component):
         return items
 
     def item(self):
-        """The only item, once it is registered."""
+        """Waits for an item and returns it; there must be only one."""
         found = eventually(self.items, "an item in the tray")
         if len(found) != 1:
             raise AssertionError(f"{len(found)} items are in the tray")
         return found[0]
 
     def click(self, button=1):
-        """Clicks where the panel draws its only item, once it is drawn."""
+        """Waits until the only item is drawn, and clicks it."""
         eventually(self._is_drawn, "the item to be drawn")
         self.session.screen.click(*self.place(), button)
 
     def _is_drawn(self):
-        """The panel itself has one colour there, its edges left out."""
+        """Whether the item's place has several colours; an empty panel has one."""
         x, y = self.place()
         return len(self.session.screen.picture((x - 8, y - 8, 16, 16)).colours()) > 1
 
     def place(self):
-        """The middle of the only item."""
+        """The centre of the only item."""
         return self.session.screen.width - _HEIGHT // 2 - 2, _HEIGHT // 2
 
 
 @dataclasses.dataclass(frozen=True)
 class MenuEntry:
-    """A line of an item's menu, as a desktop that draws the menu reads it."""
+    """An entry of an item's menu, as a desktop reads it from the bus."""
 
     number: int
     label: str
@@ -142,7 +142,7 @@ class MenuEntry:
 
 
 class TrayItem:
-    """A StatusNotifierItem as its program describes it on the bus."""
+    """A StatusNotifierItem on the bus."""
 
     def __init__(self, bus, service, path):
         self._bus = bus
@@ -159,11 +159,11 @@ class TrayItem:
         return self._bus.process_of(self._address[0])
 
     def read(self, name):
-        """A property by its name in the protocol, such as "Title", "Status" or "ToolTip"."""
+        """A property of the protocol, such as "Title", "Status" or "ToolTip"."""
         return self._bus.read(*self._address, _ITEM, name)
 
     def activate(self, x, y):
-        """What a panel calls on a left click."""
+        """Does what a panel does for a left click."""
         self._bus.call(*self._address, _ITEM, "Activate", "(ii)", x, y)
 
     def menu(self):
@@ -180,7 +180,7 @@ class TrayItem:
         return entries
 
     def choose(self, label):
-        """Clicks the entry of the menu that is labelled so, mnemonics left out."""
+        """Clicks the menu entry with this label, mnemonics ignored."""
         for entry in self.menu():
             if entry.label.replace("_", "") == label:
                 data = GLib.Variant("i", 0)

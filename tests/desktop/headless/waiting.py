@@ -1,15 +1,15 @@
 # SPDX-License-Identifier: MIT
-"""Waiting for other processes, which announce nothing: by looking again and again."""
+"""Waits for other processes by polling."""
 
 import time
 
-# Long enough for a machine whose processors are all busy with something else; nobody waits for it when all goes well.
+# Seconds. Long enough for a very busy machine; used up only on failure.
 PATIENCE = 60.0
 _PAUSE = 0.02
 
 
 def eventually(condition, what, seconds=PATIENCE):
-    """Returns the first true answer of the condition. Raises TimeoutError, which names what did not come."""
+    """Returns the first true result of the condition. Raises TimeoutError, which names `what`."""
     end = time.monotonic() + seconds
     while True:
         answer = condition()
@@ -21,7 +21,7 @@ def eventually(condition, what, seconds=PATIENCE):
 
 
 def never(condition, what, seconds):
-    """Looks for that long whether the condition stays untrue; raises AssertionError when it comes true."""
+    """Raises AssertionError if the condition becomes true within this time."""
     end = time.monotonic() + seconds
     while time.monotonic() < end:
         if condition():
