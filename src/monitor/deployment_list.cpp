@@ -20,10 +20,10 @@ namespace
 constexpr auto kResultLifetime = 24h;
 constexpr auto kActiveLifetime = 7 * 24h;
 
-/// Deployments on their way into a list, each where it still stands.
+/// Deployments chosen for a list, as pointers into the lists that hold them.
 using Candidates = std::vector<const DeploymentSnapshot *>;
 
-/// Of each id the one with the later update; of equals the last one, which is the one fetched last.
+/// Finds for each id the deployment with the latest update; of equal ones the last, which was fetched last.
 class LatestByID
 {
 public:
@@ -45,7 +45,7 @@ public:
         }
     }
 
-    /// The deployment with this id, which takeRest() then leaves out; null where there is none.
+    /// The deployment with this id, which takeRest() leaves out from then on; null when there is none.
     const DeploymentSnapshot *take(const QString &id)
     {
         const auto place = placeOf(id);
@@ -55,7 +55,7 @@ public:
         return &m_deployments.at(place);
     }
 
-    /// The latest of every id that was not taken, in their order.
+    /// Appends the deployments that were not taken, one for each id, in their order.
     void takeRest(Candidates &candidates) const
     {
         for (qsizetype i = 0; i < m_deployments.size(); ++i) {
@@ -78,7 +78,7 @@ private:
     std::vector<bool> m_isLeft;
 };
 
-/// Known ids that are unique stay so.
+/// Holds each id once if `known` does.
 Candidates mergedCandidates(
     const QList<DeploymentSnapshot> &known, const QList<DeploymentSnapshot> &fetched, const Replacing &isReplaced)
 {
@@ -97,8 +97,7 @@ Candidates mergedCandidates(
     return merged;
 }
 
-/// What is shown, and in which order, depends on this alone: beside the deployment, so that sorting does not run all
-/// over the memory.
+/// What filtering and sorting depend on, copied out of the deployment, so that sorting reads contiguous memory.
 struct Rank {
     bool isActive;
     Instant updatedAt;
@@ -120,7 +119,7 @@ void appendIfShown(Ranks &ranks, const DeploymentSnapshot &deployment, Instant n
         ranks.push_back(rank);
 }
 
-/// Keeps of each id the one with the later update, at the place of the first one.
+/// Keeps for each id the deployment with the latest update, at the place of the first one.
 Ranks uniqueByID(const Ranks &ranks)
 {
     Ranks unique;
@@ -149,15 +148,15 @@ Candidates sorted(Ranks ranks)
     return candidates;
 }
 
-/// Brings the candidates, all of which stand in the list, to its front in their order, and drops the others. Nothing
-/// is allocated for it, which matters for lists of megabytes.
+/// Moves the candidates, all of which are elements of the list, to its front in their order, and drops the others. It
+/// swaps in place and copies no deployment, because a list may take megabytes.
 void arrange(QList<DeploymentSnapshot> &own, const Candidates &candidates)
 {
     DeploymentSnapshot *const first = own.data();
     std::vector<std::ptrdiff_t> takenFrom(candidates.size());
     for (std::size_t place = 0; place < candidates.size(); ++place) {
         std::ptrdiff_t from = candidates[place] - first;
-        // What stood before this place was swapped to where its successor came from.
+        // An element from before this place was swapped to where the element now in its place came from.
         while (from < static_cast<std::ptrdiff_t>(place))
             from = takenFrom[static_cast<std::size_t>(from)];
         takenFrom[place] = from;
@@ -167,7 +166,7 @@ void arrange(QList<DeploymentSnapshot> &own, const Candidates &candidates)
     own.resize(static_cast<qsizetype>(candidates.size()));
 }
 
-/// The deployments themselves: those of `own`, if nobody else uses it, are moved rather than copied.
+/// The deployments that the candidates point to. If all are in `own`, and it is not shared, they are moved.
 QList<DeploymentSnapshot> collected(const Candidates &candidates, QList<DeploymentSnapshot> own)
 {
     const auto *const first = own.constData();

@@ -12,15 +12,15 @@
 namespace velmora
 {
 
-// Lists that are handed over are used up rather than copied: a list has tens of thousands of deployments, and each of
-// them a dozen texts.
+// Lists passed by value are consumed, not copied: a list may hold tens of thousands of deployments with a dozen strings
+// each.
 
 /// What is worth showing at `now`, in the order in which it is shown: active deployments of the last seven
 /// days first, then results of the last 24 hours, each newest first; inactive ones never. Of two with
 /// one id the later update counts. Equal times keep their order.
 [[nodiscard]] QList<DeploymentSnapshot> filteredAndSorted(QList<DeploymentSnapshot> deployments, Instant now);
 
-/// Whether a known deployment gives way to what was fetched.
+/// Whether a known deployment is replaced by what was fetched.
 using Replacing = std::function<bool(const DeploymentSnapshot &)>;
 
 /// What is known after a fetch: known deployments for which `isReplaced` holds give way to the fetched ones,
@@ -29,12 +29,12 @@ using Replacing = std::function<bool(const DeploymentSnapshot &)>;
 [[nodiscard]] QList<DeploymentSnapshot> merged(
     const QList<DeploymentSnapshot> &known, QList<DeploymentSnapshot> fetched, const Replacing &isReplaced);
 
-/// filteredAndSorted() of what is merged(), without the list between the two.
+/// filteredAndSorted() of merged(), without building the merged list.
 [[nodiscard]] QList<DeploymentSnapshot> shownAfterFetch(const QList<DeploymentSnapshot> &known,
     QList<DeploymentSnapshot> fetched, const Replacing &isReplaced, Instant now);
 
-/// Finds the repository of a deployment: by node id and, since GitHub may answer with another form of the
-/// id than it was asked with, by name.
+/// Finds the repository of a deployment by node id, else by name: GitHub may answer with another form of the id than
+/// the one in the request.
 class RepositoryIndex
 {
 public:

@@ -18,7 +18,7 @@ enum class MissingStep {
     Selection, ///< every repository is switched off
 };
 
-/// How the deployments on show stand. Each case uses the fields that its maker below takes.
+/// How current the deployments on show are. Each case uses the fields that its factory function below takes.
 struct DeploymentMonitorState {
     enum class Case {
         Loading,
@@ -29,7 +29,7 @@ struct DeploymentMonitorState {
     };
 
     Case state = Case::Loading;
-    /// Of Loading: whether there is anything to show meanwhile.
+    /// Of Loading: whether the list on show is not empty.
     bool hasContent = false;
     /// The last successful refresh, as far as the case carries one.
     std::optional<Instant> lastUpdatedAt;

@@ -13,15 +13,15 @@
 namespace velmora
 {
 
-/// Which identities fail, why, and when each is tried again: after 5, 10, 20 … up to 300 seconds, a
-/// little less by chance, so that many machines do not come back in step.
+/// Which identities fail, why, and when each is tried again: after 5, 10, 20 … up to 300 seconds. Chance shortens each
+/// wait by up to a fifth, so that many machines do not come back in step.
 class IdentityHealth
 {
 public:
     /// `random` gives numbers from 0 to below 1.
     explicit IdentityHealth(std::function<double()> random);
 
-    /// One more failure in a row.
+    /// Counts one more failure in a row, and starts the wait.
     void recordFailure(qint64 identityID, const QString &description, Instant now);
     void recordSuccess(qint64 identityID) { m_failures.remove(identityID); }
     /// Forgets the identities that are not among these.

@@ -10,21 +10,21 @@
 namespace velmora
 {
 
-/// Of which repositories GitHub has told in this run. What it tells of one for the first time is that repository's
-/// history; only what happens after it is news.
+/// The repositories that GitHub has answered for in this run. The first answer for a repository is its history; only
+/// what happens after it is news.
 class LiveRepositories
 {
 public:
-    /// GitHub has told of these. Returns those that are new.
+    /// Adds repositories that were answered. Returns those that are new.
     QList<RepositoryRecord> add(const QList<RepositoryRecord> &fetched);
 
-    /// Forgets the repositories that are no longer monitored: whatever happens to them until they are monitored again
-    /// is history by then. `unloaded` are the identities whose repositories are not known at the moment, so that
-    /// theirs are not missing for good.
+    /// Forgets the repositories that are no longer monitored: what happens to them until they are monitored again is
+    /// history by then. Repositories of `unloaded` identities stay, since which ones are monitored is not known.
     void retain(const QList<RepositoryRecord> &monitored, const QSet<qint64> &unloaded);
 
 private:
-    QHash<QString, qint64> m_identities; ///< by the id of the repository, through which it was fetched
+    QHash<QString, qint64>
+        m_identities; ///< the identity through which a repository was fetched, by the id of the repository
 };
 
 } // namespace velmora

@@ -11,7 +11,7 @@
 namespace velmora
 {
 
-/// Keeps a place for each id. It holds hashes rather than ids, so that most lookups touch one line of memory.
+/// Maps ids to places in a list. It stores hashes instead of ids, so that most lookups touch one cache line.
 class PlacesByID
 {
 public:
@@ -22,7 +22,7 @@ public:
     {
     }
 
-    /// The place kept for the id, to be changed at will; kNone at first. `idAt` gives the id at a place.
+    /// The place of the id, which the caller may change; kNone at first. `idAt` returns the id at a place.
     template <typename IDAt>
     quint32 &of(const QString &id, const IDAt &idAt)
     {

@@ -19,20 +19,21 @@ enum class PollingDecision {
     Nothing,
 };
 
-/// What the monitor goes by when it decides.
+/// The facts on which a decision rests.
 struct PollingSituation {
-    /// When the installations of the identity were loaded for which that is longest ago; absent while none are known.
+    /// The earliest time at which installations of an identity that may be asked were loaded; absent while none are
+    /// known.
     std::optional<Instant> installationsLoadedAt;
     std::optional<Instant> lastRefreshedAt; ///< all deployments
     bool hasActiveDeployment = false;
 };
 
-/// Installations every hour, all deployments every 30 seconds, and whatever is under way with every tick. A
-/// clock that was set back makes everything due that now lies in the future.
+/// Installations are due every hour, all deployments every 30 seconds, and active deployments with every tick. After
+/// the clock was set back, what was done at a time that now lies in the future is due.
 [[nodiscard]] PollingDecision decide(const PollingSituation &situation, Instant now);
 
-/// Whether the installations of an identity, which were loaded then, are asked for when all deployments are: after an
-/// hour, or already now if new ones are expected. What was loaded a moment ago serves for both.
+/// Whether installations that were loaded at `loadedAt` are loaded again with a full refresh: after an hour, and while
+/// new ones are expected with every one, unless they were loaded within the last tick.
 [[nodiscard]] bool areInstallationsDue(Instant loadedAt, bool areExpected, Instant now);
 
 } // namespace velmora

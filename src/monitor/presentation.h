@@ -10,7 +10,7 @@
 namespace velmora
 {
 
-/// The monitor in one glance: what the tray item and the terminal's first line are made of.
+/// The monitor's state in one value, from which the tray item and the terminal's first line are made.
 struct DeploymentMonitorPresentation {
     DeploymentMonitorState::Case state = DeploymentMonitorState::Case::Loading;
     /// Of Ready: listed deployments that are under way, and that failed. Else 0.

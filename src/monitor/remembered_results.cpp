@@ -15,7 +15,7 @@ namespace
 const QString kFailuresKey = QStringLiteral("deployments.notifiedFailures");
 const QString kSuccessesKey = QStringLiteral("deployments.notifiedSuccesses");
 const QString kWaitingKey = QStringLiteral("deployments.waitingResults");
-/// For each result the day on which its deployment was last seen: "2026-05-01 ID:failure".
+/// The day on which the deployment of each result was last seen: "2026-05-01 ID:failure".
 const QString kLastSeenKey = QStringLiteral("deployments.resultsLastSeen");
 constexpr qsizetype kDayLength = 10;
 constexpr qint64 kDaysToForget = 30;
@@ -67,7 +67,7 @@ void RememberedResults::keep(const Changes &changes)
 {
     const QString day = today();
     const bool isNewDay = m_day != day;
-    // Both lists are there from the beginning, however empty.
+    // Both lists exist from the first call on, even when empty.
     ListChanges lists;
     if (m_day.isEmpty())
         lists = {{kFailuresKey, {}}, {kSuccessesKey, {}}};
@@ -97,7 +97,7 @@ void RememberedResults::keep(const Changes &changes)
         store(lists);
 }
 
-/// The keys of what is seen for the first time on this day.
+/// The keys of the results that were not seen on this day before. Marks them as seen.
 QSet<QString> RememberedResults::notSeenToday(const QList<DeploymentSnapshot> &seen)
 {
     if (const QString day = today(); m_day != day) {
@@ -115,7 +115,7 @@ QSet<QString> RememberedResults::notSeenToday(const QList<DeploymentSnapshot> &s
     return unseen;
 }
 
-/// What has no day yet, from before there were days, gets this one.
+/// Forgets the results that were last seen 30 days ago. Results saved without a day get the current one.
 void RememberedResults::forgetOld(const Keys &keys, ListChanges &changes) const
 {
     const QString day = today();

@@ -15,8 +15,8 @@ namespace velmora
 
 class Clock;
 
-/// Which results need no announcement any more, and which wait for theirs. Kept in the preferences, where every Velmora
-/// of the profile adds to them and none replaces them.
+/// Which results need no announcement any more, and which wait for theirs. They are kept in the preferences: every
+/// Velmora process of the profile adds to the lists, and none replaces them.
 ///
 /// A result is forgotten 30 days after its deployment was last seen.
 class RememberedResults
@@ -24,8 +24,8 @@ class RememberedResults
 public:
     /// Results by their keys.
     struct Keys {
-        QSet<QString> known; ///< taken note of, or announced, by whichever Velmora
-        QSet<QString> waiting; ///< to be announced when it is their turn, perhaps by a Velmora that has ended since
+        QSet<QString> known; ///< noted or announced, by any process
+        QSet<QString> waiting; ///< still to be announced; the process that queued them may have ended
     };
 
     /// What a list of deployments adds to them.
@@ -38,17 +38,17 @@ public:
     /// The pointers are not owned and outlive this object.
     RememberedResults(Preferences *defaults, const Clock *clock);
 
-    /// As they are known now. Costs as much as there is.
+    /// Reads all of them from the preferences, which takes time in proportion to their number.
     [[nodiscard]] Keys keys() const;
 
-    /// Keeps all of it in one step. What is kept like that already costs nothing.
+    /// Stores the changes in one step. What is stored already is not written again.
     void keep(const Changes &changes);
 
-    /// Takes a result that waits, and returns whether it is the caller's to announce: it is known from then on, and no
-    /// other Velmora gets it. What ends a Velmora between the two leaves nothing that would be announced twice.
+    /// Moves a waiting result to the known ones, and returns whether the caller is the one to announce it. Only one
+    /// process gets true. A process that ends before it announces loses the notification, but none appears twice.
     [[nodiscard]] QCoro::Task<bool> claim(DeploymentSnapshot result);
 
-    /// The result does not wait any more, and is not known either.
+    /// Takes the result out of the waiting ones without making it known.
     void giveUp(const DeploymentSnapshot &result);
 
 private:
@@ -60,7 +60,7 @@ private:
 
     Preferences *m_defaults;
     const Clock *m_clock;
-    QString m_day; ///< the latest on which anything was kept
+    QString m_day; ///< the last day on which keep() was called
     QSet<QString> m_seenOnDay;
 };
 

@@ -32,8 +32,8 @@ QHash<QString, DeploymentState> statesByID(const QList<DeploymentSnapshot> &depl
     QHash<QString, DeploymentState> states;
     states.reserve(deployments.size());
     for (const auto &deployment : deployments) {
-        // The list is unique by construction. If it ever is not, what people are told is no longer
-        // trustworthy, and going on would hide it.
+        // The list is unique by construction. If an id is repeated, notifications can no longer be trusted, and going
+        // on would hide the fault.
         if (states.contains(deployment.id))
             qFatal("The list of deployments holds an id twice.");
         states.insert(deployment.id, deployment.state);
@@ -41,14 +41,14 @@ QHash<QString, DeploymentState> statesByID(const QList<DeploymentSnapshot> &depl
     return states;
 }
 
-/// Whether the deployment had another outcome before, or none.
+/// Whether the deployment had another result before, or none.
 bool isNew(const DeploymentSnapshot &result, DeploymentState before)
 {
     return isFailure(result.state) ? !isFailure(before) : !isSuccess(before);
 }
 
-/// Whether nobody is to be told: the list did not hold the deployment as under way, and no run has put the result into
-/// its queue.
+/// Whether the result is not to be announced: the list did not hold the deployment as under way, and no run has queued
+/// the result.
 bool isHistory(const DeploymentSnapshot &result, DeploymentState before, const RememberedResults::Keys &keys)
 {
     return !isActive(before) && !keys.waiting.contains(resultKey(result));
@@ -82,7 +82,7 @@ void ResultAnnouncer::process(const QList<DeploymentSnapshot> &previous, const Q
         m_scope.launch(postQueue(), "Announcing results");
 }
 
-/// Which of the results are history, and which are to be posted, failures first.
+/// Sorts the results into history and those to be posted, failures first.
 void ResultAnnouncer::sortOut(const QList<DeploymentSnapshot> &results, const States &before, bool isFirst,
     RememberedResults::Changes &changes) const
 {
@@ -125,7 +125,7 @@ bool ResultAnnouncer::isQueued(const DeploymentSnapshot &result) const
         [&](const DeploymentSnapshot &queued) { return queued.id == result.id && queued.state == result.state; });
 }
 
-/// Posts what waits, and what comes to it meanwhile, until nothing is left.
+/// Posts until the queue is empty, including what is queued meanwhile.
 QCoro::Task<> ResultAnnouncer::postQueue()
 {
     const QPointer<ResultAnnouncer> self(this);
@@ -143,8 +143,8 @@ QCoro::Task<> ResultAnnouncer::postQueue()
     m_isPosting = false;
 }
 
-/// The result is remembered before it is handed over: what ends the program in between costs one notification, while
-/// the other way round it would be posted twice.
+/// Remembers the result before it posts: if the program ends in between, one notification is lost. In the other order
+/// it would be posted twice.
 QCoro::Task<> ResultAnnouncer::post(DeploymentSnapshot result)
 {
     if (!isEnabled(result)) {

@@ -11,11 +11,11 @@
 namespace velmora
 {
 
-/// Posts one notification for each deployment and result, ever, whichever Velmora of the profile sees it first: what
-/// was announced is remembered in the preferences. Which kinds are posted is read from the preferences each time.
+/// Posts at most one notification for each deployment and result, over all processes and runs of the profile: what was
+/// announced is remembered in the preferences. Which kinds are posted is read from the preferences each time.
 ///
-/// What is to be posted waits in a queue of its own, in order, one at a time, and holds nothing else up. The queue is
-/// kept: what a Velmora has not posted when it ends, the next one posts.
+/// Notifications are posted in order, one at a time, from a queue that holds up no refresh. The queue is saved: what a
+/// process has not posted when it ends, the next one posts.
 class ResultAnnouncer final : public QObject
 {
     Q_OBJECT
@@ -25,7 +25,7 @@ public:
     ResultAnnouncer(
         DeploymentNotifying *notifier, Preferences *defaults, const Clock *clock, QObject *parent = nullptr);
 
-    /// Whether process() has taken note of what was there when this run began.
+    /// Whether process() was called in this run.
     [[nodiscard]] bool hasCompletedLiveRefresh() const { return m_hasCompletedLiveRefresh; }
 
     /// Queues the results of `updated` that `previous` did not have, failures first. The first call takes note of
@@ -33,8 +33,8 @@ public:
     /// could not be delivered counts as announced. A repeated id in `previous` is a fatal error.
     void process(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated);
 
-    /// Takes note of the results among the deployments without announcing them: history, but for the ends of
-    /// deployments that were under way in `previous`, and for what an earlier run has not posted.
+    /// Notes the results among the deployments as history, which is not announced. Left out are the ends of
+    /// deployments that were under way in `previous`, and results that an earlier run has not posted.
     void takeNote(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &deployments);
 
 private:

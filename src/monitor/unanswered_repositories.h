@@ -10,19 +10,19 @@
 namespace velmora
 {
 
-/// The repositories of which GitHub told nothing when they were last asked for, and why.
+/// The repositories for which GitHub gave a reason instead of an answer when they were last asked for.
 class UnansweredRepositories
 {
 public:
-    /// These were asked for, and these among them were not answered.
+    /// Records that `asked` were asked for, and that `unanswered` among them were not answered.
     void note(const QList<RepositoryRecord> &asked, const QList<UnansweredRepository> &unanswered);
 
-    /// Forgets what is no longer monitored.
+    /// Forgets the repositories that are no longer monitored.
     void retain(const QList<RepositoryRecord> &monitored);
 
     [[nodiscard]] bool contains(const RepositoryRecord &record) const { return m_reasons.contains(record.id()); }
 
-    /// Of the repositories that the identity reaches: each reason once, behind the names of those that it is about.
+    /// A line for each reason among the repositories of the identity: names of repositories, then the reason.
     [[nodiscard]] QStringList lines(qint64 identityID) const;
 
 private:

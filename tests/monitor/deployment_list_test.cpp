@@ -164,7 +164,7 @@ private Q_SLOTS:
         const auto replacing = [isReplaced](const DeploymentSnapshot &) {
             return isReplaced;
         };
-        // Numbers that share no factor: every state meets every age, and lists overlap, repeat and disagree.
+        // The moduli share no factor, so that every state meets every age, and lists overlap, repeat and disagree.
         const auto list = [](int first, int step) {
             QList<DeploymentSnapshot> made;
             for (int i = first; i < 1'000; i += step) {

@@ -26,7 +26,7 @@ FakeGitHub::Repository repository(
 
 } // namespace
 
-/// What is announced, and what is history.
+/// Which results are announced, and which are history.
 class DeploymentMonitorNewsTest final : public QObject
 {
     Q_OBJECT
@@ -243,7 +243,7 @@ private:
         return std::make_exception_ptr(TransportError(TransportError::Kind::Network, u"no network"_s));
     }
 
-    /// Deployments under way, each of the repository that its letter names.
+    /// Deployments under way, each in the repository named by its first letter.
     void save(const QStringList &ids, Instant savedAt)
     {
         DeploymentCachePayload payload;

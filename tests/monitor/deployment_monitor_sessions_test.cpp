@@ -165,7 +165,7 @@ private Q_SLOTS:
     void savedDeploymentsOfWhoeverIsRemovedLeaveOnceItIsKnownWhoseTheyAre()
     {
         showBoth();
-        // Another start: nothing is known but what was saved.
+        // The program starts again and knows only what was saved.
         f->build();
         f->github.clearLog();
         awaitValue(f->authentication->remove(2));
@@ -242,7 +242,7 @@ private:
         QCOMPARE(f->shownIDs(), (QStringList{text("a1"), text("b1"), text("s1")}));
     }
 
-    /// What another process has connected arrives with the preferences.
+    /// Accounts that another process connects arrive with the preferences.
     void join() { f->defaults.setValue(text("github.accounts"), encodeJSON(f->accounts)); }
     void joinAlice()
     {

@@ -111,7 +111,7 @@ private:
         f->build();
     }
 
-    /// GitHub has renewed alice's token for another process, which has told nobody: the stored one is dead, but can
+    /// GitHub has renewed alice's token for another process, which has not stored it: the stored one is dead, but can
     /// be renewed into this one.
     void renewAliceInto(const char *token)
     {
@@ -341,7 +341,7 @@ private Q_SLOTS:
         QVERIFY(f->monitor->message().startsWith(text("alice: ")));
         QVERIFY(f->github.queries.isEmpty());
         keyring->isLocked = false;
-        // The store looks at the keyring once a minute, the monitor by now only every five.
+        // The store reads the keyring once a minute, while the back-off of the monitor has grown to five minutes.
         f->clock.advance(65s);
         QCOMPARE(f->authentication->sessions().first().status, GitHubSessionStatus::Connected);
         QCOMPARE(stateOf(*f), Case::Ready);
@@ -375,7 +375,7 @@ private Q_SLOTS:
         f->github.clearLog();
         keyring->release();
         drainEvents();
-        // What has arrived is used at once.
+        // A credential that has arrived is used at once.
         QVERIFY(f->github.queries.contains(text("alice: R_a")));
         QCOMPARE(stateOf(*f), Case::Ready);
     }
@@ -493,7 +493,7 @@ private Q_SLOTS:
         auto shown = f->shownIDs();
         shown.sort();
         QCOMPARE(shown, texts({"a1", "b-saved"}));
-        // The installations of bob are asked for again, not only once an hour.
+        // The installations of bob are loaded again before the hour is over.
         bob().transportFailure = nullptr;
         bob().repositories = {repository("R_b", "bob/b", {deployment("b1", "SUCCESS")})};
         f->tickAfter(5s);

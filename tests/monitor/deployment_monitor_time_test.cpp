@@ -43,7 +43,7 @@ std::exception_ptr silence()
 
 } // namespace
 
-/// Requests take their time, and things happen meanwhile.
+/// The time that requests take, and what happens meanwhile.
 class DeploymentMonitorTimeTest final : public QObject
 {
     Q_OBJECT

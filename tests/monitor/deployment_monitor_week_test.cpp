@@ -17,7 +17,7 @@ struct Counters {
     int lists = 0;
 };
 
-/// A GitHub that always says the same, from text made once: what is measured in patience here is the loop.
+/// A GitHub that always gives the same answer, without building it each time: this test is about the loop.
 HTTPResponse answer(const HTTPRequest &request, Counters &counters)
 {
     const QByteArray path = request.url.path().toLatin1();
@@ -42,7 +42,7 @@ HTTPResponse answer(const HTTPRequest &request, Counters &counters)
 
 } // namespace
 
-/// A week of the polling loop on a clock of the test's own. That it takes a moment is the point of the clock.
+/// A week of the polling loop on a fake clock, which makes it a moment.
 class DeploymentMonitorWeekTest : public QObject
 {
     Q_OBJECT
@@ -65,7 +65,7 @@ private Q_SLOTS:
         QCOMPARE(counters.lists, 7 * 24 * 2);
         QCOMPARE(f.clock.requestedSleeps.size(), 7 * 24 * 3600 / 5 + 1);
         QCOMPARE(f.monitor->state().state, DeploymentMonitorState::Case::Ready);
-        // The result was shown for a day.
+        // The result was shown for a day, and is not shown any more.
         QVERIFY(f.monitor->deployments().isEmpty());
         QCOMPARE(f.github.session->mostOpenRequests, 1);
         QCOMPARE(f.notifier.announced, QStringList());

@@ -128,7 +128,7 @@ private Q_SLOTS:
         run(announcer, {make("a", InProgress)}, {make("a", Success)});
         QCOMPARE(notifier.announced, QStringList());
         QCOMPARE(defaults->stringList(kSuccesses), QStringList());
-        // Switched on now, the result is old news: it was a success before this fetch.
+        // Switched on only now: the deployment had succeeded before this fetch.
         defaults->values[QStringLiteral("general.successNotificationsEnabled")] = true;
         run(announcer, {make("a", Success)}, {make("a", Success)});
         QCOMPARE(notifier.announced, QStringList());
@@ -200,7 +200,7 @@ private Q_SLOTS:
         notifier.gate.emplace();
         run(announcer, {}, {make("a", Failure), make("b", Failure)});
         QCOMPARE(notifier.announced, texts({"failure a"}));
-        // What comes meanwhile waits for its turn, and what waits is not queued again.
+        // Results that come meanwhile are queued, and none is queued twice.
         run(announcer, {}, {make("a", Failure), make("b", Failure), make("c", Failure)});
         QCOMPARE(notifier.announced, texts({"failure a"}));
         const auto gate = *notifier.gate;

@@ -56,7 +56,7 @@ private Q_SLOTS:
         UnansweredRepositories unanswered;
         unanswered.note({record(u"web"_s)}, {{u"R_web"_s, u"Sign in."_s}});
         QVERIFY(unanswered.contains(record(u"web"_s)));
-        // Of the others nothing was asked.
+        // Only api is asked for: the reason of web stays.
         unanswered.note({record(u"api"_s)}, {});
         QVERIFY(unanswered.contains(record(u"web"_s)));
         unanswered.note({record(u"web"_s)}, {});
