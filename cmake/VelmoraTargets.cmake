@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# The targets of Velmora: one library for each folder, seeing only the headers of what it links.
+# The targets of Velmora: one library for each folder, which sees only the headers of the libraries it links.
 
 # Compiler and linker options of all targets, tests included.
 add_library(velmora_common_options INTERFACE)

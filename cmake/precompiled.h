@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Included by force into every file of the build; holds only headers that almost every file needs.
+// Force-included into every source file; contains only headers that almost all of them need.
 #pragma once
 
 #include <QCoroTask>

@@ -9,7 +9,7 @@
 namespace velmora
 {
 
-/// The titles under which deployments are shown, in their order.
+/// The sections of a list of deployments, in their order.
 enum class DeploymentSectionKind {
     InProgress,
     Failed,
@@ -19,7 +19,7 @@ enum class DeploymentSectionKind {
 [[nodiscard]] DeploymentSectionKind sectionOf(DeploymentState state);
 [[nodiscard]] QString sectionTitle(DeploymentSectionKind kind);
 
-/// Deployments that are shown under one title.
+/// The deployments of one section.
 struct DeploymentSection {
     QString title;
     QList<DeploymentSnapshot> deployments;
@@ -27,15 +27,14 @@ struct DeploymentSection {
     friend bool operator==(const DeploymentSection &, const DeploymentSection &) = default;
 };
 
-/// The list cut into "In progress", "Failed" and "Completed", each in the order of the list. A section
-/// without deployments is left out.
+/// Divides the list into "In progress", "Failed" and "Completed" and keeps its order. Empty sections are left out.
 [[nodiscard]] QList<DeploymentSection> deploymentSections(const QList<DeploymentSnapshot> &deployments);
 
 /// The first 7 characters of the commit.
 [[nodiscard]] QString shortCommit(const DeploymentSnapshot &deployment);
 
-/// What the second line of a deployment says: the ref when there is one, the short commit and how long ago
-/// the deployment changed.
+/// The parts of a deployment's second line: the ref if there is one, the short commit, and the time since its last
+/// change.
 [[nodiscard]] QStringList deploymentDetails(const DeploymentSnapshot &deployment, Instant now);
 
 } // namespace velmora

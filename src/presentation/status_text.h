@@ -10,7 +10,7 @@
 namespace velmora
 {
 
-/// The line under the title: how the monitor stands, in words. Times are in the person's zone and locale.
+/// The line below the title: the state of the monitor. Times are in the user's zone and locale.
 [[nodiscard]] QString statusText(const DeploymentMonitorState &state, const QList<DeploymentSnapshot> &deployments);
 
 } // namespace velmora

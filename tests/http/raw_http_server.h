@@ -41,7 +41,7 @@ public:
             + "\r\n" + body;
     }
 
-    /// Answers every request alike.
+    /// Gives the same answer to every request.
     void answerAll(const QByteArray &answer)
     {
         handler = [answer](QTcpSocket *socket, const QByteArray &) {

@@ -116,7 +116,7 @@ template <typename T>
     return std::move(*outcome);
 }
 
-/// The value of a task that must succeed; throws what the task threw.
+/// Awaits a task that must succeed, and returns its value; throws what the task threw.
 template <typename T>
 T awaitValue(QCoro::Task<T> task)
 {

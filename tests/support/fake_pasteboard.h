@@ -8,7 +8,7 @@
 namespace velmora::testing
 {
 
-/// Remembers what was copied.
+/// Records the copied texts.
 class FakePasteboard final : public Pasteboard
 {
 public:

@@ -32,7 +32,7 @@ private:
 /// The centre of the largest area of this colour on the display, if there is one.
 [[nodiscard]] std::optional<QPoint> placeOf(QRgb colour);
 
-/// Presses and releases the button of the pointer there.
+/// Clicks at this place.
 void clickAt(QPoint place, int button = 1);
 /// Presses and releases a key, which has X11's name.
 void pressKey(const QString &name);

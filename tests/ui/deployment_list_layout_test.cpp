@@ -14,7 +14,7 @@ class DeploymentListLayoutTest : public QObject
 private Q_SLOTS:
     void rowsStandBelowEachOther()
     {
-        // Header, two rows; header, one row.
+        // A header with two rows, then a header with one.
         const DeploymentListLayout layout({20, 40, 5}, {0, 3}, 5);
         const QList<int> tops{0, 20, 60, 105, 125};
         const QList<int> heights{20, 40, 40, 20, 40};

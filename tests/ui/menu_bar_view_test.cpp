@@ -569,7 +569,7 @@ private:
         QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
     }
 
-    /// Requests wait until giveAnswers().
+    /// Makes requests wait until giveAnswers().
     void holdAnswers() { m_answers = std::exchange(m_fixture->github.session->handler, nullptr); }
     void giveAnswers() { m_fixture->github.session->resume(m_answers); }
 
