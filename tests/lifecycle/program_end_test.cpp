@@ -94,7 +94,7 @@ private Q_SLOTS:
             QVERIFY(waitUntil([&] { return ownerOnBus(connection) == run.process().processId(); }));
         }
         QDBusConnection::disconnectFromBus(QStringLiteral("observer"));
-        // While Qt connects to the bus it blocks, so a signal cannot be handled before that.
+        // Let the program finish its start first: a frozen bus could block it while it connects.
         QVERIFY(comesToRest(run.process().processId()));
         bus.freeze();
         run.signal(SIGTERM);

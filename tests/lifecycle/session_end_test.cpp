@@ -102,7 +102,7 @@ private Q_SLOTS:
         QVERIFY(run.prints("\"disconnected\""));
         bus.end();
         QVERIFY(tray.ends());
-        // From now on the follower reads the saved data itself.
+        // From now on the command watches by itself.
         keepAccount();
         QVERIFY(run.prints("mira: "));
         run.signal(SIGTERM);
