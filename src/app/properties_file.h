@@ -7,8 +7,6 @@
 #include <QMap>
 #include <QString>
 
-#include <utility>
-
 namespace velmora
 {
 
@@ -16,18 +14,11 @@ namespace velmora
 using Properties = QMap<QString, QString>;
 
 /// Something in the configuration cannot be used. The description names the key, or the file and the line.
-class ConfigurationError final : public Error
+class ConfigurationError final : public DescribedError
 {
 public:
-    explicit ConfigurationError(QString description)
-        : m_description(std::move(description))
-    {
-    }
-    [[nodiscard]] QString description() const override { return m_description; }
+    using DescribedError::DescribedError;
     [[nodiscard]] const char *what() const noexcept override { return "velmora::ConfigurationError"; }
-
-private:
-    QString m_description;
 };
 
 /// Reads lines of the form KEY=VALUE in UTF-8. Blanks around key and value are dropped, lines that are

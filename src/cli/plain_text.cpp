@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "cli/plain_text.h"
 
+#include "support/foreign_text.h"
+
 #include <QList>
 
 #include <cwchar>
@@ -12,25 +14,6 @@ namespace
 {
 
 using CodePoints = QList<uint>;
-
-constexpr uint kReplacement = 0xFFFD;
-
-bool isControl(uint c)
-{
-    return c < 0x20 || (c >= 0x7F && c <= 0x9F);
-}
-
-/// Direction marks, embeddings, overrides and isolates, and the invisible tag characters.
-bool isDirectionOrTag(uint c)
-{
-    return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069)
-        || c == 0xFEFF || (c >= 0xE0000 && c <= 0xE007F);
-}
-
-bool isLineBreak(uint c)
-{
-    return c == '\n' || c == '\r' || c == '\t' || c == 0x2028 || c == 0x2029;
-}
 
 int columns(uint c)
 {
@@ -87,14 +70,9 @@ qsizetype fittingFromBack(const CodePoints &points, int width)
 
 QString harmless(QStringView text)
 {
-    CodePoints points = toPoints(text);
-    for (uint &c : points) {
-        if (isLineBreak(c))
-            c = ' ';
-        else if (isControl(c) || isDirectionOrTag(c))
-            c = kReplacement;
-    }
-    return toText(points);
+    QString line = text.toString();
+    line.replace(QLatin1Char('\r'), QLatin1Char(' '));
+    return cleanedText(line, UnsafeCharacters::Replaced).replace(QLatin1Char('\n'), QLatin1Char(' '));
 }
 
 QByteArray harmlessJSON(const QByteArray &json)
@@ -109,8 +87,9 @@ QByteArray harmlessJSON(const QByteArray &json)
     const CodePoints points = QString::fromUtf8(json).toUcs4();
     for (const uint c : points) {
         // Characters below space occur only as white space between values: inside strings JSON forbids them.
-        const bool steers = isDirectionOrTag(c) || (c >= 0x7F && isControl(c)) || c == 0x2028 || c == 0x2029;
-        if (!steers) {
+        // Tags are invisible; an escape loses nothing and shows them.
+        const bool isTag = c >= 0xE0000 && c <= 0xE007F;
+        if (c <= ' ' || !(isUnsafeToShow(c) || isTag || c == 0x2028 || c == 0x2029)) {
             result += toText({c}).toUtf8();
             continue;
         }

@@ -3,24 +3,15 @@
 
 #include "support/error.h"
 
-#include <utility>
-
 namespace velmora
 {
 
 /// The Velmora of the session did not answer, could not be understood, or refused. The description is for the user.
-class ControlError final : public Error
+class ControlError final : public DescribedError
 {
 public:
-    explicit ControlError(QString description)
-        : m_description(std::move(description))
-    {
-    }
-    [[nodiscard]] QString description() const override { return m_description; }
+    using DescribedError::DescribedError;
     [[nodiscard]] const char *what() const noexcept override { return "velmora::ControlError"; }
-
-private:
-    QString m_description;
 };
 
 } // namespace velmora

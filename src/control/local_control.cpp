@@ -4,6 +4,7 @@
 #include "accounts/account_removal_error.h"
 #include "control/choices.h"
 #include "control/control_texts.h"
+#include "github/paused_error.h"
 #include "installations/installation_store.h"
 #include "monitor/deployment_monitor.h"
 #include "platform/preferences.h"
@@ -274,8 +275,7 @@ LoadingAnswer LocalControl::refreshed() const
     answer.messages.removeDuplicates();
     using Case = DeploymentMonitorState::Case;
     if (state.state == Case::RateLimited && answer.messages.isEmpty())
-        answer.messages.append(QStringLiteral("GitHub has asked Velmora to pause until %1.")
-                                   .arg(toISO8601(state.resumeAt.value_or(m_services.clock->now()))));
+        answer.messages.append(PausedError(state.resumeAt.value_or(m_services.clock->now())).description());
     const bool isSettled = state.state == Case::Ready || state.state == Case::Disconnected;
     answer.isComplete = isSettled && answer.messages.isEmpty();
     return answer;

@@ -20,8 +20,4 @@ enum class BodyFormat {
 /// The subtitle on its own line, then the body, since servers have no separate subtitle. Empty parts take no line.
 [[nodiscard]] QString bodyText(const DeploymentNotification &notification, BodyFormat format);
 
-/// Makes text from the network safe to show: without control and direction-changing characters, without code points
-/// that D-Bus refuses, and with at most `limit` UTF-16 units, cut between visible characters. Keeps line breaks.
-[[nodiscard]] QString presentableText(const QString &text, qsizetype limit);
-
 } // namespace velmora

@@ -3,24 +3,15 @@
 
 #include "support/error.h"
 
-#include <utility>
-
 namespace velmora
 {
 
 /// A service of the desktop refused, failed or is missing.
-class PlatformError final : public Error
+class PlatformError final : public DescribedError
 {
 public:
-    explicit PlatformError(QString description)
-        : m_description(std::move(description))
-    {
-    }
-    [[nodiscard]] QString description() const override { return m_description; }
+    using DescribedError::DescribedError;
     [[nodiscard]] const char *what() const noexcept override { return "velmora::PlatformError"; }
-
-private:
-    QString m_description;
 };
 
 } // namespace velmora

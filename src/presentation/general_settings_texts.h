@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QCoreApplication>
 #include <QString>
 
 namespace velmora
@@ -9,22 +8,19 @@ namespace velmora
 
 /// The texts of the General tab. An ampersand marks the mnemonic of a control.
 struct GeneralSettingsTexts {
-    Q_DECLARE_TR_FUNCTIONS(GeneralSettingsView)
-
-public:
-    static QString notifications() { return tr("Notifications"); }
-    static QString notifyFailures() { return tr("Notify me when deployments &fail"); }
-    static QString notifySuccesses() { return tr("Notify me when deployments &succeed"); }
+    static QString notifications() { return QStringLiteral("Notifications"); }
+    static QString notifyFailures() { return QStringLiteral("Notify me when deployments &fail"); }
+    static QString notifySuccesses() { return QStringLiteral("Notify me when deployments &succeed"); }
     static QString notificationsHelp()
     {
-        return tr("Velmora sends one notification when a deployment changes to a selected result.");
+        return QStringLiteral("Velmora sends one notification when a deployment changes to a selected result.");
     }
-    static QString openNotificationSettings() { return tr("&Open Notification Settings"); }
-    static QString startup() { return tr("Startup"); }
-    static QString launchAtLogin() { return tr("&Launch Velmora at login"); }
+    static QString openNotificationSettings() { return QStringLiteral("&Open Notification Settings"); }
+    static QString startup() { return QStringLiteral("Startup"); }
+    static QString launchAtLogin() { return QStringLiteral("&Launch Velmora at login"); }
     static QString startupHelp()
     {
-        return tr("Keep deployment monitoring available after you sign in to your computer.");
+        return QStringLiteral("Keep deployment monitoring available after you sign in to your computer.");
     }
 };
 

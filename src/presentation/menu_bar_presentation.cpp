@@ -3,7 +3,6 @@
 
 #include "presentation/relative_time.h"
 
-#include <QCoreApplication>
 #include <QStringList>
 
 namespace velmora
@@ -11,11 +10,6 @@ namespace velmora
 
 namespace
 {
-
-QString tr(const char *text)
-{
-    return QCoreApplication::translate("MenuBarView", text);
-}
 
 MenuBarContent contentFor(MissingStep step)
 {
@@ -63,14 +57,14 @@ std::optional<Instant> shownUpdateTime(const DeploymentMonitorState &state)
 
 QString updatedText(std::optional<Instant> updatedAt, Instant now)
 {
-    return updatedAt ? tr("Updated %1").arg(relativeTime(*updatedAt, now)) : QString();
+    return updatedAt ? QStringLiteral("Updated %1").arg(relativeTime(*updatedAt, now)) : QString();
 }
 
 QString statusExplanation(const DeploymentMonitorState &state, const QString &message)
 {
     QStringList lines;
     if (state.state == DeploymentMonitorState::Case::Stale)
-        lines.append(tr("Showing saved deployment data."));
+        lines.append(QStringLiteral("Showing saved deployment data."));
     if (!message.isEmpty())
         lines.append(message);
     return lines.join(QLatin1Char('\n'));
@@ -79,7 +73,8 @@ QString statusExplanation(const DeploymentMonitorState &state, const QString &me
 QString noAccessDescription(const QList<InstallationRecord> &installations)
 {
     const QString suspended = suspendedText(installations);
-    return suspended.isEmpty() ? tr("Velmora is installed, but no repository has been granted to it.") : suspended;
+    return suspended.isEmpty() ? QStringLiteral("Velmora is installed, but no repository has been granted to it.")
+                               : suspended;
 }
 
 bool canStartConnecting(GitHubSessionStatus connectionState)

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "presentation/row_presentation.h"
 
-#include "notifications/notification_text.h"
 #include "presentation/deployment_sections.h"
 #include "presentation/relative_time.h"
+#include "support/foreign_text.h"
 
-#include <QCoreApplication>
 #include <QDateTime>
 #include <QLocale>
 #include <QStringList>
@@ -20,11 +19,6 @@ namespace
 // Longer than any window is wide.
 constexpr qsizetype kLineLimit = 300;
 constexpr qsizetype kDescriptionLimit = 500;
-
-QString tr(const char *text)
-{
-    return QCoreApplication::translate("DeploymentListView", text);
-}
 
 QString localTime(Instant instant)
 {
@@ -73,23 +67,23 @@ QString stateWords(DeploymentState state)
 {
     switch (state) {
     case DeploymentState::Queued:
-        return tr("queued");
+        return QStringLiteral("queued");
     case DeploymentState::Pending:
-        return tr("pending");
+        return QStringLiteral("pending");
     case DeploymentState::Waiting:
-        return tr("waiting");
+        return QStringLiteral("waiting");
     case DeploymentState::InProgress:
-        return tr("in progress");
+        return QStringLiteral("in progress");
     case DeploymentState::Success:
-        return tr("succeeded");
+        return QStringLiteral("succeeded");
     case DeploymentState::Failure:
-        return tr("failed");
+        return QStringLiteral("failed");
     case DeploymentState::Error:
-        return tr("ended in an error");
+        return QStringLiteral("ended in an error");
     case DeploymentState::Inactive:
-        return tr("inactive");
+        return QStringLiteral("inactive");
     case DeploymentState::Unknown:
-        return tr("state unknown");
+        return QStringLiteral("state unknown");
     }
     Q_UNREACHABLE();
 }
@@ -118,19 +112,20 @@ QString rowToolTip(const DeploymentSnapshot &deployment, Instant now)
     lines.append(shownOnOneLine(deployment.commitOID));
     lines.append(relativeTime(deployment.updatedAt, now) + QStringLiteral(" · ") + localTime(deployment.updatedAt));
     if (deployment.creatorLogin)
-        lines.append(tr("Created by %1").arg(shownOnOneLine(*deployment.creatorLogin)));
+        lines.append(QStringLiteral("Created by %1").arg(shownOnOneLine(*deployment.creatorLogin)));
     if (deployment.statusDescription)
         lines.append(presentableText(*deployment.statusDescription, kDescriptionLimit));
     // A log may be on any host, so the tooltip names it.
     if (const auto address = rowAddress(deployment))
-        lines.append(tr("Opens %1").arg(shownOnOneLine(hostOf(*address))));
+        lines.append(QStringLiteral("Opens %1").arg(shownOnOneLine(hostOf(*address))));
     lines.removeAll(QString());
     return Qt::convertFromPlainText(lines.join(QLatin1Char('\n')), Qt::WhiteSpaceNormal);
 }
 
 QString linkToolTip(const DeploymentSnapshot &deployment)
 {
-    return Qt::convertFromPlainText(tr("Open %1").arg(shownOnOneLine(deployment.environment)), Qt::WhiteSpaceNormal);
+    return Qt::convertFromPlainText(
+        QStringLiteral("Open %1").arg(shownOnOneLine(deployment.environment)), Qt::WhiteSpaceNormal);
 }
 
 std::optional<WebAddress> rowAddress(const DeploymentSnapshot &deployment)
@@ -147,9 +142,10 @@ QString rowKeys(const DeploymentSnapshot &deployment)
 {
     QStringList keys;
     if (rowAddress(deployment))
-        keys.append(hasLogPage(deployment) ? tr("Return opens the log.") : tr("Return opens the deployments page."));
+        keys.append(hasLogPage(deployment) ? QStringLiteral("Return opens the log.")
+                                           : QStringLiteral("Return opens the deployments page."));
     if (environmentAddress(deployment))
-        keys.append(tr("Control Return opens the environment."));
+        keys.append(QStringLiteral("Control Return opens the environment."));
     return keys.join(QLatin1Char(' '));
 }
 
@@ -159,16 +155,17 @@ QList<RowAction> rowActions(const DeploymentSnapshot &deployment)
     const bool hasEnvironment = environmentAddress(deployment).has_value();
     QList<RowAction> actions;
     if (canOpen)
-        actions.append(
-            {RowActionKind::OpenDetails, hasLogPage(deployment) ? tr("Open log") : tr("Open deployments page")});
+        actions.append({RowActionKind::OpenDetails,
+            hasLogPage(deployment) ? QStringLiteral("Open log") : QStringLiteral("Open deployments page")});
     if (hasEnvironment)
-        actions.append({RowActionKind::OpenEnvironment, tr("Open environment")});
-    actions.append({RowActionKind::CopyCommit, tr("Copy commit ID")});
+        actions.append({RowActionKind::OpenEnvironment, QStringLiteral("Open environment")});
+    actions.append({RowActionKind::CopyCommit, QStringLiteral("Copy commit ID")});
     if (canOpen)
         actions.append({RowActionKind::CopyDetailsLink,
-            hasLogPage(deployment) ? tr("Copy link to log") : tr("Copy link to deployments page")});
+            hasLogPage(deployment) ? QStringLiteral("Copy link to log")
+                                   : QStringLiteral("Copy link to deployments page")});
     if (hasEnvironment)
-        actions.append({RowActionKind::CopyEnvironmentLink, tr("Copy link to environment")});
+        actions.append({RowActionKind::CopyEnvironmentLink, QStringLiteral("Copy link to environment")});
     return actions;
 }
 

@@ -9,7 +9,7 @@ QString CancellationError::description() const
     return QStringLiteral("The operation was cancelled.");
 }
 
-DecodingError::DecodingError(QString description)
+DescribedError::DescribedError(QString description)
     : m_description(std::move(description))
 {
 }
@@ -29,11 +29,6 @@ QString cutText(const QString &text)
 TransportError::TransportError(Kind kind, QString description)
     : m_kind(kind)
     , m_description(cutText(description))
-{
-}
-
-FileError::FileError(QString description)
-    : m_description(std::move(description))
 {
 }
 

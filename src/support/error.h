@@ -30,16 +30,23 @@ public:
     friend bool operator==(const CancellationError &, const CancellationError &) { return true; }
 };
 
-/// Invalid JSON, or JSON of another shape than agreed. The description names the place, never a value.
-class DecodingError final : public Error
+/// An error that carries nothing but its description.
+class DescribedError : public Error
 {
 public:
-    explicit DecodingError(QString description);
+    explicit DescribedError(QString description);
     [[nodiscard]] QString description() const override { return m_description; }
-    [[nodiscard]] const char *what() const noexcept override { return "velmora::DecodingError"; }
 
 private:
     QString m_description;
+};
+
+/// Invalid JSON, or JSON of another shape than agreed. The description names the place, never a value.
+class DecodingError final : public DescribedError
+{
+public:
+    using DescribedError::DescribedError;
+    [[nodiscard]] const char *what() const noexcept override { return "velmora::DecodingError"; }
 };
 
 /// The request got no response: no network, unknown host, broken connection, time-out, bad certificate.
@@ -64,15 +71,11 @@ private:
 };
 
 /// A file that cannot be read, written or locked.
-class FileError final : public Error
+class FileError final : public DescribedError
 {
 public:
-    explicit FileError(QString description);
-    [[nodiscard]] QString description() const override { return m_description; }
+    using DescribedError::DescribedError;
     [[nodiscard]] const char *what() const noexcept override { return "velmora::FileError"; }
-
-private:
-    QString m_description;
 };
 
 /// A text from another program, cut to 500 characters so that it may become part of a description.

@@ -77,16 +77,6 @@ private Q_SLOTS:
         const auto given = notification({}, {}, QStringLiteral("&").repeated(500));
         QCOMPARE(bodyText(given, BodyFormat::Markup), QStringLiteral("&amp;").repeated(500));
     }
-
-    void aCutGoesThroughNoPairAndNoLetterWithItsMarks()
-    {
-        QCOMPARE(presentableText(QStringLiteral("ab🚀d"), 4), QStringLiteral("ab…"));
-        QCOMPARE(presentableText(QStringLiteral("ae\u0301bcd"), 3), QStringLiteral("a…"));
-        QCOMPARE(presentableText(QStringLiteral("🚀🚀"), 3), QStringLiteral("🚀…"));
-        // A single letter longer than the limit, whose marks are surrogate pairs.
-        const QString marks = QStringLiteral("\U0001D165").repeated(10);
-        QCOMPARE(presentableText(QStringLiteral("e") + marks, 5), QStringLiteral("e\U0001D165…"));
-    }
 };
 
 VELMORA_TEST(NotificationTextTest)

@@ -27,10 +27,10 @@ UnopenedPageRow::UnopenedPageRow(URLOpener *urlOpener, Pasteboard *pasteboard, Q
     , m_text(new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap, this))
     , m_address(new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this))
 {
-    m_text->setText(tr("The browser could not be started."));
+    m_text->setText(QStringLiteral("The browser could not be started."));
     m_text->setTone(Tone::Red);
     m_address->setTone(Tone::Secondary);
-    auto *copy = new QPushButton(tr("Copy address"), this);
+    auto *copy = new QPushButton(QStringLiteral("Copy address"), this);
     copy->setAutoDefault(false);
     auto *texts = new QVBoxLayout;
     texts->setSpacing(0);

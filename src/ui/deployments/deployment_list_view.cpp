@@ -24,7 +24,7 @@ DeploymentListView::DeploymentListView(const Services &services, QWidget *parent
     , m_model(new DeploymentListModel(services.clock, this))
 {
     describeBy<DeploymentListView, AccessibleList>();
-    setAccessibleName(tr("Deployments"));
+    setAccessibleName(QStringLiteral("Deployments"));
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollMode(ScrollPerPixel);

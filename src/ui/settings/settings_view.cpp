@@ -48,10 +48,12 @@ SettingsView::SettingsView(const Services &services, QWidget *parent)
     auto *accountsTab = new AccountsSettingsView(accounts);
     auto *repositoriesTab = new RepositoriesSettingsView(services.authentication, services.installations);
     auto *generalTab = new GeneralSettingsView(services.settings, services.settingsPageOpener);
-    addPage(tr("&Accounts"), QStringLiteral("person.2"), accountsTab, [accountsTab] { accountsTab->refresh(); });
-    addPage(tr("&Repositories"), QStringLiteral("folder"), repositoriesTab,
+    addPage(QStringLiteral("&Accounts"), QStringLiteral("person.2"), accountsTab,
+        [accountsTab] { accountsTab->refresh(); });
+    addPage(QStringLiteral("&Repositories"), QStringLiteral("folder"), repositoriesTab,
         [repositoriesTab] { repositoriesTab->refresh(); });
-    addPage(tr("&General"), QStringLiteral("gearshape"), generalTab, [generalTab] { generalTab->refresh(); });
+    addPage(
+        QStringLiteral("&General"), QStringLiteral("gearshape"), generalTab, [generalTab] { generalTab->refresh(); });
     addShortcuts();
     // The focus would stay in the hidden tab. A user who moves along the tab bar keeps it there.
     connect(this, &QTabWidget::currentChanged, this, [this] {

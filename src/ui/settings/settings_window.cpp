@@ -24,7 +24,7 @@ SettingsWindow::SettingsWindow(const SettingsView::Services &services, QWidget *
     , m_unsaved(new MessageRow(TextSize::Body, Tone::Red, this))
 {
     describeBy<SettingsWindow, AccessibleWindow>();
-    setWindowTitle(tr("Settings"));
+    setWindowTitle(QStringLiteral("Settings"));
     // Qt would quit the program with its last window, but it lives on in the tray.
     setAttribute(Qt::WA_QuitOnClose, false);
     auto *layout = new QVBoxLayout(this);

@@ -5,7 +5,6 @@
 #include "platform/status_item.h"
 #include "presentation/status_text.h"
 
-#include <QCoreApplication>
 #include <QStringList>
 
 namespace velmora
@@ -16,27 +15,22 @@ namespace
 
 enum Entry { Open = 1, Refresh, Settings, Quit, FirstSeparator, SecondSeparator };
 
-QString translated(const char *text)
-{
-    return QCoreApplication::translate("TrayItem", text);
-}
-
 QList<StatusItem::MenuEntry> menuEntries()
 {
-    const auto entry = [](int id, const char *label) {
-        return StatusItem::MenuEntry{id, translated(label), true, false};
+    const auto entry = [](int id, const QString &label) {
+        return StatusItem::MenuEntry{id, label, true, false};
     };
     const auto separator = [](int id) {
         return StatusItem::MenuEntry{id, QString(), true, true};
     };
     // Some desktops open the menu on every click, so the action of a click comes first.
     return {
-        entry(Open, QT_TRANSLATE_NOOP("TrayItem", "Open Velmora")),
+        entry(Open, QStringLiteral("Open Velmora")),
         separator(FirstSeparator),
-        entry(Refresh, QT_TRANSLATE_NOOP("TrayItem", "Refresh")),
-        entry(Settings, QT_TRANSLATE_NOOP("TrayItem", "Settings…")),
+        entry(Refresh, QStringLiteral("Refresh")),
+        entry(Settings, QStringLiteral("Settings…")),
         separator(SecondSeparator),
-        entry(Quit, QT_TRANSLATE_NOOP("TrayItem", "Quit")),
+        entry(Quit, QStringLiteral("Quit")),
     };
 }
 
@@ -44,9 +38,9 @@ QString countsInWords(const DeploymentMonitorPresentation &presentation)
 {
     QStringList parts;
     if (presentation.activeCount > 0)
-        parts.append(translated(QT_TRANSLATE_NOOP("TrayItem", "%1 in progress")).arg(presentation.activeCount));
+        parts.append(QStringLiteral("%1 in progress").arg(presentation.activeCount));
     if (presentation.failedCount > 0)
-        parts.append(translated(QT_TRANSLATE_NOOP("TrayItem", "%1 failed")).arg(presentation.failedCount));
+        parts.append(QStringLiteral("%1 failed").arg(presentation.failedCount));
     return parts.join(QStringLiteral(", "));
 }
 

@@ -25,19 +25,18 @@ constexpr int kGap = 8;
 
 QString titleText()
 {
-    return DeviceCodePanel::tr("Enter this code on GitHub");
+    return QStringLiteral("Enter this code on GitHub");
 }
 
 QString helpText()
 {
-    return DeviceCodePanel::tr(
-        "After authorization, GitHub will ask which account or organisation Velmora can access.");
+    return QStringLiteral("After authorization, GitHub will ask which account or organisation Velmora can access.");
 }
 
 QString copiedHelpText()
 {
-    return DeviceCodePanel::tr("The code has been copied. After authorization, GitHub will ask which account or "
-                               "organisation Velmora can access.");
+    return QStringLiteral("The code has been copied. After authorization, GitHub will ask which account or "
+                          "organisation Velmora can access.");
 }
 
 } // namespace
@@ -50,9 +49,9 @@ DeviceCodePanel::DeviceCodePanel(const Services &services, Arrangement arrangeme
     , m_code(new QLabel(this))
     , m_help(new TextLabel(
           arrangement == Arrangement::Column ? TextSize::Body : TextSize::Caption, TextLabel::Overflow::Wrap, this))
-    , m_copy(new QPushButton(tr("Copy code"), this))
-    , m_open(new QPushButton(tr("Open GitHub"), this))
-    , m_cancel(new QPushButton(tr("Cancel"), this))
+    , m_copy(new QPushButton(QStringLiteral("Copy code"), this))
+    , m_open(new QPushButton(QStringLiteral("Open GitHub"), this))
+    , m_cancel(new QPushButton(QStringLiteral("Cancel"), this))
 {
     m_title->setText(titleText());
     m_title->setWeight(QFont::DemiBold);
@@ -106,9 +105,9 @@ void DeviceCodePanel::arrangeInColumn()
 void DeviceCodePanel::arrangeInRow()
 {
     // This arrangement stands among many other controls, so each button has a mnemonic.
-    m_copy->setText(tr("&Copy code"));
-    m_open->setText(tr("&Open GitHub"));
-    m_cancel->setText(tr("Ca&ncel"));
+    m_copy->setText(QStringLiteral("&Copy code"));
+    m_open->setText(QStringLiteral("&Open GitHub"));
+    m_cancel->setText(QStringLiteral("Ca&ncel"));
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(kGap);

@@ -28,10 +28,10 @@ FailureWindow::FailureWindow(const QString &applicationName, const QString &reas
     setWindowTitle(applicationName);
     auto *title = new TextLabel(TextSize::Title, TextLabel::Overflow::Wrap, this);
     title->setWeight(QFont::DemiBold);
-    title->setText(tr("%1 cannot start").arg(applicationName));
+    title->setText(QStringLiteral("%1 cannot start").arg(applicationName));
     auto *message = new MessageRow(TextSize::Body, Tone::Red, this);
     message->setMessage(reason);
-    auto *quit = new QPushButton(tr("Quit"), this);
+    auto *quit = new QPushButton(QStringLiteral("Quit"), this);
     quit->setAutoDefault(true);
     connect(quit, &QPushButton::clicked, this, &QWidget::close);
     auto *escape = new QShortcut(Qt::Key_Escape, this);

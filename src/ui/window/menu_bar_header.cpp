@@ -39,8 +39,8 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     : QWidget(parent)
     , m_status(new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this))
     , m_notice(new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap, this))
-    , m_settings(iconButton(tr("Settings"), u"gearshape", this))
-    , m_refresh(iconButton(tr("Refresh"), u"arrow.clockwise", this))
+    , m_settings(iconButton(QStringLiteral("Settings"), u"gearshape", this))
+    , m_refresh(iconButton(QStringLiteral("Refresh"), u"arrow.clockwise", this))
 {
     auto *name = new TextLabel(TextSize::Title, TextLabel::Overflow::Elide, this);
     name->setText(title);
@@ -55,7 +55,7 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     }
     m_notice->setTone(Tone::Secondary);
     m_notice->hide();
-    m_settings->setToolTip(tr("Open Settings"));
+    m_settings->setToolTip(QStringLiteral("Open Settings"));
     setRefreshing(false);
     connect(m_settings, &QToolButton::clicked, this, &MenuBarHeader::settingsRequested);
     connect(m_refresh, &QToolButton::clicked, this, &MenuBarHeader::refreshRequested);
@@ -98,7 +98,8 @@ void MenuBarHeader::setNotice(const QString &notice)
 void MenuBarHeader::setRefreshing(bool isRefreshing)
 {
     m_refresh->setEnabled(!isRefreshing);
-    m_refresh->setToolTip(isRefreshing ? tr("Refreshing deployments") : tr("Refresh deployments"));
+    m_refresh->setToolTip(
+        isRefreshing ? QStringLiteral("Refreshing deployments") : QStringLiteral("Refresh deployments"));
 }
 
 } // namespace velmora

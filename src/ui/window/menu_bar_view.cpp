@@ -93,20 +93,22 @@ void MenuBarView::makeContents()
     m_codePanel = new DeviceCodePanel(
         DeviceCodePanel::Services{m_services.authentication, m_services.pasteboard, m_services.urlOpener},
         DeviceCodePanel::Arrangement::Column, this);
-    m_connectionPrompt = new EmptyStateView({QStringLiteral("person.crop.circle.badge.plus"), tr("Connect GitHub"),
-                                                tr("Connect a GitHub account, then choose the personal account or "
-                                                   "organisation where Velmora should be installed."),
-                                                tr("Add GitHub account")},
-        this);
+    m_connectionPrompt
+        = new EmptyStateView({QStringLiteral("person.crop.circle.badge.plus"), QStringLiteral("Connect GitHub"),
+                                 QStringLiteral("Connect a GitHub account, then choose the personal account or "
+                                                "organisation where Velmora should be installed."),
+                                 QStringLiteral("Add GitHub account")},
+            this);
     connect(m_connectionPrompt->button(), &QPushButton::clicked, m_services.authentication,
         &AuthenticationStore::startConnecting);
     m_loading = makeLoadingView();
     m_list = new DeploymentListView(
         DeploymentListView::Services{m_services.clock, m_services.urlOpener, m_services.pasteboard}, this);
     makeMissingSteps();
-    m_noDeployments = new EmptyStateView({QStringLiteral("checkmark.circle"), tr("No recent deployments"),
-                                             tr("Active deployments and results from the last 24 hours appear here.")},
-        this);
+    m_noDeployments
+        = new EmptyStateView({QStringLiteral("checkmark.circle"), QStringLiteral("No recent deployments"),
+                                 QStringLiteral("Active deployments and results from the last 24 hours appear here.")},
+            this);
     for (const MenuBarContent content : kContents)
         contentWidget(content)->setMinimumHeight(kContentHeight);
     m_list->setFixedHeight(kListHeight);
@@ -116,18 +118,20 @@ void MenuBarView::makeContents()
 void MenuBarView::makeMissingSteps()
 {
     m_notInstalled = new EmptyStateView(
-        {QStringLiteral("arrow.up.circle.dotted"), tr("Install Velmora"),
-            tr("Your account is connected. Choose the personal account or organisation where Velmora should be "
-               "installed; its deployments then appear here."),
-            tr("Install on GitHub")},
+        {QStringLiteral("arrow.up.circle.dotted"), QStringLiteral("Install Velmora"),
+            QStringLiteral(
+                "Your account is connected. Choose the personal account or organisation where Velmora should be "
+                "installed; its deployments then appear here."),
+            QStringLiteral("Install on GitHub")},
         this);
-    m_noAccess = new EmptyStateView(
-        {QStringLiteral("questionmark.circle"), tr("No repositories granted"), QString(), tr("Manage on GitHub")},
+    m_noAccess = new EmptyStateView({QStringLiteral("questionmark.circle"), QStringLiteral("No repositories granted"),
+                                        QString(), QStringLiteral("Manage on GitHub")},
         this);
-    m_nothingSelected = new EmptyStateView(
-        {QStringLiteral("folder"), tr("No repositories selected"),
-            tr("Velmora is installed, but every repository is switched off."), tr("Choose repositories")},
-        this);
+    m_nothingSelected
+        = new EmptyStateView({QStringLiteral("folder"), QStringLiteral("No repositories selected"),
+                                 QStringLiteral("Velmora is installed, but every repository is switched off."),
+                                 QStringLiteral("Choose repositories")},
+            this);
     for (const EmptyStateView *view : {m_notInstalled, m_noAccess})
         connect(view->button(), &QPushButton::clicked, this, [this] { m_services.installationPage->open(); });
     connect(m_nothingSelected->button(), &QPushButton::clicked, this, &MenuBarView::repositoriesRequested);
@@ -135,7 +139,7 @@ void MenuBarView::makeMissingSteps()
 
 QWidget *MenuBarView::makeLoadingView()
 {
-    const QString text = tr("Loading deployments…");
+    const QString text = QStringLiteral("Loading deployments…");
     auto *view = new QWidget(this);
     auto *label = new TextLabel(TextSize::Body, TextLabel::Overflow::Elide, view);
     label->setText(text);
@@ -156,7 +160,7 @@ QWidget *MenuBarView::makeFooter()
     m_updated = new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, footer);
     m_updated->setTone(Tone::Secondary);
     auto *quit = new QToolButton(footer);
-    quit->setText(tr("Quit"));
+    quit->setText(QStringLiteral("Quit"));
     quit->setAutoRaise(true);
     connect(quit, &QToolButton::clicked, this, &MenuBarView::quitRequested);
     auto *layout = new QHBoxLayout(footer);
