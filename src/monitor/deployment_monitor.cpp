@@ -2,7 +2,6 @@
 #include "monitor/deployment_monitor.h"
 
 #include "accounts/authentication_store.h"
-#include "installations/installation_store.h"
 #include "platform/preferences.h"
 #include "support/error.h"
 
@@ -17,37 +16,35 @@ namespace
 
 Q_LOGGING_CATEGORY(monitorLog, "velmora.monitor", QtWarningMsg)
 
-/// A list that was saved longer ago is history. While GitHub has an account wait, nothing may be saved for an hour.
-constexpr std::chrono::hours kLongestHandOver{1};
-
-bool hasActiveDeployment(const QList<DeploymentSnapshot> &deployments)
-{
-    return std::ranges::any_of(
-        deployments, [](const DeploymentSnapshot &deployment) { return isActive(deployment.state); });
-}
-
 } // namespace
 
 DeploymentMonitor::DeploymentMonitor(GitHubClient client, Services services, QObject *parent)
     : QObject(parent)
-    , m_client(std::move(client))
-    , m_services(std::move(services))
-    , m_health(m_services.random)
-    , m_announcer(m_services.notifier, m_services.defaults, m_services.clock)
+    , m_defaults(services.defaults)
+    , m_clock(services.clock)
+    , m_loop(services.clock)
+    , m_outcomes(services.rateLimits, services.clock, &m_loop, services.random)
+    , m_fetcher(std::move(client), services.rateLimits, &m_outcomes)
+    , m_saved(services.cache, services.clock)
+    , m_shown(&m_outcomes, services.clock)
+    , m_news(services.notifier, services.defaults, services.clock)
+    , m_refresher({services.clock, &m_loop, &m_outcomes, &m_fetcher, &m_saved, &m_shown, &m_news})
 {
-    connect(m_services.defaults, &Preferences::failureChanged, this, &DeploymentMonitor::changed);
+    connect(&m_shown, &ShownDeployments::changed, this, &DeploymentMonitor::changed);
+    connect(&m_saved, &SavedDeployments::failureChanged, this, &DeploymentMonitor::changed);
+    connect(m_defaults, &Preferences::failureChanged, this, &DeploymentMonitor::changed);
 }
 
 DeploymentMonitor::~DeploymentMonitor() = default;
 
 DeploymentMonitorPresentation DeploymentMonitor::presentation() const
 {
-    return velmora::presentation(m_published.state, m_published.deployments);
+    return velmora::presentation(state(), deployments());
 }
 
 QString DeploymentMonitor::unsaved() const
 {
-    QStringList lines{m_services.defaults->failure(), m_cacheFailure};
+    QStringList lines{m_defaults->failure(), m_saved.failure()};
     lines.removeAll(QString());
     return lines.join(QLatin1Char('\n'));
 }
@@ -55,52 +52,48 @@ QString DeploymentMonitor::unsaved() const
 void DeploymentMonitor::start(
     AuthenticationStore *authentication, InstallationStore *installations, FirstTick firstTick)
 {
-    m_listed = identities(*authentication);
-    connect(authentication, &AuthenticationStore::sessionsChanged, this,
-        [this, authentication, installations] { followSessions(authentication, installations); });
+    followSessions(authentication, installations);
+    const PollingLoop::Work beforeTicks = [this, authentication] {
+        return prepare(authentication);
+    };
+    const PollingLoop::Work eachTick = [this, authentication, installations] {
+        return tickSafely(authentication, installations);
+    };
+    m_loop.start(firstTick, beforeTicks, eachTick);
+}
+
+void DeploymentMonitor::followSessions(AuthenticationStore *authentication, InstallationStore *installations)
+{
+    connect(&m_follower, &IdentityFollower::reconnected, this,
+        [this](qint64 identityID) { m_outcomes.retryNow(identityID); });
+    connect(&m_follower, &IdentityFollower::left, this, [this, authentication, installations] {
+        m_scope.launch(forgetRemoved(authentication, installations, now()), "Forgetting removed accounts");
+    });
+    connect(&m_follower, &IdentityFollower::joined, this, [this, authentication, installations] {
+        m_scope.launch(pollInTurn(authentication, installations), "Fetching for new accounts");
+    });
+    m_follower.follow(authentication);
     connect(authentication, &AuthenticationStore::credentialChanged, this,
         [this, authentication, installations](qint64 identityID) {
-            m_health.retryNow(identityID);
+            m_outcomes.retryNow(identityID);
             m_scope.launch(pollInTurn(authentication, installations), "Fetching with a new credential");
         });
-    m_scope.launch(poll(authentication, installations, firstTick), "Polling deployments");
 }
 
-QCoro::Task<> DeploymentMonitor::poll(
-    AuthenticationStore *authentication, InstallationStore *installations, FirstTick firstTick)
-{
-    const QPointer<DeploymentMonitor> self(this);
-    const std::stop_token stop = m_scope.stopToken();
-    Clock *const clock = m_services.clock;
-    co_await begin(authentication);
-    if (!self)
-        co_return;
-    if (firstTick == FirstTick::AtOnce)
-        co_await tickSafely(authentication, installations);
-    while (self) {
-        co_await clock->sleep(kTickInterval, stop);
-        if (self)
-            co_await tickSafely(authentication, installations);
-    }
-}
-
-/// Shows what is known before anybody is asked.
-QCoro::Task<> DeploymentMonitor::begin(AuthenticationStore *authentication)
+/// Shows what is known before GitHub is asked.
+QCoro::Task<> DeploymentMonitor::prepare(AuthenticationStore *authentication)
 {
     const QPointer<DeploymentMonitor> self(this);
     try {
-        const auto turn = co_await m_turn.lock();
-        if (!self)
-            co_return;
-        co_await loadCacheInTurn();
+        const auto held = co_await turn();
         if (self && authentication->sessions().isEmpty())
-            co_await disconnect(MissingStep::Account);
+            co_await m_refresher.disconnect(MissingStep::Account);
     } catch (...) {
         qCWarning(monitorLog).noquote() << "The start of polling failed:" << describe(std::current_exception());
     }
 }
 
-/// A tick for which nobody waits: the next one comes, whatever this one throws.
+/// A tick of the loop, which goes on after a failure.
 QCoro::Task<> DeploymentMonitor::tickSafely(AuthenticationStore *authentication, InstallationStore *installations)
 {
     const QPointer<DeploymentMonitor> self(this);
@@ -110,251 +103,124 @@ QCoro::Task<> DeploymentMonitor::tickSafely(AuthenticationStore *authentication,
         if (!self)
             co_return;
         qCWarning(monitorLog).noquote() << "A tick failed:" << describe(std::current_exception());
-        m_isRefreshing = false;
+        m_refresher.endRefreshing();
     }
+}
+
+/// Waits until no other operation is under way, and loads the cache. The caller checks that the monitor still lives.
+QCoro::Task<DeploymentMonitor::Turn> DeploymentMonitor::turn()
+{
+    const QPointer<DeploymentMonitor> self(this);
+    Turn held = co_await m_turn.lock();
+    if (self)
+        co_await m_refresher.loadSaved();
+    co_return held;
+}
+
+/// As turn(), but nothing when ticks are on hold by then.
+QCoro::Task<DeploymentMonitor::Turn> DeploymentMonitor::turnUnlessHeld()
+{
+    const QPointer<DeploymentMonitor> self(this);
+    Turn held = co_await m_turn.lock();
+    if (!self || m_loop.isHeld())
+        co_return std::nullopt;
+    co_await m_refresher.loadSaved();
+    co_return held;
+}
+
+/// As turn(), but nothing, without waiting, when another operation is under way.
+QCoro::Task<DeploymentMonitor::Turn> DeploymentMonitor::turnIfFree()
+{
+    Turn held = m_turn.tryLock();
+    if (held)
+        co_await m_refresher.loadSaved();
+    co_return held;
 }
 
 QCoro::Task<> DeploymentMonitor::loadCache()
 {
-    const QPointer<DeploymentMonitor> self(this);
-    const auto turn = co_await m_turn.lock();
-    if (self)
-        co_await loadCacheInTurn();
-}
-
-QCoro::Task<> DeploymentMonitor::loadCacheInTurn()
-{
-    if (m_isCacheLoaded)
-        co_return;
-    const QPointer<DeploymentMonitor> self(this);
-    const auto payload = co_await m_services.cache->load();
-    if (!self)
-        co_return;
-    m_isCacheLoaded = true;
-    if (!payload)
-        co_return;
-    // A clock that was set back since must not show an age in the future.
-    m_lastCompleteSuccessAt = std::min(payload->savedAt, now());
-    m_isContinuing = now() - payload->savedAt < kLongestHandOver;
-    Published next = m_published;
-    next.deployments = filteredAndSorted(payload->deployments, now());
-    if (next.state.state == DeploymentMonitorState::Case::Loading)
-        next.state = DeploymentMonitorState::loading(!next.deployments.isEmpty());
-    publish(std::move(next));
+    co_await turn();
 }
 
 QCoro::Task<> DeploymentMonitor::tick(
     AuthenticationStore *authentication, InstallationStore *installations, Instant now)
 {
-    if (m_isHeld)
-        co_return;
-    const auto turn = m_turn.tryLock();
-    if (!turn)
+    if (m_loop.isHeld())
         co_return;
     const QPointer<DeploymentMonitor> self(this);
-    co_await loadCacheInTurn();
-    if (!self)
+    const auto held = co_await turnIfFree();
+    if (!self || !held)
         co_return;
-    const Round round{authentication, installations, now};
-    co_await decideAndRefresh(round);
+    const RefreshContext context{authentication, installations, now};
+    co_await m_refresher.refreshDue(context);
     if (self)
-        co_await saveCacheAgain();
-}
-
-QCoro::Task<> DeploymentMonitor::decideAndRefresh(Round round)
-{
-    const QPointer<DeploymentMonitor> self(this);
-    m_health.retain(identities(round));
-    const auto eligible = eligibleIdentities(round);
-    const auto decision = decide(situation(round, eligible), round.now);
-
-    if (decision == PollingDecision::InstallationsAndAllDeployments || decision == PollingDecision::AllDeployments) {
-        co_await refreshInstallations(round, eligible & identitiesWithInstallationsDue(round));
-        if (self)
-            co_await refreshIdentities(round, Scope::All, eligible);
-        co_return;
-    }
-
-    // Identities that failed, or that were connected since, do not wait for the next full refresh.
-    const auto missing = identitiesWithoutInstallations(round);
-    QSet<qint64> due;
-    for (const auto identityID : eligible) {
-        if (m_health.hasFailed(identityID) || missing.contains(identityID))
-            due.insert(identityID);
-    }
-    if (!due.isEmpty()) {
-        co_await refreshInstallations(round, due & missing);
-        if (!self)
-            co_return;
-        co_await refreshIdentities(round, Scope::Retried, due);
-        if (!self)
-            co_return;
-    }
-    if (decision == PollingDecision::ActiveDeployments)
-        co_await refreshIdentities(round, Scope::Active, eligible - due);
+        co_await m_saved.saveAgain(deployments());
 }
 
 QCoro::Task<> DeploymentMonitor::refreshAll(
     AuthenticationStore *authentication, InstallationStore *installations, Instant now)
 {
     const QPointer<DeploymentMonitor> self(this);
-    const auto turn = co_await m_turn.lock();
-    if (!self)
-        co_return;
-    co_await loadCacheInTurn();
-    if (!self)
-        co_return;
-    const Round round{authentication, installations, now};
-    m_health.retain(identities(round));
-    m_health.retryAllNow();
-    if (!identities(round).isEmpty())
-        showThatItLoads();
-    noteInstallationFailures(round);
-    // Installations that could not be fetched are refreshed by whoever asks; those never fetched belong to
-    // an identity that was connected a moment ago.
-    co_await refreshInstallations(round, eligibleIdentities(round) & neverAskedIdentities(round));
-    if (!self)
-        co_return;
-    co_await refreshIdentities(round, Scope::All, identities(round));
+    const auto held = co_await turn();
+    const RefreshContext context{authentication, installations, now};
+    if (self)
+        co_await m_refresher.refreshAll(context);
 }
 
 QCoro::Task<> DeploymentMonitor::refreshActive(
     AuthenticationStore *authentication, InstallationStore *installations, Instant now)
 {
-    const auto turn = m_turn.tryLock();
-    if (!turn)
-        co_return;
     const QPointer<DeploymentMonitor> self(this);
-    co_await loadCacheInTurn();
-    if (!self)
-        co_return;
-    const Round round{authentication, installations, now};
-    co_await refreshIdentities(round, Scope::Active, eligibleIdentities(round));
+    const auto held = co_await turnIfFree();
+    const RefreshContext context{authentication, installations, now};
+    if (self && held)
+        co_await m_refresher.refreshActive(context, m_outcomes.askable(context.listedIdentities()));
 }
 
 QCoro::Task<> DeploymentMonitor::retryNow(
     AuthenticationStore *authentication, InstallationStore *installations, Instant now)
 {
-    m_health.retryAllNow();
+    m_outcomes.retryAllNow();
     co_await tick(authentication, installations, now);
 }
 
-QSet<qint64> DeploymentMonitor::identities(const AuthenticationStore &authentication)
+/// Like a tick, but one that waits for its turn: a user who has just connected an account looks at the window.
+QCoro::Task<> DeploymentMonitor::pollInTurn(AuthenticationStore *authentication, InstallationStore *installations)
 {
-    QSet<qint64> result;
-    for (const auto &session : authentication.sessions())
-        result.insert(session.id());
-    return result;
+    const QPointer<DeploymentMonitor> self(this);
+    const auto held = co_await turnUnlessHeld();
+    if (!self || !held)
+        co_return;
+    const RefreshContext context{authentication, installations, now()};
+    co_await m_refresher.refreshDue(context);
 }
 
-QSet<qint64> DeploymentMonitor::identities(const Round &round)
+QCoro::Task<> DeploymentMonitor::refreshExpected(AuthenticationStore *authentication, InstallationStore *installations)
 {
-    return identities(*round.authentication);
+    const QPointer<DeploymentMonitor> self(this);
+    const Instant askedAt = now();
+    const auto held = co_await turnUnlessHeld();
+    if (!self || !held)
+        co_return;
+    const RefreshContext context{authentication, installations, now()};
+    co_await m_refresher.refreshExpected(context, askedAt);
 }
 
-QSet<qint64> DeploymentMonitor::eligibleIdentities(const Round &round) const
+QCoro::Task<> DeploymentMonitor::forgetRemoved(
+    AuthenticationStore *authentication, InstallationStore *installations, Instant now)
 {
-    auto result = identities(round);
-    result.removeIf([&](qint64 id) { return m_health.isWaiting(id, now()) || pausedUntil(id).has_value(); });
-    return result;
+    const QPointer<DeploymentMonitor> self(this);
+    const auto held = co_await turn();
+    const RefreshContext context{authentication, installations, now};
+    if (self)
+        co_await m_refresher.forgetRemoved(context);
 }
 
-std::optional<Instant> DeploymentMonitor::pausedUntil(qint64 identityID) const
+QCoro::Task<> DeploymentMonitor::processNotifications(
+    QList<DeploymentSnapshot> previous, QList<DeploymentSnapshot> updated)
 {
-    return m_services.rateLimits->pausedUntil(identityID, now());
-}
-
-PollingSituation DeploymentMonitor::situation(const Round &round, const QSet<qint64> &eligible) const
-{
-    PollingSituation situation;
-    // An identity that may not be asked at the full hour is due when it may be.
-    for (const auto identityID : eligible) {
-        const auto loadedAt = round.installations->loadedAt(identityID);
-        if (loadedAt && (!situation.installationsLoadedAt || *loadedAt < *situation.installationsLoadedAt))
-            situation.installationsLoadedAt = loadedAt;
-    }
-    situation.lastRefreshedAt = missingStep(round) ? m_foundNothingAt : m_published.lastRefreshedAt;
-    situation.hasActiveDeployment = hasActiveDeployment(m_published.deployments);
-    return situation;
-}
-
-QSet<qint64> DeploymentMonitor::identitiesWithInstallationsDue(const Round &round) const
-{
-    auto result = identities(round);
-    result.removeIf([&](qint64 id) {
-        const auto loadedAt = round.installations->loadedAt(id);
-        return loadedAt && !areInstallationsDue(*loadedAt, round.installations->expectsInstallations(id), round.now);
-    });
-    return result;
-}
-
-QSet<qint64> DeploymentMonitor::identitiesWithoutInstallations(const Round &round) const
-{
-    auto result = identities(round);
-    result.removeIf([&](qint64 id) { return round.installations->hasLoaded(id); });
-    return result;
-}
-
-QSet<qint64> DeploymentMonitor::neverAskedIdentities(const Round &round) const
-{
-    auto result = identitiesWithoutInstallations(round);
-    for (const auto &failure : round.installations->failures())
-        result.remove(failure.identityID);
-    return result;
-}
-
-/// Nothing while something is monitored, or it is not known for every identity.
-std::optional<MissingStep> DeploymentMonitor::missingStep(const Round &round) const
-{
-    if (round.authentication->sessions().isEmpty())
-        return MissingStep::Account;
-    if (!identitiesWithoutInstallations(round).isEmpty() || !round.installations->monitoredRepositories().isEmpty())
-        return std::nullopt;
-    if (round.installations->installations().isEmpty())
-        return MissingStep::Installation;
-    return round.installations->repositories().isEmpty() ? MissingStep::Access : MissingStep::Selection;
-}
-
-DeploymentMonitorState DeploymentMonitor::currentState(const Round &round, std::optional<Instant> refreshedAt) const
-{
-    std::optional<Instant> resumeAt;
-    for (const auto identityID : identities(round)) {
-        if (m_health.hasFailed(identityID))
-            return DeploymentMonitorState::stale(m_lastCompleteSuccessAt);
-        const auto until = pausedUntil(identityID);
-        if (until && (!resumeAt || *until < *resumeAt))
-            resumeAt = until;
-    }
-    if (resumeAt)
-        return DeploymentMonitorState::rateLimited(refreshedAt ? refreshedAt : m_lastCompleteSuccessAt, *resumeAt);
-    return refreshedAt ? DeploymentMonitorState::ready(*refreshedAt) : m_published.state;
-}
-
-QString DeploymentMonitor::failureMessage(const Round &round) const
-{
-    QStringList lines;
-    for (const auto &session : round.authentication->sessions()) {
-        if (const auto failure = m_health.failure(session.id()))
-            lines.append(session.account.login + QLatin1String(": ") + *failure);
-        for (const QString &line : m_unanswered.lines(session.id()))
-            lines.append(session.account.login + QLatin1String(": ") + line);
-    }
-    return lines.join(QLatin1Char('\n'));
-}
-
-void DeploymentMonitor::publish(Published published)
-{
-    if (published == m_published)
-        return;
-    m_published = std::move(published);
-    Q_EMIT changed();
-}
-
-void DeploymentMonitor::showThatItLoads()
-{
-    Published next = m_published;
-    next.state = DeploymentMonitorState::loading(!next.deployments.isEmpty());
-    publish(std::move(next));
+    m_news.announce(previous, updated);
+    co_return;
 }
 
 } // namespace velmora

@@ -23,7 +23,8 @@ public:
 
     /// Counts one more failure in a row, and starts the wait.
     void recordFailure(qint64 identityID, const QString &description, Instant now);
-    void recordSuccess(qint64 identityID) { m_failures.remove(identityID); }
+    /// The identity no longer counts as failed: it has succeeded, or its last answer was another one.
+    void clearFailure(qint64 identityID) { m_failures.remove(identityID); }
     /// Forgets the identities that are not among these.
     void retain(const QSet<qint64> &identities);
     /// Makes every failed identity due.

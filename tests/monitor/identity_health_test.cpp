@@ -53,7 +53,7 @@ private Q_SLOTS:
         IdentityHealth health([] { return 0.0; });
         health.recordFailure(kAlice, QStringLiteral("no"), noon());
         health.recordFailure(kAlice, QStringLiteral("no"), noon());
-        health.recordSuccess(kAlice);
+        health.clearFailure(kAlice);
         QVERIFY(!health.hasFailed(kAlice));
         health.recordFailure(kAlice, QStringLiteral("no"), noon());
         QVERIFY(!health.isWaiting(kAlice, noon() + 5s));

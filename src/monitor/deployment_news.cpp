@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#include "monitor/deployment_news.h"
+
+#include "installations/installation_store.h"
+#include "monitor/deployment_list.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace velmora
+{
+
+namespace
+{
+
+/// A running Velmora may save nothing for so long, while GitHub pauses an account.
+constexpr std::chrono::hours kLongestHandOver{1};
+
+} // namespace
+
+DeploymentNews::DeploymentNews(DeploymentNotifying *notifier, Preferences *defaults, const Clock *clock)
+    : m_announcer(notifier, defaults, clock)
+{
+}
+
+void DeploymentNews::adoptSaved(Instant savedAt, Instant now)
+{
+    m_isHandedOver = now - savedAt < kLongestHandOver;
+}
+
+QList<DeploymentSnapshot> DeploymentNews::comparable(const QList<DeploymentSnapshot> &shown) const
+{
+    return m_announcer.hasCompletedLiveRefresh() || m_isHandedOver ? shown : QList<DeploymentSnapshot>();
+}
+
+void DeploymentNews::recordFetch(const RefreshContext &context, const QList<RepositoryRecord> &fetched,
+    const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
+{
+    const auto newcomers = m_liveRepositories.add(fetched);
+    forgetUnmonitored(context);
+    if (newcomers.isEmpty() || !m_announcer.hasCompletedLiveRefresh())
+        return;
+    const RepositoryIndex index(newcomers);
+    QList<DeploymentSnapshot> history;
+    std::ranges::copy_if(updated, std::back_inserter(history),
+        [&](const DeploymentSnapshot &deployment) { return index.find(deployment) != nullptr; });
+    m_announcer.takeNote(previous, history);
+}
+
+void DeploymentNews::forgetUnmonitored(const RefreshContext &context)
+{
+    m_liveRepositories.retain(context.installations->monitoredRepositories(), context.unloadedIdentities());
+}
+
+} // namespace velmora

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "monitor/live_repositories.h"
+#include "monitor/refresh_context.h"
+#include "monitor/result_announcer.h"
+
+namespace velmora
+{
+
+/// Tells news from history after a refresh, and has the news announced.
+///
+/// News is what happens while Velmora looks, and the end of a deployment that the list held as under way. The first
+/// answer for a repository is otherwise history, which is noted and not announced.
+class DeploymentNews
+{
+public:
+    /// The pointers are not owned and outlive this object.
+    DeploymentNews(DeploymentNotifying *notifier, Preferences *defaults, const Clock *clock);
+
+    /// The saved list was loaded. When it was saved less than an hour ago, the Velmora that saved it hands over to this
+    /// one, and what happened since is news.
+    void adoptSaved(Instant savedAt, Instant now);
+
+    /// The list with which the next one is compared: `shown`, or an empty one while `shown` is from an earlier run that
+    /// does not hand over.
+    [[nodiscard]] QList<DeploymentSnapshot> comparable(const QList<DeploymentSnapshot> &shown) const;
+
+    /// `fetched` were answered. Notes the history of those that were answered for the first time.
+    void recordFetch(const RefreshContext &context, const QList<RepositoryRecord> &fetched,
+        const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated);
+    /// See ResultAnnouncer::process().
+    void announce(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
+    {
+        m_announcer.process(previous, updated);
+    }
+
+    /// What is not monitored any more brings a history along when it is monitored again.
+    void forgetUnmonitored(const RefreshContext &context);
+    void forgetAll() { m_liveRepositories = LiveRepositories(); }
+
+private:
+    LiveRepositories m_liveRepositories;
+    bool m_isHandedOver = false;
+    ResultAnnouncer m_announcer;
+};
+
+} // namespace velmora

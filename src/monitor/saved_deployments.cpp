@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include "monitor/saved_deployments.h"
+
+#include "support/clock.h"
+#include "support/error.h"
+
+#include <QLoggingCategory>
+#include <QPointer>
+
+namespace velmora
+{
+
+namespace
+{
+
+Q_LOGGING_CATEGORY(monitorLog, "velmora.monitor", QtWarningMsg)
+
+constexpr std::chrono::seconds kRetryPause{30};
+
+} // namespace
+
+SavedDeployments::SavedDeployments(DeploymentCaching *cache, const Clock *clock, QObject *parent)
+    : QObject(parent)
+    , m_cache(cache)
+    , m_clock(clock)
+{
+}
+
+QCoro::Task<std::optional<DeploymentCachePayload>> SavedDeployments::load()
+{
+    if (m_isLoaded)
+        co_return std::nullopt;
+    const QPointer<SavedDeployments> self(this);
+    auto payload = co_await m_cache->load();
+    if (self)
+        m_isLoaded = true;
+    co_return payload;
+}
+
+QCoro::Task<> SavedDeployments::save(QList<DeploymentSnapshot> deployments)
+{
+    const QPointer<SavedDeployments> self(this);
+    const DeploymentCachePayload payload{deployments, m_clock->now()};
+    QString failure;
+    try {
+        co_await m_cache->save(payload);
+    } catch (...) {
+        failure = describe(std::current_exception());
+    }
+    if (!self)
+        co_return;
+    m_retryAt = m_clock->now() + kRetryPause;
+    if (m_failure == failure)
+        co_return;
+    m_failure = failure;
+    if (!failure.isEmpty())
+        qCWarning(monitorLog).noquote() << "The deployments were not saved:" << failure;
+    Q_EMIT failureChanged();
+}
+
+QCoro::Task<> SavedDeployments::saveAgain(QList<DeploymentSnapshot> deployments)
+{
+    if (!m_failure.isEmpty() && m_clock->now() >= m_retryAt)
+        co_await save(deployments);
+}
+
+} // namespace velmora

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: MIT
+#include "monitor/shown_deployments.h"
+
+#include "accounts/authentication_store.h"
+#include "installations/installation_store.h"
+#include "monitor/deployment_list.h"
+#include "monitor/fetch_outcomes.h"
+
+#include <algorithm>
+
+namespace velmora
+{
+
+ShownDeployments::ShownDeployments(const FetchOutcomes *outcomes, const Clock *clock, QObject *parent)
+    : QObject(parent)
+    , m_outcomes(outcomes)
+    , m_clock(clock)
+{
+}
+
+bool ShownDeployments::hasActiveDeployment() const
+{
+    return std::ranges::any_of(
+        deployments(), [](const DeploymentSnapshot &deployment) { return isActive(deployment.state); });
+}
+
+void ShownDeployments::showLoading()
+{
+    Published next = m_published;
+    next.state = DeploymentMonitorState::loading(!next.deployments.isEmpty());
+    publish(std::move(next));
+}
+
+void ShownDeployments::showSaved(const DeploymentCachePayload &payload)
+{
+    const Instant now = m_clock->now();
+    // A clock that was set back since must not show an age in the future.
+    m_lastCompleteAt = std::min(payload.savedAt, now);
+    Published next = m_published;
+    next.deployments = filteredAndSorted(payload.deployments, now);
+    if (next.state.state == DeploymentMonitorState::Case::Loading)
+        next.state = DeploymentMonitorState::loading(!next.deployments.isEmpty());
+    publish(std::move(next));
+}
+
+void ShownDeployments::showDisconnected(MissingStep missing)
+{
+    m_lastCompleteAt.reset();
+    Published next;
+    next.state = DeploymentMonitorState::disconnected(missing);
+    publish(std::move(next));
+}
+
+void ShownDeployments::showFetched(FetchedDeployments fetched, const RefreshContext &context)
+{
+    m_owners.insert(fetched.owners);
+    const bool hasSucceeded = !fetched.succeeded.isEmpty();
+    Published next = m_published;
+    if (hasSucceeded) {
+        if (fetched.scope == RefreshScope::All && !fetched.hasBrokenOff)
+            next.lastRefreshedAt = m_clock->now();
+        next.deployments = fetched.scope == RefreshScope::Active ? listAfterActive(std::move(fetched), context)
+                                                                 : listAfter(std::move(fetched), context);
+    }
+    next = withStanding(std::move(next), context);
+    if (hasSucceeded && next.state.state == DeploymentMonitorState::Case::Ready)
+        m_lastCompleteAt = next.lastRefreshedAt;
+    publish(std::move(next));
+}
+
+void ShownDeployments::dropUnreachable(const RefreshContext &context)
+{
+    Published next = m_published;
+    next.deployments = listAfter(FetchedDeployments(), context);
+    publish(withStanding(std::move(next), context));
+}
+
+/// A fetch of active deployments replaces those of the repositories that were asked for.
+QList<DeploymentSnapshot> ShownDeployments::listAfterActive(
+    FetchedDeployments fetched, const RefreshContext &context) const
+{
+    const RepositoryIndex asked(fetched.repositories + fetched.unmonitored);
+    const auto wasAsked = [&](const DeploymentSnapshot &deployment) {
+        return asked.find(deployment) != nullptr;
+    };
+    return shownAfterFetch(deployments(), std::move(fetched.deployments), wasAsked, context.now);
+}
+
+/// A full fetch replaces the deployments of the identities that succeeded, and drops those that no listed identity
+/// reaches.
+QList<DeploymentSnapshot> ShownDeployments::listAfter(FetchedDeployments fetched, const RefreshContext &context) const
+{
+    const RepositoryIndex monitored(context.installations->monitoredRepositories());
+    const RepositoryIndex known(context.installations->repositories());
+    const RepositoryIndex unanswered(fetched.unanswered);
+    const auto listed = context.listedIdentities();
+    const auto unloaded = context.unloadedIdentities();
+    const auto isReplaced = [&](const DeploymentSnapshot &deployment) {
+        if (unanswered.find(deployment))
+            return false;
+        if (const auto *record = monitored.find(deployment))
+            return fetched.succeeded.contains(record->identityID) || !listed.contains(record->identityID);
+        if (known.find(deployment))
+            return true;
+        // Not known to be reachable. It stays while it may belong to an identity that is unloaded; the owner of a
+        // saved deployment is unknown after a restart.
+        const auto owner = m_owners.constFind(deployment.repositoryNodeID);
+        return owner == m_owners.constEnd() ? unloaded.isEmpty() : !unloaded.contains(*owner);
+    };
+    return shownAfterFetch(deployments(), std::move(fetched.deployments), isReplaced, context.now);
+}
+
+ShownDeployments::Published ShownDeployments::withStanding(Published published, const RefreshContext &context) const
+{
+    published.state = currentState(context, published.lastRefreshedAt);
+    published.message = m_outcomes->message(context.authentication->sessions());
+    return published;
+}
+
+DeploymentMonitorState ShownDeployments::currentState(
+    const RefreshContext &context, std::optional<Instant> lastRefreshedAt) const
+{
+    std::optional<Instant> resumeAt;
+    for (const auto identityID : context.listedIdentities()) {
+        if (m_outcomes->hasFailed(identityID))
+            return DeploymentMonitorState::stale(m_lastCompleteAt);
+        const auto until = m_outcomes->pausedUntil(identityID);
+        if (until && (!resumeAt || *until < *resumeAt))
+            resumeAt = until;
+    }
+    if (resumeAt)
+        return DeploymentMonitorState::rateLimited(lastRefreshedAt ? lastRefreshedAt : m_lastCompleteAt, *resumeAt);
+    return lastRefreshedAt ? DeploymentMonitorState::ready(*lastRefreshedAt) : m_published.state;
+}
+
+void ShownDeployments::publish(Published published)
+{
+    if (published == m_published)
+        return;
+    m_published = std::move(published);
+    Q_EMIT changed();
+}
+
+} // namespace velmora

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "model/deployment_cache.h"
+#include "monitor/deployment_monitor_state.h"
+#include "monitor/fetched_deployments.h"
+#include "monitor/refresh_context.h"
+
+#include <QHash>
+#include <QObject>
+#include <QString>
+
+#include <optional>
+
+namespace velmora
+{
+
+class Clock;
+class FetchOutcomes;
+
+/// What the user sees of the deployments: the list, its state, and what went wrong. All of it changes together, and one
+/// changed() announces it.
+///
+/// Several instants could be called the last refresh. *lastRefreshedAt* is when a full refresh last succeeded for at
+/// least one identity; it is published, and the next full refresh is counted from it. *lastCompleteAt* is when the list
+/// was last up to date for every identity: the age of the list, told where newer data is missing. The state's
+/// *lastUpdatedAt* is the one of the two that its case shows. When installations were loaded is known to the
+/// InstallationStore.
+class ShownDeployments final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The pointers are not owned and outlive this object.
+    ShownDeployments(const FetchOutcomes *outcomes, const Clock *clock, QObject *parent = nullptr);
+
+    /// Unique, filtered, active ones first, newest first.
+    [[nodiscard]] const QList<DeploymentSnapshot> &deployments() const { return m_published.deployments; }
+    [[nodiscard]] bool hasActiveDeployment() const;
+    [[nodiscard]] const DeploymentMonitorState &state() const { return m_published.state; }
+    [[nodiscard]] bool isDisconnected() const { return state().state == DeploymentMonitorState::Case::Disconnected; }
+    /// FetchOutcomes::message() as it was when the list was last shown.
+    [[nodiscard]] const QString &message() const { return m_published.message; }
+    [[nodiscard]] std::optional<Instant> lastRefreshedAt() const { return m_published.lastRefreshedAt; }
+
+    /// Turns the state to loading; the list stays.
+    void showLoading();
+    /// Shows the saved list, which is as old as the time of its saving.
+    void showSaved(const DeploymentCachePayload &payload);
+    /// Empties everything: there is nothing to monitor.
+    void showDisconnected(MissingStep missing);
+    /// Shows what a fetch brought, and how the identities fare after it.
+    void showFetched(FetchedDeployments fetched, const RefreshContext &context);
+    /// Drops the deployments that no listed identity can reach.
+    void dropUnreachable(const RefreshContext &context);
+
+Q_SIGNALS:
+    /// Any of it changed.
+    void changed();
+
+private:
+    struct Published {
+        QList<DeploymentSnapshot> deployments;
+        DeploymentMonitorState state = DeploymentMonitorState::loading(false);
+        QString message;
+        std::optional<Instant> lastRefreshedAt;
+        friend bool operator==(const Published &, const Published &) = default;
+    };
+
+    [[nodiscard]] QList<DeploymentSnapshot> listAfter(FetchedDeployments fetched, const RefreshContext &context) const;
+    [[nodiscard]] QList<DeploymentSnapshot> listAfterActive(
+        FetchedDeployments fetched, const RefreshContext &context) const;
+    [[nodiscard]] DeploymentMonitorState currentState(
+        const RefreshContext &context, std::optional<Instant> lastRefreshedAt) const;
+    [[nodiscard]] Published withStanding(Published published, const RefreshContext &context) const;
+    void publish(Published published);
+
+    const FetchOutcomes *m_outcomes;
+    const Clock *m_clock;
+    Published m_published;
+    std::optional<Instant> m_lastCompleteAt;
+    QHash<QString, qint64> m_owners; ///< identity by repository node id, of every deployment fetched in this run
+};
+
+} // namespace velmora
