@@ -95,10 +95,16 @@ void StoryProgram::comesToRest()
     }
 }
 
-/// The polling loop sleeps, and no request to GitHub or write of the preferences is under way.
+/// The polling loop sleeps, and no request to GitHub or write of the preferences is under way. The polling loop goes on
+/// without an account whose token is being renewed, so the renewal counts as well: GitHub may have answered it, but the
+/// answer may still be on its way.
 bool StoryProgram::isAtRest() const
 {
+    const auto isRenewed = [](const GitHubAccountSession &session) {
+        return session.status == GitHubSessionStatus::Refreshing;
+    };
     return m_clock->isSleeping(kTickInterval) && !m_app->monitor().isRefreshing() && !m_github->isAnswering()
+        && std::ranges::none_of(m_app->authentication().sessions(), isRenewed)
         && !m_app->files().preferences.isSaving();
 }
 
