@@ -173,7 +173,7 @@ QCoro::Task<> Demo::connectAccounts(AuthenticationStore *authentication, std::st
         co_await waitFor(authentication, &AuthenticationStore::connectionChanged, hasEnded, stop);
         throwIfStopped(stop);
         if (!store)
-            co_return;
+            throw CancellationError();
         if (store->connectionState() != GitHubSessionStatus::Connected)
             fail(store->errorMessage().value_or(QStringLiteral("an account was not connected.")));
         // The simulator has no further identity to offer.

@@ -38,7 +38,8 @@ public:
     /// The settings of a person who wants to see everything.
     static void fillPreferences(Preferences *preferences);
 
-    /// Connects the demo's identities, one after the other. Throws ConfigurationError when one cannot be connected.
+    /// Connects the demo's identities, one after the other. Throws ConfigurationError when one cannot be connected, and
+    /// CancellationError on a stop or when the store is destroyed.
     [[nodiscard]] static QCoro::Task<> connectAccounts(AuthenticationStore *authentication, std::stop_token stop);
 
 private:

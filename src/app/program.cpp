@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "app/program.h"
 
+#include "app/desktop_run.h"
 #include "app/diagnosis.h"
 #include "app/logging.h"
 #include "app/session_bus.h"
 #include "app/sudden_exit.h"
-#include "platform/pasteboard.h"
-#include "platform/url_opener.h"
+#include "app/terminal_run.h"
 #include "support/task_scope.h"
+#include "ui/window/failure_window.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QEvent>
 #include <QThreadPool>
 
@@ -24,8 +25,8 @@ namespace
 constexpr std::chrono::milliseconds kPatience{700};
 constexpr std::chrono::seconds kPatienceWithBus{2};
 
-/// Work that was ended above, or is still on a thread, comes to its end in the event loop: let it, so
-/// that nothing is left suspended when the process goes.
+/// Work that was cancelled, or is still on a thread, ends in the event loop: lets it end, so that no coroutine is left
+/// suspended when the process ends.
 void unwind()
 {
     QThreadPool::globalInstance()->waitForDone(static_cast<int>(kPatience.count()));
@@ -33,6 +34,12 @@ void unwind()
         QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
+}
+
+/// Whether the user sees what is written.
+bool isInTerminal()
+{
+    return ::isatty(STDIN_FILENO) == 1 || ::isatty(STDOUT_FILENO) == 1 || ::isatty(STDERR_FILENO) == 1;
 }
 
 } // namespace
@@ -60,8 +67,6 @@ Program::Program(CommandLine line, QString startupToken)
     m_patience.setSingleShot(true);
     connect(&m_patience, &QTimer::timeout, this, &Program::endWithoutCommand);
     connect(&m_signals, &ProcessSignals::endRequested, this, &Program::requestEnd);
-    connect(&m_notifier, &TerminalNotifier::desktopFailed, this,
-        [this](const QString &description) { m_err.writeLine(description); });
     connect(&m_signals, &ProcessSignals::endDemanded, this, &Program::endWithoutCommand);
     if (m_line.isForDesktop())
         QCoreApplication::instance()->installEventFilter(this);
@@ -79,21 +84,12 @@ int Program::run()
     };
     QTimer::singleShot(0, this, start);
     const int code = execute();
-    m_desktop.reset();
-    m_service.reset();
-    m_saved.reset();
-    m_wakeSources.reset();
-    m_control.reset();
-    m_app.reset();
-    m_notifier.setDesktop(nullptr);
-    m_desktopNotifier.reset();
-    m_desktopNotifications.reset();
-    m_demo.reset();
+    m_run.reset();
     unwind();
     return code;
 }
 
-/// The event loop, whose end may come from outside.
+/// Runs the event loop. A library may end the process in the middle of it.
 int Program::execute()
 {
     const SuddenExit suddenExit([this] { finishWithoutDisplay(); }, RenewalGrace::kLongest + kPatience);
@@ -102,13 +98,31 @@ int Program::execute()
 
 void Program::finishWithoutDisplay()
 {
-    if (!m_app)
+    AuthenticationStore *const store = authentication();
+    if (!store)
         return;
-    // Whoever is started on the next display does not find this one.
-    if (m_service)
-        m_service->release();
-    m_grace.passHere(&m_app->authentication());
-    m_app->files().preferences.flush();
+    // A Velmora that is started on the next display must not find this one.
+    m_run->withdraw();
+    m_grace.passHere(store);
+    save();
+}
+
+Session *Program::session() const
+{
+    return m_run ? m_run->session() : nullptr;
+}
+
+/// Null where no session is at work.
+AuthenticationStore *Program::authentication() const
+{
+    VelmoraApp *const app = session() ? session()->app() : nullptr;
+    return app ? &app->authentication() : nullptr;
+}
+
+void Program::save() const
+{
+    if (session())
+        session()->save();
 }
 
 QCoro::Task<> Program::runAndExit()
@@ -123,13 +137,12 @@ QCoro::Task<> Program::runAndExit()
         failure = describe(std::current_exception());
     }
     if (!failure.isEmpty())
-        co_await tellFailure(failure);
-    // It has heeded the end; what follows has a bound of its own.
+        co_await showFailure(failure);
+    // The command has heeded the end; what follows has a limit of its own.
     m_patience.stop();
-    if (m_app)
-        co_await m_grace.pass(&m_app->authentication());
-    if (m_app)
-        m_app->files().preferences.flush();
+    if (AuthenticationStore *const store = authentication())
+        co_await m_grace.pass(store);
+    save();
     QCoreApplication::exit(static_cast<int>(code));
 }
 
@@ -148,20 +161,54 @@ QCoro::Task<ExitCode> Program::runCommand()
     return runWithBus();
 }
 
-/// A bus that does not answer is none.
+/// Works without a session bus where none answers in time.
 QCoro::Task<ExitCode> Program::runWithBus()
 {
     const SessionBus bus = co_await connectSessionBus(kPatienceWithBus, m_stop.get_token());
-    m_bus = bus.connection;
-    const ExitCode code = co_await runOnBus();
+    startRun(bus.connection);
+    const ExitCode code = co_await m_run->execute();
     co_return code;
 }
 
-QCoro::Task<ExitCode> Program::runOnBus()
+void Program::startRun(const QDBusConnection &bus)
 {
+    RunContext context;
+    context.line = m_line;
+    context.startupToken = m_startupToken;
+    context.bus = bus;
+    context.out = &m_out;
+    context.err = &m_err;
+    context.terminalEvents = &m_signals;
+    context.clock = &m_clock;
+    context.stop = m_stop.get_token();
     if (m_line.isForDesktop())
-        return runAsDesktop();
-    return m_line.command == CommandLine::Command::Quit ? quitRunning() : runInTerminal();
+        m_run = std::make_unique<DesktopRun>(std::move(context));
+    else
+        m_run = std::make_unique<TerminalRun>(std::move(context));
+    connect(m_run.get(), &Run::endRequested, this, &Program::requestEnd);
+}
+
+/// Writes the reason to standard error. Nothing reads that where the desktop has started the program, so a window shows
+/// the reason there until it is closed.
+QCoro::Task<> Program::showFailure(QString reason)
+{
+    m_err.writeLine(reason);
+    const bool hasDisplay = qobject_cast<QApplication *>(QCoreApplication::instance()) != nullptr;
+    if (!hasDisplay || isInTerminal() || m_stop.stop_requested())
+        co_return;
+    // This process answers no calls any more, so a Velmora that is started from now on must not find it.
+    if (m_run)
+        m_run->withdraw();
+    FailureWindow window(QString::fromUtf16(kApplicationName), reason);
+    const OneShot<> closed;
+    const auto close = [closed] {
+        closed.resolve();
+    };
+    connect(&window, &FailureWindow::closed, &window, close, Qt::QueuedConnection);
+    const std::stop_callback onStop(m_stop.get_token(), close);
+    window.show();
+    window.activateWindow();
+    co_await closed;
 }
 
 void Program::requestEnd()
@@ -170,8 +217,8 @@ void Program::requestEnd()
     m_stop.request_stop();
 }
 
-/// Something waits for what cannot be cancelled, the answer to the keyring's question for instance, or the user does
-/// not want to wait for it.
+/// The command waits for something that cannot be cancelled, such as the keyring's question to the user, or the user
+/// has asked for the end again.
 void Program::endWithoutCommand()
 {
     launch(graceAndEnd(), "the end");
@@ -179,20 +226,19 @@ void Program::endWithoutCommand()
 
 QCoro::Task<> Program::graceAndEnd()
 {
-    if (m_app)
-        co_await m_grace.pass(&m_app->authentication());
+    if (AuthenticationStore *const store = authentication())
+        co_await m_grace.pass(store);
     endAtOnce();
 }
 
 void Program::endAtOnce()
 {
-    if (m_app)
-        m_app->files().preferences.flush();
-    m_demo.reset();
+    if (session())
+        session()->abandon();
     ::_exit(static_cast<int>(reportCancelled()));
 }
 
-/// A command that was cut short has failed; the program of the tray is there until it is told to end.
+/// A command that was cut short has failed; on the desktop Velmora is meant to run until it is ended.
 ExitCode Program::reportCancelled()
 {
     if (m_line.isForDesktop())

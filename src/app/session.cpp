@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+#include "app/session.h"
+
+#include "accounts/keychain_credential_store.h"
+#include "app/profile_problems.h"
+#include "cli/terminal.h"
+#include "notifications/desktop_notifications.h"
+#include "platform/background_portal_login_item.h"
+#include "platform/browser_url_opener.h"
+#include "platform/clipboard_pasteboard.h"
+#include "platform/flatpak.h"
+
+namespace velmora
+{
+
+namespace
+{
+
+/// Whether the command goes on until it is ended, and follows the deployments in the terminal meanwhile.
+bool isFollowing(const CommandLine &line)
+{
+    return line.command == CommandLine::Command::Watch && !line.isOnce;
+}
+
+} // namespace
+
+Session::Session(const RunContext *context)
+    : m_context(context)
+{
+    QObject::connect(&m_terminalNotifier, &TerminalNotifier::desktopFailed, &m_terminalNotifier,
+        [err = context->err](const QString &description) { err->writeLine(description); });
+}
+
+Session::~Session() = default;
+
+QCoro::Task<> Session::start()
+{
+    if (m_context->line.isDemo) {
+        m_demo.emplace();
+        co_await m_demo->start(m_context->stop);
+    }
+    createStores();
+}
+
+void Session::createStores()
+{
+    AppEnvironment environment = m_demo ? m_demo->environment() : realEnvironment();
+    environment.clock = m_context->clock;
+    environment.notifier = notifierFor(environment);
+    VelmoraApp &app = m_app.emplace(std::move(environment));
+    reportProblems(&app.files().preferences, *m_context);
+    if (m_demo)
+        Demo::fillPreferences(&app.files().preferences);
+    createControl();
+}
+
+AppEnvironment Session::realEnvironment()
+{
+    m_pasteboard = std::make_unique<ClipboardPasteboard>();
+    m_urlOpener = std::make_unique<BrowserURLOpener>();
+    AppEnvironment environment;
+    environment.applicationName = QString::fromUtf16(kApplicationName);
+    environment.directories = XDGDirectories::fromEnvironment();
+    environment.configuration = AppConfiguration::load(environment.directories);
+    environment.openCredentials = [](const QString &service) {
+        return std::make_shared<KeychainCredentialStore>(service);
+    };
+    environment.pasteboard = m_pasteboard.get();
+    environment.urlOpener = m_urlOpener.get();
+    if (isInsideFlatpak()) {
+        environment.makeLoginItem = [bus = m_context->bus](Preferences *preferences) {
+            const QStringList command{QStringLiteral("velmora"), QStringLiteral("--background")};
+            return std::make_unique<BackgroundPortalLoginItem>(bus, preferences, command);
+        };
+    }
+    return environment;
+}
+
+/// A desktop run announces on the desktop only, a watching terminal there as well. Without a session bus, as in a plain
+/// network login, there is no desktop. A command that ends with its answer leaves what it finds to a Velmora that goes
+/// on.
+DeploymentNotifying *Session::notifierFor(const AppEnvironment &environment)
+{
+    const CommandLine &line = m_context->line;
+    const bool isForDesktop = line.isForDesktop();
+    if (isForDesktop || (isFollowing(line) && !line.isQuiet && m_context->bus.isConnected())) {
+        m_desktopNotifications
+            = desktopNotificationService(m_context->bus, *environment.urlOpener, environment.applicationName);
+    }
+    if (isForDesktop)
+        return &m_desktopNotifier.emplace(m_desktopNotifications.get());
+    if (!isFollowing(line))
+        return &m_waitingNotifier;
+    m_terminalNotifier.setDesktop(m_desktopNotifications.get());
+    return &m_terminalNotifier;
+}
+
+void Session::createControl()
+{
+    LocalControl::Services services;
+    services.applicationName = m_app->environment().applicationName;
+    services.authentication = &m_app->authentication();
+    services.installations = &m_app->installations();
+    services.monitor = &m_app->monitor();
+    services.settings = &m_app->settings();
+    services.preferences = &m_app->files().preferences;
+    services.clock = m_context->clock;
+    services.installationURL = m_app->environment().configuration.installationURL();
+    LocalControl *const control = &m_control.emplace(std::move(services));
+    QObject::connect(&m_terminalNotifier, &TerminalNotifier::posted, control, &Control::announced);
+    if (m_desktopNotifier)
+        QObject::connect(&*m_desktopNotifier, &ObservedNotifier::posted, control, &Control::announced);
+}
+
+void Session::watchMachine()
+{
+    m_wakeSources.emplace(QDBusConnection::systemBus(), &m_app->wakeWatch());
+}
+
+QCoro::Task<> Session::connectDemo()
+{
+    if (!m_demo)
+        co_return;
+    co_await Demo::connectAccounts(&m_app->authentication(), m_context->stop);
+    m_demo->handOver();
+}
+
+void Session::save()
+{
+    if (m_app)
+        m_app->files().preferences.flush();
+}
+
+void Session::abandon()
+{
+    save();
+    m_demo.reset();
+}
+
+} // namespace velmora

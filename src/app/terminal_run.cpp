@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: MIT
+#include "app/terminal_run.h"
+
+#include "app/profile_problems.h"
+#include "app/renewal_grace.h"
+#include "control/control_error.h"
+#include "control/remote_control.h"
+#include "control/session_reports.h"
+#include "platform/application_service.h"
+#include "support/signal_waiting.h"
+
+#include <QPointer>
+
+namespace velmora
+{
+
+namespace
+{
+
+/// Longer than a Velmora that was asked to end takes before it ends itself.
+constexpr std::chrono::seconds kLongestQuitting{5};
+
+QString missingConfiguration(const AppEnvironment &environment)
+{
+    if (environment.configuration.githubClientID)
+        return QString();
+    return QStringLiteral("Set GITHUB_CLIENT_ID in the environment or in %1/velmora.properties.")
+        .arg(environment.directories.configuration);
+}
+
+std::unique_ptr<ProfileFiles> openProfile(Clock *clock)
+{
+    const XDGDirectories directories = XDGDirectories::fromEnvironment();
+    return std::make_unique<ProfileFiles>(directories, AppConfiguration::load(directories), clock);
+}
+
+} // namespace
+
+TerminalRun::TerminalRun(RunContext context)
+    : Run(std::move(context))
+{
+}
+
+TerminalRun::~TerminalRun() = default;
+
+CommandContext TerminalRun::commandContext() const
+{
+    CommandContext made;
+    made.out = context().out;
+    made.err = context().err;
+    made.terminalEvents = context().terminalEvents;
+    made.clock = context().clock;
+    made.stop = context().stop;
+    return made;
+}
+
+QCoro::Task<ExitCode> TerminalRun::execute()
+{
+    const CommandLine &line = context().line;
+    switch (line.command) {
+    case CommandLine::Command::Quit:
+        return quitRunning();
+    case CommandLine::Command::Connect:
+        return connectAccount();
+    case CommandLine::Command::Status:
+        return runWithReports();
+    case CommandLine::Command::Watch:
+        return line.isOnce ? runWithControl() : runWithReports();
+    default:
+        return runWithControl();
+    }
+}
+
+/// Ends when the running Velmora has ended, so that it can be started again at once.
+QCoro::Task<ExitCode> TerminalRun::quitRunning()
+{
+    RemoteControl remote(context().bus, context().busName());
+    const bool isRunning = co_await remote.locate(context().stop);
+    if (!isRunning) {
+        context().err->writeLine(QStringLiteral("Velmora is not running."));
+        co_return ExitCode::Failed;
+    }
+    const std::function<bool()> hasEnded = [&remote] {
+        return !remote.isRunning();
+    };
+    ApplicationService service(context().bus, context().busName());
+    std::ignore = co_await service.actOnRunning(QStringLiteral("quit"), QString());
+    co_await waitFor(&remote, &RemoteControl::isRunningChanged, hasEnded, context().stop, kLongestQuitting);
+    throwIfStopped(context().stop);
+    if (!hasEnded())
+        throw ControlError(QStringLiteral("Velmora is running, but does not end."));
+    co_return ExitCode::Done;
+}
+
+/// Works without the running Velmora, which finds a new account in the profile by itself.
+QCoro::Task<ExitCode> TerminalRun::connectAccount()
+{
+    co_await createSession();
+    VelmoraApp *const app = session()->app();
+    CommandContext forConnect = commandContext();
+    forConnect.authentication = &app->authentication();
+    forConnect.preferences = &app->files().preferences;
+    forConnect.installationURL = app->environment().configuration.installationURL();
+    forConnect.missingConfiguration = missingConfiguration(app->environment());
+    const ExitCode code = co_await runConnect(forConnect);
+    co_return code;
+}
+
+QCoro::Task<ExitCode> TerminalRun::runWithControl()
+{
+    RemoteControl remote(context().bus, context().busName());
+    const bool isRunning = co_await remote.locate(context().stop);
+    CommandContext withControl = commandContext();
+    withControl.control = &remote;
+    if (!isRunning) {
+        co_await createSession();
+        co_await session()->connectDemo();
+        withControl.control = session()->control();
+    }
+    const ExitCode code = co_await dispatch(withControl);
+    co_return code;
+}
+
+QCoro::Task<ExitCode> TerminalRun::dispatch(CommandContext commandContext)
+{
+    const CommandLine &line = context().line;
+    switch (line.command) {
+    case CommandLine::Command::Accounts:
+        return runAccounts(std::move(commandContext), line);
+    case CommandLine::Command::RemoveAccount:
+        return runRemoveAccount(std::move(commandContext), line);
+    case CommandLine::Command::Installations:
+        return runInstallations(std::move(commandContext), line);
+    case CommandLine::Command::Repositories:
+        return runRepositories(std::move(commandContext), line);
+    case CommandLine::Command::Refresh:
+        return runRefresh(std::move(commandContext));
+    default:
+        return runWatch(std::move(commandContext), line);
+    }
+}
+
+/// Follows the running Velmora while there is one, and this process's own reports while there is none.
+QCoro::Task<ExitCode> TerminalRun::runWithReports()
+{
+    RemoteControl remote(context().bus, context().busName());
+    const bool isRunning = co_await remote.locate(context().stop);
+    SessionReports::Substitute substitute;
+    substitute.enter = [this] {
+        return createReports();
+    };
+    substitute.leave = [this] {
+        return destroyReports();
+    };
+    SessionReports reports(&remote, std::move(substitute));
+    connect(&remote, &RemoteControl::isRunningChanged, &reports,
+        [&remote, &reports] { reports.setRunning(remote.isRunning()); });
+    reports.setRunning(isRunning);
+    CommandContext withReports = commandContext();
+    withReports.reports = &reports;
+    ExitCode code = ExitCode::Failed;
+    if (context().line.command == CommandLine::Command::Status)
+        code = co_await runStatus(withReports, context().line);
+    else
+        code = co_await runWatch(withReports, context().line);
+    co_return code;
+}
+
+QCoro::Task<ReportSource *> TerminalRun::createReports()
+{
+    if (context().line.command == CommandLine::Command::Status)
+        return createSavedReports();
+    return createLiveReports();
+}
+
+QCoro::Task<ReportSource *> TerminalRun::createLiveReports()
+{
+    co_await createSession();
+    co_await session()->connectDemo();
+    session()->watchMachine();
+    co_return session()->control();
+}
+
+/// What was saved needs neither the network nor the keyring. The demo has nothing saved before its stores exist.
+QCoro::Task<ReportSource *> TerminalRun::createSavedReports()
+{
+    SavedReports::Services services;
+    services.applicationName = QString::fromUtf16(kApplicationName);
+    ProfileFiles *files = nullptr;
+    if (context().line.isDemo) {
+        co_await createSession();
+        services.applicationName = session()->app()->environment().applicationName;
+        files = &session()->app()->files();
+    } else {
+        m_files = openProfile(context().clock);
+        files = m_files.get();
+        reportProblems(&files->preferences, context());
+    }
+    services.preferences = &files->accountPreferences;
+    services.cache = &files->cache;
+    services.cachePath = files->cache.path();
+    services.clock = context().clock;
+    m_savedReports = std::make_unique<SavedReports>(std::move(services));
+    co_return m_savedReports.get();
+}
+
+/// Leaves time to tokens that are being renewed, unless the program ends: its end leaves time to them itself.
+QCoro::Task<> TerminalRun::destroyReports()
+{
+    m_savedReports.reset();
+    m_files.reset();
+    VelmoraApp *const app = session() ? session()->app() : nullptr;
+    if (!app)
+        co_return;
+    const QPointer<AuthenticationStore> store(&app->authentication());
+    co_await finishRenewals(store, context().stop, std::nullopt);
+    if (context().stop.stop_requested() || !store)
+        co_return;
+    session()->save();
+    destroySession();
+}
+
+} // namespace velmora
