@@ -29,11 +29,11 @@ const QString kSlug = QStringLiteral("VELMORA_APP_SLUG");
 const QString kAPIVersion = QStringLiteral("VELMORA_API_VERSION");
 } // namespace key
 
-/// A value and the place that it was read at.
+/// A value and where it was read.
 struct Setting {
     QString name;
     QString text; ///< empty: no source has a value
-    qsizetype source = -1;
+    qsizetype source = -1; ///< index of the source; -1 for none
 };
 
 /// The first value for the key that is not empty.
@@ -82,7 +82,7 @@ QUrl endpoint(const QString &name, const QString &text)
     return url;
 }
 
-/// An endpoint, and the setting that it follows from.
+/// An endpoint, and the setting that decided it.
 struct SetEndpoint {
     QUrl url;
     Setting origin;
@@ -119,15 +119,15 @@ bool isOfSameGitHub(const QUrl &url, const QUrl &login)
     return origin == LoginOrigin(login) || origin == LoginOrigin(apiOfLogin);
 }
 
-/// The variables of an environment come from many places, so only a file says of two endpoints that they belong
-/// together.
+/// Whether one file sets both endpoints, and so declares that they belong together. Environment variables declare
+/// nothing of the kind: each may come from another place.
 bool isWrittenTogether(const SetEndpoint &one, const SetEndpoint &other)
 {
     constexpr qsizetype kEnvironment = 0;
     return one.origin.source == other.origin.source && one.origin.source != kEnvironment;
 }
 
-/// Why the tokens of the login endpoint may not be sent to either of the others.
+/// Why the tokens of the login endpoint may not be sent to one of the other endpoints; nothing when they may.
 std::optional<QString> endpointProblemOf(const SetEndpoint &api, const SetEndpoint &graphql, const SetEndpoint &login)
 {
     for (const auto &[what, used] : {std::pair(QStringLiteral("the API"), api), {QStringLiteral("GraphQL"), graphql}}) {
@@ -141,7 +141,7 @@ std::optional<QString> endpointProblemOf(const SetEndpoint &api, const SetEndpoi
     return std::nullopt;
 }
 
-/// Nothing when what the files say cannot be used; the environment may say something else then.
+/// The login endpoint that the files set; nothing when their values cannot be used, which the environment may override.
 std::optional<LoginOrigin> originIn(const QList<Properties> &files)
 {
     try {
@@ -219,7 +219,7 @@ AppConfiguration AppConfiguration::fromProperties(const Properties &environment,
     const Setting hostSetting = setting(sources, key::kHost);
     const GitHubEndpoints host = endpointsFor(hostSetting.text);
     const SetEndpoint api = setEndpoint(sources, key::kAPI, host.api, hostSetting);
-    // An API elsewhere brings its GraphQL along, unless that is said to be elsewhere too.
+    // An API of its own has its GraphQL endpoint below it, unless that one is set too.
     const bool isOwnAPI = api.url != host.api;
     const SetEndpoint graphql = setEndpoint(sources, key::kGraphQL, isOwnAPI ? QUrl() : host.graphql, api.origin);
     const SetEndpoint login = loginEndpoint(sources);

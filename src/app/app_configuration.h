@@ -15,7 +15,7 @@ namespace velmora
 
 struct XDGDirectories;
 
-/// The name of the application, as it names itself.
+/// What the application calls itself.
 inline constexpr auto kApplicationName = u"Velmora";
 
 /// The settings that are fixed for a run of the program.
@@ -28,10 +28,10 @@ struct AppConfiguration {
     QUrl webURL; ///< base of the pages, without a slash at its end
     QString appSlug; ///< the GitHub App's name in addresses
     QByteArray apiVersion; ///< of the REST API, a date
-    /// Why no account may be used with these endpoints; absent when they belong together. They do when all are of the
-    /// host at which accounts are connected, or when one file says where each is.
+    /// Why no account may be used with these endpoints; absent when they belong together. They do when all are on the
+    /// host at which accounts are connected, or when one file sets them all.
     std::optional<QString> endpointProblem;
-    /// The GitHub that the files name, whatever the environment says; absent when that cannot be told.
+    /// The GitHub that the files name, without regard to the environment; absent when they name none that can be used.
     std::optional<LoginOrigin> originInFiles;
 
     /// The GitHub whose accounts are used.
@@ -40,11 +40,10 @@ struct AppConfiguration {
     /// The page on which the App is installed on an account or organisation.
     [[nodiscard]] WebAddress installationURL() const;
 
-    /// Takes each key from the first of the sources that has a value for it, and what no source knows from the
-    /// defaults. Throws ConfigurationError for a value that cannot be used: an endpoint must be https or on
-    /// this machine.
+    /// Takes each key from the first source that has a value for it, or else from the defaults. Throws
+    /// ConfigurationError for a value that cannot be used: an endpoint must be https or on this machine.
     [[nodiscard]] static AppConfiguration fromProperties(const QList<Properties> &sources);
-    /// The same for what the environment says, which comes first, and the files.
+    /// The same for the environment, which comes first, and the files.
     [[nodiscard]] static AppConfiguration fromProperties(const Properties &environment, const QList<Properties> &files);
 
     /// From the environment of the process, "velmora.properties" in the configuration directories, the

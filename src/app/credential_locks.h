@@ -8,8 +8,8 @@
 namespace velmora
 {
 
-/// Where the processes of one user take turns in replacing a token of this origin: in the runtime folder, and in the
-/// data folder where there is none. Profiles that share the keyring share the locks of their session as well.
+/// Where the processes of one user lock while they replace a token of this origin: in the runtime folder, or in the
+/// data folder where there is none. Profiles that share the keyring share these locks.
 [[nodiscard]] CredentialLockPlaces credentialLocks(const XDGDirectories &directories, const LoginOrigin &origin);
 
 } // namespace velmora

@@ -29,7 +29,7 @@ constexpr int kMostAccounts = 3;
 
 } // namespace
 
-/// The person's clipboard, once the person is there to copy.
+/// The user's clipboard, from handOver() on.
 class DemoPasteboard final : public Pasteboard
 {
 public:
@@ -41,7 +41,7 @@ private:
     ClipboardPasteboard m_clipboard;
 };
 
-/// The user's browser, once the user is there to click. Until then nothing is opened, and nothing is amiss.
+/// The user's browser, from handOver() on. Before, opening succeeds without doing anything.
 class DemoURLOpener final : public URLOpener
 {
 public:
@@ -99,7 +99,7 @@ Demo::~Demo()
     if (m_simulator.state() == QProcess::NotRunning)
         return;
     m_simulator.kill();
-    m_simulator.waitForFinished(3000); // it is killed: only a very busy machine takes that long
+    m_simulator.waitForFinished(3000); // a killed process needs that long on a very busy machine only
 }
 
 QCoro::Task<> Demo::start(std::stop_token stop)
@@ -123,7 +123,7 @@ QCoro::Task<> Demo::start(std::stop_token stop)
     QObject::connect(&m_simulator, &QProcess::errorOccurred, &m_simulator, giveUp);
     QObject::connect(&m_simulator, &QProcess::finished, &m_simulator, giveUp);
     const std::stop_callback onStop(stop, giveUp);
-    // A group of its own: Ctrl-C is for this program, which ends the simulator last.
+    // In a process group of its own, so that Ctrl-C reaches this program only, which ends the simulator last.
     m_simulator.setChildProcessModifier([] { ::setpgid(0, 0); });
     m_simulator.setStandardErrorFile(QProcess::nullDevice());
     const QStringList arguments{QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--exit-with-stdin"),
@@ -176,7 +176,7 @@ QCoro::Task<> Demo::connectAccounts(AuthenticationStore *authentication, std::st
             throw CancellationError();
         if (store->connectionState() != GitHubSessionStatus::Connected)
             fail(store->errorMessage().value_or(QStringLiteral("an account was not connected.")));
-        // The simulator has no further identity to offer.
+        // It was an account that is known already: the simulator has no further one.
         if (store->sessions().size() == known)
             co_return;
     }

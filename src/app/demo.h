@@ -12,9 +12,8 @@ namespace velmora
 class DemoPasteboard;
 class DemoURLOpener;
 
-/// A GitHub of its own on this machine, and a profile that is thrown away: for whoever wants to see Velmora
-/// before connecting anything. Ends the simulator with itself; the simulator ends by itself when the
-/// program dies.
+/// A simulated GitHub on this machine and a temporary profile, for a user who wants to see Velmora before connecting an
+/// account. The destructor ends the simulator; should the program be killed, the simulator ends by itself.
 class Demo
 {
 public:
@@ -27,15 +26,15 @@ public:
     /// CancellationError on a stop. The demo outlives the task.
     [[nodiscard]] QCoro::Task<> start(std::stop_token stop);
 
-    /// The environment for the running demo: nothing in it touches the real profile. Notifier and clock are left to the
-    /// caller.
+    /// The environment for the running demo, which leaves the user's profile alone. The caller sets notifier and clock.
+    /// The demo outlives what uses the environment.
     [[nodiscard]] AppEnvironment environment();
 
-    /// From now on it is the person who acts: what is clicked opens in the browser, as a page of the simulator, and
-    /// what is copied is on the clipboard. Before that the accounts connect by themselves and disturb nobody.
+    /// Call it when the accounts are connected. From then on a click opens a page of the simulator in the browser, and
+    /// a copied text is on the clipboard. Before, neither browser nor clipboard is touched.
     void handOver();
 
-    /// The settings of a person who wants to see everything.
+    /// Switches all notifications on.
     static void fillPreferences(Preferences *preferences);
 
     /// Connects the demo's identities, one after the other. Throws ConfigurationError when one cannot be connected, and
@@ -50,11 +49,11 @@ private:
     std::unique_ptr<DemoURLOpener> m_urlOpener;
 };
 
-/// The simulator's executable: beside this program, in the libexec folder of its installation, or where the shell
-/// would find it; empty when there is none.
+/// The simulator's executable: beside this program, in the libexec folder of its installation, or in the PATH; empty
+/// when there is none.
 [[nodiscard]] QString simulatorProgram();
 
-/// The configuration that speaks to a simulator at the address.
+/// The configuration for a simulator at the address.
 [[nodiscard]] AppConfiguration demoConfiguration(const QString &address);
 
 } // namespace velmora

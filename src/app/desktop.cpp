@@ -25,19 +25,19 @@ namespace
 
 using namespace std::chrono_literals;
 
-/// How long a tray may take to come. At login all programs start at once; a person who has started this one by hand
-/// looks for it, and gets the window instead.
+/// How long a tray may take to appear. At login all programs start at once. A user who starts this one by hand waits
+/// for it, and soon gets the window instead.
 constexpr auto kPatienceAtLogin = 10s;
 constexpr auto kPatience = 2s;
-/// A panel that crashes or is restarted is back in seconds, and a desktop takes the item away while it is locked.
+/// A panel that crashes or is restarted is back within seconds; a locked desktop hides the item for as long.
 constexpr auto kPatienceForReturn = 10s;
-/// Another kind of item may need a moment more to show up.
+/// How much longer the fallback item may take to appear.
 constexpr auto kWindowDelay = 1s;
 
-/// The item ends its connection, so it has one of its own.
+/// A connection of the item's own, since the item closes it.
 QDBusConnection itemConnection(const QDBusConnection &bus)
 {
-    // Where there was no answer, asking again would only block.
+    // Connecting blocks where the bus does not answer.
     if (!bus.isConnected())
         return QDBusConnection(QString());
     return QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("velmora tray item"));
@@ -57,8 +57,8 @@ std::unique_ptr<StatusItem> makeStatusItem(const QDBusConnection &bus, bool isBa
         &XEmbedStatusItem::makeWherePossible, isBackground ? kPatienceAtLogin : kPatience);
 }
 
-/// For desktops that do not find the picture by the name of the desktop file. Not before there is a window: the themes
-/// take their time.
+/// Sets the windows' picture, for desktops that do not find it by the name of the desktop file. Loading the themes
+/// takes long, so it is done with the first window.
 void adoptPicture()
 {
     if (!QGuiApplication::windowIcon().isNull())
@@ -83,7 +83,7 @@ Desktop::Desktop(VelmoraApp *app, const QDBusConnection &bus, const Options &opt
 
 Desktop::~Desktop() = default;
 
-/// Perhaps the user comes from installing the App. A menu that takes the focus is no window to come back to.
+/// The user may come back from installing the App. A menu or tooltip that takes the focus says nothing of that.
 void Desktop::noteFocus(const QWindow *window)
 {
     if (window && window->type() != Qt::Popup && window->type() != Qt::ToolTip)
@@ -91,7 +91,7 @@ void Desktop::noteFocus(const QWindow *window)
             "looking for new installations");
 }
 
-/// The window costs memory that nobody needs before it is opened for the first time.
+/// Made when it is first opened, since many users never open it and it takes memory.
 MenuBarWindow &Desktop::window()
 {
     if (m_window)
@@ -134,7 +134,7 @@ void Desktop::makeTray()
 
 void Desktop::start()
 {
-    // Somebody who has started it waits for it. At login the network takes a moment, and so does everything else.
+    // A user who has started it waits for it. At login the network is not up yet, and the machine is busy.
     using FirstTick = DeploymentMonitor::FirstTick;
     m_app->monitor().start(&m_app->authentication(), &m_app->installations(),
         m_options.isBackground ? FirstTick::AfterTheInterval : FirstTick::AtOnce);
@@ -147,8 +147,8 @@ void Desktop::start()
     m_trayPatience.start((m_options.isBackground ? kPatienceAtLogin : kPatience) + kWindowDelay);
 }
 
-/// An item that has been shown can be found again, by starting Velmora once more if need be: nothing opens by itself
-/// when it goes.
+/// Nothing opens by itself when an item that was shown disappears: the user knows Velmora, and can start it again to
+/// see the window.
 void Desktop::followTray(bool isAvailable)
 {
     m_isFound = m_isFound || isAvailable;
@@ -157,8 +157,8 @@ void Desktop::followTray(bool isAvailable)
     showAvailability();
 }
 
-/// Where no tray ever came, a user who has started the program by hand would see nothing of it. A window that is open
-/// without a tray gives the reason.
+/// Opens the window when no tray appeared, since a user who has started the program by hand would see nothing of it. An
+/// open window says that the tray is missing.
 void Desktop::showAvailability()
 {
     const bool isMissing = !m_item->isAvailable() && !m_trayPatience.isActive();

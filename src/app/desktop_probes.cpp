@@ -18,7 +18,7 @@ const QString kHeading = QStringLiteral("Session");
 const QString kKeyring = QStringLiteral("org.freedesktop.secrets");
 const QString kNone = QStringLiteral("none");
 
-/// The deadline of the probes comes before.
+/// Never reached: the deadline of the probes is earlier.
 QDeadlineTimer deadline()
 {
     return QDeadlineTimer(std::chrono::seconds(30));
@@ -53,8 +53,8 @@ QCoro::Task<QVariant> propertyOf(QDBusConnection bus, QString name, QString path
     co_return answer.arguments().first().value<QDBusVariant>().variant();
 }
 
-/// Who owns the name: the name of the process, or "there" where that cannot be seen; else whether the bus could start
-/// somebody.
+/// The owner of a name on the bus: the name of its process, or "there" where that cannot be read. Without an owner, the
+/// text says whether the bus could start one.
 struct Owner {
     bool isPresent = false;
     QString text;

@@ -13,13 +13,13 @@
 namespace velmora
 {
 
-/// Whether somebody owns the name of the keyring; false where the bus does not say so within `patience`. Starts none.
+/// Whether a keyring runs; false where the bus does not say so within `patience`. Starts none.
 /// Throws a CancellationError when the stop is requested.
 [[nodiscard]] QCoro::Task<bool> isKeyringRunning(
     QDBusConnection bus, std::chrono::milliseconds patience, std::stop_token stop);
 
-/// The questions to the session: tray host, notifications, keyring, whether Velmora runs. Nothing is started, unlocked
-/// or shown by asking. `bus` is connected.
+/// The questions to the session: tray host, notifications, keyring, whether Velmora runs. They start, unlock and show
+/// nothing. `bus` is connected.
 [[nodiscard]] QList<Probe> desktopProbes(const QDBusConnection &bus, bool isInsideFlatpak);
 
 } // namespace velmora

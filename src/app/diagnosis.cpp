@@ -31,7 +31,7 @@ namespace
 
 using namespace std::chrono_literals;
 
-// Less than five seconds in all: the bus and what is on it, and at the same time the files and then the network.
+// Less than five seconds in all: the bus and its services, and at the same time the files and then the network.
 constexpr auto kPatienceWithBus = 1500ms;
 constexpr auto kPatienceWithOwner = 500ms;
 constexpr auto kPatienceWithSession = 2500ms;
@@ -47,7 +47,7 @@ const QString kAccounts = QStringLiteral("Accounts");
 const QString kFiles = QStringLiteral("Files");
 } // namespace heading
 
-/// The settings of the run, or why there are none.
+/// The configuration, or why it cannot be used.
 struct Configured {
     std::optional<AppConfiguration> configuration;
     QString problem;
@@ -117,7 +117,7 @@ Probe connectivityProbe()
                  }};
 }
 
-/// `keyring` is told whether one is running.
+/// Resolves `keyring` with whether one runs.
 QCoro::Task<QList<FindingSection>> askDesktop(PrivateNames names, OneShot<bool> keyring, std::stop_token stop)
 {
     const SessionBus bus = co_await connectSessionBus(kPatienceWithBus, stop);
@@ -176,8 +176,8 @@ QList<Probe> networkProbes(const Configured &configured, const NetworkProbeServi
     return probes;
 }
 
-/// What the keyring and GitHub tell about each identity. Reading from a keyring starts one, so without one nothing is
-/// asked.
+/// What the keyring and GitHub tell about each identity. Reading from the keyring would start it, so nothing is asked
+/// where none runs.
 QCoro::Task<QList<FindingSection>> askIdentities(
     QList<Probe> probes, OneShot<bool> keyring, PrivateNames names, std::stop_token stop)
 {

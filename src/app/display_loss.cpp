@@ -18,7 +18,7 @@ gboolean tick(gpointer)
     return G_SOURCE_CONTINUE;
 }
 
-/// X11 has a source of its own among the sources of events, and is found to have gone when that is handled.
+/// Removes the event source of X11. The toolkit finds the display lost while it handles that source.
 void leaveOutX11()
 {
     GSource *const source = g_main_current_source();
@@ -32,7 +32,7 @@ void handleEventsWithoutDisplay(const std::function<bool()> &condition, QDeadlin
 {
     leaveOutX11();
     const guint ticks = g_timeout_add(kTickMilliseconds, &tick, nullptr);
-    // Qt's own loop would tell the display that it waits.
+    // Qt's own loop would write to the display before it waits.
     while (!condition() && !end.hasExpired())
         g_main_context_iteration(nullptr, TRUE);
     g_source_remove(ticks);

@@ -8,10 +8,10 @@
 namespace velmora
 {
 
-/// Handles the events of the main thread until the condition holds or the time is over, when the display has gone in
-/// the middle of an event. What the display sends is left out: the toolkit answers it with the end of the process.
+/// Handles events on the main thread until the condition holds or the time is over. For the middle of an event in which
+/// the display was found to be lost: events of the display are left out, since the toolkit would end the process.
 ///
-/// The condition is looked at after events, and several times a second.
+/// The condition is evaluated after events, and several times a second.
 void handleEventsWithoutDisplay(const std::function<bool()> &condition, QDeadlineTimer end);
 
 } // namespace velmora

@@ -25,7 +25,7 @@ using namespace std::chrono_literals;
 
 [[noreturn]] void tryDisplay()
 {
-    // What it says of a broken display is of no interest, nor is its core.
+    // Its messages about a broken display must not be seen, and it must leave no core file.
     const rlimit noCore{0, 0};
     ::setrlimit(RLIMIT_CORE, &noCore);
     const int nowhere = ::open("/dev/null", O_RDWR | O_CLOEXEC);

@@ -4,19 +4,19 @@
 namespace velmora
 {
 
-/// Whether a connection to the display of the environment can be opened. The toolkit ends the program where
-/// it cannot, so a process of its own, started with "--is-display-usable", has to try. Blocks for
-/// the time that takes, at most three seconds; for the start of the program.
+/// Whether a connection to the display of the environment can be opened. The toolkit ends a process that cannot open
+/// it, so another process, started with "--is-display-usable", tries. Blocks for at most three seconds; for the start
+/// of the program.
 [[nodiscard]] bool isDisplayUsable();
 
 /// Whether the environment names a display at all.
 [[nodiscard]] bool isDisplayNamed();
 
-/// From now on a fatal message of the toolkit, such as that of a display that cannot be reached, ends the program with
-/// code 1 after a line on standard error that says what to do, and leaves no core.
+/// From now on a fatal message of the toolkit, such as that a display cannot be reached, ends the program with code 1.
+/// A line on standard error says what to do, and no core file is written.
 void endQuietlyWithoutDisplay();
 
-/// Says that there is no display, and what works without one.
+/// Writes to standard error that there is no display, and what works without one.
 void reportNoDisplay();
 
 } // namespace velmora

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The calls that end a process, also for the libraries: a call is bound to the first definition that there is, and the
-// program's come before those of the system.
+// Replaces exit() and _exit() for the whole process, libraries included: the dynamic linker binds a call to the first
+// definition it finds, and the program's come before those of the C library.
 #include "app/sudden_exit.h"
 
 #include <dlfcn.h>

@@ -18,8 +18,7 @@ GitHubEndpoints endpoints(const QString &api, const QString &graphql, const QStr
         QUrl(scheme + api), QUrl(scheme + graphql), QUrl(scheme + web + QStringLiteral("/login")), QUrl(scheme + web)};
 }
 
-/// The host and its port, unless that is the usual one, as addresses write them; empty when the text is anything more
-/// or less.
+/// The host and its port as an address writes them, without the default port; empty when the text is not exactly that.
 QString authority(const QString &text)
 {
     QUrl url(QStringLiteral("https://") + text, QUrl::StrictMode);
@@ -43,7 +42,7 @@ std::optional<GitHubEndpoints> endpointsOfHost(const QString &host)
     const QString name = authority(host);
     if (name.isEmpty())
         return std::nullopt;
-    // Both keep their API on a host of its own; an Enterprise Server has one host for everything.
+    // Both have their API on a separate host; an Enterprise Server has one host for everything.
     if (isOfGitHub(name)) {
         const QString api = QStringLiteral("api.") + name;
         return endpoints(api, api + QStringLiteral("/graphql"), name);

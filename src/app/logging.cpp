@@ -32,7 +32,7 @@ void handle(QtMsgType, const QMessageLogContext &context, const QString &message
         write(line);
         return;
     }
-    // The terminal belongs to the main thread.
+    // Only the main thread may write to the terminal.
     QMetaObject::invokeMethod(
         application, [line] { write(line); }, Qt::QueuedConnection);
 }

@@ -6,9 +6,10 @@ namespace velmora
 
 class Terminal;
 
-/// Sends the log to the terminal, which is borrowed until stopLogging(): warnings and worse, and everything of
-/// Velmora's own categories when `isVerbose`.
+/// Writes the log to the terminal, which outlives stopLogging(): warnings and worse, and everything of Velmora's own
+/// categories when `isVerbose`.
 void startLogging(Terminal *terminal, bool isVerbose);
+/// Gives the log back to the toolkit.
 void stopLogging();
 
 } // namespace velmora

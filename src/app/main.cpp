@@ -20,19 +20,19 @@ std::unique_ptr<QCoreApplication> makeApplication(const CommandLine &line, int &
     if (line.isForDesktop() && isDisplayNamed()) {
         endQuietlyWithoutDisplay();
         auto application = std::make_unique<QApplication>(argc, argv);
-        // The windows come and go; the tray item stays.
+        // The tray item stays when the last window is closed.
         QApplication::setQuitOnLastWindowClosed(false);
-        // How desktops recognise the windows.
+        // Desktops find name and picture of the windows by it.
         QGuiApplication::setDesktopFileName(QStringLiteral("com.tarvik.Velmora"));
         return application;
     }
-    // Only connecting puts something on the clipboard, which belongs to the display.
+    // Only “connect” uses the clipboard, which belongs to the display.
     if (line.command == CommandLine::Command::Connect && !line.isDemo && isDisplayUsable())
         return std::make_unique<QGuiApplication>(argc, argv);
     return std::make_unique<QCoreApplication>(argc, argv);
 }
 
-/// Read before the toolkit does, which keeps it for itself.
+/// The desktop's permission to take the focus. Call it before the toolkit is started, which removes the variables.
 QString startupToken()
 {
     const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
@@ -57,7 +57,7 @@ int runVelmora(int argc, char **argv)
         return static_cast<int>(ExitCode::Done);
     }
     const QString token = startupToken();
-    // Our arguments are none of the toolkit's.
+    // The toolkit gets the name of the program only, so that it interprets no argument of ours.
     int count = 1;
     const auto application = makeApplication(line, count, argv);
     QCoreApplication::setApplicationName(QStringLiteral("velmora"));
@@ -68,8 +68,8 @@ int runVelmora(int argc, char **argv)
     return program.run();
 }
 
-/// A core file would hold the tokens that are in use. The browser and other programs that are started from here may
-/// still raise the limit for themselves.
+/// A core file would hold the tokens that are in use. The hard limit stays, so that the browser and other programs that
+/// are started from here may raise theirs.
 void forbidCoreFiles()
 {
     rlimit limit{};
@@ -83,10 +83,10 @@ void forbidCoreFiles()
 int main(int argc, char **argv)
 {
     forbidCoreFiles();
-    // The keyring is spoken to through GLib, which needs its own event loop below Qt's.
+    // The keyring's library works on GLib's event loop, so Qt must run on that one.
     qunsetenv("QT_NO_GLIB");
     const int code = runVelmora(argc, argv);
-    // Everything is written and closed; what cannot be interrupted must not hold the end up.
+    // Everything is written and closed. A thread that cannot be interrupted must not delay the end.
     if (ProxyLookup::isAskingSystem() || isPatientWorkOpen())
         ::_exit(code);
     return code;

@@ -15,7 +15,7 @@ namespace
 volatile std::sig_atomic_t s_endRequested = 0;
 volatile std::sig_atomic_t s_writeEnd = -1;
 
-/// How often each signal came.
+/// How often each signal was received.
 std::array<volatile std::sig_atomic_t, NSIG> s_counts{};
 
 constexpr std::array kEndSignals{SIGINT, SIGTERM, SIGHUP};
@@ -25,7 +25,7 @@ bool isEndSignal(int number)
     return std::ranges::find(kEndSignals, number) != kEndSignals.end();
 }
 
-/// Only what is allowed in a signal handler.
+/// Does only what is allowed in a signal handler.
 extern "C" void noteSignal(int number)
 {
     const int saved = errno;
@@ -33,7 +33,7 @@ extern "C" void noteSignal(int number)
         s_endRequested = 1;
         auto &count = s_counts.at(static_cast<std::size_t>(number));
         count = count + 1;
-        // Where nothing moves any more, the next one is the system's to handle.
+        // If the event loop hangs, the next signal ends the process.
         if (count == 2)
             ::signal(number, SIG_DFL);
     }
@@ -71,14 +71,14 @@ ProcessSignals::ProcessSignals(QObject *parent)
     : TerminalEvents(parent)
 {
     ::signal(SIGPIPE, SIG_IGN);
-    // A file over the limit of the process is a write that fails like any other.
+    // A write beyond the size limit then fails like any other.
     ::signal(SIGXFSZ, SIG_IGN);
     if (::pipe2(m_pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
         return;
     s_writeEnd = m_pipe[1];
     m_notifier = std::make_unique<QSocketNotifier>(m_pipe[0], QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &ProcessSignals::readSignals);
-    // A write that waits for its reader is interrupted by the end, and by nothing else.
+    // Only the end interrupts a write that waits for its reader: the other signals restart it.
     for (const int number : kEndSignals)
         handle(number, 0);
     handle(SIGWINCH, SA_RESTART);

@@ -21,9 +21,9 @@ public:
     [[nodiscard]] const char *what() const noexcept override { return "velmora::ConfigurationError"; }
 };
 
-/// Reads lines of the form KEY=VALUE in UTF-8. Blanks around key and value are dropped, lines that are
-/// empty or begin with "#" or "!" are comments, of a repeated key the last value counts. Throws
-/// ConfigurationError for any other line; `name` is what the message calls the file.
+/// Reads lines of the form KEY=VALUE in UTF-8. Blanks around key and value are dropped. Lines that are empty or begin
+/// with "#" or "!" are comments. The last value of a repeated key counts. Throws ConfigurationError for any other
+/// line; `name` is what the message calls the file.
 [[nodiscard]] Properties parseProperties(QByteArrayView content, const QString &name);
 
 } // namespace velmora

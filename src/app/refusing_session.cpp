@@ -15,7 +15,7 @@ QCoro::Task<HTTPResponse> RefusingSession::send(
     [[maybe_unused]] HTTPRequest request, [[maybe_unused]] std::stop_token stop)
 {
     throw ConfigurationError(m_reason);
-    co_return HTTPResponse(); // what makes this a coroutine, whose caller awaits the failure
+    co_return HTTPResponse(); // makes this a coroutine, so that the failure is thrown where it is awaited
 }
 
 } // namespace velmora

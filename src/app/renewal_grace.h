@@ -14,20 +14,20 @@ namespace velmora
 class AuthenticationStore;
 
 /// The time that the end of the program leaves to renewals of credentials that are under way. A refresh token works
-/// only once: an answer that is not stored ends the session of its account.
+/// only once: if the answer is not stored, the account has to be connected again.
 ///
-/// Every way to end comes through one object. Its clock runs from the first pass() or passHere() on, so that ends which
-/// follow one another leave the time once.
+/// All ways in which the program ends share one object. Its time starts with the first pass() or passHere(), so that
+/// it is left once even if one end follows another.
 class RenewalGrace
 {
 public:
     static constexpr std::chrono::seconds kLongest{5};
 
-    /// Begins no renewal any more, and ends when the store has none under way. Ends as well when the time is over, or
-    /// the store has gone.
+    /// Lets the store begin no further renewal, and ends when none is under way, when the time is over, or when the
+    /// store is destroyed.
     [[nodiscard]] QCoro::Task<> pass(AuthenticationStore *store);
-    /// The same for an end from which there is no way back to the event loop, since the display has gone: handles
-    /// events itself meanwhile. On another thread than the store's it does nothing.
+    /// The same without returning to the event loop, for the loss of the display: handles events itself meanwhile. Does
+    /// nothing on another thread than the store's.
     void passHere(AuthenticationStore *store);
 
 private:
@@ -36,8 +36,8 @@ private:
     std::optional<QDeadlineTimer> m_end;
 };
 
-/// Begins no renewal any more, and ends when the store has none under way, the stop is requested, the store has gone,
-/// or after `limit`.
+/// Lets the store begin no further renewal, and ends when none is under way, when the stop is requested, when the store
+/// is destroyed, or after `limit`.
 [[nodiscard]] QCoro::Task<> finishRenewals(
     AuthenticationStore *store, std::stop_token stop, std::optional<std::chrono::milliseconds> limit);
 

@@ -11,14 +11,14 @@
 namespace velmora
 {
 
-/// The session bus, as far as it can be reached.
+/// A connection to the session bus, and how it went.
 struct SessionBus {
-    QDBusConnection connection; ///< perhaps not connected
+    QDBusConnection connection; ///< not connected where no bus answers
     QString state; ///< in words: "present", "none" or "does not answer"
 };
 
-/// Connects to the session bus without blocking; called at most once per process. Without an answer within `patience`,
-/// as without a bus, the connection is not connected. Throws a CancellationError when the stop is requested.
+/// Connects to the session bus without blocking. Without a bus, or an answer within `patience`, the connection is not
+/// connected. Throws a CancellationError when the stop is requested. Call it at most once per process.
 [[nodiscard]] QCoro::Task<SessionBus> connectSessionBus(std::chrono::milliseconds patience, std::stop_token stop);
 
 } // namespace velmora

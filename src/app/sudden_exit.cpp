@@ -15,15 +15,16 @@ namespace velmora
 namespace
 {
 
-// An exit knows of nothing but these. The main thread's:
+// exit() has no argument to pass an object in. Used on the main thread only:
 std::function<void()> lastWishOfAll; // NOLINT(cert-err58-cpp): a function that is empty throws nothing
 bool isWishUnderWay = false;
-// Of every thread:
+// Used on every thread:
 std::atomic<std::chrono::milliseconds> patienceOfAll{};
-/// The process that the wish belongs to, 0 for none: a child that has not become another program yet has none.
+/// The process that the wish belongs to; 0 for none. A child between fork() and exec() must not run it.
 std::atomic<pid_t> ownerOfWish = 0;
 
-/// The main thread may have found out by itself, or be waiting for the one that this is called on.
+/// Has the main thread exit, and waits for that. The main thread may already be running the wish, or may be waiting for
+/// this thread, so the wait has a limit.
 void leaveToMainThread(int code)
 {
     const auto exitThere = [code] {
@@ -54,7 +55,7 @@ bool SuddenExit::takeOver(int code)
     const pid_t process = ::getpid();
     if (process != ownerOfWish)
         return false;
-    // The main thread has the number of its process.
+    // On Linux the main thread's id is that of the process.
     if (::gettid() != process) {
         leaveToMainThread(code);
         return true;

@@ -17,7 +17,7 @@ namespace velmora
 namespace
 {
 
-/// An empty folder, which nobody could tell, stays empty: nothing is kept then.
+/// The path of a file in the folder. Empty for a folder that is not known: nothing is kept then.
 QString inFolder(const QString &folder, const QString &name)
 {
     return folder.isEmpty() ? QString() : folder + QLatin1Char('/') + name;
@@ -59,6 +59,16 @@ ProfileFiles::ProfileFiles(const XDGDirectories &directories, const AppConfigura
         fileEarlierProfile(&preferences, directories.cache, *configuration.originInFiles);
 }
 
+VelmoraApp::Network::Network()
+    : session(std::make_shared<NetworkSession>())
+{
+}
+
+VelmoraApp::Network::~Network()
+{
+    session->close();
+}
+
 VelmoraApp::VelmoraApp(AppEnvironment environment)
     : m_environment(std::move(environment))
     , m_clock(m_environment.clock, m_environment.monotonic)
@@ -66,63 +76,58 @@ VelmoraApp::VelmoraApp(AppEnvironment environment)
     , m_files(m_environment.directories, m_environment.configuration, m_environment.clock)
     , m_loginItem(makeLoginItem(m_environment, &m_files.preferences))
     , m_rateLimits(std::make_shared<RateLimitLedger>())
-    , m_session(std::make_shared<NetworkSession>())
     , m_installationPage(m_environment.configuration.installationURL(), m_environment.urlOpener, m_environment.clock)
+    , m_client(makeClient(m_environment, m_network.session))
+    , m_authentication(m_client,
+          credentialStoreOf(
+              m_environment.configuration.loginOrigin(), &m_files.preferences, m_environment.openCredentials),
+          accountServices())
+    , m_installations(m_client, &m_files.accountPreferences, m_environment.clock, m_rateLimits, &m_installationPage)
+    , m_settings(&m_files.preferences, m_environment.notifier, m_loginItem.get())
+    , m_monitor(m_client, monitorServices())
 {
-    const GitHubClient client = makeClient(m_environment, m_session);
+    connectWakeWatch();
+}
 
-    AuthenticationStore::Services accountServices;
-    accountServices.defaults = &m_files.accountPreferences;
-    accountServices.pasteboard = m_environment.pasteboard;
-    accountServices.urlOpener = m_environment.urlOpener;
-    accountServices.clock = m_environment.clock;
-    accountServices.installationPage = &m_installationPage;
-    const LoginOrigin origin = m_environment.configuration.loginOrigin();
-    accountServices.locks = credentialLocks(m_environment.directories, origin);
-    m_authentication = std::make_unique<AuthenticationStore>(client,
-        credentialStoreOf(origin, &m_files.preferences, m_environment.openCredentials), std::move(accountServices));
+VelmoraApp::~VelmoraApp() = default;
 
-    m_installations = std::make_unique<InstallationStore>(
-        client, &m_files.accountPreferences, m_environment.clock, m_rateLimits, &m_installationPage);
+AuthenticationStore::Services VelmoraApp::accountServices()
+{
+    AuthenticationStore::Services services;
+    services.defaults = &m_files.accountPreferences;
+    services.pasteboard = m_environment.pasteboard;
+    services.urlOpener = m_environment.urlOpener;
+    services.clock = m_environment.clock;
+    services.installationPage = &m_installationPage;
+    services.locks = credentialLocks(m_environment.directories, m_environment.configuration.loginOrigin());
+    return services;
+}
 
-    m_settings
-        = std::make_unique<GeneralSettingsStore>(&m_files.preferences, m_environment.notifier, m_loginItem.get());
-
-    DeploymentMonitor::Services monitorServices;
-    monitorServices.cache = &m_files.cache;
-    monitorServices.notifier = m_environment.notifier;
-    monitorServices.defaults = &m_files.accountPreferences;
-    monitorServices.clock = &m_clock;
-    monitorServices.rateLimits = m_rateLimits;
-    monitorServices.random = [] {
+DeploymentMonitor::Services VelmoraApp::monitorServices()
+{
+    DeploymentMonitor::Services services;
+    services.cache = &m_files.cache;
+    services.notifier = m_environment.notifier;
+    services.defaults = &m_files.accountPreferences;
+    services.clock = &m_clock;
+    services.rateLimits = m_rateLimits;
+    services.random = [] {
         return QRandomGenerator::global()->generateDouble();
     };
-    m_monitor = std::make_unique<DeploymentMonitor>(client, std::move(monitorServices));
-    connectWakeWatch();
+    return services;
 }
 
 void VelmoraApp::connectWakeWatch()
 {
-    DeploymentMonitor *monitor = m_monitor.get();
     QObject::connect(&m_clock, &ClockJumpWatch::jumped, &m_wakeWatch, &WakeWatch::clockJumped);
-    QObject::connect(&m_wakeWatch, &WakeWatch::paused, monitor, &DeploymentMonitor::hold);
-    QObject::connect(
-        &m_wakeWatch, &WakeWatch::connectionsStale, monitor, [session = m_session] { session->dropConnections(); });
-    QObject::connect(&m_wakeWatch, &WakeWatch::shouldRetry, monitor, [this] {
-        m_monitor->release();
-        launch(m_monitor->retryNow(m_authentication.get(), m_installations.get(), m_environment.clock->now()),
+    QObject::connect(&m_wakeWatch, &WakeWatch::paused, &m_monitor, &DeploymentMonitor::hold);
+    QObject::connect(&m_wakeWatch, &WakeWatch::connectionsStale, &m_monitor,
+        [session = m_network.session] { session->dropConnections(); });
+    QObject::connect(&m_wakeWatch, &WakeWatch::shouldRetry, &m_monitor, [this] {
+        m_monitor.release();
+        launch(m_monitor.retryNow(&m_authentication, &m_installations, m_environment.clock->now()),
             "Polling after waking");
     });
-}
-
-VelmoraApp::~VelmoraApp()
-{
-    m_monitor.reset();
-    m_settings.reset();
-    m_installations.reset();
-    m_authentication.reset();
-    // What is still on its way ends here, with nobody left to tell.
-    m_session->close();
 }
 
 } // namespace velmora

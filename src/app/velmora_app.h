@@ -24,9 +24,9 @@ namespace velmora
 
 class NetworkSession;
 
-/// What the application finds around it. The pointers are not owned and outlive the application.
+/// What the stores need from outside. What the pointers name is not owned and outlives the application.
 struct AppEnvironment {
-    QString applicationName; ///< as the application names itself
+    QString applicationName; ///< what the application calls itself
     AppConfiguration configuration;
     XDGDirectories directories;
     CredentialStoreFactory openCredentials;
@@ -34,25 +34,25 @@ struct AppEnvironment {
     URLOpener *urlOpener = nullptr;
     DeploymentNotifying *notifier = nullptr;
     Clock *clock = nullptr;
-    /// The time that a suspended machine does not see pass; a clock that runs ahead of it tells of an awakening.
+    /// A time that stands still while the machine is suspended. When the clock runs ahead of it, the machine has woken.
     ClockJumpWatch::Monotonic monotonic = &std::chrono::steady_clock::now;
-    /// Makes the login item, given the preferences of the profile. Without it, it is an entry in the autostart
-    /// folder beside the directories, so that a profile of its own leaves the person's alone.
+    /// Makes the login item, given the preferences of the profile. Without this function the login item is an entry in
+    /// the autostart folder beside the directories, so that a separate profile leaves the user's own entry alone.
     std::function<std::unique_ptr<LoginItem>(Preferences *)> makeLoginItem;
 };
 
-/// The files of a profile, as the accounts of the configured GitHub see them; enough to read what was saved. What
-/// earlier versions left there without saying of which GitHub it is, is filed first. The clock is not owned.
+/// The files of a profile, as the accounts of the configured GitHub see them; enough to read what was saved. Entries of
+/// earlier versions, which do not name their GitHub, are first assigned to one. The clock is not owned.
 struct ProfileFiles {
     ProfileFiles(const XDGDirectories &directories, const AppConfiguration &configuration, Clock *clock);
 
     FilePreferences preferences; ///< of the whole profile
-    OriginPreferences accountPreferences; ///< the same, as the accounts see them
+    OriginPreferences accountPreferences; ///< those of them that belong to the accounts of this GitHub
     JSONDeploymentCache cache;
 };
 
-/// Creates the long-lived objects once, in the order in which they need each other, and ends them in
-/// the opposite order. Nothing is asked of the network before somebody asks one of the stores.
+/// The stores and the objects that live as long, declared in the order in which they need each other. Nothing is asked
+/// of the network before a store is asked.
 class VelmoraApp
 {
 public:
@@ -63,16 +63,29 @@ public:
 
     [[nodiscard]] const AppEnvironment &environment() const { return m_environment; }
     [[nodiscard]] ProfileFiles &files() { return m_files; }
-    [[nodiscard]] AuthenticationStore &authentication() { return *m_authentication; }
-    [[nodiscard]] InstallationStore &installations() { return *m_installations; }
+    [[nodiscard]] AuthenticationStore &authentication() { return m_authentication; }
+    [[nodiscard]] InstallationStore &installations() { return m_installations; }
     [[nodiscard]] InstallationPage &installationPage() { return m_installationPage; }
-    [[nodiscard]] GeneralSettingsStore &settings() { return *m_settings; }
-    [[nodiscard]] DeploymentMonitor &monitor() { return *m_monitor; }
-    /// What is told of sleep and network holds the monitor, drops connections and, a little later, has it poll at once.
-    /// It knows of jumps of the wall clock already.
+    [[nodiscard]] GeneralSettingsStore &settings() { return m_settings; }
+    [[nodiscard]] DeploymentMonitor &monitor() { return m_monitor; }
+    /// Tell it of the machine's sleep and network: it holds the monitor, drops connections and, a little later, has the
+    /// monitor poll at once. It hears of jumps of the clock by itself.
     [[nodiscard]] WakeWatch &wakeWatch() { return m_wakeWatch; }
 
 private:
+    /// The connections to GitHub. Requests that are still under way when the application ends are aborted, after the
+    /// stores that would hear of it are destroyed.
+    struct Network {
+        Network();
+        ~Network();
+        Network(const Network &) = delete;
+        Network &operator=(const Network &) = delete;
+
+        std::shared_ptr<NetworkSession> session;
+    };
+
+    [[nodiscard]] AuthenticationStore::Services accountServices();
+    [[nodiscard]] DeploymentMonitor::Services monitorServices();
     void connectWakeWatch();
 
     AppEnvironment m_environment;
@@ -81,12 +94,13 @@ private:
     ProfileFiles m_files;
     std::unique_ptr<LoginItem> m_loginItem;
     std::shared_ptr<RateLimitLedger> m_rateLimits;
-    std::shared_ptr<NetworkSession> m_session;
     InstallationPage m_installationPage;
-    std::unique_ptr<AuthenticationStore> m_authentication;
-    std::unique_ptr<InstallationStore> m_installations;
-    std::unique_ptr<GeneralSettingsStore> m_settings;
-    std::unique_ptr<DeploymentMonitor> m_monitor;
+    Network m_network;
+    GitHubClient m_client; ///< copied by the stores
+    AuthenticationStore m_authentication;
+    InstallationStore m_installations;
+    GeneralSettingsStore m_settings;
+    DeploymentMonitor m_monitor;
 };
 
 } // namespace velmora

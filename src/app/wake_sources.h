@@ -9,11 +9,11 @@ namespace velmora
 
 class WakeWatch;
 
-/// The watchers of this machine's sleep and network, reporting to the watch.
+/// Reports this machine's sleep and network to a watch.
 class WakeSources
 {
 public:
-    /// `systemBus` is where logind is heard. The watch is not owned and outlives the sources.
+    /// logind is heard on `systemBus`. The watch is not owned and outlives the sources.
     WakeSources(const QDBusConnection &systemBus, WakeWatch *watch);
 
 private:

@@ -25,8 +25,8 @@ using namespace velmora;
 using namespace velmora::testing;
 using namespace std::chrono_literals;
 
-/// The real stores, wired as they are in the program, over a profile and a clock of the test's own. There is no
-/// account, so that nothing is asked of any network.
+/// The real stores, wired as in the program, over a profile and a clock of the test. Without an account, nothing is
+/// asked of the network.
 class VelmoraAppTest final : public QObject
 {
     Q_OBJECT
@@ -162,7 +162,7 @@ private Q_SLOTS:
         RenewalGrace grace;
         QVERIFY(start(grace.pass(&app.authentication()))->isDone);
         grace.passHere(&app.authentication());
-        // And nothing is renewed any more.
+        // From then on nothing is renewed.
         QVERIFY(await(app.authentication().validCredential(kAccount)).failedWithType<CancellationError>());
         QVERIFY(m_github->requests.isEmpty());
     }
@@ -202,7 +202,7 @@ private Q_SLOTS:
         {
             WakeSources ended(QDBusConnection(QStringLiteral("no such connection")), &watch);
         }
-        // The network monitor is made on a thread and arrives when its owner is gone.
+        // The network monitor is made on a thread, and arrives after its owner was destroyed.
         QThreadPool::globalInstance()->waitForDone();
         drainEvents();
         QCOMPARE(m_clock->sleeperCount(), 0);
