@@ -196,7 +196,7 @@ private Q_SLOTS:
         addRule("{'path': '/graphql', 'action': {'status': 403, 'headers': [['retry-after', '60']], 'body': '{}'}}");
         const auto watched = finished("watch --once");
         QCOMPARE(watched->code(), 1);
-        QVERIFY2(watched->err().contains("pause"), watched->err().constData());
+        QVERIFY2(watched->err().contains("GitHub asks to wait until "), watched->err().constData());
     }
 
     void aRefusedConnectionEndsWithItsMessage()
