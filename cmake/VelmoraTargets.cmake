@@ -63,7 +63,7 @@ function(velmora_library name)
   list(TRANSFORM headers PREPEND ${root}/${folder}/)
   add_library(velmora_${name}_headers INTERFACE)
   target_sources(velmora_${name}_headers INTERFACE FILE_SET HEADERS BASE_DIRS ${root} FILES ${headers})
-  target_link_libraries(velmora_${name}_headers INTERFACE velmora_${name} velmora_options)
+  target_link_libraries(velmora_${name}_headers INTERFACE velmora_${name} velmora_options ${A_PRIVATE})
   target_compile_options(velmora_${name}_headers INTERFACE
     -include ${CMAKE_BINARY_DIR}/CMakeFiles/velmora_pch.dir/cmake_pch.hxx)
 endfunction()

@@ -99,7 +99,7 @@ Demo::~Demo()
     if (m_simulator.state() == QProcess::NotRunning)
         return;
     m_simulator.kill();
-    m_simulator.waitForFinished(3000); // a killed process needs that long on a very busy machine only
+    m_simulator.waitForFinished(); // until 30 seconds; a killed process ends at once, except on a very busy machine
 }
 
 QCoro::Task<> Demo::start(std::stop_token stop)

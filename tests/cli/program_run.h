@@ -44,7 +44,7 @@ public:
     {
         if (m_process.state() != QProcess::NotRunning) {
             m_process.kill();
-            m_process.waitForFinished(2000);
+            m_process.waitForFinished();
         }
     }
 
@@ -55,7 +55,7 @@ public:
     }
 
     /// Runs the event loop until the program has ended; false if it has not after `milliseconds`.
-    [[nodiscard]] bool ends(int milliseconds = 20'000)
+    [[nodiscard]] bool ends(int milliseconds = kPatience)
     {
         return waitUntil([this] { return m_process.state() == QProcess::NotRunning; }, milliseconds);
     }

@@ -86,7 +86,8 @@ class FirstHourTest(VelmoraTest):
         eventually(lambda: len(self.pages()) == 2, "GitHub's two pages")
         window.find("push button", "Install on GitHub").press()
         eventually(lambda: len(self.pages()) == 3, "the page once more")
-        self.assertEqual(self.pages()[1], self.pages()[2])
+        # The browser is started for each page, and the first start may be the slowest.
+        self.assertEqual(self.pages().count("/apps/tarvik-velmora/installations/new"), 2)
         self.install()
         self.desktop.screen.key("ctrl+r")
         window.find("list item", "In progress, 1")

@@ -73,8 +73,8 @@ void blockUntil(Condition condition)
     QElapsedTimer watchdog;
     watchdog.start();
     while (!condition()) {
-        if (watchdog.hasExpired(10'000))
-            throw std::runtime_error("the keyring did not get there within 10 seconds");
+        if (watchdog.hasExpired(60'000))
+            throw std::runtime_error("the keyring did not get there in time");
         QThread::msleep(5);
     }
 }

@@ -51,14 +51,14 @@ protected:
     /// Whether a default collection exists; the second overload also compares its state.
     [[nodiscard]] static bool hasCollection();
     [[nodiscard]] static bool hasCollection(bool isLocked);
-    /// Waits for the condition; throws an exception with the text after 20 seconds.
+    /// Waits for the condition; throws an exception with the text after a minute.
     template <typename Condition>
     static void blockUntil(Condition condition, const char *complaint)
     {
         QElapsedTimer watchdog;
         watchdog.start();
         while (!condition()) {
-            if (watchdog.hasExpired(20'000))
+            if (watchdog.hasExpired(60'000))
                 throw std::runtime_error(complaint);
             QThread::msleep(20);
         }

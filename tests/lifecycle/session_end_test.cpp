@@ -117,7 +117,7 @@ private Q_SLOTS:
         bus.freeze();
         ProgramRun status(words("status"), on(bus));
         status.start();
-        QVERIFY(status.ends(10'000));
+        QVERIFY(status.ends(20'000));
         QCOMPARE(status.code(), 0);
         QVERIFY(status.out().contains("Connect GitHub"));
         ProgramRun interrupted(words("accounts"), on(bus));
