@@ -137,7 +137,7 @@ public:
     }
     [[nodiscard]] bool shows(const QByteArray &text)
     {
-        return waitUntil([&] { return output().contains(text); }, 30'000);
+        return waitUntil([&] { return output().contains(text); });
     }
     void clear() { m_output.clear(); }
     void type(const QByteArray &keys) const { std::ignore = ::write(m_master, keys.constData(), size_t(keys.size())); }

@@ -464,7 +464,7 @@ private Q_SLOTS:
             QFile state(folder + QStringLiteral("/stat"));
             return !state.open(QIODevice::ReadOnly) || state.readAll().contains(") Z ");
         };
-        QVERIFY(waitUntil(isGone, 5000));
+        QVERIFY(waitUntil(isGone));
     }
 };
 

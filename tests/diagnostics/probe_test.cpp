@@ -105,7 +105,7 @@ private Q_SLOTS:
         const OneShot<QString> silent;
         const auto run = start(runProbes({probe(QString(), QString(), silent)}, {}, 10s, stop.get_token()));
         stop.request_stop();
-        QVERIFY(waitUntil([&] { return run->isDone; }, 1000));
+        QVERIFY(waitUntil([&] { return run->isDone; }, 5000));
         QVERIFY(run->failedWithType<CancellationError>());
         silent.resolve(QString());
     }

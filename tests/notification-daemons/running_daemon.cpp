@@ -51,7 +51,7 @@ uint postAsAnotherProgram(const QString &summary)
 
 bool becomesTrue(const std::function<bool()> &condition)
 {
-    return waitUntil(condition, 10'000);
+    return waitUntil(condition);
 }
 
 std::optional<QString> shownText(const QString &markup)

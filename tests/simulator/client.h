@@ -41,7 +41,7 @@ public:
         const std::unique_ptr<QNetworkReply> reply(begin(method, path, body, token));
         QElapsedTimer timer;
         timer.start();
-        if (!waitUntil([&] { return reply->isFinished(); }, 10'000))
+        if (!waitUntil([&] { return reply->isFinished(); }))
             return {};
         return finished(*reply, timer.elapsed());
     }
