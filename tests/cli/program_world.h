@@ -81,7 +81,7 @@ protected:
     {
         auto run = started(arguments);
         if (!run->ends())
-            qWarning("%s did not end", arguments);
+            qWarning("%s did not end: %s%s", arguments, run->out().constData(), run->err().constData());
         return run;
     }
 
@@ -137,7 +137,7 @@ protected:
     void connectFirst()
     {
         const auto connection = finished("connect");
-        QCOMPARE(connection->code(), 0);
+        QVERIFY2(connection->code() == 0, connection->out() + connection->err());
         const QByteArray before = "Connected as ";
         const QByteArray rest = connection->out().mid(connection->out().indexOf(before) + before.size());
         m_connected.append(rest.first(rest.indexOf('\n')));
