@@ -18,7 +18,7 @@ struct XDGDirectories {
     /// shares with the system. Empty if $XDG_RUNTIME_DIR does not exist.
     QString runtime;
 
-    /// From the environment of the process. Ignores relative paths, as the specification demands.
+    /// From the environment of the process. Ignores relative paths, as the XDG base directories demand.
     static XDGDirectories fromEnvironment();
     /// All folders below one, without the system's: a temporary profile.
     static XDGDirectories under(const QString &folder);
