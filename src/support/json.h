@@ -20,8 +20,17 @@ template <typename Record>
 template <typename Record>
 [[nodiscard]] Record decodeJSON(const JSONDocument &document);
 
-/// Encodes a record as compact JSON in UTF-8: keys in the order of the table, absent values left out, instants as
-/// seconds since 2001-01-01T00:00:00Z.
+/// How instants are written.
+enum class InstantForm {
+    Seconds, ///< since 2001-01-01T00:00:00Z: for Velmora itself
+    ISO8601, ///< texts in UTC: for other programs
+};
+
+/// Encodes a record as compact JSON in UTF-8: keys in the order of the table, absent values left out.
+template <typename Record>
+[[nodiscard]] QByteArray encodeJSON(const Record &record, InstantForm instants);
+
+/// The same, with instants in seconds, as decodeJSON() reads them.
 template <typename Record>
 [[nodiscard]] QByteArray encodeJSON(const Record &record);
 

@@ -73,6 +73,14 @@ void Codec<Instant>::decode(Instant &value, Element element, const Path &path)
     value = *instant;
 }
 
+void Codec<Instant>::encode(Writer &writer, Instant value)
+{
+    if (writer.instants() == InstantForm::ISO8601)
+        Codec<QString>::encode(writer, toISO8601(value));
+    else
+        writer.Double(secondsSinceReferenceDate(value));
+}
+
 void Codec<WebAddress>::decode(WebAddress &value, Element element, const Path &path)
 {
     QString text;

@@ -16,6 +16,7 @@
 #include <QString>
 
 #include <array>
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <tuple>
@@ -66,6 +67,20 @@ constexpr Field<Record, std::optional<Value>> optional(std::string_view key, std
     return {key, member, Presence::Optional};
 }
 
+/// A field that is only written. Its value is computed from the record.
+template <typename Compute>
+struct ComputedField {
+    std::string_view key;
+    Compute compute;
+};
+
+/// `compute` is called with the record; an optional result may be absent. Records with such a field cannot be decoded.
+template <typename Compute>
+constexpr ComputedField<Compute> computed(std::string_view key, Compute compute)
+{
+    return {key, compute};
+}
+
 /// The decoder's place in the document. Lives on the stack and is put into words only on failure.
 struct Path {
     const Path *parent = nullptr;
@@ -79,7 +94,22 @@ struct Path {
 [[noreturn]] void failExpected(const Path &path, const char *expected);
 
 using Element = simdjson::dom::element;
-using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
+
+/// Writes one document.
+class Writer final : public rapidjson::Writer<rapidjson::StringBuffer>
+{
+public:
+    Writer(rapidjson::StringBuffer &buffer, InstantForm instants)
+        : rapidjson::Writer<rapidjson::StringBuffer>(buffer)
+        , m_instants(instants)
+    {
+    }
+
+    [[nodiscard]] InstantForm instants() const { return m_instants; }
+
+private:
+    InstantForm m_instants;
+};
 
 /// Reads and writes one type. Specialised for the scalar types below, for optionals and for lists; records use their
 /// table. A source file may add its own, for an enumeration for instance.
@@ -159,13 +189,24 @@ private:
     template <typename Member>
     static void encodeField(Writer &writer, const T &value, const Field<T, Member> &field)
     {
-        const auto &member = value.*field.member;
-        if constexpr (requires { member.has_value(); }) {
-            if (!member.has_value())
+        encodeValue(writer, field.key, value.*field.member);
+    }
+
+    template <typename Compute>
+    static void encodeField(Writer &writer, const T &value, const ComputedField<Compute> &field)
+    {
+        encodeValue(writer, field.key, std::invoke(field.compute, value));
+    }
+
+    template <typename Value>
+    static void encodeValue(Writer &writer, std::string_view key, const Value &value)
+    {
+        if constexpr (requires { value.has_value(); }) {
+            if (!value.has_value())
                 return;
         }
-        writer.Key(field.key.data(), static_cast<rapidjson::SizeType>(field.key.size()));
-        Codec<Member>::encode(writer, member);
+        writer.Key(key.data(), static_cast<rapidjson::SizeType>(key.size()));
+        Codec<Value>::encode(writer, value);
     }
 };
 
@@ -196,7 +237,7 @@ struct Codec<QString> {
 template <>
 struct Codec<Instant> {
     static void decode(Instant &value, Element element, const Path &path);
-    static void encode(Writer &writer, Instant value) { writer.Double(secondsSinceReferenceDate(value)); }
+    static void encode(Writer &writer, Instant value);
 };
 
 /// A required address must be valid. An empty optional address counts as absent, since GitHub writes "" for an address
@@ -271,12 +312,18 @@ Record decodeJSON(QByteArrayView text)
 }
 
 template <typename Record>
-QByteArray encodeJSON(const Record &record)
+QByteArray encodeJSON(const Record &record, InstantForm instants)
 {
     rapidjson::StringBuffer buffer;
-    json::Writer writer(buffer);
+    json::Writer writer(buffer, instants);
     json::Codec<Record>::encode(writer, record);
     return QByteArray(buffer.GetString(), static_cast<qsizetype>(buffer.GetSize()));
+}
+
+template <typename Record>
+QByteArray encodeJSON(const Record &record)
+{
+    return encodeJSON(record, InstantForm::Seconds);
 }
 
 } // namespace velmora

@@ -35,6 +35,10 @@ struct View {
     QUtf8StringView text;
 };
 
+/// A sample as other programs read it.
+struct PrintedSample : Sample {
+};
+
 /// Turns single quotation marks into double ones, to keep JSON literals readable.
 QByteArray quoted(QByteArray text)
 {
@@ -69,6 +73,13 @@ struct velmora::JSONTable<Sample> {
 };
 
 template <>
+struct velmora::JSONTable<PrintedSample> {
+    static constexpr auto fields
+        = std::tuple{velmora::json::computed("double", [](const Sample &of) { return 2 * of.count; }),
+            velmora::json::computed("when", &Sample::when)};
+};
+
+template <>
 struct velmora::JSONTable<Place> {
     static constexpr auto fields = std::tuple{velmora::json::required("url", &Place::url)};
 };
@@ -98,6 +109,23 @@ private Q_SLOTS:
     {
         const Sample sample{QStringLiteral("a"), 1, true, {}, {}, {{2, {}}}};
         QCOMPARE(encodeJSON(sample), (quoted("{'name':'a','count':1,'isOn':true,'items':[{'id':2}]}")));
+    }
+
+    void instantsAreTextForOtherPrograms()
+    {
+        Sample sample{QStringLiteral("a"), 1, true, {}, instantFromReferenceDate(0.25), {}};
+        QCOMPARE(encodeJSON(sample), quoted("{'name':'a','count':1,'isOn':true,'when':0.25,'items':[]}"));
+        QCOMPARE(encodeJSON(sample, InstantForm::ISO8601),
+            quoted("{'name':'a','count':1,'isOn':true,'when':'2001-01-01T00:00:00.250000Z','items':[]}"));
+    }
+
+    void computedValuesAreWritten()
+    {
+        PrintedSample sample;
+        sample.count = 3;
+        QCOMPARE(encodeJSON(sample), quoted("{'double':6}"));
+        sample.when = instantFromReferenceDate(1);
+        QCOMPARE(encodeJSON(sample), quoted("{'double':6,'when':1.0}"));
     }
 
     void tellsTheExactPlaceOfAFault_data()
