@@ -5,6 +5,7 @@
 #include "cli/plain_text.h"
 #include "control/control.h"
 #include "control/control_texts.h"
+#include "presentation/accounts_presentation.h"
 #include "support/json.h"
 
 namespace velmora
@@ -12,17 +13,6 @@ namespace velmora
 
 namespace
 {
-
-QString statusWords(const QString &status)
-{
-    if (status == rawValue(GitHubSessionStatus::Connected))
-        return QStringLiteral("Connected");
-    if (status == rawValue(GitHubSessionStatus::Refreshing))
-        return QStringLiteral("Refreshing");
-    if (status == rawValue(GitHubSessionStatus::ReconnectRequired))
-        return QStringLiteral("Reconnect required");
-    return QStringLiteral("Disconnected");
-}
 
 void printAccounts(const CommandContext &context, const QList<ListedAccount> &accounts)
 {
@@ -32,7 +22,7 @@ void printAccounts(const CommandContext &context, const QList<ListedAccount> &ac
     }
     QList<QStringList> rows;
     for (const auto &account : accounts)
-        rows.append({account.login, statusWords(account.status)});
+        rows.append({account.login, sessionStatusText(account.status)});
     const QStringList lines = renderColumns({QStringLiteral("ACCOUNT"), QStringLiteral("STATUS")}, rows);
     for (const QString &line : lines)
         context.out->writeRawLine(line);

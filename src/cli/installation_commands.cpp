@@ -28,15 +28,15 @@ void print(Terminal *out, const QStringList &header, const QList<QStringList> &r
 void printInstallations(const CommandContext &context, const CommandLine &line, const InstallationsAnswer &answer)
 {
     if (line.isJSON) {
-        context.out->write(harmlessJSON(encodeJSON(answer.installations)) + '\n');
+        context.out->write(harmlessJSON(encodeJSON(answer.listed)) + '\n');
         return;
     }
-    if (answer.installations.isEmpty()) {
+    if (answer.listed.isEmpty()) {
         context.out->writeLine(notInstalledText(answer.installationURL));
         return;
     }
     QList<QStringList> rows;
-    for (const auto &listed : answer.installations)
+    for (const auto &listed : answer.listed)
         rows.append({listed.isSuspended ? QStringLiteral("suspended") : yesNo(listed.isEnabled), listed.key,
             listed.account, listed.type, listed.repositorySelection, listed.identity});
     print(context.out,
@@ -48,15 +48,15 @@ void printInstallations(const CommandContext &context, const CommandLine &line, 
 void printRepositories(const CommandContext &context, const CommandLine &line, const RepositoriesAnswer &answer)
 {
     if (line.isJSON) {
-        context.out->write(harmlessJSON(encodeJSON(answer.repositories)) + '\n');
+        context.out->write(harmlessJSON(encodeJSON(answer.listed)) + '\n');
         return;
     }
-    if (answer.repositories.isEmpty()) {
+    if (answer.listed.isEmpty()) {
         context.out->writeLine(noRepositoriesText(answer.installationURL));
         return;
     }
     QList<QStringList> rows;
-    for (const auto &listed : answer.repositories) {
+    for (const auto &listed : answer.listed) {
         const bool isOff = listed.isIncluded && !listed.isMonitored;
         rows.append({isOff ? QStringLiteral("installation off") : yesNo(listed.isIncluded), listed.name,
             listed.isPrivate ? QStringLiteral("private") : QStringLiteral("public"), listed.account});

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "cli/command_context.h"
-#include "control/control_answers.h"
+#include "control/control_records.h"
 
 #include <QCoroTask>
 

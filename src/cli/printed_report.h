@@ -8,6 +8,9 @@
 namespace velmora
 {
 
+/// The title of the tray item: the number of active deployments, or the application's name if there is none.
+[[nodiscard]] QString titleOf(const MonitorReport &report);
+
 /// The report as one line of JSON without the line break. Instants are ISO 8601 texts in UTC; absent values are left
 /// out. "saved" and "savedAt" are present for saved data only.
 [[nodiscard]] QByteArray jsonLine(const MonitorReport &report);

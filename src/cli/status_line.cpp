@@ -2,6 +2,7 @@
 #include "cli/status_line.h"
 
 #include "cli/plain_text.h"
+#include "cli/printed_report.h"
 #include "presentation/deployment_sections.h"
 #include "presentation/status_text.h"
 #include "support/json_coding.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "control/control_answers.h"
+#include "control/control_records.h"
 #include "control/report_source.h"
 
 namespace velmora

@@ -3,11 +3,11 @@
 
 #include "control/caller_watch.h"
 #include "control/control.h"
-#include "control/control_coding.h"
 #include "control/control_protocol.h"
 #include "control/control_texts.h"
 #include "support/background.h"
 #include "support/cancel_on_stop.h"
+#include "support/json.h"
 
 #include <optional>
 #include <utility>

@@ -217,7 +217,7 @@ QCoro::Task<InstallationsAnswer> LocalControl::installations(InstallationChoices
         answer.unsaved = co_await whyChangeIsLost(m_services.preferences, stop);
     if (!self)
         throw CancellationError();
-    answer.installations = listedInstallations(store->installations(), m_services.authentication->sessions());
+    answer.listed = listedInstallations(store->installations(), m_services.authentication->sessions());
     co_return answer;
 }
 
@@ -243,7 +243,7 @@ QCoro::Task<RepositoriesAnswer> LocalControl::repositories(RepositoryChoices cho
         answer.unsaved = co_await whyChangeIsLost(m_services.preferences, stop);
     if (!self)
         throw CancellationError();
-    answer.repositories = listedRepositories(store->repositories(), idsOf(store->monitoredRepositories()));
+    answer.listed = listedRepositories(store->repositories(), idsOf(store->monitoredRepositories()));
     co_return answer;
 }
 

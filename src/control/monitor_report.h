@@ -4,7 +4,6 @@
 #include "monitor/deployment_monitor_state.h"
 #include "notifications/deployment_notification.h"
 
-#include <QByteArray>
 #include <QList>
 
 #include <optional>
@@ -12,15 +11,9 @@
 namespace velmora
 {
 
-/// Whether a report shows what the monitor publishes, or what was saved.
-enum class ReportOrigin {
-    Live,
-    Saved,
-};
-
 /// What a terminal shows about the deployments at one moment.
 struct MonitorReport {
-    ReportOrigin origin = ReportOrigin::Live;
+    bool isSaved = false; ///< shows what was saved; otherwise what the monitor publishes
     QString applicationName; ///< the display name of the application
     DeploymentMonitorState state;
     QList<DeploymentSnapshot> deployments;
@@ -32,8 +25,5 @@ struct MonitorReport {
 
     friend bool operator==(const MonitorReport &, const MonitorReport &) = default;
 };
-
-/// The title of the tray item: the number of active deployments, or the application's name if there is none.
-[[nodiscard]] QString titleOf(const MonitorReport &report);
 
 } // namespace velmora

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "control/remote_control.h"
 
-#include "control/control_coding.h"
 #include "control/control_error.h"
 #include "control/control_protocol.h"
 #include "control/control_texts.h"
 #include "dbus/bus_call.h"
 #include "support/clock.h"
+#include "support/json.h"
 #include "support/task_scope.h"
 
 #include <QDBusError>

@@ -48,7 +48,7 @@ QCoro::Task<MonitorReport> SavedReports::report(std::stop_token stop)
 MonitorReport SavedReports::reportOf(const std::optional<DeploymentCachePayload> &payload) const
 {
     MonitorReport report;
-    report.origin = ReportOrigin::Saved;
+    report.isSaved = true;
     report.applicationName = m_services.applicationName;
     if (!hasAccounts(*m_services.preferences)) {
         report.state = DeploymentMonitorState::disconnected(MissingStep::Account);

@@ -81,14 +81,14 @@ private Q_SLOTS:
     void savedDataIsMarked()
     {
         MonitorReport saved = report(State::stale(noon()));
-        saved.origin = ReportOrigin::Saved;
+        saved.isSaved = true;
         saved.lastRefreshedAt = noon();
         saved.savedAt = noon();
         QCOMPARE(jsonLine(saved),
             json("{'saved':true,'savedAt':'2026-05-01T12:00:00Z','state':'stale','title':'Velmora',"
                  "'symbol':'exclamationmark.circle','lastRefreshedAt':'2026-05-01T12:00:00Z','deployments':[]}"));
         MonitorReport nothing = report(State::disconnected(MissingStep::Account));
-        nothing.origin = ReportOrigin::Saved;
+        nothing.isSaved = true;
         QCOMPARE(jsonLine(nothing),
             json("{'saved':true,'state':'disconnected','title':'Velmora','symbol':'arrow.up.circle.dotted',"
                  "'missing':'account','deployments':[]}"));

@@ -119,7 +119,7 @@ private Q_SLOTS:
         const auto accounts = awaitValue(m_control->accounts({}));
         QCOMPARE(accounts.size(), 1);
         QCOMPARE(accounts.first().login, text("alice"));
-        QCOMPARE(accounts.first().status, text("connected"));
+        QCOMPARE(accounts.first().status, GitHubSessionStatus::Connected);
     }
 
     void aRemovedAccountTakesItsDeploymentsAlong()
@@ -261,13 +261,13 @@ private Q_SLOTS:
         choices.include = QStringList{text("Alice/B")};
         const auto answer = repositories(choices);
         QVERIFY(answer.loading.isComplete);
-        QCOMPARE(answer.repositories.size(), 2);
-        QVERIFY(!answer.repositories.at(0).isIncluded);
-        QVERIFY(answer.repositories.at(1).isMonitored);
+        QCOMPARE(answer.listed.size(), 2);
+        QVERIFY(!answer.listed.at(0).isIncluded);
+        QVERIFY(answer.listed.at(1).isMonitored);
         choices.all.reset();
         choices.include.clear();
         choices.exclude = QStringList{text("R_b")};
-        QVERIFY(!repositories(choices).repositories.at(1).isIncluded);
+        QVERIFY(!repositories(choices).listed.at(1).isIncluded);
     }
 
     void aNameThatMeansNothingSwitchesNothing()
@@ -290,13 +290,13 @@ private Q_SLOTS:
         choices.disable = QStringList{text("1:7")};
         auto answer = awaitValue(m_control->installations(choices, {}));
         QVERIFY2(answer.refusal.isEmpty(), qPrintable(answer.refusal));
-        QCOMPARE(answer.installations.size(), 1);
-        QVERIFY(!answer.installations.first().isEnabled);
-        QCOMPARE(answer.installations.first().identity, text("alice"));
+        QCOMPARE(answer.listed.size(), 1);
+        QVERIFY(!answer.listed.first().isEnabled);
+        QCOMPARE(answer.listed.first().identity, text("alice"));
         QCOMPARE(answer.installationURL.text(), text("https://github.com/apps/velmora/installations/new"));
-        QVERIFY(!repositories({}).repositories.first().isMonitored);
+        QVERIFY(!repositories({}).listed.first().isMonitored);
         choices = {QStringList{text("1:7")}, {}};
-        QVERIFY(awaitValue(m_control->installations(choices, {})).installations.first().isEnabled);
+        QVERIFY(awaitValue(m_control->installations(choices, {})).listed.first().isEnabled);
     }
 
     void anIdentityThatFailsIsNamed()
@@ -320,7 +320,7 @@ private Q_SLOTS:
         QVERIFY(answer.hasAccounts && answer.isComplete && answer.messages.isEmpty());
         QVERIFY(changed.size() > 0);
         const MonitorReport shown = report();
-        QCOMPARE(shown.origin, ReportOrigin::Live);
+        QVERIFY(!shown.isSaved);
         QCOMPARE(shown.state, DeploymentMonitorState::ready(f->clock.now()));
         QCOMPARE(shown.deployments.size(), 1);
         QCOMPARE(shown.lastRefreshedAt, std::optional(f->clock.now()));
@@ -380,8 +380,8 @@ private Q_SLOTS:
         QVERIFY(
             waitUntil([&] { return refresh->isDone && again->isDone && listing->isDone && installations->isDone; }));
         QVERIFY(refresh->value->isComplete && again->value->isComplete);
-        QCOMPARE(listing->value->repositories.size(), 2);
-        QCOMPARE(installations->value->installations.size(), 1);
+        QCOMPARE(listing->value->listed.size(), 2);
+        QCOMPARE(installations->value->listed.size(), 1);
         QCOMPARE(f->github.restRequests,
             (QStringList{text("alice: /user/installations"), text("alice: /user/installations/7/repositories")}));
         QCOMPARE(f->github.queries.size(), 1);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "control/remote_control.h"
 
-#include "control/control_coding.h"
 #include "control/control_service.h"
 #include "fake_control.h"
 #include "platform/application_service.h"
@@ -144,7 +143,7 @@ private Q_SLOTS:
     {
         run();
         FakeControl &control = m_running->control;
-        control.listed = {{1, QStringLiteral("alice"), QStringLiteral("connected"), {}, {}}};
+        control.listed = {{1, QStringLiteral("alice"), GitHubSessionStatus::Connected, {}, {}}};
         control.removal.login = QStringLiteral("alice");
         control.loading = {true, false, {QStringLiteral("alice: no")}};
         control.installationsAnswer.refusal = QStringLiteral("unknown");

@@ -59,7 +59,7 @@ private Q_SLOTS:
         m_cache.payload
             = DeploymentCachePayload{{makeSnapshot(QStringLiteral("D"), DeploymentState::Success, noon())}, noon()};
         const MonitorReport shown = report();
-        QCOMPARE(shown.origin, ReportOrigin::Saved);
+        QVERIFY(shown.isSaved);
         QCOMPARE(shown.state, DeploymentMonitorState::disconnected(MissingStep::Account));
         QVERIFY(shown.deployments.isEmpty());
         QVERIFY(shown.hint.contains(QStringLiteral("velmora connect")));

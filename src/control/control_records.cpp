@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: MIT
+#include "control/control_records.h"
+
+#include "control/monitor_report.h"
+#include "model/deployment_snapshot_coding.h"
+
+namespace velmora
+{
+
+namespace json
+{
+
+/// An enumeration as the rawValue() of one of its cases.
+template <auto... cases>
+struct NamedCases {
+    template <typename Case>
+    static void decode(Case &value, Element element, const Path &path)
+    {
+        QString text;
+        Codec<QString>::decode(text, element, path);
+        const auto choose = [&](Case known) {
+            if (rawValue(known) != text)
+                return false;
+            value = known;
+            return true;
+        };
+        if (!(choose(cases) || ...))
+            failExpected(path, "a known name");
+    }
+    template <typename Case>
+    static void encode(Writer &writer, Case value)
+    {
+        Codec<QString>::encode(writer, rawValue(value));
+    }
+};
+
+using enum GitHubSessionStatus;
+template <>
+struct Codec<GitHubSessionStatus> : NamedCases<GitHubSessionStatus::Disconnected, RequestingCode, AwaitingAuthorization,
+                                        Connected, Refreshing, ReconnectRequired> {
+};
+
+using enum MissingStep;
+template <>
+struct Codec<MissingStep> : NamedCases<Account, Installation, Access, Selection> {
+};
+
+using State = DeploymentMonitorState::Case;
+template <>
+struct Codec<State> : NamedCases<State::Loading, State::Ready, State::Stale, State::RateLimited, State::Disconnected> {
+};
+
+} // namespace json
+
+template <>
+struct JSONTable<ListedAccount> {
+    using Record = ListedAccount;
+    static constexpr auto fields = std::tuple{json::required("id", &Record::id),
+        json::required("login", &Record::login), json::required("status", &Record::status),
+        json::optional("avatarURL", &Record::avatarURL), json::optional("advice", &Record::advice)};
+};
+
+template <>
+struct JSONTable<ListedInstallation> {
+    using Record = ListedInstallation;
+    static constexpr auto fields = std::tuple{json::required("key", &Record::key),
+        json::required("identity", &Record::identity), json::required("account", &Record::account),
+        json::required("type", &Record::type), json::required("repositorySelection", &Record::repositorySelection),
+        json::required("enabled", &Record::isEnabled), json::required("suspended", &Record::isSuspended)};
+};
+
+template <>
+struct JSONTable<ListedRepository> {
+    using Record = ListedRepository;
+    static constexpr auto fields = std::tuple{json::required("id", &Record::id), json::required("name", &Record::name),
+        json::required("url", &Record::url), json::required("private", &Record::isPrivate),
+        json::required("installation", &Record::installation), json::required("account", &Record::account),
+        json::required("included", &Record::isIncluded), json::required("monitored", &Record::isMonitored)};
+};
+
+template <>
+struct JSONTable<RemovalAnswer> {
+    using Record = RemovalAnswer;
+    static constexpr auto fields = std::tuple{json::required("login", &Record::login),
+        json::required("refusal", &Record::refusal), json::optional("unsaved", &Record::unsaved)};
+};
+
+template <>
+struct JSONTable<LoadingAnswer> {
+    using Record = LoadingAnswer;
+    static constexpr auto fields = std::tuple{json::required("hasAccounts", &Record::hasAccounts),
+        json::required("complete", &Record::isComplete), json::required("messages", &Record::messages)};
+};
+
+template <typename Listed>
+struct JSONTable<ListAnswer<Listed>> {
+    using Record = ListAnswer<Listed>;
+    static constexpr auto fields = std::tuple{json::required("loading", &Record::loading),
+        json::required("refusal", &Record::refusal), json::optional("unsaved", &Record::unsaved),
+        json::required(Listed::kPlural, &Record::listed), json::required("installationURL", &Record::installationURL)};
+};
+
+template <>
+struct JSONTable<DeploymentMonitorState> {
+    using Record = DeploymentMonitorState;
+    static constexpr auto fields = std::tuple{json::required("case", &Record::state),
+        json::required("hasContent", &Record::hasContent), json::optional("lastUpdatedAt", &Record::lastUpdatedAt),
+        json::optional("resumeAt", &Record::resumeAt), json::optional("missing", &Record::missing)};
+};
+
+template <>
+struct JSONTable<MonitorReport> {
+    using Record = MonitorReport;
+    static constexpr auto fields
+        = std::tuple{json::required("saved", &Record::isSaved), json::required("application", &Record::applicationName),
+            json::required("state", &Record::state), json::required("deployments", &Record::deployments),
+            json::optional("lastRefreshedAt", &Record::lastRefreshedAt), json::required("message", &Record::message),
+            json::optional("unsaved", &Record::unsaved), json::required("hint", &Record::hint),
+            json::optional("savedAt", &Record::savedAt)};
+};
+
+template <>
+struct JSONTable<DeploymentNotification> {
+    using Record = DeploymentNotification;
+    static constexpr auto fields = std::tuple{json::required("title", &Record::title),
+        json::required("subtitle", &Record::subtitle), json::required("body", &Record::body),
+        json::required("url", &Record::url), json::required("identifier", &Record::identifier)};
+};
+
+template QByteArray encodeJSON(const QList<ListedAccount> &);
+template QByteArray encodeJSON(const QList<ListedInstallation> &);
+template QByteArray encodeJSON(const QList<ListedRepository> &);
+template QByteArray encodeJSON(const RemovalAnswer &);
+template QByteArray encodeJSON(const LoadingAnswer &);
+template QByteArray encodeJSON(const InstallationsAnswer &);
+template QByteArray encodeJSON(const RepositoriesAnswer &);
+template QByteArray encodeJSON(const MonitorReport &);
+template QByteArray encodeJSON(const DeploymentNotification &);
+template QList<ListedAccount> decodeJSON(QByteArrayView);
+template RemovalAnswer decodeJSON(QByteArrayView);
+template LoadingAnswer decodeJSON(QByteArrayView);
+template InstallationsAnswer decodeJSON(QByteArrayView);
+template RepositoriesAnswer decodeJSON(QByteArrayView);
+template MonitorReport decodeJSON(QByteArrayView);
+template DeploymentNotification decodeJSON(QByteArrayView);
+
+namespace
+{
+
+/// The login of the account, or its id in decimal if the account has been removed.
+QString loginOf(qint64 identityID, const QList<GitHubAccountSession> &sessions)
+{
+    const auto found = std::ranges::find(sessions, identityID, &GitHubAccountSession::id);
+    return found == sessions.end() ? QString::number(identityID) : found->account.login;
+}
+
+} // namespace
+
+QList<ListedAccount> listedAccounts(const QList<GitHubAccountSession> &sessions)
+{
+    QList<ListedAccount> listed;
+    for (const auto &[account, status] : sessions)
+        listed.append({account.id, account.login, status, account.avatarURL, std::nullopt});
+    return listed;
+}
+
+QList<ListedInstallation> listedInstallations(
+    const QList<InstallationRecord> &installations, const QList<GitHubAccountSession> &sessions)
+{
+    QList<ListedInstallation> listed;
+    for (const auto &record : installations) {
+        const auto &account = record.installation.account;
+        listed.append({record.id(), loginOf(record.identityID, sessions), account.login, account.type,
+            record.installation.repositorySelection, record.isEnabled, record.installation.isSuspended()});
+    }
+    return listed;
+}
+
+QList<ListedRepository> listedRepositories(const QList<RepositoryRecord> &repositories, const QSet<QString> &monitored)
+{
+    QList<ListedRepository> listed;
+    for (const auto &record : repositories) {
+        const auto &repository = record.repository;
+        listed.append({record.id(), repository.nameWithOwner, repository.url, repository.isPrivate,
+            installationKey(record.identityID, record.installationID), record.installationAccount.login,
+            record.isIncluded, monitored.contains(record.id())});
+    }
+    return listed;
+}
+
+} // namespace velmora

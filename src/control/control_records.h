@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "accounts/github_account.h"
+#include "github/repository_record.h"
+#include "installations/installation_record.h"
+
+#include <QSet>
+#include <QStringList>
+
+#include <string_view>
+
+namespace velmora
+{
+
+// What a terminal asks of a Velmora, and the answers. encodeJSON() and decodeJSON() of support/json.h take the answers,
+// lists of the listed records, MonitorReport and DeploymentNotification. The commands print the same JSON objects, so
+// their keys are stable; the comments name them.
+
+/// The greatest number of installations or repositories in one request.
+inline constexpr qsizetype kMostNames = 10'000;
+
+/// Which installations, named by key or account, to switch before they are listed.
+struct InstallationChoices {
+    QStringList enable;
+    QStringList disable;
+
+    [[nodiscard]] bool areNone() const { return enable.isEmpty() && disable.isEmpty(); }
+
+    friend bool operator==(const InstallationChoices &, const InstallationChoices &) = default;
+};
+
+/// Which repositories, named as owner/name, to switch before they are listed.
+struct RepositoryChoices {
+    std::optional<bool> all; ///< switches every repository, before the named ones
+    QStringList include;
+    QStringList exclude;
+
+    [[nodiscard]] bool areNone() const { return !all && include.isEmpty() && exclude.isEmpty(); }
+
+    friend bool operator==(const RepositoryChoices &, const RepositoryChoices &) = default;
+};
+
+/// A connected identity.
+struct ListedAccount {
+    qint64 id = 0; ///< "id"
+    QString login; ///< "login"
+    GitHubSessionStatus status = GitHubSessionStatus::Disconnected; ///< "status": its rawValue()
+    std::optional<WebAddress> avatarURL; ///< "avatarURL"
+    std::optional<QString> advice; ///< "advice": what the user has to do about the account, if anything
+
+    friend bool operator==(const ListedAccount &, const ListedAccount &) = default;
+};
+
+/// An installation as one identity sees it.
+struct ListedInstallation {
+    QString key; ///< "key"
+    QString identity; ///< "identity": the login that sees the installation
+    QString account; ///< "account": the login of the account or organisation
+    QString type; ///< "type"
+    QString repositorySelection; ///< "repositorySelection"
+    bool isEnabled = true; ///< "enabled"
+    bool isSuspended = false; ///< "suspended": by its owner on GitHub; it then grants nothing
+
+    static constexpr std::string_view kPlural = "installations"; ///< the key of their list in an answer
+    friend bool operator==(const ListedInstallation &, const ListedInstallation &) = default;
+};
+
+/// A repository that an installation grants.
+struct ListedRepository {
+    QString id; ///< "id": the node identifier
+    QString name; ///< "name": owner and name
+    WebAddress url; ///< "url"
+    bool isPrivate = false; ///< "private"
+    QString installation; ///< "installation": its key
+    QString account; ///< "account": the login of the account with the installation
+    bool isIncluded = true; ///< "included": whether the user lets Velmora monitor it
+    bool isMonitored = true; ///< "monitored": included, and its installation is enabled
+
+    static constexpr std::string_view kPlural = "repositories"; ///< the key of their list in an answer
+    friend bool operator==(const ListedRepository &, const ListedRepository &) = default;
+};
+
+[[nodiscard]] QList<ListedAccount> listedAccounts(const QList<GitHubAccountSession> &sessions);
+[[nodiscard]] QList<ListedInstallation> listedInstallations(
+    const QList<InstallationRecord> &installations, const QList<GitHubAccountSession> &sessions);
+/// `monitored` holds the node ids of the monitored repositories.
+[[nodiscard]] QList<ListedRepository> listedRepositories(
+    const QList<RepositoryRecord> &repositories, const QSet<QString> &monitored);
+
+/// The result of removing an account.
+struct RemovalAnswer {
+    QString login; ///< the login of the removed account, as GitHub writes it
+    QString refusal; ///< why no account was removed; empty on success
+    std::optional<QString> unsaved; ///< why the removal could not be saved
+
+    friend bool operator==(const RemovalAnswer &, const RemovalAnswer &) = default;
+};
+
+/// The result of loading from GitHub.
+struct LoadingAnswer {
+    bool hasAccounts = false; ///< without an account nothing is loaded
+    bool isComplete = false; ///< every identity was asked and has answered
+    QStringList messages; ///< a line for each identity that failed
+
+    friend bool operator==(const LoadingAnswer &, const LoadingAnswer &) = default;
+};
+
+/// The installations or repositories, after the requested switching.
+template <typename Listed>
+struct ListAnswer {
+    LoadingAnswer loading;
+    QString refusal; ///< why a name was refused, in which case nothing was switched; else empty
+    std::optional<QString> unsaved; ///< why the switching could not be saved
+    QList<Listed> listed;
+    WebAddress installationURL; ///< the page that installs the App on another account, or grants it more repositories
+
+    friend bool operator==(const ListAnswer &, const ListAnswer &) = default;
+};
+
+using InstallationsAnswer = ListAnswer<ListedInstallation>;
+using RepositoriesAnswer = ListAnswer<ListedRepository>;
+
+} // namespace velmora
