@@ -31,11 +31,10 @@ QCoro::Task<> refresh(GitHubClient client, QList<RepositoryRecord> records, int 
     qsizetype fetchedCount = 0;
     for (int i = 0; i < repeats; ++i) {
         try {
-            auto fetched = co_await client.fetchDeployments(records, QStringLiteral("token"));
+            const auto fetched = co_await client.fetchDeployments(records, QStringLiteral("token"));
             fetchedCount = fetched.deployments.size();
             shown = shownAfterFetch(
-                shown, std::move(fetched.deployments), [](const DeploymentSnapshot &) { return true; },
-                client.clock->now());
+                shown, fetched.deployments, [](const DeploymentSnapshot &) { return true; }, client.clock->now());
         } catch (const Error &error) {
             std::fprintf(stderr, "%s\n", qUtf8Printable(error.description()));
             QCoreApplication::exit(1);

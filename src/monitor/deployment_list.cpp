@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "monitor/deployment_list.h"
 
-#include "monitor/places_by_id.h"
-
 #include <QSet>
 
 #include <algorithm>
@@ -20,200 +18,69 @@ namespace
 constexpr auto kResultLifetime = 24h;
 constexpr auto kActiveLifetime = 7 * 24h;
 
-/// Deployments chosen for a list, as pointers into the lists that hold them.
+/// Deployments chosen for a list, as pointers into the lists that hold them: sorting them moves no texts.
 using Candidates = std::vector<const DeploymentSnapshot *>;
 
-/// Finds for each id the deployment with the latest update; of equal ones the last, which was fetched last.
-class LatestByID
-{
-public:
-    explicit LatestByID(const QList<DeploymentSnapshot> &deployments)
-        : m_deployments(deployments)
-        , m_places(static_cast<std::size_t>(deployments.size()))
-        , m_isLeft(static_cast<std::size_t>(deployments.size()), true)
-    {
-        for (qsizetype i = 0; i < deployments.size(); ++i) {
-            auto &place = placeOf(deployments.at(i).id);
-            if (place == PlacesByID::kNone) {
-                place = static_cast<quint32>(i);
-                continue;
-            }
-            const bool isLater = deployments.at(i).updatedAt >= deployments.at(place).updatedAt;
-            m_isLeft[isLater ? place : static_cast<std::size_t>(i)] = false;
-            if (isLater)
-                place = static_cast<quint32>(i);
-        }
-    }
-
-    /// The deployment with this id, which takeRest() leaves out from then on; null when there is none.
-    const DeploymentSnapshot *take(const QString &id)
-    {
-        const auto place = placeOf(id);
-        if (place == PlacesByID::kNone)
-            return nullptr;
-        m_isLeft[place] = false;
-        return &m_deployments.at(place);
-    }
-
-    /// Appends the deployments that were not taken, one for each id, in their order.
-    void takeRest(Candidates &candidates) const
-    {
-        for (qsizetype i = 0; i < m_deployments.size(); ++i) {
-            if (m_isLeft[static_cast<std::size_t>(i)])
-                candidates.push_back(&m_deployments.at(i));
-        }
-    }
-
-private:
-    quint32 &placeOf(const QString &id)
-    {
-        const auto idAt = [this](quint32 place) -> const QString & {
-            return m_deployments.at(place).id;
-        };
-        return m_places.of(id, idAt);
-    }
-
-    const QList<DeploymentSnapshot> &m_deployments;
-    PlacesByID m_places;
-    std::vector<bool> m_isLeft;
-};
-
-/// Holds each id once if `known` does.
-Candidates mergedCandidates(
+/// One candidate for each id: the fetched deployment with the latest update, unless a known one that is not replaced is
+/// later. In the order of the known ones, then of the fetched ones.
+Candidates merged(
     const QList<DeploymentSnapshot> &known, const QList<DeploymentSnapshot> &fetched, const Replacing &isReplaced)
 {
-    LatestByID latest(fetched);
-    Candidates merged;
-    merged.reserve(static_cast<std::size_t>(known.size() + fetched.size()));
+    Candidates all;
+    QHash<QStringView, std::size_t> places;
+    places.reserve(known.size() + fetched.size());
+    all.reserve(static_cast<std::size_t>(known.size() + fetched.size()));
     for (const auto &deployment : known) {
-        const auto *const fresh = latest.take(deployment.id);
-        const bool hasNewer = fresh && fresh->updatedAt >= deployment.updatedAt;
-        if (!hasNewer && !isReplaced(deployment))
-            merged.push_back(&deployment);
-        else if (fresh)
-            merged.push_back(fresh);
+        places.insert(deployment.id, all.size());
+        all.push_back(isReplaced(deployment) ? nullptr : &deployment);
     }
-    latest.takeRest(merged);
-    return merged;
-}
-
-/// What filtering and sorting depend on, copied out of the deployment, so that sorting reads contiguous memory.
-struct Rank {
-    bool isActive;
-    Instant updatedAt;
-    const DeploymentSnapshot *deployment;
-
-    [[nodiscard]] bool isBefore(const Rank &other) const
-    {
-        return isActive != other.isActive ? isActive : updatedAt > other.updatedAt;
-    }
-};
-using Ranks = std::vector<Rank>;
-
-/// Appends the deployment if it is worth showing.
-void appendIfShown(Ranks &ranks, const DeploymentSnapshot &deployment, Instant now)
-{
-    const Rank rank{isActive(deployment.state), deployment.updatedAt, &deployment};
-    const Instant cutOff = now - (rank.isActive ? kActiveLifetime : kResultLifetime);
-    if (deployment.state != DeploymentState::Inactive && rank.updatedAt >= cutOff)
-        ranks.push_back(rank);
-}
-
-/// Keeps for each id the deployment with the latest update, at the place of the first one.
-Ranks uniqueByID(const Ranks &ranks)
-{
-    Ranks unique;
-    unique.reserve(ranks.size());
-    PlacesByID places(ranks.size());
-    const auto idAt = [&unique](quint32 place) -> const QString & {
-        return unique[place].deployment->id;
-    };
-    for (const auto &rank : ranks) {
-        auto &place = places.of(rank.deployment->id, idAt);
-        if (place == PlacesByID::kNone) {
-            place = static_cast<quint32>(unique.size());
-            unique.push_back(rank);
-        } else if (rank.updatedAt > unique[place].updatedAt) {
-            unique[place] = rank;
+    for (const auto &deployment : fetched) {
+        const auto place = places.constFind(deployment.id);
+        if (place == places.constEnd()) {
+            places.insert(deployment.id, all.size());
+            all.push_back(&deployment);
+        } else if (!all[*place] || deployment.updatedAt >= all[*place]->updatedAt) {
+            all[*place] = &deployment;
         }
     }
-    return unique;
+    std::erase(all, nullptr);
+    return all;
 }
 
-Candidates sorted(Ranks ranks)
+bool isWorthShowing(const DeploymentSnapshot &deployment, Instant now)
 {
-    std::ranges::stable_sort(ranks, [](const Rank &left, const Rank &right) { return left.isBefore(right); });
-    Candidates candidates(ranks.size());
-    std::ranges::transform(ranks, candidates.begin(), &Rank::deployment);
-    return candidates;
+    const auto lifetime = isActive(deployment.state) ? kActiveLifetime : kResultLifetime;
+    return deployment.state != DeploymentState::Inactive && deployment.updatedAt >= now - lifetime;
 }
 
-/// Moves the candidates, all of which are elements of the list, to its front in their order, and drops the others. It
-/// swaps in place and copies no deployment, because a list may take megabytes.
-void arrange(QList<DeploymentSnapshot> &own, const Candidates &candidates)
+bool isShownBefore(const DeploymentSnapshot *left, const DeploymentSnapshot *right)
 {
-    DeploymentSnapshot *const first = own.data();
-    std::vector<std::ptrdiff_t> takenFrom(candidates.size());
-    for (std::size_t place = 0; place < candidates.size(); ++place) {
-        std::ptrdiff_t from = candidates[place] - first;
-        // An element from before this place was swapped to where the element now in its place came from.
-        while (from < static_cast<std::ptrdiff_t>(place))
-            from = takenFrom[static_cast<std::size_t>(from)];
-        takenFrom[place] = from;
-        if (from != static_cast<std::ptrdiff_t>(place))
-            std::swap(first[place], first[from]);
-    }
-    own.resize(static_cast<qsizetype>(candidates.size()));
+    const bool isLeftActive = isActive(left->state);
+    return isLeftActive != isActive(right->state) ? isLeftActive : left->updatedAt > right->updatedAt;
 }
 
-/// The deployments that the candidates point to. If all are in `own`, and it is not shared, they are moved.
-QList<DeploymentSnapshot> collected(const Candidates &candidates, QList<DeploymentSnapshot> own)
+QList<DeploymentSnapshot> shown(Candidates candidates, Instant now)
 {
-    const auto *const first = own.constData();
-    const auto *const end = first + own.size();
-    const auto isOwn = [first, end](const DeploymentSnapshot *deployment) {
-        return !std::less<>()(deployment, first) && std::less<>()(deployment, end);
-    };
-    if (own.isDetached() && std::ranges::all_of(candidates, isOwn)) {
-        arrange(own, candidates);
-        return own;
-    }
-    QList<DeploymentSnapshot> result;
-    result.reserve(static_cast<qsizetype>(candidates.size()));
+    std::erase_if(candidates, [now](const auto *deployment) { return !isWorthShowing(*deployment, now); });
+    std::ranges::stable_sort(candidates, &isShownBefore);
+    QList<DeploymentSnapshot> list;
+    list.reserve(static_cast<qsizetype>(candidates.size()));
     for (const auto *deployment : candidates)
-        result.append(*deployment);
-    return result;
+        list.append(*deployment);
+    return list;
 }
 
 } // namespace
 
-QList<DeploymentSnapshot> filteredAndSorted(QList<DeploymentSnapshot> deployments, Instant now)
+QList<DeploymentSnapshot> filteredAndSorted(const QList<DeploymentSnapshot> &deployments, Instant now)
 {
-    Ranks ranks;
-    ranks.reserve(static_cast<std::size_t>(deployments.size()));
-    for (const auto &deployment : std::as_const(deployments))
-        appendIfShown(ranks, deployment, now);
-    const auto shown = sorted(uniqueByID(ranks));
-    return collected(shown, std::move(deployments));
+    return shown(merged({}, deployments, {}), now);
 }
 
-QList<DeploymentSnapshot> merged(
-    const QList<DeploymentSnapshot> &known, QList<DeploymentSnapshot> fetched, const Replacing &isReplaced)
+QList<DeploymentSnapshot> shownAfterFetch(const QList<DeploymentSnapshot> &known,
+    const QList<DeploymentSnapshot> &fetched, const Replacing &isReplaced, Instant now)
 {
-    const auto all = mergedCandidates(known, fetched, isReplaced);
-    return collected(all, std::move(fetched));
-}
-
-QList<DeploymentSnapshot> shownAfterFetch(
-    const QList<DeploymentSnapshot> &known, QList<DeploymentSnapshot> fetched, const Replacing &isReplaced, Instant now)
-{
-    const auto all = mergedCandidates(known, fetched, isReplaced);
-    Ranks ranks;
-    ranks.reserve(all.size());
-    for (const auto *deployment : all)
-        appendIfShown(ranks, *deployment, now);
-    const auto shown = sorted(std::move(ranks));
-    return collected(shown, std::move(fetched));
+    return shown(merged(known, fetched, isReplaced), now);
 }
 
 RepositoryIndex::RepositoryIndex(QList<RepositoryRecord> repositories)

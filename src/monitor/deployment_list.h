@@ -12,26 +12,19 @@
 namespace velmora
 {
 
-// Lists passed by value are consumed, not copied: a list may hold tens of thousands of deployments with a dozen strings
-// each.
-
 /// What is worth showing at `now`, in the order in which it is shown: active deployments of the last seven
 /// days first, then results of the last 24 hours, each newest first; inactive ones never. Of two with
 /// one id the later update counts. Equal times keep their order.
-[[nodiscard]] QList<DeploymentSnapshot> filteredAndSorted(QList<DeploymentSnapshot> deployments, Instant now);
+[[nodiscard]] QList<DeploymentSnapshot> filteredAndSorted(const QList<DeploymentSnapshot> &deployments, Instant now);
 
 /// Whether a known deployment is replaced by what was fetched.
 using Replacing = std::function<bool(const DeploymentSnapshot &)>;
 
-/// What is known after a fetch: known deployments for which `isReplaced` holds give way to the fetched ones,
-/// the others stay. A deployment that is in both keeps its place, so that equals do not change places
-/// from one refresh to the next. `known` holds each id once.
-[[nodiscard]] QList<DeploymentSnapshot> merged(
-    const QList<DeploymentSnapshot> &known, QList<DeploymentSnapshot> fetched, const Replacing &isReplaced);
-
-/// filteredAndSorted() of merged(), without building the merged list.
+/// What is shown after a fetch: known deployments for which `isReplaced` holds give way to the fetched ones, the others
+/// stay, but for an update; all of them filteredAndSorted(). A deployment that is in both keeps its place, so that
+/// equals do not change places from one refresh to the next. `known` holds each id once.
 [[nodiscard]] QList<DeploymentSnapshot> shownAfterFetch(const QList<DeploymentSnapshot> &known,
-    QList<DeploymentSnapshot> fetched, const Replacing &isReplaced, Instant now);
+    const QList<DeploymentSnapshot> &fetched, const Replacing &isReplaced, Instant now);
 
 /// Finds the repository of a deployment by node id, else by name: GitHub may answer with another form of the id than
 /// the one in the request.

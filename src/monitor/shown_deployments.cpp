@@ -83,7 +83,7 @@ QList<DeploymentSnapshot> ShownDeployments::listAfterActive(
     const auto wasAsked = [&](const DeploymentSnapshot &deployment) {
         return asked.find(deployment) != nullptr;
     };
-    return shownAfterFetch(deployments(), std::move(fetched.deployments), wasAsked, context.now);
+    return shownAfterFetch(deployments(), fetched.deployments, wasAsked, context.now);
 }
 
 /// A full fetch replaces the deployments of the identities that succeeded, and drops those that no listed identity
@@ -107,7 +107,7 @@ QList<DeploymentSnapshot> ShownDeployments::listAfter(FetchedDeployments fetched
         const auto owner = m_owners.constFind(deployment.repositoryNodeID);
         return owner == m_owners.constEnd() ? unloaded.isEmpty() : !unloaded.contains(*owner);
     };
-    return shownAfterFetch(deployments(), std::move(fetched.deployments), isReplaced, context.now);
+    return shownAfterFetch(deployments(), fetched.deployments, isReplaced, context.now);
 }
 
 ShownDeployments::Published ShownDeployments::withStanding(Published published, const RefreshContext &context) const
