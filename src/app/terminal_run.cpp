@@ -5,7 +5,6 @@
 #include "app/renewal_grace.h"
 #include "control/control_error.h"
 #include "control/remote_control.h"
-#include "control/session_reports.h"
 #include "platform/application_service.h"
 #include "support/signal_waiting.h"
 
@@ -144,20 +143,14 @@ QCoro::Task<ExitCode> TerminalRun::dispatch(CommandContext commandContext)
 QCoro::Task<ExitCode> TerminalRun::runWithReports()
 {
     RemoteControl remote(context().bus, context().busName());
-    const bool isRunning = co_await remote.locate(context().stop);
-    SessionReports::Substitute substitute;
-    substitute.enter = [this] {
+    CommandContext withReports = commandContext();
+    withReports.reports.running = &remote;
+    withReports.reports.create = [this] {
         return createReports();
     };
-    substitute.leave = [this] {
-        return destroyReports();
+    withReports.reports.destroy = [this](std::stop_token stop) {
+        return destroyReports(std::move(stop));
     };
-    SessionReports reports(&remote, std::move(substitute));
-    connect(&remote, &RemoteControl::isRunningChanged, &reports,
-        [&remote, &reports] { reports.setRunning(remote.isRunning()); });
-    reports.setRunning(isRunning);
-    CommandContext withReports = commandContext();
-    withReports.reports = &reports;
     ExitCode code = ExitCode::Failed;
     if (context().line.command == CommandLine::Command::Status)
         code = co_await runStatus(withReports, context().line);
@@ -204,8 +197,9 @@ QCoro::Task<ReportSource *> TerminalRun::createSavedReports()
     co_return m_savedReports.get();
 }
 
-/// Leaves time to tokens that are being renewed, unless the program ends: its end leaves time to them itself.
-QCoro::Task<> TerminalRun::destroyReports()
+/// Leaves time to tokens that are being renewed, unless the command ends: the end of the program leaves time to them
+/// itself.
+QCoro::Task<> TerminalRun::destroyReports(std::stop_token stop)
 {
     m_savedReports.reset();
     m_files.reset();
@@ -213,8 +207,8 @@ QCoro::Task<> TerminalRun::destroyReports()
     if (!app)
         co_return;
     const QPointer<AuthenticationStore> store(&app->authentication());
-    co_await finishRenewals(store, context().stop, std::nullopt);
-    if (context().stop.stop_requested() || !store)
+    co_await finishRenewals(store, stop, std::nullopt);
+    if (stop.stop_requested() || !store)
         co_return;
     session()->save();
     destroySession();

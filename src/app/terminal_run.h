@@ -31,7 +31,7 @@ private:
     QCoro::Task<ReportSource *> createReports();
     QCoro::Task<ReportSource *> createLiveReports();
     QCoro::Task<ReportSource *> createSavedReports();
-    QCoro::Task<> destroyReports();
+    QCoro::Task<> destroyReports(std::stop_token stop);
     [[nodiscard]] CommandContext commandContext() const;
 
     std::unique_ptr<ProfileFiles> m_files; ///< of a report that needs no session

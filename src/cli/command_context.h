@@ -3,11 +3,10 @@
 
 #include "cli/command_line.h"
 #include "cli/terminal.h"
+#include "control/report_following.h"
 #include "support/web_address.h"
 
 #include <QObject>
-
-#include <stop_token>
 
 namespace velmora
 {
@@ -16,7 +15,6 @@ class AuthenticationStore;
 class Clock;
 class Control;
 class Preferences;
-class ReportSource;
 
 /// Events of the terminal that arrive as signals of the system.
 class TerminalEvents : public QObject
@@ -40,7 +38,7 @@ struct CommandContext {
     TerminalEvents *terminalEvents = nullptr;
     Clock *clock = nullptr;
     Control *control = nullptr; ///< for single requests
-    ReportSource *reports = nullptr; ///< for `status`, and for a `watch` without --once
+    ReportSides reports; ///< for `status`, and for a `watch` without --once
     AuthenticationStore *authentication = nullptr; ///< for `connect`
     Preferences *preferences = nullptr; ///< for `connect`: where the accounts are saved
     WebAddress installationURL;

@@ -31,7 +31,7 @@ LiveDisplay::LiveDisplay(Terminal *out, Terminal *err, TerminalEvents *events, C
     , m_err(err)
     , m_clock(clock)
 {
-    connect(&m_keys, &KeyInput::quitPressed, this, &WatchDisplay::quitRequested);
+    connect(&m_keys, &KeyInput::quitPressed, this, &LiveDisplay::quitRequested);
     connect(&m_ageTimer, &QTimer::timeout, this, &LiveDisplay::redraw);
     connect(events, &TerminalEvents::resized, this, &LiveDisplay::redraw);
     connect(events, &TerminalEvents::continued, this, [this] {

@@ -2,17 +2,22 @@
 #pragma once
 
 #include "cli/key_input.h"
-#include "cli/watch_display.h"
+#include "control/monitor_report.h"
 
+#include <QObject>
 #include <QStringList>
 #include <QTimer>
 
 namespace velmora
 {
 
+class Clock;
+class Terminal;
+class TerminalEvents;
+
 /// A picture in the terminal that is redrawn in place when its text changes. Leaves nothing to restore: the cursor is
 /// hidden only during a redraw, and stays below the picture.
-class LiveDisplay final : public WatchDisplay
+class LiveDisplay final : public QObject
 {
     Q_OBJECT
 
@@ -21,8 +26,14 @@ public:
     LiveDisplay(Terminal *out, Terminal *err, TerminalEvents *events, Clock *clock);
     ~LiveDisplay() override;
 
-    void show(const MonitorReport &report) override;
-    void announce(const DeploymentNotification &notification) override;
+    /// Shows the current report.
+    void show(const MonitorReport &report);
+    /// Shows an announced result; the latest few stay.
+    void announce(const DeploymentNotification &notification);
+
+Q_SIGNALS:
+    /// The user pressed the key that ends the program.
+    void quitRequested();
 
 private:
     void redraw();

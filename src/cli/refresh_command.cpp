@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "cli/commands.h"
-#include "cli/deployment_table.h"
 #include "cli/loading.h"
+#include "cli/report_views.h"
 #include "control/control.h"
-#include "support/clock.h"
 
 namespace velmora
 {
@@ -16,10 +15,7 @@ QCoro::Task<ExitCode> runRefresh(CommandContext context)
     const LoadingAnswer answer = co_await withProgress(context, text, std::move(work));
     if (answer.hasAccounts) {
         const MonitorReport report = co_await control->report(context.stop);
-        const TableStyle style{context.out->size().width(), 1, context.out->isColoured()};
-        const QStringList lines = renderReport(report, {}, context.clock->now(), style);
-        for (const QString &line : lines)
-            context.out->writeRawLine(line);
+        printTable(context, report, 1);
     }
     co_return reportLoading(context, answer);
 }

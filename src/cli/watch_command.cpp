@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "cli/commands.h"
+#include "cli/live_display.h"
 #include "cli/loading.h"
-#include "cli/report_follower.h"
-#include "cli/watch_display.h"
+#include "cli/report_views.h"
 #include "control/control.h"
+#include "support/task_scope.h"
 
 namespace velmora
 {
@@ -11,66 +12,44 @@ namespace velmora
 namespace
 {
 
-WatchFormat formatOf(const CommandContext &context, const CommandLine &line)
-{
-    if (line.isJSON)
-        return WatchFormat::JSON;
-    if (line.isOnce)
-        return WatchFormat::Table;
-    return context.out->isLive() ? WatchFormat::Live : WatchFormat::Plain;
-}
-
-/// Shows the reports of the source during its lifetime.
-class Watching final : public QObject
-{
-public:
-    Watching(const CommandContext &context, ReportSource *source, const CommandLine &line)
-        : m_display(
-            makeWatchDisplay(formatOf(context, line), context.out, context.err, context.terminalEvents, context.clock))
-        , m_follower(source, context.out, [this](const MonitorReport &report) { m_display->show(report); })
-    {
-        connect(source, &ReportSource::announced, this, [this](const auto &notification) {
-            m_display->announce(notification);
-            m_follower.endWhenClosed();
-        });
-        connect(m_display.get(), &WatchDisplay::quitRequested, &m_follower, &ReportFollower::finish);
-        // A table is printed once, after the refresh.
-        if (formatOf(context, line) != WatchFormat::Table)
-            connect(source, &ReportSource::reportChanged, &m_follower, &ReportFollower::update);
-    }
-
-    [[nodiscard]] ReportFollower &follower() { return m_follower; }
-    void show(const MonitorReport &report) { m_display->show(report); }
-
-private:
-    std::unique_ptr<WatchDisplay> m_display;
-    ReportFollower m_follower;
-};
-
-QCoro::Task<ExitCode> watchOnce(CommandContext context, CommandLine line)
+/// Prints what is announced during the refresh, and then the table; or JSON for every change.
+QCoro::Task<ExitCode> watchOnce(CommandContext context, bool isJSON)
 {
     Control *const control = context.control;
-    Watching watching(context, control, line);
+    const ReportView view = isJSON ? jsonView(context.out) : tableView(context);
+    const TaskScope scope;
+    const QObject connections;
+    if (isJSON)
+        scope.launch(showChanges(control, view, scope.stopToken()), "printing reports");
+    else
+        QObject::connect(control, &Control::announced, &connections, view.announce);
     const LoadingAnswer answer = co_await control->refresh(context.stop);
     if (answer.hasAccounts) {
         const MonitorReport report = co_await control->report(context.stop);
-        watching.show(report);
+        view.show(report);
     }
     co_return reportLoading(context, answer);
 }
 
-QCoro::Task<ExitCode> watchOn(CommandContext context, CommandLine line)
+QCoro::Task<ExitCode> watchLive(CommandContext context)
 {
-    Watching watching(context, context.reports, line);
-    const OneShot<> done = watching.follower().done();
-    const auto interrupt = [done] {
-        done.resolve();
+    std::stop_source quit;
+    const auto end = [quit] {
+        quit.request_stop();
     };
-    const std::stop_callback onStop(context.stop, interrupt);
-    watching.follower().update();
-    context.reports->follow();
-    co_await done;
-    co_return ExitCode::Done;
+    const std::stop_callback onStop(context.stop, end);
+    context.stop = quit.get_token();
+    LiveDisplay display(context.out, context.err, context.terminalEvents, context.clock);
+    QObject::connect(&display, &LiveDisplay::quitRequested, &display, end);
+    ReportView view;
+    view.show = [&display](const MonitorReport &report) {
+        display.show(report);
+    };
+    view.announce = [&display](const DeploymentNotification &notification) {
+        display.announce(notification);
+    };
+    const ExitCode code = co_await followUntilEnd(context, view);
+    co_return code;
 }
 
 } // namespace
@@ -78,8 +57,11 @@ QCoro::Task<ExitCode> watchOn(CommandContext context, CommandLine line)
 QCoro::Task<ExitCode> runWatch(CommandContext context, CommandLine line)
 {
     if (line.isOnce)
-        return watchOnce(std::move(context), std::move(line));
-    return watchOn(std::move(context), std::move(line));
+        return watchOnce(std::move(context), line.isJSON);
+    if (!line.isJSON && context.out->isLive())
+        return watchLive(std::move(context));
+    const ReportView view = line.isJSON ? jsonView(context.out) : changesView(context.out);
+    return followUntilEnd(std::move(context), view);
 }
 
 } // namespace velmora

@@ -137,7 +137,8 @@ LocalControl::LocalControl(Services services, QObject *parent)
     , m_refreshes(refreshes(m_services, m_installationLoads))
 {
     connect(m_services.monitor, &DeploymentMonitor::changed, this, &ReportSource::reportChanged);
-    connect(m_services.installations, &InstallationStore::repositoriesChanged, this, &LocalControl::noteRepositories);
+    connect(
+        m_services.installations, &InstallationStore::repositoriesChanged, this, &LocalControl::onRepositoriesChanged);
 }
 
 QCoro::Task<QList<ListedAccount>> LocalControl::accounts(std::stop_token stop)
@@ -316,13 +317,13 @@ QCoro::Task<MonitorReport> LocalControl::report(std::stop_token)
     co_return report;
 }
 
-void LocalControl::noteRepositories()
+void LocalControl::onRepositoriesChanged()
 {
     if (m_hint != hint())
         Q_EMIT reportChanged();
 }
 
-void LocalControl::follow()
+void LocalControl::start()
 {
     m_services.monitor->start(
         m_services.authentication, m_services.installations, DeploymentMonitor::FirstTick::AtOnce);

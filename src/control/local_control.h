@@ -43,13 +43,13 @@ public:
         RepositoryChoices choices, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<MonitorReport> report(std::stop_token stop) override;
-    void follow() override;
+    void start() override;
 
 private:
     QCoro::Task<LoadingAnswer> loadInstallations(std::stop_token stop);
     [[nodiscard]] QString hint() const;
     [[nodiscard]] LoadingAnswer refreshed() const;
-    void noteRepositories();
+    void onRepositoriesChanged();
 
     Services m_services;
     SharedRuns m_installationLoads; ///< loads installations and repositories

@@ -124,16 +124,16 @@ void RemoteControl::listen()
     m_watcher.addWatchedService(m_name);
     // This message comes from our own end of the connection, not from the bus.
     m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-        QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this, SLOT(noteEndOfBus()));
+        QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
     // Accepts any sender, because Qt would block to resolve the owner of a service name. The slots check the sender.
     const QString interface = QString::fromUtf16(kControlInterface);
-    m_bus.connect(QString(), m_path, interface, QStringLiteral("ReportChanged"), this, SLOT(noteChange(QDBusMessage)));
     m_bus.connect(
-        QString(), m_path, interface, QStringLiteral("Announced"), this, SLOT(noteAnnouncement(QDBusMessage)));
+        QString(), m_path, interface, QStringLiteral("ReportChanged"), this, SLOT(onReportChanged(QDBusMessage)));
+    m_bus.connect(QString(), m_path, interface, QStringLiteral("Announced"), this, SLOT(onAnnounced(QDBusMessage)));
 }
 
 /// Without a bus nothing can be asked, whether the other process still runs or not.
-void RemoteControl::noteEndOfBus()
+void RemoteControl::onDisconnected()
 {
     setOwner(QString());
 }
@@ -144,13 +144,13 @@ void RemoteControl::setOwner(const QString &owner)
         Q_EMIT isRunningChanged();
 }
 
-void RemoteControl::noteChange(const QDBusMessage &signal)
+void RemoteControl::onReportChanged(const QDBusMessage &signal)
 {
     if (signal.service() == m_owner)
         Q_EMIT reportChanged();
 }
 
-void RemoteControl::noteAnnouncement(const QDBusMessage &signal)
+void RemoteControl::onAnnounced(const QDBusMessage &signal)
 {
     if (signal.service() != m_owner)
         return;

@@ -27,9 +27,9 @@ public:
     RemoteControl(
         const QDBusConnection &bus, const QString &name, std::chrono::milliseconds patience = std::chrono::seconds(5));
 
-    /// Finds out whether a Velmora runs. From then on isRunning() is kept up to date. False without a session bus.
-    [[nodiscard]] QCoro::Task<bool> locate(std::stop_token stop);
-    [[nodiscard]] bool isRunning() const { return !m_owner.isEmpty(); }
+    /// False without a session bus.
+    [[nodiscard]] QCoro::Task<bool> locate(std::stop_token stop) override;
+    [[nodiscard]] bool isRunning() const override { return !m_owner.isEmpty(); }
 
     // Each throws a ControlError if there is no answer, or one that cannot be understood.
     [[nodiscard]] QCoro::Task<QList<ListedAccount>> accounts(std::stop_token stop) override;
@@ -40,17 +40,11 @@ public:
         RepositoryChoices choices, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<MonitorReport> report(std::stop_token stop) override;
-    /// Does nothing: the running Velmora follows already, and its signals are forwarded since locate().
-    void follow() override { }
-
-Q_SIGNALS:
-    /// isRunning() changed, or another process is the running Velmora now.
-    void isRunningChanged();
 
 private Q_SLOTS:
-    void noteChange(const QDBusMessage &signal);
-    void noteAnnouncement(const QDBusMessage &signal);
-    void noteEndOfBus();
+    void onReportChanged(const QDBusMessage &signal);
+    void onAnnounced(const QDBusMessage &signal);
+    void onDisconnected();
 
 private:
     QCoro::Task<QByteArray> call(

@@ -67,7 +67,7 @@ MonitorReport SavedReports::reportOf(const std::optional<DeploymentCachePayload>
     return report;
 }
 
-void SavedReports::follow()
+void SavedReports::start()
 {
     m_cacheFile.emplace(m_services.cachePath);
     connect(&*m_cacheFile, &FileWatch::changed, this, &ReportSource::reportChanged);

@@ -25,20 +25,20 @@ public:
         QString applicationName; ///< the display name of the application
         Preferences *preferences = nullptr;
         DeploymentCaching *cache = nullptr;
-        QString cachePath; ///< the file of the cache, watched by follow(); may be empty
+        QString cachePath; ///< the file of the cache, watched from start() on; may be empty
         Clock *clock = nullptr;
     };
 
     explicit SavedReports(Services services, QObject *parent = nullptr);
 
     [[nodiscard]] QCoro::Task<MonitorReport> report(std::stop_token stop) override;
-    void follow() override;
+    void start() override;
 
 private:
     [[nodiscard]] MonitorReport reportOf(const std::optional<DeploymentCachePayload> &payload) const;
 
     Services m_services;
-    std::optional<FileWatch> m_cacheFile; ///< set by follow()
+    std::optional<FileWatch> m_cacheFile; ///< set by start()
 };
 
 } // namespace velmora

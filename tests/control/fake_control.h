@@ -46,7 +46,7 @@ public:
     {
         return answer(QStringLiteral("report"), shown, stop);
     }
-    void follow() override { asked.append(QStringLiteral("follow")); }
+    void start() override { asked.append(QStringLiteral("start")); }
 
     QList<ListedAccount> listed;
     RemovalAnswer removal;

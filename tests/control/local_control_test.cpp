@@ -461,10 +461,10 @@ private Q_SLOTS:
         QVERIFY(changed.size() > 0);
     }
 
-    void followingStartsTheMonitor()
+    void startingStartsTheMonitor()
     {
         buildAlice();
-        m_control->follow();
+        m_control->start();
         QVERIFY(waitUntil([&] { return report().state.state == DeploymentMonitorState::Case::Ready; }));
         const auto queries = f->github.queries.size();
         f->clock.advance(31s);

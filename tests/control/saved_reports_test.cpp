@@ -95,7 +95,7 @@ private Q_SLOTS:
         followed.cache = &cache;
         followed.cachePath = cache.path();
         SavedReports reports(followed);
-        reports.follow();
+        reports.start();
         const QSignalSpy changed(&reports, &ReportSource::reportChanged);
         for (int round = 1; round <= 2; ++round) {
             const auto before = changed.size();
@@ -113,7 +113,7 @@ private Q_SLOTS:
         followed.cache = &cache;
         followed.cachePath = cache.path();
         SavedReports reports(followed);
-        reports.follow();
+        reports.start();
         const QSignalSpy changed(&reports, &ReportSource::reportChanged);
         awaitValue(cache.save({{}, noon()}));
         QVERIFY(waitUntil([&] { return changed.size() > 0; }));
@@ -125,7 +125,7 @@ private Q_SLOTS:
     void aChangedListOfAccountsIsNoticed()
     {
         SavedReports reports(services());
-        reports.follow();
+        reports.start();
         const QSignalSpy changed(&reports, &ReportSource::reportChanged);
         m_preferences.setValue(QStringLiteral("github.accounts"), QByteArray("[]"));
         QCOMPARE(changed.size(), 1);
