@@ -4,7 +4,7 @@
 #include "accounts/authorized_requests.h"
 #include "accounts/credential_fingerprint.h"
 #include "accounts/ended_sessions.h"
-#include "github/github_client_requests.h"
+#include "github/github_requests.h"
 
 namespace velmora
 {

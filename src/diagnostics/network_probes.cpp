@@ -2,7 +2,7 @@
 #include "diagnostics/network_probes.h"
 
 #include "diagnostics/texts.h"
-#include "github/github_client_requests.h"
+#include "github/github_requests.h"
 #include "github/rate_limit_notice.h"
 
 #include <QElapsedTimer>

@@ -4,7 +4,6 @@
 #include "github/deployment_client_error.h"
 #include "support/error.h"
 
-#include <QHash>
 #include <QSet>
 
 #include <algorithm>
@@ -50,69 +49,10 @@ QString reasonFor(const GraphQLError &error)
     return error.message;
 }
 
-/// Keeps each text that the deployments of a response repeat in memory only once.
-class SharedTexts
-{
-public:
-    QString text(QUtf8StringView utf8)
-    {
-        const QByteArrayView key(utf8.data(), utf8.size());
-        auto known = m_texts.constFind(key);
-        if (known == m_texts.constEnd())
-            known = m_texts.insert(key, utf8.toString());
-        return *known;
-    }
-
-private:
-    QHash<QByteArrayView, QString> m_texts;
-};
-
 /// GitHub writes "" for an address that is not set.
 bool isAddress(const std::optional<QUtf8StringView> &text)
 {
     return text && !text->isEmpty();
-}
-
-struct Times {
-    Instant createdAt;
-    Instant updatedAt;
-};
-
-std::optional<Times> timesOf(const DeploymentNode &deployment)
-{
-    const auto createdAt = parseISO8601(deployment.createdAt);
-    const auto updatedAt = parseISO8601(deployment.updatedAt);
-    if (!createdAt || !updatedAt)
-        return std::nullopt;
-    return Times{*createdAt, *updatedAt};
-}
-
-void fill(DeploymentSnapshot &made, const DeploymentNode &deployment, const RepositoryNode &repository, Times times,
-    SharedTexts &shared)
-{
-    made.id = deployment.id.toString();
-    made.repositoryNodeID = repository.id;
-    made.repositoryName = repository.nameWithOwner;
-    made.repositoryURL = repository.url;
-    made.environment = shared.text(environmentOf(deployment));
-    made.commitOID = deployment.commitOid.toString();
-    if (deployment.creator)
-        made.creatorLogin = shared.text(deployment.creator->login);
-    made.createdAt = times.createdAt;
-    made.updatedAt = times.updatedAt;
-    const auto &status = deployment.latestStatus;
-    if (!status) {
-        made.state = deploymentStateFromGitHub(deployment.state);
-        return;
-    }
-    made.state = deploymentStateFromGitHub(status->state);
-    made.updatedAt = parseISO8601(status->updatedAt).value_or(times.updatedAt);
-    if (status->description)
-        made.statusDescription = status->description->toString();
-    if (isAddress(status->logUrl))
-        made.logURL = WebAddress(status->logUrl->toString());
-    if (isAddress(status->environmentUrl))
-        made.environmentURL = WebAddress(shared.text(*status->environmentUrl));
 }
 
 DeploymentRateLimit rateLimitOf(const std::optional<RateLimitNode> &node, RateLimitUse use)
@@ -187,14 +127,44 @@ GitHubDeploymentGraphQLResponse::Payload payload(
     throw DeploymentClientError::graphQL(std::move(messages), notice);
 }
 
-std::optional<DeploymentSnapshot> snapshot(const DeploymentNode &deployment, const RepositoryNode &repository)
+QString SharedTexts::text(QUtf8StringView utf8)
 {
-    const auto times = timesOf(deployment);
-    if (!times)
+    const QByteArrayView key(utf8.data(), utf8.size());
+    auto known = m_texts.constFind(key);
+    if (known == m_texts.constEnd())
+        known = m_texts.insert(key, utf8.toString());
+    return *known;
+}
+
+std::optional<DeploymentSnapshot> snapshot(
+    const DeploymentNode &deployment, const RepositoryNode &repository, SharedTexts &texts)
+{
+    const auto createdAt = parseISO8601(deployment.createdAt);
+    const auto updatedAt = parseISO8601(deployment.updatedAt);
+    if (!createdAt || !updatedAt)
         return std::nullopt;
-    std::optional<DeploymentSnapshot> made(std::in_place);
-    SharedTexts shared;
-    fill(*made, deployment, repository, *times, shared);
+    DeploymentSnapshot made;
+    made.id = deployment.id.toString();
+    made.repositoryNodeID = repository.id;
+    made.repositoryName = repository.nameWithOwner;
+    made.repositoryURL = repository.url;
+    made.environment = texts.text(environmentOf(deployment));
+    made.commitOID = deployment.commitOid.toString();
+    if (deployment.creator)
+        made.creatorLogin = texts.text(deployment.creator->login);
+    made.createdAt = *createdAt;
+    made.updatedAt = *updatedAt;
+    const auto &status = deployment.latestStatus;
+    made.state = deploymentStateFromGitHub(status ? status->state : deployment.state);
+    if (!status)
+        return made;
+    made.updatedAt = parseISO8601(status->updatedAt).value_or(*updatedAt);
+    if (status->description)
+        made.statusDescription = status->description->toString();
+    if (isAddress(status->logUrl))
+        made.logURL = WebAddress(status->logUrl->toString());
+    if (isAddress(status->environmentUrl))
+        made.environmentURL = WebAddress(texts.text(*status->environmentUrl));
     return made;
 }
 
@@ -217,28 +187,21 @@ QList<UnansweredRepository> unansweredRepositories(
     return unanswered;
 }
 
-DeploymentRateLimit appendResult(
-    QList<DeploymentSnapshot> &deployments, const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use)
+DeploymentFetchResult fetchResult(const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use)
 {
-    const DeploymentRateLimit rateLimit = rateLimitOf(payload.rateLimit, use);
-    SharedTexts shared;
+    DeploymentFetchResult result;
+    result.rateLimit = rateLimitOf(payload.rateLimit, use);
+    SharedTexts texts;
     for (const auto &repository : payload.nodes) {
         if (!repository)
             continue;
         for (const auto &deployment : repository->deployments.nodes) {
             if (!deployment)
                 continue;
-            if (const auto times = timesOf(*deployment))
-                fill(deployments.emplaceBack(), *deployment, *repository, *times, shared);
+            if (auto made = snapshot(*deployment, *repository, texts))
+                result.deployments.append(std::move(*made));
         }
     }
-    return rateLimit;
-}
-
-DeploymentFetchResult fetchResult(const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use)
-{
-    DeploymentFetchResult result;
-    result.rateLimit = appendResult(result.deployments, payload, use);
     return result;
 }
 

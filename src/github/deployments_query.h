@@ -3,6 +3,7 @@
 
 #include "model/deployment_fetch_result.h"
 
+#include <QHash>
 #include <QList>
 #include <QStringList>
 #include <QUtf8StringView>
@@ -108,9 +109,19 @@ struct GitHubDeploymentGraphQLResponse {
 [[nodiscard]] QList<UnansweredRepository> unansweredRepositories(
     const GitHubDeploymentGraphQLResponse &response, const QStringList &nodeIDs);
 
+/// Keeps each text that the deployments of a response repeat in memory only once. Must not outlive the JSONDocument.
+class SharedTexts
+{
+public:
+    [[nodiscard]] QString text(QUtf8StringView utf8);
+
+private:
+    QHash<QByteArrayView, QString> m_texts;
+};
+
 /// The record of one deployment, nullopt if its createdAt or updatedAt is invalid.
 [[nodiscard]] std::optional<DeploymentSnapshot> snapshot(
-    const DeploymentNode &deployment, const RepositoryNode &repository);
+    const DeploymentNode &deployment, const RepositoryNode &repository, SharedTexts &texts);
 
 /// Whether responses must hold a rate limit.
 enum class RateLimitUse {
@@ -118,13 +129,9 @@ enum class RateLimitUse {
     Configurable, ///< they need not: an Enterprise Server has no limits unless its owner enables them
 };
 
-/// Appends the snapshots of one batch, in the order of the response. Returns the rate limit, or
-/// DeploymentRateLimit::none(). Before it appends anything, throws DeploymentClientError::invalidResponse if the time
-/// of the reset is invalid, and DecodingError if a required limit is missing.
-[[nodiscard]] DeploymentRateLimit appendResult(QList<DeploymentSnapshot> &deployments,
-    const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use = RateLimitUse::Always);
-
-/// Like appendResult(), as a new result.
+/// The snapshots of one batch, in the order of the response, and its rate limit, or DeploymentRateLimit::none(). Throws
+/// DeploymentClientError::invalidResponse if the time of the reset is invalid, and DecodingError if a required limit is
+/// missing.
 [[nodiscard]] DeploymentFetchResult fetchResult(
     const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use = RateLimitUse::Always);
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The JSON of the OAuth and REST records, and of the stored credential.
+// The JSON of the OAuth and REST records.
 #include "github/device_authorization.h"
-#include "github/github_credential.h"
 #include "github/github_installation.h"
 #include "github/github_user.h"
 #include "support/json_coding.h"
@@ -24,14 +23,6 @@ struct JSONTable<GitHubOAuthResponse> {
         json::optional("expires_in", &Record::expiresIn), json::optional("refresh_token", &Record::refreshToken),
         json::optional("refresh_token_expires_in", &Record::refreshTokenExpiresIn),
         json::optional("error", &Record::error), json::optional("error_description", &Record::errorDescription)};
-};
-
-template <>
-struct JSONTable<GitHubCredential> {
-    using Record = GitHubCredential;
-    static constexpr auto fields = std::tuple{json::required("accessToken", &Record::accessToken),
-        json::optional("expiresAt", &Record::expiresAt), json::optional("refreshToken", &Record::refreshToken),
-        json::optional("refreshTokenExpiresAt", &Record::refreshTokenExpiresAt)};
 };
 
 template <>
@@ -82,8 +73,6 @@ template DeviceAuthorization decodeJSON<DeviceAuthorization>(QByteArrayView);
 template QByteArray encodeJSON<DeviceAuthorization>(const DeviceAuthorization &);
 template GitHubOAuthResponse decodeJSON<GitHubOAuthResponse>(QByteArrayView);
 template QByteArray encodeJSON<GitHubOAuthResponse>(const GitHubOAuthResponse &);
-template GitHubCredential decodeJSON<GitHubCredential>(QByteArrayView);
-template QByteArray encodeJSON<GitHubCredential>(const GitHubCredential &);
 template GitHubUser decodeJSON<GitHubUser>(QByteArrayView);
 template QByteArray encodeJSON<GitHubUser>(const GitHubUser &);
 template GitHubInstallationAccount decodeJSON<GitHubInstallationAccount>(QByteArrayView);

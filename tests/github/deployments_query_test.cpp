@@ -65,6 +65,12 @@ DeploymentNode deployment()
     return node;
 }
 
+std::optional<DeploymentSnapshot> snapshotOf(const DeploymentNode &node)
+{
+    SharedTexts texts;
+    return snapshot(node, repository(), texts);
+}
+
 std::optional<RateLimitNotice> noticeOf(const QByteArray &json, std::optional<Instant> resumeAt)
 {
     try {
@@ -173,7 +179,7 @@ private Q_SLOTS:
     {
         DeploymentNode node = deployment();
         const auto environment = [&] {
-            return snapshot(node, repository())->environment;
+            return snapshotOf(node)->environment;
         };
         QCOMPARE(environment(), QStringLiteral("Default"));
         node.environment = "preview";
@@ -191,12 +197,12 @@ private Q_SLOTS:
     void aDeploymentOfUnreadableTimeIsLeftOut()
     {
         DeploymentNode node = deployment();
-        QVERIFY(snapshot(node, repository()).has_value());
+        QVERIFY(snapshotOf(node).has_value());
         node.createdAt = "2024-05-01";
-        QVERIFY(!snapshot(node, repository()).has_value());
+        QVERIFY(!snapshotOf(node).has_value());
         node = deployment();
         node.updatedAt = "";
-        QVERIFY(!snapshot(node, repository()).has_value());
+        QVERIFY(!snapshotOf(node).has_value());
     }
 
     void anObjectOfAnotherTypeIsNoRepository()

@@ -14,6 +14,19 @@ class GitHubClientTest : public QObject
 {
     Q_OBJECT
 
+    /// Whether the operation, whose client is destroyed during its request, ends with the status of the response.
+    template <typename Start>
+    static bool outlivesItsClient(const Start &startOperation)
+    {
+        ClientFixture fixture;
+        auto client = std::make_unique<GitHubClient>(fixture.client);
+        const auto outcome = start(startOperation(*client));
+        client.reset();
+        fixture.clock.advance(std::chrono::seconds(1));
+        return fixture.session->answerNext(FakeHTTPSession::response(404, {}))
+            && outcome->failedWith(GitHubClientError::requestFailed(404));
+    }
+
 private Q_SLOTS:
     void theDescriptionsAreWrittenForThePerson_data()
     {
@@ -205,6 +218,28 @@ private Q_SLOTS:
         QVERIFY(session->answerNext(FakeHTTPSession::response(200, R"({"id":1,"login":"octo"})")));
         QVERIFY(outcome->isDone);
         QCOMPARE(outcome->value->login, QStringLiteral("octo"));
+    }
+
+    void noOperationUsesItsClientAfterTheStart()
+    {
+        using Client = GitHubClient;
+        GitHubCredential credential;
+        credential.refreshToken = text("r");
+        DeviceAuthorization authorization;
+        authorization.expiresIn = 900;
+        RepositoryRecord repository;
+        QVERIFY(outlivesItsClient([](const Client &client) { return client.beginDeviceAuthorization(); }));
+        QVERIFY(
+            outlivesItsClient([&](const Client &client) { return client.waitForDeviceAuthorization(authorization); }));
+        QVERIFY(outlivesItsClient([&](const Client &client) { return client.refresh(credential); }));
+        QVERIFY(outlivesItsClient([](const Client &client) { return client.requestToken({}); }));
+        QVERIFY(outlivesItsClient([](const Client &client) { return client.fetchUser(text("t")); }));
+        QVERIFY(outlivesItsClient([](const Client &client) { return client.fetchInstallations(text("t")); }));
+        QVERIFY(outlivesItsClient([](const Client &client) { return client.fetchRepositories(1, text("t")); }));
+        QVERIFY(
+            outlivesItsClient([&](const Client &client) { return client.fetchDeployments({repository}, text("t")); }));
+        QVERIFY(outlivesItsClient(
+            [](const Client &client) { return client.fetchDeploymentBatch({text("R")}, text("t")); }));
     }
 
     void aStopEndsTheRequestInFlight()
