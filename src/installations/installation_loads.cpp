@@ -36,7 +36,7 @@ std::optional<RateLimitNotice> refusalOf(const std::exception_ptr &failure)
     return isOf<PausedError>(failure) ? std::nullopt : rateLimitOf(failure);
 }
 
-QCoro::Task<InstallationReach> fetchReach(
+QCoro::Task<VisibleRepositories> fetchVisible(
     GitHubClient client, std::shared_ptr<CredentialSource> credentials, qint64 identityID, std::stop_token stop)
 {
     AuthorizedRequests requests(std::move(credentials), identityID, stop);
@@ -44,9 +44,9 @@ QCoro::Task<InstallationReach> fetchReach(
         = [=](const QString &accessToken) {
               return client.fetchInstallations(accessToken, stop);
           };
-    InstallationReach reach;
-    reach.installations = co_await requests.send(fetchInstallations);
-    for (const GitHubInstallation &installation : std::as_const(reach.installations)) {
+    VisibleRepositories visible;
+    visible.installations = co_await requests.send(fetchInstallations);
+    for (const GitHubInstallation &installation : std::as_const(visible.installations)) {
         // GitHub refuses to list the repositories of a suspended installation.
         if (installation.isSuspended())
             continue;
@@ -58,10 +58,10 @@ QCoro::Task<InstallationReach> fetchReach(
         const auto repositories = co_await requests.send(fetchRepositories);
         for (const GitHubRepository &repository : repositories) {
             const RepositoryRecord record{identityID, installation.id, installation.account, repository, true};
-            reach.repositories.append(record);
+            visible.repositories.append(record);
         }
     }
-    co_return reach;
+    co_return visible;
 }
 
 } // namespace
@@ -93,14 +93,9 @@ InstallationLoads::InstallationLoads(GitHubClient client, std::shared_ptr<RateLi
 }
 
 QCoro::Task<InstallationLoad> InstallationLoads::load(
-    qint64 identityID, std::shared_ptr<CredentialSource> credentials, Patience patience, std::stop_token stop)
+    qint64 identityID, std::shared_ptr<CredentialSource> credentials, Patience patience, std::stop_token stop) const
 {
-    return loadOnce(m_state, identityID, std::move(credentials), patience, std::move(stop));
-}
-
-QCoro::Task<InstallationLoad> InstallationLoads::loadOnce(std::shared_ptr<State> state, qint64 identityID,
-    std::shared_ptr<CredentialSource> credentials, Patience patience, std::stop_token stop)
-{
+    const auto state = m_state;
     InstallationLoad outcome;
     try {
         // The running load may wait longer for the credential than this caller can: wait here first.
@@ -134,22 +129,19 @@ QCoro::Task<InstallationLoad> InstallationLoads::join(std::shared_ptr<State> sta
     running->callers.append(arrival);
     ++running->waiting;
     const CancelOnStop<InstallationLoad> onStop(arrival, stop);
-    std::optional<InstallationLoad> outcome;
-    std::exception_ptr failure;
+    std::exception_ptr stopped;
     try {
-        auto arrived = co_await arrival;
-        outcome = std::move(arrived);
+        auto outcome = co_await arrival;
+        co_return outcome;
     } catch (...) {
-        failure = std::current_exception();
+        stopped = std::current_exception();
     }
-    if (outcome)
-        co_return std::move(*outcome);
     if (--running->waiting == 0) {
         if (state->running.value(identityID) == running)
             state->running.remove(identityID);
         running->stop.request_stop();
     }
-    std::rethrow_exception(failure);
+    std::rethrow_exception(stopped);
 }
 
 QCoro::Task<> InstallationLoads::run(std::shared_ptr<State> state, qint64 identityID, std::shared_ptr<Running> running,
@@ -159,8 +151,8 @@ QCoro::Task<> InstallationLoads::run(std::shared_ptr<State> state, qint64 identi
     outcome.number = running->number;
     try {
         const GitHubClient client = clientOfIdentity(state->client, state->rateLimits, identityID);
-        auto reach = co_await fetchReach(client, credentials, identityID, running->stop.get_token());
-        outcome.reach = std::move(reach);
+        auto visible = co_await fetchVisible(client, credentials, identityID, running->stop.get_token());
+        outcome.visible = std::move(visible);
         outcome.loadedAt = state->client.clock->now();
     } catch (...) {
         outcome.failure = std::current_exception();

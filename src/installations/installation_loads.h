@@ -14,7 +14,7 @@ namespace velmora
 {
 
 /// The installations and repositories that one identity reaches through the App, before the user's choices.
-struct InstallationReach {
+struct VisibleRepositories {
     QList<GitHubInstallation> installations;
     QList<RepositoryRecord> repositories;
 };
@@ -22,9 +22,9 @@ struct InstallationReach {
 /// The outcome of loading the installations of one identity.
 struct InstallationLoad {
     quint64 number = 0; ///< loads are numbered in the order in which they begin
-    std::optional<InstallationReach> reach;
-    Instant loadedAt; ///< the time of the reach
-    std::exception_ptr failure; ///< why there is no reach, else null
+    std::optional<VisibleRepositories> visible;
+    Instant loadedAt; ///< the time of its success
+    std::exception_ptr failure; ///< why it did not succeed, else null
 
     /// Whether the identity's credential is still pending.
     [[nodiscard]] bool isPending() const;
@@ -50,8 +50,8 @@ public:
 
     /// The outcome of the running load, or of a new one. `credentials` must suit the patience. Does not throw: a stop
     /// ends the wait with a CancellationError as the failure.
-    [[nodiscard]] QCoro::Task<InstallationLoad> load(
-        qint64 identityID, std::shared_ptr<CredentialSource> credentials, Patience patience, std::stop_token stop);
+    [[nodiscard]] QCoro::Task<InstallationLoad> load(qint64 identityID, std::shared_ptr<CredentialSource> credentials,
+        Patience patience, std::stop_token stop) const;
 
 private:
     struct Running;
@@ -63,8 +63,6 @@ private:
         quint64 latest = 0;
     };
 
-    static QCoro::Task<InstallationLoad> loadOnce(std::shared_ptr<State> state, qint64 identityID,
-        std::shared_ptr<CredentialSource> credentials, Patience patience, std::stop_token stop);
     static QCoro::Task<InstallationLoad> join(std::shared_ptr<State> state, qint64 identityID,
         std::shared_ptr<CredentialSource> credentials, std::stop_token stop);
     static QCoro::Task<> run(std::shared_ptr<State> state, qint64 identityID, std::shared_ptr<Running> running,

@@ -5,7 +5,7 @@
 #include "github/github_client.h"
 #include "github/rate_limit_ledger.h"
 #include "installations/installation_loads.h"
-#include "installations/installation_record.h"
+#include "installations/known_installations.h"
 #include "installations/switched_off.h"
 
 #include <QHash>
@@ -95,44 +95,34 @@ Q_SIGNALS:
 private:
     using Patience = InstallationLoads::Patience;
 
-    /// The knowledge about one identity.
-    struct Knowledge {
-        quint64 load = 0; ///< the number of the load that produced it
-        Instant loadedAt;
-        std::optional<InstallationReach> reach; ///< absent: unknown
-        std::optional<InstallationFailure> failure; ///< why it is unknown
-    };
-
     /// The results of one refresh so far.
-    struct Findings {
-        QHash<qint64, Knowledge> loaded; ///< by identity
-        QHash<qint64, InstallationFailure> paused; ///< identities that GitHub has told to wait
+    struct RefreshResults {
+        QHash<qint64, KnownInstallations::Knowledge> found; ///< by identity
         bool isWhole = false; ///< it covers every identity
         bool isCancelled = false;
     };
 
     QCoro::Task<> refreshSessions(QPointer<AuthenticationStore> authentication, Patience patience,
         std::optional<QSet<qint64>> only, std::stop_token stop);
-    QCoro::Task<Findings> gather(QPointer<AuthenticationStore> authentication, Patience patience,
+    QCoro::Task<RefreshResults> load(QPointer<AuthenticationStore> authentication, Patience patience,
         std::optional<QSet<qint64>> only, std::stop_token stop);
-    [[nodiscard]] static Knowledge knowledgeOf(
+    [[nodiscard]] static KnownInstallations::Knowledge knowledgeOf(
         const InstallationLoad &load, const GitHubAccount &account, const AuthenticationStore &authentication);
-    void publish(const Findings &findings, const QList<GitHubAccountSession> &sessions);
+    void publish(const RefreshResults &results, const QList<GitHubAccountSession> &sessions);
     void publishRecords(const QList<GitHubAccountSession> &sessions);
+    void replaceRecords(QList<InstallationRecord> installations, QList<RepositoryRecord> repositories);
     void settle(const QList<GitHubAccountSession> &sessions, bool isWhole);
-    void forgetOthers(const QList<GitHubAccountSession> &sessions);
     void abandon();
-    void adoptChoices();
     void setState(const InstallationLoadingState &state);
-    void saveExclusions();
-    [[nodiscard]] bool isKnownWhole(qint64 identityID) const;
+    void include(const QSet<QString> &nodeIDs, bool included);
     [[nodiscard]] bool mayBeOfUnknown(const QString &installationKey) const;
 
     Clock *m_clock;
     std::shared_ptr<RateLimitLedger> m_rateLimits;
     const InstallationPage *m_installationPage;
     InstallationLoads m_loads;
-    SwitchedOff m_switchedOff;
+    SwitchedOff m_disabled; ///< installations, by their keys
+    SwitchedOff m_excluded; ///< repositories, by their node ids
     QPointer<AuthenticationStore> m_authentication; ///< the argument of the last refresh
     QList<InstallationRecord> m_installations;
     QList<RepositoryRecord> m_repositories;
@@ -142,7 +132,7 @@ private:
     std::optional<Instant> m_lastRefreshedAt;
     QList<InstallationFailure> m_failures;
     QSet<qint64> m_loaded; ///< the identities that were known at the last stateChanged()
-    QHash<qint64, Knowledge> m_knowledge;
+    KnownInstallations m_known;
 };
 
 } // namespace velmora

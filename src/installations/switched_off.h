@@ -1,41 +1,58 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "github/repository_record.h"
-#include "installations/installation_record.h"
+#include "platform/preferences.h"
 
 #include <QSet>
 
-#include <functional>
+#include <algorithm>
+#include <iterator>
 
 namespace velmora
 {
 
-class Preferences;
-
-/// The installations (by key) and repositories (by node id) that the user has switched off, as stored in the
-/// preferences. A missing or malformed list counts as empty.
+/// The records of one kind that the user has switched off, as a list of their ids in the preferences. A missing or
+/// malformed list counts as empty.
 class SwitchedOff
 {
 public:
-    /// Whether to keep a stored choice without a record.
-    using Staying = std::function<bool(const QString &id)>;
-
     /// `preferences` is not owned.
-    explicit SwitchedOff(Preferences *preferences);
+    SwitchedOff(Preferences *preferences, const QString &key)
+        : m_preferences(preferences)
+        , m_key(key)
+    {
+    }
 
-    /// Whether the preference holds such choices.
-    [[nodiscard]] static bool isPreference(const QString &key);
+    /// The key of the list.
+    [[nodiscard]] const QString &key() const { return m_key; }
 
-    [[nodiscard]] QSet<QString> installations() const;
-    [[nodiscard]] QSet<QString> repositories() const;
+    [[nodiscard]] QSet<QString> ids() const
+    {
+        const QStringList ids = m_preferences->stringList(m_key);
+        return QSet<QString>(ids.begin(), ids.end());
+    }
 
-    /// Stores the choices of the records in their order, followed by the stored choices that stay.
-    void saveInstallations(const QList<InstallationRecord> &records, const Staying &stays);
-    void saveRepositories(const QList<RepositoryRecord> &records, const Staying &stays);
+    /// Stores the ids of the records that are off, in their order, followed by the stored ids that have no record and
+    /// for which `stays` returns true.
+    template <typename Record, typename Stays>
+    void save(const QList<Record> &records, bool Record::*isOn, const Stays &stays)
+    {
+        QStringList ids;
+        QSet<QString> listed;
+        for (const Record &record : records) {
+            listed.insert(record.id());
+            if (!(record.*isOn))
+                ids.append(record.id());
+        }
+        const QStringList stored = m_preferences->stringList(m_key);
+        std::ranges::copy_if(
+            stored, std::back_inserter(ids), [&](const QString &id) { return !listed.contains(id) && stays(id); });
+        m_preferences->setValue(m_key, ids);
+    }
 
 private:
     Preferences *m_preferences;
+    QString m_key;
 };
 
 } // namespace velmora
