@@ -2,6 +2,7 @@
 #include "http/network_session.h"
 
 #include "http/network_exchange.h"
+#include "http/proxy_environment.h"
 #include "support/task_scope.h"
 
 #include <QDeadlineTimer>
@@ -18,11 +19,6 @@ Q_LOGGING_CATEGORY(githubLog, "velmora.github", QtWarningMsg)
 using State = NetworkSession::State;
 
 constexpr int kMostRedirects = 3;
-
-int portOf(const QUrl &url)
-{
-    return url.port(url.scheme() == QLatin1String("https") ? 443 : 80);
-}
 
 bool isSameOrigin(const QUrl &left, const QUrl &right)
 {
@@ -104,26 +100,6 @@ QCoro::Task<HTTPResponse> sendOnce(
     co_return response;
 }
 
-QCoro::Task<HTTPResponse> sendAndFollow(std::shared_ptr<State> state, HTTPRequest request, std::stop_token stop)
-{
-    const QDeadlineTimer end(state->limits.total);
-    requireSendable(request);
-    requireOpen(*state);
-    const auto patience = std::min(state->limits.silence, state->limits.total);
-    // Redirects stay on the same origin, so the proxy stays the same too.
-    co_await state->proxies.proxyFor(request.url, patience, stop);
-    int redirects = 0;
-    while (true) {
-        const std::chrono::milliseconds left(std::max<qint64>(end.remainingTime(), 0));
-        HTTPResponse response = co_await sendOnce(state, request, left, stop);
-        auto next = redirected(request, response);
-        if (!next || redirects == kMostRedirects)
-            co_return response;
-        request = std::move(*next);
-        ++redirects;
-    }
-}
-
 } // namespace
 
 NetworkSession::NetworkSession()
@@ -148,7 +124,24 @@ NetworkSession::~NetworkSession()
 
 QCoro::Task<HTTPResponse> NetworkSession::send(HTTPRequest request, std::stop_token stop)
 {
-    return sendAndFollow(m_state, std::move(request), std::move(stop));
+    // The session may end before the request.
+    const auto state = m_state;
+    const QDeadlineTimer end(state->limits.total);
+    requireSendable(request);
+    requireOpen(*state);
+    const auto patience = std::min(state->limits.silence, state->limits.total);
+    // Redirects stay on the same origin, so the proxy stays the same too.
+    co_await state->proxies.proxyFor(request.url, patience, stop);
+    int redirects = 0;
+    while (true) {
+        const std::chrono::milliseconds left(std::max<qint64>(end.remainingTime(), 0));
+        HTTPResponse response = co_await sendOnce(state, request, left, stop);
+        auto next = redirected(request, response);
+        if (!next || redirects == kMostRedirects)
+            co_return response;
+        request = std::move(*next);
+        ++redirects;
+    }
 }
 
 void NetworkSession::dropConnections()

@@ -101,11 +101,6 @@ bool holds(const QString &entry, const QString &host, int port)
     return address.isNull() ? holdsName(name, host) : holdsAddress(name, address);
 }
 
-int portOf(const QUrl &url)
-{
-    return url.port(url.scheme() == QLatin1String("https") ? 443 : 80);
-}
-
 } // namespace
 
 std::optional<QNetworkProxy> environmentProxy(const QUrl &url, const QProcessEnvironment &environment)
@@ -129,6 +124,11 @@ bool isWithoutProxy(const QUrl &url, const QString &list)
     const QStringList entries = list.split(between, Qt::SkipEmptyParts);
     return std::ranges::any_of(
         entries, [&](const QString &entry) { return entry == QLatin1String("*") || holds(entry, host, portOf(url)); });
+}
+
+int portOf(const QUrl &url)
+{
+    return url.port(url.scheme() == QLatin1String("https") ? 443 : 80);
 }
 
 bool isOnThisMachine(const QUrl &url)

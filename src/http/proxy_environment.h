@@ -24,6 +24,9 @@ namespace velmora
 /// address or a network ("10.0.0.0/8"), each with or without a port, or "*" for all.
 [[nodiscard]] bool isWithoutProxy(const QUrl &url, const QString &list);
 
+/// The port of the address, else the usual one of https or http.
+[[nodiscard]] int portOf(const QUrl &url);
+
 /// Whether the address is one of this machine.
 [[nodiscard]] bool isOnThisMachine(const QUrl &url);
 

@@ -5,12 +5,11 @@
 #include "support/background.h"
 #include "support/cancel_on_stop.h"
 #include "support/error.h"
-#include "support/one_shot.h"
+#include "support/fail_after.h"
 #include "support/task_scope.h"
 
 #include <QDeadlineTimer>
 #include <QHash>
-#include <QTimer>
 
 #include <atomic>
 
@@ -44,9 +43,10 @@ QNetworkProxy systemProxy(const QUrl &url)
 /// since a redirect to the same origin may name it.
 QString originOf(QUrl url)
 {
-    const int usualPort = url.scheme() == QLatin1String("https") ? 443 : 80;
-    if (url.port() == usualPort)
-        url.setPort(-1);
+    const int port = portOf(url);
+    url.setPort(-1);
+    if (portOf(url) != port)
+        url.setPort(port);
     return url.toString(QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment | QUrl::RemoveUserInfo);
 }
 
@@ -91,12 +91,8 @@ ProxyLookup::~ProxyLookup()
 QCoro::Task<QNetworkProxy> ProxyLookup::proxyFor(
     QUrl url, std::chrono::milliseconds patience, std::stop_token stop) const
 {
-    return answer(m_state, std::move(url), patience, std::move(stop));
-}
-
-QCoro::Task<QNetworkProxy> ProxyLookup::answer(
-    std::shared_ptr<State> state, QUrl url, std::chrono::milliseconds patience, std::stop_token stop)
-{
+    // The lookup may end before its answer.
+    const auto state = m_state;
     throwIfStopped(stop);
     const QString origin = originOf(url);
     const auto named = environmentProxy(url, QProcessEnvironment::systemEnvironment());
@@ -109,14 +105,9 @@ QCoro::Task<QNetworkProxy> ProxyLookup::answer(
         co_return known.proxy;
     const Answer mine;
     const CancelOnStop<QNetworkProxy> onStop(mine, stop);
-    QTimer timer;
-    timer.setSingleShot(true);
-    const auto expire = [mine] {
-        mine.fail(failure(TransportError::Kind::TimedOut,
-            QStringLiteral("This system does not say through which proxy the network is reached.")));
-    };
-    QObject::connect(&timer, &QTimer::timeout, &timer, expire);
-    timer.start(patience);
+    const auto tooLate = failure(TransportError::Kind::TimedOut,
+        QStringLiteral("This system does not say through which proxy the network is reached."));
+    const FailAfter limit(mine, patience, tooLate);
     auto &question = state->questions[origin];
     const bool isFirst = !question;
     if (isFirst)

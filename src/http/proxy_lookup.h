@@ -47,8 +47,6 @@ public:
 private:
     struct State;
     static QCoro::Task<> ask(std::shared_ptr<State> state, QString origin);
-    static QCoro::Task<QNetworkProxy> answer(
-        std::shared_ptr<State> state, QUrl url, std::chrono::milliseconds patience, std::stop_token stop);
 
     std::shared_ptr<State> m_state;
 };
