@@ -47,7 +47,9 @@ public:
 
     [[nodiscard]] std::unique_ptr<DeploymentListView> makeView()
     {
-        auto view = std::make_unique<DeploymentListView>(DeploymentListView::Services{&m_clock, nullptr, nullptr});
+        DesktopPorts ports;
+        ports.clock = &m_clock;
+        auto view = std::make_unique<DeploymentListView>(ports);
         view->setAttribute(Qt::WA_DontShowOnScreen);
         view->resize(kSize);
         return view;

@@ -97,16 +97,7 @@ MenuBarWindow &Desktop::window()
     if (m_window)
         return *m_window;
     adoptPicture();
-    MenuBarView::Services services;
-    services.authentication = &m_app->authentication();
-    services.installations = &m_app->installations();
-    services.monitor = &m_app->monitor();
-    services.installationPage = &m_app->installationPage();
-    services.clock = m_app->environment().clock;
-    services.urlOpener = m_app->environment().urlOpener;
-    services.pasteboard = m_app->environment().pasteboard;
-    services.applicationName = m_app->environment().applicationName;
-    m_view = new MenuBarView(services);
+    m_view = new MenuBarView(m_app->stores(), m_app->ports());
     m_window = std::make_unique<MenuBarWindow>(m_view);
     m_window->setWindowTitle(m_app->environment().applicationName);
     connect(m_view, &MenuBarView::settingsRequested, this, [this] { openSettings(); });
@@ -200,17 +191,8 @@ void Desktop::makeSettings()
     const AppEnvironment &environment = m_app->environment();
     m_avatars = std::make_unique<AvatarLoader>(std::make_shared<NetworkSession>(AvatarLoader::sessionLimits()),
         environment.directories.cache + QStringLiteral("/avatars"), environment.clock);
-    SettingsView::Services services;
-    services.authentication = &m_app->authentication();
-    services.installations = &m_app->installations();
-    services.settings = &m_app->settings();
-    services.preferences = &m_app->files().preferences;
-    services.pasteboard = environment.pasteboard;
-    services.urlOpener = environment.urlOpener;
-    services.settingsPageOpener = &m_notificationSettings;
-    services.avatars = m_avatars.get();
-    services.installationPage = &m_app->installationPage();
-    m_settings = std::make_unique<SettingsWindow>(services);
+    m_settings
+        = std::make_unique<SettingsWindow>(m_app->stores(), m_app->ports(), &m_notificationSettings, m_avatars.get());
     m_settings->setWindowTitle(QStringLiteral("%1 Settings").arg(environment.applicationName));
 }
 

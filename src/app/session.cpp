@@ -97,16 +97,7 @@ DeploymentNotifying *Session::notifierFor(const AppEnvironment &environment)
 
 void Session::createControl()
 {
-    LocalControl::Services services;
-    services.applicationName = m_app->environment().applicationName;
-    services.authentication = &m_app->authentication();
-    services.installations = &m_app->installations();
-    services.monitor = &m_app->monitor();
-    services.settings = &m_app->settings();
-    services.preferences = &m_app->files().preferences;
-    services.clock = m_context->clock;
-    services.installationURL = m_app->environment().configuration.installationURL();
-    LocalControl *const control = &m_control.emplace(std::move(services));
+    LocalControl *const control = &m_control.emplace(m_app->stores(), m_app->ports());
     QObject::connect(&m_terminalNotifier, &TerminalNotifier::posted, control, &Control::announced);
     if (m_desktopNotifier)
         QObject::connect(&*m_desktopNotifier, &ObservedNotifier::posted, control, &Control::announced);

@@ -97,9 +97,7 @@ QCoro::Task<ExitCode> TerminalRun::connectAccount()
     co_await createSession();
     VelmoraApp *const app = session()->app();
     CommandContext forConnect = commandContext();
-    forConnect.authentication = &app->authentication();
-    forConnect.preferences = &app->files().preferences;
-    forConnect.installationURL = app->environment().configuration.installationURL();
+    forConnect.stores = app->stores();
     forConnect.missingConfiguration = missingConfiguration(app->environment());
     const ExitCode code = co_await runConnect(forConnect);
     co_return code;

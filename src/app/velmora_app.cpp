@@ -91,6 +91,18 @@ VelmoraApp::VelmoraApp(AppEnvironment environment)
 
 VelmoraApp::~VelmoraApp() = default;
 
+Stores VelmoraApp::stores()
+{
+    Stores stores;
+    stores.authentication = &m_authentication;
+    stores.installations = &m_installations;
+    stores.monitor = &m_monitor;
+    stores.settings = &m_settings;
+    stores.preferences = &m_files.preferences;
+    stores.installationPage = &m_installationPage;
+    return stores;
+}
+
 AuthenticationStore::Services VelmoraApp::accountServices()
 {
     AuthenticationStore::Services services;

@@ -9,7 +9,9 @@
 #include "installations/installation_store.h"
 #include "model/json_deployment_cache.h"
 #include "monitor/deployment_monitor.h"
+#include "monitor/stores.h"
 #include "platform/clock_jump_watch.h"
+#include "platform/desktop_ports.h"
 #include "platform/file_preferences.h"
 #include "platform/login_item.h"
 #include "platform/wake_watch.h"
@@ -25,15 +27,11 @@ namespace velmora
 class NetworkSession;
 
 /// What the stores need from outside. What the pointers name is not owned and outlives the application.
-struct AppEnvironment {
-    QString applicationName; ///< what the application calls itself
+struct AppEnvironment : DesktopPorts {
     AppConfiguration configuration;
     XDGDirectories directories;
     CredentialStoreFactory openCredentials;
-    Pasteboard *pasteboard = nullptr;
-    URLOpener *urlOpener = nullptr;
     DeploymentNotifying *notifier = nullptr;
-    Clock *clock = nullptr;
     /// A time that stands still while the machine is suspended. When the clock runs ahead of it, the machine has woken.
     ClockJumpWatch::Monotonic monotonic = &std::chrono::steady_clock::now;
     /// Makes the login item, given the preferences of the profile. Without this function the login item is an entry in
@@ -62,7 +60,10 @@ public:
     VelmoraApp &operator=(const VelmoraApp &) = delete;
 
     [[nodiscard]] const AppEnvironment &environment() const { return m_environment; }
+    [[nodiscard]] const DesktopPorts &ports() const { return m_environment; }
     [[nodiscard]] ProfileFiles &files() { return m_files; }
+    /// The stores together, for those that use several of them; they live as long as the application.
+    [[nodiscard]] Stores stores();
     [[nodiscard]] AuthenticationStore &authentication() { return m_authentication; }
     [[nodiscard]] InstallationStore &installations() { return m_installations; }
     [[nodiscard]] InstallationPage &installationPage() { return m_installationPage; }

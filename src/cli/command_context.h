@@ -4,17 +4,15 @@
 #include "cli/command_line.h"
 #include "cli/terminal.h"
 #include "control/report_following.h"
-#include "support/web_address.h"
+#include "monitor/stores.h"
 
 #include <QObject>
 
 namespace velmora
 {
 
-class AuthenticationStore;
 class Clock;
 class Control;
-class Preferences;
 
 /// Events of the terminal that arrive as signals of the system.
 class TerminalEvents : public QObject
@@ -39,9 +37,7 @@ struct CommandContext {
     Clock *clock = nullptr;
     Control *control = nullptr; ///< for single requests
     ReportSides reports; ///< for `status`, and for a `watch` without --once
-    AuthenticationStore *authentication = nullptr; ///< for `connect`
-    Preferences *preferences = nullptr; ///< for `connect`: where the accounts are saved
-    WebAddress installationURL;
+    Stores stores; ///< for `connect`; the other commands have a control or reports
     QString missingConfiguration; ///< what to do about a missing client id; empty if there is one
     std::stop_token stop; ///< requested when the user ends the program
 };

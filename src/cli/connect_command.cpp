@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "accounts/authentication_store.h"
+#include "accounts/installation_page.h"
 #include "cli/commands.h"
 #include "platform/preferences.h"
 #include "support/error.h"
@@ -22,7 +23,7 @@ void printCode(const CommandContext &context, const DeviceAuthorization &authori
 {
     context.out->writeLine(QStringLiteral("Enter this code on GitHub: %1").arg(authorization.userCode));
     context.out->writeLine(QStringLiteral("The page: %1").arg(authorization.verificationURI.text()));
-    if (context.authentication->isCodeCopied())
+    if (context.stores.authentication->isCodeCopied())
         context.out->writeLine(QStringLiteral("The code has been copied."));
     context.out->writeLine(QStringLiteral("After authorization, GitHub will ask which account or organisation "
                                           "Velmora can access."));
@@ -32,12 +33,12 @@ void printCode(const CommandContext &context, const DeviceAuthorization &authori
 
 ExitCode reportEnd(const CommandContext &context)
 {
-    const AuthenticationStore *store = context.authentication;
+    const AuthenticationStore *store = context.stores.authentication;
     const auto account = store->lastConnectedAccount();
     if (store->connectionState() == GitHubSessionStatus::Connected && account) {
         context.out->writeLine(QStringLiteral("Connected as %1").arg(account->login));
-        context.out->writeLine(
-            QStringLiteral("Choose where Velmora is installed: %1").arg(context.installationURL.text()));
+        context.out->writeLine(QStringLiteral("Choose where Velmora is installed: %1")
+                                   .arg(context.stores.installationPage->address().text()));
         return ExitCode::Done;
     }
     context.err->writeLine(store->errorMessage().value_or(QStringLiteral("The connection was cancelled.")));
@@ -57,11 +58,11 @@ QSet<qint64> listedAccounts(const AuthenticationStore &store)
 /// Removes an account whose connection could not be saved; otherwise its token would stay in the keyring forever.
 QCoro::Task<> removeUnlisted(CommandContext context, QSet<qint64> listedBefore)
 {
-    const auto account = context.authentication->lastConnectedAccount();
+    const auto account = context.stores.authentication->lastConnectedAccount();
     if (!account || listedBefore.contains(account->id))
         co_return;
     try {
-        co_await context.authentication->remove(account->id);
+        co_await context.stores.authentication->remove(account->id);
     } catch (const Error &error) {
         context.err->writeLine(error.description());
     }
@@ -71,7 +72,7 @@ QCoro::Task<> removeUnlisted(CommandContext context, QSet<qint64> listedBefore)
 
 QCoro::Task<ExitCode> runConnect(CommandContext context)
 {
-    AuthenticationStore *store = context.authentication;
+    AuthenticationStore *store = context.stores.authentication;
     const QSet<qint64> listedBefore = listedAccounts(*store);
     store->startConnecting();
     const std::function<bool()> hasCode = [store] {
@@ -87,7 +88,7 @@ QCoro::Task<ExitCode> runConnect(CommandContext context)
     if (context.stop.stop_requested())
         store->cancelConnection();
     if (store->connectionState() == GitHubSessionStatus::Connected) {
-        const QString unsaved = co_await whyNotSaved(context.preferences, context.stop);
+        const QString unsaved = co_await whyNotSaved(context.stores.preferences, context.stop);
         if (!unsaved.isEmpty()) {
             context.err->writeLine(QStringLiteral("The account is not saved. ") + unsaved);
             co_await removeUnlisted(context, listedBefore);

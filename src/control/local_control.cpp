@@ -2,6 +2,8 @@
 #include "control/local_control.h"
 
 #include "accounts/account_removal_error.h"
+#include "accounts/authentication_store.h"
+#include "accounts/installation_page.h"
 #include "control/choices.h"
 #include "control/control_texts.h"
 #include "github/paused_error.h"
@@ -60,46 +62,46 @@ QSet<QString> idsOf(const QList<RepositoryRecord> &repositories)
 }
 
 /// Waits for the keyring, which may prompt the user for any time. The account stays until the keyring has answered.
-QCoro::Task<> removeEverywhere(LocalControl::Services services, qint64 accountID)
+QCoro::Task<> removeEverywhere(Stores stores, const Clock *clock, qint64 accountID)
 {
-    const QPointer<DeploymentMonitor> monitor(services.monitor);
-    co_await services.authentication->remove(accountID);
+    const QPointer<DeploymentMonitor> monitor(stores.monitor);
+    co_await stores.authentication->remove(accountID);
     if (monitor)
-        co_await monitor->forgetRemoved(services.authentication, services.installations, services.clock->now());
+        co_await monitor->forgetRemoved(stores.authentication, stores.installations, clock->now());
 }
 
-QCoro::Task<> loadInstallationsForUser(LocalControl::Services services, std::stop_token stop)
+QCoro::Task<> loadInstallationsForUser(Stores stores, std::stop_token stop)
 {
-    const QPointer<InstallationStore> installations(services.installations);
-    co_await services.authentication->unlock();
+    const QPointer<InstallationStore> installations(stores.installations);
+    co_await stores.authentication->unlock();
     if (installations && !stop.stop_requested())
-        co_await installations->refresh(services.authentication, stop);
+        co_await installations->refresh(stores.authentication, stop);
 }
 
-SharedRuns installationLoads(LocalControl::Services services)
+SharedRuns installationLoads(const Stores &stores)
 {
-    return SharedRuns([services = std::move(services)](std::stop_token stop, const std::function<void()> &) {
-        return loadInstallationsForUser(services, std::move(stop));
+    return SharedRuns([stores](std::stop_token stop, const std::function<void()> &) {
+        return loadInstallationsForUser(stores, std::move(stop));
     });
 }
 
 QCoro::Task<> loadEverything(
-    LocalControl::Services services, SharedRuns installationLoads, std::stop_token stop, std::function<void()> close)
+    Stores stores, const Clock *clock, SharedRuns installationLoads, std::stop_token stop, std::function<void()> close)
 {
-    const QPointer<DeploymentMonitor> monitor(services.monitor);
+    const QPointer<DeploymentMonitor> monitor(stores.monitor);
     co_await installationLoads.join(stop);
     if (!monitor || stop.stop_requested())
         co_return;
     // The data loaded from here on may lack later deployments, so later callers need another run.
     close();
-    co_await monitor->refreshAll(services.authentication, services.installations, services.clock->now());
+    co_await monitor->refreshAll(stores.authentication, stores.installations, clock->now());
 }
 
-SharedRuns refreshes(LocalControl::Services services, SharedRuns installationLoads)
+SharedRuns refreshes(const Stores &stores, const Clock *clock, SharedRuns installationLoads)
 {
-    return SharedRuns([services = std::move(services), installationLoads = std::move(installationLoads)](
+    return SharedRuns([stores, clock, installationLoads = std::move(installationLoads)](
                           std::stop_token stop, std::function<void()> close) {
-        return loadEverything(services, installationLoads, std::move(stop), std::move(close));
+        return loadEverything(stores, clock, installationLoads, std::move(stop), std::move(close));
     });
 }
 
@@ -130,21 +132,21 @@ QCoro::Task<> waitUnlessStopped(QCoro::Task<> work, std::stop_token stop)
 
 } // namespace
 
-LocalControl::LocalControl(Services services, QObject *parent)
+LocalControl::LocalControl(const Stores &stores, const DesktopPorts &ports, QObject *parent)
     : Control(parent)
-    , m_services(std::move(services))
-    , m_installationLoads(installationLoads(m_services))
-    , m_refreshes(refreshes(m_services, m_installationLoads))
+    , m_stores(stores)
+    , m_ports(ports)
+    , m_installationLoads(installationLoads(m_stores))
+    , m_refreshes(refreshes(m_stores, m_ports.clock, m_installationLoads))
 {
-    connect(m_services.monitor, &DeploymentMonitor::changed, this, &ReportSource::reportChanged);
-    connect(
-        m_services.installations, &InstallationStore::repositoriesChanged, this, &LocalControl::onRepositoriesChanged);
+    connect(m_stores.monitor, &DeploymentMonitor::changed, this, &ReportSource::reportChanged);
+    connect(m_stores.installations, &InstallationStore::repositoriesChanged, this, &LocalControl::onRepositoriesChanged);
 }
 
 QCoro::Task<QList<ListedAccount>> LocalControl::accounts(std::stop_token stop)
 {
     const QPointer<LocalControl> self(this);
-    AuthenticationStore *const store = m_services.authentication;
+    AuthenticationStore *const store = m_stores.authentication;
     const std::function<bool()> isRestored = [store] {
         return store->isRestored();
     };
@@ -160,7 +162,7 @@ QCoro::Task<QList<ListedAccount>> LocalControl::accounts(std::stop_token stop)
 
 QCoro::Task<RemovalAnswer> LocalControl::removeAccount(QString login, std::stop_token stop)
 {
-    const QList<GitHubAccountSession> sessions = m_services.authentication->sessions();
+    const QList<GitHubAccountSession> sessions = m_stores.authentication->sessions();
     const auto found = std::ranges::find_if(sessions, [&](const GitHubAccountSession &session) {
         return session.account.login.compare(login, Qt::CaseInsensitive) == 0;
     });
@@ -171,9 +173,9 @@ QCoro::Task<RemovalAnswer> LocalControl::removeAccount(QString login, std::stop_
     }
     answer.login = found->account.login;
     const qint64 accountID = found->id();
-    Preferences *const preferences = m_services.preferences;
+    Preferences *const preferences = m_stores.preferences;
     try {
-        co_await waitUnlessStopped(removeEverywhere(m_services, accountID), stop);
+        co_await waitUnlessStopped(removeEverywhere(m_stores, m_ports.clock, accountID), stop);
     } catch (const AccountRemovalError &error) {
         answer.refusal = error.description();
     }
@@ -186,13 +188,13 @@ QCoro::Task<LoadingAnswer> LocalControl::loadInstallations(std::stop_token stop)
 {
     const QPointer<LocalControl> self(this);
     LoadingAnswer answer;
-    answer.hasAccounts = !m_services.authentication->sessions().isEmpty();
+    answer.hasAccounts = !m_stores.authentication->sessions().isEmpty();
     if (!answer.hasAccounts)
         co_return answer;
     co_await m_installationLoads.join(stop);
     if (!self)
         throw CancellationError();
-    const InstallationLoadingState state = m_services.installations->state();
+    const InstallationLoadingState state = m_stores.installations->state();
     answer.isComplete = state.state == InstallationLoadingState::Case::Ready;
     answer.messages = state.message.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     co_return answer;
@@ -202,11 +204,11 @@ QCoro::Task<InstallationsAnswer> LocalControl::installations(InstallationChoices
 {
     const QPointer<LocalControl> self(this);
     InstallationsAnswer answer;
-    answer.installationURL = m_services.installationURL;
+    answer.installationURL = installationURL();
     answer.loading = co_await loadInstallations(stop);
     if (!answer.loading.hasAccounts)
         co_return answer;
-    InstallationStore *const store = m_services.installations;
+    InstallationStore *const store = m_stores.installations;
     const Choices enabled = chooseInstallations(choices.enable, store->installations());
     const Choices disabled = chooseInstallations(choices.disable, store->installations());
     answer.refusal = enabled.error.isEmpty() ? disabled.error : enabled.error;
@@ -215,10 +217,10 @@ QCoro::Task<InstallationsAnswer> LocalControl::installations(InstallationChoices
         store->setInstallations(disabled.ids, false);
     }
     if (!choices.areNone())
-        answer.unsaved = co_await whyChangeIsLost(m_services.preferences, stop);
+        answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
     if (!self)
         throw CancellationError();
-    answer.listed = listedInstallations(store->installations(), m_services.authentication->sessions());
+    answer.listed = listedInstallations(store->installations(), m_stores.authentication->sessions());
     co_return answer;
 }
 
@@ -226,11 +228,11 @@ QCoro::Task<RepositoriesAnswer> LocalControl::repositories(RepositoryChoices cho
 {
     const QPointer<LocalControl> self(this);
     RepositoriesAnswer answer;
-    answer.installationURL = m_services.installationURL;
+    answer.installationURL = installationURL();
     answer.loading = co_await loadInstallations(stop);
     if (!answer.loading.hasAccounts)
         co_return answer;
-    InstallationStore *const store = m_services.installations;
+    InstallationStore *const store = m_stores.installations;
     const Choices included = chooseRepositories(choices.include, store->repositories());
     const Choices excluded = chooseRepositories(choices.exclude, store->repositories());
     answer.refusal = included.error.isEmpty() ? excluded.error : included.error;
@@ -241,7 +243,7 @@ QCoro::Task<RepositoriesAnswer> LocalControl::repositories(RepositoryChoices cho
         store->setRepositories(excluded.ids, false);
     }
     if (!choices.areNone())
-        answer.unsaved = co_await whyChangeIsLost(m_services.preferences, stop);
+        answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
     if (!self)
         throw CancellationError();
     answer.listed = listedRepositories(store->repositories(), idsOf(store->monitoredRepositories()));
@@ -251,13 +253,13 @@ QCoro::Task<RepositoriesAnswer> LocalControl::repositories(RepositoryChoices cho
 QCoro::Task<LoadingAnswer> LocalControl::refresh(std::stop_token stop)
 {
     const QPointer<LocalControl> self(this);
-    if (m_services.authentication->sessions().isEmpty())
+    if (m_stores.authentication->sessions().isEmpty())
         co_return LoadingAnswer();
     co_await m_refreshes.join(stop);
     if (!self)
         throw CancellationError();
     // The refresh may have saved announced results in the preferences.
-    co_await whyNotSaved(m_services.preferences, stop);
+    co_await whyNotSaved(m_stores.preferences, stop);
     if (!self)
         throw CancellationError();
     co_return refreshed();
@@ -268,33 +270,38 @@ LoadingAnswer LocalControl::refreshed() const
 {
     LoadingAnswer answer;
     answer.hasAccounts = true;
-    const DeploymentMonitorState state = m_services.monitor->state();
-    answer.messages = m_services.monitor->message().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    for (const auto &failure : m_services.installations->failures())
+    const DeploymentMonitorState state = m_stores.monitor->state();
+    answer.messages = m_stores.monitor->message().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    for (const auto &failure : m_stores.installations->failures())
         answer.messages.append(failure.login + QStringLiteral(": ") + failure.description);
-    answer.messages.append(m_services.monitor->unsaved().split(QLatin1Char('\n'), Qt::SkipEmptyParts));
+    answer.messages.append(m_stores.monitor->unsaved().split(QLatin1Char('\n'), Qt::SkipEmptyParts));
     answer.messages.removeDuplicates();
     using Case = DeploymentMonitorState::Case;
     if (state.state == Case::RateLimited && answer.messages.isEmpty())
-        answer.messages.append(PausedError(state.resumeAt.value_or(m_services.clock->now())).description());
+        answer.messages.append(PausedError(state.resumeAt.value_or(m_ports.clock->now())).description());
     const bool isSettled = state.state == Case::Ready || state.state == Case::Disconnected;
     answer.isComplete = isSettled && answer.messages.isEmpty();
     return answer;
 }
 
+const WebAddress &LocalControl::installationURL() const
+{
+    return m_stores.installationPage->address();
+}
+
 QString LocalControl::hint() const
 {
-    const auto missing = m_services.monitor->state().missing;
+    const auto missing = m_stores.monitor->state().missing;
     // Repositories are monitored now; the next refresh clears `missing`.
-    if (!missing || !m_services.installations->monitoredRepositories().isEmpty())
+    if (!missing || !m_stores.installations->monitoredRepositories().isEmpty())
         return QString();
     switch (*missing) {
     case MissingStep::Account:
         return noAccountText();
     case MissingStep::Installation:
-        return notInstalledText(m_services.installationURL);
+        return notInstalledText(installationURL());
     case MissingStep::Access:
-        return noAccessText(m_services.installations->installations(), m_services.installationURL);
+        return noAccessText(m_stores.installations->installations(), installationURL());
     case MissingStep::Selection:
         return QStringLiteral("No repository is watched. Run “velmora repositories --all” to watch them.");
     }
@@ -303,9 +310,9 @@ QString LocalControl::hint() const
 
 QCoro::Task<MonitorReport> LocalControl::report(std::stop_token)
 {
-    const DeploymentMonitor *const monitor = m_services.monitor;
+    const DeploymentMonitor *const monitor = m_stores.monitor;
     MonitorReport report;
-    report.applicationName = m_services.applicationName;
+    report.applicationName = m_ports.applicationName;
     report.state = monitor->state();
     report.deployments = monitor->deployments();
     // Before the first refresh the data comes from the cache; its age is the time of saving.
@@ -325,9 +332,8 @@ void LocalControl::onRepositoriesChanged()
 
 void LocalControl::start()
 {
-    m_services.monitor->start(
-        m_services.authentication, m_services.installations, DeploymentMonitor::FirstTick::AtOnce);
-    launch(m_services.settings->prepareNotifications(), "preparing notifications");
+    m_stores.monitor->start(m_stores.authentication, m_stores.installations, DeploymentMonitor::FirstTick::AtOnce);
+    launch(m_stores.settings->prepareNotifications(), "preparing notifications");
 }
 
 } // namespace velmora

@@ -3,16 +3,11 @@
 
 #include "control/control.h"
 #include "control/shared_runs.h"
+#include "monitor/stores.h"
+#include "platform/desktop_ports.h"
 
 namespace velmora
 {
-
-class AuthenticationStore;
-class Clock;
-class DeploymentMonitor;
-class GeneralSettingsStore;
-class InstallationStore;
-class Preferences;
 
 /// Controls the Velmora of this process: reports the state of its stores and runs their operations. Loads that several
 /// callers request at the same time run once.
@@ -21,19 +16,8 @@ class LocalControl final : public Control
     Q_OBJECT
 
 public:
-    /// The pointers are not owned and outlive the control.
-    struct Services {
-        QString applicationName; ///< the display name of the application
-        AuthenticationStore *authentication = nullptr;
-        InstallationStore *installations = nullptr;
-        DeploymentMonitor *monitor = nullptr;
-        GeneralSettingsStore *settings = nullptr;
-        Preferences *preferences = nullptr; ///< where the stores save their choices
-        Clock *clock = nullptr;
-        WebAddress installationURL;
-    };
-
-    explicit LocalControl(Services services, QObject *parent = nullptr);
+    /// `stores` and `ports` hold what outlives the control; of the ports it uses name and clock.
+    LocalControl(const Stores &stores, const DesktopPorts &ports, QObject *parent = nullptr);
 
     [[nodiscard]] QCoro::Task<QList<ListedAccount>> accounts(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<RemovalAnswer> removeAccount(QString login, std::stop_token stop) override;
@@ -48,10 +32,12 @@ public:
 private:
     QCoro::Task<LoadingAnswer> loadInstallations(std::stop_token stop);
     [[nodiscard]] QString hint() const;
+    [[nodiscard]] const WebAddress &installationURL() const;
     [[nodiscard]] LoadingAnswer refreshed() const;
     void onRepositoriesChanged();
 
-    Services m_services;
+    Stores m_stores;
+    DesktopPorts m_ports;
     SharedRuns m_installationLoads; ///< loads installations and repositories
     SharedRuns m_refreshes; ///< the same, then all deployments
     QString m_hint; ///< the hint of the latest report

@@ -77,16 +77,9 @@ private:
     {
         f->build();
         m_settings = std::make_unique<GeneralSettingsStore>(&f->defaults, &f->notifier, &m_loginItem);
-        LocalControl::Services services;
-        services.applicationName = text("Velmora");
-        services.authentication = f->authentication.get();
-        services.installations = f->installations.get();
-        services.monitor = f->monitor.get();
-        services.settings = m_settings.get();
-        services.preferences = &f->defaults;
-        services.clock = &f->clock;
-        services.installationURL = WebAddress(text("https://github.com/apps/velmora/installations/new"));
-        m_control = std::make_unique<LocalControl>(services);
+        Stores stores = f->stores();
+        stores.settings = m_settings.get();
+        m_control = std::make_unique<LocalControl>(stores, f->ports());
     }
 
     /// Connects "alice" with two repositories.

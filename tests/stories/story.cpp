@@ -53,7 +53,7 @@ StoryProgram::~StoryProgram()
 void StoryProgram::starts()
 {
     m_app = std::make_unique<VelmoraApp>(environment(&m_desktop->notifier));
-    m_control = std::make_unique<LocalControl>(controlServices());
+    m_control = std::make_unique<LocalControl>(m_app->stores(), m_app->ports());
     m_app->monitor().start(&m_app->authentication(), &m_app->installations());
     awaitValue(m_app->settings().prepareNotifications());
     comesToRest();
@@ -62,7 +62,7 @@ void StoryProgram::starts()
 void StoryProgram::runsOnce()
 {
     m_app = std::make_unique<VelmoraApp>(environment(&m_waitingNotifier));
-    m_control = std::make_unique<LocalControl>(controlServices());
+    m_control = std::make_unique<LocalControl>(m_app->stores(), m_app->ports());
     std::ignore = awaitValue(m_control->refresh({}));
     ends();
 }
@@ -157,20 +157,6 @@ AppEnvironment StoryProgram::environment(DeploymentNotifying *notifier)
         return std::chrono::steady_clock::time_point(awake);
     };
     return environment;
-}
-
-LocalControl::Services StoryProgram::controlServices()
-{
-    LocalControl::Services services;
-    services.applicationName = m_app->environment().applicationName;
-    services.authentication = &m_app->authentication();
-    services.installations = &m_app->installations();
-    services.monitor = &m_app->monitor();
-    services.settings = &m_app->settings();
-    services.preferences = &m_app->files().preferences;
-    services.clock = m_clock;
-    services.installationURL = m_app->environment().configuration.installationURL();
-    return services;
 }
 
 void StoryTime::passes(std::chrono::microseconds duration)

@@ -82,7 +82,6 @@ public:
 
 private:
     [[nodiscard]] AppEnvironment environment(DeploymentNotifying *notifier);
-    [[nodiscard]] LocalControl::Services controlServices();
     [[nodiscard]] bool isAtRest() const;
 
     StoryGitHub *m_github;

@@ -6,6 +6,8 @@
 #include "accounts/installation_page.h"
 #include "installations/installation_store.h"
 #include "monitor/deployment_monitor.h"
+#include "monitor/stores.h"
+#include "platform/desktop_ports.h"
 #include "support/await.h"
 #include "support/fake_cache.h"
 #include "support/fake_clock.h"
@@ -63,6 +65,26 @@ public:
             client, DeploymentMonitor::Services{&cache, &notifier, &defaults, &clock, ledger, [] {
                                                     return 0.0;
                                                 }});
+    }
+
+    /// All stores but the settings, which the fixture has none of. Call it after build().
+    [[nodiscard]] Stores stores()
+    {
+        Stores stores;
+        stores.authentication = authentication.get();
+        stores.installations = installations.get();
+        stores.monitor = monitor.get();
+        stores.preferences = &defaults;
+        stores.installationPage = &installationPage;
+        return stores;
+    }
+    [[nodiscard]] DesktopPorts ports()
+    {
+        DesktopPorts ports;
+        ports.clock = &clock;
+        ports.pasteboard = &pasteboard;
+        ports.urlOpener = &urlOpener;
+        return ports;
     }
 
     void tick() { awaitValue(monitor->tick(authentication.get(), installations.get(), clock.now())); }

@@ -578,14 +578,7 @@ private:
 
     void make()
     {
-        AccountsSettingsView::Services services;
-        services.authentication = m_fixture->authentication.get();
-        services.installations = m_fixture->installations.get();
-        services.pasteboard = &m_fixture->pasteboard;
-        services.urlOpener = &m_fixture->urlOpener;
-        services.avatars = m_avatars.get();
-        services.installationPage = &m_fixture->installationPage;
-        m_view = std::make_unique<AccountsSettingsView>(services);
+        m_view = std::make_unique<AccountsSettingsView>(m_fixture->stores(), m_fixture->ports(), m_avatars.get());
         m_view->resize(596, 388);
     }
 

@@ -88,8 +88,11 @@ private Q_SLOTS:
         m_clock = std::make_unique<FakeClock>(noon());
         m_opener = std::make_unique<FakeURLOpener>();
         m_pasteboard = std::make_unique<FakePasteboard>();
-        m_view = std::make_unique<DeploymentListView>(
-            DeploymentListView::Services{m_clock.get(), m_opener.get(), m_pasteboard.get()});
+        DesktopPorts ports;
+        ports.clock = m_clock.get();
+        ports.urlOpener = m_opener.get();
+        ports.pasteboard = m_pasteboard.get();
+        m_view = std::make_unique<DeploymentListView>(ports);
         m_view->resize(360, 360);
     }
 

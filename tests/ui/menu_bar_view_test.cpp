@@ -562,9 +562,7 @@ private:
         if (!m_fixture->monitor)
             m_fixture->build();
         drainEvents();
-        m_view = std::make_unique<MenuBarView>(MenuBarView::Services{m_fixture->authentication.get(),
-            m_fixture->installations.get(), m_fixture->monitor.get(), &m_fixture->installationPage, &m_fixture->clock,
-            &m_fixture->urlOpener, &m_fixture->pasteboard});
+        m_view = std::make_unique<MenuBarView>(m_fixture->stores(), m_fixture->ports());
         m_view->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
     }

@@ -38,15 +38,9 @@ private Q_SLOTS:
         m_fixture->connect(1, QStringLiteral("octo"));
         m_fixture->build();
         m_settings = std::make_unique<GeneralSettingsStore>(&m_fixture->defaults, &m_notifier, &m_loginItem);
-        SettingsView::Services services;
-        services.authentication = m_fixture->authentication.get();
-        services.installations = m_fixture->installations.get();
-        services.settings = m_settings.get();
-        services.preferences = &m_fixture->defaults;
-        services.pasteboard = &m_fixture->pasteboard;
-        services.urlOpener = &m_fixture->urlOpener;
-        services.settingsPageOpener = &m_opener;
-        m_window = std::make_unique<SettingsWindow>(services);
+        Stores stores = m_fixture->stores();
+        stores.settings = m_settings.get();
+        m_window = std::make_unique<SettingsWindow>(stores, m_fixture->ports(), &m_opener, nullptr);
     }
 
     void cleanup() { qunsetenv("XDG_ACTIVATION_TOKEN"); }

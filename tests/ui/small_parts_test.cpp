@@ -219,7 +219,8 @@ private Q_SLOTS:
         MonitorFixture fixture;
         fixture.build();
         connectAccount(fixture);
-        const DeviceCodePanel panel(services(fixture), DeviceCodePanel::Arrangement::Column);
+        const DeviceCodePanel panel(
+            fixture.authentication.get(), fixture.ports(), DeviceCodePanel::Arrangement::Column);
         fixture.pasteboard.copied.clear();
         fixture.urlOpener.opened.clear();
         button(panel, text("Copy code"))->click();
@@ -241,7 +242,7 @@ private Q_SLOTS:
         MonitorFixture fixture;
         fixture.build();
         connectAccount(fixture);
-        const DeviceCodePanel panel(services(fixture), DeviceCodePanel::Arrangement::Row);
+        const DeviceCodePanel panel(fixture.authentication.get(), fixture.ports(), DeviceCodePanel::Arrangement::Row);
         QCOMPARE(labels(panel),
             (QStringList{text("Enter this code on GitHub"), text("WDJB-MJHT"),
                 text("After authorization, GitHub will ask which account or organisation Velmora can access.")}));
@@ -253,7 +254,8 @@ private Q_SLOTS:
         fixture.pasteboard.isPresent = false;
         fixture.build();
         connectAccount(fixture);
-        const DeviceCodePanel panel(services(fixture), DeviceCodePanel::Arrangement::Column);
+        const DeviceCodePanel panel(
+            fixture.authentication.get(), fixture.ports(), DeviceCodePanel::Arrangement::Column);
         QCOMPARE(labels(panel).last(),
             text("After authorization, GitHub will ask which account or organisation Velmora can access."));
     }
@@ -263,7 +265,7 @@ private Q_SLOTS:
         MonitorFixture fixture;
         fixture.build();
         connectAccount(fixture);
-        DeviceCodePanel panel(services(fixture), DeviceCodePanel::Arrangement::Column);
+        DeviceCodePanel panel(fixture.authentication.get(), fixture.ports(), DeviceCodePanel::Arrangement::Column);
         QLabel *code = nullptr;
         for (auto *label : panel.findChildren<QLabel *>()) {
             if (label->text() == text("WDJB-MJHT"))
@@ -284,7 +286,8 @@ private Q_SLOTS:
         MonitorFixture fixture;
         fixture.build();
         connectAccount(fixture);
-        const DeviceCodePanel panel(services(fixture), DeviceCodePanel::Arrangement::Column);
+        const DeviceCodePanel panel(
+            fixture.authentication.get(), fixture.ports(), DeviceCodePanel::Arrangement::Column);
         fixture.authentication->cancelConnection();
         fixture.github.userCode = text("ABCD-EFGH");
         connectAccount(fixture);
@@ -430,11 +433,6 @@ private Q_SLOTS:
     }
 
 private:
-    static DeviceCodePanel::Services services(MonitorFixture &fixture)
-    {
-        return {fixture.authentication.get(), &fixture.pasteboard, &fixture.urlOpener};
-    }
-
     static void connectAccount(MonitorFixture &fixture)
     {
         fixture.authentication->startConnecting();

@@ -18,10 +18,10 @@ namespace velmora
 // so it skips QListView and calls QAbstractItemView.
 // NOLINTBEGIN(bugprone-parent-virtual-call)
 
-DeploymentListView::DeploymentListView(const Services &services, QWidget *parent)
+DeploymentListView::DeploymentListView(const DesktopPorts &ports, QWidget *parent)
     : QListView(parent)
-    , m_services(services)
-    , m_model(new DeploymentListModel(services.clock, this))
+    , m_ports(ports)
+    , m_model(new DeploymentListModel(ports.clock, this))
 {
     describeBy<DeploymentListView, AccessibleList>();
     setAccessibleName(QStringLiteral("Deployments"));
@@ -255,7 +255,7 @@ void DeploymentListView::changeEvent(QEvent *event)
 void DeploymentListView::paintEvent(QPaintEvent *event)
 {
     QPainter painter(viewport());
-    const Instant now = m_services.clock->now();
+    const Instant now = m_ports.clock->now();
     const auto [first, last] = visibleRows();
     for (int row = first; row <= last; ++row) {
         const QRect exposed = event->region().intersected(visualRect(m_model->index(row))).boundingRect();
@@ -295,7 +295,7 @@ void DeploymentListView::showEvent(QShowEvent *event)
 {
     QListView::showEvent(event);
     m_isShown = true;
-    m_agesShownAt = m_services.clock->now();
+    m_agesShownAt = m_ports.clock->now();
     updateMotion();
     scheduleAges();
 }

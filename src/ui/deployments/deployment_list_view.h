@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/desktop_ports.h"
 #include "presentation/row_presentation.h"
 #include "support/task_scope.h"
 #include "ui/accessibility/accessible_list.h"
@@ -15,10 +16,7 @@
 namespace velmora
 {
 
-class Clock;
 class DeploymentListModel;
-class Pasteboard;
-class URLOpener;
 
 /// The deployments in sections. A click on a row opens its log, a click on its link opens the environment. Return and
 /// Control+Return do the same for the current row.
@@ -31,14 +29,8 @@ class DeploymentListView final : public QListView, public AccessibleRows
     Q_OBJECT
 
 public:
-    /// The pointers are not owned and outlive the view.
-    struct Services {
-        Clock *clock = nullptr;
-        URLOpener *urlOpener = nullptr;
-        Pasteboard *pasteboard = nullptr;
-    };
-
-    explicit DeploymentListView(const Services &services, QWidget *parent = nullptr);
+    /// What the ports name outlives the view.
+    explicit DeploymentListView(const DesktopPorts &ports, QWidget *parent = nullptr);
 
     /// Shows a list that is already filtered and ordered. Selection, focus and scroll position are kept.
     void setDeployments(const QList<DeploymentSnapshot> &deployments);
@@ -121,7 +113,7 @@ private:
     void scheduleAges();
     [[nodiscard]] QCoro::Task<> waitForAges(std::chrono::milliseconds duration, std::stop_token stop);
 
-    Services m_services;
+    DesktopPorts m_ports;
     DeploymentListModel *m_model;
     DeploymentRowView m_rowView;
     DeploymentSectionView m_sectionView;

@@ -61,22 +61,22 @@ void DeploymentListView::perform(RowActionKind action, const DeploymentSnapshot 
     switch (action) {
     case RowActionKind::OpenDetails:
         if (details)
-            m_services.urlOpener->open(*details);
+            m_ports.urlOpener->open(*details);
         break;
     case RowActionKind::OpenEnvironment:
         if (environment)
-            m_services.urlOpener->open(*environment);
+            m_ports.urlOpener->open(*environment);
         break;
     case RowActionKind::CopyCommit:
-        m_services.pasteboard->setText(deployment.commitOID);
+        m_ports.pasteboard->setText(deployment.commitOID);
         break;
     case RowActionKind::CopyDetailsLink:
         if (details)
-            m_services.pasteboard->setText(details->text());
+            m_ports.pasteboard->setText(details->text());
         break;
     case RowActionKind::CopyEnvironmentLink:
         if (environment)
-            m_services.pasteboard->setText(environment->text());
+            m_ports.pasteboard->setText(environment->text());
         break;
     }
 }
@@ -204,7 +204,7 @@ void DeploymentListView::showToolTip(const QPoint &point, const QPoint &globalPo
     }
     const QRect frame = visualRect(target.index);
     const QRect place = target.isLink ? m_rowView.parts(frame, *deployment).link : frame;
-    const QString text = target.isLink ? linkToolTip(*deployment) : rowToolTip(*deployment, m_services.clock->now());
+    const QString text = target.isLink ? linkToolTip(*deployment) : rowToolTip(*deployment, m_ports.clock->now());
     QToolTip::showText(globalPoint, text, viewport(), place);
 }
 

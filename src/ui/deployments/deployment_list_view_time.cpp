@@ -54,7 +54,7 @@ void DeploymentListView::timerEvent(QTimerEvent *event)
 
 void DeploymentListView::updateAges()
 {
-    const Instant now = m_services.clock->now();
+    const Instant now = m_ports.clock->now();
     const auto [first, last] = visibleRows();
     for (int row = first; row <= last; ++row) {
         const auto *deployment = m_model->deployment(row);
@@ -84,7 +84,7 @@ void DeploymentListView::scheduleAges()
     m_agesDueAt = due;
     if (!due)
         return;
-    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*due - m_services.clock->now());
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*due - m_ports.clock->now());
     m_ages.launch(
         waitForAges(std::clamp<std::chrono::milliseconds>(wait, 1ms, kLongestWait), m_ages.stopToken()), "Ages");
 }
@@ -92,7 +92,7 @@ void DeploymentListView::scheduleAges()
 QCoro::Task<> DeploymentListView::waitForAges(std::chrono::milliseconds duration, std::stop_token stop)
 {
     const QPointer<DeploymentListView> self(this);
-    co_await m_services.clock->sleep(duration, stop);
+    co_await m_ports.clock->sleep(duration, stop);
     if (!self)
         co_return;
     m_agesDueAt.reset();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/settings/settings_view.h"
 
+#include "monitor/stores.h"
 #include "ui/controls/symbols.h"
 #include "ui/settings/accounts/accounts_settings_view.h"
 #include "ui/settings/general/general_settings_view.h"
@@ -34,22 +35,15 @@ QSize settingsSize(int lineHeight, const QSize &room)
     return (kSize.toSizeF() * scale).toSize().boundedTo(room);
 }
 
-SettingsView::SettingsView(const Services &services, QWidget *parent)
+SettingsView::SettingsView(const Stores &stores, const DesktopPorts &ports, SettingsPageOpener *settingsPageOpener,
+    AvatarLoading *avatars, QWidget *parent)
     : QTabWidget(parent)
 {
     setDocumentMode(true);
-    AccountsSettingsView::Services accounts;
-    accounts.authentication = services.authentication;
-    accounts.installations = services.installations;
-    accounts.pasteboard = services.pasteboard;
-    accounts.urlOpener = services.urlOpener;
-    accounts.avatars = services.avatars;
-    accounts.installationPage = services.installationPage;
-    auto *accountsTab = new AccountsSettingsView(accounts);
-    auto *repositoriesTab = new RepositoriesSettingsView(services.authentication, services.installations);
-    auto *generalTab = new GeneralSettingsView(services.settings, services.settingsPageOpener);
-    addPage(QStringLiteral("&Accounts"), QStringLiteral("person.2"), accountsTab,
-        [accountsTab] { accountsTab->refresh(); });
+    auto *accountsTab = new AccountsSettingsView(stores, ports, avatars);
+    auto *repositoriesTab = new RepositoriesSettingsView(stores.authentication, stores.installations);
+    auto *generalTab = new GeneralSettingsView(stores.settings, settingsPageOpener);
+    addPage(QStringLiteral("&Accounts"), QStringLiteral("person.2"), accountsTab, [accountsTab] { accountsTab->refresh(); });
     addPage(QStringLiteral("&Repositories"), QStringLiteral("folder"), repositoriesTab,
         [repositoriesTab] { repositoriesTab->refresh(); });
     addPage(

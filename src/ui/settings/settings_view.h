@@ -9,15 +9,10 @@
 namespace velmora
 {
 
-class AuthenticationStore;
 class AvatarLoading;
-class GeneralSettingsStore;
-class InstallationPage;
-class InstallationStore;
-class Pasteboard;
-class Preferences;
 class SettingsPageOpener;
-class URLOpener;
+struct DesktopPorts;
+struct Stores;
 
 /// The three tabs of the settings. Its size is fixed: 620 by 440 points, more with a large font, less on a small
 /// screen.
@@ -36,20 +31,9 @@ public:
         General,
     };
 
-    /// The pointers are not owned and outlive the view. `avatars` may be null: accounts have no pictures then.
-    struct Services {
-        AuthenticationStore *authentication = nullptr;
-        InstallationStore *installations = nullptr;
-        GeneralSettingsStore *settings = nullptr;
-        Preferences *preferences = nullptr; ///< where the stores save the settings
-        Pasteboard *pasteboard = nullptr;
-        URLOpener *urlOpener = nullptr;
-        SettingsPageOpener *settingsPageOpener = nullptr;
-        AvatarLoading *avatars = nullptr;
-        InstallationPage *installationPage = nullptr;
-    };
-
-    explicit SettingsView(const Services &services, QWidget *parent = nullptr);
+    /// What the parameters name outlives the view. Without `avatars` accounts have no pictures.
+    SettingsView(const Stores &stores, const DesktopPorts &ports, SettingsPageOpener *settingsPageOpener,
+        AvatarLoading *avatars, QWidget *parent = nullptr);
 
     [[nodiscard]] Tab tab() const { return static_cast<Tab>(currentIndex()); }
     void showTab(Tab tab) { setCurrentIndex(static_cast<int>(tab)); }

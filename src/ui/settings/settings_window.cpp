@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "ui/settings/settings_window.h"
 
+#include "monitor/stores.h"
+#include "platform/desktop_ports.h"
 #include "platform/preferences.h"
 #include "platform/url_opener.h"
 #include "ui/accessibility/accessible_part.h"
@@ -16,11 +18,12 @@
 namespace velmora
 {
 
-SettingsWindow::SettingsWindow(const SettingsView::Services &services, QWidget *parent)
+SettingsWindow::SettingsWindow(const Stores &stores, const DesktopPorts &ports, SettingsPageOpener *settingsPageOpener,
+    AvatarLoading *avatars, QWidget *parent)
     : QWidget(parent, Qt::Window)
-    , m_preferences(services.preferences)
-    , m_urlOpener(services.urlOpener)
-    , m_view(new SettingsView(services))
+    , m_preferences(stores.preferences)
+    , m_urlOpener(ports.urlOpener)
+    , m_view(new SettingsView(stores, ports, settingsPageOpener, avatars))
     , m_unsaved(new MessageRow(TextSize::Body, Tone::Red, this))
 {
     describeBy<SettingsWindow, AccessibleWindow>();
@@ -34,7 +37,7 @@ SettingsWindow::SettingsWindow(const SettingsView::Services &services, QWidget *
     layout->addWidget(m_view);
     m_unsaved->setContentsMargins(kRowMargin, kRowMargin, kRowMargin, kRowMargin);
     layout->addWidget(m_unsaved);
-    auto *unopened = new UnopenedPageRow(services.urlOpener, services.pasteboard, this);
+    auto *unopened = new UnopenedPageRow(ports.urlOpener, ports.pasteboard, this);
     unopened->setContentsMargins(kRowMargin, kRowMargin, kRowMargin, kRowMargin);
     layout->addWidget(unopened);
     connect(m_preferences, &Preferences::failureChanged, this, &SettingsWindow::showUnsaved);

@@ -9,6 +9,8 @@ namespace velmora
 {
 
 class MessageRow;
+class Preferences;
+class URLOpener;
 
 /// The window of the settings. Below the tabs it shows why settings cannot be saved, and which page no browser could
 /// open.
@@ -19,7 +21,9 @@ class SettingsWindow final : public QWidget
     Q_OBJECT
 
 public:
-    explicit SettingsWindow(const SettingsView::Services &services, QWidget *parent = nullptr);
+    /// The parameters are those of the view.
+    SettingsWindow(const Stores &stores, const DesktopPorts &ports, SettingsPageOpener *settingsPageOpener,
+        AvatarLoading *avatars, QWidget *parent = nullptr);
 
     [[nodiscard]] SettingsView *view() const { return m_view; }
 

@@ -41,9 +41,11 @@ QString copiedHelpText()
 
 } // namespace
 
-DeviceCodePanel::DeviceCodePanel(const Services &services, Arrangement arrangement, QWidget *parent)
+DeviceCodePanel::DeviceCodePanel(
+    AuthenticationStore *authentication, const DesktopPorts &ports, Arrangement arrangement, QWidget *parent)
     : QWidget(parent)
-    , m_services(services)
+    , m_authentication(authentication)
+    , m_ports(ports)
     , m_arrangement(arrangement)
     , m_title(new TextLabel(TextSize::Title, TextLabel::Overflow::Wrap, this))
     , m_code(new QLabel(this))
@@ -65,16 +67,15 @@ DeviceCodePanel::DeviceCodePanel(const Services &services, Arrangement arrangeme
         arrangeInRow();
 
     connect(m_copy, &QPushButton::clicked, this, [this] {
-        if (const auto &pending = m_services.authentication->pendingAuthorization())
-            m_services.pasteboard->setText(pending->userCode);
+        if (const auto &pending = m_authentication->pendingAuthorization())
+            m_ports.pasteboard->setText(pending->userCode);
     });
     connect(m_open, &QPushButton::clicked, this, [this] {
-        if (const auto &pending = m_services.authentication->pendingAuthorization())
-            m_services.urlOpener->open(pending->verificationURI);
+        if (const auto &pending = m_authentication->pendingAuthorization())
+            m_ports.urlOpener->open(pending->verificationURI);
     });
-    connect(m_cancel, &QPushButton::clicked, services.authentication, &AuthenticationStore::cancelConnection);
-    connect(
-        services.authentication, &AuthenticationStore::connectionChanged, this, &DeviceCodePanel::showAuthorization);
+    connect(m_cancel, &QPushButton::clicked, authentication, &AuthenticationStore::cancelConnection);
+    connect(authentication, &AuthenticationStore::connectionChanged, this, &DeviceCodePanel::showAuthorization);
     showAuthorization();
 }
 
@@ -123,12 +124,12 @@ void DeviceCodePanel::arrangeInRow()
 
 void DeviceCodePanel::showAuthorization()
 {
-    const auto &pending = m_services.authentication->pendingAuthorization();
+    const auto &pending = m_authentication->pendingAuthorization();
     if (!pending)
         return;
     m_code->setText(pending->userCode);
     // Without a clipboard the code was not copied, and the text must not claim it.
-    const bool says = m_arrangement == Arrangement::Column && m_services.authentication->isCodeCopied();
+    const bool says = m_arrangement == Arrangement::Column && m_authentication->isCodeCopied();
     m_help->setText(says ? copiedHelpText() : helpText());
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "accounts/authentication_store.h"
+#include "platform/desktop_ports.h"
 
 #include <QWidget>
 
@@ -12,9 +13,7 @@ class QPushButton;
 namespace velmora
 {
 
-class Pasteboard;
 class TextLabel;
-class URLOpener;
 
 /// The device code that the user enters on GitHub, with buttons that copy it, open the page for it, and cancel.
 ///
@@ -28,14 +27,9 @@ public:
         Column, ///< one below the other, centred
         Row, ///< the text beside the spinner, the buttons at the end
     };
-    /// The pointers are not owned and outlive the panel.
-    struct Services {
-        AuthenticationStore *authentication = nullptr;
-        Pasteboard *pasteboard = nullptr;
-        URLOpener *urlOpener = nullptr;
-    };
-
-    DeviceCodePanel(const Services &services, Arrangement arrangement, QWidget *parent = nullptr);
+    /// The store and the ports are not owned and outlive the panel; of the ports it uses pasteboard and opener.
+    DeviceCodePanel(AuthenticationStore *authentication, const DesktopPorts &ports, Arrangement arrangement,
+        QWidget *parent = nullptr);
 
 protected:
     void changeEvent(QEvent *event) override;
@@ -47,7 +41,8 @@ private:
     void showAuthorization();
     void updateCodeFont();
 
-    Services m_services;
+    AuthenticationStore *m_authentication;
+    DesktopPorts m_ports;
     Arrangement m_arrangement;
     TextLabel *m_title;
     QLabel *m_code;

@@ -52,12 +52,13 @@ constexpr auto kLongestWait = 60s;
 
 } // namespace
 
-MenuBarView::MenuBarView(const Services &services, QWidget *parent)
+MenuBarView::MenuBarView(const Stores &stores, const DesktopPorts &ports, QWidget *parent)
     : QWidget(parent)
-    , m_services(services)
-    , m_header(new MenuBarHeader(services.applicationName, this))
+    , m_stores(stores)
+    , m_ports(ports)
+    , m_header(new MenuBarHeader(ports.applicationName, this))
     , m_unsaved(new MessageRow(TextSize::Caption, Tone::Red, this))
-    , m_unopened(new UnopenedPageRow(services.urlOpener, services.pasteboard, this))
+    , m_unopened(new UnopenedPageRow(ports.urlOpener, ports.pasteboard, this))
 {
     makeContents();
     auto *layout = new QVBoxLayout(this);
@@ -90,20 +91,17 @@ MenuBarView::~MenuBarView()
 
 void MenuBarView::makeContents()
 {
-    m_codePanel = new DeviceCodePanel(
-        DeviceCodePanel::Services{m_services.authentication, m_services.pasteboard, m_services.urlOpener},
-        DeviceCodePanel::Arrangement::Column, this);
+    m_codePanel = new DeviceCodePanel(m_stores.authentication, m_ports, DeviceCodePanel::Arrangement::Column, this);
     m_connectionPrompt
         = new EmptyStateView({QStringLiteral("person.crop.circle.badge.plus"), QStringLiteral("Connect GitHub"),
                                  QStringLiteral("Connect a GitHub account, then choose the personal account or "
                                                 "organisation where Velmora should be installed."),
                                  QStringLiteral("Add GitHub account")},
             this);
-    connect(m_connectionPrompt->button(), &QPushButton::clicked, m_services.authentication,
+    connect(m_connectionPrompt->button(), &QPushButton::clicked, m_stores.authentication,
         &AuthenticationStore::startConnecting);
     m_loading = makeLoadingView();
-    m_list = new DeploymentListView(
-        DeploymentListView::Services{m_services.clock, m_services.urlOpener, m_services.pasteboard}, this);
+    m_list = new DeploymentListView(m_ports, this);
     makeMissingSteps();
     m_noDeployments
         = new EmptyStateView({QStringLiteral("checkmark.circle"), QStringLiteral("No recent deployments"),
@@ -133,7 +131,7 @@ void MenuBarView::makeMissingSteps()
                                  QStringLiteral("Choose repositories")},
             this);
     for (const EmptyStateView *view : {m_notInstalled, m_noAccess})
-        connect(view->button(), &QPushButton::clicked, this, [this] { m_services.installationPage->open(); });
+        connect(view->button(), &QPushButton::clicked, this, [this] { m_stores.installationPage->open(); });
     connect(m_nothingSelected->button(), &QPushButton::clicked, this, &MenuBarView::repositoriesRequested);
 }
 
@@ -174,9 +172,9 @@ void MenuBarView::connectStores()
 {
     connect(m_header, &MenuBarHeader::settingsRequested, this, &MenuBarView::settingsRequested);
     connect(m_header, &MenuBarHeader::refreshRequested, this, &MenuBarView::refresh);
-    connect(m_services.monitor, &DeploymentMonitor::changed, this, &MenuBarView::followStores);
-    connect(m_services.authentication, &AuthenticationStore::sessionsChanged, this, &MenuBarView::followStores);
-    connect(m_services.authentication, &AuthenticationStore::connectionChanged, this, &MenuBarView::followStores);
+    connect(m_stores.monitor, &DeploymentMonitor::changed, this, &MenuBarView::followStores);
+    connect(m_stores.authentication, &AuthenticationStore::sessionsChanged, this, &MenuBarView::followStores);
+    connect(m_stores.authentication, &AuthenticationStore::connectionChanged, this, &MenuBarView::followStores);
 }
 
 void MenuBarView::addShortcuts()
@@ -225,14 +223,14 @@ void MenuBarView::followStores()
 
 void MenuBarView::showStores()
 {
-    const auto &monitor = *m_services.monitor;
-    const auto &authentication = *m_services.authentication;
+    const auto &monitor = *m_stores.monitor;
+    const auto &authentication = *m_stores.authentication;
     m_header->setStatus(
         statusText(monitor.state(), monitor.deployments()), statusExplanation(monitor.state(), monitor.message()));
     m_unsaved->setMessage(monitor.unsaved());
     m_connectionPrompt->button()->setEnabled(canStartConnecting(authentication.connectionState()));
     m_connectionPrompt->setError(authentication.errorMessage().value_or(QString()));
-    m_noAccess->setDescription(noAccessDescription(m_services.installations->installations()));
+    m_noAccess->setDescription(noAccessDescription(m_stores.installations->installations()));
     m_list->setDeployments(monitor.deployments());
     showContent(menuBarContent({authentication.pendingAuthorization().has_value(), !authentication.sessions().isEmpty(),
         monitor.state(), !monitor.deployments().isEmpty()}));
@@ -258,8 +256,8 @@ void MenuBarView::showContent(MenuBarContent content)
 void MenuBarView::showUpdateTime()
 {
     m_updateTime.cancelAll();
-    const auto updatedAt = shownUpdateTime(m_services.monitor->state());
-    const Instant now = m_services.clock->now();
+    const auto updatedAt = shownUpdateTime(m_stores.monitor->state());
+    const Instant now = m_ports.clock->now();
     const QString text = updatedText(updatedAt, now);
     if (m_updated->text() != text)
         m_updated->setText(text);
@@ -274,7 +272,7 @@ void MenuBarView::showUpdateTime()
 QCoro::Task<> MenuBarView::waitForUpdateTime(std::chrono::milliseconds duration, std::stop_token stop)
 {
     const QPointer<MenuBarView> self(this);
-    co_await m_services.clock->sleep(duration, stop);
+    co_await m_ports.clock->sleep(duration, stop);
     if (self)
         showUpdateTime();
 }
@@ -301,14 +299,13 @@ void MenuBarView::refresh()
 QCoro::Task<> MenuBarView::refreshEverything(std::stop_token stop)
 {
     const QPointer<MenuBarView> self(this);
-    co_await m_services.authentication->unlock();
+    co_await m_stores.authentication->unlock();
     if (!self || stop.stop_requested())
         co_return;
-    co_await m_services.installations->refresh(m_services.authentication, stop);
+    co_await m_stores.installations->refresh(m_stores.authentication, stop);
     if (!self || stop.stop_requested())
         co_return;
-    co_await m_services.monitor->refreshAll(
-        m_services.authentication, m_services.installations, m_services.clock->now());
+    co_await m_stores.monitor->refreshAll(m_stores.authentication, m_stores.installations, m_ports.clock->now());
     if (self)
         setRefreshing(false);
 }
@@ -317,7 +314,7 @@ QCoro::Task<> MenuBarView::loadInstallations(std::stop_token stop)
 {
     const QPointer<MenuBarView> self(this);
     m_isLoadingInstallations = true;
-    co_await m_services.installations->refresh(m_services.authentication, stop);
+    co_await m_stores.installations->refresh(m_stores.authentication, stop);
     if (self)
         m_isLoadingInstallations = false;
 }
@@ -329,12 +326,12 @@ void MenuBarView::showEvent(QShowEvent *event)
     QWidget::showEvent(event);
     if (m_content == MenuBarContent::List)
         m_list->setFocus(Qt::OtherFocusReason);
-    const auto &installations = *m_services.installations;
+    const auto &installations = *m_stores.installations;
     if (!m_isLoadingInstallations && !m_isRefreshing
         && needsInstallations(installations.state(), installations.lastRefreshedAt()))
         m_work.launch(loadInstallations(m_work.stopToken()), "Loading the installations");
     else
-        m_work.launch(m_services.monitor->refreshExpected(m_services.authentication, m_services.installations),
+        m_work.launch(m_stores.monitor->refreshExpected(m_stores.authentication, m_stores.installations),
             "Looking for new installations");
 }
 
@@ -345,7 +342,7 @@ void MenuBarView::hideEvent(QHideEvent *event)
     // Dropped, so that a hidden window holds no memory and opens at the top of the list.
     if (!event->spontaneous()) {
         m_list->setDeployments({});
-        m_services.urlOpener->forgetUnopened();
+        m_ports.urlOpener->forgetUnopened();
     }
     QWidget::hideEvent(event);
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "monitor/stores.h"
+#include "platform/desktop_ports.h"
 #include "presentation/menu_bar_presentation.h"
 #include "support/task_scope.h"
 
@@ -10,18 +12,11 @@
 namespace velmora
 {
 
-class AuthenticationStore;
-class Clock;
 class DeploymentListView;
-class DeploymentMonitor;
 class EmptyStateView;
-class InstallationPage;
-class InstallationStore;
 class MenuBarHeader;
 class MessageRow;
-class Pasteboard;
 class TextLabel;
-class URLOpener;
 
 /// The content of the window behind the tray item: the status, the deployments or the next step, and the time of the
 /// last update.
@@ -33,19 +28,8 @@ class MenuBarView final : public QWidget
     Q_OBJECT
 
 public:
-    /// The pointers are not owned and outlive the view.
-    struct Services {
-        AuthenticationStore *authentication = nullptr;
-        InstallationStore *installations = nullptr;
-        DeploymentMonitor *monitor = nullptr;
-        InstallationPage *installationPage = nullptr;
-        Clock *clock = nullptr;
-        URLOpener *urlOpener = nullptr;
-        Pasteboard *pasteboard = nullptr;
-        QString applicationName = QStringLiteral("Velmora"); ///< the display name of the application
-    };
-
-    explicit MenuBarView(const Services &services, QWidget *parent = nullptr);
+    /// What `stores` and `ports` name outlives the view.
+    MenuBarView(const Stores &stores, const DesktopPorts &ports, QWidget *parent = nullptr);
     ~MenuBarView() override;
 
     /// Whether a refresh started by this view is running; the monitor's own refreshes do not count.
@@ -93,7 +77,8 @@ private:
     [[nodiscard]] QCoro::Task<> loadInstallations(std::stop_token stop);
     [[nodiscard]] QCoro::Task<> waitForUpdateTime(std::chrono::milliseconds duration, std::stop_token stop);
 
-    Services m_services;
+    Stores m_stores;
+    DesktopPorts m_ports;
     MenuBarHeader *m_header;
     MessageRow *m_unsaved; ///< what could not be saved, and why
     QWidget *m_unopened; ///< the address that no browser could open

@@ -36,10 +36,11 @@ constexpr int kLeastList = 120;
 
 } // namespace
 
-AccountsSettingsView::AccountsSettingsView(const Services &services, QWidget *parent)
+AccountsSettingsView::AccountsSettingsView(
+    const Stores &stores, const DesktopPorts &ports, AvatarLoading *avatars, QWidget *parent)
     : QWidget(parent)
-    , m_services(services)
-    , m_gallery(new AvatarGallery(services.avatars, this))
+    , m_stores(stores)
+    , m_gallery(new AvatarGallery(avatars, this))
     , m_add(new QPushButton(symbolIcon(u"plus"), Texts::addAccount()))
     , m_header(new SettingsHeader(Texts::title(), Texts::help(), m_add))
     , m_authorization(new Card)
@@ -47,10 +48,9 @@ AccountsSettingsView::AccountsSettingsView(const Services &services, QWidget *pa
     , m_noAccounts(new EmptyStateView(
           {QStringLiteral("person.crop.circle.badge.plus"), Texts::noAccounts(), Texts::noAccountsHelp()}))
     , m_accountList(new RowList(Texts::title()))
-    , m_installations(new InstallationSection(services.authentication, services.installations, this))
+    , m_installations(new InstallationSection(stores.authentication, stores.installations, this))
 {
-    const DeviceCodePanel::Services panelServices{services.authentication, services.pasteboard, services.urlOpener};
-    m_authorization->addRow(new DeviceCodePanel(panelServices, DeviceCodePanel::Arrangement::Row));
+    m_authorization->addRow(new DeviceCodePanel(stores.authentication, ports, DeviceCodePanel::Arrangement::Row));
     m_add->setAutoDefault(false);
     setFocusProxy(m_add);
     auto *page = new ScrollingPage(this);
@@ -84,8 +84,8 @@ QWidget *AccountsSettingsView::makeContent()
 
 void AccountsSettingsView::connectStores()
 {
-    const auto *authentication = m_services.authentication;
-    const auto *installations = m_services.installations;
+    const auto *authentication = m_stores.authentication;
+    const auto *installations = m_stores.installations;
     connect(m_add, &QPushButton::clicked, this, &AccountsSettingsView::connectAccount);
     connect(m_installations, &InstallationSection::manageRequested, this, &AccountsSettingsView::openInstallationPage);
     connect(m_installations, &InstallationSection::rowsChanged, this, &AccountsSettingsView::orderTabStops);
@@ -109,7 +109,7 @@ void AccountsSettingsView::showEvent(QShowEvent *event)
 void AccountsSettingsView::loadInstallations()
 {
     m_appearance.cancelAll();
-    auto refresh = m_services.installations->refresh(m_services.authentication, m_appearance.stopToken());
+    auto refresh = m_stores.installations->refresh(m_stores.authentication, m_appearance.stopToken());
     m_appearance.launch(std::move(refresh), "Loading installations");
 }
 
@@ -122,7 +122,7 @@ void AccountsSettingsView::hideEvent(QHideEvent *event)
 
 void AccountsSettingsView::showConnection()
 {
-    const AuthenticationStore &store = *m_services.authentication;
+    const AuthenticationStore &store = *m_stores.authentication;
     const bool isPending = store.pendingAuthorization().has_value();
     m_add->setEnabled(canStartConnecting(store.connectionState()));
     m_authorization->setVisible(isPending);
@@ -132,13 +132,13 @@ void AccountsSettingsView::showConnection()
 
 void AccountsSettingsView::showSessions()
 {
-    const auto &sessions = m_services.authentication->sessions();
+    const auto &sessions = m_stores.authentication->sessions();
     QList<QWidget *> rows;
     QSet<qint64> listed;
     for (const GitHubAccountSession &session : sessions) {
         AccountRow *row = accountRow(session.id());
         row->setSession(session);
-        row->setAdvice(m_services.authentication->advice(session.id()).value_or(QString()));
+        row->setAdvice(m_stores.authentication->advice(session.id()).value_or(QString()));
         rows.append(row);
         listed.insert(session.id());
     }
@@ -165,7 +165,7 @@ AccountRow *AccountsSettingsView::accountRow(qint64 accountID)
 
 void AccountsSettingsView::showKnowledge()
 {
-    const InstallationStore &store = *m_services.installations;
+    const InstallationStore &store = *m_stores.installations;
     for (auto row = m_accountRows.cbegin(); row != m_accountRows.cend(); ++row) {
         InstallationKnowledge knowledge;
         knowledge.count = installationCount(store.installations(), row.key());
@@ -180,7 +180,7 @@ void AccountsSettingsView::showKnowledge()
 void AccountsSettingsView::showPictures()
 {
     QSet<QString> addresses;
-    for (const GitHubAccountSession &session : m_services.authentication->sessions()) {
+    for (const GitHubAccountSession &session : m_stores.authentication->sessions()) {
         const auto &address = session.account.avatarURL;
         if (address)
             addresses.insert(address->text());
@@ -201,7 +201,7 @@ void AccountsSettingsView::connectAccount()
 {
     m_removalError.clear();
     showConnection();
-    m_services.authentication->startConnecting();
+    m_stores.authentication->startConnecting();
 }
 
 void AccountsSettingsView::remove(qint64 accountID)
@@ -218,7 +218,7 @@ QCoro::Task<> AccountsSettingsView::removeAndReload(qint64 accountID, std::stop_
     const QPointer<AccountsSettingsView> self(this);
     std::exception_ptr failure;
     try {
-        co_await m_services.authentication->remove(accountID);
+        co_await m_stores.authentication->remove(accountID);
     } catch (...) {
         failure = std::current_exception();
     }
@@ -229,12 +229,12 @@ QCoro::Task<> AccountsSettingsView::removeAndReload(qint64 accountID, std::stop_
         showConnection();
         co_return;
     }
-    co_await m_services.installations->refresh(m_services.authentication, stop);
+    co_await m_stores.installations->refresh(m_stores.authentication, stop);
 }
 
 void AccountsSettingsView::openInstallationPage()
 {
-    m_services.installationPage->open();
+    m_stores.installationPage->open();
 }
 
 } // namespace velmora

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "monitor/stores.h"
 #include "support/task_scope.h"
 
 #include <QHash>
@@ -12,19 +13,15 @@ namespace velmora
 {
 
 class AccountRow;
-class AuthenticationStore;
 class AvatarGallery;
 class AvatarLoading;
 class Card;
 class EmptyStateView;
-class InstallationPage;
 class InstallationSection;
-class InstallationStore;
 class MessageRow;
-class Pasteboard;
 class RowList;
 class SettingsHeader;
-class URLOpener;
+struct DesktopPorts;
 struct GitHubAccountSession;
 
 /// The Accounts tab: the connected identities, the connection of another one, and a switch for each installation.
@@ -36,17 +33,9 @@ class AccountsSettingsView final : public QWidget
     Q_OBJECT
 
 public:
-    /// The pointers are not owned and outlive the view. `avatars` may be null: there are no pictures then.
-    struct Services {
-        AuthenticationStore *authentication = nullptr;
-        InstallationStore *installations = nullptr;
-        Pasteboard *pasteboard = nullptr;
-        URLOpener *urlOpener = nullptr;
-        AvatarLoading *avatars = nullptr;
-        InstallationPage *installationPage = nullptr;
-    };
-
-    explicit AccountsSettingsView(const Services &services, QWidget *parent = nullptr);
+    /// What the parameters name outlives the view. Without `avatars` there are no pictures.
+    AccountsSettingsView(
+        const Stores &stores, const DesktopPorts &ports, AvatarLoading *avatars, QWidget *parent = nullptr);
 
 public Q_SLOTS:
     /// Loads the installations again.
@@ -71,7 +60,7 @@ private:
     [[nodiscard]] QCoro::Task<> removeAndReload(qint64 accountID, std::stop_token stop);
     void openInstallationPage();
 
-    Services m_services;
+    Stores m_stores;
     AvatarGallery *m_gallery;
     QPushButton *m_add;
     SettingsHeader *m_header;
