@@ -27,8 +27,6 @@ bool isFollowing(const CommandLine &line)
 Session::Session(const RunContext *context)
     : m_context(context)
 {
-    QObject::connect(&m_terminalNotifier, &TerminalNotifier::desktopFailed, &m_terminalNotifier,
-        [err = context->err](const QString &description) { err->writeLine(description); });
 }
 
 Session::~Session() = default;
@@ -88,19 +86,20 @@ DeploymentNotifying *Session::notifierFor(const AppEnvironment &environment)
             = desktopNotificationService(m_context->bus, *environment.urlOpener, environment.applicationName);
     }
     if (isForDesktop)
-        return &m_desktopNotifier.emplace(m_desktopNotifications.get());
+        return &m_observedNotifier.emplace(m_desktopNotifications.get());
     if (!isFollowing(line))
         return &m_waitingNotifier;
-    m_terminalNotifier.setDesktop(m_desktopNotifications.get());
-    return &m_terminalNotifier;
+    m_backgroundNotifier.emplace(m_desktopNotifications.get());
+    QObject::connect(&*m_backgroundNotifier, &BackgroundNotifier::failed, &*m_backgroundNotifier,
+        [err = m_context->err](const QString &description) { err->writeLine(description); });
+    return &m_observedNotifier.emplace(&*m_backgroundNotifier);
 }
 
 void Session::createControl()
 {
     LocalControl *const control = &m_control.emplace(m_app->stores(), m_app->ports());
-    QObject::connect(&m_terminalNotifier, &TerminalNotifier::posted, control, &Control::announced);
-    if (m_desktopNotifier)
-        QObject::connect(&*m_desktopNotifier, &ObservedNotifier::posted, control, &Control::announced);
+    if (m_observedNotifier)
+        QObject::connect(&*m_observedNotifier, &ObservedNotifier::posted, control, &Control::announced);
 }
 
 void Session::watchMachine()

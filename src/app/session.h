@@ -5,9 +5,9 @@
 #include "app/run_context.h"
 #include "app/velmora_app.h"
 #include "app/wake_sources.h"
-#include "cli/terminal_notifier.h"
 #include "control/local_control.h"
 #include "control/observed_notifier.h"
+#include "notifications/background_notifier.h"
 #include "notifications/user_notification_service.h"
 #include "notifications/waiting_notifier.h"
 
@@ -66,9 +66,9 @@ private:
     std::unique_ptr<Pasteboard> m_pasteboard; ///< null for the demo, which has its own
     std::unique_ptr<URLOpener> m_urlOpener; ///< null for the demo, which has its own
     std::unique_ptr<UserNotificationService> m_desktopNotifications; ///< null where the desktop is told nothing
-    std::optional<ObservedNotifier> m_desktopNotifier; ///< of a desktop run
-    TerminalNotifier m_terminalNotifier; ///< of a watching terminal
-    WaitingNotifier m_waitingNotifier; ///< of a command that ends with its answer
+    std::optional<BackgroundNotifier> m_backgroundNotifier; ///< of a watching terminal, over the desktop's
+    std::optional<ObservedNotifier> m_observedNotifier; ///< over one of both; null for a command that ends by itself
+    WaitingNotifier m_waitingNotifier; ///< of a command that ends by itself
     std::optional<VelmoraApp> m_app;
     std::optional<LocalControl> m_control;
     std::optional<WakeSources> m_wakeSources;

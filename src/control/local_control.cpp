@@ -140,7 +140,8 @@ LocalControl::LocalControl(const Stores &stores, const DesktopPorts &ports, QObj
     , m_refreshes(refreshes(m_stores, m_ports.clock, m_installationLoads))
 {
     connect(m_stores.monitor, &DeploymentMonitor::changed, this, &ReportSource::reportChanged);
-    connect(m_stores.installations, &InstallationStore::repositoriesChanged, this, &LocalControl::onRepositoriesChanged);
+    connect(
+        m_stores.installations, &InstallationStore::repositoriesChanged, this, &LocalControl::onRepositoriesChanged);
 }
 
 QCoro::Task<QList<ListedAccount>> LocalControl::accounts(std::stop_token stop)

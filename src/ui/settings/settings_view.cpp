@@ -43,7 +43,8 @@ SettingsView::SettingsView(const Stores &stores, const DesktopPorts &ports, Sett
     auto *accountsTab = new AccountsSettingsView(stores, ports, avatars);
     auto *repositoriesTab = new RepositoriesSettingsView(stores.authentication, stores.installations);
     auto *generalTab = new GeneralSettingsView(stores.settings, settingsPageOpener);
-    addPage(QStringLiteral("&Accounts"), QStringLiteral("person.2"), accountsTab, [accountsTab] { accountsTab->refresh(); });
+    addPage(QStringLiteral("&Accounts"), QStringLiteral("person.2"), accountsTab,
+        [accountsTab] { accountsTab->refresh(); });
     addPage(QStringLiteral("&Repositories"), QStringLiteral("folder"), repositoriesTab,
         [repositoriesTab] { repositoriesTab->refresh(); });
     addPage(

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "cli/terminal_notifier.h"
+#include "control/observed_notifier.h"
 
+#include "notifications/background_notifier.h"
 #include "support/await.h"
 #include "support/builders.h"
 #include "support/fake_notifier.h"
@@ -12,15 +13,17 @@
 using namespace velmora;
 using namespace velmora::testing;
 
-class TerminalNotifierTest final : public QObject
+/// A notifier that is observed and delivers in the background, as a watching terminal uses it.
+class ObservedNotifierTest final : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void withoutADesktopTheTerminalIsTold()
+    void withoutADesktopTheObserverIsTold()
     {
-        TerminalNotifier notifier;
-        const QSignalSpy posted(&notifier, &TerminalNotifier::posted);
+        BackgroundNotifier background(nullptr);
+        ObservedNotifier notifier(&background);
+        const QSignalSpy posted(&notifier, &ObservedNotifier::posted);
         QVERIFY(awaitValue(notifier.requestAuthorizationIfNeeded()));
         awaitValue(notifier.notifyFailure(failed(QStringLiteral("D1"))));
         QCOMPARE(posted.size(), 1);
@@ -30,10 +33,10 @@ private Q_SLOTS:
 
     void theDesktopAnnouncesTheSameResults()
     {
-        TerminalNotifier notifier;
         FakeNotifier desktop;
-        notifier.setDesktop(&desktop);
-        const QSignalSpy posted(&notifier, &TerminalNotifier::posted);
+        BackgroundNotifier background(&desktop);
+        ObservedNotifier notifier(&background);
+        const QSignalSpy posted(&notifier, &ObservedNotifier::posted);
         awaitValue(notifier.notifyFailure(failed(QStringLiteral("D1"))));
         awaitValue(notifier.notifySuccess(makeSnapshot(QStringLiteral("D2"), DeploymentState::Success, noon())));
         QCOMPARE(posted.size(), 2);
@@ -43,12 +46,12 @@ private Q_SLOTS:
 
     void aDesktopThatFailsIsReportedOnceUntilItWorksAgain()
     {
-        TerminalNotifier notifier;
         FakeNotifier desktop;
         desktop.fails = true;
-        notifier.setDesktop(&desktop);
-        const QSignalSpy posted(&notifier, &TerminalNotifier::posted);
-        const QSignalSpy failures(&notifier, &TerminalNotifier::desktopFailed);
+        BackgroundNotifier background(&desktop);
+        ObservedNotifier notifier(&background);
+        const QSignalSpy posted(&notifier, &ObservedNotifier::posted);
+        const QSignalSpy failures(&background, &BackgroundNotifier::failed);
         awaitValue(notifier.notifyFailure(failed(QStringLiteral("D1"))));
         awaitValue(notifier.notifyFailure(failed(QStringLiteral("D2"))));
         QCOMPARE(posted.size(), 2);
@@ -61,13 +64,13 @@ private Q_SLOTS:
         QCOMPARE(failures.size(), 2);
     }
 
-    void theTerminalIsToldBeforeTheDesktopHasAnswered()
+    void theObserverIsToldBeforeTheDesktopHasAnswered()
     {
-        TerminalNotifier notifier;
         FakeNotifier desktop;
         desktop.gate.emplace();
-        notifier.setDesktop(&desktop);
-        const QSignalSpy posted(&notifier, &TerminalNotifier::posted);
+        BackgroundNotifier background(&desktop);
+        ObservedNotifier notifier(&background);
+        const QSignalSpy posted(&notifier, &ObservedNotifier::posted);
         auto task = notifier.notifyFailure(failed(QStringLiteral("D1")));
         QCOMPARE(posted.size(), 1);
         desktop.gate->resolve();
@@ -76,11 +79,11 @@ private Q_SLOTS:
 
     void aDesktopThatIsBusyHoldsUpNoLineAndGetsEveryResultInTheirOrder()
     {
-        TerminalNotifier notifier;
         FakeNotifier desktop;
         desktop.busy.emplace();
-        notifier.setDesktop(&desktop);
-        const QSignalSpy posted(&notifier, &TerminalNotifier::posted);
+        BackgroundNotifier background(&desktop);
+        ObservedNotifier notifier(&background);
+        const QSignalSpy posted(&notifier, &ObservedNotifier::posted);
         awaitValue(notifier.untilReady({}));
         awaitValue(notifier.notifyFailure(failed(QStringLiteral("D1"))));
         awaitValue(notifier.notifyFailure(failed(QStringLiteral("D2"))));
@@ -92,15 +95,16 @@ private Q_SLOTS:
         QCOMPARE(desktop.announced, expected);
     }
 
-    void whatADesktopHasNotGotIsNotForTheNext()
+    void whatADesktopHasNotGotIsDroppedWithTheNotifier()
     {
-        TerminalNotifier notifier;
         FakeNotifier first;
         first.busy.emplace();
-        notifier.setDesktop(&first);
-        awaitValue(notifier.notifyFailure(failed(QStringLiteral("D1"))));
+        {
+            BackgroundNotifier notifier(&first);
+            awaitValue(notifier.notifyFailure(failed(QStringLiteral("D1"))));
+        }
         FakeNotifier second;
-        notifier.setDesktop(&second);
+        BackgroundNotifier notifier(&second);
         drainEvents();
         awaitValue(notifier.notifyFailure(failed(QStringLiteral("D2"))));
         QCOMPARE(first.announced, QStringList());
@@ -111,5 +115,5 @@ private:
     static DeploymentSnapshot failed(const QString &id) { return makeSnapshot(id, DeploymentState::Failure, noon()); }
 };
 
-VELMORA_TEST(TerminalNotifierTest)
-#include "terminal_notifier_test.moc"
+VELMORA_TEST(ObservedNotifierTest)
+#include "observed_notifier_test.moc"
