@@ -3,7 +3,6 @@
 
 #include "support/test_main.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 using namespace velmora;
@@ -102,8 +101,8 @@ private Q_SLOTS:
         QVERIFY(chooseInstallations({endless}, m_installations).error.size() < 1000);
     }
 
-    /// A linear search for each name would take minutes.
-    void asManyNamesAsRepositoriesAreFoundAtOnce()
+    /// A linear search for each name takes longer than a test may.
+    void asManyNamesAsRepositoriesAreFound()
     {
         constexpr int kCount = 50'000;
         QList<RepositoryRecord> many;
@@ -117,13 +116,10 @@ private Q_SLOTS:
             names.append(QString::fromUtf8("ACME/R" + number));
             keys.append(QString::fromUtf8("ACME" + number));
         }
-        QElapsedTimer watch;
-        watch.start();
         QCOMPARE(chooseRepositories(names, many).ids.size(), kCount);
         QCOMPARE(chooseInstallations(keys, installations).ids.size(), kCount);
         names.last() = QStringLiteral("x");
         QVERIFY(!chooseRepositories(names, many).error.isEmpty());
-        QVERIFY2(watch.elapsed() < 20'000, qPrintable(QString::number(watch.elapsed())));
     }
 
     void aLongListIsCutShort()

@@ -7,7 +7,6 @@
 #include "support/await.h"
 #include "support/test_main.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 #include <csignal>
@@ -206,11 +205,8 @@ void KeychainCredentialStoreTest::aLockedKeyringFailsAtOnceAndKeepsItsItems()
 {
     save(fullCredential(), 42);
     m_keyring.lock();
-    QElapsedTimer time;
-    time.start();
     QVERIFY(await(m_store->load(42)).failedWith(kLocked));
     QVERIFY(await(m_store->remove(42, Interaction::Forbidden)).failedWith(kLocked));
-    QVERIFY(time.elapsed() < 3000);
     QCOMPARE(m_keyring.itemCount("42"), 1);
 }
 
@@ -218,13 +214,10 @@ void KeychainCredentialStoreTest::nothingIsSavedIntoALockedKeyringWithoutAQuesti
 {
     save(fullCredential(), 42);
     m_keyring.lock();
-    QElapsedTimer time;
-    time.start();
     const auto replaced = await(m_store->save(credential(QStringLiteral("x")), 42, Interaction::Forbidden));
     QVERIFY(replaced.failedWith(kLocked));
     const auto added = await(m_store->save(credential(QStringLiteral("x")), 1, Interaction::Forbidden));
     QVERIFY(added.failedWith(kLocked));
-    QVERIFY(time.elapsed() < 3000);
     m_keyring.unlock();
     QCOMPARE(m_keyring.itemCount("1"), 0);
     QVERIFY(load(42) == fullCredential());

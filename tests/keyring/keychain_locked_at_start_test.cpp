@@ -6,7 +6,6 @@
 #include "support/await.h"
 #include "support/test_main.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 #include <csignal>
@@ -53,12 +52,9 @@ private Q_SLOTS:
 
     void whatIsLockedIsNotTakenForMissing()
     {
-        QElapsedTimer time;
-        time.start();
         QVERIFY(await(m_store->load(42)).failedWith(kLocked));
         QVERIFY(await(m_store->remove(42, Interaction::Forbidden)).failedWith(kLocked));
         QVERIFY(await(m_store->save(credential("new"), 42, Interaction::Forbidden)).failedWith(kLocked));
-        QVERIFY(time.elapsed() < 5000);
         QCOMPARE(m_keyring.itemCount("42"), 1);
     }
 

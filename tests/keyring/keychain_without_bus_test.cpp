@@ -4,7 +4,6 @@
 #include "support/await.h"
 #include "support/test_main.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 using namespace velmora;
@@ -20,11 +19,8 @@ private Q_SLOTS:
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus");
         KeychainCredentialStore store(QStringLiteral("com.example.velmora.test"));
         const auto none = CredentialStoreError::keychain(CredentialStoreError::NoProvider);
-        QElapsedTimer time;
-        time.start();
         QVERIFY(await(store.load(42)).failedWith(none));
         QVERIFY(await(store.remove(42, Interaction::Allowed)).failedWith(none));
-        QVERIFY(time.elapsed() < 3000);
     }
 };
 

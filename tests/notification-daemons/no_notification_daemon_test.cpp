@@ -7,7 +7,6 @@
 #include "support/test_main.h"
 
 #include <QDBusMessage>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
 
@@ -63,13 +62,10 @@ private Q_SLOTS:
     {
         QFETCH(bool, isSandboxed);
         const auto service = makeService(isSandboxed ? sandbox() : DesktopSession());
-        QElapsedTimer watch;
-        watch.start();
         const NotificationError expected(Kind::NoServer);
         QVERIFY(await(service->requestAuthorizationIfNeeded()).failedWith(expected));
         QVERIFY(await(service->notifyFailure(failed())).failedWith(expected));
         QVERIFY(await(service->notifySuccess(failed())).failedWith(expected));
-        QVERIFY(watch.elapsed() < 2'000);
     }
 
     void withoutABusEveryOperationIsAnErrorAtOnce()

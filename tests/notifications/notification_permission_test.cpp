@@ -11,7 +11,6 @@
 #include "support/test_main.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QSemaphore>
 #include <QStandardPaths>
@@ -198,10 +197,7 @@ private Q_SLOTS:
             gate->acquire();
             return false;
         };
-        QElapsedTimer watch;
-        watch.start();
         QVERIFY(awaitValue(answerInBackground(std::move(slow), true, QDeadlineTimer(100ms))));
-        QVERIFY(watch.elapsed() < 2'000);
         gate->release();
         QVERIFY(QThreadPool::globalInstance()->waitForDone(10'000));
         drainEvents();
