@@ -129,7 +129,7 @@ private Q_SLOTS:
         story.user.connects(u"octo"_s);
         QCOMPARE(story.program.state(), State::Ready);
         QCOMPARE(story.program.repositories(), QStringList(u"octo/web"_s));
-        const auto listed = awaitValue(story.program.control().installations({}, {})).installations;
+        const auto listed = awaitValue(story.program.control().installations({}, {})).listed;
         QCOMPARE(listed.size(), 2);
         QVERIFY(listed.first().account == u"acme"_s && listed.first().isSuspended);
         QVERIFY(!listed.last().isSuspended);
