@@ -2,7 +2,7 @@
 #include "accounts/secret_service_connection.h"
 
 #include "accounts/credential_store_error.h"
-#include "support/fail_after.h"
+#include "support/with_deadline.h"
 
 #include <QString>
 
@@ -110,11 +110,10 @@ GAnswer SecretServiceConnection::answerOfProvider()
 
 QCoro::Task<GReference<GAsyncResult>> SecretServiceConnection::timelyAnswer(Self connection, GAnswer answer)
 {
-    const auto notAnswering
-        = std::make_exception_ptr(CredentialStoreError::keychain(CredentialStoreError::NotAnswering));
-    const FailAfter limit(answer, connection->m_patience, notAnswering);
-    auto result = co_await answer;
-    co_return result;
+    auto result = co_await withDeadline(answer, connection->m_patience);
+    if (!result)
+        throw CredentialStoreError::keychain(CredentialStoreError::NotAnswering);
+    co_return std::move(*result);
 }
 
 QCoro::Task<> SecretServiceConnection::connectToBus(Self self)

@@ -2,37 +2,23 @@
 #include "app/session_bus.h"
 
 #include "diagnostics/patient_work.h"
-#include "support/cancel_on_stop.h"
 #include "support/task_scope.h"
-
-#include <QTimer>
+#include "support/with_deadline.h"
 
 namespace velmora
 {
 
-QCoro::Task<SessionBus> connectSessionBus(std::chrono::milliseconds patience, std::stop_token stop)
+QCoro::Task<SessionBus> connectSessionBus(QDeadlineTimer deadline, std::stop_token stop)
 {
     throwIfStopped(stop);
-    const OneShot<SessionBus> done;
-    const CancelOnStop<SessionBus> onStop(done, stop);
-    QTimer timer;
-    timer.setSingleShot(true);
-    const auto giveUp = [done] {
-        done.resolve(SessionBus{QDBusConnection(QString()), QStringLiteral("does not answer")});
+    auto connect = [] {
+        return QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("velmora"));
     };
-    QObject::connect(&timer, &QTimer::timeout, &timer, giveUp);
-    timer.start(patience);
-    const auto settle = [done](const QDBusConnection &bus) {
-        done.resolve(SessionBus{bus, bus.isConnected() ? QStringLiteral("present") : QStringLiteral("none")});
-    };
-    auto work = [settle] {
-        const auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("velmora"));
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(), [settle, bus] { settle(bus); }, Qt::QueuedConnection);
-    };
-    patientPool()->start(std::move(work));
-    SessionBus bus = co_await done;
-    co_return bus;
+    const auto connecting = startInBackground(patientPool(), std::move(connect));
+    const std::optional<QDBusConnection> bus = co_await withDeadline(connecting, deadline, stop);
+    if (!bus)
+        co_return SessionBus{QDBusConnection(QString()), QStringLiteral("does not answer")};
+    co_return SessionBus{*bus, bus->isConnected() ? QStringLiteral("present") : QStringLiteral("none")};
 }
 
 } // namespace velmora

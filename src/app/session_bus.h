@@ -3,9 +3,9 @@
 
 #include <QCoroTask>
 #include <QDBusConnection>
+#include <QDeadlineTimer>
 #include <QString>
 
-#include <chrono>
 #include <stop_token>
 
 namespace velmora
@@ -17,8 +17,8 @@ struct SessionBus {
     QString state; ///< in words: "present", "none" or "does not answer"
 };
 
-/// Connects to the session bus without blocking. Without a bus, or an answer within `patience`, the connection is not
+/// Connects to the session bus without blocking. Without a bus, or an answer before the deadline, the connection is not
 /// connected. Throws a CancellationError when the stop is requested. Call it at most once per process.
-[[nodiscard]] QCoro::Task<SessionBus> connectSessionBus(std::chrono::milliseconds patience, std::stop_token stop);
+[[nodiscard]] QCoro::Task<SessionBus> connectSessionBus(QDeadlineTimer deadline, std::stop_token stop);
 
 } // namespace velmora

@@ -3,10 +3,9 @@
 
 #include "http/proxy_environment.h"
 #include "support/background.h"
-#include "support/cancel_on_stop.h"
 #include "support/error.h"
-#include "support/fail_after.h"
 #include "support/task_scope.h"
+#include "support/with_deadline.h"
 
 #include <QDeadlineTimer>
 #include <QHash>
@@ -48,11 +47,6 @@ QString originOf(QUrl url)
     if (portOf(url) != port)
         url.setPort(port);
     return url.toString(QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment | QUrl::RemoveUserInfo);
-}
-
-std::exception_ptr failure(TransportError::Kind kind, const QString &text)
-{
-    return std::make_exception_ptr(TransportError(kind, text));
 }
 
 } // namespace
@@ -104,10 +98,6 @@ QCoro::Task<QNetworkProxy> ProxyLookup::proxyFor(
     if (state->remembered.contains(origin) && !known.end.hasExpired())
         co_return known.proxy;
     const Answer mine;
-    const CancelOnStop<QNetworkProxy> onStop(mine, stop);
-    const auto tooLate = failure(TransportError::Kind::TimedOut,
-        QStringLiteral("This system does not say through which proxy the network is reached."));
-    const FailAfter limit(mine, patience, tooLate);
     auto &question = state->questions[origin];
     const bool isFirst = !question;
     if (isFirst)
@@ -116,8 +106,11 @@ QCoro::Task<QNetworkProxy> ProxyLookup::proxyFor(
     question->waiting.append(mine);
     if (isFirst)
         launch(ask(state, origin), "asking the system for its proxy");
-    const QNetworkProxy proxy = co_await mine;
-    co_return proxy;
+    const std::optional<QNetworkProxy> proxy = co_await withDeadline(mine, patience, stop);
+    if (!proxy)
+        throw TransportError(TransportError::Kind::TimedOut,
+            QStringLiteral("This system does not say through which proxy the network is reached."));
+    co_return QNetworkProxy(*proxy);
 }
 
 QCoro::Task<> ProxyLookup::ask(std::shared_ptr<State> state, QString origin)
@@ -155,10 +148,12 @@ void ProxyLookup::abandon()
     for (Remembered &one : m_state->remembered)
         one.end = QDeadlineTimer();
     const auto questions = std::exchange(m_state->questions, {});
+    const auto givenUp = std::make_exception_ptr(
+        TransportError(TransportError::Kind::Network, QStringLiteral("The connection was given up.")));
     for (const auto &question : questions) {
         const auto waiting = std::exchange(question->waiting, {});
         for (const Answer &one : waiting)
-            one.fail(failure(TransportError::Kind::Network, QStringLiteral("The connection was given up.")));
+            one.fail(givenUp);
     }
 }
 

@@ -4,7 +4,8 @@
 
 #include "notifications/gnome_notification_permission.h"
 
-#include "notifications/background_answer.h"
+#include "support/background.h"
+#include "support/with_deadline.h"
 
 #include <memory>
 
@@ -48,7 +49,9 @@ QCoro::Task<bool> GnomeNotificationPermission::isGranted(QDeadlineTimer deadline
     auto read = [path = settingsPath(m_desktopEntry).toLatin1()] {
         return isEnabled(path);
     };
-    return answerInBackground(std::move(read), true, deadline);
+    const auto reading = startInBackground(QThreadPool::globalInstance(), std::move(read));
+    const std::optional<bool> isGranted = co_await withDeadline(reading, deadline);
+    co_return isGranted.value_or(true);
 }
 
 QString GnomeNotificationPermission::settingsPath(const QString &desktopEntry)

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "notifications/plasma_notification_permission.h"
 
-#include "notifications/background_answer.h"
+#include "support/background.h"
+#include "support/with_deadline.h"
 
 #include <QFile>
 #include <QStandardPaths>
@@ -92,7 +93,9 @@ QCoro::Task<bool> PlasmaNotificationPermission::isGranted(QDeadlineTimer deadlin
     auto read = [files = m_files, desktopEntry = m_desktopEntry] {
         return isShown(files, desktopEntry);
     };
-    return answerInBackground(std::move(read), true, deadline);
+    const auto reading = startInBackground(QThreadPool::globalInstance(), std::move(read));
+    const std::optional<bool> isGranted = co_await withDeadline(reading, deadline);
+    co_return isGranted.value_or(true);
 }
 
 QStringList PlasmaNotificationPermission::defaultFiles()

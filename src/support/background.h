@@ -15,11 +15,10 @@
 namespace velmora
 {
 
-/// Runs `work` on a thread of `pool`. Returns its result, or throws its exception, on the thread that awaits. `work`
-/// must own what it uses, since the awaiting coroutine may be destroyed first. Pass a named function object, moved in.
-/// The application object must exist.
+/// Runs `work` on a thread of `pool`. The OneShot gets its result, or its exception, on the main thread. `work` always
+/// runs to its end, and must own what it uses. The application object must exist.
 template <typename Work>
-[[nodiscard]] auto runInBackground(QThreadPool *pool, Work work) -> QCoro::Task<std::invoke_result_t<Work>>
+[[nodiscard]] auto startInBackground(QThreadPool *pool, Work work) -> OneShot<std::invoke_result_t<Work>>
 {
     using Result = std::invoke_result_t<Work>;
     const OneShot<Result> done;
@@ -41,7 +40,15 @@ template <typename Work>
         }
     };
     pool->start(std::move(job));
-    if constexpr (std::is_void_v<Result>) {
+    return done;
+}
+
+/// The result of startInBackground(). Pass a named function object, moved in.
+template <typename Work>
+[[nodiscard]] auto runInBackground(QThreadPool *pool, Work work) -> QCoro::Task<std::invoke_result_t<Work>>
+{
+    const auto done = startInBackground(pool, std::move(work));
+    if constexpr (std::is_void_v<std::invoke_result_t<Work>>) {
         co_await done;
     } else {
         auto result = co_await done;

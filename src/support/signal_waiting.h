@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "support/one_shot.h"
+#include "support/with_deadline.h"
 
 #include <QCoroTask>
 #include <QObject>
-#include <QTimer>
 
 #include <chrono>
 #include <functional>
@@ -31,16 +30,13 @@ template <typename Sender, typename Signal>
         if (!done.isSettled() && condition())
             done.resolve();
     };
-    QTimer timer;
-    timer.setSingleShot(true);
-    QObject::connect(&timer, &QTimer::timeout, &timer, settle);
+    const QObject context;
     // Queued, so that the sender has finished its work before the waiter resumes.
-    QObject::connect(sender, signal, &timer, check, Qt::QueuedConnection);
-    QObject::connect(sender, &QObject::destroyed, &timer, settle);
+    QObject::connect(sender, signal, &context, check, Qt::QueuedConnection);
+    QObject::connect(sender, &QObject::destroyed, &context, settle);
     const std::stop_callback onStop(stop, settle);
-    if (limit)
-        timer.start(*limit);
-    co_await done;
+    const auto deadline = limit ? QDeadlineTimer(*limit) : QDeadlineTimer(QDeadlineTimer::Forever);
+    co_await withDeadline(done, deadline);
 }
 
 } // namespace velmora

@@ -7,6 +7,7 @@
 #include "support/fake_clock.h"
 #include "support/task_scope.h"
 #include "support/test_main.h"
+#include "support/with_deadline.h"
 
 #include <QElapsedTimer>
 #include <QLoggingCategory>
@@ -338,6 +339,50 @@ private Q_SLOTS:
         QVERIFY(clock.now() == begin + 30s);
         QVERIFY(!clock.advanceToNextWake());
         QCOMPARE(clock.requestedSleeps, QList<std::chrono::milliseconds>({30s, 10s}));
+    }
+
+    void whatArrivesBeforeTheDeadlineIsTaken()
+    {
+        const OneShot<int> shot;
+        const auto outcome = start(withDeadline(shot, 10s));
+        QVERIFY(!outcome->isDone);
+        shot.resolve(3);
+        QVERIFY(outcome->isDone);
+        QVERIFY(*outcome->value == std::optional(3));
+        const OneShot<> done;
+        done.resolve();
+        QVERIFY(awaitValue(withDeadline(done, QDeadlineTimer(QDeadlineTimer::Forever))));
+    }
+
+    void whatDoesNotArriveBeforeTheDeadlineIsNotWaitedFor()
+    {
+        const OneShot<int> shot;
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(!awaitValue(withDeadline(shot, 50ms)));
+        QVERIFY(timer.elapsed() >= 50);
+        QVERIFY(shot.isSettled());
+        const OneShot<> silent;
+        QVERIFY(!awaitValue(withDeadline(silent, QDeadlineTimer())));
+    }
+
+    void aFailureBeforeTheDeadlineIsThrown()
+    {
+        const OneShot<int> shot;
+        const auto outcome = start(withDeadline(shot, 10s));
+        shot.fail(std::make_exception_ptr(FileError(QStringLiteral("broken"))));
+        QCOMPARE(outcome->description(), QStringLiteral("broken"));
+    }
+
+    void aStopEndsTheWaitForADeadlineAtOnce()
+    {
+        const OneShot<int> shot;
+        std::stop_source source;
+        const auto outcome = start(withDeadline(shot, 1h, source.get_token()));
+        source.request_stop();
+        drainEvents();
+        QVERIFY(outcome->failedWithType<CancellationError>());
+        QVERIFY(shot.isSettled());
     }
 
     void workInTheBackgroundReturnsItsValueOnThisThread()
