@@ -48,11 +48,14 @@ bool isUsed(const QNetworkProxy &proxy)
     return proxy.type() != QNetworkProxy::NoProxy && proxy.type() != QNetworkProxy::DefaultProxy;
 }
 
+/// "proxy HOST:PORT".
 QString nameOf(const QNetworkProxy &proxy)
 {
+    if (proxy.hostName().isEmpty())
+        return QStringLiteral("proxy");
     const bool isIPv6 = proxy.hostName().contains(QLatin1Char(':'));
     const QString host = isIPv6 ? QStringLiteral("[%1]").arg(proxy.hostName()) : proxy.hostName();
-    return QStringLiteral("%1:%2").arg(host).arg(proxy.port());
+    return QStringLiteral("proxy %1:%2").arg(host).arg(proxy.port());
 }
 
 /// Whether Qt's text quotes an address or the server.
@@ -64,9 +67,9 @@ bool isQuoting(QNetworkReply::NetworkError error, const QString &qtText)
 QString authenticationText(const QNetworkProxy &proxy)
 {
     if (proxy.user().isEmpty())
-        return QStringLiteral("The proxy %1 asks for a user name and a password, and none are set in its address.")
+        return QStringLiteral("The %1 asks for a user name and a password, and none are set in its address.")
             .arg(nameOf(proxy));
-    return QStringLiteral("The proxy %1 does not accept the user name and the password that are set in its address.")
+    return QStringLiteral("The %1 does not accept the user name and the password that are set in its address.")
         .arg(nameOf(proxy));
 }
 
@@ -78,8 +81,8 @@ QString proxyFailureText(
         return authenticationText(proxy);
     // Qt's text names the host. But Qt resolves only the proxy, and the proxy resolves the host.
     if (error == QNetworkReply::HostNotFoundError || error == QNetworkReply::ProxyNotFoundError)
-        return QStringLiteral("The proxy %1 was not found, or does not find %2.").arg(name, host);
-    const QString failed = QStringLiteral("%1 cannot be reached through the proxy %2").arg(host, name);
+        return QStringLiteral("The %1 was not found, or does not find %2.").arg(name, host);
+    const QString failed = QStringLiteral("%1 cannot be reached through the %2").arg(host, name);
     return isQuoting(error, qtText) ? failed + QLatin1Char('.') : failed + QStringLiteral(": ") + qtText;
 }
 
@@ -115,10 +118,26 @@ QString connectionFailureText(
     return qtText;
 }
 
+QString connectionFailureKind(QNetworkReply::NetworkError error, const QString &qtText)
+{
+    static const QStringList nameless{QStringLiteral("Connection refused"), QStringLiteral("Connection timed out"),
+        QStringLiteral("Network operation timed out"), QStringLiteral("Socket operation timed out"),
+        QStringLiteral("Network unreachable"), QStringLiteral("Host unreachable"),
+        QStringLiteral("Temporary network failure."), QStringLiteral("Connection to proxy refused"),
+        QStringLiteral("Connection to proxy timed out"), QStringLiteral("Connection to proxy closed prematurely"),
+        QStringLiteral("Proxy connection refused"), QStringLiteral("Proxy connection closed prematurely"),
+        QStringLiteral("Proxy denied connection"), QStringLiteral("Proxy server connection timed out")};
+    if (nameless.contains(qtText))
+        return qtText;
+    if (error == QNetworkReply::HostNotFoundError)
+        return QStringLiteral("Host not found");
+    return QStringLiteral("Qt's network error %1").arg(static_cast<int>(error));
+}
+
 QString timeoutText(const QString &host, const QNetworkProxy &proxy)
 {
     if (isUsed(proxy))
-        return QStringLiteral("The connection to %1 through the proxy %2 timed out.").arg(host, nameOf(proxy));
+        return QStringLiteral("The connection to %1 through the %2 timed out.").arg(host, nameOf(proxy));
     return QStringLiteral("The connection to %1 timed out.").arg(host);
 }
 

@@ -143,6 +143,10 @@ NetworkExchange::NetworkExchange(
     , m_reply(startReply(*m_manager, request, m_state->limits))
 {
     m_state->open.append(this);
+    if (m_state->names == NetworkSession::Names::Hidden) {
+        m_host = QStringLiteral("the host");
+        m_proxy.setHostName(QString());
+    }
     connect(m_reply, &QNetworkReply::sslErrors, this, &NetworkExchange::noteCertificateErrors);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &NetworkExchange::readHeaders);
     connect(m_reply, &QNetworkReply::readyRead, this, &NetworkExchange::readBody);
@@ -252,7 +256,10 @@ QString NetworkExchange::failureText() const
 {
     if (!m_certificateErrors.isEmpty())
         return certificateFailureText(m_host, m_certificateErrors);
-    return connectionFailureText(m_host, m_reply->error(), m_reply->errorString(), m_proxy);
+    const bool isHidden = m_state->names == NetworkSession::Names::Hidden;
+    const QString text = m_reply->errorString();
+    const QString cause = isHidden ? connectionFailureKind(m_reply->error(), text) : text;
+    return connectionFailureText(m_host, m_reply->error(), cause, m_proxy);
 }
 
 void NetworkExchange::fail(TransportError::Kind kind, const QString &text)

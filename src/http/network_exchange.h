@@ -18,6 +18,7 @@ class NetworkExchange;
 
 struct NetworkSession::State {
     Limits limits;
+    Names names = Names::Shown;
     /// Holds the connections. Created on demand, released when its connections may be dead.
     std::shared_ptr<QNetworkAccessManager> manager;
     QList<NetworkExchange *> open;
@@ -64,8 +65,8 @@ private:
     std::shared_ptr<NetworkSession::State> m_state;
     bool m_isUnrepeatable;
     std::shared_ptr<QNetworkAccessManager> m_manager;
-    QString m_host;
-    QNetworkProxy m_proxy;
+    QString m_host; ///< for texts
+    QNetworkProxy m_proxy; ///< for texts; nameless if names are hidden
     OneShot<HTTPResponse> m_done;
     QNetworkReply *m_reply = nullptr;
     QTimer m_deadline;

@@ -107,10 +107,11 @@ NetworkSession::NetworkSession()
 {
 }
 
-NetworkSession::NetworkSession(Limits limits)
+NetworkSession::NetworkSession(Limits limits, Names names)
     : m_state(std::make_shared<State>())
 {
     m_state->limits = limits;
+    m_state->names = names;
 }
 
 NetworkSession::~NetworkSession()

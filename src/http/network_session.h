@@ -26,8 +26,14 @@ public:
         qint64 bodySize = 16 * 1024 * 1024; ///< in bytes, after decompression
     };
 
+    /// Whether the texts of failures name the host and the proxy.
+    enum class Names {
+        Shown,
+        Hidden, ///< for a report that is made public; Qt's texts are shown only if they name nothing
+    };
+
     NetworkSession();
-    explicit NetworkSession(Limits limits);
+    explicit NetworkSession(Limits limits, Names names = Names::Shown);
     /// Ends every open request, which fails with a TransportError on the spot.
     ~NetworkSession() override;
 

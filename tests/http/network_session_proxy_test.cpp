@@ -60,6 +60,30 @@ private Q_SLOTS:
         }
     }
 
+    void aSessionThatHidesNamesSaysTheKindOfAFailure()
+    {
+        const auto failureOf = [](const QUrl &url) {
+            NetworkSession session(limits(80ms, 20s), NetworkSession::Names::Hidden);
+            return await(session.send(get(url), {})).description();
+        };
+        const RawHTTPServer silent;
+        QCOMPARE(failureOf(silent.url()), QStringLiteral("The connection to the host timed out."));
+        const QUrl dead(QStringLiteral("http://") + QString::fromLatin1(deadAddress()));
+        QCOMPARE(failureOf(dead), QStringLiteral("Connection refused"));
+        qputenv("HTTPS_PROXY", "http://" + deadAddress());
+        QCOMPARE(failureOf(secure()),
+            QStringLiteral("the host cannot be reached through the proxy: Proxy connection refused"));
+        const auto server = httpsServer(QStringLiteral("self-signed"));
+        ConnectProxy proxy;
+        proxy.target = server->port();
+        qputenv("HTTPS_PROXY", "http://" + proxy.address());
+        NetworkSession session(NetworkSession::Limits(), NetworkSession::Names::Hidden);
+        QVERIFY(
+            await(session.send(get(secure()), {}))
+                .description()
+                .startsWith(QLatin1String("The certificate of the host could not be verified: it is self-signed.")));
+    }
+
     void aCertificateThatDoesNotVerifyIsAnErrorThatSaysWhy_data()
     {
         QTest::addColumn<QString>("reason");
