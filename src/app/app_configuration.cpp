@@ -127,16 +127,14 @@ bool isWrittenTogether(const SetEndpoint &one, const SetEndpoint &other)
     return one.origin.source == other.origin.source && one.origin.source != kEnvironment;
 }
 
-/// Why the tokens of the login endpoint may not be sent to one of the other endpoints; nothing when they may.
-std::optional<QString> endpointProblemOf(const SetEndpoint &api, const SetEndpoint &graphql, const SetEndpoint &login)
+/// The endpoint to which the tokens of the login endpoint may not be sent; nothing when they may be sent to all.
+std::optional<EndpointProblem> endpointProblemOf(
+    const SetEndpoint &api, const SetEndpoint &graphql, const SetEndpoint &login)
 {
     for (const auto &[what, used] : {std::pair(QStringLiteral("the API"), api), {QStringLiteral("GraphQL"), graphql}}) {
         if (used.url.isEmpty() || isWrittenTogether(used, login) || isOfSameGitHub(used.url, login.url))
             continue;
-        return QStringLiteral("No account is used: %1 is at %2 (%3), but accounts are connected at %4 (%5), and a "
-                              "token is sent to no other host than its own. Remove one of the two settings, or write "
-                              "both into the same velmora.properties if they belong together.")
-            .arg(what, used.url.authority(), used.origin.name, login.url.authority(), login.origin.name);
+        return EndpointProblem{what, used.url, used.origin.name, login.url, login.origin.name};
     }
     return std::nullopt;
 }
@@ -182,7 +180,12 @@ std::optional<Properties> readProperties(const QString &folder)
     if (folder.isEmpty())
         return std::nullopt;
     const QString path = folder + QStringLiteral("/velmora.properties");
-    const auto content = readFile(path);
+    std::optional<QByteArray> content;
+    try {
+        content = readFile(path);
+    } catch (const FileError &error) {
+        throw ConfigurationError(error.description().replace(path, QLatin1String("%1")), path);
+    }
     if (!content)
         return std::nullopt;
     return parseProperties(*content, path);
@@ -197,6 +200,14 @@ Properties builtIn()
 }
 
 } // namespace
+
+QString EndpointProblem::descriptionNaming(const QString &host, const QString &loginHost) const
+{
+    return QStringLiteral("No account is used: %1 is at %2 (%3), but accounts are connected at %4 (%5), and a token is "
+                          "sent to no other host than its own. Remove one of the two settings, or write both into the "
+                          "same velmora.properties if they belong together.")
+        .arg(what, host, setting, loginHost, loginSetting);
+}
 
 WebAddress AppConfiguration::installationURL() const
 {

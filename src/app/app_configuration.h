@@ -18,6 +18,19 @@ struct XDGDirectories;
 /// What the application calls itself.
 inline constexpr auto kApplicationName = u"Velmora";
 
+/// Two endpoints that do not belong to the same GitHub, so that no token may be used.
+struct EndpointProblem {
+    QString what; ///< the endpoint, in words
+    QUrl url;
+    QString setting; ///< the name of the setting that decided the address
+    QUrl login; ///< the endpoint at which accounts are connected
+    QString loginSetting;
+
+    [[nodiscard]] QString description() const { return descriptionNaming(url.authority(), login.authority()); }
+    /// The description with other names for the two hosts.
+    [[nodiscard]] QString descriptionNaming(const QString &host, const QString &loginHost) const;
+};
+
 /// The settings that are fixed for a run of the program.
 struct AppConfiguration {
     /// The GitHub App's client id; absent when none is configured.
@@ -30,7 +43,7 @@ struct AppConfiguration {
     QByteArray apiVersion; ///< of the REST API, a date
     /// Why no account may be used with these endpoints; absent when they belong together. They do when all are on the
     /// host at which accounts are connected, or when one file sets them all.
-    std::optional<QString> endpointProblem;
+    std::optional<EndpointProblem> endpointProblem;
     /// The GitHub that the files name, without regard to the environment; absent when they name none that can be used.
     std::optional<LoginOrigin> originInFiles;
 
@@ -47,7 +60,7 @@ struct AppConfiguration {
     [[nodiscard]] static AppConfiguration fromProperties(const Properties &environment, const QList<Properties> &files);
 
     /// From the environment of the process, "velmora.properties" in the configuration directories, the
-    /// user's first, and the copy built into the program. Throws ConfigurationError and FileError.
+    /// user's first, and the copy built into the program. Throws ConfigurationError.
     [[nodiscard]] static AppConfiguration load(const XDGDirectories &directories);
 };
 

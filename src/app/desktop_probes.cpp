@@ -2,9 +2,11 @@
 #include "app/desktop_probes.h"
 
 #include "dbus/bus_call.h"
+#include "dbus/bus_error.h"
+#include "diagnostics/texts.h"
+#include "notifications/desktop_notifications.h"
 
 #include <QDBusObjectPath>
-#include <QDBusVariant>
 #include <QFile>
 
 namespace velmora
@@ -13,190 +15,198 @@ namespace velmora
 namespace
 {
 
-const QString kBus = QStringLiteral("org.freedesktop.DBus");
-const QString kHeading = QStringLiteral("Session");
+using Answer = QCoro::Task<QString>;
+
 const QString kKeyring = QStringLiteral("org.freedesktop.secrets");
-const QString kNone = QStringLiteral("none");
+/// The deadline of the probes is earlier.
+const QDeadlineTimer kUnlimited(QDeadlineTimer::Forever);
 
-/// Never reached: the deadline of the probes is earlier.
-QDeadlineTimer deadline()
+QCoro::Task<QVariant> propertyOf(QDBusConnection bus, BusObject object, QString property)
 {
-    return QDeadlineTimer(std::chrono::seconds(30));
+    const QDBusMessage answer = co_await callBus(bus, object.get(property), kUnlimited);
+    co_return propertyIn(answer);
 }
 
-QDBusMessage callTo(const QString &name, const QString &path, const QString &interface, const QString &method)
+Answer processName(QDBusConnection bus, QString owner)
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(name, path, interface, method);
-    message.setAutoStartService(false);
-    return message;
+    const QDBusMessage question = theBus().call(QStringLiteral("GetConnectionUnixProcessID"), QVariantList(1, owner));
+    const QDBusMessage answer = co_await callBus(bus, question, kUnlimited);
+    QFile file(QStringLiteral("/proc/%1/comm").arg(answer.arguments().value(0).toUInt()));
+    const QString name = file.open(QIODevice::ReadOnly) ? plainName(QString::fromUtf8(file.readAll())) : QString();
+    co_return name.isEmpty() ? QStringLiteral("there") : name;
 }
 
-QCoro::Task<QVariantList> askBus(QDBusConnection bus, QString method, QString argument)
-{
-    QDBusMessage message = callTo(kBus, QStringLiteral("/org/freedesktop/DBus"), kBus, method);
-    if (!argument.isEmpty())
-        message.setArguments({argument});
-    const QDBusMessage answer = co_await callBus(bus, message, deadline());
-    if (answer.type() != QDBusMessage::ReplyMessage)
-        co_return QVariantList();
-    co_return answer.arguments();
-}
-
-/// The value of a property; invalid where there is none.
-QCoro::Task<QVariant> propertyOf(QDBusConnection bus, QString name, QString path, QString interface, QString property)
-{
-    QDBusMessage message = callTo(name, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    message.setArguments({interface, property});
-    const QDBusMessage answer = co_await callBus(bus, message, deadline());
-    if (answer.type() != QDBusMessage::ReplyMessage || answer.signature() != QLatin1String("v"))
-        co_return QVariant();
-    co_return answer.arguments().first().value<QDBusVariant>().variant();
-}
-
-/// The owner of a name on the bus: the name of its process, or "there" where that cannot be read. Without an owner, the
-/// text says whether the bus could start one.
-struct Owner {
-    bool isPresent = false;
-    QString text;
+/// A service of the session.
+struct Service {
+    QString name;
+    QStringList startingNames; ///< the names under which the bus may know how to start it
+    Answer (*describe)(QDBusConnection, QString process); ///< what it says, beside the name of its process
 };
 
-QString processName(const QVariantList &answer)
+Answer askService(QDBusConnection bus, Service service)
 {
-    QFile file(QStringLiteral("/proc/%1/comm").arg(answer.value(0).toUInt()));
-    if (answer.isEmpty() || !file.open(QIODevice::ReadOnly))
-        return QStringLiteral("there");
-    return QString::fromUtf8(file.readAll()).trimmed();
-}
-
-QCoro::Task<Owner> ownerOf(QDBusConnection bus, QString name)
-{
-    const QVariantList owner = co_await askBus(bus, QStringLiteral("GetNameOwner"), name);
-    if (owner.isEmpty()) {
-        const QVariantList startable = co_await askBus(bus, QStringLiteral("ListActivatableNames"), QString());
-        const bool isStartable = startable.value(0).toStringList().contains(name);
-        co_return Owner{
-            false, isStartable ? QStringLiteral("not running; the bus starts one when it is needed") : kNone};
+    const QString owner = co_await ownerOf(bus, service.name, kUnlimited);
+    if (!owner.isEmpty()) {
+        const QString process = co_await processName(bus, owner);
+        const QString text = co_await service.describe(bus, process);
+        co_return QString(text);
     }
-    const QVariantList process = co_await askBus(bus, QStringLiteral("GetConnectionUnixProcessID"), name);
-    co_return Owner{true, processName(process)};
-}
-
-QCoro::Task<QList<Finding>> askTrayHost(QDBusConnection bus, QString label)
-{
-    const QString name = QStringLiteral("org.kde.StatusNotifierWatcher");
-    const QString path = QStringLiteral("/StatusNotifierWatcher");
-    const Owner owner = co_await ownerOf(bus, name);
-    QString text = owner.text;
-    if (owner.isPresent) {
-        const QVariant hasHost
-            = co_await propertyOf(bus, name, path, name, QStringLiteral("IsStatusNotifierHostRegistered"));
-        const QVariant version = co_await propertyOf(bus, name, path, name, QStringLiteral("ProtocolVersion"));
-        text += hasHost.toBool() ? QStringLiteral(", shows items") : QStringLiteral(", shows no items");
-        if (version.isValid())
-            text += QStringLiteral(", protocol %1").arg(version.toInt());
+    const QStringList startable = co_await startableNames(bus, kUnlimited);
+    for (const QString &name : service.startingNames) {
+        if (startable.contains(name))
+            co_return QStringLiteral("not running; the bus starts one when it is needed");
     }
-    const QList<Finding> findings{Finding{label, text}};
-    co_return findings;
+    co_return QStringLiteral("none");
 }
 
-QCoro::Task<QList<Finding>> askNotificationServer(QDBusConnection bus, QString label)
+const QString kTrayHost = QStringLiteral("org.kde.StatusNotifierWatcher");
+
+Answer describeTrayHost(QDBusConnection bus, QString process)
 {
-    const QString name = QStringLiteral("org.freedesktop.Notifications");
-    const QString path = QStringLiteral("/org/freedesktop/Notifications");
-    const Owner owner = co_await ownerOf(bus, name);
-    QList<Finding> findings{Finding{label, owner.text}};
-    if (!owner.isPresent)
-        co_return findings;
-    const QDBusMessage question = callTo(name, path, name, QStringLiteral("GetServerInformation"));
-    const QDBusMessage answer = co_await callBus(bus, question, deadline());
-    if (answer.signature() == QLatin1String("ssss")) {
-        const QVariantList told = answer.arguments();
-        findings.first().text
-            = QStringLiteral("%1 %2 by %3, protocol %4")
-                  .arg(told.at(0).toString(), told.at(2).toString(), told.at(1).toString(), told.at(3).toString());
+    const BusObject watcher{kTrayHost, QStringLiteral("/StatusNotifierWatcher"), kTrayHost};
+    const QVariant hasHost = co_await propertyOf(bus, watcher, QStringLiteral("IsStatusNotifierHostRegistered"));
+    const QVariant version = co_await propertyOf(bus, watcher, QStringLiteral("ProtocolVersion"));
+    const QString text
+        = process + (hasHost.toBool() ? QStringLiteral(", shows items") : QStringLiteral(", shows no items"));
+    co_return version.isValid() ? text + QStringLiteral(", protocol %1").arg(version.toInt()) : text;
+}
+
+/// The answer of a server to GetServerInformation, as far as it has the form of names and versions.
+QString serverInformation(const QStringList &answer)
+{
+    QString text = plainName(answer.at(0));
+    const auto add = [&text](const QString &pattern, const QString &part) {
+        if (!part.isEmpty())
+            text += pattern.arg(part);
+    };
+    add(QStringLiteral(" %1"), plainVersion(answer.at(2)));
+    add(QStringLiteral(" by %1"), plainName(answer.at(1)));
+    add(QStringLiteral(", protocol %1"), plainVersion(answer.at(3)));
+    return text;
+}
+
+const QString kNotifications = QStringLiteral("org.freedesktop.Notifications");
+
+BusObject notificationServer()
+{
+    return {kNotifications, QStringLiteral("/org/freedesktop/Notifications"), kNotifications};
+}
+
+Answer describeNotificationServer(QDBusConnection bus, QString process)
+{
+    const QDBusMessage question = notificationServer().call(QStringLiteral("GetServerInformation"));
+    const QDBusMessage answer = co_await callBus(bus, question, kUnlimited);
+    if (answer.signature() != QLatin1String("ssss"))
+        co_return QString(process);
+    const QStringList told = QVariant(answer.arguments()).toStringList();
+    co_return serverInformation(told);
+}
+
+Answer askForCapabilities(QDBusConnection bus)
+{
+    const QDBusMessage question = notificationServer().call(QStringLiteral("GetCapabilities"));
+    const QDBusMessage answer = co_await callBus(bus, question, kUnlimited);
+    QStringList capabilities;
+    if (answer.signature() == QLatin1String("as"))
+        capabilities = answer.arguments().constFirst().toStringList();
+    for (QString &capability : capabilities)
+        capability = plainName(capability);
+    capabilities.removeAll(QString());
+    co_return capabilities.join(QStringLiteral(", "));
+}
+
+const QString kPortal = QStringLiteral("org.freedesktop.portal.Desktop");
+
+Answer describePortal(QDBusConnection bus, QString)
+{
+    const BusObject portal{kPortal, QStringLiteral("/org/freedesktop/portal/desktop"),
+        QStringLiteral("org.freedesktop.portal.Notification")};
+    const QVariant version = co_await propertyOf(bus, portal, QStringLiteral("version"));
+    co_return version.isValid() ? QStringLiteral("portal, version %1").arg(version.toUInt())
+                                : QStringLiteral("a portal without notifications");
+}
+
+/// The names under which the bus starts a keyring for Velmora: KWallet has one of its own, which is used on its
+/// desktop.
+QStringList startingNamesOfKeyring()
+{
+    QStringList names(kKeyring);
+    if (DesktopSession::present().desktops.contains(QLatin1String("KDE")))
+        names.append({QStringLiteral("org.kde.kwalletd6"), QStringLiteral("org.kde.kwalletd5")});
+    return names;
+}
+
+/// Whether KWallet holds the wallet open. Its Secret Service calls a wallet locked until a program has unlocked it
+/// there, even if the login has opened it.
+QCoro::Task<bool> isOpenWallet(QDBusConnection bus, BusObject collection)
+{
+    const QVariant label = co_await propertyOf(bus, collection, QStringLiteral("Label"));
+    const QStringList paths{QStringLiteral("/modules/kwalletd6"), QStringLiteral("/modules/kwalletd5")};
+    for (const QString &path : paths) {
+        const BusObject wallets{kKeyring, path, QStringLiteral("org.kde.KWallet")};
+        const QDBusMessage question = wallets.call(QStringLiteral("isOpen"), {label.toString()});
+        const QDBusMessage answer = co_await callBus(bus, question, kUnlimited);
+        if (answer.signature() == QLatin1String("b") && answer.arguments().constFirst().toBool())
+            co_return true;
     }
-    const QDBusMessage capabilities = callTo(name, path, name, QStringLiteral("GetCapabilities"));
-    const QDBusMessage list = co_await callBus(bus, capabilities, deadline());
-    if (list.signature() == QLatin1String("as"))
-        findings.append(
-            Finding{QStringLiteral("can show"), list.arguments().first().toStringList().join(QStringLiteral(", "))});
-    co_return findings;
+    co_return false;
 }
 
-QCoro::Task<QList<Finding>> askPortal(QDBusConnection bus, QString label)
+Answer describeKeyring(QDBusConnection bus, QString process)
 {
-    const QString name = QStringLiteral("org.freedesktop.portal.Desktop");
-    const Owner owner = co_await ownerOf(bus, name);
-    QString text = owner.text;
-    if (owner.isPresent) {
-        const QVariant version = co_await propertyOf(bus, name, QStringLiteral("/org/freedesktop/portal/desktop"),
-            QStringLiteral("org.freedesktop.portal.Notification"), QStringLiteral("version"));
-        text = version.isValid() ? QStringLiteral("portal, version %1").arg(version.toUInt())
-                                 : QStringLiteral("a portal without notifications");
-    }
-    const QList<Finding> findings{Finding{label, text}};
-    co_return findings;
+    const BusObject keyring{
+        kKeyring, QStringLiteral("/org/freedesktop/secrets"), QStringLiteral("org.freedesktop.Secret.Service")};
+    const QDBusMessage question = keyring.call(QStringLiteral("ReadAlias"), {QStringLiteral("default")});
+    const QDBusMessage answer = co_await callBus(bus, question, kUnlimited);
+    const QString path = answer.arguments().value(0).value<QDBusObjectPath>().path();
+    const BusObject collection{kKeyring, path, QStringLiteral("org.freedesktop.Secret.Collection")};
+    QVariant isLocked;
+    if (path.size() > 1) // "/" for none
+        isLocked = co_await propertyOf(bus, collection, QStringLiteral("Locked"));
+    if (!isLocked.isValid())
+        co_return process + QStringLiteral(", without a default keyring");
+    bool isOpen = !isLocked.toBool();
+    if (!isOpen)
+        isOpen = co_await isOpenWallet(bus, collection);
+    co_return process + (isOpen ? QStringLiteral(", unlocked") : QStringLiteral(", locked"));
 }
 
-QCoro::Task<QList<Finding>> askKeyring(QDBusConnection bus, QString label)
+Answer askForVelmora(QDBusConnection bus)
 {
-    const Owner owner = co_await ownerOf(bus, kKeyring);
-    QString text = owner.text;
-    if (owner.isPresent) {
-        QDBusMessage question = callTo(kKeyring, QStringLiteral("/org/freedesktop/secrets"),
-            QStringLiteral("org.freedesktop.Secret.Service"), QStringLiteral("ReadAlias"));
-        question.setArguments({QStringLiteral("default")});
-        const QDBusMessage answer = co_await callBus(bus, question, deadline());
-        const auto path = answer.signature() == QLatin1String("o")
-            ? answer.arguments().first().value<QDBusObjectPath>().path()
-            : QStringLiteral("/");
-        QVariant isLocked;
-        if (path != QLatin1String("/"))
-            isLocked = co_await propertyOf(
-                bus, kKeyring, path, QStringLiteral("org.freedesktop.Secret.Collection"), QStringLiteral("Locked"));
-        if (!isLocked.isValid())
-            text += QStringLiteral(", without a default keyring");
-        else
-            text += isLocked.toBool() ? QStringLiteral(", locked") : QStringLiteral(", unlocked");
-    }
-    const QList<Finding> findings{Finding{label, text}};
-    co_return findings;
+    const QString owner = co_await ownerOf(bus, QStringLiteral("com.tarvik.Velmora"), kUnlimited);
+    const QString text = owner.isEmpty() ? QStringLiteral("not running") : QStringLiteral("running");
+    co_return QString(text);
 }
 
-QCoro::Task<QList<Finding>> askForVelmora(QDBusConnection bus, QString label)
+Probe probe(const QString &label, const QDBusConnection &bus, const Service &service)
 {
-    const QVariantList answer
-        = co_await askBus(bus, QStringLiteral("NameHasOwner"), QStringLiteral("com.tarvik.Velmora"));
-    const bool isRunning = answer.value(0).toBool();
-    const QList<Finding> findings{
-        Finding{label, isRunning ? QStringLiteral("running") : QStringLiteral("not running")}};
-    co_return findings;
-}
-
-using Question = QCoro::Task<QList<Finding>> (*)(QDBusConnection, QString);
-
-Probe probe(const QString &label, Question question, const QDBusConnection &bus)
-{
-    return Probe{kHeading, label, [=](const std::stop_token &) {
-                     return question(bus, label);
-                 }};
+    return oneLine(label, [=](const std::stop_token &) { return askService(bus, service); });
 }
 
 } // namespace
 
-QCoro::Task<bool> isKeyringRunning(QDBusConnection bus, std::chrono::milliseconds patience, std::stop_token stop)
+QCoro::Task<bool> isKeyringRunning(QDBusConnection bus, QDeadlineTimer deadline, std::stop_token stop)
 {
-    QDBusMessage question = callOfTheBus(QStringLiteral("NameHasOwner"));
-    question.setArguments({kKeyring});
-    const QDBusMessage answer = co_await callBus(bus, question, QDeadlineTimer(patience), stop);
-    co_return answer.type() == QDBusMessage::ReplyMessage &&answer.arguments().value(0).toBool();
+    try {
+        const QString owner = co_await ownerOf(bus, kKeyring, deadline, stop);
+        co_return !owner.isEmpty();
+    } catch (const BusError &) {
+        co_return false;
+    }
 }
 
 QList<Probe> desktopProbes(const QDBusConnection &bus, bool isInsideFlatpak)
 {
-    return {probe(QStringLiteral("tray host"), &askTrayHost, bus),
-        probe(QStringLiteral("notifications"), isInsideFlatpak ? &askPortal : &askNotificationServer, bus),
-        probe(QStringLiteral("keyring"), &askKeyring, bus), probe(QStringLiteral("Velmora"), &askForVelmora, bus)};
+    QList<Probe> probes{probe(QStringLiteral("tray host"), bus, {kTrayHost, {kTrayHost}, &describeTrayHost})};
+    const QString notifications = QStringLiteral("notifications");
+    if (isInsideFlatpak)
+        probes.append(probe(notifications, bus, {kPortal, {kPortal}, &describePortal}));
+    else
+        probes.append({probe(notifications, bus, {kNotifications, {kNotifications}, &describeNotificationServer}),
+            oneLine(QStringLiteral("can show"), [bus](const std::stop_token &) { return askForCapabilities(bus); })});
+    probes.append({probe(QStringLiteral("keyring"), bus, {kKeyring, startingNamesOfKeyring(), &describeKeyring}),
+        oneLine(QStringLiteral("Velmora"), [bus](const std::stop_token &) { return askForVelmora(bus); })});
+    return probes;
 }
 
 } // namespace velmora

@@ -5,18 +5,16 @@
 
 #include <QCoroTask>
 #include <QDBusConnection>
-#include <QString>
+#include <QDeadlineTimer>
 
-#include <chrono>
 #include <stop_token>
 
 namespace velmora
 {
 
-/// Whether a keyring runs; false where the bus does not say so within `patience`. Starts none.
+/// Whether a keyring runs; false where the bus does not say so before the deadline. Starts none.
 /// Throws a CancellationError when the stop is requested.
-[[nodiscard]] QCoro::Task<bool> isKeyringRunning(
-    QDBusConnection bus, std::chrono::milliseconds patience, std::stop_token stop);
+[[nodiscard]] QCoro::Task<bool> isKeyringRunning(QDBusConnection bus, QDeadlineTimer deadline, std::stop_token stop);
 
 /// The questions to the session: tray host, notifications, keyring, whether Velmora runs. They start, unlock and show
 /// nothing. `bus` is connected.

@@ -11,7 +11,7 @@ namespace
 
 [[noreturn]] void fail(const QString &name, qsizetype line, const QString &reason)
 {
-    throw ConfigurationError(QStringLiteral("%1, line %2: %3").arg(name, QString::number(line), reason));
+    throw ConfigurationError(QStringLiteral("%1, line ") + QString::number(line) + QStringLiteral(": ") + reason, name);
 }
 
 QString decoded(QByteArrayView line, const QString &name, qsizetype number)
@@ -24,6 +24,17 @@ QString decoded(QByteArrayView line, const QString &name, qsizetype number)
 }
 
 } // namespace
+
+ConfigurationError::ConfigurationError(QString text, QString path)
+    : m_text(std::move(text))
+    , m_path(std::move(path))
+{
+}
+
+QString ConfigurationError::descriptionNaming(const QString &path) const
+{
+    return m_path.isEmpty() ? m_text : m_text.arg(path);
+}
 
 Properties parseProperties(QByteArrayView content, const QString &name)
 {

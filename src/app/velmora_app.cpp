@@ -29,7 +29,7 @@ GitHubClient makeClient(const AppEnvironment &environment, std::shared_ptr<Netwo
     GitHubClient client;
     client.clientID = configuration.githubClientID.value_or(QString());
     if (configuration.endpointProblem)
-        client.session = std::make_shared<RefusingSession>(*configuration.endpointProblem);
+        client.session = std::make_shared<RefusingSession>(configuration.endpointProblem->description());
     else
         client.session = std::move(session);
     client.apiURL = configuration.apiURL;

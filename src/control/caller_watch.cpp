@@ -15,12 +15,9 @@ namespace
 /// The caller may have left before the watcher was set up.
 QCoro::Task<> stopUnlessPresent(QDBusConnection bus, QString caller, std::stop_source stop)
 {
-    QDBusMessage question = callOfTheBus(QStringLiteral("NameHasOwner"));
-    question << caller;
     const QDeadlineTimer deadline(std::chrono::seconds(5));
-    const QDBusMessage answer = co_await callBus(bus, question, deadline, stop.get_token());
-    const QVariant isPresent = answer.arguments().value(0);
-    if (answer.type() == QDBusMessage::ReplyMessage && !isPresent.toBool())
+    const QString owner = co_await ownerOf(bus, caller, deadline, stop.get_token());
+    if (owner.isEmpty())
         stop.request_stop();
 }
 

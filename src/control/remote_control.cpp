@@ -5,11 +5,10 @@
 #include "control/control_protocol.h"
 #include "control/control_texts.h"
 #include "dbus/bus_call.h"
+#include "dbus/bus_error.h"
 #include "support/clock.h"
 #include "support/json.h"
 #include "support/task_scope.h"
-
-#include <QDBusError>
 
 #include <memory>
 
@@ -30,20 +29,12 @@ QString otherVersion()
 
 ControlError errorFor(const QDBusMessage &answer)
 {
-    const QDBusError error(answer);
-    switch (error.type()) {
-    case QDBusError::UnknownInterface:
-    case QDBusError::UnknownMethod:
-    case QDBusError::UnknownObject:
-    case QDBusError::InvalidArgs:
-    case QDBusError::InvalidSignature:
+    const BusError error(answer);
+    if (error.name() == QString::fromUtf16(kControlFailure))
+        return ControlError(answer.errorMessage());
+    if (error.kind() == BusError::Kind::Unknown)
         return ControlError(otherVersion());
-    default:
-        break;
-    }
-    if (answer.errorName() == QString::fromUtf16(kControlFailure))
-        return ControlError(error.message());
-    if (answer.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
+    if (error.kind() == BusError::Kind::NoOwner)
         return ControlError(hasBeenQuitText());
     return ControlError(noAnswerText());
 }
@@ -59,11 +50,6 @@ QCoro::Task<Answer> decoded(QCoro::Task<QByteArray> call)
     }
 }
 
-bool isAnswered(const QDBusMessage &message)
-{
-    return message.type() == QDBusMessage::ReplyMessage || QDBusError(message).type() != QDBusError::NoReply;
-}
-
 /// Repeats a query that a working program answers at once. Requests the stop when answers stay out.
 QCoro::Task<> watchLife(QDBusConnection bus, QDBusMessage question, std::chrono::milliseconds patience,
     std::stop_source end, std::shared_ptr<bool> isHanging)
@@ -74,7 +60,7 @@ QCoro::Task<> watchLife(QDBusConnection bus, QDBusMessage question, std::chrono:
     while (unanswered < kMostUnanswered) {
         const QDeadlineTimer deadline(patience);
         const QDBusMessage answer = co_await callBus(bus, question, deadline, stop);
-        unanswered = isAnswered(answer) ? 0 : unanswered + 1;
+        unanswered = BusError(answer).kind() == BusError::Kind::NoAnswer ? unanswered + 1 : 0;
         if (unanswered == 0)
             co_await clock.sleep(patience / 2, stop);
     }
@@ -101,19 +87,26 @@ RemoteControl::RemoteControl(const QDBusConnection &bus, const QString &name, st
         [this](const QString &, const QString &, const QString &newOwner) { setOwner(newOwner); });
 }
 
+BusObject RemoteControl::program() const
+{
+    return {m_name, m_path, QString::fromUtf16(kControlInterface)};
+}
+
 QCoro::Task<bool> RemoteControl::locate(std::stop_token stop)
 {
     if (!m_bus.isConnected())
         co_return false;
     const QPointer<RemoteControl> self(this);
     listen();
-    QDBusMessage question = callOfTheBus(QStringLiteral("GetNameOwner"));
-    question << m_name;
-    const QDBusMessage answer = co_await callBus(m_bus, question, soon(), stop);
+    QString owner;
+    try {
+        owner = co_await ownerOf(m_bus, m_name, soon(), stop);
+    } catch (const BusError &) {
+        co_return false;
+    }
     if (!self)
         throw CancellationError();
-    if (answer.type() == QDBusMessage::ReplyMessage)
-        setOwner(answer.arguments().value(0).toString());
+    setOwner(owner);
     co_return isRunning();
 }
 
@@ -165,10 +158,7 @@ void RemoteControl::onAnnounced(const QDBusMessage &signal)
 QCoro::Task<QByteArray> RemoteControl::call(
     QString method, QVariantList arguments, QDeadlineTimer deadline, std::stop_token stop) const
 {
-    QDBusMessage question
-        = QDBusMessage::createMethodCall(m_name, m_path, QString::fromUtf16(kControlInterface), method);
-    question.setAutoStartService(false);
-    question.setArguments(arguments);
+    const QDBusMessage question = program().call(method, arguments);
     const QDBusMessage answer = co_await callBus(m_bus, question, deadline, stop);
     if (answer.type() != QDBusMessage::ReplyMessage)
         throw errorFor(answer);
@@ -184,10 +174,7 @@ QCoro::Task<QByteArray> RemoteControl::callForLong(QString method, QVariantList 
         end.request_stop();
     };
     const std::stop_callback onStop(stop, forward);
-    QDBusMessage question = QDBusMessage::createMethodCall(
-        m_name, m_path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    question.setAutoStartService(false);
-    question << QString::fromUtf16(kControlInterface) << QStringLiteral("Version");
+    const QDBusMessage question = program().get(QStringLiteral("Version"));
     const auto isHanging = std::make_shared<bool>(false);
     launch(watchLife(m_bus, question, m_patience, end, isHanging), "looking whether Velmora works");
     const QDeadlineTimer whenItIsDone(QDeadlineTimer::Forever);

@@ -13,6 +13,8 @@
 namespace velmora
 {
 
+struct BusObject;
+
 /// Controls the Velmora that runs in the session, over the session bus. Never starts one.
 ///
 /// Waits for long work as long as the other process is alive: it is asked every few seconds for a property that it can
@@ -51,6 +53,7 @@ private:
         QString method, QVariantList arguments, QDeadlineTimer deadline, std::stop_token stop) const;
     QCoro::Task<QByteArray> callForLong(QString method, QVariantList arguments, std::stop_token stop) const;
     [[nodiscard]] QDeadlineTimer soon() const { return QDeadlineTimer(m_patience); }
+    [[nodiscard]] BusObject program() const;
     void listen();
     void setOwner(const QString &owner);
 

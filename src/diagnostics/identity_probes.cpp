@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "diagnostics/identity_probes.h"
 
-#include "accounts/authorized_requests.h"
 #include "accounts/credential_fingerprint.h"
 #include "accounts/ended_sessions.h"
 #include "github/github_requests.h"
@@ -23,97 +22,46 @@ QString limitsText(const HTTPResponse &response, Instant now)
     return text;
 }
 
-/// The session needs its user, or its next use, before it can ask for limits. The reason is shown instead of them.
-class WaitingSession final : public Error
+bool isBeyondRenewal(const GitHubCredential &credential, Instant now)
 {
-public:
-    explicit WaitingSession(QString reason)
-        : m_reason(std::move(reason))
-    {
-    }
-    [[nodiscard]] QString description() const override { return m_reason; }
+    return !credential.refreshToken || (credential.refreshTokenExpiresAt && *credential.refreshTokenExpiresAt <= now);
+}
 
-private:
-    QString m_reason;
-};
-
-/// Reads the stored credentials and never renews them.
-class StoredCredentials final : public CredentialSource
+/// Why the account must be connected again; empty if it need not be. `replaced` is the credential that an unfinished
+/// renewal has used up.
+QString reconnectReason(const IdentityProbeServices &services, qint64 accountID,
+    const std::optional<GitHubCredential> &credential, const QByteArray &replaced)
 {
-public:
-    StoredCredentials(IdentityProbeServices services, std::shared_ptr<IdentityCounts> counts)
-        : m_services(std::move(services))
-        , m_counts(std::move(counts))
-    {
+    if (!credential)
+        return QStringLiteral("the keyring has no token");
+    if (EndedSessions::isNamed(services.endedSessions, accountID, *credential))
+        return QStringLiteral("GitHub has refused its token for good");
+    if (replaced == fingerprint(*credential))
+        return QStringLiteral("a program was ended while it renewed the token");
+    const Instant now = services.network.clock->now();
+    const bool hasExpired = credential->expiresAt && *credential->expiresAt <= now;
+    if (hasExpired && isBeyondRenewal(*credential, now))
+        return QStringLiteral("the token has expired and cannot be renewed");
+    return QString();
+}
+
+/// What the session of the account waits for before its token can be used; empty for nothing. Counts the account.
+QString obstacle(const IdentityProbeServices &services, qint64 accountID,
+    const std::optional<GitHubCredential> &credential, IdentityCounts *counts)
+{
+    const auto turn = lookAtTurn(services.locks, accountID);
+    const QString reason = reconnectReason(services, accountID, credential, turn.replaced);
+    if (!reason.isEmpty()) {
+        ++counts->toReconnect;
+        return QStringLiteral("to be connected again: ") + reason;
     }
-
-    [[nodiscard]] QCoro::Task<GitHubCredential> validCredential(
-        qint64 accountID, [[maybe_unused]] std::stop_token stop) override
-    {
-        return fit(m_services, m_counts, accountID);
-    }
-
-    [[nodiscard]] QCoro::Task<GitHubCredential> credentialAfterRefusal(
-        qint64 accountID, QString refusedToken, [[maybe_unused]] std::stop_token stop) override
-    {
-        return newer(m_services, accountID, std::move(refusedToken));
-    }
-
-    void noteAccepted([[maybe_unused]] qint64 accountID, [[maybe_unused]] const QString &accessToken) override { }
-
-    /// Each account is asked once, so no lock is needed.
-    [[nodiscard]] AsyncMutex requestTurn([[maybe_unused]] qint64 accountID) override { return {}; }
-
-private:
-    static QCoro::Task<GitHubCredential> fit(
-        IdentityProbeServices services, std::shared_ptr<IdentityCounts> counts, qint64 accountID)
-    {
-        const auto credential = co_await services.credentials->load(accountID);
-        const Instant now = services.network.clock->now();
-        if (!credential || EndedSessions::isNamed(services.endedSessions, accountID, *credential)) {
-            ++counts->toReconnect;
-            throw WaitingSession(credential
-                    ? QStringLiteral("to be connected again: GitHub has refused its token for good")
-                    : QStringLiteral("to be connected again: the keyring has no token"));
-        }
-        const auto turn = lookAtTurn(services.locks, accountID);
-        if (turn.replaced == fingerprint(*credential)) {
-            ++counts->toReconnect;
-            throw WaitingSession(
-                QStringLiteral("to be connected again: a program was ended while it renewed the token"));
-        }
-        const bool hasExpired = credential->expiresAt && *credential->expiresAt <= now;
-        if (hasExpired && isBeyondRenewal(*credential, now)) {
-            ++counts->toReconnect;
-            throw WaitingSession(QStringLiteral("to be connected again: the token has expired and cannot be renewed"));
-        }
-        ++counts->connected;
-        if (turn.isTaken)
-            throw WaitingSession(
-                QStringLiteral("another Velmora program is renewing its token, or is stopped while it does"));
-        if (hasExpired)
-            throw WaitingSession(QStringLiteral("the token has expired; it is renewed when it is used next"));
-        co_return GitHubCredential(*credential);
-    }
-
-    static QCoro::Task<GitHubCredential> newer(IdentityProbeServices services, qint64 accountID, QString refusedToken)
-    {
-        const auto credential = co_await services.credentials->load(accountID);
-        if (!credential || credential->accessToken == refusedToken)
-            throw WaitingSession(QStringLiteral("GitHub refuses its token (HTTP 401); it is renewed when it is used "
-                                                "next, and if that fails, it is to be connected again"));
-        co_return GitHubCredential(*credential);
-    }
-
-    static bool isBeyondRenewal(const GitHubCredential &credential, Instant now)
-    {
-        return !credential.refreshToken
-            || (credential.refreshTokenExpiresAt && *credential.refreshTokenExpiresAt <= now);
-    }
-
-    IdentityProbeServices m_services;
-    std::shared_ptr<IdentityCounts> m_counts;
-};
+    ++counts->connected;
+    if (turn.isTaken)
+        return QStringLiteral("another Velmora program is renewing its token, or is stopped while it does");
+    if (credential->expiresAt && *credential->expiresAt <= services.network.clock->now())
+        return QStringLiteral("the token has expired; it is renewed when it is used next");
+    return QString();
+}
 
 QCoro::Task<HTTPResponse> askForLimits(IdentityProbeServices services, QString accessToken, std::stop_token stop)
 {
@@ -122,26 +70,30 @@ QCoro::Task<HTTPResponse> askForLimits(IdentityProbeServices services, QString a
     request.headers = {{"Authorization", bearer(accessToken)}, {"Accept", "application/vnd.github+json"},
         {"X-GitHub-Api-Version", services.endpoints.apiVersion}};
     HTTPResponse response = co_await services.network.session->send(std::move(request), stop);
-    if (response.statusCode == 401)
-        throw GitHubClientError::requestFailed(401);
     co_return response;
 }
 
-QCoro::Task<QList<Finding>> askIdentity(IdentityProbeServices services, qint64 accountID, QString label,
-    std::shared_ptr<IdentityCounts> counts, std::stop_token stop)
+/// The rate limits of the account, or why they cannot be asked for. Never renews a token, so AuthorizedRequests is of
+/// no use here.
+QCoro::Task<QString> limitsOf(
+    IdentityProbeServices services, qint64 accountID, std::shared_ptr<IdentityCounts> counts, std::stop_token stop)
 {
-    AuthorizedRequests requests(std::make_shared<StoredCredentials>(services, counts), accountID, stop);
-    const std::function<QCoro::Task<HTTPResponse>(QString)> ask = [=](const QString &accessToken) {
-        return askForLimits(services, accessToken, stop);
-    };
-    QList<Finding> findings{Finding{label, QString()}};
-    try {
-        const auto response = co_await requests.send(ask);
-        findings.first().text = limitsText(response, services.network.clock->now());
-    } catch (const WaitingSession &session) {
-        findings.first().text = session.description();
+    auto credential = co_await services.credentials->load(accountID);
+    const QString reason = obstacle(services, accountID, credential, counts.get());
+    if (!reason.isEmpty())
+        co_return QString(reason);
+    HTTPResponse response = co_await askForLimits(services, credential->accessToken, stop);
+    if (response.statusCode == 401) {
+        // Another program may have renewed the token meanwhile.
+        const QString refused = credential->accessToken;
+        credential = co_await services.credentials->load(accountID);
+        if (credential && credential->accessToken != refused)
+            response = co_await askForLimits(services, credential->accessToken, stop);
     }
-    co_return findings;
+    if (response.statusCode == 401)
+        co_return QStringLiteral("GitHub refuses its token (HTTP 401); it is renewed when it is used next, and if that "
+                                 "fails, it is to be connected again");
+    co_return limitsText(response, services.network.clock->now());
 }
 
 } // namespace
@@ -152,9 +104,8 @@ QList<Probe> identityProbes(
     QList<Probe> probes;
     for (const qint64 accountID : accountIDs) {
         const QString label = QStringLiteral("identity %1").arg(probes.size() + 1);
-        probes.append(Probe{QStringLiteral("Accounts"), label, [=](std::stop_token stop) {
-                                return askIdentity(services, accountID, label, counts, std::move(stop));
-                            }});
+        probes.append(oneLine(
+            label, [=](std::stop_token stop) { return limitsOf(services, accountID, counts, std::move(stop)); }));
     }
     return probes;
 }

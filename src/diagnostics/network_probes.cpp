@@ -13,8 +13,6 @@ namespace velmora
 namespace
 {
 
-const QString kHeading = QStringLiteral("GitHub");
-
 HTTPRequest anonymousRequest(const QUrl &url, const HTTPHeaders &headers = {})
 {
     HTTPRequest request;
@@ -46,18 +44,17 @@ QCoro::Task<QList<Finding>> askEndpoint(NetworkProbeServices services, QString l
     co_return findings;
 }
 
-QCoro::Task<QList<Finding>> askForProxy(std::shared_ptr<const ProxyLookup> proxies, QUrl url, std::stop_token stop)
+QCoro::Task<QString> askForProxy(std::shared_ptr<const ProxyLookup> proxies, QUrl url, std::stop_token stop)
 {
     constexpr std::chrono::seconds kPatience(60); // longer than the deadline of the probes
     const QNetworkProxy proxy = co_await proxies->proxyFor(url, kPatience, stop);
-    const QList<Finding> findings{Finding{QStringLiteral("proxy"), proxyText(proxy)}};
-    co_return findings;
+    co_return proxyText(proxy);
 }
 
 Probe endpointProbe(const NetworkProbeServices &services, const QString &label, const HTTPRequest &request,
     const std::optional<QByteArray> &apiVersion = std::nullopt)
 {
-    return Probe{kHeading, label, [=](std::stop_token stop) {
+    return Probe{label, [=](std::stop_token stop) {
                      return askEndpoint(services, label, request, apiVersion, std::move(stop));
                  }};
 }
@@ -74,10 +71,10 @@ QList<Probe> endpointProbes(const NetworkProbeServices &services, const ProbedEn
             HTTPHeaders{{"Content-Type", "application/json"}});
     graphql.method = "POST";
     graphql.body = "{}";
-    const Probe proxy{
-        kHeading, QStringLiteral("proxy"), [proxies = services.proxies, url = endpoints.api](std::stop_token stop) {
-            return askForProxy(proxies, url, std::move(stop));
-        }};
+    const Probe proxy
+        = oneLine(QStringLiteral("proxy"), [proxies = services.proxies, url = endpoints.api](std::stop_token stop) {
+              return askForProxy(proxies, url, std::move(stop));
+          });
     return {proxy, endpointProbe(services, QStringLiteral("REST"), rest, endpoints.apiVersion),
         endpointProbe(services, QStringLiteral("GraphQL"), graphql),
         endpointProbe(services, QStringLiteral("login"),

@@ -5,7 +5,6 @@
 #include "accounts/ended_sessions.h"
 #include "accounts/github_account.h"
 #include "accounts/origin_preferences.h"
-#include "diagnostics/private_names.h"
 #include "diagnostics/texts.h"
 #include "platform/preferences_file.h"
 #include "presentation/relative_time.h"
@@ -47,7 +46,7 @@ QString fileText(const QString &path, const QString &state)
 {
     if (path.isEmpty())
         return state;
-    return QStringLiteral("%1: %2").arg(pathFromHome(path, homesOfPerson()), state);
+    return QStringLiteral("%1: %2").arg(pathFromHome(path), state);
 }
 
 /// The reason of the error without the path, which contains folders of the user.

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "accounts/login_origin.h"
-#include "diagnostics/findings.h"
+#include "diagnostics/probe.h"
 #include "support/instant.h"
 
 #include <QString>

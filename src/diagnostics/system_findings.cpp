@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "diagnostics/system_findings.h"
 
+#include "diagnostics/texts.h"
+
 #include <QSslSocket>
 #include <QStringList>
 #include <QSysInfo>
@@ -13,8 +15,13 @@ namespace
 
 QString variable(const char *name)
 {
-    const QString value = qEnvironmentVariable(name);
-    return value.isEmpty() ? QStringLiteral("not set") : value;
+    if (qEnvironmentVariableIsEmpty(name))
+        return QStringLiteral("not set");
+    const QStringList words = qEnvironmentVariable(name).split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    QStringList shown;
+    for (const QString &word : words)
+        shown.append(plainName(word).isEmpty() ? QStringLiteral("?") : plainName(word));
+    return shown.join(QLatin1Char(':'));
 }
 
 /// The locale that the C library takes from the environment.
@@ -22,7 +29,7 @@ QString localeName()
 {
     for (const char *name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
         if (!qEnvironmentVariableIsEmpty(name))
-            return qEnvironmentVariable(name);
+            return variable(name);
     }
     return QStringLiteral("C");
 }

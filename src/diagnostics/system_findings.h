@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "diagnostics/findings.h"
+#include "diagnostics/probe.h"
 
 namespace velmora
 {

@@ -4,11 +4,11 @@
 #include "http/proxy_environment.h"
 #include "presentation/relative_time.h"
 
+#include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocale>
 #include <QRegularExpression>
-#include <QStringList>
 
 namespace velmora
 {
@@ -44,18 +44,11 @@ QString budgetText(const QString &name, const QJsonObject &budget, Instant now)
 
 } // namespace
 
-bool isPublicHost(const QString &host)
-{
-    QUrl url;
-    url.setHost(host);
-    return host == QLatin1String("github.com") || host == QLatin1String("api.github.com") || isOnThisMachine(url);
-}
-
 QString gitHubKind(const QUrl &api)
 {
     if (isOnThisMachine(api))
         return QStringLiteral("loopback");
-    if (isPublicHost(api.host()))
+    if (api.host() == QLatin1String("github.com") || api.host() == QLatin1String("api.github.com"))
         return QStringLiteral("github.com");
     if (api.host().endsWith(QLatin1String(".ghe.com")))
         return QStringLiteral("GHE.com tenant");
@@ -143,6 +136,41 @@ QString identityCountsText(const IdentityCounts &counts)
     add(counts.toReconnect, QStringLiteral("to be connected again"));
     add(unknown, QStringLiteral("unknown"));
     return QStringLiteral("%1 (%2)").arg(counts.all).arg(parts.join(QStringLiteral(", ")));
+}
+
+QString plainName(const QString &text)
+{
+    static const QRegularExpression form(QStringLiteral("\\A[A-Za-z0-9._+ -]{1,40}\\z"));
+    const QString name = text.simplified();
+    return form.match(name).hasMatch() ? name : QString();
+}
+
+QString plainVersion(const QString &text)
+{
+    const QString version = plainName(text.simplified().section(QLatin1Char(' '), 0, 0));
+    return version.size() > 20 ? QString() : version;
+}
+
+QStringList homesOfPerson()
+{
+    QStringList homes;
+    const QString named = qEnvironmentVariable("HOME");
+    if (!named.startsWith(QLatin1Char('/')))
+        return homes;
+    for (const QString &home : {QDir::cleanPath(named), QDir(named).canonicalPath()}) {
+        if (!home.isEmpty() && home != QLatin1String("/") && !homes.contains(home))
+            homes.append(home);
+    }
+    return homes;
+}
+
+QString pathFromHome(const QString &path, const QStringList &homes)
+{
+    for (const QString &home : homes) {
+        if (path == home || path.startsWith(home + QLatin1Char('/')))
+            return QLatin1Char('~') + path.mid(home.size());
+    }
+    return QStringLiteral("…/") + path.section(QLatin1Char('/'), -2);
 }
 
 } // namespace velmora

@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QNetworkProxy>
 #include <QString>
+#include <QStringList>
 #include <QUrl>
 
 #include <chrono>
@@ -14,11 +15,11 @@
 namespace velmora
 {
 
+/// The home folder that the environment names, as set and with links resolved, without a slash at the end. Never "/".
+[[nodiscard]] QStringList homesOfPerson();
+
 /// The kind of GitHub at the address of its API. Never contains the name of a company's host.
 [[nodiscard]] QString gitHubKind(const QUrl &api);
-
-/// Whether the host is public: GitHub's own, or this machine.
-[[nodiscard]] bool isPublicHost(const QString &host);
 
 /// "a proxy (http)", without its address.
 [[nodiscard]] QString proxyText(const QNetworkProxy &proxy);
@@ -49,5 +50,16 @@ struct IdentityCounts {
 
 /// "5 (3 connected, 1 to be connected again, 1 unknown)", without zero counts; "none" without identities.
 [[nodiscard]] QString identityCountsText(const IdentityCounts &counts);
+
+/// A name from another program, if it is plain: at most 40 letters, digits and blanks, or ".", "_", "+" and "-". Empty
+/// for any other text.
+[[nodiscard]] QString plainName(const QString &text);
+
+/// The first word of a version from another program, such as "1.9.0", if it is plain and at most 20 characters long.
+[[nodiscard]] QString plainVersion(const QString &text);
+
+/// The path with "~" for one of the home folders; of a path elsewhere only the last two components, because the folders
+/// above may be named after the user or a company.
+[[nodiscard]] QString pathFromHome(const QString &path, const QStringList &homes = homesOfPerson());
 
 } // namespace velmora

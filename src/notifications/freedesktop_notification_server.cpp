@@ -2,6 +2,7 @@
 #include "notifications/freedesktop_notification_server.h"
 
 #include "dbus/bus_call.h"
+#include "dbus/bus_error.h"
 #include "notifications/notification_error.h"
 #include "notifications/server_reply.h"
 
@@ -97,7 +98,7 @@ QCoro::Task<NotificationCapabilities> FreedesktopNotificationServer::capabilitie
     const QPointer<FreedesktopNotificationServer> self(this);
     const QDBusMessage call = callTo(serviceName(), QStringLiteral("GetCapabilities"));
     const auto answer = co_await callBus(m_bus, call, deadline);
-    requireReply(answer, QStringLiteral("as"));
+    requireServerReply(answer, QStringLiteral("as"));
     const QStringList words = answer.arguments().constFirst().toStringList();
     const NotificationCapabilities found{
         .server = answer.service(),
@@ -115,16 +116,13 @@ QCoro::Task<QString> FreedesktopNotificationServer::post(NotificationRequest req
     const QPointer<FreedesktopNotificationServer> self(this);
     const QDBusMessage call = notifyCall(request);
     const auto answer = co_await callBus(m_bus, call, deadline);
-    const QString error = answer.errorName();
-    if (error == QLatin1String("org.freedesktop.DBus.Error.ServiceUnknown")
-        || error == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")) {
-        if (self)
-            m_capabilities.reset();
-        throw NotificationError(NotificationError::Kind::ServerChanged);
-    }
-    if (self && isSilence(answer))
+    const BusError::Kind failure = BusError(answer).kind();
+    const bool isGone = failure == BusError::Kind::NoOwner;
+    if (self && (isGone || failure == BusError::Kind::NoAnswer))
         m_capabilities.reset();
-    requireReply(answer, QStringLiteral("u"));
+    if (isGone)
+        throw NotificationError(NotificationError::Kind::ServerChanged);
+    requireServerReply(answer, QStringLiteral("u"));
     co_return handleFor(request.server, answer.arguments().constFirst().toUInt());
 }
 

@@ -2,6 +2,7 @@
 #include "notifications/portal_notification_server.h"
 
 #include "dbus/bus_call.h"
+#include "dbus/bus_error.h"
 #include "notifications/server_reply.h"
 
 #include <QCryptographicHash>
@@ -122,12 +123,12 @@ QCoro::Task<NotificationCapabilities> PortalNotificationServer::capabilities(QDe
         co_return known;
     }
     const QPointer<PortalNotificationServer> self(this);
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        serviceName(), objectPath(), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    call << interfaceName() << QStringLiteral("version");
+    const BusObject portal{serviceName(), objectPath(), interfaceName()};
+    QDBusMessage call = portal.get(QStringLiteral("version"));
+    call.setAutoStartService(true);
     const auto answer = co_await callBus(m_bus, call, deadline);
-    requireReply(answer, QStringLiteral("v"));
-    const uint version = answer.arguments().constFirst().value<QDBusVariant>().variant().toUInt();
+    requireServerReply(answer, QStringLiteral("v"));
+    const uint version = propertyIn(answer).toUInt();
     constexpr uint kFirstWithSound = 2;
     const NotificationCapabilities found{
         .server = answer.service(),
@@ -147,9 +148,9 @@ QCoro::Task<QString> PortalNotificationServer::post(NotificationRequest request,
     QDBusMessage call = callTo(QStringLiteral("AddNotification"));
     call << name << propertiesOf(request);
     const auto answer = co_await callBus(m_bus, call, deadline);
-    if (self && isSilence(answer))
+    if (self && BusError(answer).kind() == BusError::Kind::NoAnswer)
         m_capabilities.reset();
-    requireReply(answer, QString());
+    requireServerReply(answer, QString());
     co_return name;
 }
 

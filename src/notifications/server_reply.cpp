@@ -2,9 +2,8 @@
 #include "notifications/server_reply.h"
 
 #include "dbus/bus_call.h"
+#include "dbus/bus_error.h"
 #include "notifications/notification_error.h"
-
-#include <QDBusError>
 
 namespace velmora
 {
@@ -12,62 +11,47 @@ namespace velmora
 namespace
 {
 
-NotificationError errorFor(const QDBusMessage &answer)
+NotificationError errorFor(const BusError &error)
 {
-    using enum NotificationError::Kind;
-    if (isSilence(answer))
-        return NotificationError(TimedOut);
-    switch (QDBusError(answer).type()) {
-    case QDBusError::ServiceUnknown:
-    case QDBusError::Disconnected:
-    case QDBusError::NoServer:
-        return NotificationError(NoServer);
-    default:
+    using Kind = NotificationError::Kind;
+    switch (error.kind()) {
+    case BusError::Kind::NoBus:
+    case BusError::Kind::NoOwner:
+    case BusError::Kind::NotStarted:
+        return NotificationError(Kind::NoServer);
+    case BusError::Kind::NoAnswer:
+        return NotificationError(Kind::TimedOut);
+    case BusError::Kind::Unknown:
+    case BusError::Kind::Refused:
         break;
     }
-    const QString name = answer.errorName();
-    // The bus could not start the service.
-    if (name == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")
-        || name.startsWith(QLatin1String("org.freedesktop.DBus.Error.Spawn.")))
-        return NotificationError(NoServer);
-    return NotificationError(Failed, name);
+    return NotificationError(Kind::Failed, error.name());
 }
 
 } // namespace
 
-bool isSilence(const QDBusMessage &answer)
+void requireServerReply(const QDBusMessage &answer, const QString &signature)
 {
-    switch (QDBusError(answer).type()) {
-    case QDBusError::NoReply:
-    case QDBusError::Timeout:
-    case QDBusError::TimedOut:
-        return true;
-    default:
-        return false;
+    try {
+        requireReply(answer, signature);
+    } catch (const BusError &error) {
+        throw errorFor(error);
     }
-}
-
-void requireReply(const QDBusMessage &answer, const QString &signature)
-{
-    if (answer.type() != QDBusMessage::ReplyMessage)
-        throw errorFor(answer);
-    if (answer.signature() != signature)
-        throw NotificationError(NotificationError::Kind::Failed, QDBusError::errorString(QDBusError::InvalidSignature));
 }
 
 QCoro::Task<> requireBusName(QDBusConnection bus, QString name, QDeadlineTimer deadline)
 {
-    QDBusMessage hasOwner = callOfTheBus(QStringLiteral("NameHasOwner"));
-    hasOwner << name;
-    const auto owned = co_await callBus(bus, hasOwner, deadline);
-    requireReply(owned, QStringLiteral("b"));
-    if (owned.arguments().constFirst().toBool())
-        co_return;
-    const QDBusMessage listActivatable = callOfTheBus(QStringLiteral("ListActivatableNames"));
-    const auto activatable = co_await callBus(bus, listActivatable, deadline);
-    requireReply(activatable, QStringLiteral("as"));
-    if (!activatable.arguments().constFirst().toStringList().contains(name))
-        throw NotificationError(NotificationError::Kind::NoServer);
+    try {
+        const QString owner = co_await ownerOf(bus, name, deadline);
+        if (!owner.isEmpty())
+            co_return;
+        const QStringList startable = co_await startableNames(bus, deadline);
+        if (startable.contains(name))
+            co_return;
+    } catch (const BusError &error) {
+        throw errorFor(error);
+    }
+    throw NotificationError(NotificationError::Kind::NoServer);
 }
 
 } // namespace velmora

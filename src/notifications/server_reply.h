@@ -10,11 +10,8 @@
 namespace velmora
 {
 
-/// Whether the call got no answer in time.
-[[nodiscard]] bool isSilence(const QDBusMessage &answer);
-
 /// Throws the matching NotificationError unless the answer is a reply with this signature.
-void requireReply(const QDBusMessage &answer, const QString &signature);
+void requireServerReply(const QDBusMessage &answer, const QString &signature);
 
 /// Throws NoServer unless the name has an owner or can be started. Starts nothing.
 [[nodiscard]] QCoro::Task<> requireBusName(QDBusConnection bus, QString name, QDeadlineTimer deadline);

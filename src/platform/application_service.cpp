@@ -83,8 +83,7 @@ QCoro::Task<ApplicationService::Claim> ApplicationService::claim()
     // Register the object before requesting the name.
     if (m_bus.objectRegisteredAt(m_path) != this)
         m_bus.registerObject(m_path, this, QDBusConnection::ExportAdaptors);
-    QDBusMessage request = callOfTheBus(QStringLiteral("RequestName"));
-    request << m_name << kDoNotQueue;
+    const QDBusMessage request = theBus().call(QStringLiteral("RequestName"), QVariantList{m_name, kDoNotQueue});
     const QDBusMessage answer = co_await callBus(m_bus, request, QDeadlineTimer(kCallTimeout));
     if (answer.type() != QDBusMessage::ReplyMessage)
         co_return Claim::NoBus;
@@ -94,9 +93,7 @@ QCoro::Task<ApplicationService::Claim> ApplicationService::claim()
 
 void ApplicationService::release()
 {
-    QDBusMessage request = callOfTheBus(QStringLiteral("ReleaseName"));
-    request << m_name;
-    m_bus.asyncCall(request);
+    m_bus.asyncCall(theBus().call(QStringLiteral("ReleaseName"), {m_name}));
 }
 
 QVariantMap ApplicationService::platformData(const QString &activationToken)
@@ -122,10 +119,8 @@ QCoro::Task<bool> ApplicationService::actOnRunning(QString action, QString activ
 
 QCoro::Task<bool> ApplicationService::callRunning(QString method, QVariantList arguments)
 {
-    QDBusMessage request
-        = QDBusMessage::createMethodCall(m_name, m_path, QStringLiteral("org.freedesktop.Application"), method);
-    request.setAutoStartService(false);
-    request.setArguments(arguments);
+    const BusObject running{m_name, m_path, QStringLiteral("org.freedesktop.Application")};
+    const QDBusMessage request = running.call(method, arguments);
     const QDBusMessage answer = co_await callBus(m_bus, request, QDeadlineTimer(kCallTimeout));
     co_return answer.type() == QDBusMessage::ReplyMessage;
 }

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/status_notifier_registration.h"
 
-#include <QDBusError>
+#include "dbus/bus_call.h"
+#include "dbus/bus_error.h"
+
 #include <QDBusPendingCallWatcher>
-#include <QDBusVariant>
 
 namespace velmora
 {
@@ -24,19 +25,15 @@ QString watcherPath()
     return QStringLiteral("/StatusNotifierWatcher");
 }
 
-QDBusMessage callToWatcher(const QString &interface, const QString &method)
+/// Its calls never start a watcher: the desktop decides whether there is a tray.
+BusObject trayWatcher()
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(watcherName(), watcherPath(), interface, method);
-    // Never start a watcher: the desktop decides whether there is a tray.
-    message.setAutoStartService(false);
-    return message;
+    return {watcherName(), watcherPath(), watcherName()};
 }
 
 bool isAbsence(const QDBusMessage &answer)
 {
-    const QString error = answer.errorName();
-    return error == QLatin1String("org.freedesktop.DBus.Error.ServiceUnknown")
-        || error == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
+    return BusError(answer).kind() == BusError::Kind::NoOwner;
 }
 
 } // namespace
@@ -81,9 +78,9 @@ void StatusNotifierRegistration::ownerChanged(const QString &newOwner)
 void StatusNotifierRegistration::registerItem()
 {
     ++m_attempts;
-    QDBusMessage message = callToWatcher(watcherName(), QStringLiteral("RegisterStatusNotifierItem"));
     // The unique name, since a sandbox forbids owning the customary name with the process id.
-    message << m_bus.baseService();
+    const QDBusMessage message
+        = trayWatcher().call(QStringLiteral("RegisterStatusNotifierItem"), {m_bus.baseService()});
     call(message, [this](const QDBusMessage &answer) { registrationAnswered(answer); });
 }
 
@@ -118,8 +115,7 @@ void StatusNotifierRegistration::hostsChanged()
 
 void StatusNotifierRegistration::askForHost()
 {
-    QDBusMessage message = callToWatcher(QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    message << watcherName() << QStringLiteral("IsStatusNotifierHostRegistered");
+    const QDBusMessage message = trayWatcher().get(QStringLiteral("IsStatusNotifierHostRegistered"));
     call(message, [this](const QDBusMessage &answer) { hostAnswered(answer); });
 }
 
@@ -128,9 +124,9 @@ void StatusNotifierRegistration::hostAnswered(const QDBusMessage &answer)
     if (isAbsence(answer))
         return; // ownerChanged() will follow
     // A watcher that accepts the item but does not report hosts shows the items itself.
-    const QVariant value = answer.arguments().value(0).value<QDBusVariant>().variant();
+    const QVariant value = propertyIn(answer);
     const bool isDenied = value.metaType() == QMetaType::fromType<bool>() && !value.toBool();
-    setAvailable(answer.type() != QDBusMessage::ReplyMessage || !isDenied);
+    setAvailable(!isDenied);
 }
 
 void StatusNotifierRegistration::setAvailable(bool isAvailable)

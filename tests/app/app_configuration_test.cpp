@@ -237,14 +237,14 @@ private Q_SLOTS:
     {
         const Properties file{{kHost, QStringLiteral("ghe.example.com:8443")}};
         const Properties environment{{kKeys.at(1), QStringLiteral("https://api.github.com")}};
-        QCOMPARE(*AppConfiguration::fromProperties(environment, {file}).endpointProblem,
+        QCOMPARE(AppConfiguration::fromProperties(environment, {file}).endpointProblem->description(),
             QStringLiteral("No account is used: the API is at api.github.com (VELMORA_API_URL), but accounts are "
                            "connected at ghe.example.com:8443 (VELMORA_GITHUB_HOST), and a token is sent to no other "
                            "host than its own. Remove one of the two settings, or write both into the same "
                            "velmora.properties if they belong together."));
         const Properties graphql{{kKeys.at(2), QStringLiteral("https://api.github.com/graphql")}};
         const auto other = AppConfiguration::fromProperties(graphql, {file});
-        QVERIFY(other.endpointProblem->contains(
+        QVERIFY(other.endpointProblem->description().contains(
             QStringLiteral("GraphQL is at api.github.com (VELMORA_GRAPHQL_URL), but accounts")));
     }
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "diagnostics/findings.h"
-#include "diagnostics/private_names.h"
+#include "diagnostics/probe.h"
 #include "diagnostics/texts.h"
 #include "support/test_main.h"
 
@@ -34,43 +33,32 @@ private Q_SLOTS:
         QCOMPARE(reportLines(sections), expected);
     }
 
-    void namesAreRemovedWhereTheyStandAlone_data()
+    void textsOfOtherProgramsAreShownWhenTheyArePlain_data()
     {
-        QTest::addColumn<QString>("expected");
-        const auto row = [](const char *text, const char *expected) {
-            QTest::newRow(text) << QString::fromUtf8(expected);
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("version");
+        const auto row = [](const char *text, const char *name, const char *version) {
+            QTest::newRow(text) << QString::fromUtf8(name) << QString::fromUtf8(version);
         };
-        row("Host ghe.corp.test not found", "Host the host not found");
-        row("GHE.Corp.Test closed the connection.", "the host closed the connection.");
-        row("The answer of ghe.corp.test.", "The answer of the host.");
-        row("https://ghe.corp.test:8443/api", "https://the host:8443/api");
-        row("notghe.corp.test", "notghe.corp.test");
-        row("ghe.corp.tester", "ghe.corp.tester");
-        row("api.ghe.corp.test failed", "the API failed");
-        row("Cannot read /home/mona/.config/x: no", "Cannot read ~/.config/x: no");
-        row("Cannot read /home/monalisa/x", "Cannot read /home/monalisa/x");
-        row("The proxy proxy.corp.test:3128 asks for it.", "The proxy asks for it.");
-        row("a cannot be reached through the proxy [::1]:3128: refused",
-            "a cannot be reached through the proxy: refused");
-        row("nothing of the kind", "nothing of the kind");
+        row("gnome-keyring-d\n", "gnome-keyring-d", "gnome-keyring-d");
+        row("Xfce Notify Daemon", "Xfce Notify Daemon", "Xfce");
+        row("1.9.0 (2022-06-27)", "", "1.9.0");
+        row("mona@corp.test", "", "");
+        row("/home/mona", "", "");
+        row("https://corp.test", "", "");
+        row("na\x1b[31mme", "", "");
+        row("a name of more than forty letters and blanks", "", "a");
+        row("1.2.3.4.5.6.7.8.9.10.11", "1.2.3.4.5.6.7.8.9.10.11", "");
+        row("\u043c\u043e\u043d\u0430", "", "");
+        row("", "", "");
     }
-    void namesAreRemovedWhereTheyStandAlone()
+    void textsOfOtherProgramsAreShownWhenTheyArePlain()
     {
-        QFETCH(QString, expected);
-        PrivateNames names;
-        names.add(QStringLiteral("ghe.corp.test"), QStringLiteral("the host"));
-        names.add(QStringLiteral("api.ghe.corp.test"), QStringLiteral("the API"));
-        names.add(QStringLiteral("/home/mona"), QStringLiteral("~"));
-        names.add(QString(), QStringLiteral("never"));
-        QCOMPARE(names.removedFrom(QString::fromUtf8(QTest::currentDataTag())), expected);
-    }
-
-    void aNameMayHoldAnything()
-    {
-        PrivateNames names;
-        const QString hostile = QStringLiteral("/home/m(o[n*a+.\\d$");
-        names.add(hostile, QStringLiteral("~"));
-        QCOMPARE(names.removedFrom(QStringLiteral("in ") + hostile + QStringLiteral("/x")), QStringLiteral("in ~/x"));
+        QFETCH(QString, name);
+        QFETCH(QString, version);
+        const QString text = QString::fromUtf8(QTest::currentDataTag());
+        QCOMPARE(plainName(text), name);
+        QCOMPARE(plainVersion(text), version);
     }
 
     void pathsBeginAtHomeOrAreCut()
@@ -84,14 +72,7 @@ private Q_SLOTS:
         QCOMPARE(shown("/home/mona"), QStringLiteral("~"));
         QCOMPARE(shown("/home/monalisa/velmora/x"), QStringLiteral("…/velmora/x"));
         QCOMPARE(shown("/data/mona/velmora/x"), QStringLiteral("…/velmora/x"));
-    }
-
-    void aFolderBeginsAtHomeOrIsItsOwnName()
-    {
-        const QStringList homes{QStringLiteral("/home/mona")};
-        QCOMPARE(
-            folderFromHome(QStringLiteral("/home/mona/.config/velmora"), homes), QStringLiteral("~/.config/velmora"));
-        QCOMPARE(folderFromHome(QStringLiteral("/data/mona/velmora"), homes), QStringLiteral("…/velmora"));
+        QCOMPARE(shown("/home/mona/.config/velmora"), QStringLiteral("~/.config/velmora"));
     }
 
     void theHomeIsWhatTheEnvironmentTells()

@@ -41,9 +41,9 @@ private:
         services.endpoints.api = QUrl(QStringLiteral("https://api.test"));
         services.endedSessions = m_endedSessions;
         services.locks = {{m_locks->path()}, QStringLiteral("service")};
-        const auto sections = awaitValue(runProbes(identityProbes(services, ids, m_counts), {}, 10s, {}));
+        const auto findings = awaitValue(runProbes(identityProbes(services, ids, m_counts), 10s, {}));
         QStringList texts;
-        for (const Finding &finding : sections.first().findings)
+        for (const Finding &finding : findings)
             texts.append(finding.label + QStringLiteral(": ") + finding.text);
         return texts;
     }

@@ -23,7 +23,7 @@ _LAYERS = {
     "control": ["http", "presentation"],
     "ui": ["dbus", "http", "github", "control"],
     "cli": ["dbus", "http", "github", "ui"],
-    "diagnostics": ["dbus", "monitor", "settings", "control", "ui", "cli"],
+    "diagnostics": ["monitor", "settings", "control", "ui", "cli"],
     "app": [],
 }
 _ORDER = list(_LAYERS)
