@@ -3,6 +3,7 @@
 #include "support/monitor_fixture.h"
 #include "support/palettes.h"
 #include "support/test_main.h"
+#include "ui/controls/age_ticker.h"
 #include "ui/controls/empty_state_view.h"
 #include "ui/controls/message_row.h"
 #include "ui/controls/progress_spinner.h"
@@ -24,6 +25,7 @@
 
 using namespace velmora;
 using namespace velmora::testing;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -386,6 +388,26 @@ private Q_SLOTS:
         QCOMPARE(label->font(), styledFont(font, TextSize::Caption));
         row.setPalette(darkPalette());
         QCOMPARE(label->palette().color(QPalette::WindowText), toneColour(Tone::Red, darkPalette()));
+    }
+
+    void anAgeIsWaitedForInStepsOfAMinute()
+    {
+        FakeClock clock(noon());
+        AgeTicker ticker(&clock);
+        QSignalSpy ticks(&ticker, &AgeTicker::ticked);
+        ticker.waitFor(noon() + 150s);
+        ticker.waitFor(noon() + 150s);
+        QCOMPARE(clock.requestedSleeps, (QList<std::chrono::milliseconds>{60s}));
+        clock.advance(60s);
+        QCOMPARE(ticks.count(), 1);
+        QCOMPARE(clock.sleeperCount(), 0);
+        ticker.waitFor(noon() + 70s);
+        ticker.waitFor(std::nullopt);
+        clock.advance(60s);
+        QCOMPARE(ticks.count(), 1);
+        // An age that is overdue is not waited for in a busy loop.
+        ticker.waitFor(noon());
+        QCOMPARE(clock.requestedSleeps.last(), 1ms);
     }
 
     void aPathInAMessageDoesNotWidenIt()

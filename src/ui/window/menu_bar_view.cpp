@@ -8,6 +8,7 @@
 #include "platform/url_opener.h"
 #include "presentation/relative_time.h"
 #include "presentation/status_text.h"
+#include "ui/controls/age_ticker.h"
 #include "ui/controls/empty_state_view.h"
 #include "ui/controls/message_row.h"
 #include "ui/controls/progress_spinner.h"
@@ -32,8 +33,6 @@
 namespace velmora
 {
 
-using namespace std::chrono_literals;
-
 namespace
 {
 
@@ -47,8 +46,6 @@ constexpr int kWidth = 360;
 constexpr int kWidthInLines = 20;
 constexpr int kSpinnerSide = 28;
 constexpr int kFooterMargin = 6;
-/// Timers stop while the machine sleeps, so none may run for long.
-constexpr auto kLongestWait = 60s;
 
 } // namespace
 
@@ -59,6 +56,7 @@ MenuBarView::MenuBarView(const Stores &stores, const DesktopPorts &ports, QWidge
     , m_header(new MenuBarHeader(ports.applicationName, this))
     , m_unsaved(new MessageRow(TextSize::Caption, Tone::Red, this))
     , m_unopened(new UnopenedPageRow(ports.urlOpener, ports.pasteboard, this))
+    , m_updateTime(new AgeTicker(ports.clock, this))
 {
     makeContents();
     auto *layout = new QVBoxLayout(this);
@@ -170,6 +168,7 @@ QWidget *MenuBarView::makeFooter()
 
 void MenuBarView::connectStores()
 {
+    connect(m_updateTime, &AgeTicker::ticked, this, &MenuBarView::showUpdateTime);
     connect(m_header, &MenuBarHeader::settingsRequested, this, &MenuBarView::settingsRequested);
     connect(m_header, &MenuBarHeader::refreshRequested, this, &MenuBarView::refresh);
     connect(m_stores.monitor, &DeploymentMonitor::changed, this, &MenuBarView::followStores);
@@ -255,26 +254,13 @@ void MenuBarView::showContent(MenuBarContent content)
 
 void MenuBarView::showUpdateTime()
 {
-    m_updateTime.cancelAll();
     const auto updatedAt = shownUpdateTime(m_stores.monitor->state());
     const Instant now = m_ports.clock->now();
     const QString text = updatedText(updatedAt, now);
     if (m_updated->text() != text)
         m_updated->setText(text);
-    if (!updatedAt || !m_isShown)
-        return;
-    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(nextRelativeTimeChange(*updatedAt, now) - now);
-    m_updateTime.launch(
-        waitForUpdateTime(std::min<std::chrono::milliseconds>(wait, kLongestWait), m_updateTime.stopToken()),
-        "The time of the last update");
-}
-
-QCoro::Task<> MenuBarView::waitForUpdateTime(std::chrono::milliseconds duration, std::stop_token stop)
-{
-    const QPointer<MenuBarView> self(this);
-    co_await m_ports.clock->sleep(duration, stop);
-    if (self)
-        showUpdateTime();
+    const bool hasAge = updatedAt && m_isShown;
+    m_updateTime->waitFor(hasAge ? std::optional(nextRelativeTimeChange(*updatedAt, now)) : std::nullopt);
 }
 
 void MenuBarView::setNotice(const QString &notice)
@@ -338,7 +324,7 @@ void MenuBarView::showEvent(QShowEvent *event)
 void MenuBarView::hideEvent(QHideEvent *event)
 {
     m_isShown = false;
-    m_updateTime.cancelAll();
+    m_updateTime->waitFor(std::nullopt);
     // Dropped, so that a hidden window holds no memory and opens at the top of the list.
     if (!event->spontaneous()) {
         m_list->setDeployments({});

@@ -12,6 +12,7 @@
 namespace velmora
 {
 
+class AgeTicker;
 class DeploymentListView;
 class EmptyStateView;
 class MenuBarHeader;
@@ -75,7 +76,6 @@ private:
     void setRefreshing(bool isRefreshing);
     [[nodiscard]] QCoro::Task<> refreshEverything(std::stop_token stop);
     [[nodiscard]] QCoro::Task<> loadInstallations(std::stop_token stop);
-    [[nodiscard]] QCoro::Task<> waitForUpdateTime(std::chrono::milliseconds duration, std::stop_token stop);
 
     Stores m_stores;
     DesktopPorts m_ports;
@@ -91,12 +91,12 @@ private:
     EmptyStateView *m_nothingSelected = nullptr;
     EmptyStateView *m_noDeployments = nullptr;
     TextLabel *m_updated = nullptr;
+    AgeTicker *m_updateTime;
     MenuBarContent m_content = MenuBarContent::NoDeployments;
     bool m_isShown = false;
     bool m_isRefreshing = false;
     bool m_isLoadingInstallations = false;
     TaskScope m_work;
-    TaskScope m_updateTime;
 };
 
 } // namespace velmora
