@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Opens the list with 20 to 20,000 deployments until its first paint, and refreshes it with one change. Paints into an
-// image of the size that the list has in the window.
+// Opens, scrolls and updates the list with 20 to 20,000 deployments and paints it, into an image of the size that the
+// list has in the window. `screens` is the time of a turn against that of painting the same list alone.
 #include "support/clock.h"
 #include "ui/deployments/deployment_list_view.h"
 
@@ -8,6 +8,9 @@
 
 #include <QApplication>
 #include <QImage>
+#include <QScrollBar>
+
+#include <ctime>
 
 using namespace velmora;
 
@@ -40,18 +43,23 @@ QList<DeploymentSnapshot> deployments(qsizetype count)
 class Desk
 {
 public:
-    Desk()
-        : m_picture(kSize, QImage::Format_ARGB32_Premultiplied)
+    explicit Desk(benchmark::State &state)
+        : m_state(state)
+        , m_picture(kSize, QImage::Format_ARGB32_Premultiplied)
     {
     }
 
-    [[nodiscard]] std::unique_ptr<DeploymentListView> makeView()
+    /// A list on show, painted once.
+    [[nodiscard]] std::unique_ptr<DeploymentListView> showView(const QList<DeploymentSnapshot> &list)
     {
         DesktopPorts ports;
         ports.clock = &m_clock;
         auto view = std::make_unique<DeploymentListView>(ports);
         view->setAttribute(Qt::WA_DontShowOnScreen);
         view->resize(kSize);
+        view->setDeployments(list);
+        view->show();
+        paint(*view);
         return view;
     }
 
@@ -61,7 +69,40 @@ public:
         benchmark::DoNotOptimize(m_picture.constBits());
     }
 
+    /// Times `work`, which paints as well, and, after each turn, painting alone. Both are meant to be equally
+    /// disturbed.
+    void measure(DeploymentListView &view, const std::function<void()> &work)
+    {
+        std::clock_t working = 0;
+        std::clock_t painting = 0;
+        for ([[maybe_unused]] auto turn : m_state) {
+            const std::clock_t begin = std::clock();
+            work();
+            const std::clock_t end = std::clock();
+            paint(view);
+            painting += std::clock() - end;
+            working += end - begin;
+            m_state.SetIterationTime(static_cast<double>(end - begin) / CLOCKS_PER_SEC);
+        }
+        m_state.counters["screens"] = static_cast<double>(working) / static_cast<double>(painting);
+    }
+
+    /// Shows one list and the other in turn, scrolled to a part of its height.
+    void alternate(const QList<DeploymentSnapshot> &before, const QList<DeploymentSnapshot> &after, double part = 0)
+    {
+        const auto view = showView(before);
+        QScrollBar *bar = view->verticalScrollBar();
+        bool isAfter = false;
+        measure(*view, [&] {
+            bar->setValue(static_cast<int>(bar->maximum() * part));
+            isAfter = !isAfter;
+            view->setDeployments(isAfter ? after : before);
+            paint(*view);
+        });
+    }
+
 private:
+    benchmark::State &m_state;
     SystemClock m_clock;
     QImage m_picture;
 };
@@ -70,15 +111,21 @@ private:
 void openAndPaint(benchmark::State &state)
 {
     const auto list = deployments(state.range(0));
-    Desk desk;
-    for ([[maybe_unused]] auto turn : state) {
-        auto view = desk.makeView();
-        view->setDeployments(list);
-        view->show();
-        desk.paint(*view);
-    }
+    Desk desk(state);
+    const auto shown = desk.showView(list);
+    desk.measure(*shown, [&] { benchmark::DoNotOptimize(desk.showView(list)); });
 }
-BENCHMARK(openAndPaint)->Arg(20)->Arg(2'000)->Arg(20'000)->Unit(benchmark::kMicrosecond);
+
+void scrollAndPaint(benchmark::State &state)
+{
+    Desk desk(state);
+    const auto view = desk.showView(deployments(state.range(0)));
+    QScrollBar *bar = view->verticalScrollBar();
+    desk.measure(*view, [&] {
+        bar->setValue((bar->value() + 7919) % (bar->maximum() + 1));
+        desk.paint(*view);
+    });
+}
 
 /// Moves one deployment from "In progress" to the results and back. All other texts are shared with the previous list,
 /// as after a fetch of that repository.
@@ -87,19 +134,8 @@ void changeOneAndPaint(benchmark::State &state)
     const auto before = deployments(state.range(0));
     auto after = before;
     after[2].state = DeploymentState::Success;
-    Desk desk;
-    const auto view = desk.makeView();
-    view->setDeployments(before);
-    view->show();
-    desk.paint(*view);
-    bool isAfter = false;
-    for ([[maybe_unused]] auto turn : state) {
-        isAfter = !isAfter;
-        view->setDeployments(isAfter ? after : before);
-        desk.paint(*view);
-    }
+    Desk(state).alternate(before, after);
 }
-BENCHMARK(changeOneAndPaint)->Arg(20)->Arg(2'000)->Arg(20'000)->Unit(benchmark::kMicrosecond);
 
 /// The same, but without shared texts.
 void refreshAllAndPaint(benchmark::State &state)
@@ -111,18 +147,36 @@ void refreshAllAndPaint(benchmark::State &state)
         after[i].createdAt = before.at(i).createdAt;
     }
     after[2].state = DeploymentState::Success;
-    Desk desk;
-    const auto view = desk.makeView();
-    view->setDeployments(before);
-    view->show();
-    bool isAfter = false;
-    for ([[maybe_unused]] auto turn : state) {
-        isAfter = !isAfter;
-        view->setDeployments(isAfter ? after : before);
-        desk.paint(*view);
-    }
+    Desk(state).alternate(before, after);
 }
-BENCHMARK(refreshAllAndPaint)->Arg(20)->Arg(2'000)->Arg(20'000)->Unit(benchmark::kMicrosecond);
+
+/// Takes away all rows that are seen, as when their repository is switched off, and brings them back.
+void dropTheFirstAndPaint(benchmark::State &state)
+{
+    const auto before = deployments(state.range(0));
+    Desk(state).alternate(before, before.sliced(10));
+}
+
+/// The same in the middle of the list, where rows that are seen are looked for among all others, in vain.
+void dropTheMiddleAndPaint(benchmark::State &state)
+{
+    const auto before = deployments(state.range(0));
+    auto after = before;
+    // The middle of the list: "Failed" has every third of all deployments and stands before this quarter of the rest.
+    after.remove(before.size() / 4 - before.size() / 100, std::max<qsizetype>(1, before.size() / 50));
+    Desk(state).alternate(before, after, 0.5);
+}
+
+/// Runs it with 20, 2,000 and 20,000 deployments.
+void add(const char *name, void (*measure)(benchmark::State &))
+{
+    benchmark::RegisterBenchmark(name, measure)
+        ->Arg(20)
+        ->Arg(2'000)
+        ->Arg(20'000)
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
+}
 
 } // namespace
 
@@ -133,6 +187,12 @@ int main(int argc, char **argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
+    add("openAndPaint", openAndPaint);
+    add("scrollAndPaint", scrollAndPaint);
+    add("changeOneAndPaint", changeOneAndPaint);
+    add("refreshAllAndPaint", refreshAllAndPaint);
+    add("dropTheFirstAndPaint", dropTheFirstAndPaint);
+    add("dropTheMiddleAndPaint", dropTheMiddleAndPaint);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

@@ -8,6 +8,7 @@
 #include "support/fake_url_opener.h"
 #include "support/palettes.h"
 #include "support/test_main.h"
+#include "ui/deployments/deployment_actions.h"
 #include "ui/deployments/deployment_list_model.h"
 
 #include <QAccessible>
@@ -148,7 +149,7 @@ private Q_SLOTS:
         click(linkPoint(1));
         for (const auto action : {RowActionKind::OpenDetails, RowActionKind::OpenEnvironment,
                  RowActionKind::CopyDetailsLink, RowActionKind::CopyEnvironmentLink})
-            m_view->perform(action, deployment);
+            DeploymentActions(m_opener.get(), m_pasteboard.get()).perform(action, deployment);
         QVERIFY(m_opener->opened.isEmpty());
         QVERIFY(m_pasteboard->copied.isEmpty());
     }

@@ -346,6 +346,20 @@ private Q_SLOTS:
         QCOMPARE(list()->verticalScrollBar()->value(), scrolled);
     }
 
+    void theFocusOfARowThatGoesStaysAtItsPlace()
+    {
+        load();
+        open();
+        list()->setFocus();
+        list()->setCurrentIndex(list()->model()->index(1, 0));
+        const QString next = list()->model()->index(2, 0).data().toString();
+        m_fixture->github.identities[QStringLiteral("alice")].repositories.removeIf(
+            [this](const auto &known) { return known.name == list()->currentIndex().data().toString(); });
+        load();
+        QCOMPARE(list()->currentIndex().row(), 1);
+        QCOMPARE(list()->currentIndex().data().toString(), next);
+    }
+
     void assistiveTechnologyReadsWhetherARowIsMonitored()
     {
         load();

@@ -132,7 +132,7 @@ void AccessibleList::Items::follow(QAbstractItemModel *followed)
     const auto forget = [this] {
         forgetRemoved();
     };
-    QObject::connect(model, &QAbstractItemModel::rowsRemoved, &context, forget);
+    QObject::connect(model, &QAbstractItemModel::layoutChanged, &context, forget);
     QObject::connect(model, &QAbstractItemModel::modelReset, &context, forget);
 }
 

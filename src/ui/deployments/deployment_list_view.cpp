@@ -1,27 +1,46 @@
 // SPDX-License-Identifier: MIT
-// Layout and painting. Mouse and keyboard are in deployment_list_view_input.cpp, timers in
-// deployment_list_view_time.cpp.
 #include "ui/deployments/deployment_list_view.h"
 
+#include "presentation/relative_time.h"
 #include "support/clock.h"
 #include "ui/accessibility/accessible_part.h"
+#include "ui/controls/age_ticker.h"
+#include "ui/controls/motion.h"
+#include "ui/deployments/deployment_actions.h"
 #include "ui/deployments/deployment_list_model.h"
 
+#include <QAccessible>
+#include <QHelpEvent>
+#include <QKeyEvent>
+#include <QMenu>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QToolTip>
 
 namespace velmora
 {
 
-// QListView stores the position of each row and updates them in these functions. This view computes positions instead,
-// so it skips QListView and calls QAbstractItemView.
-// NOLINTBEGIN(bugprone-parent-virtual-call)
+namespace
+{
+
+void notifyAssistiveTechnology(QAbstractItemView *view, QAccessible::Event kind, const QModelIndex &index)
+{
+    if (!QAccessible::isActive() || !index.isValid())
+        return;
+    QAccessibleEvent event(view, kind);
+    event.setChild(index.row());
+    QAccessible::updateAccessibility(&event);
+}
+
+} // namespace
 
 DeploymentListView::DeploymentListView(const DesktopPorts &ports, QWidget *parent)
-    : QListView(parent)
-    , m_ports(ports)
+    : QAbstractItemView(parent)
+    , m_clock(ports.clock)
     , m_model(new DeploymentListModel(ports.clock, this))
+    , m_actions(new DeploymentActions(ports.urlOpener, ports.pasteboard, this))
+    , m_ages(new AgeTicker(ports.clock, this))
 {
     describeBy<DeploymentListView, AccessibleList>();
     setAccessibleName(QStringLiteral("Deployments"));
@@ -30,62 +49,120 @@ DeploymentListView::DeploymentListView(const DesktopPorts &ports, QWidget *paren
     setVerticalScrollMode(ScrollPerPixel);
     setSelectionMode(SingleSelection);
     setEditTriggers(NoEditTriggers);
-    // An update of the model must not scroll; currentChanged() scrolls at all other times.
-    setAutoScroll(false);
     setMouseTracking(true);
     adoptFont();
     setModel(m_model);
-    connect(m_model, &DeploymentListModel::updateStarted, this, &DeploymentListView::beginUpdate);
-    connect(m_model, &DeploymentListModel::updateFinished, this, &DeploymentListView::endUpdate);
-    connect(m_model, &DeploymentListModel::rowsMoved, this, [this] { m_haveRowsMoved = true; });
-}
-
-void DeploymentListView::setDeployments(const QList<DeploymentSnapshot> &deployments)
-{
-    const auto [first, last] = visibleRows();
-    m_model->setWatchedRows(first, last);
-    m_model->setDeployments(deployments);
+    // Otherwise the base makes the first row current when focus comes from the mouse or the window.
+    setCurrentIndex({});
+    connect(m_ages, &AgeTicker::ticked, this, &DeploymentListView::updateAges);
 }
 
 void DeploymentListView::adoptFont()
 {
     m_rowView = DeploymentRowView(font(), layoutDirection());
     m_sectionView = DeploymentSectionView(font(), layoutDirection());
-    m_hasPlaces = false;
 }
 
-const DeploymentListLayout &DeploymentListView::places() const
+// Updates
+
+void DeploymentListView::setDeployments(const QList<DeploymentSnapshot> &deployments)
 {
-    if (!m_hasPlaces || m_isUpdating) {
-        const DeploymentListLayout::Heights heights{
-            m_sectionView.headerHeight(), m_rowView.height(), m_sectionView.sectionEnd()};
-        m_places = DeploymentListLayout(heights, m_model->headerRows(), m_model->rowCount());
-        m_hasPlaces = true;
+    const std::vector<SeenRow> before = seenRows();
+    const int current = currentIndex().row();
+    const int offset = verticalOffset();
+    const std::vector<Anchor> anchored = anchors();
+    m_model->setDeployments(deployments);
+    updateGeometries();
+    if (current >= 0 && !currentIndex().isValid())
+        setCurrentIndex(nearestDeployment(std::min(current, m_model->rowCount() - 1), 1));
+    verticalScrollBar()->setValue(offset);
+    keepPlaces(anchored);
+    repaintChanges(before, offset);
+    updateHover();
+    followTime();
+}
+
+std::vector<DeploymentListView::SeenRow> DeploymentListView::seenRows() const
+{
+    std::vector<SeenRow> rows;
+    for (const QModelIndex &index : visibleRows()) {
+        const int row = index.row();
+        SeenRow seen{visualRect(index), {}, m_model->section(row), 0, m_places.endsSection(row)};
+        if (const auto *shown = m_model->deployment(row))
+            seen.deployment = *shown;
+        else
+            seen.count = m_model->count(seen.section);
+        rows.push_back(std::move(seen));
     }
-    return m_places;
+    return rows;
+}
+
+/// The visible rows, unless the list is scrolled to the top: there it stays, and shows what is new.
+std::vector<DeploymentListView::Anchor> DeploymentListView::anchors() const
+{
+    std::vector<Anchor> anchors;
+    if (verticalOffset() == 0)
+        return anchors;
+    for (const QModelIndex &index : visibleRows())
+        anchors.push_back({index, visualRect(index).top()});
+    return anchors;
+}
+
+/// Scrolls so that most of the anchors keep their place on the screen.
+void DeploymentListView::keepPlaces(const std::vector<Anchor> &anchors)
+{
+    std::vector<int> offsets;
+    for (const Anchor &anchor : anchors) {
+        if (anchor.index.isValid())
+            offsets.push_back(m_places.top(anchor.index.row()) - anchor.distance);
+    }
+    if (offsets.empty())
+        return;
+    const auto middle = offsets.begin() + static_cast<std::ptrdiff_t>(offsets.size() / 2);
+    std::ranges::nth_element(offsets, middle);
+    verticalScrollBar()->setValue(*middle);
+}
+
+void DeploymentListView::repaintChanges(const std::vector<SeenRow> &before, int previousOffset)
+{
+    const std::vector<SeenRow> now = seenRows();
+    // Scrolling has moved the picture.
+    if (verticalOffset() != previousOffset || !std::ranges::equal(before, now, {}, &SeenRow::place, &SeenRow::place))
+        return viewport()->update();
+    for (std::size_t i = 0; i < now.size(); ++i) {
+        if (now[i] != before[i])
+            viewport()->update(now[i].place);
+    }
+}
+
+// Places
+
+const DeploymentSnapshot *DeploymentListView::deployment(const QModelIndex &index) const
+{
+    return index.isValid() ? m_model->deployment(index.row()) : nullptr;
 }
 
 QRect DeploymentListView::visualRect(const QModelIndex &index) const
 {
-    if (!index.isValid() || index.row() >= places().rowCount())
+    if (!index.isValid() || index.row() >= m_places.rowCount())
         return {};
     const int row = index.row();
-    return {0, places().top(row) - verticalOffset(), viewport()->width(), places().height(row)};
+    return {0, m_places.top(row) - verticalOffset(), viewport()->width(), m_places.height(row)};
 }
 
 QModelIndex DeploymentListView::indexAt(const QPoint &point) const
 {
-    const int row = places().rowAt(point.y() + verticalOffset());
-    return row < 0 ? QModelIndex() : m_model->index(row);
+    return m_model->index(m_places.rowAt(point.y() + verticalOffset()));
 }
 
-std::pair<int, int> DeploymentListView::visibleRows() const
+QModelIndexList DeploymentListView::visibleRows() const
 {
-    const int first = places().rowAt(verticalOffset());
-    if (first < 0)
-        return {0, -1};
-    const int last = places().rowAt(verticalOffset() + viewport()->height() - 1);
-    return {first, last < 0 ? places().rowCount() - 1 : last};
+    QModelIndexList rows;
+    const int end = verticalOffset() + viewport()->height();
+    int row = m_places.rowAt(verticalOffset());
+    for (; row >= 0 && row < m_places.rowCount() && m_places.top(row) < end; ++row)
+        rows.append(m_model->index(row));
+    return rows;
 }
 
 int DeploymentListView::verticalOffset() const
@@ -93,24 +170,15 @@ int DeploymentListView::verticalOffset() const
     return verticalScrollBar()->value();
 }
 
-QRegion DeploymentListView::visualRegionForSelection(const QItemSelection &selection) const
-{
-    QRegion region;
-    const QModelIndexList indexes = selection.indexes();
-    for (const QModelIndex &index : indexes)
-        region += visualRect(index);
-    return region;
-}
-
 void DeploymentListView::scrollTo(const QModelIndex &index, ScrollHint hint)
 {
     if (!index.isValid())
         return;
-    int top = places().top(index.row());
-    const int bottom = top + places().height(index.row());
+    int top = m_places.top(index.row());
+    const int bottom = top + m_places.height(index.row());
     // Scrolling to the first row of a section shows its header, too.
-    if (index.row() > 0 && places().isHeader(index.row() - 1))
-        top = places().top(index.row() - 1);
+    if (index.row() > 0 && m_places.isHeader(index.row() - 1))
+        top = m_places.top(index.row() - 1);
     const int height = viewport()->height();
     const int offset = verticalOffset();
     if (hint == PositionAtTop || (hint == EnsureVisible && top < offset))
@@ -121,119 +189,32 @@ void DeploymentListView::scrollTo(const QModelIndex &index, ScrollHint hint)
         verticalScrollBar()->setValue((top + bottom - height) / 2);
 }
 
-void DeploymentListView::doItemsLayout()
-{
-    QAbstractItemView::doItemsLayout();
-}
-
-void DeploymentListView::reset()
-{
-    m_hasPlaces = false;
-    QAbstractItemView::reset();
-}
-
-QSize DeploymentListView::viewportSizeHint() const
-{
-    return {QFontMetrics(font()).averageCharWidth() * 40, places().contentHeight()};
-}
-
 void DeploymentListView::updateGeometries()
 {
+    m_places = DeploymentListLayout({m_sectionView.headerHeight(), m_rowView.height(), m_sectionView.sectionEnd()},
+        m_model->headerRows(), m_model->rowCount());
     QScrollBar *bar = verticalScrollBar();
     bar->setSingleStep(m_rowView.height() / 2);
     bar->setPageStep(viewport()->height());
-    bar->setRange(0, std::max(0, places().contentHeight() - viewport()->height()));
-}
-
-void DeploymentListView::beginUpdate()
-{
-    m_isUpdating = true;
-    m_haveRowsMoved = false;
-    m_anchors.clear();
-    // A list that is scrolled to the top stays there and shows what is new.
-    if (verticalOffset() == 0)
-        return;
-    const auto [first, last] = visibleRows();
-    for (int row = first; row <= last; ++row)
-        m_anchors.push_back({m_model->index(row), places().top(row) - verticalOffset()});
-}
-
-void DeploymentListView::endUpdate()
-{
-    m_isUpdating = false;
-    if (m_haveRowsMoved) {
-        m_hasPlaces = false;
-        updateGeometries();
-        restoreScrolling();
-        if (currentIndex().isValid() && m_model->isHeader(currentIndex().row()))
-            setCurrentIndex(moveCursor(MoveDown, Qt::NoModifier));
-        viewport()->update();
-        updateHover();
-    }
-    updateMotion();
-    scheduleAges();
-}
-
-/// Scrolls so that most of the rows that were visible keep their position on the screen.
-void DeploymentListView::restoreScrolling()
-{
-    std::vector<int> offsets;
-    for (const Anchor &anchor : m_anchors) {
-        if (anchor.index.isValid())
-            offsets.push_back(places().top(anchor.index.row()) - anchor.offset);
-    }
-    m_anchors.clear();
-    if (offsets.empty())
-        return;
-    const auto middle = offsets.begin() + static_cast<std::ptrdiff_t>(offsets.size() / 2);
-    std::ranges::nth_element(offsets, middle);
-    verticalScrollBar()->setValue(*middle);
-}
-
-void DeploymentListView::rowsInserted(const QModelIndex &parent, int first, int last)
-{
-    m_haveRowsMoved = true;
-    m_hasPlaces = false;
-    QAbstractItemView::rowsInserted(parent, first, last);
-}
-
-void DeploymentListView::rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last)
-{
-    m_haveRowsMoved = true;
-    QAbstractItemView::rowsAboutToBeRemoved(parent, first, last);
-    m_hasPlaces = false;
-}
-
-void DeploymentListView::dataChanged(const QModelIndex &first, const QModelIndex &last, const QList<int> &roles)
-{
-    // After a move, endUpdate() repaints the whole viewport.
-    if (!m_haveRowsMoved) {
-        const auto [firstVisible, lastVisible] = visibleRows();
-        for (int row = std::max(first.row(), firstVisible); row <= std::min(last.row(), lastVisible); ++row)
-            viewport()->update(visualRect(m_model->index(row)));
-    }
-    QAbstractItemView::dataChanged(first, last, roles);
+    bar->setRange(0, std::max(0, m_places.contentHeight() - viewport()->height()));
 }
 
 void DeploymentListView::scrollContentsBy(int dx, int dy)
 {
     viewport()->scroll(dx, dy);
     updateHover();
-    updateMotion();
-    scheduleAges();
+    followTime();
 }
 
 void DeploymentListView::resizeEvent(QResizeEvent *event)
 {
     QAbstractItemView::resizeEvent(event);
-    updateGeometries();
-    updateMotion();
-    scheduleAges();
+    followTime();
 }
 
 void DeploymentListView::changeEvent(QEvent *event)
 {
-    QListView::changeEvent(event);
+    QAbstractItemView::changeEvent(event);
     switch (event->type()) {
     case QEvent::FontChange:
     case QEvent::ApplicationFontChange:
@@ -241,9 +222,8 @@ void DeploymentListView::changeEvent(QEvent *event)
     case QEvent::StyleChange:
         adoptFont();
         updateGeometries();
-        viewport()->update();
-        updateMotion();
-        break;
+        followTime();
+        [[fallthrough]];
     case QEvent::PaletteChange:
         viewport()->update();
         break;
@@ -252,27 +232,23 @@ void DeploymentListView::changeEvent(QEvent *event)
     }
 }
 
+// Painting
+
 void DeploymentListView::paintEvent(QPaintEvent *event)
 {
     QPainter painter(viewport());
-    const Instant now = m_ports.clock->now();
-    const auto [first, last] = visibleRows();
-    for (int row = first; row <= last; ++row) {
-        const QRect exposed = event->region().intersected(visualRect(m_model->index(row))).boundingRect();
-        if (!exposed.isEmpty())
-            paintRow(&painter, row, exposed, now);
-    }
-}
-
-void DeploymentListView::paintRow(QPainter *painter, int row, const QRect &exposed, Instant now)
-{
-    const QModelIndex index = m_model->index(row);
-    const QRect frame = visualRect(index);
-    if (const auto *deployment = m_model->deployment(row)) {
-        m_rowView.paint(painter, frame, exposed, *deployment, rowState(index), now, palette());
-    } else {
-        const auto section = m_model->section(row);
-        m_sectionView.paint(painter, frame, sectionTitle(section), m_model->count(section), palette());
+    const Instant now = m_clock->now();
+    for (const QModelIndex &index : visibleRows()) {
+        const QRect frame = visualRect(index);
+        const QRect exposed = event->region().intersected(frame).boundingRect();
+        if (exposed.isEmpty())
+            continue;
+        if (const auto *shown = deployment(index)) {
+            m_rowView.paint(&painter, frame, exposed, *shown, rowState(index), now, palette());
+        } else {
+            const auto section = m_model->section(index.row());
+            m_sectionView.paint(&painter, frame, sectionTitle(section), m_model->count(section), palette());
+        }
     }
 }
 
@@ -286,30 +262,294 @@ DeploymentRowView::State DeploymentListView::rowState(const QModelIndex &index) 
     state.isPressed = isPressed && !m_pressed.isLink;
     state.isLinkPressed = isPressed && m_pressed.isLink;
     state.hasFocus = m_showsCurrentRow && hasFocus() && currentIndex() == index;
-    state.hasDivider = !places().endsSection(index.row());
+    state.hasDivider = !m_places.endsSection(index.row());
     state.turnedBy = m_turnedBy;
     return state;
 }
 
+// Time
+
 void DeploymentListView::showEvent(QShowEvent *event)
 {
-    QListView::showEvent(event);
+    QAbstractItemView::showEvent(event);
     m_isShown = true;
-    m_agesShownAt = m_ports.clock->now();
-    updateMotion();
-    scheduleAges();
+    m_agesShownAt = m_clock->now();
+    followTime();
 }
 
 void DeploymentListView::hideEvent(QHideEvent *event)
 {
     m_isShown = false;
-    updateMotion();
-    scheduleAges();
+    followTime();
     setHovered({});
     setPressed({});
-    QListView::hideEvent(event);
+    QAbstractItemView::hideEvent(event);
 }
 
-// NOLINTEND(bugprone-parent-virtual-call)
+/// Lets icons turn and waits for ages as the visible rows need it.
+void DeploymentListView::followTime()
+{
+    bool hasMotion = false;
+    std::optional<Instant> due;
+    for (const QModelIndex &index : visibleRows()) {
+        const auto *shown = m_isShown ? deployment(index) : nullptr;
+        if (!shown)
+            continue;
+        hasMotion = hasMotion || shown->state == DeploymentState::InProgress;
+        const Instant change = nextRelativeTimeChange(shown->updatedAt, m_agesShownAt);
+        due = std::min(due.value_or(change), change);
+    }
+    m_ages->waitFor(due);
+    if (!hasMotion || !wantsMotion(*this))
+        m_turning.stop();
+    else if (!m_turning.isActive())
+        m_turning.start(kTurnInterval, this);
+}
+
+void DeploymentListView::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() != m_turning.timerId())
+        return QAbstractItemView::timerEvent(event);
+    m_turnedBy = (m_turnedBy + kTurnStep) % 360;
+    for (const QModelIndex &index : visibleRows()) {
+        const auto *shown = deployment(index);
+        if (shown && shown->state == DeploymentState::InProgress)
+            viewport()->update(m_rowView.parts(visualRect(index), *shown).icon);
+    }
+}
+
+void DeploymentListView::updateAges()
+{
+    const Instant now = m_clock->now();
+    for (const QModelIndex &index : visibleRows()) {
+        const auto *shown = deployment(index);
+        // After the clock was set back every age may be wrong.
+        if (shown && (now < m_agesShownAt || nextRelativeTimeChange(shown->updatedAt, m_agesShownAt) <= now))
+            update(index);
+    }
+    m_agesShownAt = now;
+    followTime();
+}
+
+// Mouse
+
+DeploymentListView::Target DeploymentListView::targetAt(const QPoint &point) const
+{
+    const QModelIndex index = indexAt(point);
+    const QRect frame = visualRect(index);
+    const auto *shown = deployment(index);
+    // indexAt() counts the padding below a section to its last row; here it belongs to none.
+    if (!shown || !viewport()->rect().contains(point) || !frame.contains(point))
+        return {};
+    return {index, m_rowView.parts(frame, *shown).link.contains(point)};
+}
+
+void DeploymentListView::setHovered(const Target &target)
+{
+    if (m_hovered == target)
+        return;
+    update(m_hovered.index);
+    m_hovered = target;
+    update(m_hovered.index);
+    viewport()->setCursor(target.isLink ? Qt::PointingHandCursor : Qt::ArrowCursor);
+}
+
+void DeploymentListView::setPressed(const Target &target)
+{
+    update(m_pressed.index);
+    m_pressed = target;
+    update(m_pressed.index);
+}
+
+/// Scrolling and updates move the rows below a mouse that rests.
+void DeploymentListView::updateHover()
+{
+    if (m_isShown && viewport()->underMouse())
+        setHovered(targetAt(viewport()->mapFromGlobal(QCursor::pos())));
+}
+
+void DeploymentListView::mouseMoveEvent(QMouseEvent *event)
+{
+    setHovered(targetAt(event->position().toPoint()));
+}
+
+void DeploymentListView::mousePressEvent(QMouseEvent *event)
+{
+    showsCurrentRow(false);
+    const Target target = targetAt(event->position().toPoint());
+    setHovered(target);
+    if (event->button() != Qt::LeftButton || !target.index.isValid())
+        return;
+    setCurrentIndex(target.index);
+    setPressed(target);
+}
+
+/// Treats the second press of a double click as an ordinary press.
+void DeploymentListView::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    mousePressEvent(event);
+}
+
+void DeploymentListView::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton)
+        return;
+    const Target pressed = m_pressed;
+    setPressed({});
+    const auto *shown = deployment(pressed.index);
+    if (shown && targetAt(event->position().toPoint()) == pressed)
+        m_actions->perform(pressed.isLink ? RowActionKind::OpenEnvironment : RowActionKind::OpenDetails, *shown);
+}
+
+bool DeploymentListView::viewportEvent(QEvent *event)
+{
+    if (event->type() == QEvent::ToolTip) {
+        const auto *help = static_cast<QHelpEvent *>(event);
+        showToolTip(help->pos(), help->globalPos());
+        return true;
+    }
+    if (event->type() == QEvent::Leave)
+        setHovered({});
+    return QAbstractItemView::viewportEvent(event);
+}
+
+void DeploymentListView::showToolTip(const QPoint &point, const QPoint &globalPoint)
+{
+    const Target target = targetAt(point);
+    const auto *shown = deployment(target.index);
+    if (!shown)
+        return QToolTip::hideText();
+    const QRect frame = visualRect(target.index);
+    const QRect place = target.isLink ? m_rowView.parts(frame, *shown).link : frame;
+    const QString text = target.isLink ? linkToolTip(*shown) : rowToolTip(*shown, m_clock->now());
+    QToolTip::showText(globalPoint, text, viewport(), place);
+}
+
+void DeploymentListView::contextMenuEvent(QContextMenuEvent *event)
+{
+    if (event->reason() == QContextMenuEvent::Mouse) {
+        showMenu(targetAt(event->pos()).index, event->globalPos());
+    } else if (const QModelIndex current = currentIndex(); current.isValid()) {
+        scrollTo(current);
+        showMenu(current, viewport()->mapToGlobal(visualRect(current).center()));
+    }
+    event->accept();
+}
+
+void DeploymentListView::showMenu(const QModelIndex &index, const QPoint &globalPoint)
+{
+    const auto *shown = deployment(index);
+    if (!shown)
+        return;
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    m_actions->addTo(menu, *shown);
+    menu->popup(globalPoint);
+}
+
+// Keys, focus and assistive technology
+
+/// The first row from `row` on, in steps of 1 or -1, that is no header.
+QModelIndex DeploymentListView::nearestDeployment(int row, int step) const
+{
+    while (row >= 0 && row < m_model->rowCount() && m_model->isHeader(row))
+        row += step;
+    return m_model->index(row);
+}
+
+QModelIndex DeploymentListView::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
+{
+    Q_UNUSED(modifiers)
+    const int last = m_model->rowCount() - 1;
+    const int row = currentIndex().row();
+    const int page = std::max(1, viewport()->height() / m_rowView.height() - 1);
+    const auto target = [&]() -> QModelIndex {
+        switch (row < 0 && action != MoveEnd ? MoveHome : action) {
+        case MoveDown:
+        case MoveNext:
+            return nearestDeployment(row + 1, 1);
+        case MoveUp:
+        case MovePrevious:
+            return nearestDeployment(row - 1, -1);
+        case MoveHome:
+            return nearestDeployment(0, 1);
+        case MoveEnd:
+            return nearestDeployment(last, -1);
+        case MovePageDown:
+            return nearestDeployment(std::min(last, row + page), -1);
+        case MovePageUp:
+            return nearestDeployment(std::max(0, row - page), 1);
+        default:
+            return {};
+        }
+    }();
+    return target.isValid() ? target : currentIndex();
+}
+
+void DeploymentListView::keyPressEvent(QKeyEvent *event)
+{
+    const auto *shown = deployment(currentIndex());
+    const auto modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const bool isPress = (isReturn || event->key() == Qt::Key_Space) && modifiers == Qt::NoModifier;
+    if (shown && (isPress || (isReturn && modifiers == Qt::ControlModifier))) {
+        // Holding the key down must not open the page repeatedly.
+        if (!event->isAutoRepeat())
+            m_actions->perform(isPress ? RowActionKind::OpenDetails : RowActionKind::OpenEnvironment, *shown);
+    } else if (shown && event->matches(QKeySequence::Copy)) {
+        m_actions->perform(RowActionKind::CopyCommit, *shown);
+    } else {
+        showsCurrentRow(true);
+        QAbstractItemView::keyPressEvent(event);
+    }
+}
+
+void DeploymentListView::showsCurrentRow(bool shows)
+{
+    if (m_showsCurrentRow == shows)
+        return;
+    m_showsCurrentRow = shows;
+    update(currentIndex());
+}
+
+void DeploymentListView::focusInEvent(QFocusEvent *event)
+{
+    const bool cameByKey = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    showsCurrentRow(cameByKey);
+    // With focus from the mouse or the window there is no current row yet; the first key selects the first row.
+    if (cameByKey && !currentIndex().isValid())
+        setCurrentIndex(nearestDeployment(0, 1));
+    QAbstractItemView::focusInEvent(event);
+}
+
+void DeploymentListView::keyboardSearch(const QString &search)
+{
+    const QPersistentModelIndex before = currentIndex();
+    QAbstractItemView::keyboardSearch(search);
+    // Headers are not selectable.
+    if (currentIndex().isValid() && !deployment(currentIndex()))
+        setCurrentIndex(before);
+}
+
+void DeploymentListView::currentChanged(const QModelIndex &current, const QModelIndex &previous)
+{
+    QAbstractItemView::currentChanged(current, previous);
+    if (hasFocus())
+        notifyAssistiveTechnology(this, QAccessible::Focus, current);
+}
+
+void DeploymentListView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
+{
+    QAbstractItemView::selectionChanged(selected, deselected);
+    const QModelIndexList indexes = selected.indexes();
+    for (const QModelIndex &index : indexes)
+        notifyAssistiveTechnology(this, QAccessible::Selection, index);
+}
+
+QList<AccessibleAction> DeploymentListView::accessibleActions(const QModelIndex &index)
+{
+    const auto *shown = deployment(index);
+    return shown ? m_actions->accessible(*shown) : QList<AccessibleAction>();
+}
 
 } // namespace velmora

@@ -2,29 +2,29 @@
 #pragma once
 
 #include "platform/desktop_ports.h"
+#include "presentation/deployment_sections.h"
 #include "presentation/row_presentation.h"
-#include "support/task_scope.h"
 #include "ui/accessibility/accessible_list.h"
 #include "ui/deployments/deployment_list_layout.h"
 #include "ui/deployments/deployment_row_view.h"
 #include "ui/deployments/deployment_section_view.h"
 
 #include <QBasicTimer>
-#include <QListView>
-#include <QPersistentModelIndex>
 
 namespace velmora
 {
 
+class AgeTicker;
+class DeploymentActions;
 class DeploymentListModel;
 
 /// The deployments in sections. A click on a row opens its log, a click on its link opens the environment. Return and
 /// Control+Return do the same for the current row.
 ///
-/// The cost depends on the visible rows only: positions are computed, and other rows are neither measured nor created.
-/// While the view is shown, ages are repainted when they change, and the icons of deployments in progress turn. While
-/// it is hidden, it does nothing.
-class DeploymentListView final : public QListView, public AccessibleRows
+/// The cost depends on the visible rows only: Qt's own views measure every row, here positions are computed. While the
+/// view is shown, ages are repainted when they change, and the icons of deployments in progress turn. While it is
+/// hidden, it does nothing.
+class DeploymentListView final : public QAbstractItemView, public AccessibleRows
 {
     Q_OBJECT
 
@@ -32,10 +32,9 @@ public:
     /// What the ports name outlives the view.
     explicit DeploymentListView(const DesktopPorts &ports, QWidget *parent = nullptr);
 
-    /// Shows a list that is already filtered and ordered. Selection, focus and scroll position are kept.
+    /// Shows a list that is already filtered and ordered. Selection, focus and scroll position are kept; only rows that
+    /// look different are repainted.
     void setDeployments(const QList<DeploymentSnapshot> &deployments);
-    /// Carries out an action of the context menu; a click is one of them.
-    void perform(RowActionKind action, const DeploymentSnapshot &deployment);
     [[nodiscard]] QList<AccessibleAction> accessibleActions(const QModelIndex &index) override;
     /// Whether icons are turning now.
     [[nodiscard]] bool isTurning() const { return m_turning.isActive(); }
@@ -43,17 +42,15 @@ public:
     [[nodiscard]] QRect visualRect(const QModelIndex &index) const override;
     [[nodiscard]] QModelIndex indexAt(const QPoint &point) const override;
     void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
-    void doItemsLayout() override;
+    /// setDeployments() has repainted what changed; the base would repaint everything.
+    void doItemsLayout() override { updateGeometries(); }
     void keyboardSearch(const QString &search) override;
-    void reset() override;
-    [[nodiscard]] QSize viewportSizeHint() const override;
 
 protected:
     bool viewportEvent(QEvent *event) override;
     void changeEvent(QEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
-    void dataChanged(const QModelIndex &first, const QModelIndex &last, const QList<int> &roles) override;
     void focusInEvent(QFocusEvent *event) override;
     void hideEvent(QHideEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
@@ -63,18 +60,19 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
-    void rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last) override;
-    void rowsInserted(const QModelIndex &parent, int first, int last) override;
     void scrollContentsBy(int dx, int dy) override;
     void selectionChanged(const QItemSelection &selected, const QItemSelection &deselected) override;
-    void setSelection(const QRect &rect, QItemSelectionModel::SelectionFlags command) override;
     void showEvent(QShowEvent *event) override;
     void timerEvent(QTimerEvent *event) override;
     void updateGeometries() override;
     [[nodiscard]] QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     [[nodiscard]] int horizontalOffset() const override { return 0; }
     [[nodiscard]] int verticalOffset() const override;
-    [[nodiscard]] QRegion visualRegionForSelection(const QItemSelection &selection) const override;
+    [[nodiscard]] bool isIndexHidden(const QModelIndex &) const override { return false; }
+    /// Never called: one row is selected at a time, by setCurrentIndex().
+    void setSelection(const QRect &, QItemSelectionModel::SelectionFlags) override { }
+    /// Empty, because a selection is not drawn.
+    [[nodiscard]] QRegion visualRegionForSelection(const QItemSelection &) const override { return {}; }
 
 private:
     /// The row under the mouse, or the link in that row.
@@ -84,53 +82,56 @@ private:
 
         friend bool operator==(const Target &, const Target &) = default;
     };
+    /// Everything that a visible row shows, apart from its age. Equal rows look the same.
+    struct SeenRow {
+        QRect place;
+        std::optional<DeploymentSnapshot> deployment; ///< nullopt for a header
+        DeploymentSectionKind section;
+        qsizetype count = 0; ///< of the section below a header
+        bool endsSection = false;
+
+        friend bool operator==(const SeenRow &, const SeenRow &) = default;
+    };
+
     /// A visible row, and its distance from the top of the viewport.
     struct Anchor {
         QPersistentModelIndex index;
-        int offset;
+        int distance;
     };
 
-    void beginUpdate();
-    void restoreScrolling();
-    void endUpdate();
     void adoptFont();
-    [[nodiscard]] const DeploymentListLayout &places() const;
-    [[nodiscard]] int neighbour(int row, int step) const;
-    [[nodiscard]] std::pair<int, int> visibleRows() const;
+    [[nodiscard]] const DeploymentSnapshot *deployment(const QModelIndex &index) const;
+    [[nodiscard]] QModelIndexList visibleRows() const;
+    [[nodiscard]] std::vector<SeenRow> seenRows() const;
+    [[nodiscard]] std::vector<Anchor> anchors() const;
+    void keepPlaces(const std::vector<Anchor> &anchors);
+    void repaintChanges(const std::vector<SeenRow> &before, int previousOffset);
+    [[nodiscard]] QModelIndex nearestDeployment(int row, int step) const;
     [[nodiscard]] Target targetAt(const QPoint &point) const;
     void setHovered(const Target &target);
     void setPressed(const Target &target);
-    void updateTarget(const Target &target);
     void updateHover();
     void showToolTip(const QPoint &point, const QPoint &globalPoint);
     void showMenu(const QModelIndex &index, const QPoint &globalPoint);
     [[nodiscard]] DeploymentRowView::State rowState(const QModelIndex &index) const;
-    void paintRow(QPainter *painter, int row, const QRect &exposed, Instant now);
     void showsCurrentRow(bool shows);
-
-    void updateMotion();
+    void followTime();
     void updateAges();
-    void scheduleAges();
-    [[nodiscard]] QCoro::Task<> waitForAges(std::chrono::milliseconds duration, std::stop_token stop);
 
-    DesktopPorts m_ports;
+    Clock *m_clock;
     DeploymentListModel *m_model;
+    DeploymentActions *m_actions;
+    AgeTicker *m_ages;
     DeploymentRowView m_rowView;
     DeploymentSectionView m_sectionView;
-    mutable DeploymentListLayout m_places;
-    mutable bool m_hasPlaces = false;
-    std::vector<Anchor> m_anchors;
+    DeploymentListLayout m_places;
     Target m_hovered;
     Target m_pressed;
     bool m_isShown = false;
-    bool m_isUpdating = false; ///< between updateStarted() and updateFinished() of the model
-    bool m_haveRowsMoved = false; ///< rows came, went or moved in the current update
     bool m_showsCurrentRow = false; ///< the keyboard was used last
     QBasicTimer m_turning;
     int m_turnedBy = 0;
     Instant m_agesShownAt; ///< the visible ages were painted at this time or later
-    std::optional<Instant> m_agesDueAt;
-    TaskScope m_ages;
 };
 
 } // namespace velmora

@@ -2,21 +2,12 @@
 #include "ui/settings/repositories/repository_list_model.h"
 
 #include "installations/installation_store.h"
-#include "ui/controls/sequence_diff.h"
 
 namespace velmora
 {
 
-namespace
-{
-
-/// With more edits than this a reset is cheaper.
-constexpr std::size_t kMostSteps = 64;
-
-} // namespace
-
 RepositoryListModel::RepositoryListModel(InstallationStore *installations, QObject *parent)
-    : QAbstractListModel(parent)
+    : KeyedListModel(parent)
     , m_installations(installations)
     , m_rows(found())
 {
@@ -39,7 +30,9 @@ void RepositoryListModel::setSearch(const QString &text)
     if (text == m_search.text())
         return;
     m_search = RepositorySearch(text);
-    startAnew(found());
+    beginResetModel();
+    m_rows = found();
+    endResetModel();
 }
 
 int RepositoryListModel::rowOf(const QString &nodeID) const
@@ -95,78 +88,25 @@ Qt::ItemFlags RepositoryListModel::flags(const QModelIndex &index) const
 void RepositoryListModel::followStore()
 {
     Rows next = found();
-    if (tellMoves(next))
-        tellChanges(next);
+    if (!std::ranges::equal(m_rows, next, {}, &Row::nodeID, &Row::nodeID))
+        replaceRows([&] { m_rows = std::move(next); });
     else
-        startAnew(std::move(next));
+        showChanges(next);
 }
 
-bool RepositoryListModel::tellMoves(const Rows &next)
-{
-    if (std::ranges::equal(m_rows, next, {}, &Row::nodeID, &Row::nodeID))
-        return true;
-    const auto keys = [](const Rows &rows) {
-        std::vector<QStringView> ids;
-        ids.reserve(rows.size());
-        for (const Row &row : rows)
-            ids.emplace_back(row.nodeID);
-        return ids;
-    };
-    const auto steps = sequenceDiff(keys(m_rows), keys(next));
-    if (steps.size() > kMostSteps)
-        return false;
-    for (const SequenceEdit &step : steps)
-        take(step, next);
-    return true;
-}
-
-void RepositoryListModel::take(const SequenceEdit &step, const Rows &next)
-{
-    const int at = static_cast<int>(step.at);
-    const int last = static_cast<int>(step.at + step.count - 1);
-    const auto first = m_rows.begin() + step.at;
-    switch (step.kind) {
-    case SequenceEdit::Kind::Remove:
-        beginRemoveRows({}, at, last);
-        m_rows.erase(first, first + step.count);
-        return endRemoveRows();
-    case SequenceEdit::Kind::Move: {
-        const bool isDown = step.to > step.at;
-        const auto target = m_rows.begin() + step.to;
-        beginMoveRows({}, at, at, {}, static_cast<int>(isDown ? step.to + 1 : step.to));
-        if (isDown)
-            std::rotate(first, first + 1, target + 1);
-        else
-            std::rotate(target, first, first + 1);
-        return endMoveRows();
-    }
-    case SequenceEdit::Kind::Insert:
-        beginInsertRows({}, at, last);
-        m_rows.insert(first, next.begin() + step.source, next.begin() + step.source + step.count);
-        return endInsertRows();
-    }
-}
-
-void RepositoryListModel::tellChanges(const Rows &next)
+/// Takes over rows that are in the places of the present ones.
+void RepositoryListModel::showChanges(const Rows &next)
 {
     const auto size = m_rows.size();
     for (std::size_t i = 0; i < size; ++i) {
-        if (m_rows[i] == next[i])
-            continue;
         const std::size_t first = i;
         while (i < size && m_rows[i] != next[i]) {
             m_rows[i] = next[i];
             ++i;
         }
-        Q_EMIT dataChanged(index(static_cast<int>(first)), index(static_cast<int>(i - 1)));
+        if (i > first)
+            Q_EMIT dataChanged(index(static_cast<int>(first)), index(static_cast<int>(i - 1)));
     }
-}
-
-void RepositoryListModel::startAnew(Rows next)
-{
-    beginResetModel();
-    m_rows = std::move(next);
-    endResetModel();
 }
 
 } // namespace velmora

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "presentation/repositories_presentation.h"
-
-#include <QAbstractListModel>
+#include "ui/controls/keyed_list_model.h"
 
 #include <vector>
 
@@ -11,14 +10,12 @@ namespace velmora
 {
 
 class InstallationStore;
-struct SequenceEdit;
 
 /// The repositories of the store that match a search, in the order of the store.
 ///
-/// Follows the store with row signals, so that scroll position and focus are kept. Resets itself for a new search, and
-/// for changes so large that row signals would cost more. Setting Qt::CheckStateRole asks the store to switch the
-/// repository.
-class RepositoryListModel final : public QAbstractListModel
+/// Follows the store with changes of the layout or the data, so that scroll position and focus are kept. Resets itself
+/// for a new search. Setting Qt::CheckStateRole asks the store to switch the repository.
+class RepositoryListModel final : public KeyedListModel
 {
     Q_OBJECT
 
@@ -42,6 +39,9 @@ public:
     bool setData(const QModelIndex &index, const QVariant &value, int role) override;
     [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
 
+protected:
+    [[nodiscard]] QStringView key(int row) const override { return m_rows.at(static_cast<std::size_t>(row)).nodeID; }
+
 private:
     /// The last contents of a row, to detect changes.
     struct Row {
@@ -55,11 +55,7 @@ private:
 
     [[nodiscard]] Rows found() const;
     void followStore();
-    /// Emits the row signals that lead to `next`. If there are too many edits, does nothing and returns false.
-    bool tellMoves(const Rows &next);
-    void take(const SequenceEdit &step, const Rows &next);
-    void tellChanges(const Rows &next);
-    void startAnew(Rows next);
+    void showChanges(const Rows &next);
 
     InstallationStore *m_installations;
     RepositorySearch m_search;

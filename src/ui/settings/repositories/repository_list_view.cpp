@@ -152,6 +152,8 @@ RepositoryListView::RepositoryListView(RepositoryListModel *model, QWidget *pare
     connect(model, &QAbstractItemModel::modelAboutToBeReset, this,
         [this] { m_focused = currentIndex().data(RepositoryListModel::NodeIDRole).toString(); });
     connect(model, &QAbstractItemModel::modelReset, this, &RepositoryListView::restoreFocus);
+    connect(model, &QAbstractItemModel::layoutAboutToBeChanged, this, [this] { m_focusedRow = currentIndex().row(); });
+    connect(model, &QAbstractItemModel::layoutChanged, this, &RepositoryListView::focusNeighbour);
     connect(model, &QAbstractItemModel::dataChanged, this, &RepositoryListView::announce);
 }
 
@@ -176,6 +178,13 @@ void RepositoryListView::restoreFocus()
     if (row < 0)
         return scrollToTop();
     setCurrentIndex(m_model->index(row));
+}
+
+/// Gives the focus of a row that has gone to the one in its place.
+void RepositoryListView::focusNeighbour()
+{
+    if (m_focusedRow >= 0 && !currentIndex().isValid())
+        setCurrentIndex(m_model->index(std::min(m_focusedRow, m_model->rowCount() - 1)));
 }
 
 void RepositoryListView::announce(const QModelIndex &first, const QModelIndex &last)

@@ -56,10 +56,12 @@ protected:
 private:
     void toggle(const QModelIndex &index);
     void restoreFocus();
+    void focusNeighbour();
     void announce(const QModelIndex &first, const QModelIndex &last);
 
     RepositoryListModel *m_model;
     QString m_focused; ///< the node id of the focused row, during a reset of the model
+    int m_focusedRow = -1; ///< the row with the focus, during a change of layout
 };
 
 } // namespace velmora

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "model/deployment_snapshot.h"
+#include "presentation/row_presentation.h"
+#include "ui/accessibility/accessible_list.h"
+
+#include <QObject>
+
+class QMenu;
+
+namespace velmora
+{
+
+class Pasteboard;
+class URLOpener;
+
+/// Opens and copies what belongs to a deployment, for clicks, keys, the context menu and assistive technology.
+class DeploymentActions final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The ports are not owned and outlive the object.
+    DeploymentActions(URLOpener *urlOpener, Pasteboard *pasteboard, QObject *parent = nullptr);
+
+    /// Does nothing if the deployment has no such address.
+    void perform(RowActionKind action, const DeploymentSnapshot &deployment);
+    /// Adds an entry for each action. The entries keep the deployment, since its row may go while the menu is open.
+    void addTo(QMenu *menu, const DeploymentSnapshot &deployment);
+    /// The same actions; they run after the call that starts them has returned, which must not wait for a browser.
+    [[nodiscard]] QList<AccessibleAction> accessible(const DeploymentSnapshot &deployment);
+
+private:
+    URLOpener *m_urlOpener;
+    Pasteboard *m_pasteboard;
+};
+
+} // namespace velmora
