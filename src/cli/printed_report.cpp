@@ -3,7 +3,7 @@
 
 #include "cli/plain_text.h"
 #include "model/deployment_snapshot_coding.h"
-#include "monitor/presentation.h"
+#include "monitor/deployment_monitor_state.h"
 
 namespace velmora
 {

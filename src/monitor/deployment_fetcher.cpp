@@ -4,6 +4,8 @@
 #include "accounts/account_stop.h"
 #include "accounts/authorized_requests.h"
 #include "github/pausing_session.h"
+#include "installations/installation_store.h"
+#include "monitor/deployment_list.h"
 #include "monitor/fetch_outcomes.h"
 #include "support/error.h"
 
@@ -12,7 +14,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <optional>
 
 namespace velmora
 {
@@ -22,30 +23,18 @@ namespace
 
 Q_LOGGING_CATEGORY(monitorLog, "velmora.monitor", QtWarningMsg)
 
-/// How the fetch for one identity ended: with a result or a failure.
-struct IdentityOutcome {
-    std::optional<DeploymentFetchResult> result;
-    std::exception_ptr failure;
-};
-
 /// Ends with a cancellation as soon as the account is removed.
-QCoro::Task<IdentityOutcome> fetchForIdentity(GitHubClient client, AuthenticationStore *authentication,
+QCoro::Task<DeploymentFetchResult> fetchForIdentity(GitHubClient client, AuthenticationStore *authentication,
     qint64 identityID, QList<RepositoryRecord> repositories, std::stop_token stop)
 {
-    IdentityOutcome outcome;
     const AccountStop whileListed(authentication, identityID, stop);
     const std::stop_token requestStop = whileListed.token();
     AuthorizedRequests requests(authentication->promptCredentials(), identityID, stop);
     const std::function<QCoro::Task<DeploymentFetchResult>(QString)> fetch = [=](const QString &accessToken) {
         return client.fetchDeployments(repositories, accessToken, requestStop);
     };
-    try {
-        auto result = co_await requests.send(fetch);
-        outcome.result = std::move(result);
-    } catch (...) {
-        outcome.failure = std::current_exception();
-    }
-    co_return outcome;
+    auto result = co_await requests.send(fetch);
+    co_return result;
 }
 
 } // namespace
@@ -73,27 +62,65 @@ QCoro::Task<FetchedDeployments> DeploymentFetcher::fetch(
         if (own.isEmpty() || !context.listedIdentities().contains(identityID) || m_outcomes->pausedUntil(identityID))
             continue;
         const auto client = clientOfIdentity(m_client, m_rateLimits, identityID);
-        auto outcome = co_await fetchForIdentity(client, context.authentication, identityID, own, stop);
+        DeploymentFetchResult result;
+        std::exception_ptr failure;
+        try {
+            result = co_await fetchForIdentity(client, context.authentication, identityID, own, stop);
+        } catch (...) {
+            failure = std::current_exception();
+        }
         if (!self)
             co_return fetched;
         if (!context.listedIdentities().contains(identityID))
             continue;
-        if (outcome.result) {
-            m_outcomes->recordAnswer(identityID, own, *outcome.result, scope);
-            fetched.add(identityID, own, std::move(*outcome.result));
+        if (failure) {
+            qCInfo(monitorLog).noquote() << "Identity" << identityID << "failed:" << describe(failure);
+            m_outcomes->recordFailure(identityID, failure, context.authentication->explain(identityID, failure));
+            fetched.hasBrokenOff = fetched.hasBrokenOff || m_outcomes->isBrokenOff(failure);
         } else {
-            recordFailure(context, identityID, outcome.failure, fetched);
+            m_outcomes->recordAnswer(identityID, own, result, scope);
+            fetched.add(identityID, own, std::move(result));
         }
     }
     co_return fetched;
 }
 
-void DeploymentFetcher::recordFailure(
-    const RefreshContext &context, qint64 identityID, const std::exception_ptr &failure, FetchedDeployments &fetched)
+void FetchedDeployments::add(qint64 identityID, const QList<RepositoryRecord> &asked, DeploymentFetchResult &&result)
 {
-    qCInfo(monitorLog).noquote() << "Identity" << identityID << "failed:" << describe(failure);
-    m_outcomes->recordFailure(identityID, failure, context.authentication->explain(identityID, failure));
-    fetched.hasBrokenOff = fetched.hasBrokenOff || m_outcomes->isBrokenOff(failure);
+    succeeded.insert(identityID);
+    for (const auto &deployment : std::as_const(result.deployments))
+        owners.insert(deployment.repositoryNodeID, identityID);
+    QSet<QString> withoutAnswer;
+    for (const auto &repository : std::as_const(result.unanswered))
+        withoutAnswer.insert(repository.nodeID);
+    for (const RepositoryRecord &record : asked)
+        (withoutAnswer.contains(record.id()) ? unanswered : repositories).append(record);
+    // Most users have one identity: its list is moved, not copied.
+    if (deployments.isEmpty())
+        deployments = std::move(result.deployments);
+    else
+        deployments += std::move(result.deployments);
+}
+
+void FetchedDeployments::dropUnmonitored(const RefreshContext &context)
+{
+    const auto listed = context.listedIdentities();
+    succeeded &= listed;
+    QSet<QString> monitored;
+    for (const auto &record : context.installations->monitoredRepositories()) {
+        if (listed.contains(record.identityID))
+            monitored.insert(record.id());
+    }
+    const auto isMonitored = [&](const RepositoryRecord &record) {
+        return monitored.contains(record.id());
+    };
+    const auto firstDropped = std::stable_partition(repositories.begin(), repositories.end(), isMonitored);
+    if (firstDropped == repositories.end())
+        return;
+    unmonitored = QList<RepositoryRecord>(firstDropped, repositories.end());
+    repositories.erase(firstDropped, repositories.end());
+    const RepositoryIndex index(unmonitored);
+    deployments.removeIf([&](const DeploymentSnapshot &deployment) { return index.find(deployment) != nullptr; });
 }
 
 QList<RepositoryRecord> ofIdentities(const QList<RepositoryRecord> &repositories, const QSet<qint64> &identities)

@@ -3,11 +3,13 @@
 
 #include "github/github_client.h"
 #include "github/rate_limit_ledger.h"
-#include "monitor/fetched_deployments.h"
 #include "monitor/refresh_context.h"
 
 #include <QCoroTask>
+#include <QHash>
+#include <QList>
 #include <QObject>
+#include <QSet>
 
 #include <memory>
 #include <stop_token>
@@ -16,6 +18,24 @@ namespace velmora
 {
 
 class FetchOutcomes;
+
+/// What a fetch brought.
+struct FetchedDeployments {
+    RefreshScope scope = RefreshScope::All;
+    QSet<qint64> succeeded; ///< the identities whose answer came, or that had nothing to ask for
+    QList<RepositoryRecord> repositories; ///< of those identities, and answered
+    QList<RepositoryRecord> unmonitored; ///< answered, but no longer monitored when the fetch ended
+    QList<RepositoryRecord> unanswered; ///< of those identities, but GitHub gave a reason instead of an answer
+    QList<DeploymentSnapshot> deployments; ///< of `repositories`
+    QHash<QString, qint64> owners; ///< the identity through which a repository was fetched, by node id
+    bool hasBrokenOff = false; ///< the machine fell asleep over a request, which is to be made again
+
+    /// Adds the answer to one identity.
+    void add(qint64 identityID, const QList<RepositoryRecord> &asked, DeploymentFetchResult &&result);
+
+    /// Takes out what is no longer monitored, or whose account is no longer listed. It is not to be shown or announced.
+    void dropUnmonitored(const RefreshContext &context);
+};
 
 /// Fetches the deployments of repositories, one identity after the other, and records how that went for each.
 class DeploymentFetcher final : public QObject
@@ -33,9 +53,6 @@ public:
         QList<RepositoryRecord> repositories, RefreshContext context, RefreshScope scope, std::stop_token stop);
 
 private:
-    void recordFailure(const RefreshContext &context, qint64 identityID, const std::exception_ptr &failure,
-        FetchedDeployments &fetched);
-
     GitHubClient m_client;
     std::shared_ptr<RateLimitLedger> m_rateLimits;
     FetchOutcomes *m_outcomes;

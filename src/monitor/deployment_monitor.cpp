@@ -16,6 +16,16 @@ namespace
 
 Q_LOGGING_CATEGORY(monitorLog, "velmora.monitor", QtWarningMsg)
 
+/// Awaits the task, and logs its failure after `what`.
+QCoro::Task<> logged(const char *what, QCoro::Task<> task)
+{
+    try {
+        co_await task;
+    } catch (...) {
+        qCWarning(monitorLog).noquote() << what << describe(std::current_exception());
+    }
+}
+
 } // namespace
 
 DeploymentMonitor::DeploymentMonitor(GitHubClient client, Services services, QObject *parent)
@@ -35,8 +45,6 @@ DeploymentMonitor::DeploymentMonitor(GitHubClient client, Services services, QOb
     connect(m_defaults, &Preferences::failureChanged, this, &DeploymentMonitor::changed);
 }
 
-DeploymentMonitor::~DeploymentMonitor() = default;
-
 DeploymentMonitorPresentation DeploymentMonitor::presentation() const
 {
     return velmora::presentation(state(), deployments());
@@ -53,13 +61,16 @@ void DeploymentMonitor::start(
     AuthenticationStore *authentication, InstallationStore *installations, FirstTick firstTick)
 {
     followSessions(authentication, installations);
-    const PollingLoop::Work beforeTicks = [this, authentication] {
-        return prepare(authentication);
+    const Work prepare = [this, authentication] {
+        const Work work = [this, authentication] {
+            return showWhetherConnected(authentication);
+        };
+        return logged("The start of polling failed:", inTurn(Turn::Awaited, work));
     };
-    const PollingLoop::Work eachTick = [this, authentication, installations] {
-        return tickSafely(authentication, installations);
+    const Work eachTick = [this, authentication, installations] {
+        return logged("A tick failed:", tick(authentication, installations, now()));
     };
-    m_loop.start(firstTick, beforeTicks, eachTick);
+    m_loop.start(firstTick, prepare, eachTick);
 }
 
 void DeploymentMonitor::followSessions(AuthenticationStore *authentication, InstallationStore *installations)
@@ -81,65 +92,31 @@ void DeploymentMonitor::followSessions(AuthenticationStore *authentication, Inst
 }
 
 /// Shows what is known before GitHub is asked.
-QCoro::Task<> DeploymentMonitor::prepare(AuthenticationStore *authentication)
+QCoro::Task<> DeploymentMonitor::showWhetherConnected(const AuthenticationStore *authentication)
+{
+    if (authentication->sessions().isEmpty())
+        co_await m_refresher.disconnect(MissingStep::Account);
+}
+
+/// Loads the cache and does the work, unless the operation gets no turn.
+QCoro::Task<> DeploymentMonitor::inTurn(Turn turn, Work work)
 {
     const QPointer<DeploymentMonitor> self(this);
-    try {
-        const auto held = co_await turn();
-        if (self && authentication->sessions().isEmpty())
-            co_await m_refresher.disconnect(MissingStep::Account);
-    } catch (...) {
-        qCWarning(monitorLog).noquote() << "The start of polling failed:" << describe(std::current_exception());
+    auto lock = m_turn.tryLock();
+    if (!lock && turn != Turn::IfFree) {
+        auto awaited = co_await m_turn.lock();
+        lock = std::move(awaited);
     }
-}
-
-/// A tick of the loop, which goes on after a failure.
-QCoro::Task<> DeploymentMonitor::tickSafely(AuthenticationStore *authentication, InstallationStore *installations)
-{
-    const QPointer<DeploymentMonitor> self(this);
-    try {
-        co_await tick(authentication, installations, now());
-    } catch (...) {
-        if (!self)
-            co_return;
-        qCWarning(monitorLog).noquote() << "A tick failed:" << describe(std::current_exception());
-        m_refresher.endRefreshing();
-    }
-}
-
-/// Waits until no other operation is under way, and loads the cache. The caller checks that the monitor still lives.
-QCoro::Task<DeploymentMonitor::Turn> DeploymentMonitor::turn()
-{
-    const QPointer<DeploymentMonitor> self(this);
-    Turn held = co_await m_turn.lock();
-    if (self)
-        co_await m_refresher.loadSaved();
-    co_return held;
-}
-
-/// As turn(), but nothing when ticks are on hold by then.
-QCoro::Task<DeploymentMonitor::Turn> DeploymentMonitor::turnUnlessHeld()
-{
-    const QPointer<DeploymentMonitor> self(this);
-    Turn held = co_await m_turn.lock();
-    if (!self || m_loop.isHeld())
-        co_return std::nullopt;
+    if (!self || !lock || (turn == Turn::AwaitedUnlessHeld && m_loop.isHeld()))
+        co_return;
     co_await m_refresher.loadSaved();
-    co_return held;
-}
-
-/// As turn(), but nothing, without waiting, when another operation is under way.
-QCoro::Task<DeploymentMonitor::Turn> DeploymentMonitor::turnIfFree()
-{
-    Turn held = m_turn.tryLock();
-    if (held)
-        co_await m_refresher.loadSaved();
-    co_return held;
+    if (self && work)
+        co_await work();
 }
 
 QCoro::Task<> DeploymentMonitor::loadCache()
 {
-    co_await turn();
+    return inTurn(Turn::Awaited, nullptr);
 }
 
 QCoro::Task<> DeploymentMonitor::tick(
@@ -147,11 +124,16 @@ QCoro::Task<> DeploymentMonitor::tick(
 {
     if (m_loop.isHeld())
         co_return;
-    const QPointer<DeploymentMonitor> self(this);
-    const auto held = co_await turnIfFree();
-    if (!self || !held)
-        co_return;
     const RefreshContext context{authentication, installations, now};
+    const Work work = [this, context] {
+        return refreshDueAndSaveAgain(context);
+    };
+    co_await inTurn(Turn::IfFree, work);
+}
+
+QCoro::Task<> DeploymentMonitor::refreshDueAndSaveAgain(RefreshContext context)
+{
+    const QPointer<DeploymentMonitor> self(this);
     co_await m_refresher.refreshDue(context);
     if (self)
         co_await m_saved.saveAgain(deployments());
@@ -160,60 +142,45 @@ QCoro::Task<> DeploymentMonitor::tick(
 QCoro::Task<> DeploymentMonitor::refreshAll(
     AuthenticationStore *authentication, InstallationStore *installations, Instant now)
 {
-    const QPointer<DeploymentMonitor> self(this);
-    const auto held = co_await turn();
     const RefreshContext context{authentication, installations, now};
-    if (self)
-        co_await m_refresher.refreshAll(context);
+    return inTurn(Turn::Awaited, [this, context] { return m_refresher.refreshAll(context); });
 }
 
 QCoro::Task<> DeploymentMonitor::refreshActive(
     AuthenticationStore *authentication, InstallationStore *installations, Instant now)
 {
-    const QPointer<DeploymentMonitor> self(this);
-    const auto held = co_await turnIfFree();
     const RefreshContext context{authentication, installations, now};
-    if (self && held)
-        co_await m_refresher.refreshActive(context, m_outcomes.askable(context.listedIdentities()));
+    return inTurn(Turn::IfFree,
+        [this, context] { return m_refresher.refreshActive(context, m_outcomes.askable(context.listedIdentities())); });
 }
 
 QCoro::Task<> DeploymentMonitor::retryNow(
     AuthenticationStore *authentication, InstallationStore *installations, Instant now)
 {
     m_outcomes.retryAllNow();
-    co_await tick(authentication, installations, now);
+    return tick(authentication, installations, now);
 }
 
 /// Like a tick, but one that waits for its turn: a user who has just connected an account looks at the window.
 QCoro::Task<> DeploymentMonitor::pollInTurn(AuthenticationStore *authentication, InstallationStore *installations)
 {
-    const QPointer<DeploymentMonitor> self(this);
-    const auto held = co_await turnUnlessHeld();
-    if (!self || !held)
-        co_return;
-    const RefreshContext context{authentication, installations, now()};
-    co_await m_refresher.refreshDue(context);
+    return inTurn(Turn::AwaitedUnlessHeld, [this, authentication, installations] {
+        return m_refresher.refreshDue({authentication, installations, now()});
+    });
 }
 
 QCoro::Task<> DeploymentMonitor::refreshExpected(AuthenticationStore *authentication, InstallationStore *installations)
 {
-    const QPointer<DeploymentMonitor> self(this);
-    const Instant askedAt = now();
-    const auto held = co_await turnUnlessHeld();
-    if (!self || !held)
-        co_return;
-    const RefreshContext context{authentication, installations, now()};
-    co_await m_refresher.refreshExpected(context, askedAt);
+    return inTurn(Turn::AwaitedUnlessHeld, [this, authentication, installations, askedAt = now()] {
+        return m_refresher.refreshExpected({authentication, installations, now()}, askedAt);
+    });
 }
 
 QCoro::Task<> DeploymentMonitor::forgetRemoved(
     AuthenticationStore *authentication, InstallationStore *installations, Instant now)
 {
-    const QPointer<DeploymentMonitor> self(this);
-    const auto held = co_await turn();
     const RefreshContext context{authentication, installations, now};
-    if (self)
-        co_await m_refresher.forgetRemoved(context);
+    return inTurn(Turn::Awaited, [this, context] { return m_refresher.forgetRemoved(context); });
 }
 
 QCoro::Task<> DeploymentMonitor::processNotifications(

@@ -7,7 +7,6 @@
 #include "monitor/fetch_outcomes.h"
 #include "monitor/identity_follower.h"
 #include "monitor/polling_loop.h"
-#include "monitor/presentation.h"
 #include "monitor/saved_deployments.h"
 #include "monitor/shown_deployments.h"
 #include "support/async_mutex.h"
@@ -44,7 +43,6 @@ public:
     };
 
     DeploymentMonitor(GitHubClient client, Services services, QObject *parent = nullptr);
-    ~DeploymentMonitor() override;
 
     /// The deployments on show: unique, filtered, active ones first, newest first.
     [[nodiscard]] const QList<DeploymentSnapshot> &deployments() const { return m_shown.deployments(); }
@@ -109,7 +107,7 @@ public:
     [[nodiscard]] QCoro::Task<> loadCache();
 
     /// Has announced what became of the deployments between two lists, each result once; waits for none of it. The
-    /// first call only takes note of what is there, but for the ends of what was under way in `previous`. A repeated id
+    /// first call only records what is there, but for the ends of what was under way in `previous`. A repeated id
     /// in `previous` is a fatal error.
     [[nodiscard]] QCoro::Task<> processNotifications(
         QList<DeploymentSnapshot> previous, QList<DeploymentSnapshot> updated);
@@ -119,16 +117,19 @@ Q_SIGNALS:
     void changed();
 
 private:
-    using Turn = std::optional<AsyncMutex::Lock>;
+    /// How an operation gets the turn to refresh, which one at a time has.
+    enum class Turn {
+        Awaited, ///< it waits for the others
+        AwaitedUnlessHeld, ///< it waits, and does nothing when ticks are on hold by then
+        IfFree, ///< it does nothing while another one has the turn
+    };
+    using Work = std::function<QCoro::Task<>()>;
 
     void followSessions(AuthenticationStore *authentication, InstallationStore *installations);
-    QCoro::Task<> prepare(AuthenticationStore *authentication);
-    QCoro::Task<> tickSafely(AuthenticationStore *authentication, InstallationStore *installations);
+    QCoro::Task<> inTurn(Turn turn, Work work);
+    QCoro::Task<> showWhetherConnected(const AuthenticationStore *authentication);
+    QCoro::Task<> refreshDueAndSaveAgain(RefreshContext context);
     QCoro::Task<> pollInTurn(AuthenticationStore *authentication, InstallationStore *installations);
-
-    QCoro::Task<Turn> turn();
-    QCoro::Task<Turn> turnUnlessHeld();
-    QCoro::Task<Turn> turnIfFree();
     [[nodiscard]] Instant now() const { return m_clock->now(); }
 
     Preferences *m_defaults;

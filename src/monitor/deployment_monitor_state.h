@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "support/instant.h"
+#include "model/deployment_snapshot.h"
 
+#include <QList>
 #include <QString>
 
 #include <optional>
@@ -63,5 +64,23 @@ struct DeploymentMonitorState {
 
 /// The step's name: "account", "installation", "access" or "selection".
 [[nodiscard]] QString rawValue(MissingStep step);
+
+/// The monitor's state in one value, from which the tray item and the terminal's first line are made.
+struct DeploymentMonitorPresentation {
+    DeploymentMonitorState::Case state = DeploymentMonitorState::Case::Loading;
+    /// Of Ready: listed deployments that are under way, and that failed. Else 0.
+    qsizetype activeCount = 0;
+    qsizetype failedCount = 0;
+
+    /// The name of the symbol.
+    [[nodiscard]] QString symbol() const;
+    /// The number of active deployments where there is one, else the name of the application.
+    [[nodiscard]] QString title() const;
+
+    friend bool operator==(const DeploymentMonitorPresentation &, const DeploymentMonitorPresentation &) = default;
+};
+
+[[nodiscard]] DeploymentMonitorPresentation presentation(
+    const DeploymentMonitorState &state, const QList<DeploymentSnapshot> &deployments);
 
 } // namespace velmora

@@ -36,7 +36,7 @@ QList<DeploymentSnapshot> DeploymentNews::comparable(const QList<DeploymentSnaps
 void DeploymentNews::recordFetch(const RefreshContext &context, const QList<RepositoryRecord> &fetched,
     const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
 {
-    const auto newcomers = m_liveRepositories.add(fetched);
+    const auto newcomers = addAnswered(fetched);
     forgetUnmonitored(context);
     if (newcomers.isEmpty() || !m_announcer.hasCompletedLiveRefresh())
         return;
@@ -44,12 +44,29 @@ void DeploymentNews::recordFetch(const RefreshContext &context, const QList<Repo
     QList<DeploymentSnapshot> history;
     std::ranges::copy_if(updated, std::back_inserter(history),
         [&](const DeploymentSnapshot &deployment) { return index.find(deployment) != nullptr; });
-    m_announcer.takeNote(previous, history);
+    m_announcer.recordHistory(previous, history);
+}
+
+/// Returns the repositories that were answered for the first time.
+QList<RepositoryRecord> DeploymentNews::addAnswered(const QList<RepositoryRecord> &fetched)
+{
+    QList<RepositoryRecord> newcomers;
+    for (const RepositoryRecord &record : fetched) {
+        if (!m_answered.contains(record.id()))
+            newcomers.append(record);
+        m_answered.insert(record.id(), record.identityID);
+    }
+    return newcomers;
 }
 
 void DeploymentNews::forgetUnmonitored(const RefreshContext &context)
 {
-    m_liveRepositories.retain(context.installations->monitoredRepositories(), context.unloadedIdentities());
+    const auto unloaded = context.unloadedIdentities();
+    QSet<QString> monitored;
+    for (const RepositoryRecord &record : context.installations->monitoredRepositories())
+        monitored.insert(record.id());
+    m_answered.removeIf(
+        [&](const auto &entry) { return !monitored.contains(entry.key()) && !unloaded.contains(entry.value()); });
 }
 
 } // namespace velmora

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "monitor/live_repositories.h"
+#include "github/repository_record.h"
 #include "monitor/refresh_context.h"
 #include "monitor/result_announcer.h"
+
+#include <QHash>
 
 namespace velmora
 {
@@ -11,7 +13,7 @@ namespace velmora
 /// Tells news from history after a refresh, and has the news announced.
 ///
 /// News is what happens while Velmora looks, and the end of a deployment that the list held as under way. The first
-/// answer for a repository is otherwise history, which is noted and not announced.
+/// answer for a repository is otherwise history, which is recorded and not announced.
 class DeploymentNews
 {
 public:
@@ -26,7 +28,7 @@ public:
     /// does not hand over.
     [[nodiscard]] QList<DeploymentSnapshot> comparable(const QList<DeploymentSnapshot> &shown) const;
 
-    /// `fetched` were answered. Notes the history of those that were answered for the first time.
+    /// `fetched` were answered. Records the history of those that were answered for the first time.
     void recordFetch(const RefreshContext &context, const QList<RepositoryRecord> &fetched,
         const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated);
     /// See ResultAnnouncer::process().
@@ -35,12 +37,16 @@ public:
         m_announcer.process(previous, updated);
     }
 
-    /// What is not monitored any more brings a history along when it is monitored again.
+    /// Forgets the repositories that are not monitored any more: what happens until they are monitored again is history
+    /// by then. Those of unloaded identities stay, since which of them are monitored is not known.
     void forgetUnmonitored(const RefreshContext &context);
-    void forgetAll() { m_liveRepositories = LiveRepositories(); }
+    void forgetAll() { m_answered.clear(); }
 
 private:
-    LiveRepositories m_liveRepositories;
+    QList<RepositoryRecord> addAnswered(const QList<RepositoryRecord> &fetched);
+
+    /// The repositories that were answered in this run: the identity that asked, by the id of the repository.
+    QHash<QString, qint64> m_answered;
     bool m_isHandedOver = false;
     ResultAnnouncer m_announcer;
 };

@@ -19,6 +19,7 @@ namespace velmora
 DeploymentRefresher::DeploymentRefresher(const Parts &parts, QObject *parent)
     : QObject(parent)
     , m_parts(parts)
+    , m_requests(std::make_shared<char>())
 {
 }
 
@@ -72,7 +73,8 @@ PollingSituation DeploymentRefresher::situation(const RefreshContext &context, c
         if (loadedAt && (!situation.installationsLoadedAt || *loadedAt < *situation.installationsLoadedAt))
             situation.installationsLoadedAt = loadedAt;
     }
-    situation.lastRefreshedAt = context.hasNothingToMonitor() ? m_foundNothingAt : m_parts.shown->lastRefreshedAt();
+    situation.deploymentsRefreshedAt
+        = context.hasNothingToMonitor() ? m_foundNothingAt : m_parts.shown->lastRefreshedAt();
     situation.hasActiveDeployment = m_parts.shown->hasActiveDeployment();
     return situation;
 }
@@ -115,8 +117,6 @@ QCoro::Task<> DeploymentRefresher::refreshExpected(RefreshContext context, Insta
         co_return;
     context.now = m_parts.clock->now();
     co_await refreshDue(context);
-    if (self)
-        m_isRefreshing = false;
 }
 
 QCoro::Task<> DeploymentRefresher::refreshInstallations(RefreshContext context, QSet<qint64> asked)
@@ -129,7 +129,7 @@ QCoro::Task<> DeploymentRefresher::refreshInstallations(RefreshContext context, 
     // known already changes nothing on show.
     if (m_parts.shown->isDisconnected() && asked.intersects(context.unloadedIdentities()))
         m_parts.shown->showLoading();
-    m_isRefreshing = true;
+    const auto underWay = m_requests;
     co_await context.installations->refreshIdentities(context.authentication, asked, stop);
     if (self)
         m_parts.outcomes->recordInstallationFailures(context.installations->failures(), asked);
@@ -153,7 +153,7 @@ QCoro::Task<> DeploymentRefresher::refreshIdentities(RefreshContext context, Ref
     if (!repositories.isEmpty()) {
         if (m_parts.shown->isDisconnected())
             m_parts.shown->showLoading();
-        m_isRefreshing = true;
+        const auto underWay = m_requests;
         fetched = co_await m_parts.fetcher->fetch(repositories, context, scope, m_scope.stopToken());
         if (!self)
             co_return;
@@ -180,7 +180,6 @@ QCoro::Task<> DeploymentRefresher::finish(RefreshContext context, FetchedDeploym
     const auto answered = fetched.repositories;
     const auto previous = m_parts.news->comparable(m_parts.shown->deployments());
     m_parts.shown->showFetched(std::move(fetched), context);
-    m_isRefreshing = false;
     if (!hasSucceeded)
         co_return;
 
@@ -216,7 +215,6 @@ QCoro::Task<> DeploymentRefresher::dropUnreachable(RefreshContext context)
 {
     const auto before = m_parts.shown->deployments();
     m_parts.shown->dropUnreachable(context);
-    m_isRefreshing = false;
     if (m_parts.shown->deployments() != before)
         co_await m_parts.saved->save(m_parts.shown->deployments());
 }
@@ -227,7 +225,6 @@ QCoro::Task<> DeploymentRefresher::disconnect(MissingStep missing)
     m_parts.news->forgetAll();
     const bool hadDeployments = !m_parts.shown->deployments().isEmpty();
     m_parts.shown->showDisconnected(missing);
-    m_isRefreshing = false;
     if (hadDeployments)
         co_await m_parts.saved->save(m_parts.shown->deployments());
 }

@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QSet>
 
+#include <memory>
 #include <optional>
 
 namespace velmora
@@ -44,9 +45,7 @@ public:
     explicit DeploymentRefresher(const Parts &parts, QObject *parent = nullptr);
 
     /// Whether requests are under way.
-    [[nodiscard]] bool isRefreshing() const { return m_isRefreshing; }
-    /// For a caller whose operation was ended by an exception.
-    void endRefreshing() { m_isRefreshing = false; }
+    [[nodiscard]] bool isRefreshing() const { return m_requests.use_count() > 1; }
 
     /// Shows the saved list; does nothing after the first time. Comes before every other operation.
     [[nodiscard]] QCoro::Task<> loadSaved();
@@ -73,7 +72,7 @@ private:
     [[nodiscard]] PollingSituation situation(const RefreshContext &context, const QSet<qint64> &askable) const;
 
     Parts m_parts;
-    bool m_isRefreshing = false;
+    std::shared_ptr<void> m_requests; ///< whatever sends requests holds a copy until they have ended
     std::optional<Instant> m_foundNothingAt; ///< when it was last found that there is nothing to monitor
     TaskScope m_scope;
 };

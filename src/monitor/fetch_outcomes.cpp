@@ -69,7 +69,7 @@ void FetchOutcomes::recordAnswer(
     qint64 identityID, const QList<RepositoryRecord> &asked, const DeploymentFetchResult &result, RefreshScope scope)
 {
     m_health.clearFailure(identityID);
-    m_unanswered.note(asked, result.unanswered);
+    m_unanswered.record(asked, result.unanswered);
     if (scope != RefreshScope::Active)
         m_fullCosts.insert(identityID, result.rateLimit.cost);
     const auto nextCost = std::max(result.rateLimit.cost, m_fullCosts.value(identityID));

@@ -2,6 +2,7 @@
 #include "monitor/identity_follower.h"
 
 #include "accounts/authentication_store.h"
+#include "monitor/refresh_context.h"
 
 #include <utility>
 
@@ -10,14 +11,6 @@ namespace velmora
 
 namespace
 {
-
-QSet<qint64> listedIdentities(const AuthenticationStore &authentication)
-{
-    QSet<qint64> listed;
-    for (const auto &session : authentication.sessions())
-        listed.insert(session.id());
-    return listed;
-}
 
 QSet<qint64> connectedIdentities(const AuthenticationStore &authentication)
 {
@@ -40,10 +33,10 @@ void IdentityFollower::follow(const AuthenticationStore *authentication)
 {
     m_authentication = authentication;
     m_listed = listedIdentities(*authentication);
-    connect(authentication, &AuthenticationStore::sessionsChanged, this, &IdentityFollower::compare);
+    connect(authentication, &AuthenticationStore::sessionsChanged, this, &IdentityFollower::onSessionsChanged);
 }
 
-void IdentityFollower::compare()
+void IdentityFollower::onSessionsChanged()
 {
     const auto connected = connectedIdentities(*m_authentication);
     const auto listed = listedIdentities(*m_authentication);

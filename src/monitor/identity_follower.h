@@ -32,7 +32,7 @@ Q_SIGNALS:
     void joined();
 
 private:
-    void compare();
+    void onSessionsChanged();
 
     const AuthenticationStore *m_authentication = nullptr;
     QSet<qint64> m_listed; ///< when the sessions last changed

@@ -16,25 +16,23 @@ PollingLoop::PollingLoop(Clock *clock, QObject *parent)
 
 void PollingLoop::start(FirstTick firstTick, Work prepare, Work tick)
 {
-    m_prepare = std::move(prepare);
-    m_tick = std::move(tick);
-    m_scope.launch(run(firstTick), "Polling deployments");
+    m_scope.launch(run(firstTick, std::move(prepare), std::move(tick)), "Polling deployments");
 }
 
-QCoro::Task<> PollingLoop::run(FirstTick firstTick)
+QCoro::Task<> PollingLoop::run(FirstTick firstTick, Work prepare, Work tick)
 {
     const QPointer<PollingLoop> self(this);
     const std::stop_token stop = m_scope.stopToken();
     Clock *const clock = m_clock;
-    co_await m_prepare();
+    co_await prepare();
     if (!self)
         co_return;
     if (firstTick == FirstTick::AtOnce)
-        co_await m_tick();
+        co_await tick();
     while (self) {
         co_await clock->sleep(kTickInterval, stop);
         if (self)
-            co_await m_tick();
+            co_await tick();
     }
 }
 

@@ -40,11 +40,9 @@ public:
     [[nodiscard]] bool isHeld() const { return m_isHeld; }
 
 private:
-    QCoro::Task<> run(FirstTick firstTick);
+    QCoro::Task<> run(FirstTick firstTick, Work prepare, Work tick);
 
     Clock *m_clock;
-    Work m_prepare;
-    Work m_tick;
     bool m_isHeld = false;
     TaskScope m_scope;
 };

@@ -23,7 +23,7 @@ PollingDecision decide(const PollingSituation &situation, Instant now)
 {
     if (isDue(situation.installationsLoadedAt, kInstallationsInterval, now))
         return PollingDecision::InstallationsAndAllDeployments;
-    if (isDue(situation.lastRefreshedAt, kDeploymentsInterval, now))
+    if (isDue(situation.deploymentsRefreshedAt, kDeploymentsInterval, now))
         return PollingDecision::AllDeployments;
     return situation.hasActiveDeployment ? PollingDecision::ActiveDeployments : PollingDecision::Nothing;
 }

@@ -24,7 +24,8 @@ struct PollingSituation {
     /// The earliest time at which installations of an identity that may be asked were loaded; absent while none are
     /// known.
     std::optional<Instant> installationsLoadedAt;
-    std::optional<Instant> lastRefreshedAt; ///< all deployments
+    /// When all deployments were last fetched, or while there is nothing to monitor, when that was last found.
+    std::optional<Instant> deploymentsRefreshedAt;
     bool hasActiveDeployment = false;
 };
 

@@ -8,12 +8,17 @@
 namespace velmora
 {
 
-QSet<qint64> RefreshContext::listedIdentities() const
+QSet<qint64> listedIdentities(const AuthenticationStore &authentication)
 {
     QSet<qint64> result;
-    for (const auto &session : authentication->sessions())
+    for (const auto &session : authentication.sessions())
         result.insert(session.id());
     return result;
+}
+
+QSet<qint64> RefreshContext::listedIdentities() const
+{
+    return velmora::listedIdentities(*authentication);
 }
 
 QSet<qint64> RefreshContext::unloadedIdentities() const

@@ -14,6 +14,9 @@ namespace velmora
 class AuthenticationStore;
 class InstallationStore;
 
+/// The identities that have a session.
+[[nodiscard]] QSet<qint64> listedIdentities(const AuthenticationStore &authentication);
+
 /// Which repositories a refresh asks for.
 enum class RefreshScope {
     All, ///< every monitored repository of every identity that may be asked

@@ -71,14 +71,14 @@ void RememberedResults::keep(const Changes &changes)
     ListChanges lists;
     if (m_day.isEmpty())
         lists = {{kFailuresKey, {}}, {kSuccessesKey, {}}};
-    for (const DeploymentSnapshot &result : changes.noted)
+    for (const DeploymentSnapshot &result : changes.history)
         lists[listOf(result)].added.append(resultKey(result));
     for (const DeploymentSnapshot &result : changes.waiting)
         lists[kWaitingKey].added.append(resultKey(result));
     const auto unseen = notSeenToday(changes.seen);
     if (isNewDay || !unseen.isEmpty()) {
         auto kept = keys();
-        for (const DeploymentSnapshot &result : changes.noted)
+        for (const DeploymentSnapshot &result : changes.history)
             kept.known.insert(resultKey(result));
         for (const DeploymentSnapshot &result : changes.waiting)
             kept.waiting.insert(resultKey(result));

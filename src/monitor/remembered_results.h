@@ -24,13 +24,13 @@ class RememberedResults
 public:
     /// Results by their keys.
     struct Keys {
-        QSet<QString> known; ///< noted or announced, by any process
+        QSet<QString> known; ///< history, or announced by any process
         QSet<QString> waiting; ///< still to be announced; the process that queued them may have ended
     };
 
     /// What a list of deployments adds to them.
     struct Changes {
-        QList<DeploymentSnapshot> noted; ///< results that are not to be announced
+        QList<DeploymentSnapshot> history; ///< results that are not to be announced
         QList<DeploymentSnapshot> waiting; ///< results that are to be announced
         QList<DeploymentSnapshot> seen; ///< every result in the list
     };

@@ -93,7 +93,7 @@ void ResultAnnouncer::sortOut(const QList<DeploymentSnapshot> &results, const St
         if (keys.known.contains(resultKey(result)) || isQueued(result))
             continue;
         if (isFirst && isHistory(result, before.value(result.id, DeploymentState::Unknown), keys))
-            changes.noted.append(result);
+            changes.history.append(result);
         else if (isEnabled(result))
             changes.waiting.append(result);
     }
@@ -101,12 +101,13 @@ void ResultAnnouncer::sortOut(const QList<DeploymentSnapshot> &results, const St
         [](const DeploymentSnapshot &result) { return isFailure(result.state); });
 }
 
-void ResultAnnouncer::takeNote(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &deployments)
+void ResultAnnouncer::recordHistory(
+    const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &deployments)
 {
     const States before = statesByID(previous);
     const auto keys = m_results.keys();
     RememberedResults::Changes changes;
-    std::ranges::copy_if(deployments, std::back_inserter(changes.noted), [&](const DeploymentSnapshot &deployment) {
+    std::ranges::copy_if(deployments, std::back_inserter(changes.history), [&](const DeploymentSnapshot &deployment) {
         return isResult(deployment) && !keys.known.contains(resultKey(deployment))
             && isHistory(deployment, before.value(deployment.id, DeploymentState::Unknown), keys);
     });

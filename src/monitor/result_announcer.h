@@ -28,14 +28,14 @@ public:
     /// Whether process() was called in this run.
     [[nodiscard]] bool hasCompletedLiveRefresh() const { return m_hasCompletedLiveRefresh; }
 
-    /// Queues the results of `updated` that `previous` did not have, failures first. The first call takes note of
-    /// results as takeNote() does, and queues what is left and what an earlier run has not posted. A notification that
+    /// Queues the results of `updated` that `previous` did not have, failures first. The first call does
+    /// recordHistory(), and queues what is left and what an earlier run has not posted. A notification that
     /// could not be delivered counts as announced. A repeated id in `previous` is a fatal error.
     void process(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated);
 
-    /// Notes the results among the deployments as history, which is not announced. Left out are the ends of
+    /// Remembers the results among the deployments as history, which is not announced. Left out are the ends of
     /// deployments that were under way in `previous`, and results that an earlier run has not posted.
-    void takeNote(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &deployments);
+    void recordHistory(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &deployments);
 
 private:
     using States = QHash<QString, DeploymentState>; ///< by the id of the deployment

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "model/deployment_cache.h"
+#include "monitor/deployment_fetcher.h"
 #include "monitor/deployment_monitor_state.h"
-#include "monitor/fetched_deployments.h"
 #include "monitor/refresh_context.h"
 
 #include <QHash>
@@ -21,11 +21,12 @@ class FetchOutcomes;
 /// What the user sees of the deployments: the list, its state, and what went wrong. All of it changes together, and one
 /// changed() announces it.
 ///
-/// Several instants could be called the last refresh. *lastRefreshedAt* is when a full refresh last succeeded for at
-/// least one identity; it is published, and the next full refresh is counted from it. *lastCompleteAt* is when the list
-/// was last up to date for every identity: the age of the list, told where newer data is missing. The state's
-/// *lastUpdatedAt* is the one of the two that its case shows. When installations were loaded is known to the
-/// InstallationStore.
+/// Several instants could be called the last refresh, and each has its name:
+/// - *lastRefreshedAt*: a full refresh last succeeded for at least one identity; it is published.
+/// - *lastCompleteAt*: the list was last up to date for every identity; its age, where newer data is missing.
+/// - *lastUpdatedAt* of the state: the one of these two that its case shows.
+/// - *loadedAt* of an identity in the InstallationStore: its installations were last loaded.
+/// - *deploymentsRefreshedAt* of the PollingSituation: the next full refresh is counted from it.
 class ShownDeployments final : public QObject
 {
     Q_OBJECT

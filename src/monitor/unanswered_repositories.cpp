@@ -23,7 +23,7 @@ QString shownNames(QStringList names)
 
 } // namespace
 
-void UnansweredRepositories::note(const QList<RepositoryRecord> &asked, const QList<UnansweredRepository> &unanswered)
+void UnansweredRepositories::record(const QList<RepositoryRecord> &asked, const QList<UnansweredRepository> &unanswered)
 {
     QHash<QString, QString> texts;
     for (const UnansweredRepository &repository : unanswered)

@@ -15,12 +15,10 @@ class UnansweredRepositories
 {
 public:
     /// Records that `asked` were asked for, and that `unanswered` among them were not answered.
-    void note(const QList<RepositoryRecord> &asked, const QList<UnansweredRepository> &unanswered);
+    void record(const QList<RepositoryRecord> &asked, const QList<UnansweredRepository> &unanswered);
 
     /// Forgets the repositories that are no longer monitored.
     void retain(const QList<RepositoryRecord> &monitored);
-
-    [[nodiscard]] bool contains(const RepositoryRecord &record) const { return m_reasons.contains(record.id()); }
 
     /// A line for each reason among the repositories of the identity: names of repositories, then the reason.
     [[nodiscard]] QStringList lines(qint64 identityID) const;

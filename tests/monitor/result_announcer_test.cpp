@@ -325,7 +325,7 @@ private Q_SLOTS:
     {
         ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
-        announcer.takeNote({}, {make("a", Failure), make("b", Success)});
+        announcer.recordHistory({}, {make("a", Failure), make("b", Success)});
         run(announcer, {}, {make("a", Failure), make("b", Success)});
         QCOMPARE(notifier.announced, QStringList());
     }
@@ -336,7 +336,7 @@ private Q_SLOTS:
         run(announcer, {}, {});
         const QList<DeploymentSnapshot> previous{make("a", InProgress)};
         const QList<DeploymentSnapshot> updated{make("a", Failure), make("b", Failure)};
-        announcer.takeNote(previous, updated);
+        announcer.recordHistory(previous, updated);
         run(announcer, previous, updated);
         QCOMPARE(notifier.announced, texts({"failure a"}));
     }

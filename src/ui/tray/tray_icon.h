@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "monitor/presentation.h"
+#include "monitor/deployment_monitor_state.h"
 
 #include <QCache>
 #include <QImage>

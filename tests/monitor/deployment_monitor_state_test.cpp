@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "monitor/presentation.h"
+#include "monitor/deployment_monitor_state.h"
 
 #include "support/builders.h"
 #include "support/test_main.h"
@@ -9,7 +9,7 @@
 using namespace velmora;
 using namespace velmora::testing;
 
-class PresentationTest : public QObject
+class DeploymentMonitorStateTest : public QObject
 {
     Q_OBJECT
 
@@ -84,5 +84,5 @@ private Q_SLOTS:
     }
 };
 
-VELMORA_TEST(PresentationTest)
-#include "presentation_test.moc"
+VELMORA_TEST(DeploymentMonitorStateTest)
+#include "deployment_monitor_state_test.moc"

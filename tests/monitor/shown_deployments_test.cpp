@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+#include "monitor/shown_deployments.h"
+
+#include "monitor/fetch_outcomes.h"
+#include "monitor/polling_loop.h"
+#include "support/monitor_fixture.h"
+#include "support/test_main.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+using namespace Qt::Literals::StringLiterals;
+
+using State = DeploymentMonitorState;
+
+/// Alice and Bob are connected, and Alice reaches acme/web.
+class ShownDeploymentsTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        f = std::make_unique<MonitorFixture>();
+        f->connect(kAlice, u"alice"_s).repositories = {{u"R_web"_s, u"acme/web"_s, {}, {}}};
+        f->connect(kBob, u"bob"_s).isInstalled = true;
+        f->build();
+        awaitValue(f->installations->refresh(f->authentication.get()));
+        m_loop = std::make_unique<PollingLoop>(&f->clock);
+        m_outcomes = std::make_unique<FetchOutcomes>(f->ledger, &f->clock, m_loop.get(), [] { return 0.0; });
+        m_shown = std::make_unique<ShownDeployments>(m_outcomes.get(), &f->clock);
+    }
+    void cleanup()
+    {
+        m_shown.reset();
+        m_outcomes.reset();
+        m_loop.reset();
+        f.reset();
+    }
+
+    void whatDidNotChangeIsNotAnnounced()
+    {
+        const QSignalSpy changes(m_shown.get(), &ShownDeployments::changed);
+        m_shown->showLoading();
+        QCOMPARE(changes.count(), 0);
+        m_shown->showFetched(fetched({m_web}), context());
+        QCOMPARE(changes.count(), 1);
+        m_shown->showFetched(fetched({m_web}), context());
+        QCOMPARE(changes.count(), 1);
+        m_shown->showLoading();
+        QCOMPARE(changes.count(), 2);
+        QCOMPARE(m_shown->state(), State::loading(true));
+    }
+
+    void aSavedListDoesNotHideThatNothingIsConnected()
+    {
+        m_shown->showDisconnected(MissingStep::Account);
+        m_shown->showSaved({{m_web}, noon()});
+        QVERIFY(m_shown->isDisconnected());
+        QCOMPARE(m_shown->deployments(), QList{m_web});
+    }
+
+    void theAgeOfTheListIsThatOfItsLastCompleteRefresh()
+    {
+        m_shown->showFetched(fetched({m_web}), context());
+        f->clock.setNow(noon() + 30s);
+        m_outcomes->recordFailure(kBob, std::make_exception_ptr(FileError(u"no"_s)), u"no"_s);
+        auto partly = fetched({m_web});
+        partly.succeeded = {kAlice};
+        m_shown->showFetched(partly, context());
+        QCOMPARE(m_shown->state(), State::stale(noon()));
+        QCOMPARE(m_shown->lastRefreshedAt(), std::optional(noon() + 30s));
+        QCOMPARE(m_shown->message(), u"bob: no"_s);
+    }
+
+    void whatBrokeOffIsNoFullRefresh()
+    {
+        auto broken = fetched({m_web});
+        broken.hasBrokenOff = true;
+        m_shown->showFetched(broken, context());
+        QCOMPARE(m_shown->deployments(), QList{m_web});
+        QVERIFY(!m_shown->lastRefreshedAt());
+        QCOMPARE(m_shown->state().state, State::Case::Loading);
+    }
+
+    void ofTwoPausesTheOneThatEndsFirstIsTold()
+    {
+        f->ledger->recordRefusal(kAlice, {noon() + 20min}, noon());
+        f->ledger->recordRefusal(kBob, {noon() + 10min}, noon());
+        m_shown->showFetched({}, context());
+        QCOMPARE(m_shown->state(), State::rateLimited(std::nullopt, noon() + 10min));
+    }
+
+    void aFetchOfActiveDeploymentsReplacesThoseOfItsRepositories()
+    {
+        auto other = m_web;
+        other.id = u"other"_s;
+        other.repositoryNodeID = u"R_other"_s;
+        other.repositoryName = u"acme/other"_s;
+        m_shown->showSaved({{m_web, other}, noon()});
+        auto active = fetched({});
+        active.scope = RefreshScope::Active;
+        m_shown->showFetched(active, context());
+        QCOMPARE(m_shown->deployments(), QList{other});
+    }
+
+    void whatGitHubDidNotAnswerStays()
+    {
+        m_shown->showSaved({{m_web}, noon()});
+        auto without = fetched({});
+        std::swap(without.repositories, without.unanswered);
+        m_shown->showFetched(without, context());
+        QCOMPARE(m_shown->deployments(), QList{m_web});
+    }
+
+    void whatNoListedIdentityReachesIsDropped()
+    {
+        auto stranger = m_web;
+        stranger.id = u"stranger"_s;
+        stranger.repositoryNodeID = u"R_stranger"_s;
+        stranger.repositoryName = u"acme/stranger"_s;
+        m_shown->showSaved({{m_web, stranger}, noon()});
+        m_shown->dropUnreachable(context());
+        QCOMPARE(m_shown->deployments(), QList{m_web});
+    }
+
+private:
+    static constexpr qint64 kAlice = 1;
+    static constexpr qint64 kBob = 2;
+
+    [[nodiscard]] RefreshContext context() const
+    {
+        return {f->authentication.get(), f->installations.get(), f->clock.now()};
+    }
+    /// A full fetch that succeeded for both.
+    [[nodiscard]] FetchedDeployments fetched(const QList<DeploymentSnapshot> &deployments) const
+    {
+        FetchedDeployments result;
+        result.succeeded = {kAlice, kBob};
+        result.repositories = f->installations->monitoredRepositories();
+        result.deployments = deployments;
+        return result;
+    }
+
+    const DeploymentSnapshot m_web = makeSnapshot(u"web"_s, DeploymentState::Success, noon() - 1h);
+    std::unique_ptr<MonitorFixture> f;
+    std::unique_ptr<PollingLoop> m_loop;
+    std::unique_ptr<FetchOutcomes> m_outcomes;
+    std::unique_ptr<ShownDeployments> m_shown;
+};
+
+VELMORA_TEST(ShownDeploymentsTest)
+#include "shown_deployments_test.moc"
