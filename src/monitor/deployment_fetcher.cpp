@@ -95,11 +95,7 @@ void FetchedDeployments::add(qint64 identityID, const QList<RepositoryRecord> &a
         withoutAnswer.insert(repository.nodeID);
     for (const RepositoryRecord &record : asked)
         (withoutAnswer.contains(record.id()) ? unanswered : repositories).append(record);
-    // Most users have one identity: its list is moved, not copied.
-    if (deployments.isEmpty())
-        deployments = std::move(result.deployments);
-    else
-        deployments += std::move(result.deployments);
+    deployments += std::move(result.deployments);
 }
 
 void FetchedDeployments::dropUnmonitored(const RefreshContext &context)
@@ -111,14 +107,13 @@ void FetchedDeployments::dropUnmonitored(const RefreshContext &context)
         if (listed.contains(record.identityID))
             monitored.insert(record.id());
     }
-    const auto isMonitored = [&](const RepositoryRecord &record) {
-        return monitored.contains(record.id());
+    const auto isDropped = [&](const RepositoryRecord &record) {
+        return !monitored.contains(record.id());
     };
-    const auto firstDropped = std::stable_partition(repositories.begin(), repositories.end(), isMonitored);
-    if (firstDropped == repositories.end())
+    std::ranges::copy_if(repositories, std::back_inserter(unmonitored), isDropped);
+    if (unmonitored.isEmpty())
         return;
-    unmonitored = QList<RepositoryRecord>(firstDropped, repositories.end());
-    repositories.erase(firstDropped, repositories.end());
+    repositories.removeIf(isDropped);
     const RepositoryIndex index(unmonitored);
     deployments.removeIf([&](const DeploymentSnapshot &deployment) { return index.find(deployment) != nullptr; });
 }

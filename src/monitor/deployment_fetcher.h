@@ -3,6 +3,8 @@
 
 #include "github/github_client.h"
 #include "github/rate_limit_ledger.h"
+#include "github/repository_record.h"
+#include "model/deployment_fetch_result.h"
 #include "monitor/refresh_context.h"
 
 #include <QCoroTask>

@@ -94,13 +94,8 @@ RepositoryIndex::RepositoryIndex(QList<RepositoryRecord> repositories)
 
 const RepositoryRecord *RepositoryIndex::find(const DeploymentSnapshot &deployment) const
 {
-    auto found = m_byNodeID.constFind(deployment.repositoryNodeID);
-    if (found == m_byNodeID.constEnd()) {
-        found = m_byName.constFind(deployment.repositoryName);
-        if (found == m_byName.constEnd())
-            return nullptr;
-    }
-    return &m_repositories.at(*found);
+    const auto place = m_byNodeID.value(deployment.repositoryNodeID, m_byName.value(deployment.repositoryName, -1));
+    return place < 0 ? nullptr : &m_repositories.at(place);
 }
 
 QList<RepositoryRecord> repositoriesWithActiveDeployments(

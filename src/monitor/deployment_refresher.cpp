@@ -124,13 +124,12 @@ QCoro::Task<> DeploymentRefresher::refreshInstallations(RefreshContext context, 
     if (asked.isEmpty())
         co_return;
     const QPointer<DeploymentRefresher> self(this);
-    const std::stop_token stop = m_scope.stopToken();
     // An account that was connected a moment ago: "Connect GitHub" is no longer true. The hourly request for what is
     // known already changes nothing on show.
     if (m_parts.shown->isDisconnected() && asked.intersects(context.unloadedIdentities()))
         m_parts.shown->showLoading();
     const auto underWay = m_requests;
-    co_await context.installations->refreshIdentities(context.authentication, asked, stop);
+    co_await context.installations->refreshIdentities(context.authentication, asked, m_scope.stopToken());
     if (self)
         m_parts.outcomes->recordInstallationFailures(context.installations->failures(), asked);
 }
@@ -176,18 +175,16 @@ QCoro::Task<> DeploymentRefresher::finish(RefreshContext context, FetchedDeploym
     m_parts.outcomes->clearFailuresOfPaused(context.listedIdentities());
     m_parts.outcomes->retainRepositories(context.installations->monitoredRepositories());
     fetched.dropUnmonitored(context);
-    const bool hasSucceeded = !fetched.succeeded.isEmpty();
-    const auto answered = fetched.repositories;
     const auto previous = m_parts.news->comparable(m_parts.shown->deployments());
-    m_parts.shown->showFetched(std::move(fetched), context);
-    if (!hasSucceeded)
+    m_parts.shown->showFetched(fetched, context);
+    if (fetched.succeeded.isEmpty())
         co_return;
 
     const auto updated = m_parts.shown->deployments();
     co_await m_parts.saved->save(updated);
     if (!self)
         co_return;
-    m_parts.news->recordFetch(context, answered, previous, updated);
+    m_parts.news->recordFetch(context, fetched.repositories, previous, updated);
     m_parts.news->announce(previous, updated);
 }
 

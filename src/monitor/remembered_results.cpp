@@ -17,6 +17,7 @@ const QString kSuccessesKey = QStringLiteral("deployments.notifiedSuccesses");
 const QString kWaitingKey = QStringLiteral("deployments.waitingResults");
 /// The day on which the deployment of each result was last seen: "2026-05-01 ID:failure".
 const QString kLastSeenKey = QStringLiteral("deployments.resultsLastSeen");
+constexpr const char *kStoring = "Remembering results";
 constexpr qsizetype kDayLength = 10;
 constexpr qint64 kDaysToForget = 30;
 
@@ -65,8 +66,6 @@ RememberedResults::Keys RememberedResults::keys() const
 
 void RememberedResults::keep(const Changes &changes)
 {
-    const QString day = today();
-    const bool isNewDay = m_day != day;
     // Both lists exist from the first call on, even when empty.
     ListChanges lists;
     if (m_day.isEmpty())
@@ -75,62 +74,50 @@ void RememberedResults::keep(const Changes &changes)
         lists[listOf(result)].added.append(resultKey(result));
     for (const DeploymentSnapshot &result : changes.waiting)
         lists[kWaitingKey].added.append(resultKey(result));
-    const auto unseen = notSeenToday(changes.seen);
-    if (isNewDay || !unseen.isEmpty()) {
-        auto kept = keys();
-        for (const DeploymentSnapshot &result : changes.history)
-            kept.known.insert(resultKey(result));
-        for (const DeploymentSnapshot &result : changes.waiting)
-            kept.waiting.insert(resultKey(result));
-        const auto days = daysByKey();
-        for (const QString &key : unseen) {
-            if (!(kept.known.contains(key) || kept.waiting.contains(key)) || days.value(key) == day)
-                continue;
-            lists[kLastSeenKey].added.append(lastSeenLine(day, key));
-            if (days.contains(key))
-                lists[kLastSeenKey].removed.append(lastSeenLine(days.value(key), key));
-        }
-        if (isNewDay)
-            forgetOld(kept, lists);
-    }
+    const bool isNewDay = m_day != today();
+    if (recordSeen(changes.seen) || isNewDay)
+        renewDays(changes, isNewDay, lists);
     if (!lists.isEmpty())
-        store(lists);
+        launch(storeChanges(m_defaults, lists), kStoring);
 }
 
-/// The keys of the results that were not seen on this day before. Marks them as seen.
-QSet<QString> RememberedResults::notSeenToday(const QList<DeploymentSnapshot> &seen)
+/// Returns whether there is a result that was not seen on this day before.
+bool RememberedResults::recordSeen(const QList<DeploymentSnapshot> &seen)
 {
     if (const QString day = today(); m_day != day) {
         m_day = day;
         m_seenOnDay.clear();
     }
-    QSet<QString> unseen;
-    for (const DeploymentSnapshot &result : seen) {
-        const QString key = resultKey(result);
-        if (m_seenOnDay.contains(key))
-            continue;
-        m_seenOnDay.insert(key);
-        unseen.insert(key);
-    }
-    return unseen;
+    const auto before = m_seenOnDay.size();
+    for (const DeploymentSnapshot &result : seen)
+        m_seenOnDay.insert(resultKey(result));
+    return m_seenOnDay.size() != before;
 }
 
-/// Forgets the results that were last seen 30 days ago. Results saved without a day get the current one.
-void RememberedResults::forgetOld(const Keys &keys, ListChanges &changes) const
+/// Moves the results that were seen to this day. A new day forgets those that were last seen 30 days ago, and is given
+/// to those that were saved without a day.
+void RememberedResults::renewDays(const Changes &changes, bool isNewDay, ListChanges &lists) const
 {
-    const QString day = today();
+    auto [kept, waiting] = keys();
+    kept += waiting;
+    for (const DeploymentSnapshot &result : changes.history + changes.waiting)
+        kept.insert(resultKey(result));
     const auto days = daysByKey();
-    for (const QString &key : keys.known + keys.waiting) {
+    for (const QString &key : std::as_const(kept)) {
         const QString lastSeen = days.value(key);
-        if (m_seenOnDay.contains(key))
+        const bool isSeen = m_seenOnDay.contains(key);
+        if (lastSeen == m_day || !(isSeen || isNewDay))
             continue;
-        if (lastSeen.isEmpty()) {
-            changes[kLastSeenKey].added.append(lastSeenLine(day, key));
-        } else if (isForgotten(lastSeen, day)) {
-            changes[kLastSeenKey].removed.append(lastSeenLine(lastSeen, key));
+        if (isSeen || lastSeen.isEmpty()) {
+            lists[kLastSeenKey].added.append(lastSeenLine(m_day, key));
+        } else if (isForgotten(lastSeen, m_day)) {
             for (const QString &list : {kFailuresKey, kSuccessesKey, kWaitingKey})
-                changes[list].removed.append(key);
+                lists[list].removed.append(key);
+        } else {
+            continue;
         }
+        if (!lastSeen.isEmpty())
+            lists[kLastSeenKey].removed.append(lastSeenLine(lastSeen, key));
     }
 }
 
@@ -151,7 +138,7 @@ void RememberedResults::giveUp(const DeploymentSnapshot &result)
 {
     ListChanges changes;
     changes[kWaitingKey].removed.append(resultKey(result));
-    store(changes);
+    launch(storeChanges(m_defaults, changes), kStoring);
 }
 
 QString RememberedResults::today() const
@@ -167,11 +154,6 @@ QHash<QString, QString> RememberedResults::daysByKey() const
     for (const QString &line : lines)
         days.insert(line.mid(kDayLength + 1), line.left(kDayLength));
     return days;
-}
-
-void RememberedResults::store(const ListChanges &changes)
-{
-    launch(storeChanges(m_defaults, changes), "Remembering results");
 }
 
 } // namespace velmora

@@ -54,9 +54,8 @@ public:
 private:
     [[nodiscard]] QString today() const;
     [[nodiscard]] QHash<QString, QString> daysByKey() const;
-    [[nodiscard]] QSet<QString> notSeenToday(const QList<DeploymentSnapshot> &seen);
-    void forgetOld(const Keys &keys, ListChanges &changes) const;
-    void store(const ListChanges &changes);
+    [[nodiscard]] bool recordSeen(const QList<DeploymentSnapshot> &seen);
+    void renewDays(const Changes &changes, bool isNewDay, ListChanges &lists) const;
 
     Preferences *m_defaults;
     const Clock *m_clock;

@@ -17,14 +17,9 @@ namespace
 
 Q_LOGGING_CATEGORY(announcerLog, "velmora.announcer", QtWarningMsg)
 
-bool isSuccess(DeploymentState state)
-{
-    return state == DeploymentState::Success;
-}
-
 bool isResult(const DeploymentSnapshot &deployment)
 {
-    return isFailure(deployment.state) || isSuccess(deployment.state);
+    return isFailure(deployment.state) || deployment.state == DeploymentState::Success;
 }
 
 QHash<QString, DeploymentState> statesByID(const QList<DeploymentSnapshot> &deployments)
@@ -44,7 +39,7 @@ QHash<QString, DeploymentState> statesByID(const QList<DeploymentSnapshot> &depl
 /// Whether the deployment had another result before, or none.
 bool isNew(const DeploymentSnapshot &result, DeploymentState before)
 {
-    return isFailure(result.state) ? !isFailure(before) : !isSuccess(before);
+    return isFailure(result.state) ? !isFailure(before) : before != DeploymentState::Success;
 }
 
 /// Whether the result is not to be announced: the list did not hold the deployment as under way, and no run has queued

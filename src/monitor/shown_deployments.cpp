@@ -51,7 +51,7 @@ void ShownDeployments::showDisconnected(MissingStep missing)
     publish(std::move(next));
 }
 
-void ShownDeployments::showFetched(FetchedDeployments fetched, const RefreshContext &context)
+void ShownDeployments::showFetched(const FetchedDeployments &fetched, const RefreshContext &context)
 {
     m_owners.insert(fetched.owners);
     const bool hasSucceeded = !fetched.succeeded.isEmpty();
@@ -59,8 +59,8 @@ void ShownDeployments::showFetched(FetchedDeployments fetched, const RefreshCont
     if (hasSucceeded) {
         if (fetched.scope == RefreshScope::All && !fetched.hasBrokenOff)
             next.lastRefreshedAt = m_clock->now();
-        next.deployments = fetched.scope == RefreshScope::Active ? listAfterActive(std::move(fetched), context)
-                                                                 : listAfter(std::move(fetched), context);
+        next.deployments
+            = fetched.scope == RefreshScope::Active ? listAfterActive(fetched, context) : listAfter(fetched, context);
     }
     next = withStanding(std::move(next), context);
     if (hasSucceeded && next.state.state == DeploymentMonitorState::Case::Ready)
@@ -77,7 +77,7 @@ void ShownDeployments::dropUnreachable(const RefreshContext &context)
 
 /// A fetch of active deployments replaces those of the repositories that were asked for.
 QList<DeploymentSnapshot> ShownDeployments::listAfterActive(
-    FetchedDeployments fetched, const RefreshContext &context) const
+    const FetchedDeployments &fetched, const RefreshContext &context) const
 {
     const RepositoryIndex asked(fetched.repositories + fetched.unmonitored);
     const auto wasAsked = [&](const DeploymentSnapshot &deployment) {
@@ -88,7 +88,8 @@ QList<DeploymentSnapshot> ShownDeployments::listAfterActive(
 
 /// A full fetch replaces the deployments of the identities that succeeded, and drops those that no listed identity
 /// reaches.
-QList<DeploymentSnapshot> ShownDeployments::listAfter(FetchedDeployments fetched, const RefreshContext &context) const
+QList<DeploymentSnapshot> ShownDeployments::listAfter(
+    const FetchedDeployments &fetched, const RefreshContext &context) const
 {
     const RepositoryIndex monitored(context.installations->monitoredRepositories());
     const RepositoryIndex known(context.installations->repositories());

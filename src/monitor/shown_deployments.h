@@ -51,7 +51,7 @@ public:
     /// Empties everything: there is nothing to monitor.
     void showDisconnected(MissingStep missing);
     /// Shows what a fetch brought, and how the identities fare after it.
-    void showFetched(FetchedDeployments fetched, const RefreshContext &context);
+    void showFetched(const FetchedDeployments &fetched, const RefreshContext &context);
     /// Drops the deployments that no listed identity can reach.
     void dropUnreachable(const RefreshContext &context);
 
@@ -68,9 +68,10 @@ private:
         friend bool operator==(const Published &, const Published &) = default;
     };
 
-    [[nodiscard]] QList<DeploymentSnapshot> listAfter(FetchedDeployments fetched, const RefreshContext &context) const;
+    [[nodiscard]] QList<DeploymentSnapshot> listAfter(
+        const FetchedDeployments &fetched, const RefreshContext &context) const;
     [[nodiscard]] QList<DeploymentSnapshot> listAfterActive(
-        FetchedDeployments fetched, const RefreshContext &context) const;
+        const FetchedDeployments &fetched, const RefreshContext &context) const;
     [[nodiscard]] DeploymentMonitorState currentState(
         const RefreshContext &context, std::optional<Instant> lastRefreshedAt) const;
     [[nodiscard]] Published withStanding(Published published, const RefreshContext &context) const;
