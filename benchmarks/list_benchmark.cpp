@@ -29,7 +29,7 @@ QList<DeploymentSnapshot> decoded(const QList<QByteArray> &answers)
     QList<DeploymentSnapshot> deployments;
     for (const auto &answer : answers) {
         const JSONDocument document(answer);
-        std::ignore = appendResult(deployments, payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document)));
+        deployments += fetchResult(payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document))).deployments;
     }
     return deployments;
 }
