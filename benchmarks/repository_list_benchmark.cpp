@@ -13,7 +13,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTemporaryDir>
 #include <QUrlQuery>
 
 #include <benchmark/benchmark.h>
@@ -102,7 +101,6 @@ public:
         AuthenticationStore::Services services;
         services.defaults = &m_defaults;
         services.clock = &m_clock;
-        services.lockFolder = m_folder.path();
         m_authentication = std::make_unique<AuthenticationStore>(client, m_credentials, services);
         m_store
             = std::make_unique<InstallationStore>(client, &m_defaults, &m_clock, std::make_shared<RateLimitLedger>());
@@ -127,7 +125,6 @@ private:
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
     }
 
-    QTemporaryDir m_folder;
     MemoryPreferences m_defaults;
     SystemClock m_clock;
     std::shared_ptr<InMemoryCredentialStore> m_credentials = std::make_shared<InMemoryCredentialStore>();
