@@ -102,19 +102,20 @@ QList<qint64> accountIDs(const Preferences &preferences)
     return ids;
 }
 
-QString cacheText(const QString &path, Instant now)
+/// `shown` stands for the path in the text.
+QString cacheText(const QString &path, const QString &shown, Instant now)
 {
     const QFileInfo file(path);
     if (path.isEmpty())
         return QStringLiteral("none");
     const QString obstacle = obstacleText(path);
     if (!file.exists())
-        return obstacle.isEmpty() ? QStringLiteral("none") : fileText(path, QStringLiteral("none") + obstacle);
+        return obstacle.isEmpty() ? QStringLiteral("none") : fileText(shown, QStringLiteral("none") + obstacle);
     if (!file.isFile() || !file.isReadable())
-        return fileText(path, QStringLiteral("cannot be read") + obstacle);
+        return fileText(shown, QStringLiteral("cannot be read") + obstacle);
     const Instant saved(std::chrono::milliseconds(file.lastModified().toMSecsSinceEpoch()));
     return fileText(
-        path, QStringLiteral("%1, saved %2").arg(sizeText(file.size()), relativeTime(saved, now)) + obstacle);
+        shown, QStringLiteral("%1, saved %2").arg(sizeText(file.size()), relativeTime(saved, now)) + obstacle);
 }
 
 QString countText(qsizetype count, const QString &one, const QString &several)
@@ -142,6 +143,14 @@ QString cachePath(const ProfilePlaces &places, bool isFiled)
     return folder + QStringLiteral("/deployments.json");
 }
 
+/// The path without the folder that is named after the host.
+QString withoutHost(const QString &cachePath, const ProfilePlaces &places)
+{
+    const QString file = QStringLiteral("/deployments.json");
+    const bool hasFolder = cachePath != places.cacheFolder + file;
+    return hasFolder ? places.cacheFolder + QStringLiteral("/…") + file : cachePath;
+}
+
 } // namespace
 
 ProfileRecord readProfile(const ProfilePlaces &places, Instant now)
@@ -153,10 +162,11 @@ ProfileRecord readProfile(const ProfilePlaces &places, Instant now)
         fileEarlierProfile(preferences.get(), QString(), *places.earlierOwner);
     const OriginPreferences accountPreferences(preferences.get(), places.origin);
     const QString obstacle = places.preferencesFile.isEmpty() ? QString() : obstacleText(places.preferencesFile);
+    const QString cache = cachePath(places, isFiled);
     ProfileRecord record;
     record.findings = {
         {QStringLiteral("preferences"), fileText(places.preferencesFile, read.state + obstacle)},
-        {QStringLiteral("cache"), cacheText(cachePath(places, isFiled), now)},
+        {QStringLiteral("cache"), cacheText(cache, withoutHost(cache, places), now)},
     };
     record.choices = {{QStringLiteral("switched off"), choicesText(accountPreferences)}};
     record.accountIDs = accountIDs(accountPreferences);

@@ -140,6 +140,17 @@ private Q_SLOTS:
         QCOMPARE(QJsonDocument::fromJson(file.readAll()).object(), content);
     }
 
+    void theCacheOfAServerIsToldWithoutItsName()
+    {
+        const LoginOrigin server(QUrl(QStringLiteral("https://ghe.example.com/login")));
+        const QString folder = server.folderIn(m_home->path());
+        QVERIFY(QDir().mkpath(folder));
+        write(folder + QStringLiteral("/deployments.json"), QByteArray(12'345, 's'));
+        const QString texts = allTexts(readFor(server, LoginOrigin::gitHub()));
+        QVERIFY2(texts.contains(QStringLiteral("~/…/deployments.json: 12.3 kB")), qPrintable(texts));
+        QVERIFY2(!texts.contains(QLatin1String("example")), qPrintable(texts));
+    }
+
     void aDamagedFileIsToldAndLeftAlone()
     {
         write(preferences(), "{\"secret");
