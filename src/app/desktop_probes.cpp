@@ -72,9 +72,10 @@ Answer describeTrayHost(QDBusConnection bus, QString process)
 }
 
 /// The answer of a server to GetServerInformation, as far as it has the form of names and versions.
-QString serverInformation(const QStringList &answer)
+QString serverInformation(const QStringList &answer, const QString &process)
 {
-    QString text = plainName(answer.at(0));
+    const QString name = plainName(answer.at(0));
+    QString text = name.isEmpty() ? process : name;
     const auto add = [&text](const QString &pattern, const QString &part) {
         if (!part.isEmpty())
             text += pattern.arg(part);
@@ -99,7 +100,7 @@ Answer describeNotificationServer(QDBusConnection bus, QString process)
     if (answer.signature() != QLatin1String("ssss"))
         co_return QString(process);
     const QStringList told = QVariant(answer.arguments()).toStringList();
-    co_return serverInformation(told);
+    co_return serverInformation(told, process);
 }
 
 Answer askForCapabilities(QDBusConnection bus)

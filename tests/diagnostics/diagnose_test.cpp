@@ -251,6 +251,20 @@ private Q_SLOTS:
         QVERIFY2(line(run->out(), "REST").startsWith("HTTP 200 in "), run->out());
     }
 
+    void ofAnotherProgramOnlyPlainNamesAndVersionsAreTold()
+    {
+        FakeNotificationDaemon daemon(QStringLiteral("daemon"));
+        daemon.information = {QStringLiteral("Fake at ghe.hiddencorp.test/"), QStringLiteral("<mona@hiddencorp.test>"),
+            QStringLiteral("1.0 (built by mona)"), QStringLiteral("1.2")};
+        daemon.capabilities = {QStringLiteral("body"), QStringLiteral("/home/mona"), QStringLiteral("sound")};
+        daemon.appear();
+        const auto run = finished("diagnose", simulated());
+        QVERIFY2(line(run->out(), "notifications").endsWith(" 1.0, protocol 1.2"), run->out());
+        QCOMPARE(line(run->out(), "can show"), QByteArray("body, sound"));
+        for (const char *name : {"hiddencorp", "mona"})
+            QVERIFY2(!run->out().contains(name), run->out());
+    }
+
     void anInterruptEndsItAtOnce()
     {
         QTcpServer silent;

@@ -71,8 +71,8 @@ bool FakeNotificationDaemon::handleMessage(const QDBusMessage &message, const QD
         ++capabilityQuestions;
         connection.send(message.createReply(capabilities));
     } else if (message.member() == QLatin1String("GetServerInformation")) {
-        connection.send(message.createReply(
-            {QStringLiteral("Fake"), QStringLiteral("Nobody"), QStringLiteral("1.0"), QStringLiteral("1.2")}));
+        connection.send(
+            message.createReply({information.at(0), information.at(1), information.at(2), information.at(3)}));
     } else if (message.member() == QLatin1String("Notify")) {
         answerNotify(message, connection);
     } else if (message.member() == QLatin1String("CloseNotification")) {

@@ -34,6 +34,9 @@ public:
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
 
     QStringList capabilities{QStringLiteral("body"), QStringLiteral("body-markup"), QStringLiteral("actions")};
+    /// Name, vendor, version and protocol.
+    QStringList information{
+        QStringLiteral("Fake"), QStringLiteral("Nobody"), QStringLiteral("1.0"), QStringLiteral("1.2")};
     bool isHanging = false; ///< calls get no answer
     QString errorOfNotify; ///< the D-Bus name of an error that Notify() returns
     bool answersWithText = false; ///< Notify() returns a string instead of a number
