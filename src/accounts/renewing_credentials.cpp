@@ -3,7 +3,7 @@
 
 #include "accounts/credential_renewal.h"
 #include "support/error.h"
-#include "support/unless_stopped.h"
+#include "support/with_deadline.h"
 
 namespace velmora
 {

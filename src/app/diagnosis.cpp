@@ -8,13 +8,13 @@
 #include "app/desktop_probes.h"
 #include "app/session_bus.h"
 #include "diagnostics/identity_probes.h"
-#include "diagnostics/patient_work.h"
 #include "diagnostics/profile_probes.h"
 #include "diagnostics/system_findings.h"
 #include "http/network_session.h"
 #include "platform/flatpak.h"
 #include "platform/network_connectivity.h"
 #include "platform/xdg_directories.h"
+#include "support/background.h"
 #include "support/with_deadline.h"
 
 namespace velmora

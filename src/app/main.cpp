@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "app/display_probe.h"
 #include "app/program.h"
-#include "diagnostics/patient_work.h"
 #include "http/proxy_lookup.h"
+#include "support/background.h"
 
 #include <QApplication>
 

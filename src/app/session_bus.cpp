@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/session_bus.h"
 
-#include "diagnostics/patient_work.h"
+#include "support/background.h"
 #include "support/task_scope.h"
 #include "support/with_deadline.h"
 

@@ -48,21 +48,9 @@ BusError::BusError(const QDBusMessage &answer)
 
 QString BusError::description() const
 {
-    switch (m_kind) {
-    case Kind::NoBus:
-        return QStringLiteral("There is no session bus.");
-    case Kind::NoOwner:
-        return QStringLiteral("The program is not running.");
-    case Kind::NotStarted:
-        return QStringLiteral("The program could not be started.");
-    case Kind::NoAnswer:
-        return QStringLiteral("The program did not answer in time.");
-    case Kind::Unknown:
-        return QStringLiteral("The program does not understand the question.");
-    case Kind::Refused:
-        break;
-    }
-    return QStringLiteral("The program gave no usable answer.");
+    if (m_kind == Kind::NoAnswer)
+        return QStringLiteral("The session bus, or a program on it, did not answer in time.");
+    return QStringLiteral("The session bus, or a program on it, gave no usable answer.");
 }
 
 void requireReply(const QDBusMessage &answer, const QString &signature)

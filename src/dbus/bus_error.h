@@ -26,7 +26,7 @@ public:
     [[nodiscard]] Kind kind() const { return m_kind; }
     /// D-Bus's name of the error.
     [[nodiscard]] QString name() const { return m_name; }
-    /// Says the kind only, never a text of the other program.
+    /// Never a text of the other program.
     [[nodiscard]] QString description() const override;
     [[nodiscard]] const char *what() const noexcept override { return "velmora::BusError"; }
 

@@ -9,36 +9,38 @@
 
 #include <QStringList>
 
+#include <cmath>
+#include <vector>
+
 namespace velmora
 {
 
 namespace
 {
 
-/// The shared state of one run; probes may outlive the run.
-struct Run {
-    QList<std::optional<QList<Finding>>> answers;
-    qsizetype open = 0;
-    OneShot<> isOver;
-};
-
-QCoro::Task<> ask(Probe probe, qsizetype index, std::shared_ptr<Run> run, std::stop_token stop)
-{
-    QList<Finding> findings;
-    try {
-        findings = co_await probe.ask(stop);
-    } catch (...) {
-        findings = {Finding{probe.label, failureText(std::current_exception())}};
-    }
-    run->answers[index] = findings;
-    if (--run->open == 0)
-        run->isOver.resolve();
-}
-
 QCoro::Task<QList<Finding>> asLine(QString label, QCoro::Task<QString> answer)
 {
     const QString text = co_await answer;
     const QList<Finding> findings{Finding{label, text}};
+    co_return findings;
+}
+
+QCoro::Task<QList<Finding>> run(Probe probe, QDeadlineTimer deadline, std::stop_token stop)
+{
+    const std::chrono::milliseconds patience(deadline.remainingTime());
+    // Its destructor stops a probe that is still open.
+    const TaskScope scope;
+    QString text;
+    try {
+        const auto answer = co_await withDeadline(probe.ask(scope.stopToken()), deadline, stop);
+        if (answer)
+            co_return QList<Finding>(*answer);
+        text = noAnswerText(patience);
+    } catch (...) {
+        throwIfStopped(stop);
+        text = failureText(std::current_exception());
+    }
+    const QList<Finding> findings{Finding{probe.label, text}};
     co_return findings;
 }
 
@@ -79,29 +81,21 @@ QStringList reportLines(const QList<FindingSection> &sections)
 QCoro::Task<QList<Finding>> runProbes(QList<Probe> probes, QDeadlineTimer deadline, std::stop_token stop)
 {
     throwIfStopped(stop);
-    const std::chrono::milliseconds patience(deadline.remainingTime());
-    const auto run = std::make_shared<Run>();
-    run->answers.resize(probes.size());
-    run->open = probes.size();
-    // Its destructor stops the probes that are still open.
-    const TaskScope scope;
-    for (qsizetype i = 0; i < probes.size(); ++i)
-        scope.launch(ask(probes.at(i), i, run, scope.stopToken()), "a probe");
-    if (probes.isEmpty())
-        run->isOver.resolve();
-    co_await withDeadline(run->isOver, deadline, stop);
+    std::vector<QCoro::Task<QList<Finding>>> answers;
+    for (const Probe &probe : probes)
+        answers.push_back(run(probe, deadline, stop));
     QList<Finding> findings;
-    for (qsizetype i = 0; i < probes.size(); ++i) {
-        const QList<Finding> none{Finding{probes.at(i).label, noAnswerText(patience)}};
-        findings += run->answers.at(i).value_or(none);
+    for (auto &answer : answers) {
+        const QList<Finding> found = co_await answer;
+        findings += found;
     }
     co_return findings;
 }
 
 QString noAnswerText(std::chrono::milliseconds patience)
 {
-    const double seconds = std::chrono::duration<double>(patience).count();
-    return QStringLiteral("no answer within %1 s").arg(seconds, 0, 'g', 2);
+    const double tenths = std::round(std::chrono::duration<double, std::deci>(patience).count());
+    return QStringLiteral("no answer within %1 s").arg(tenths / 10);
 }
 
 QString failureText(const std::exception_ptr &failure)

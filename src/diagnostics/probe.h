@@ -47,7 +47,7 @@ struct Probe {
 /// CancellationError if the stop is requested.
 [[nodiscard]] QCoro::Task<QList<Finding>> runProbes(QList<Probe> probes, QDeadlineTimer deadline, std::stop_token stop);
 
-/// "no answer within 0.5 s".
+/// "no answer within 0.5 s", in tenths of a second.
 [[nodiscard]] QString noAnswerText(std::chrono::milliseconds patience);
 
 /// The failure in words from a closed list: no text of another program, no name and no path. A TransportError must come

@@ -43,6 +43,14 @@ template <typename Work>
     return done;
 }
 
+/// Threads for work that may block forever, such as connecting to a bus that does not answer or reading from a dead
+/// file system. They must not delay the end of the process: while isPatientWorkOpen(), exit without waiting for
+/// threads.
+[[nodiscard]] QThreadPool *patientPool();
+
+/// Whether such work is still running.
+[[nodiscard]] bool isPatientWorkOpen();
+
 /// The result of startInBackground(). Pass a named function object, moved in.
 template <typename Work>
 [[nodiscard]] auto runInBackground(QThreadPool *pool, Work work) -> QCoro::Task<std::invoke_result_t<Work>>

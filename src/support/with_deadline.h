@@ -3,6 +3,7 @@
 
 #include "support/cancel_on_stop.h"
 #include "support/one_shot.h"
+#include "support/task_scope.h"
 
 #include <QCoroTask>
 #include <QDeadlineTimer>
@@ -26,6 +27,23 @@ namespace detail
 class DeadlinePassed final : public std::exception
 {
 };
+
+template <typename T>
+QCoro::Task<> settle(QCoro::Task<T> work, OneShot<T> outcome)
+{
+    std::exception_ptr failure;
+    std::optional<T> value;
+    try {
+        auto result = co_await work;
+        value.emplace(std::move(result));
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (failure)
+        outcome.fail(failure);
+    else
+        outcome.resolve(std::move(*value));
+}
 
 } // namespace detail
 
@@ -60,6 +78,27 @@ template <typename T>
     } catch (const detail::DeadlinePassed &) {
         co_return {};
     }
+}
+
+/// The same for the outcome of work. After the deadline or a stop the work goes on, and its result is dropped.
+template <typename T>
+[[nodiscard]] QCoro::Task<std::optional<T>> withDeadline(
+    QCoro::Task<T> work, QDeadlineTimer deadline, std::stop_token stop = {})
+{
+    const OneShot<T> outcome;
+    launch(detail::settle(std::move(work), outcome), "Work that heeds no stop");
+    auto value = co_await withDeadline(outcome, deadline, stop);
+    co_return value;
+}
+
+/// The outcome of work that cannot be stopped. A stop ends the wait with a CancellationError; the work goes on, and its
+/// result is dropped.
+template <typename T>
+[[nodiscard]] QCoro::Task<T> unlessStopped(QCoro::Task<T> work, std::stop_token stop)
+{
+    const QDeadlineTimer never(QDeadlineTimer::Forever);
+    auto value = co_await withDeadline(std::move(work), never, stop);
+    co_return std::move(*value);
 }
 
 } // namespace velmora

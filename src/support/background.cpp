@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "diagnostics/patient_work.h"
+#include "support/background.h"
 
 namespace velmora
 {
