@@ -64,7 +64,7 @@ AuthenticationStore::AuthenticationStore(
     QObject::connect(&m_renewal, &CredentialRenewal::renewalsFinished, this, &AuthenticationStore::renewalsFinished);
     QObject::connect(&m_renewal, &CredentialRenewal::statusChanged, this, &AuthenticationStore::updateStatus);
     QObject::connect(&m_renewal, &CredentialRenewal::sessionEnded, this, &AuthenticationStore::endSession);
-    QObject::connect(&m_renewal, &CredentialRenewal::credentialFound, this, &AuthenticationStore::noteGoodCredential);
+    QObject::connect(&m_renewal, &CredentialRenewal::credentialFound, this, &AuthenticationStore::recordGoodCredential);
     QObject::connect(
         m_promptCredentials.get(), &PromptCredentials::arrived, this, &AuthenticationStore::credentialChanged);
     restoreAccounts();
@@ -202,12 +202,12 @@ void AuthenticationStore::adoptConnections()
     const QPointer<AuthenticationStore> self(this);
     const QList<qint64> accountIDs = m_connectionCounts.takeChanged();
     if (!accountIDs.isEmpty() && m_services.installationPage)
-        m_services.installationPage->noteOpened();
+        m_services.installationPage->recordOpened();
     for (const qint64 accountID : accountIDs) {
         if (!isListed(accountID))
             continue;
         m_unreadAccounts.insert(accountID);
-        noteNewCredential(accountID);
+        recordNewCredential(accountID);
         if (!self)
             return;
     }
@@ -223,7 +223,7 @@ void AuthenticationStore::readUnreadAccounts()
         m_scope.launch(restoreStatuses(m_scope.stopToken()), "Restoring the accounts");
 }
 
-void AuthenticationStore::noteNewCredential(qint64 accountID)
+void AuthenticationStore::recordNewCredential(qint64 accountID)
 {
     m_renewal.supersede(accountID);
     m_promptCredentials->forget(accountID);
@@ -300,7 +300,7 @@ void AuthenticationStore::adoptConnected(const GitHubAccount &account)
         return;
     m_connectionCounts.increase(account.id);
     if (self)
-        noteNewCredential(account.id);
+        recordNewCredential(account.id);
 }
 
 void AuthenticationStore::upsert(const GitHubAccountSession &session)
@@ -332,7 +332,7 @@ void AuthenticationStore::forget(qint64 accountID)
 }
 
 /// Another process may have renewed the credential, or the keyring may be readable again.
-void AuthenticationStore::noteGoodCredential(qint64 accountID)
+void AuthenticationStore::recordGoodCredential(qint64 accountID)
 {
     const auto session = std::ranges::find(m_sessions, accountID, &GitHubAccountSession::id);
     if (session != m_sessions.end() && session->status == GitHubSessionStatus::ReconnectRequired)

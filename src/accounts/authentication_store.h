@@ -144,11 +144,11 @@ private:
     void adoptConnected(const GitHubAccount &account);
     void upsert(const GitHubAccountSession &session);
     void forget(qint64 accountID);
-    void noteGoodCredential(qint64 accountID);
+    void recordGoodCredential(qint64 accountID);
     void updateStatus(qint64 accountID, GitHubSessionStatus status);
     void endSession(qint64 accountID);
     void setSession(qint64 accountID, GitHubSessionStatus status, bool hasEnded);
-    void noteNewCredential(qint64 accountID);
+    void recordNewCredential(qint64 accountID);
     [[nodiscard]] bool isListed(qint64 accountID) const;
     [[nodiscard]] std::optional<QList<GitHubAccount>> storedAccounts() const;
 

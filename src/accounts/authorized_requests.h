@@ -51,7 +51,7 @@ public:
                 failure = std::current_exception();
             }
             if (answer) {
-                m_source->noteAccepted(m_accountID, accessToken);
+                m_source->recordAccepted(m_accountID, accessToken);
                 co_return std::move(*answer);
             }
             if (!isUnauthorized(failure) || refusals == kMostRefusals)

@@ -68,7 +68,7 @@ void CredentialRenewal::endSession(qint64 accountID, const GitHubCredential &cre
     Q_EMIT sessionEnded(accountID);
 }
 
-void CredentialRenewal::noteAccepted(qint64 accountID, const QString &accessToken)
+void CredentialRenewal::recordAccepted(qint64 accountID, const QString &accessToken)
 {
     if (m_unprovenTokens.value(accountID) == accessToken)
         m_unprovenTokens.remove(accountID);
@@ -137,7 +137,7 @@ QCoro::Task<GitHubCredential> CredentialRenewal::renewedCredential(
     if (!self)
         throw CancellationError();
     if (refusedToken)
-        heedRefusal(renewal, *refusedToken);
+        applyRefusal(renewal, *refusedToken);
     if (!self)
         throw CancellationError();
     if (!renewal.replaced && isFitForUse(accountID, renewal.credential)) {
@@ -161,7 +161,7 @@ QCoro::Task<GitHubCredential> CredentialRenewal::renewedCredential(
 }
 
 /// Throws if the refused token came from a renewal after an earlier refusal: another renewal would not help.
-void CredentialRenewal::heedRefusal(Renewal &renewal, const QString &refusedToken)
+void CredentialRenewal::applyRefusal(Renewal &renewal, const QString &refusedToken)
 {
     const GitHubCredential current = renewal.credential;
     if (current.accessToken != refusedToken)

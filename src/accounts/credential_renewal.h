@@ -49,7 +49,7 @@ public:
         qint64 accountID, QString refusedToken, std::stop_token stop);
 
     /// GitHub accepted this access token.
-    void noteAccepted(qint64 accountID, const QString &accessToken);
+    void recordAccepted(qint64 accountID, const QString &accessToken);
 
     /// Call it when the account was removed or connected again. Drops all data about it. The result of a running
     /// renewal is neither stored nor announced.
@@ -101,7 +101,7 @@ private:
     QCoro::Task<GitHubCredential> renewedCredential(
         qint64 accountID, std::optional<QString> refusedToken, std::stop_token stop);
     QCoro::Task<Renewal> preparedRenewal(qint64 accountID);
-    void heedRefusal(Renewal &renewal, const QString &refusedToken);
+    void applyRefusal(Renewal &renewal, const QString &refusedToken);
     [[nodiscard]] bool isFitForUse(qint64 accountID, const GitHubCredential &credential) const;
     void endSession(qint64 accountID, const GitHubCredential &credential);
     void heedInterruption(const Renewal &renewal);

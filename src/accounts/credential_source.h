@@ -27,7 +27,7 @@ public:
         = 0;
 
     /// GitHub accepted this access token.
-    virtual void noteAccepted(qint64 accountID, const QString &accessToken) = 0;
+    virtual void recordAccepted(qint64 accountID, const QString &accessToken) = 0;
 
     /// The mutex to hold during a request of the account, so that the whole program sends one at a time. Always the
     /// same mutex for an account.

@@ -24,11 +24,11 @@ InstallationPage::InstallationPage(WebAddress address, URLOpener *urlOpener, con
 
 bool InstallationPage::open()
 {
-    noteOpened();
+    recordOpened();
     return m_urlOpener && m_urlOpener->open(m_address);
 }
 
-void InstallationPage::noteOpened()
+void InstallationPage::recordOpened()
 {
     m_openedAt = m_clock->now();
 }

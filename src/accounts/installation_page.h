@@ -29,7 +29,7 @@ public:
     bool open();
 
     /// Call it when another process has opened the page.
-    void noteOpened();
+    void recordOpened();
 
     /// Whether the page was opened in the last 15 minutes.
     [[nodiscard]] bool wasOpenedLately() const;

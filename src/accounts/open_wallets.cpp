@@ -32,7 +32,8 @@ QCoro::Task<Variant> callProvider(
     const auto bus = GReference<GDBusConnection>::share(g_dbus_proxy_get_connection(proxy));
     const auto answer = operation.connection->answerOfProvider();
     g_dbus_connection_call(bus, g_dbus_proxy_get_name(proxy), object.path.constData(), object.interface, method,
-        parameters, G_VARIANT_TYPE(type), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, settleAnswer, settles(answer));
+        parameters, G_VARIANT_TYPE(type), G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, settleAnswer,
+        userDataFor(answer));
     const auto result = co_await SecretServiceConnection::timelyAnswer(operation.connection, answer);
     Variant reply(g_dbus_connection_call_finish(bus, result, nullptr));
     co_return reply;

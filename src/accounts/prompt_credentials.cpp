@@ -48,9 +48,9 @@ QCoro::Task<GitHubCredential> PromptCredentials::credentialAfterRefusal(
     return promptly(accountID, std::move(work), std::move(stop));
 }
 
-void PromptCredentials::noteAccepted(qint64 accountID, const QString &accessToken)
+void PromptCredentials::recordAccepted(qint64 accountID, const QString &accessToken)
 {
-    m_source->noteAccepted(accountID, accessToken);
+    m_source->recordAccepted(accountID, accessToken);
 }
 
 void PromptCredentials::forget(qint64 accountID)

@@ -42,7 +42,7 @@ public:
     [[nodiscard]] QCoro::Task<GitHubCredential> validCredential(qint64 accountID, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<GitHubCredential> credentialAfterRefusal(
         qint64 accountID, QString refusedToken, std::stop_token stop) override;
-    void noteAccepted(qint64 accountID, const QString &accessToken) override;
+    void recordAccepted(qint64 accountID, const QString &accessToken) override;
     [[nodiscard]] AsyncMutex requestTurn(qint64 accountID) override { return m_source->requestTurn(accountID); }
 
     /// Drops the pending or arrived outcome, which is out of date.

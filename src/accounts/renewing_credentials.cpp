@@ -28,10 +28,10 @@ QCoro::Task<GitHubCredential> RenewingCredentials::credentialAfterRefusal(
     return unlessStopped(m_renewal->credentialAfterRefusal(accountID, refusedToken, stop), stop);
 }
 
-void RenewingCredentials::noteAccepted(qint64 accountID, const QString &accessToken)
+void RenewingCredentials::recordAccepted(qint64 accountID, const QString &accessToken)
 {
     if (m_renewal)
-        m_renewal->noteAccepted(accountID, accessToken);
+        m_renewal->recordAccepted(accountID, accessToken);
 }
 
 } // namespace velmora

@@ -107,7 +107,7 @@ QCoro::Task<SecretItems> searchItems(SecretOperation operation)
     g_hash_table_remove(attributes.get(), kSchemaAttribute);
     const auto answer = operation.connection->answerOfProvider();
     secret_service_search(
-        operation.service, nullptr, attributes.get(), SECRET_SEARCH_ALL, nullptr, settleAnswer, settles(answer));
+        operation.service, nullptr, attributes.get(), SECRET_SEARCH_ALL, nullptr, settleAnswer, userDataFor(answer));
     const auto result = co_await SecretServiceConnection::timelyAnswer(operation.connection, answer);
     GError *error = nullptr;
     const List found(secret_service_search_finish(operation.service, result, &error));
@@ -128,7 +128,7 @@ QCoro::Task<int> unlockedCount(SecretOperation operation, SecretProxies proxies)
         objects = g_list_prepend(objects, static_cast<GDBusProxy *>(proxy));
     const List list(objects);
     const auto answer = operation.connection->answerOfProvider();
-    secret_service_unlock(operation.service, list.get(), nullptr, settleAnswer, settles(answer));
+    secret_service_unlock(operation.service, list.get(), nullptr, settleAnswer, userDataFor(answer));
     const auto result = co_await answerOf(operation, answer);
     GError *error = nullptr;
     const gint count = secret_service_unlock_finish(operation.service, result, nullptr, &error);
@@ -146,15 +146,15 @@ QCoro::Task<> unlockProxies(SecretOperation operation, SecretProxies proxies)
     const int count = co_await unlockedCount(operation, proxies);
     if (count > 0)
         co_return;
-    operation.connection->noteDismissal();
+    operation.connection->recordDismissal();
     throwDismissed();
 }
 
 QCoro::Task<GReference<SecretCollection>> defaultCollection(SecretOperation operation)
 {
     const auto answer = operation.connection->answerOfProvider();
-    secret_collection_for_alias(
-        operation.service, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, nullptr, settleAnswer, settles(answer));
+    secret_collection_for_alias(operation.service, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, nullptr,
+        settleAnswer, userDataFor(answer));
     const auto result = co_await SecretServiceConnection::timelyAnswer(operation.connection, answer);
     GError *error = nullptr;
     auto collection = GReference<SecretCollection>::adopt(secret_collection_for_alias_finish(result, &error));
@@ -167,7 +167,7 @@ QCoro::Task<> createDefaultCollection(SecretOperation operation)
     const auto question = co_await takeQuestion(operation);
     const auto answer = operation.connection->answerOfProvider();
     secret_collection_create(operation.service, "Default keyring", SECRET_COLLECTION_DEFAULT,
-        SECRET_COLLECTION_CREATE_NONE, nullptr, settleAnswer, settles(answer));
+        SECRET_COLLECTION_CREATE_NONE, nullptr, settleAnswer, userDataFor(answer));
     const auto result = co_await answer;
     GError *error = nullptr;
     const auto collection = GReference<SecretCollection>::adopt(secret_collection_create_finish(result, &error));
@@ -183,7 +183,7 @@ QCoro::Task<> storeSecret(SecretOperation operation, QByteArray collection, Secr
     const QByteArray label = "Velmora (GitHub account " + operation.account + ')';
     const auto answer = operation.connection->answerOfProvider();
     secret_service_store(operation.service, schema(), attributes.get(), collection.constData(), label.constData(),
-        secret.get(), nullptr, settleAnswer, settles(answer));
+        secret.get(), nullptr, settleAnswer, userDataFor(answer));
     const auto result = co_await answerOf(operation, answer);
     GError *error = nullptr;
     secret_service_store_finish(operation.service, result, &error);
@@ -193,7 +193,7 @@ QCoro::Task<> storeSecret(SecretOperation operation, QByteArray collection, Secr
 QCoro::Task<Secret> loadSecret(SecretOperation operation, GReference<SecretItem> item)
 {
     const auto answer = operation.connection->answerOfProvider();
-    secret_item_load_secret(item, nullptr, settleAnswer, settles(answer));
+    secret_item_load_secret(item, nullptr, settleAnswer, userDataFor(answer));
     const auto result = co_await SecretServiceConnection::timelyAnswer(operation.connection, answer);
     GError *error = nullptr;
     secret_item_load_secret_finish(item, result, &error);
@@ -205,7 +205,7 @@ QCoro::Task<> deleteItem(SecretOperation operation, GReference<SecretItem> item)
 {
     const auto question = co_await takeQuestion(operation);
     const auto answer = operation.connection->answerOfProvider();
-    secret_item_delete(item, nullptr, settleAnswer, settles(answer));
+    secret_item_delete(item, nullptr, settleAnswer, userDataFor(answer));
     const auto result = co_await answerOf(operation, answer);
     GError *error = nullptr;
     const bool isDeleted = secret_item_delete_finish(item, result, &error);

@@ -52,7 +52,7 @@ CredentialStoreError::Status statusOf(const GError *error, Interaction interacti
 void callBus(GDBusConnection *bus, const char *method, GVariant *parameters, int timeout, const GAnswer &answer)
 {
     g_dbus_connection_call(bus, kBusName, kBusPath, kBusName, method, parameters, nullptr, G_DBUS_CALL_FLAGS_NONE,
-        timeout, nullptr, settleAnswer, settles(answer));
+        timeout, nullptr, settleAnswer, userDataFor(answer));
 }
 
 } // namespace
@@ -63,7 +63,7 @@ void settleAnswer([[maybe_unused]] GObject *source, GAsyncResult *result, gpoint
     answer->resolve(GReference<GAsyncResult>::share(result));
 }
 
-gpointer settles(const GAnswer &answer)
+gpointer userDataFor(const GAnswer &answer)
 {
     return std::make_unique<GAnswer>(answer).release();
 }
@@ -92,7 +92,7 @@ QCoro::Task<GReference<SecretService>> SecretServiceConnection::service(Self con
     if (connection->m_service && connection->m_owner == owner)
         co_return GReference<SecretService>(connection->m_service);
     const auto answer = connection->answerOfProvider();
-    secret_service_open(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_NONE, nullptr, settleAnswer, settles(answer));
+    secret_service_open(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_NONE, nullptr, settleAnswer, userDataFor(answer));
     const auto result = co_await timelyAnswer(connection, answer);
     GError *error = nullptr;
     const auto opened = GReference<SecretService>::adopt(secret_service_open_finish(result, &error));
@@ -123,7 +123,7 @@ QCoro::Task<> SecretServiceConnection::connectToBus(Self self)
     if (self->m_bus)
         co_return;
     const GAnswer answer;
-    g_bus_get(G_BUS_TYPE_SESSION, nullptr, settleAnswer, settles(answer));
+    g_bus_get(G_BUS_TYPE_SESSION, nullptr, settleAnswer, userDataFor(answer));
     const auto result = co_await answer;
     const auto bus = GReference<GDBusConnection>::adopt(g_bus_get_finish(result, nullptr));
     if (!bus || g_dbus_connection_is_closed(bus))

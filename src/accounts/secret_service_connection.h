@@ -71,7 +71,7 @@ using GAnswer = OneShot<GReference<GAsyncResult>>;
 /// The GAsyncReadyCallback of every call.
 void settleAnswer(GObject *source, GAsyncResult *result, gpointer data);
 /// The user data for settleAnswer().
-[[nodiscard]] gpointer settles(const GAnswer &answer);
+[[nodiscard]] gpointer userDataFor(const GAnswer &answer);
 
 /// Throws the CredentialStoreError for the error, which it frees. Does nothing if `error` is null.
 void throwKeyringError(GError *error, Interaction interaction);
@@ -111,7 +111,7 @@ public:
     [[nodiscard]] const AsyncMutex &openings() const { return m_openings; }
     /// How many requests to unlock the user has declined.
     [[nodiscard]] int dismissals() const { return m_dismissals; }
-    void noteDismissal() { ++m_dismissals; }
+    void recordDismissal() { ++m_dismissals; }
     /// The paths of wallets that unexpectedly did not open without a question. Cleared when the provider ends.
     [[nodiscard]] QSet<QByteArray> &reluctantWallets() { return m_reluctantWallets; }
 

@@ -49,7 +49,7 @@ public:
     {
         connect(&m_browser, &URLOpener::unopenedChanged, this, [this] {
             if (m_browser.unopened())
-                noteUnopened(*m_browser.unopened());
+                recordUnopened(*m_browser.unopened());
         });
     }
 

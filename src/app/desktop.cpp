@@ -75,7 +75,7 @@ Desktop::Desktop(VelmoraApp *app, const QDBusConnection &bus, const Options &opt
     , m_item(makeStatusItem(bus, options.isBackground))
 {
     makeTray();
-    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &Desktop::noteFocus);
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &Desktop::onFocusChanged);
     m_notificationService = std::make_unique<NotificationServiceWatcher>(bus, desktopNotificationServiceName());
     connect(m_notificationService.get(), &NotificationServiceWatcher::appeared, this,
         [this] { launch(m_app->settings().retryPreparation(), "preparing notifications again"); });
@@ -84,7 +84,7 @@ Desktop::Desktop(VelmoraApp *app, const QDBusConnection &bus, const Options &opt
 Desktop::~Desktop() = default;
 
 /// The user may come back from installing the App. A menu or tooltip that takes the focus says nothing of that.
-void Desktop::noteFocus(const QWindow *window)
+void Desktop::onFocusChanged(const QWindow *window)
 {
     if (window && window->type() != Qt::Popup && window->type() != Qt::ToolTip)
         launch(m_app->monitor().refreshExpected(&m_app->authentication(), &m_app->installations()),

@@ -61,7 +61,7 @@ private:
     void makeSettings();
     void followTray(bool isAvailable);
     void showAvailability();
-    void noteFocus(const QWindow *window);
+    void onFocusChanged(const QWindow *window);
     void openRepositories();
 
     VelmoraApp *m_app;

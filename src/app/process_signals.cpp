@@ -26,7 +26,7 @@ bool isEndSignal(int number)
 }
 
 /// Does only what is allowed in a signal handler.
-extern "C" void noteSignal(int number)
+extern "C" void recordSignal(int number)
 {
     const int saved = errno;
     if (isEndSignal(number)) {
@@ -51,7 +51,7 @@ void handle(int number, int flags)
         return;
     struct sigaction action {
     };
-    action.sa_handler = noteSignal;
+    action.sa_handler = recordSignal;
     action.sa_flags = flags;
     ::sigaction(number, &action, nullptr);
 }
@@ -61,7 +61,7 @@ void restore(int number)
     struct sigaction current {
     };
     ::sigaction(number, nullptr, &current);
-    if (current.sa_handler == noteSignal)
+    if (current.sa_handler == recordSignal)
         ::signal(number, SIG_DFL);
 }
 

@@ -117,7 +117,7 @@ Filled fill(const QString &format, const MonitorReport &report)
         }
         const qsizetype end = format.indexOf(QLatin1Char('}'), at);
         if (letter == QLatin1Char('}') || end < 0) {
-            filled.error = QStringLiteral("A single %1 stands for nothing: write it twice.").arg(letter);
+            filled.error = QStringLiteral("A single %1 is not allowed: write it twice.").arg(letter);
             return filled;
         }
         const QString placeholder = format.mid(at + 1, end - at - 1);

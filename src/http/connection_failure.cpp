@@ -20,19 +20,20 @@ const QList<CertificateProblem> &certificateProblems()
                                            "authority in the system's trust store.");
     static const QList<CertificateProblem> problems{
         {{QSslError::CertificateRevoked, QSslError::CertificateBlacklisted}, QStringLiteral("it was revoked"),
-            QStringLiteral("Tell whoever runs the host.")},
+            QStringLiteral("Tell the host's administrator.")},
         {{QSslError::SelfSignedCertificate}, QStringLiteral("it is self-signed"), install},
         {{QSslError::SelfSignedCertificateInChain, QSslError::UnableToGetIssuerCertificate,
              QSslError::UnableToGetLocalIssuerCertificate, QSslError::UnableToVerifyFirstCertificate,
              QSslError::CertificateUntrusted},
             QStringLiteral("this system does not know its issuer"), install},
         {{QSslError::HostNameMismatch}, QStringLiteral("it is for another host name"),
-            QStringLiteral("Check the address, or tell whoever runs the host.")},
+            QStringLiteral("Check the address, or tell the host's administrator.")},
         {{QSslError::CertificateExpired}, QStringLiteral("it has expired"),
-            QStringLiteral("Check this computer's clock, or tell whoever runs the host.")},
+            QStringLiteral("Check this computer's clock, or tell the host's administrator.")},
         {{QSslError::CertificateNotYetValid}, QStringLiteral("it is not valid yet"),
-            QStringLiteral("Check this computer's clock, or tell whoever runs the host.")},
-        {{}, QStringLiteral("it breaks a rule for certificates"), QStringLiteral("Tell whoever runs the host.")},
+            QStringLiteral("Check this computer's clock, or tell the host's administrator.")},
+        {{}, QStringLiteral("it is not a valid certificate for this use"),
+            QStringLiteral("Tell the host's administrator.")},
     };
     return problems;
 }

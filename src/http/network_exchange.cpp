@@ -147,7 +147,7 @@ NetworkExchange::NetworkExchange(
         m_host = QStringLiteral("the host");
         m_proxy.setHostName(QString());
     }
-    connect(m_reply, &QNetworkReply::sslErrors, this, &NetworkExchange::noteCertificateErrors);
+    connect(m_reply, &QNetworkReply::sslErrors, this, &NetworkExchange::recordCertificateErrors);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &NetworkExchange::readHeaders);
     connect(m_reply, &QNetworkReply::readyRead, this, &NetworkExchange::readBody);
     connect(m_reply, &QNetworkReply::finished, this, &NetworkExchange::finishReply);
@@ -170,7 +170,8 @@ void NetworkExchange::cancel()
 
 void NetworkExchange::drop()
 {
-    fail(TransportError::Kind::Network, QStringLiteral("The connection to %1 was given up.").arg(m_host));
+    fail(TransportError::Kind::Network,
+        QStringLiteral("The connection to %1 was closed before the answer arrived.").arg(m_host));
     abandonConnections();
     abortReply();
 }
@@ -182,7 +183,7 @@ void NetworkExchange::dropNow()
 }
 
 /// Remembers the errors for failureText(); never ignores them.
-void NetworkExchange::noteCertificateErrors(const QList<QSslError> &errors)
+void NetworkExchange::recordCertificateErrors(const QList<QSslError> &errors)
 {
     m_certificateErrors = errors;
 }

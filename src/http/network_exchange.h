@@ -48,7 +48,7 @@ public:
     void dropNow();
 
 private:
-    void noteCertificateErrors(const QList<QSslError> &errors);
+    void recordCertificateErrors(const QList<QSslError> &errors);
     void readHeaders();
     void readBody();
     void finishReply();

@@ -108,8 +108,8 @@ QCoro::Task<QNetworkProxy> ProxyLookup::proxyFor(
         launch(ask(state, origin), "asking the system for its proxy");
     const std::optional<QNetworkProxy> proxy = co_await withDeadline(mine, patience, stop);
     if (!proxy)
-        throw TransportError(TransportError::Kind::TimedOut,
-            QStringLiteral("This system does not say through which proxy the network is reached."));
+        throw TransportError(
+            TransportError::Kind::TimedOut, QStringLiteral("The system's proxy settings did not answer in time."));
     co_return QNetworkProxy(*proxy);
 }
 
@@ -148,8 +148,8 @@ void ProxyLookup::abandon()
     for (Remembered &one : m_state->remembered)
         one.end = QDeadlineTimer();
     const auto questions = std::exchange(m_state->questions, {});
-    const auto givenUp = std::make_exception_ptr(
-        TransportError(TransportError::Kind::Network, QStringLiteral("The connection was given up.")));
+    const auto givenUp = std::make_exception_ptr(TransportError(
+        TransportError::Kind::Network, QStringLiteral("The connection was closed before the answer arrived.")));
     for (const auto &question : questions) {
         const auto waiting = std::exchange(question->waiting, {});
         for (const Answer &one : waiting)

@@ -62,10 +62,10 @@ QCoro::Task<> BackgroundNotifier::deliver(DeploymentSnapshot deployment, Deploym
         failure = error.description();
     }
     if (self)
-        noteFailure(failure);
+        recordFailure(failure);
 }
 
-void BackgroundNotifier::noteFailure(const QString &description)
+void BackgroundNotifier::recordFailure(const QString &description)
 {
     if (std::exchange(m_failure, description) != description && !description.isEmpty())
         Q_EMIT failed(description);

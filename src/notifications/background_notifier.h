@@ -34,7 +34,7 @@ Q_SIGNALS:
 private:
     QCoro::Task<> launchDelivery(DeploymentSnapshot deployment, DeploymentNotificationKind kind);
     QCoro::Task<> deliver(DeploymentSnapshot deployment, DeploymentNotificationKind kind);
-    void noteFailure(const QString &description);
+    void recordFailure(const QString &description);
 
     DeploymentNotifying *m_notifier;
     QString m_failure; ///< why the latest result was refused; empty if it was accepted

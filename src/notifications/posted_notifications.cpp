@@ -23,7 +23,7 @@ QString PostedNotifications::note(const QString &identifier, const QString &hand
     return earlier == handle ? QString() : earlier;
 }
 
-void PostedNotifications::noteActivationToken(const QString &handle, const QString &token)
+void PostedNotifications::recordActivationToken(const QString &handle, const QString &token)
 {
     if (Entry *const entry = entryWith(handle))
         entry->activationToken = token;

@@ -36,7 +36,7 @@ public:
     /// Records that the server shows the identifier under the handle, as a new revision that has not been clicked.
     /// Returns the handle of another notification that still shows the same identifier, else empty.
     QString note(const QString &identifier, const QString &handle, const WebAddress &url);
-    void noteActivationToken(const QString &handle, const QString &token);
+    void recordActivationToken(const QString &handle, const QString &token);
     /// The first click on a revision; nullopt for later clicks and unknown handles.
     [[nodiscard]] std::optional<Click> takeClick(const QString &handle);
     void forget(const QString &handle);

@@ -184,7 +184,7 @@ void UserNotificationService::watchServer()
         });
     QObject::connect(server, &NotificationServer::serverGone, &m_context, [posted] { posted->clear(); });
     QObject::connect(server, &NotificationServer::activationTokenReceived, &m_context,
-        [posted](const QString &handle, const QString &token) { posted->noteActivationToken(handle, token); });
+        [posted](const QString &handle, const QString &token) { posted->recordActivationToken(handle, token); });
     QObject::connect(
         server, &NotificationServer::activated, &m_context, [this](const QString &handle) { openClicked(handle); });
 }

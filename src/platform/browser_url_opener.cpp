@@ -67,14 +67,14 @@ bool BrowserURLOpener::start(const WebAddress &address, const QString &activatio
     connect(launcher, &QProcess::errorOccurred, this, [this, launcher, address](QProcess::ProcessError error) {
         if (error != QProcess::FailedToStart)
             return;
-        noteUnopened(address);
+        recordUnopened(address);
         launcher->deleteLater();
     });
     connect(launcher, &QProcess::finished, this,
         [this, launcher, address, sinceStart](int code, QProcess::ExitStatus status) {
             const bool hasFailed = status == QProcess::CrashExit || code != 0;
             if (hasFailed && sinceStart.elapsed() < std::chrono::milliseconds(kLongestStart).count())
-                noteUnopened(address);
+                recordUnopened(address);
             launcher->deleteLater();
         });
     launcher->start();

@@ -27,24 +27,16 @@ public:
         std::chrono::milliseconds patience = std::chrono::seconds(5), QObject *parent = nullptr);
     ~FallbackStatusItem() override;
 
-    void setTitle(const QString &title) override;
-    void setToolTip(const QString &title, const QString &text) override;
-    void setIcon(const QList<QImage> &images) override;
-    void setLabel(const QString &label) override;
-    void setMenu(const QList<MenuEntry> &entries) override;
-    void setStatus(Status status) override;
+    void show(const Content &content) override;
     [[nodiscard]] bool isAvailable() const override;
 
 private:
-    struct Content;
-
     void forwardSignalsOf(StatusItem *item);
     void preferredChanged(bool isAvailable);
     void useOther();
     void announce();
-    void tell(const std::function<void(StatusItem &)> &what);
 
-    std::unique_ptr<Content> m_content;
+    Content m_content; ///< for the other item when it is created
     std::unique_ptr<StatusItem> m_preferred;
     std::unique_ptr<StatusItem> m_other;
     Factory m_makeOther;

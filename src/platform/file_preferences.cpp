@@ -28,8 +28,8 @@ constexpr std::chrono::milliseconds kLongestPause = 5min;
 
 } // namespace
 
-/// The known content of the file, the changes that are not in it yet, and the one running exchange. Belongs to the main
-/// thread. Worker threads touch only the exchange, which is a separate value.
+/// The known content of the file, the changes that are not in it yet, and the one running update. Belongs to the main
+/// thread. Worker threads touch only the update, which is a separate value.
 class FilePreferences::Storage
 {
 public:
@@ -45,14 +45,14 @@ public:
         }
         m_pool.setMaxThreadCount(1);
         QObject::connect(&m_watch, &FileWatch::changed, owner, [this] { readIfChanged(); });
-        PreferencesExchange first;
-        exchange(m_path, kPatienceAtStart, first);
+        PreferencesUpdate first;
+        applyChanges(m_path, kPatienceAtStart, first);
         m_stored = first.content.value_or(QJsonObject());
         m_hasRead = first.content.has_value();
         m_stamp = first.stamp;
         earlyDamage = first.damage;
         m_watch.renew();
-        noteFailure(first.failure);
+        recordFailure(first.failure);
     }
 
     [[nodiscard]] QJsonValue json(const QString &key) const
@@ -169,7 +169,7 @@ private:
 
     void start(const QMap<QString, QJsonValue> &changes, const QList<ListChanges> &listChanges)
     {
-        m_running = std::make_shared<PreferencesExchange>();
+        m_running = std::make_shared<PreferencesUpdate>();
         m_running->changes = changes;
         m_running->listChanges = listChanges;
         m_running->lastKnown = m_stored;
@@ -177,13 +177,13 @@ private:
         m_isWriting = !changes.isEmpty() || !listChanges.isEmpty();
         // The owner's destructor waits for the pool, so `owner` is valid here.
         m_pool.start([this, owner = m_owner, path = m_path, running = m_running] {
-            exchange(path, kPatience, *running);
+            applyChanges(path, kPatience, *running);
             QMetaObject::invokeMethod(
                 owner, [this, running] { take(running); }, Qt::QueuedConnection);
         });
     }
 
-    /// Waits for the running exchange.
+    /// Waits for the running update.
     void finish()
     {
         m_pool.waitForDone();
@@ -191,7 +191,7 @@ private:
     }
 
     // By value, since finish() passes m_running, which is reset here.
-    void take(std::shared_ptr<PreferencesExchange> done)
+    void take(std::shared_ptr<PreferencesUpdate> done)
     {
         if (!done || done != m_running)
             return;
@@ -201,7 +201,7 @@ private:
         const QList<ListStep> steps = m_steps.first(done->listChanges.size());
         const QStringList keys = done->content ? adopt(*done) : QStringList();
         m_watch.renew();
-        const bool isFailureNew = noteFailure(done->failure);
+        const bool isFailureNew = recordFailure(done->failure);
         // Writes changes set meanwhile. Failed changes wait for their retry, so that a full disk does not cause
         // constant writing.
         startWriting();
@@ -213,7 +213,7 @@ private:
     }
 
     /// Settles the steps with the differences that they made in the file or, if it failed, in the known content.
-    static void settle(const QList<ListStep> &steps, const PreferencesExchange &done)
+    static void settle(const QList<ListStep> &steps, const PreferencesUpdate &done)
     {
         QJsonObject known = done.lastKnown;
         for (qsizetype place = 0; place < steps.size(); ++place) {
@@ -225,7 +225,7 @@ private:
     }
 
     /// Returns whether the failure has changed.
-    bool noteFailure(const QString &failure)
+    bool recordFailure(const QString &failure)
     {
         if (failure.isEmpty()) {
             m_retries.cancelAll();
@@ -252,7 +252,7 @@ private:
     }
 
     /// Adopts the content of the file. Returns the keys whose values have changed by it.
-    QStringList adopt(const PreferencesExchange &done)
+    QStringList adopt(const PreferencesUpdate &done)
     {
         const QJsonObject before = m_stored;
         const QMap<QString, QJsonValue> listsBefore = listsOf(done);
@@ -280,8 +280,8 @@ private:
         return keys;
     }
 
-    /// The changed lists, with the values that were visible during the exchange.
-    [[nodiscard]] QMap<QString, QJsonValue> listsOf(const PreferencesExchange &done) const
+    /// The changed lists, with the values that were visible during the update.
+    [[nodiscard]] QMap<QString, QJsonValue> listsOf(const PreferencesUpdate &done) const
     {
         QMap<QString, QJsonValue> lists;
         for (const ListChanges &changes : done.listChanges) {
@@ -317,10 +317,10 @@ private:
     bool m_hasRead = false; ///< the file has been read at least once
     QString m_failure;
     bool m_isWriteDue = false;
-    bool m_isWriting = false; ///< the running exchange has changes to write
+    bool m_isWriting = false; ///< the running update has changes to write
     bool m_isRetryDue = false;
     std::chrono::milliseconds m_pause = kFirstPause; ///< before the next retry
-    std::shared_ptr<PreferencesExchange> m_running;
+    std::shared_ptr<PreferencesUpdate> m_running;
     FileWatch m_watch;
     QThreadPool m_pool;
     TaskScope m_retries;

@@ -84,9 +84,9 @@ void PortalRequest::onResponse(uint response, const QVariantMap &results)
     if (response == 0)
         m_answer.resolve(results);
     else if (response == 1)
-        fail(QStringLiteral("The desktop, or whoever it asked, declined."));
+        fail(QStringLiteral("The request was declined on the desktop."));
     else
-        fail(QStringLiteral("The desktop could not find an answer."));
+        fail(QStringLiteral("The desktop could not answer the request."));
 }
 
 void PortalRequest::fail(const QString &description)

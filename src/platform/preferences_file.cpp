@@ -108,35 +108,35 @@ void replaceFile(const QString &path, const QJsonObject &content, const QString 
     }
 }
 
-void exchangeUnderLock(const QString &path, std::chrono::milliseconds patience, PreferencesExchange &exchange)
+void applyUnderLock(const QString &path, std::chrono::milliseconds patience, PreferencesUpdate &update)
 {
     makePrivateFolder(QFileInfo(path).absolutePath());
     const auto lock = lockOf(path, patience);
     const auto stored = readPatiently(path);
     const QString copy = stored ? QString() : setAside(path);
-    if (stored && exchange.yieldsToFile)
-        exchange.changes.removeIf([&](const auto &change) { return stored->contains(change.key()); });
-    QJsonObject after = applied(stored ? *stored : exchange.lastKnown, exchange.changes);
-    for (const ListChanges &changes : std::as_const(exchange.listChanges))
-        exchange.differences.append(applyListChanges(after, changes));
+    if (stored && update.yieldsToFile)
+        update.changes.removeIf([&](const auto &change) { return stored->contains(change.key()); });
+    QJsonObject after = applied(stored ? *stored : update.lastKnown, update.changes);
+    for (const ListChanges &changes : std::as_const(update.listChanges))
+        update.differences.append(applyListChanges(after, changes));
     if (after != stored)
         replaceFile(path, after, copy);
     if (!stored)
-        exchange.damage = damageMessage(path, copy, !exchange.lastKnown.isEmpty());
+        update.damage = damageMessage(path, copy, !update.lastKnown.isEmpty());
     // No other process replaces the file while the lock is held, so stamp and content belong together.
-    exchange.stamp = FileStamp::of(path);
-    exchange.content = after;
+    update.stamp = FileStamp::of(path);
+    update.content = after;
 }
 
 /// Reads the file if there are no changes to write. Returns whether that was enough.
-bool readOnly(const QString &path, PreferencesExchange &exchange)
+bool readIfNothingChanged(const QString &path, PreferencesUpdate &update)
 {
-    if (!exchange.changes.isEmpty() || !exchange.listChanges.isEmpty())
+    if (!update.changes.isEmpty() || !update.listChanges.isEmpty())
         return false;
     // Take the stamp first, so that a change after it is noticed later.
-    exchange.stamp = FileStamp::of(path);
-    exchange.content = readObject(path);
-    return exchange.content.has_value();
+    update.stamp = FileStamp::of(path);
+    update.content = readObject(path);
+    return update.content.has_value();
 }
 
 } // namespace
@@ -149,15 +149,15 @@ FileStamp FileStamp::of(const QString &path)
     return {status.st_dev, status.st_ino, status.st_size, sinceEpoch(status.st_mtim), sinceEpoch(status.st_ctim)};
 }
 
-void exchange(const QString &path, std::chrono::milliseconds patience, PreferencesExchange &exchange)
+void applyChanges(const QString &path, std::chrono::milliseconds patience, PreferencesUpdate &update)
 {
     try {
-        if (!readOnly(path, exchange))
-            exchangeUnderLock(path, patience, exchange);
+        if (!readIfNothingChanged(path, update))
+            applyUnderLock(path, patience, update);
     } catch (const Error &error) {
-        exchange.content.reset();
-        exchange.stamp = FileStamp::of(path);
-        exchange.failure = error.description();
+        update.content.reset();
+        update.stamp = FileStamp::of(path);
+        update.failure = error.description();
     }
 }
 

@@ -28,7 +28,7 @@ struct FileStamp {
 };
 
 /// The changes to the file, and the outcome. A plain value that is passed between threads.
-struct PreferencesExchange {
+struct PreferencesUpdate {
     /// The new value of each key; an undefined value removes the key. Without changes the file is only read.
     QMap<QString, QJsonValue> changes;
     /// Changes of lists, applied in order to the content of the file.
@@ -51,7 +51,7 @@ struct PreferencesExchange {
 /// Reads the file, applies the changes under a lock, and replaces the file as a whole if that makes a difference. The
 /// lock file beside it, with the suffix ".lock", is never removed. First copies a damaged file to the first free name
 /// with the suffix ".damaged". Blocks on the disk and, for at most `patience`, on the lock. Does not throw.
-void exchange(const QString &path, std::chrono::milliseconds patience, PreferencesExchange &exchange);
+void applyChanges(const QString &path, std::chrono::milliseconds patience, PreferencesUpdate &update);
 
 /// Applies the changes to the object, and returns those that had an effect. A value that is not a list of texts counts
 /// as an empty list.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QImage>
 #include <QList>
 #include <QObject>
 #include <QPoint>
@@ -8,14 +9,12 @@
 
 #include <optional>
 
-class QImage;
-
 namespace velmora
 {
 
 /// The item in the desktop's tray.
 ///
-/// Shows the last values set, also in a host that appears later. Never waits for the desktop. Without a host the item
+/// Shows the last content, also in a host that appears later. Never waits for the desktop. Without a host the item
 /// is invisible, and the user must be reached in another way. Texts are plain; adapters escape them for hosts that
 /// interpret markup.
 class StatusItem : public QObject
@@ -39,18 +38,20 @@ public:
         friend bool operator==(const MenuEntry &, const MenuEntry &) = default;
     };
 
+    struct Content {
+        QString title; ///< stands beside the icon as well, on the few desktops that show a text there
+        QString detail; ///< follows the title for hovering over the item and for assistive technology; may be empty
+        QList<QImage> icon; ///< the same picture as square images, one for each size that hosts may need
+        /// Some desktops open the menu on every click, so its first entry should do the same as a click.
+        QList<MenuEntry> menu;
+        Status status = Status::Active;
+
+        friend bool operator==(const Content &, const Content &) = default;
+    };
+
     using QObject::QObject;
 
-    virtual void setTitle(const QString &title) = 0;
-    /// The text for hovering over the item and for assistive technology.
-    virtual void setToolTip(const QString &title, const QString &text) = 0;
-    /// The same picture as square images, one for each size that hosts may need.
-    virtual void setIcon(const QList<QImage> &images) = 0;
-    /// A short text beside the icon, on the few desktops that show one.
-    virtual void setLabel(const QString &label) = 0;
-    /// Some desktops open the menu on every click, so its first entry should do the same as a click.
-    virtual void setMenu(const QList<MenuEntry> &entries) = 0;
-    virtual void setStatus(Status status) = 0;
+    virtual void show(const Content &content) = 0;
 
     /// Whether a host shows the item, as far as known. False at first.
     [[nodiscard]] virtual bool isAvailable() const = 0;

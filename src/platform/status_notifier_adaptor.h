@@ -17,7 +17,6 @@ struct StatusNotifierContent {
     QString id; ///< the same in every run
     QString title;
     QString status; ///< "Passive", "Active" or "NeedsAttention"
-    QString label;
     QString accessibleName;
     QList<StatusNotifierPixmap> icon;
     StatusNotifierToolTip toolTip;
@@ -67,7 +66,7 @@ public:
     [[nodiscard]] StatusNotifierToolTip toolTip() const { return m_content->toolTip; }
     [[nodiscard]] bool isMenu() const { return false; }
     [[nodiscard]] QDBusObjectPath menu() const { return m_menu; }
-    [[nodiscard]] QString label() const { return m_content->label; }
+    [[nodiscard]] QString label() const { return m_content->title; }
 
 public Q_SLOTS:
     void Activate(int x, int y);

@@ -5,7 +5,6 @@
 #include "platform/dbus_menu_adaptor.h"
 
 #include <QGuiApplication>
-#include <QImage>
 
 namespace velmora
 {
@@ -42,7 +41,7 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection &bus, const Options
     : StatusItem(parent)
     , m_bus(bus)
     , m_clickPlace(options.clickPlace)
-    , m_content{options.id, {}, wordFor(Status::Active), {}, {}, {}, {}}
+    , m_content{options.id, {}, wordFor(Status::Active), {}, {}, {}}
     , m_adaptor(new StatusNotifierAdaptor(this, &m_content, QDBusObjectPath(menuPath()),
           {[this](QPoint place) { activate(place); },
               [this](const QString &token) {
@@ -73,22 +72,28 @@ StatusNotifierItem::ClickPlace StatusNotifierItem::clickPlaceOfSession()
     return isX11 && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ? ClickPlace::Global : ClickPlace::Unknown;
 }
 
-void StatusNotifierItem::setTitle(const QString &title)
+void StatusNotifierItem::show(const Content &content)
 {
-    if (std::exchange(m_content.title, title) != title)
-        Q_EMIT m_adaptor->NewTitle();
+    showText(content.title, content.detail);
+    showIcon(content.icon);
+    m_menu.setEntries(content.menu);
+    showStatus(content.status);
 }
 
-void StatusNotifierItem::setToolTip(const QString &title, const QString &text)
+void StatusNotifierItem::showText(const QString &title, const QString &detail)
 {
-    // Hosts interpret markup in the text, but not in the title.
-    const StatusNotifierToolTip toolTip{{}, {}, title, text.toHtmlEscaped()};
-    m_content.accessibleName = text.isEmpty() ? title : QStringLiteral("%1, %2").arg(title, text);
+    // Hosts interpret markup in the detail, but not in the title.
+    const StatusNotifierToolTip toolTip{{}, {}, title, detail.toHtmlEscaped()};
+    m_content.accessibleName = detail.isEmpty() ? title : QStringLiteral("%1, %2").arg(title, detail);
+    if (std::exchange(m_content.title, title) != title) {
+        Q_EMIT m_adaptor->NewTitle();
+        Q_EMIT m_adaptor->XAyatanaNewLabel(title, title);
+    }
     if (std::exchange(m_content.toolTip, toolTip) != toolTip)
         Q_EMIT m_adaptor->NewToolTip();
 }
 
-void StatusNotifierItem::setIcon(const QList<QImage> &images)
+void StatusNotifierItem::showIcon(const QList<QImage> &images)
 {
     const auto pixmaps = statusNotifierPixmaps(images);
     if (std::exchange(m_content.icon, pixmaps) == pixmaps)
@@ -97,18 +102,7 @@ void StatusNotifierItem::setIcon(const QList<QImage> &images)
     Q_EMIT m_adaptor->NewAttentionIcon();
 }
 
-void StatusNotifierItem::setLabel(const QString &label)
-{
-    if (std::exchange(m_content.label, label) != label)
-        Q_EMIT m_adaptor->XAyatanaNewLabel(label, label);
-}
-
-void StatusNotifierItem::setMenu(const QList<MenuEntry> &entries)
-{
-    m_menu.setEntries(entries);
-}
-
-void StatusNotifierItem::setStatus(Status status)
+void StatusNotifierItem::showStatus(Status status)
 {
     const QString word = wordFor(status);
     if (std::exchange(m_content.status, word) != word)

@@ -37,15 +37,13 @@ public:
     /// The meaning of coordinates in this session. The application object must exist.
     [[nodiscard]] static ClickPlace clickPlaceOfSession();
 
-    void setTitle(const QString &title) override;
-    void setToolTip(const QString &title, const QString &text) override;
-    void setIcon(const QList<QImage> &images) override;
-    void setLabel(const QString &label) override;
-    void setMenu(const QList<MenuEntry> &entries) override;
-    void setStatus(Status status) override;
+    void show(const Content &content) override;
     [[nodiscard]] bool isAvailable() const override { return m_registration.isAvailable(); }
 
 private:
+    void showText(const QString &title, const QString &detail);
+    void showIcon(const QList<QImage> &images);
+    void showStatus(Status status);
     void activate(QPoint place);
     void provideToken(const QString &token);
 

@@ -36,7 +36,7 @@ protected:
     /// Starts the browser. Returns false if that is impossible.
     virtual bool start(const WebAddress &address, const QString &activationToken) = 0;
     /// Call it if a started browser has not opened the page.
-    void noteUnopened(const WebAddress &address) { setUnopened(address); }
+    void recordUnopened(const WebAddress &address) { setUnopened(address); }
 
 private:
     void setUnopened(const std::optional<WebAddress> &address);

@@ -20,7 +20,7 @@ void WakeWatch::prepareForSleep(bool isAboutToSleep)
         if (m_state == State::Asleep)
             beginGrace();
         else
-            noteSign();
+            onSign();
         return;
     }
     if (m_state == State::Asleep)
@@ -38,15 +38,15 @@ void WakeWatch::networkChanged(bool isAvailable)
     m_isNetworkAvailable = isAvailable;
     // The loss of a network is no reason to retry.
     if (isAvailable || m_state == State::Grace)
-        noteSign();
+        onSign();
 }
 
 void WakeWatch::clockJumped()
 {
-    noteSign();
+    onSign();
 }
 
-void WakeWatch::noteSign()
+void WakeWatch::onSign()
 {
     // Ignore signs on the way to sleep: the end of the sleep will be announced.
     if (m_state == State::Asleep)

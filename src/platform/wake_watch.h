@@ -59,7 +59,7 @@ private:
         Grace,
     };
 
-    void noteSign();
+    void onSign();
     void beginGrace();
     QCoro::Task<> waitOutGrace(std::stop_token stop);
     QCoro::Task<> waitOutAnnouncement(std::stop_token stop);

@@ -755,7 +755,7 @@ private Q_SLOTS:
         makeStoreWith(credential(QStringLiteral("old"), m_clock->now() + 10h));
         m_http->handler = standardGitHub(1, "alice");
         awaitValue(afterRefusal(QStringLiteral("old")));
-        m_store->credentials()->noteAccepted(1, QStringLiteral("new"));
+        m_store->credentials()->recordAccepted(1, QStringLiteral("new"));
         awaitValue(afterRefusal(QStringLiteral("new")));
         QCOMPARE(m_http->requests.size(), 2);
         QCOMPARE(statuses(), QStringLiteral("alice connected"));
@@ -797,7 +797,7 @@ private Q_SLOTS:
         const auto credentials = m_store->credentials();
         m_store.reset();
         QVERIFY(await(awaited(credentials)).failedWithType<CancellationError>());
-        credentials->noteAccepted(1, QStringLiteral("old"));
+        credentials->recordAccepted(1, QStringLiteral("old"));
     }
 
     // Connected again elsewhere

@@ -40,7 +40,7 @@ public:
         asked.append(QStringLiteral("after %1").arg(refusedToken));
         return answer(accountID);
     }
-    void noteAccepted(qint64, const QString &accessToken) override
+    void recordAccepted(qint64, const QString &accessToken) override
     {
         asked.append(QStringLiteral("good ") + accessToken);
     }

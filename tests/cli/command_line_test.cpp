@@ -81,7 +81,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("reason");
         QTest::newRow("status --format wayba") << QStringLiteral("neither waybar nor a template");
         QTest::newRow("status --format {active}{colour}") << QStringLiteral("There is no {colour}.");
-        QTest::newRow("status --format {active") << QStringLiteral("A single { stands for nothing");
+        QTest::newRow("status --format {active") << QStringLiteral("A single { is not allowed");
         QTest::newRow("status --format=") << QStringLiteral("FORMAT missing");
         QTest::newRow("status --format waybar --json") << QStringLiteral("--json");
         QTest::newRow("status --follow") << QStringLiteral("--follow goes with --json or --format.");

@@ -15,8 +15,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     QFile::remove(path + QStringLiteral(".damaged"));
     writePrivateFile(path, fuzz::bytes(data, size));
 
-    PreferencesExchange reading;
-    exchange(path, std::chrono::seconds(1), reading);
+    PreferencesUpdate reading;
+    applyChanges(path, std::chrono::seconds(1), reading);
     const QJsonObject content = reading.content.value_or(QJsonObject());
     for (const auto &json : content) {
         if (const auto value = preferenceFromJSON(json))
@@ -24,12 +24,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
                 preferenceFromJSON(jsonFromPreference(*value)) == value, "a value is the same when it is read back");
     }
 
-    PreferencesExchange writing;
+    PreferencesUpdate writing;
     writing.changes.insert(QStringLiteral("key"), true);
-    exchange(path, std::chrono::seconds(1), writing);
+    applyChanges(path, std::chrono::seconds(1), writing);
     fuzz::require(writing.content && writing.content->value(u"key").toBool(), "a change is kept");
-    PreferencesExchange again;
-    exchange(path, std::chrono::seconds(1), again);
+    PreferencesUpdate again;
+    applyChanges(path, std::chrono::seconds(1), again);
     fuzz::require(again.content == writing.content && again.failure.isEmpty(), "what was written can be read");
     return 0;
 }

@@ -108,7 +108,8 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return first->isDone && second->isDone; }));
         QCOMPARE(kindOf(*first), kNetwork);
         QCOMPARE(kindOf(*second), kNetwork);
-        QCOMPARE(first->description(), QStringLiteral("The connection to 127.0.0.1 was given up."));
+        QCOMPARE(
+            first->description(), QStringLiteral("The connection to 127.0.0.1 was closed before the answer arrived."));
         server.answerAll(RawHTTPServer::answer("200 OK", "new"));
         QCOMPARE(awaitValue(session.send(get(server.url()), {})).body, QByteArray("new"));
         QCOMPARE(server.connections, 3);

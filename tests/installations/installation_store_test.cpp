@@ -659,7 +659,7 @@ private Q_SLOTS:
         QVERIFY(m_store->expectsInstallations(1));
         m_clock->setNow(m_clock->now() + 1us);
         QVERIFY(!m_store->expectsInstallations(1));
-        m_page->noteOpened();
+        m_page->recordOpened();
         QVERIFY(m_store->expectsInstallations(1));
         m_clock->setNow(m_clock->now() - 1us);
         QVERIFY(!m_store->expectsInstallations(1));

@@ -76,9 +76,9 @@ private Q_SLOTS:
         PostedNotifications posted;
         posted.note(kFirst, kHandle, kPage);
         posted.note(kSecond, kOtherHandle, kOtherPage);
-        posted.noteActivationToken(kHandle, QStringLiteral("old"));
-        posted.noteActivationToken(kHandle, QStringLiteral("token"));
-        posted.noteActivationToken(QStringLiteral("99"), QStringLiteral("foreign"));
+        posted.recordActivationToken(kHandle, QStringLiteral("old"));
+        posted.recordActivationToken(kHandle, QStringLiteral("token"));
+        posted.recordActivationToken(QStringLiteral("99"), QStringLiteral("foreign"));
         QCOMPARE(posted.takeClick(kOtherHandle)->activationToken, QString());
         QCOMPARE(posted.takeClick(kHandle)->activationToken, QStringLiteral("token"));
     }
@@ -87,7 +87,7 @@ private Q_SLOTS:
     {
         PostedNotifications posted;
         posted.note(kFirst, kHandle, kPage);
-        posted.noteActivationToken(kHandle, QStringLiteral("token"));
+        posted.recordActivationToken(kHandle, QStringLiteral("token"));
         posted.note(kFirst, kHandle, kPage);
         QCOMPARE(posted.takeClick(kHandle)->activationToken, QString());
     }

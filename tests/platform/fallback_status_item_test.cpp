@@ -47,30 +47,18 @@ private Q_SLOTS:
     void shouldTellTheOtherItemEverythingWhenPatienceIsOver()
     {
         make(kAtOnce);
-        fill();
+        m_item->show(content());
         QVERIFY(waitUntil([this] { return !m_other.isNull(); }));
-        QCOMPARE(m_other->title, QStringLiteral("3"));
-        const QStringList toolTip{QStringLiteral("3"), QStringLiteral("3 in progress")};
-        QCOMPARE(m_other->toolTip, toolTip);
-        QCOMPARE(m_other->label, QStringLiteral("three"));
-        QCOMPARE(m_other->icon.size(), 1);
-        QCOMPARE(m_other->menu.size(), 1);
-        QCOMPARE(m_other->status, StatusItem::Status::NeedsAttention);
+        QVERIFY(m_other->content == content());
     }
 
     void shouldTellBothFromThenOn()
     {
         make(kAtOnce);
         QVERIFY(waitUntil([this] { return !m_other.isNull(); }));
-        fill();
-        for (const FakeStatusItem *const item : {m_preferred.data(), m_other.data()}) {
-            QCOMPARE(item->title, QStringLiteral("3"));
-            QCOMPARE(item->toolTip.size(), 2);
-            QCOMPARE(item->label, QStringLiteral("three"));
-            QCOMPARE(item->icon.size(), 1);
-            QCOMPARE(item->menu.size(), 1);
-            QCOMPARE(item->status, StatusItem::Status::NeedsAttention);
-        }
+        m_item->show(content());
+        for (const FakeStatusItem *const item : {m_preferred.data(), m_other.data()})
+            QVERIFY(item->content == content());
     }
 
     void shouldDropTheOtherItemWhenThePreferredOneComes()
@@ -103,7 +91,7 @@ private Q_SLOTS:
         m_isPossible = false;
         make(kAtOnce);
         QVERIFY(waitUntil([this] { return m_made == 1; }));
-        fill();
+        m_item->show(content());
         QVERIFY(!m_item->isAvailable());
     }
 
@@ -160,14 +148,11 @@ private:
             patience);
     }
 
-    void fill()
+    static StatusItem::Content content()
     {
-        m_item->setTitle(QStringLiteral("3"));
-        m_item->setToolTip(QStringLiteral("3"), QStringLiteral("3 in progress"));
-        m_item->setLabel(QStringLiteral("three"));
-        m_item->setIcon({QImage(16, 16, QImage::Format_ARGB32)});
-        m_item->setMenu({{1, QStringLiteral("Open"), true, false}});
-        m_item->setStatus(StatusItem::Status::NeedsAttention);
+        static const QImage image(16, 16, QImage::Format_ARGB32);
+        return {QStringLiteral("3"), QStringLiteral("3 in progress"), {image},
+            {{1, QStringLiteral("Open"), true, false}}, StatusItem::Status::NeedsAttention};
     }
 
     bool m_isPossible = true;

@@ -637,10 +637,10 @@ void FilePreferencesTest::aDamagedFileThatCannotBeReplacedIsCopiedOnce()
         ::signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{16, 16};
         ::setrlimit(RLIMIT_FSIZE, &limit);
-        PreferencesExchange work;
+        PreferencesUpdate work;
         work.changes.insert(kKey, QString(100, QLatin1Char('x')));
         for (int i = 0; i < 3; ++i)
-            exchange(m_path, 0ms, work);
+            applyChanges(m_path, 0ms, work);
         return work.failure + work.damage;
     });
     QCOMPARE(result, QStringLiteral("Cannot write %1: File too large").arg(m_path));

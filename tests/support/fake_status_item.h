@@ -3,46 +3,18 @@
 
 #include "platform/status_item.h"
 
-#include <QImage>
-#include <QStringList>
-
 namespace velmora::testing
 {
 
-/// Records what it is told; the test sets its availability.
+/// Records what it is to show; the test sets its availability.
 class FakeStatusItem final : public StatusItem
 {
 public:
     using StatusItem::StatusItem;
 
-    void setTitle(const QString &text) override
+    void show(const Content &shown) override
     {
-        title = text;
-        ++calls;
-    }
-    void setToolTip(const QString &titleText, const QString &text) override
-    {
-        toolTip = {titleText, text};
-        ++calls;
-    }
-    void setIcon(const QList<QImage> &images) override
-    {
-        icon = images;
-        ++calls;
-    }
-    void setLabel(const QString &text) override
-    {
-        label = text;
-        ++calls;
-    }
-    void setMenu(const QList<MenuEntry> &entries) override
-    {
-        menu = entries;
-        ++calls;
-    }
-    void setStatus(Status value) override
-    {
-        status = value;
+        content = shown;
         ++calls;
     }
     [[nodiscard]] bool isAvailable() const override { return m_isAvailable; }
@@ -54,19 +26,14 @@ public:
     }
     [[nodiscard]] int entryNamed(const QString &text) const
     {
-        for (const MenuEntry &entry : menu) {
+        for (const MenuEntry &entry : content.menu) {
             if (entry.label == text)
                 return entry.id;
         }
         return 0;
     }
 
-    QString title;
-    QStringList toolTip;
-    QString label;
-    QList<QImage> icon;
-    QList<MenuEntry> menu;
-    std::optional<Status> status;
+    Content content;
     int calls = 0;
 
 private:

@@ -16,7 +16,7 @@ public:
     bool works = true;
 
     /// Simulates a browser that was started and then gave up.
-    void giveUp(const WebAddress &address) { noteUnopened(address); }
+    void giveUp(const WebAddress &address) { recordUnopened(address); }
 
 protected:
     bool start(const WebAddress &address, const QString &activationToken) override

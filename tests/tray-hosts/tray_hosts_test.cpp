@@ -114,7 +114,7 @@ private Q_SLOTS:
         startPanel();
         makeItem();
         QVERIFY(isShown(kColour));
-        m_item->setIcon(filled(kOtherColour));
+        show(kOtherColour);
         QVERIFY(isShown(kOtherColour));
         QVERIFY(isGone(kColour));
     }
@@ -183,11 +183,13 @@ private:
         m_preferred = preferred.get();
         m_item = std::make_unique<FallbackStatusItem>(
             std::move(preferred), &XEmbedStatusItem::makeWherePossible, std::chrono::milliseconds(100));
-        m_item->setTitle(QStringLiteral("Velmora"));
-        m_item->setToolTip(QStringLiteral("Velmora"), QStringLiteral("1 failed"));
-        m_item->setMenu({{1, QStringLiteral("Open Velmora"), true, false}});
-        m_item->setIcon(filled(kColour));
-        m_item->setStatus(StatusItem::Status::Active);
+        show(kColour);
+    }
+
+    void show(QRgb colour)
+    {
+        m_item->show({QStringLiteral("Velmora"), QStringLiteral("1 failed"), filled(colour),
+            {{1, QStringLiteral("Open Velmora"), true, false}}});
     }
 
     std::unique_ptr<RunningPanel> m_panel;

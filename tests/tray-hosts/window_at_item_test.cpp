@@ -147,7 +147,7 @@ private:
         m_item = std::make_unique<StatusNotifierItem>(bus, options);
         QImage image(24, 24, QImage::Format_ARGB32_Premultiplied);
         image.fill(QColor::fromRgb(kColour));
-        m_item->setIcon({image});
+        m_item->show({{}, {}, {image}, {}});
         connect(m_item.get(), &StatusItem::activated, m_window.get(), &MenuBarWindow::toggle);
     }
 

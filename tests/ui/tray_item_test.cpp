@@ -42,12 +42,10 @@ private Q_SLOTS:
     void shouldShowTheMonitorAsItIs()
     {
         make({});
-        QCOMPARE(m_item->title, QStringLiteral("Velmora"));
-        QCOMPARE(m_item->label, QStringLiteral("Velmora"));
-        const QStringList toolTip{QStringLiteral("Velmora"), QStringLiteral("Refreshing deployments")};
-        QCOMPARE(m_item->toolTip, toolTip);
-        QCOMPARE(m_item->icon, TrayIcon().images({DeploymentMonitorState::Case::Loading, 0, 0}));
-        QCOMPARE(m_item->status, StatusItem::Status::Active);
+        QCOMPARE(m_item->content.title, QStringLiteral("Velmora"));
+        QCOMPARE(m_item->content.detail, QStringLiteral("Refreshing deployments"));
+        QCOMPARE(m_item->content.icon, TrayIcon().images({DeploymentMonitorState::Case::Loading, 0, 0}));
+        QCOMPARE(m_item->content.status, StatusItem::Status::Active);
     }
 
     void shouldCountWhatIsInProgress()
@@ -55,21 +53,18 @@ private Q_SLOTS:
         make({deployment("a", "IN_PROGRESS"), deployment("b", "QUEUED"), deployment("c", "FAILURE"),
             deployment("d", "SUCCESS")});
         m_fixture->tick();
-        QCOMPARE(m_item->title, QStringLiteral("2"));
-        QCOMPARE(m_item->label, QStringLiteral("2"));
-        const QStringList toolTip{QStringLiteral("2"), QStringLiteral("2 in progress, 1 failed")};
-        QCOMPARE(m_item->toolTip, toolTip);
-        QCOMPARE(m_item->icon, TrayIcon().images({DeploymentMonitorState::Case::Ready, 2, 1}));
+        QCOMPARE(m_item->content.title, QStringLiteral("2"));
+        QCOMPARE(m_item->content.detail, QStringLiteral("2 in progress, 1 failed"));
+        QCOMPARE(m_item->content.icon, TrayIcon().images({DeploymentMonitorState::Case::Ready, 2, 1}));
     }
 
     void shouldBearTheNameOfTheApplicationWhileNothingIsInProgress()
     {
         make({deployment("c", "FAILURE")}, QStringLiteral("Velmora Demo"));
-        QCOMPARE(m_item->title, QStringLiteral("Velmora Demo"));
+        QCOMPARE(m_item->content.title, QStringLiteral("Velmora Demo"));
         m_fixture->tick();
-        QCOMPARE(m_item->title, QStringLiteral("Velmora Demo"));
-        const QStringList toolTip{QStringLiteral("Velmora Demo"), QStringLiteral("1 failed")};
-        QCOMPARE(m_item->toolTip, toolTip);
+        QCOMPARE(m_item->content.title, QStringLiteral("Velmora Demo"));
+        QCOMPARE(m_item->content.detail, QStringLiteral("1 failed"));
     }
 
     void shouldTellTheItemNothingWhenNothingChangedForIt()
@@ -90,9 +85,8 @@ private Q_SLOTS:
         m_fixture->github.identities[QStringLiteral("alice")].repositories.first().deployments.first().state
             = QStringLiteral("SUCCESS");
         m_fixture->tickAfter(30s);
-        QCOMPARE(m_item->title, QStringLiteral("Velmora"));
-        const QStringList toolTip{QStringLiteral("Velmora"), QStringLiteral("GitHub deployments")};
-        QCOMPARE(m_item->toolTip, toolTip);
+        QCOMPARE(m_item->content.title, QStringLiteral("Velmora"));
+        QCOMPARE(m_item->content.detail, QStringLiteral("GitHub deployments"));
     }
 
     void shouldSayHowThingsStand_data()
@@ -133,7 +127,7 @@ private Q_SLOTS:
     {
         make({});
         QStringList labels;
-        for (const auto &entry : m_item->menu) {
+        for (const auto &entry : m_item->content.menu) {
             QVERIFY(entry.isEnabled);
             labels.append(entry.isSeparator ? QStringLiteral("-") : entry.label);
         }

@@ -20,34 +20,32 @@ private Q_SLOTS:
     void shouldBeUnavailableWithoutATray()
     {
         XEmbedStatusItem item;
-        item.setStatus(StatusItem::Status::Active);
+        item.show({});
         QVERIFY(!item.isAvailable());
     }
 
     void shouldShowWhatItIsTold()
     {
         XEmbedStatusItem item;
-        item.setTitle(QStringLiteral("3"));
-        item.setLabel(QStringLiteral("3"));
-        item.setToolTip(QStringLiteral("3"), QStringLiteral("3 in progress"));
+        QVERIFY(!icon(item).isVisible());
+        item.show({QStringLiteral("3"), QStringLiteral("3 in progress"), {}, {}});
         QCOMPARE(icon(item).toolTip(), QStringLiteral("3\n3 in progress"));
-        item.setToolTip(QStringLiteral("Velmora"), QString());
+        item.show({QStringLiteral("Velmora"), {}, {}, {}});
         QCOMPARE(icon(item).toolTip(), QStringLiteral("Velmora"));
         QImage image(22, 22, QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::red);
-        item.setIcon({image.scaled(16, 16), image});
+        item.show({{}, {}, {image.scaled(16, 16), image}, {}});
         const QList<QSize> sizes{QSize(16, 16), QSize(22, 22)};
         QCOMPARE(icon(item).icon().availableSizes(), sizes);
-        item.setStatus(StatusItem::Status::Active);
         QVERIFY(icon(item).isVisible());
-        item.setStatus(StatusItem::Status::Passive);
+        item.show({{}, {}, {}, {}, StatusItem::Status::Passive});
         QVERIFY(!icon(item).isVisible());
     }
 
     void shouldShowMarkupInTheToolTipAsText()
     {
         XEmbedStatusItem item;
-        item.setToolTip(QStringLiteral("<b>1</b>"), QStringLiteral("1 in progress"));
+        item.show({QStringLiteral("<b>1</b>"), QStringLiteral("1 in progress"), {}, {}});
         QVERIFY(icon(item).toolTip().contains(QLatin1String("&lt;b&gt;1&lt;/b&gt;")));
         QVERIFY(icon(item).toolTip().contains(QLatin1String("1 in progress")));
     }
@@ -68,9 +66,10 @@ private Q_SLOTS:
     void shouldHaveAMenu()
     {
         XEmbedStatusItem item;
-        item.setMenu({{9, QStringLiteral("Old"), true, false}});
-        item.setMenu({{1, QStringLiteral("Open a&b"), true, false}, {2, QString(), true, true},
-            {3, QStringLiteral("Quit"), false, false}});
+        item.show({{}, {}, {}, {{9, QStringLiteral("Old"), true, false}}});
+        item.show({{}, {}, {},
+            {{1, QStringLiteral("Open a&b"), true, false}, {2, QString(), true, true},
+                {3, QStringLiteral("Quit"), false, false}}});
         const auto actions = icon(item).contextMenu()->actions();
         QCOMPARE(actions.size(), 3);
         QCOMPARE(actions.at(0)->text(), QStringLiteral("Open a&&b"));
@@ -88,7 +87,7 @@ private Q_SLOTS:
     void shouldEndByTheChoiceThatEndsIt()
     {
         auto item = std::make_unique<XEmbedStatusItem>();
-        item->setMenu({{1, QStringLiteral("Quit"), true, false}});
+        item->show({{}, {}, {}, {{1, QStringLiteral("Quit"), true, false}}});
         connect(item.get(), &StatusItem::menuTriggered, this, [&item] { item.reset(); });
         icon(*item).contextMenu()->actions().constFirst()->trigger();
         drainEvents();

@@ -9,7 +9,7 @@ namespace velmora
 /// Makes assistive technology see each `Widget` as a `Part`, which is constructed from a pointer to it. Called by the
 /// constructors of the widget; the first call registers the factory. Applies to the class itself, not to derived ones.
 template <typename Widget, typename Part>
-void describeBy()
+void installAccessible()
 {
     constexpr auto describe = [](const QString &className, QObject *object) -> QAccessibleInterface * {
         const bool isNamed = className == QLatin1String(Widget::staticMetaObject.className());

@@ -82,7 +82,7 @@ private:
 SwitchControl::SwitchControl(const QString &text, QWidget *parent)
     : QCheckBox(text, parent)
 {
-    describeBy<SwitchControl, AccessibleSwitch>();
+    installAccessible<SwitchControl, AccessibleSwitch>();
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAttribute(Qt::WA_Hover);
 }

@@ -42,7 +42,7 @@ DeploymentListView::DeploymentListView(const DesktopPorts &ports, QWidget *paren
     , m_actions(new DeploymentActions(ports.urlOpener, ports.pasteboard, this))
     , m_ages(new AgeTicker(ports.clock, this))
 {
-    describeBy<DeploymentListView, AccessibleList>();
+    installAccessible<DeploymentListView, AccessibleList>();
     setAccessibleName(QStringLiteral("Deployments"));
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -26,7 +26,7 @@ SettingsWindow::SettingsWindow(const Stores &stores, const DesktopPorts &ports, 
     , m_view(new SettingsView(stores, ports, settingsPageOpener, avatars))
     , m_unsaved(new MessageRow(TextSize::Body, Tone::Red, this))
 {
-    describeBy<SettingsWindow, AccessibleWindow>();
+    installAccessible<SettingsWindow, AccessibleWindow>();
     setWindowTitle(QStringLiteral("Settings"));
     // Qt would quit the program with its last window, but it lives on in the tray.
     setAttribute(Qt::WA_QuitOnClose, false);

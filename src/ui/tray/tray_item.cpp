@@ -58,8 +58,6 @@ TrayItem::TrayItem(const DeploymentMonitor *monitor, StatusItem *item, QString a
     , m_item(item)
     , m_applicationName(std::move(applicationName))
 {
-    m_item->setMenu(menuEntries());
-    m_item->setStatus(StatusItem::Status::Active);
     show(wanted());
     connect(monitor, &DeploymentMonitor::changed, this, &TrayItem::update);
     connect(item, &StatusItem::activated, this, &TrayItem::toggleRequested);
@@ -83,10 +81,7 @@ void TrayItem::update()
 void TrayItem::show(const Shown &shown)
 {
     m_shown = shown;
-    m_item->setTitle(shown.title);
-    m_item->setLabel(shown.title);
-    m_item->setToolTip(shown.title, shown.line);
-    m_item->setIcon(m_icon.images(shown.presentation));
+    m_item->show({shown.title, shown.line, m_icon.images(shown.presentation), menuEntries()});
 }
 
 void TrayItem::trigger(int entry, const QString &activationToken)

@@ -3,7 +3,6 @@
 
 #include <QCursor>
 #include <QGuiApplication>
-#include <QImage>
 #include <QTextDocument>
 
 namespace velmora
@@ -23,24 +22,26 @@ std::unique_ptr<StatusItem> XEmbedStatusItem::makeWherePossible()
     return std::make_unique<XEmbedStatusItem>();
 }
 
-void XEmbedStatusItem::setTitle(const QString &title)
+void XEmbedStatusItem::show(const Content &content)
 {
-    Q_UNUSED(title)
+    const Content previous = std::exchange(m_content, content);
+    showText(content.title, content.detail);
+    if (content.icon != previous.icon)
+        showIcon(content.icon);
+    // The user may have the menu open.
+    if (content.menu != previous.menu)
+        showMenu(content.menu);
+    m_icon.setVisible(content.status != Status::Passive);
 }
 
-void XEmbedStatusItem::setLabel(const QString &label)
+void XEmbedStatusItem::showText(const QString &title, const QString &detail)
 {
-    Q_UNUSED(label)
-}
-
-void XEmbedStatusItem::setToolTip(const QString &title, const QString &text)
-{
-    const QString whole = text.isEmpty() ? title : title + QLatin1Char('\n') + text;
+    const QString whole = detail.isEmpty() ? title : title + QLatin1Char('\n') + detail;
     // QSystemTrayIcon guesses whether the text is rich.
     m_icon.setToolTip(Qt::mightBeRichText(whole) ? Qt::convertFromPlainText(whole, Qt::WhiteSpaceNormal) : whole);
 }
 
-void XEmbedStatusItem::setIcon(const QList<QImage> &images)
+void XEmbedStatusItem::showIcon(const QList<QImage> &images)
 {
     QIcon icon;
     for (const QImage &image : images)
@@ -48,7 +49,7 @@ void XEmbedStatusItem::setIcon(const QList<QImage> &images)
     m_icon.setIcon(icon);
 }
 
-void XEmbedStatusItem::setMenu(const QList<MenuEntry> &entries)
+void XEmbedStatusItem::showMenu(const QList<MenuEntry> &entries)
 {
     m_menu.clear();
     for (const MenuEntry &entry : entries) {
@@ -64,11 +65,6 @@ void XEmbedStatusItem::setMenu(const QList<MenuEntry> &entries)
             action, &QAction::triggered, this, [this, id = entry.id] { Q_EMIT menuTriggered(id, QString()); },
             Qt::QueuedConnection);
     }
-}
-
-void XEmbedStatusItem::setStatus(Status status)
-{
-    m_icon.setVisible(status != Status::Passive);
 }
 
 bool XEmbedStatusItem::isAvailable() const

@@ -24,7 +24,7 @@ constexpr int kGap = 12;
 FailureWindow::FailureWindow(const QString &applicationName, const QString &reason, QWidget *parent)
     : QWidget(parent, Qt::Window)
 {
-    describeBy<FailureWindow, AccessibleWindow>();
+    installAccessible<FailureWindow, AccessibleWindow>();
     setWindowTitle(applicationName);
     auto *title = new TextLabel(TextSize::Title, TextLabel::Overflow::Wrap, this);
     title->setWeight(QFont::DemiBold);

@@ -63,7 +63,7 @@ MenuBarWindow::MenuBarWindow(QWidget *content, Placement placement, Now now)
     , m_now(std::move(now))
     , m_dismissal(focusFor(placement))
 {
-    describeBy<MenuBarWindow, AccessibleWindow>();
+    installAccessible<MenuBarWindow, AccessibleWindow>();
     auto *const layout = new QVBoxLayout(this);
     const int border = placement == Placement::AtItem ? 1 : 0;
     layout->setContentsMargins(border, border, border, border);

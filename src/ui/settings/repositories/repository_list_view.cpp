@@ -136,7 +136,7 @@ RepositoryListView::RepositoryListView(RepositoryListModel *model, QWidget *pare
     : QListView(parent)
     , m_model(model)
 {
-    describeBy<RepositoryListView, AccessibleList>();
+    installAccessible<RepositoryListView, AccessibleList>();
     setModel(model);
     setItemDelegate(new RepositoryRowDelegate(this));
     // All rows have the same size, so that of 10,000 rows Qt measures only one.
