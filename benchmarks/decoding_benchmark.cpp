@@ -2,7 +2,7 @@
 // Decodes an answer with 400 deployments into snapshots: as Velmora does, and with the same mapping over other
 // libraries.
 #include "generated_response.h"
-#include "github/deployments_query.h"
+#include "github/wire/deployments_query.h"
 #include "support/json.h"
 
 #include <benchmark/benchmark.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Merges, filters and orders 100 to 10,000 deployments, all of which are known, and for comparison decodes as many.
 #include "generated_response.h"
-#include "github/deployments_query.h"
+#include "github/wire/deployments_query.h"
 #include "monitor/deployment_list.h"
 #include "support/json.h"
 

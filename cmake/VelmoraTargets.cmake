@@ -38,12 +38,13 @@ target_link_libraries(velmora_pch PRIVATE velmora_options Qt6::Core QCoro6::Core
 set_target_properties(velmora_pch PROPERTIES AUTOMOC OFF)
 target_precompile_headers(velmora_pch PRIVATE ${CMAKE_SOURCE_DIR}/cmake/precompiled.h)
 
-# velmora_library(<name> FOLDER <dir> [EXCEPT <source> …] PUBLIC … PRIVATE …)
+# velmora_library(<name> FOLDER <dir> [HIDDEN <subfolder>] [EXCEPT <source> …] PUBLIC … PRIVATE …)
 # Builds a library from all sources and headers in the folder and below it, except the named ones. Its include root is a
 # folder in the build tree with a single link, named like the source folder, so that headers of layers that are not
-# linked cannot be found.
+# linked cannot be found. Only the library itself finds the headers of the hidden subfolder, and what links
+# velmora_<name>_<subfolder>: its tests.
 function(velmora_library name)
-  cmake_parse_arguments(A "" "FOLDER" "EXCEPT;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(A "" "FOLDER;HIDDEN" "EXCEPT;PUBLIC;PRIVATE" ${ARGN})
   cmake_path(GET A_FOLDER FILENAME folder)
   set(root ${CMAKE_BINARY_DIR}/layers/${name})
   file(MAKE_DIRECTORY ${root})
@@ -55,7 +56,21 @@ function(velmora_library name)
   set(files ${sources} ${headers})
   list(TRANSFORM files PREPEND ${source_root}/)
   add_library(velmora_${name} STATIC ${files})
-  target_include_directories(velmora_${name} PUBLIC ${root})
+  if(A_HIDDEN)
+    set(public_root ${root}-public)
+    file(MAKE_DIRECTORY ${public_root}/${folder})
+    file(GLOB entries CONFIGURE_DEPENDS RELATIVE ${source_root} ${source_root}/*)
+    list(REMOVE_ITEM entries ${A_HIDDEN})
+    foreach(entry ${entries})
+      file(CREATE_LINK ${source_root}/${entry} ${public_root}/${folder}/${entry} SYMBOLIC)
+    endforeach()
+    target_include_directories(velmora_${name} PRIVATE ${root} INTERFACE ${public_root})
+    add_library(velmora_${name}_${A_HIDDEN} INTERFACE)
+    target_include_directories(velmora_${name}_${A_HIDDEN} INTERFACE ${root})
+    target_link_libraries(velmora_${name}_${A_HIDDEN} INTERFACE velmora_${name})
+  else()
+    target_include_directories(velmora_${name} PUBLIC ${root})
+  endif()
   target_link_libraries(velmora_${name} PUBLIC ${A_PUBLIC} PRIVATE velmora_options ${A_PRIVATE})
   target_precompile_headers(velmora_${name} REUSE_FROM velmora_pch)
   # Checks that each header compiles alone: `ninja all_verify_interface_header_sets`. Parsing Qt for each header would

@@ -3,6 +3,7 @@
 
 #include "github/github_client_error.h"
 #include "github/paused_error.h"
+#include "support/error_as.h"
 
 namespace velmora
 {
@@ -24,19 +25,13 @@ QString DeploymentClientError::description() const
 
 std::optional<RateLimitNotice> rateLimitOf(const std::exception_ptr &failure)
 {
-    if (!failure)
-        return std::nullopt;
-    try {
-        std::rethrow_exception(failure);
-    } catch (const GitHubClientError &error) {
-        return error.rateLimit();
-    } catch (const DeploymentClientError &error) {
-        return error.rateLimit();
-    } catch (const PausedError &error) {
-        return RateLimitNotice{error.until()};
-    } catch (...) {
-        return std::nullopt;
-    }
+    if (const auto *error = errorAs<GitHubClientError>(failure))
+        return error->rateLimit();
+    if (const auto *error = errorAs<DeploymentClientError>(failure))
+        return error->rateLimit();
+    if (const auto *error = errorAs<PausedError>(failure))
+        return RateLimitNotice{error->until()};
+    return std::nullopt;
 }
 
 } // namespace velmora

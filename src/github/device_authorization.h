@@ -5,8 +5,6 @@
 
 #include <QString>
 
-#include <optional>
-
 namespace velmora
 {
 
@@ -20,18 +18,6 @@ struct DeviceAuthorization {
     qint64 interval = 0; ///< least number of seconds between two polls
 
     friend bool operator==(const DeviceAuthorization &, const DeviceAuthorization &) = default;
-};
-
-/// A response of the token endpoint, success or refusal. Every field is optional on the wire.
-struct GitHubOAuthResponse {
-    std::optional<QString> accessToken;
-    std::optional<qint64> expiresIn; ///< seconds
-    std::optional<QString> refreshToken;
-    std::optional<qint64> refreshTokenExpiresIn; ///< seconds
-    std::optional<QString> error;
-    std::optional<QString> errorDescription;
-
-    friend bool operator==(const GitHubOAuthResponse &, const GitHubOAuthResponse &) = default;
 };
 
 } // namespace velmora

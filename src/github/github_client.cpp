@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "github/github_client.h"
 
-#include "github/deployments_query.h"
-#include "github/device_flow.h"
 #include "github/github_requests.h"
 #include "github/paused_error.h"
+#include "github/wire/deployments_query.h"
+#include "github/wire/device_flow.h"
+#include "github/wire/responses.h"
 #include "support/erased.h"
 #include "support/json.h"
 

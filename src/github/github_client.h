@@ -17,6 +17,8 @@
 namespace velmora
 {
 
+struct GitHubOAuthResponse;
+
 /// All requests that Velmora sends to GitHub.
 ///
 /// A value: copies share the session. It keeps no state, so operations may overlap, and an operation may outlive its

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "github/github_client_error.h"
 
+#include "support/error_as.h"
+
 namespace velmora
 {
 
@@ -52,42 +54,28 @@ QString GitHubClientError::description() const
 
 bool isUnauthorized(const std::exception_ptr &failure)
 {
-    try {
-        std::rethrow_exception(failure);
-    } catch (const GitHubClientError &error) {
-        return error.statusCode() == 401;
-    } catch (...) {
-        return false;
-    }
+    const auto *error = errorAs<GitHubClientError>(failure);
+    return error && error->statusCode() == 401;
 }
 
 bool isPassing(const std::exception_ptr &failure)
 {
     constexpr int kFirstServerError = 500;
-    try {
-        std::rethrow_exception(failure);
-    } catch (const TransportError &error) {
-        return error.kind() != TransportError::Kind::BodyTooLarge;
-    } catch (const GitHubClientError &error) {
-        return error.statusCode() >= kFirstServerError;
-    } catch (...) {
-        return false;
-    }
+    if (const auto *error = errorAs<TransportError>(failure))
+        return error->kind() != TransportError::Kind::BodyTooLarge;
+    const auto *error = errorAs<GitHubClientError>(failure);
+    return error && error->statusCode() >= kFirstServerError;
 }
 
 bool isFinalRefusal(const std::exception_ptr &failure)
 {
-    try {
-        std::rethrow_exception(failure);
-    } catch (const GitHubClientError &error) {
-        using Case = GitHubClientError::Case;
-        // GitHub's own code and the one of the OAuth standard. Other codes concern the App or the state of GitHub.
-        const QString word = error.oauthError().value_or(QString());
-        return error.errorCase() == Case::MissingRefreshToken || word == QLatin1String("bad_refresh_token")
-            || word == QLatin1String("invalid_grant");
-    } catch (...) {
+    const auto *error = errorAs<GitHubClientError>(failure);
+    if (!error)
         return false;
-    }
+    // GitHub's own code and the one of the OAuth standard. Other codes concern the App or the state of GitHub.
+    const QString word = error->oauthError().value_or(QString());
+    return error->errorCase() == GitHubClientError::Case::MissingRefreshToken
+        || word == QLatin1String("bad_refresh_token") || word == QLatin1String("invalid_grant");
 }
 
 } // namespace velmora

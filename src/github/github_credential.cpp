@@ -3,6 +3,7 @@
 
 #include "github/github_client_error.h"
 #include "github/instant_arithmetic.h"
+#include "github/wire/responses.h"
 #include "support/json_coding.h"
 
 namespace velmora

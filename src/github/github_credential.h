@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "github/device_authorization.h"
 #include "support/instant.h"
 
 #include <QString>
@@ -10,6 +9,8 @@
 
 namespace velmora
 {
+
+struct GitHubOAuthResponse;
 
 /// The tokens of one identity. All of it is secret: kept in the credential store, never logged.
 struct GitHubCredential {

@@ -3,7 +3,6 @@
 
 #include "support/web_address.h"
 
-#include <QList>
 #include <QString>
 
 #include <optional>
@@ -44,20 +43,6 @@ struct GitHubRepository {
     bool isPrivate = false;
 
     friend bool operator==(const GitHubRepository &, const GitHubRepository &) = default;
-};
-
-/// One page of installations.
-struct GitHubInstallationsResponse {
-    QList<GitHubInstallation> installations;
-
-    friend bool operator==(const GitHubInstallationsResponse &, const GitHubInstallationsResponse &) = default;
-};
-
-/// One page of repositories.
-struct GitHubRepositoriesResponse {
-    QList<GitHubRepository> repositories;
-
-    friend bool operator==(const GitHubRepositoriesResponse &, const GitHubRepositoriesResponse &) = default;
 };
 
 } // namespace velmora

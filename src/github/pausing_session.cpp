@@ -6,25 +6,39 @@
 namespace velmora
 {
 
-PausingSession::PausingSession(std::shared_ptr<HTTPSession> session, std::shared_ptr<RateLimitLedger> rateLimits,
-    qint64 identityID, const Clock *clock)
-    : m_session(std::move(session))
-    , m_rateLimits(std::move(rateLimits))
-    , m_identityID(identityID)
-    , m_clock(clock)
+namespace
 {
-}
 
-QCoro::Task<HTTPResponse> PausingSession::send(HTTPRequest request, std::stop_token stop)
+class PausingSession final : public HTTPSession
 {
-    if (const auto until = m_rateLimits->pausedUntil(m_identityID, m_clock->now()))
-        throw PausedError(*until);
-    return m_session->send(std::move(request), std::move(stop));
-}
+public:
+    PausingSession(const GitHubClient &client, std::shared_ptr<RateLimitLedger> rateLimits, qint64 identityID)
+        : m_session(client.session)
+        , m_clock(client.clock)
+        , m_rateLimits(std::move(rateLimits))
+        , m_identityID(identityID)
+    {
+    }
+
+    [[nodiscard]] QCoro::Task<HTTPResponse> send(HTTPRequest request, std::stop_token stop) override
+    {
+        if (const auto until = m_rateLimits->pausedUntil(m_identityID, m_clock->now()))
+            throw PausedError(*until);
+        return m_session->send(std::move(request), std::move(stop));
+    }
+
+private:
+    std::shared_ptr<HTTPSession> m_session;
+    const Clock *m_clock;
+    std::shared_ptr<RateLimitLedger> m_rateLimits;
+    qint64 m_identityID;
+};
+
+} // namespace
 
 GitHubClient clientOfIdentity(GitHubClient client, std::shared_ptr<RateLimitLedger> rateLimits, qint64 identityID)
 {
-    client.session = std::make_shared<PausingSession>(client.session, std::move(rateLimits), identityID, client.clock);
+    client.session = std::make_shared<PausingSession>(client, std::move(rateLimits), identityID);
     return client;
 }
 

@@ -7,6 +7,7 @@
 #include "github/paused_error.h"
 #include "github/pausing_session.h"
 #include "support/cancel_on_stop.h"
+#include "support/error_as.h"
 #include "support/task_scope.h"
 
 #include <functional>
@@ -17,23 +18,10 @@ namespace velmora
 namespace
 {
 
-template <typename Error>
-bool isOf(const std::exception_ptr &failure)
-{
-    try {
-        if (failure)
-            std::rethrow_exception(failure);
-    } catch (const Error &) {
-        return true;
-    } catch (...) {
-    }
-    return false;
-}
-
 /// The rate limit in GitHub's refusal, nullopt if no request was sent.
 std::optional<RateLimitNotice> refusalOf(const std::exception_ptr &failure)
 {
-    return isOf<PausedError>(failure) ? std::nullopt : rateLimitOf(failure);
+    return errorAs<PausedError>(failure) ? std::nullopt : rateLimitOf(failure);
 }
 
 QCoro::Task<VisibleRepositories> fetchVisible(
@@ -68,12 +56,12 @@ QCoro::Task<VisibleRepositories> fetchVisible(
 
 bool InstallationLoad::isPending() const
 {
-    return isOf<CredentialPendingError>(failure);
+    return errorAs<CredentialPendingError>(failure) != nullptr;
 }
 
 bool InstallationLoad::isPutOff() const
 {
-    return isPending() || isOf<PausedError>(failure);
+    return isPending() || errorAs<PausedError>(failure);
 }
 
 /// A running load, and the callers that wait for it.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/error.h"
 
+#include "support/error_as.h"
+
 namespace velmora
 {
 
@@ -47,13 +49,7 @@ QString describe(const std::exception_ptr &failure)
 
 bool isCancellation(const std::exception_ptr &failure)
 {
-    try {
-        std::rethrow_exception(failure);
-    } catch (const CancellationError &) {
-        return true;
-    } catch (...) {
-        return false;
-    }
+    return errorAs<CancellationError>(failure) != nullptr;
 }
 
 } // namespace velmora

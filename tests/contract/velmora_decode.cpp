@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // velmora_decode KIND: decodes standard input as the client does and prints the record as JSON.
 // velmora_decode query: prints the text of the GraphQL query.
-#include "github/deployments_query.h"
-#include "github/github_installation.h"
 #include "github/github_user.h"
+#include "github/wire/deployments_query.h"
+#include "github/wire/responses.h"
 #include "support/error.h"
 #include "support/json.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "fuzz/fuzz_target.h"
 #include "github/deployment_client_error.h"
-#include "github/deployments_query.h"
+#include "github/wire/deployments_query.h"
 
 using namespace velmora;
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "fuzz/fuzz_target.h"
-#include "github/device_authorization.h"
+#include "github/wire/responses.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {

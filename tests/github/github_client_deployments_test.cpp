@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "github/deployment_client_error.h"
-#include "github/deployments_query.h"
 #include "github/github_client_error.h"
-#include "support/json.h"
+#include "github/wire/deployments_query.h"
 
 #include "client_fixture.h"
 #include "support/test_main.h"
 
+#include <QJsonDocument>
 #include <QTest>
 
 using namespace velmora;
@@ -25,7 +25,8 @@ QList<RepositoryRecord> repositories(int count)
 
 QStringList idsOf(const HTTPRequest &request)
 {
-    return decodeJSON<GitHubGraphQLRequest>(*request.body).variables.ids;
+    const auto variables = QJsonDocument::fromJson(*request.body)[QStringLiteral("variables")];
+    return variables[QStringLiteral("ids")].toVariant().toStringList();
 }
 
 /// An answer with one repository for each requested id, with one deployment each.
@@ -65,9 +66,9 @@ private Q_SLOTS:
         const HTTPHeaders headers{{"Authorization", "Bearer tok"}, {"Content-Type", "application/json"},
             {"Accept", "application/vnd.github+json"}};
         QCOMPARE(request.headers, headers);
-        const auto sent = decodeJSON<GitHubGraphQLRequest>(*request.body);
-        QCOMPARE(sent.query, deploymentsQueryText());
-        QCOMPARE(sent.variables.ids, ids);
+        const auto sent = QJsonDocument::fromJson(*request.body);
+        QCOMPARE(sent[QStringLiteral("query")].toString(), deploymentsQueryText());
+        QCOMPARE(idsOf(request), ids);
     }
 
     void anEndpointOfItsOwnIsUsedAsItIs()

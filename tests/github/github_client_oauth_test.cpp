@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "github/github_client_error.h"
+#include "github/wire/responses.h"
 
 #include "client_fixture.h"
 #include "support/test_main.h"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "github/deployment_client_error.h"
 #include "github/github_client_error.h"
+#include "github/wire/responses.h"
 
 #include "client_fixture.h"
 #include "support/test_main.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "github/device_authorization.h"
 #include "github/github_credential.h"
-#include "github/github_installation.h"
 #include "github/github_user.h"
+#include "github/wire/responses.h"
 #include "support/error.h"
 #include "support/json.h"
 #include "support/test_main.h"
@@ -134,22 +134,25 @@ private Q_SLOTS:
 
     void anInstallationIsSuspendedSinceATimeOrNotAtAll()
     {
-        const QByteArray json = R"({"id":7,"account":{"id":1,"login":"octo","type":"User"},)"
+        const QByteArray json = R"({"installations":[{"id":7,"account":{"id":1,"login":"octo","type":"User"},)"
                                 R"("repository_selection":"all","suspended_at":)";
-        const auto suspended = decodeJSON<GitHubInstallation>(json + R"("2026-01-15T10:00:00Z"})");
-        QVERIFY(suspended.isSuspended());
-        QCOMPARE(suspended.suspendedAt, QStringLiteral("2026-01-15T10:00:00Z"));
-        QVERIFY(!decodeJSON<GitHubInstallation>(json + "null}").isSuspended());
+        const auto suspended = decodeJSON<GitHubInstallationsResponse>(json + R"("2026-01-15T10:00:00Z"}]})");
+        QVERIFY(suspended.installations.first().isSuspended());
+        QCOMPARE(suspended.installations.first().suspendedAt, QStringLiteral("2026-01-15T10:00:00Z"));
+        const auto active = decodeJSON<GitHubInstallationsResponse>(json + "null}]}");
+        QVERIFY(!active.installations.first().isSuspended());
     }
 
     void aRepositoryIsReadAndWrittenUnderGitHubsKeys()
     {
-        const auto repository = decodeJSON<GitHubRepository>(kRepository);
+        const QByteArray json = R"({"repositories":[)" + kRepository + "]}";
+        const auto page = decodeJSON<GitHubRepositoriesResponse>(json);
+        const GitHubRepository &repository = page.repositories.first();
         QCOMPARE(repository.databaseID, 3'000'000'000);
         QCOMPARE(repository.nodeID, QStringLiteral("R_1"));
         QCOMPARE(repository.nameWithOwner, QStringLiteral("octo/app"));
         QVERIFY(repository.isPrivate);
-        QCOMPARE(encodeJSON(repository), kRepository);
+        QCOMPARE(encodeJSON(page), json);
     }
 
     void whatIsMissingIsNamedWithItsPlace_data()

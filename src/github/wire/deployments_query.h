@@ -19,11 +19,9 @@ namespace velmora
 struct GitHubGraphQLRequest {
     struct Variables {
         QList<QString> ids;
-        friend bool operator==(const Variables &, const Variables &) = default;
     };
     QString query;
     Variables variables;
-    friend bool operator==(const GitHubGraphQLRequest &, const GitHubGraphQLRequest &) = default;
 };
 
 // The nodes of a deployment hold views of the response, since a batch has thousands of texts and a snapshot keeps only
@@ -31,7 +29,6 @@ struct GitHubGraphQLRequest {
 
 struct ActorNode {
     QUtf8StringView login;
-    friend bool operator==(const ActorNode &, const ActorNode &) = default;
 };
 
 struct StatusNode {
@@ -41,7 +38,6 @@ struct StatusNode {
     std::optional<QUtf8StringView> environmentUrl; ///< may be empty, which counts as absent
     std::optional<QUtf8StringView> logUrl; ///< may be empty, which counts as absent
     QUtf8StringView updatedAt;
-    friend bool operator==(const StatusNode &, const StatusNode &) = default;
 };
 
 struct DeploymentNode {
@@ -54,12 +50,10 @@ struct DeploymentNode {
     std::optional<QUtf8StringView> state;
     std::optional<ActorNode> creator;
     std::optional<StatusNode> latestStatus;
-    friend bool operator==(const DeploymentNode &, const DeploymentNode &) = default;
 };
 
 struct DeploymentConnection {
     QList<std::optional<DeploymentNode>> nodes;
-    friend bool operator==(const DeploymentConnection &, const DeploymentConnection &) = default;
 };
 
 struct RepositoryNode {
@@ -67,14 +61,12 @@ struct RepositoryNode {
     QString nameWithOwner;
     WebAddress url;
     DeploymentConnection deployments;
-    friend bool operator==(const RepositoryNode &, const RepositoryNode &) = default;
 };
 
 struct RateLimitNode {
     qint64 cost = 0;
     qint64 remaining = 0;
     QString resetAt;
-    friend bool operator==(const RateLimitNode &, const RateLimitNode &) = default;
 };
 
 struct GraphQLError {
@@ -82,7 +74,6 @@ struct GraphQLError {
     std::optional<QString> type; ///< GitHub's word for the kind of error, such as "RATE_LIMITED"
     std::optional<qsizetype> node; ///< the index of the affected node in the request
     bool isSingleSignOn = false; ///< the organisation requires single sign-on
-    friend bool operator==(const GraphQLError &, const GraphQLError &) = default;
 };
 
 /// Must not outlive the JSONDocument it was decoded from.
@@ -91,11 +82,9 @@ struct GitHubDeploymentGraphQLResponse {
         /// An entry is absent if it is null or not a repository.
         QList<std::optional<RepositoryNode>> nodes;
         std::optional<RateLimitNode> rateLimit; ///< absent for a null
-        friend bool operator==(const Payload &, const Payload &) = default;
     };
     std::optional<Payload> data;
     std::optional<QList<GraphQLError>> errors;
-    friend bool operator==(const GitHubDeploymentGraphQLResponse &, const GitHubDeploymentGraphQLResponse &) = default;
 };
 
 /// The data of the response. Errors beside data are ignored. Without data throws DeploymentClientError: graphQL with

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "github/device_authorization.h"
+#include "github/wire/responses.h"
 #include "http/http_session.h"
 #include "support/instant.h"
 
@@ -29,8 +30,6 @@ public:
 
 private:
     [[nodiscard]] qint64 pause() const;
-    void slowDown();
-    void backOff();
 
     Instant m_start;
     qint64 m_expiresIn;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The JSON of the deployments query and of its response.
-#include "github/deployments_query.h"
+#include "github/wire/deployments_query.h"
 #include "support/error.h"
 #include "support/json_coding.h"
 
@@ -141,7 +141,6 @@ struct JSONTable<GitHubDeploymentGraphQLResponse> {
         = std::tuple{json::optional("data", &Record::data), json::optional("errors", &Record::errors)};
 };
 
-template GitHubGraphQLRequest decodeJSON<GitHubGraphQLRequest>(QByteArrayView);
 template QByteArray encodeJSON<GitHubGraphQLRequest>(const GitHubGraphQLRequest &);
 template GitHubDeploymentGraphQLResponse decodeJSON<GitHubDeploymentGraphQLResponse>(const JSONDocument &);
 

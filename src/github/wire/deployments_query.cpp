@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "github/deployments_query.h"
+#include "github/wire/deployments_query.h"
 
 #include "github/deployment_client_error.h"
 #include "support/error.h"

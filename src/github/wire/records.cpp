@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The JSON of the OAuth and REST records.
 #include "github/device_authorization.h"
-#include "github/github_installation.h"
 #include "github/github_user.h"
+#include "github/wire/responses.h"
 #include "support/json_coding.h"
 
 namespace velmora
@@ -75,12 +75,6 @@ template GitHubOAuthResponse decodeJSON<GitHubOAuthResponse>(QByteArrayView);
 template QByteArray encodeJSON<GitHubOAuthResponse>(const GitHubOAuthResponse &);
 template GitHubUser decodeJSON<GitHubUser>(QByteArrayView);
 template QByteArray encodeJSON<GitHubUser>(const GitHubUser &);
-template GitHubInstallationAccount decodeJSON<GitHubInstallationAccount>(QByteArrayView);
-template QByteArray encodeJSON<GitHubInstallationAccount>(const GitHubInstallationAccount &);
-template GitHubInstallation decodeJSON<GitHubInstallation>(QByteArrayView);
-template QByteArray encodeJSON<GitHubInstallation>(const GitHubInstallation &);
-template GitHubRepository decodeJSON<GitHubRepository>(QByteArrayView);
-template QByteArray encodeJSON<GitHubRepository>(const GitHubRepository &);
 template GitHubInstallationsResponse decodeJSON<GitHubInstallationsResponse>(QByteArrayView);
 template QByteArray encodeJSON<GitHubInstallationsResponse>(const GitHubInstallationsResponse &);
 template GitHubRepositoriesResponse decodeJSON<GitHubRepositoriesResponse>(QByteArrayView);

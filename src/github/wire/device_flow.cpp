@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "github/device_flow.h"
+#include "github/wire/device_flow.h"
 
 #include "github/github_client_error.h"
+#include "support/error_as.h"
 #include "support/json.h"
 
 #include <limits>
@@ -13,6 +14,7 @@ namespace
 {
 
 constexpr int kMostIncorrectCodes = 2;
+constexpr qint64 kSlowDown = 5; ///< in seconds
 
 /// The error code in the response, empty if there is none.
 QString errorIn(const HTTPResponse &response)
@@ -32,17 +34,6 @@ void requireNoErrorOfApp(const QString &error)
     // GitHub answers the start of a flow with 404 and "Not Found" if the App does not exist.
     if (error == QLatin1String("Not Found") || error == QLatin1String("incorrect_client_credentials"))
         throw GitHubClientError::unknownClient();
-}
-
-bool isTimeOut(const std::exception_ptr &failure)
-{
-    try {
-        std::rethrow_exception(failure);
-    } catch (const TransportError &error) {
-        return error.kind() == TransportError::Kind::TimedOut;
-    } catch (...) {
-        return false;
-    }
 }
 
 } // namespace
@@ -79,8 +70,10 @@ void DeviceFlow::heed(const GitHubOAuthResponse &response)
     requireNoErrorOfApp(error);
     if (error == QLatin1String("authorization_pending"))
         return;
-    if (error == QLatin1String("slow_down"))
-        return slowDown();
+    if (error == QLatin1String("slow_down")) {
+        m_interval = std::min(m_interval, std::numeric_limits<qint64>::max() - kSlowDown) + kSlowDown;
+        return;
+    }
     // GitHub sometimes reports this for a valid code right after the approval.
     if (error == QLatin1String("incorrect_device_code") && m_incorrectCodes++ < kMostIncorrectCodes)
         return;
@@ -93,25 +86,14 @@ void DeviceFlow::heed(const GitHubOAuthResponse &response)
 
 void DeviceFlow::heed(const std::exception_ptr &failure)
 {
-    if (!isPassing(failure))
-        std::rethrow_exception(failure);
-    if (isTimeOut(failure))
-        backOff();
-}
-
-void DeviceFlow::slowDown()
-{
-    constexpr qint64 kSlowDown = 5;
-    const bool fits = m_interval <= std::numeric_limits<qint64>::max() - kSlowDown;
-    m_interval = fits ? m_interval + kSlowDown : std::numeric_limits<qint64>::max();
-}
-
-/// Doubles the pause with every time-out until GitHub answers again. Limited, since the user is waiting.
-void DeviceFlow::backOff()
-{
     constexpr qint64 kShortest = 1;
     constexpr qint64 kLongest = 60;
-    m_pauseAfterTimeout = std::clamp(pause(), kShortest, kLongest / 2) * 2;
+    if (!isPassing(failure))
+        std::rethrow_exception(failure);
+    // Doubles the pause with every time-out until GitHub answers again. Limited, since the user is waiting.
+    const auto *error = errorAs<TransportError>(failure);
+    if (error && error->kind() == TransportError::Kind::TimedOut)
+        m_pauseAfterTimeout = std::clamp(pause(), kShortest, kLongest / 2) * 2;
 }
 
 } // namespace velmora
