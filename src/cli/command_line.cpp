@@ -15,23 +15,6 @@ namespace
 
 using Command = CommandLine::Command;
 
-struct Texts {
-    std::string login;
-    std::string format;
-    std::vector<std::string> enable;
-    std::vector<std::string> disable;
-    std::vector<std::string> include;
-    std::vector<std::string> exclude;
-};
-
-QStringList toList(const std::vector<std::string> &texts)
-{
-    QStringList list;
-    for (const auto &text : texts)
-        list.append(QString::fromStdString(text));
-    return list;
-}
-
 /// The grammar of the command line. Parsing fills m_line.
 class Grammar
 {
@@ -89,10 +72,23 @@ private:
 
     void addJSON(CLI::App *app) { app->add_flag("--json", m_line.isJSON, "Print JSON instead of text"); }
 
-    static CLI::Option *addNames(
-        CLI::App *app, const char *flag, std::vector<std::string> &names, const char *what, const char *description)
+    static CLI::Option *addText(CLI::App *app, const char *name, QString &text, const char *description)
     {
-        return app->add_option(flag, names, description)->type_name(what)->allow_extra_args(false);
+        const auto keep = [&text](const std::string &given) {
+            text = QString::fromStdString(given);
+        };
+        return app->add_option_function<std::string>(name, keep, description);
+    }
+
+    static void addNames(CLI::App *app, const char *flag, QStringList &names, const char *what, const char *description)
+    {
+        const auto keep = [&names](const std::vector<std::string> &given) {
+            for (const std::string &name : given)
+                names.append(QString::fromStdString(name));
+        };
+        app->add_option_function<std::vector<std::string>>(flag, keep, description)
+            ->type_name(what)
+            ->allow_extra_args(false);
     }
 
     void addAccountCommands()
@@ -102,7 +98,7 @@ private:
         addJSON(accounts);
         accounts->require_subcommand(0, 1);
         CLI::App *remove = addCommand(*accounts, "remove", "Forget an account and its token", Command::RemoveAccount);
-        remove->add_option("LOGIN", m_texts.login, "The account's login")->required();
+        addText(remove, "LOGIN", m_line.login, "The account's login")->required();
     }
 
     void addInstallations()
@@ -110,8 +106,8 @@ private:
         CLI::App *app = addCommand(
             m_app, "installations", "List where the App is installed, and switch that", Command::Installations);
         addJSON(app);
-        addNames(app, "--enable", m_texts.enable, "KEY", "Watch this installation (its key or its account)");
-        addNames(app, "--disable", m_texts.disable, "KEY", "Do not watch this installation");
+        addNames(app, "--enable", m_line.enable, "KEY", "Watch this installation (its key or its account)");
+        addNames(app, "--disable", m_line.disable, "KEY", "Do not watch this installation");
     }
 
     void addRepositories()
@@ -119,8 +115,8 @@ private:
         CLI::App *app
             = addCommand(m_app, "repositories", "List the repositories, and choose among them", Command::Repositories);
         addJSON(app);
-        addNames(app, "--include", m_texts.include, "NAME", "Watch this repository (owner/name)");
-        addNames(app, "--exclude", m_texts.exclude, "NAME", "Do not watch this repository");
+        addNames(app, "--include", m_line.include, "NAME", "Watch this repository (owner/name)");
+        addNames(app, "--exclude", m_line.exclude, "NAME", "Do not watch this repository");
         auto *all = app->add_flag("--all", m_line.isAll, "Watch every repository, before --exclude is heeded");
         auto *none = app->add_flag("--none", m_line.isNone, "Watch no repository, before --include is heeded");
         app->add_flag("--refresh", m_isRefresh, "Load the list from GitHub, as every run does");
@@ -141,8 +137,8 @@ private:
     {
         CLI::App *status = addCommand(m_app, "status", "Show how things stand, without asking GitHub", Command::Status);
         addJSON(status);
-        m_format = status->add_option(
-            "--format", m_texts.format, "Print one line for a bar: waybar, or a template such as '{active} {failed}'");
+        m_format = addText(status, "--format", m_line.format,
+            "Print one line for a bar: waybar, or a template such as '{active} {failed}'");
         m_format->type_name("FORMAT")->excludes("--json");
         status->add_flag("--follow", m_line.isFollowing, "Go on, with a line for every change");
         addCommand(m_app, "refresh", "Load everything from GitHub now", Command::Refresh);
@@ -183,12 +179,6 @@ private:
         if (m_isDisplayUsable)
             m_command = Command::IsDisplayUsable;
         m_line.command = m_command.value_or(Command::Desktop);
-        m_line.login = QString::fromStdString(m_texts.login);
-        m_line.format = QString::fromStdString(m_texts.format);
-        m_line.enable = toList(m_texts.enable);
-        m_line.disable = toList(m_texts.disable);
-        m_line.include = toList(m_texts.include);
-        m_line.exclude = toList(m_texts.exclude);
         if (const QString contradiction = contradictory(); !contradiction.isEmpty())
             return wrong(contradiction);
         CommandLineResult result;
@@ -223,7 +213,6 @@ private:
 
     CLI::App m_app{"Watches GitHub deployments, from the tray when no command is given."};
     CommandLine m_line;
-    Texts m_texts;
     CLI::Option *m_format = nullptr;
     std::optional<Command> m_command;
     bool m_isRefresh = false; // has no effect, since every run loads; makes scripts explicit
