@@ -8,6 +8,9 @@
 #include "support/json_coding.h"
 
 #include <QDateTime>
+#include <QRegularExpression>
+
+#include <array>
 
 namespace velmora
 {
@@ -17,12 +20,8 @@ namespace
 
 constexpr qsizetype kMostInTooltip = 12;
 
-/// The keys of Waybar's JSON input.
-struct WaybarLine {
-    QString text;
-    QString alternative;
-    QString tooltip;
-    QString styleClass;
+/// A report with the keys of Waybar's JSON input.
+struct WaybarLine : MonitorReport {
 };
 
 /// The number of deployments of each kind.
@@ -74,25 +73,22 @@ QString updateTime(const MonitorReport &report)
     return QDateTime::fromMSecsSinceEpoch(sinceEpoch.count()).toString(QStringLiteral("HH:mm"));
 }
 
-std::optional<QString> valueOf(const QString &placeholder, const MonitorReport &report)
+template <qsizetype Counts::*count>
+QString countText(const MonitorReport &report)
 {
-    const Counts counts = countsOf(report.deployments);
-    if (placeholder == QLatin1String("active"))
-        return QString::number(counts.active);
-    if (placeholder == QLatin1String("failed"))
-        return QString::number(counts.failed);
-    if (placeholder == QLatin1String("succeeded"))
-        return QString::number(counts.succeeded);
-    if (placeholder == QLatin1String("total"))
-        return QString::number(counts.total);
-    if (placeholder == QLatin1String("state"))
-        return stateWord(report);
-    if (placeholder == QLatin1String("title"))
-        return titleOf(report);
-    if (placeholder == QLatin1String("updated"))
-        return updateTime(report);
-    return std::nullopt;
+    return QString::number(countsOf(report.deployments).*count);
 }
+
+struct Placeholder {
+    QLatin1String name;
+    QString (*value)(const MonitorReport &);
+};
+
+constexpr std::array kPlaceholders{Placeholder{QLatin1String("active"), &countText<&Counts::active>},
+    Placeholder{QLatin1String("failed"), &countText<&Counts::failed>},
+    Placeholder{QLatin1String("succeeded"), &countText<&Counts::succeeded>},
+    Placeholder{QLatin1String("total"), &countText<&Counts::total>}, Placeholder{QLatin1String("state"), &stateWord},
+    Placeholder{QLatin1String("title"), &titleOf}, Placeholder{QLatin1String("updated"), &updateTime}};
 
 /// A template with its placeholders replaced by values of a report.
 struct Filled {
@@ -103,35 +99,32 @@ struct Filled {
 
 Filled fill(const QString &format, const MonitorReport &report)
 {
+    static const QRegularExpression special(QStringLiteral(R"(\{\{|\}\}|\{([^}]*)\}|[{}])"));
     Filled filled;
-    for (qsizetype at = 0; at < format.size(); ++at) {
-        const QChar letter = format.at(at);
-        if (letter != QLatin1Char('{') && letter != QLatin1Char('}')) {
-            filled.text += letter;
-            continue;
-        }
-        if (at + 1 < format.size() && format.at(at + 1) == letter) {
-            filled.text += letter;
-            ++at;
-            continue;
-        }
-        const qsizetype end = format.indexOf(QLatin1Char('}'), at);
-        if (letter == QLatin1Char('}') || end < 0) {
-            filled.error = QStringLiteral("A single %1 is not allowed: write it twice.").arg(letter);
+    qsizetype done = 0;
+    for (auto matches = special.globalMatch(format); matches.hasNext();) {
+        const QRegularExpressionMatch match = matches.next();
+        const QString brace = match.captured().first(1);
+        filled.text += format.sliced(done, match.capturedStart() - done);
+        done = match.capturedEnd();
+        if (match.hasCaptured(1)) {
+            const auto found = std::ranges::find(kPlaceholders, match.captured(1), &Placeholder::name);
+            if (found == kPlaceholders.end()) {
+                filled.error = QStringLiteral("There is no {%1}. There is: {active}, {failed}, {succeeded}, {total}, "
+                                              "{state}, {title} and {updated}.")
+                                   .arg(match.captured(1));
+                return filled;
+            }
+            filled.text += found->value(report);
+            ++filled.placeholders;
+        } else if (match.capturedLength() == 2) {
+            filled.text += brace;
+        } else {
+            filled.error = QStringLiteral("A single %1 is not allowed: write it twice.").arg(brace);
             return filled;
         }
-        const QString placeholder = format.mid(at + 1, end - at - 1);
-        const auto value = valueOf(placeholder, report);
-        if (!value) {
-            filled.error = QStringLiteral("There is no {%1}. There is: {active}, {failed}, {succeeded}, {total}, "
-                                          "{state}, {title} and {updated}.")
-                               .arg(placeholder);
-            return filled;
-        }
-        filled.text += *value;
-        ++filled.placeholders;
-        at = end;
     }
+    filled.text += format.sliced(done);
     return filled;
 }
 
@@ -158,26 +151,19 @@ QString tooltipOf(const MonitorReport &report)
     return lines.join(QLatin1Char('\n'));
 }
 
-WaybarLine waybarLine(const MonitorReport &report)
+QString mostUrgentCount(const MonitorReport &report)
 {
     const Counts counts = countsOf(report.deployments);
     const qsizetype count = counts.active > 0 ? counts.active : counts.failed;
-    WaybarLine line;
-    line.text = count > 0 ? QString::number(count) : QString();
-    line.alternative = stateWord(report);
-    line.tooltip = tooltipOf(report);
-    line.styleClass = line.alternative;
-    return line;
+    return count > 0 ? QString::number(count) : QString();
 }
 
 } // namespace
 
 template <>
 struct JSONTable<WaybarLine> {
-    using Record = WaybarLine;
-    static constexpr auto fields
-        = std::tuple{json::required("text", &Record::text), json::required("alt", &Record::alternative),
-            json::required("tooltip", &Record::tooltip), json::required("class", &Record::styleClass)};
+    static constexpr auto fields = std::tuple{json::computed("text", &mostUrgentCount),
+        json::computed("alt", &stateWord), json::computed("tooltip", &tooltipOf), json::computed("class", &stateWord)};
 };
 
 StatusLine::Parsed StatusLine::parse(const QString &format)
@@ -202,7 +188,7 @@ StatusLine::Parsed StatusLine::parse(const QString &format)
 QByteArray StatusLine::lineOf(const MonitorReport &report) const
 {
     if (m_template.isEmpty())
-        return harmlessJSON(encodeJSON(waybarLine(report)));
+        return harmlessJSON(encodeJSON(WaybarLine{report}));
     return harmless(fill(m_template, report).text).toUtf8();
 }
 
