@@ -23,9 +23,7 @@ void printAccounts(const CommandContext &context, const QList<ListedAccount> &ac
     QList<QStringList> rows;
     for (const auto &account : accounts)
         rows.append({account.login, sessionStatusText(account.status)});
-    const QStringList lines = renderColumns({QStringLiteral("ACCOUNT"), QStringLiteral("STATUS")}, rows);
-    for (const QString &line : lines)
-        context.out->writeRawLine(line);
+    context.out->writeRawLines(renderColumns({QStringLiteral("ACCOUNT"), QStringLiteral("STATUS")}, rows));
     for (const auto &account : accounts) {
         if (account.advice)
             context.err->writeLine(*account.advice + QStringLiteral(" Run “velmora connect”."));

@@ -3,7 +3,9 @@
 
 #include "cli/plain_text.h"
 #include "presentation/deployment_sections.h"
+#include "presentation/menu_bar_presentation.h"
 #include "presentation/relative_time.h"
+#include "presentation/row_presentation.h"
 #include "presentation/status_text.h"
 
 #include <QHash>
@@ -25,35 +27,22 @@ constexpr auto kOrange = u"33";
 constexpr auto kBlue = u"34";
 } // namespace colour
 
-struct StateSign {
-    QChar symbol; ///< its shape tells the states apart without colour
-    const char16_t *colour;
-    QString word;
-};
-
-StateSign signOf(DeploymentState state)
+const char16_t *colourOf(Tone tone)
 {
-    switch (state) {
-    case DeploymentState::Queued:
-        return {QChar(0x25CB), colour::kOrange, QStringLiteral("queued")};
-    case DeploymentState::Pending:
-        return {QChar(0x25CB), colour::kOrange, QStringLiteral("pending")};
-    case DeploymentState::Waiting:
-        return {QChar(0x2016), colour::kOrange, QStringLiteral("waiting")};
-    case DeploymentState::InProgress:
-        return {QChar(0x25D0), colour::kBlue, QStringLiteral("in progress")};
-    case DeploymentState::Success:
-        return {QChar(0x2713), colour::kGreen, QStringLiteral("success")};
-    case DeploymentState::Failure:
-        return {QChar(0x2717), colour::kRed, QStringLiteral("failure")};
-    case DeploymentState::Error:
-        return {QChar(0x2717), colour::kRed, QStringLiteral("error")};
-    case DeploymentState::Inactive:
-        return {QChar(0x2013), colour::kSecondary, QStringLiteral("inactive")};
-    case DeploymentState::Unknown:
+    switch (tone) {
+    case Tone::Orange:
+        return colour::kOrange;
+    case Tone::Blue:
+        return colour::kBlue;
+    case Tone::Green:
+        return colour::kGreen;
+    case Tone::Red:
+        return colour::kRed;
+    case Tone::Primary:
+    case Tone::Secondary:
         break;
     }
-    return {QLatin1Char('?'), colour::kSecondary, QStringLiteral("unknown")};
+    return colour::kSecondary;
 }
 
 /// A line that is being built and never exceeds its width.
@@ -96,11 +85,18 @@ private:
 
 /// The texts of one row, without control characters.
 struct Row {
-    StateSign sign;
+    StateIcon icon;
     QString repository;
     QString environment;
     QString details;
     QString age; ///< the last of the details
+};
+
+/// A section, with the rows that fit.
+struct Section {
+    QString title;
+    qsizetype size = 0;
+    QList<Row> rows;
 };
 
 constexpr int kIndent = 4; // two spaces, the symbol, a space
@@ -114,13 +110,33 @@ Row rowOf(const DeploymentSnapshot &deployment, Instant now)
     QStringList details = deploymentDetails(deployment, now);
     if (deployment.refName)
         details.first() = elidedMiddle(harmless(details.first()), kLongestRef);
-    const StateSign sign = signOf(deployment.state);
     const QString age = details.last();
     // Only active deployments need the word: in the other sections title and symbol name the state.
     if (isActive(deployment.state))
-        details.prepend(sign.word);
-    return Row{sign, harmless(deployment.repositoryName), harmless(deployment.environment),
+        details.prepend(stateWords(deployment.state));
+    return Row{stateIcon(deployment.state), harmless(deployment.repositoryName), harmless(deployment.environment),
         harmless(details.join(QStringLiteral(" · "))), age};
+}
+
+/// The sections with as many rows as fit in `room` lines.
+QList<Section> fittingSections(const QList<DeploymentSnapshot> &deployments, Instant now, qsizetype room)
+{
+    const QList<DeploymentSection> sections = deploymentSections(deployments);
+    const qsizetype whole = deployments.size() + 2 * sections.size();
+    qsizetype left = whole <= room ? whole : room - 1; // keep a line for the number of hidden rows
+    QList<Section> fitting;
+    for (const auto &section : sections) {
+        // A section needs room for a blank line, its title and one deployment.
+        if (left < 3)
+            break;
+        Section shown{section.title, section.deployments.size(), {}};
+        const QList<DeploymentSnapshot> first = section.deployments.first(std::min(left - 2, shown.size));
+        for (const auto &deployment : first)
+            shown.rows.append(rowOf(deployment, now));
+        left -= 2 + first.size();
+        fitting.append(shown);
+    }
+    return fitting;
 }
 
 /// The widths of the columns.
@@ -129,16 +145,18 @@ struct Columns {
     int environment = 0;
     bool hasOnlyAges = false;
 
-    static Columns of(const QList<Row> &rows, int width)
+    static Columns of(const QList<Section> &sections, int width)
     {
         Columns columns;
         int details = 0;
         int ages = 0;
-        for (const Row &row : rows) {
-            columns.repository = std::max(columns.repository, displayWidth(row.repository));
-            columns.environment = std::max(columns.environment, displayWidth(row.environment));
-            details = std::max(details, displayWidth(row.details));
-            ages = std::max(ages, displayWidth(row.age));
+        for (const Section &section : sections) {
+            for (const Row &row : section.rows) {
+                columns.repository = std::max(columns.repository, displayWidth(row.repository));
+                columns.environment = std::max(columns.environment, displayWidth(row.environment));
+                details = std::max(details, displayWidth(row.details));
+                ages = std::max(ages, displayWidth(row.age));
+            }
         }
         const int beside = width - kIndent - 2 * kGap;
         columns.hasOnlyAges = beside - details < std::min(columns.repository + columns.environment, kReadableNames);
@@ -156,7 +174,7 @@ QString renderRow(const Row &row, const Columns &columns, const TableStyle &styl
     const QString gap(kGap, QLatin1Char(' '));
     return Line(style)
         .add(QStringLiteral("  "))
-        .add(row.sign.symbol, row.sign.colour)
+        .add(row.icon.sign, colourOf(row.icon.tone))
         .add(QStringLiteral(" "))
         .add(fitted(row.repository, columns.repository))
         .add(gap)
@@ -170,9 +188,7 @@ QString ageText(const MonitorReport &report, Instant now)
 {
     if (report.savedAt)
         return QStringLiteral("Saved ") + relativeTime(*report.savedAt, now);
-    if (report.state.lastUpdatedAt)
-        return QStringLiteral("Updated ") + relativeTime(*report.state.lastUpdatedAt, now);
-    return QString();
+    return updatedText(report.state.lastUpdatedAt, now);
 }
 
 /// The failures, one a line.
@@ -207,60 +223,34 @@ bool isListShown(const MonitorReport &report)
     return report.state.state != DeploymentMonitorState::Case::Loading || report.state.hasContent;
 }
 
-/// The rows that fit in `room` lines. If rows are left out, the last line has their number.
+/// The sections that fit in `room` lines. If rows are left out, the last line has their number.
 QStringList renderSections(const MonitorReport &report, Instant now, const TableStyle &style, qsizetype room)
 {
-    struct Entry {
-        const DeploymentSection *section; // of a section's title
-        qsizetype row; // of a deployment
-    };
-    const QList<DeploymentSection> sections = deploymentSections(report.deployments);
-    QList<Entry> entries;
-    QList<Row> rows;
-    const qsizetype whole = report.deployments.size() + 2 * sections.size();
-    const qsizetype limit = whole <= room ? whole : room - 1; // keep a line for the number of hidden rows
-    qsizetype shown = 0;
-    for (const auto &section : sections) {
-        // A section needs room for a blank line, its title and one deployment.
-        if (entries.size() + 3 > limit)
-            break;
-        entries.append({nullptr, -1});
-        entries.append({&section, -1});
-        for (const auto &deployment : section.deployments) {
-            if (entries.size() >= limit)
-                break;
-            entries.append({nullptr, rows.size()});
-            rows.append(rowOf(deployment, now));
-            ++shown;
-        }
-    }
-    const Columns columns = Columns::of(rows, style.width);
+    const QList<Section> sections = fittingSections(report.deployments, now, room);
+    const Columns columns = Columns::of(sections, style.width);
+    qsizetype hidden = report.deployments.size();
     QStringList lines;
-    for (const Entry &entry : entries) {
-        if (entry.row >= 0)
-            lines.append(renderRow(rows.at(entry.row), columns, style));
-        else if (entry.section)
-            lines.append(Line(style)
-                             .add(entry.section->title, colour::kBold)
-                             .addRight(QString::number(entry.section->deployments.size()), colour::kSecondary)
-                             .text());
-        else
-            lines.append(QString());
+    for (const Section &section : sections) {
+        lines.append({QString(),
+            Line(style)
+                .add(section.title, colour::kBold)
+                .addRight(QString::number(section.size), colour::kSecondary)
+                .text()});
+        for (const Row &row : section.rows)
+            lines.append(renderRow(row, columns, style));
+        hidden -= section.rows.size();
     }
-    if (const auto hidden = report.deployments.size() - shown; hidden > 0)
+    if (hidden > 0)
         lines.append(Line(style).add(QStringLiteral("  … and %1 more").arg(hidden), colour::kSecondary).text());
     return lines;
 }
 
 QString describeChange(const DeploymentSnapshot &deployment)
 {
-    const StateSign sign = signOf(deployment.state);
-    QStringList details;
-    if (deployment.refName)
-        details.append(*deployment.refName);
-    details.append(shortCommit(deployment));
+    QStringList details = deploymentDetails(deployment, deployment.updatedAt);
+    details.removeLast(); // the age
     return harmless(QStringLiteral("%1  %2  %3  %4  %5")
-                        .arg(toISO8601(deployment.updatedAt), sign.word, deployment.repositoryName,
+                        .arg(toISO8601(deployment.updatedAt), stateWords(deployment.state), deployment.repositoryName,
                             deployment.environment, details.join(QStringLiteral(" · "))));
 }
 
@@ -272,14 +262,12 @@ QStringList renderReport(
     QStringList lines = renderHead(report, announcements, now, style);
     const qsizetype room = style.height > 0 ? style.height - lines.size() : std::numeric_limits<qsizetype>::max();
     if (!isListShown(report)) {
-        lines.append({QString(), Line(style).add(QStringLiteral("Loading deployments…")).text()});
+        lines.append({QString(), Line(style).add(loadingDeploymentsText()).text()});
     } else if (!report.deployments.isEmpty()) {
         lines.append(renderSections(report, now, style, room));
     } else if (report.hint.isEmpty()) {
-        lines.append({QString(), Line(style).add(QStringLiteral("No recent deployments"), colour::kBold).text(),
-            Line(style)
-                .add(QStringLiteral("Active deployments and results from the last 24 hours appear here."))
-                .text()});
+        lines.append({QString(), Line(style).add(noDeploymentsText(), colour::kBold).text(),
+            Line(style).add(noDeploymentsExplanation()).text()});
     }
     if (style.height > 0)
         lines = lines.first(std::min<qsizetype>(lines.size(), style.height));

@@ -18,84 +18,80 @@ QString yesNo(bool value)
     return value ? QStringLiteral("yes") : QStringLiteral("no");
 }
 
-void print(Terminal *out, const QStringList &header, const QList<QStringList> &rows)
+QStringList headerOf(const QList<ListedInstallation> &)
 {
-    const QStringList lines = renderColumns(header, rows);
-    for (const QString &line : lines)
-        out->writeRawLine(line);
+    return {QStringLiteral("WATCHED"), QStringLiteral("KEY"), QStringLiteral("ACCOUNT"), QStringLiteral("TYPE"),
+        QStringLiteral("REPOSITORIES"), QStringLiteral("SEEN BY")};
 }
 
-void printInstallations(const CommandContext &context, const CommandLine &line, const InstallationsAnswer &answer)
+QStringList headerOf(const QList<ListedRepository> &)
 {
-    if (line.isJSON) {
+    return {QStringLiteral("WATCHED"), QStringLiteral("REPOSITORY"), QStringLiteral("VISIBILITY"),
+        QStringLiteral("INSTALLED ON")};
+}
+
+QStringList rowOf(const ListedInstallation &listed)
+{
+    return {listed.isSuspended ? QStringLiteral("suspended") : yesNo(listed.isEnabled), listed.key, listed.account,
+        listed.type, listed.repositorySelection, listed.identity};
+}
+
+QStringList rowOf(const ListedRepository &listed)
+{
+    const bool isOff = listed.isIncluded && !listed.isMonitored;
+    return {isOff ? QStringLiteral("installation off") : yesNo(listed.isIncluded), listed.name,
+        listed.isPrivate ? QStringLiteral("private") : QStringLiteral("public"), listed.account};
+}
+
+QString nothingText(const InstallationsAnswer &answer)
+{
+    return notInstalledText(answer.installationURL);
+}
+
+QString nothingText(const RepositoriesAnswer &answer)
+{
+    return noRepositoriesText(answer.installationURL);
+}
+
+template <typename Answer>
+void print(const CommandContext &context, bool isJSON, const Answer &answer)
+{
+    if (isJSON) {
         context.out->write(harmlessJSON(encodeJSON(answer.listed)) + '\n');
         return;
     }
     if (answer.listed.isEmpty()) {
-        context.out->writeLine(notInstalledText(answer.installationURL));
+        context.out->writeLine(nothingText(answer));
         return;
     }
     QList<QStringList> rows;
     for (const auto &listed : answer.listed)
-        rows.append({listed.isSuspended ? QStringLiteral("suspended") : yesNo(listed.isEnabled), listed.key,
-            listed.account, listed.type, listed.repositorySelection, listed.identity});
-    print(context.out,
-        {QStringLiteral("WATCHED"), QStringLiteral("KEY"), QStringLiteral("ACCOUNT"), QStringLiteral("TYPE"),
-            QStringLiteral("REPOSITORIES"), QStringLiteral("SEEN BY")},
-        rows);
+        rows.append(rowOf(listed));
+    context.out->writeRawLines(renderColumns(headerOf(answer.listed), rows));
 }
 
-void printRepositories(const CommandContext &context, const CommandLine &line, const RepositoriesAnswer &answer)
-{
-    if (line.isJSON) {
-        context.out->write(harmlessJSON(encodeJSON(answer.listed)) + '\n');
-        return;
-    }
-    if (answer.listed.isEmpty()) {
-        context.out->writeLine(noRepositoriesText(answer.installationURL));
-        return;
-    }
-    QList<QStringList> rows;
-    for (const auto &listed : answer.listed) {
-        const bool isOff = listed.isIncluded && !listed.isMonitored;
-        rows.append({isOff ? QStringLiteral("installation off") : yesNo(listed.isIncluded), listed.name,
-            listed.isPrivate ? QStringLiteral("private") : QStringLiteral("public"), listed.account});
-    }
-    print(context.out,
-        {QStringLiteral("WATCHED"), QStringLiteral("REPOSITORY"), QStringLiteral("VISIBILITY"),
-            QStringLiteral("INSTALLED ON")},
-        rows);
-}
-
-/// Prints the failures of loading and switching. True if the list should be printed: no name was refused, there is an
-/// account, and the changes were saved.
+/// Prints the failures of loading and switching. Prints the list only if no name was refused, there is an account, and
+/// the changes were saved.
 template <typename Answer>
-bool isWorthPrinting(const CommandContext &context, const Answer &answer)
+QCoro::Task<ExitCode> loadAndPrint(CommandContext context, bool isJSON, QCoro::Task<Answer> work)
 {
+    const QString text = QStringLiteral("Loading repositories from GitHub…");
+    const Answer answer = co_await withProgress(context, text, std::move(work));
+    const ExitCode loaded = reportLoading(context, answer.loading);
     if (!answer.refusal.isEmpty())
         context.err->writeLine(answer.refusal);
-    return answer.refusal.isEmpty() && answer.loading.hasAccounts && isSaved(context, answer.unsaved);
-}
-
-QString loadingText()
-{
-    return QStringLiteral("Loading repositories from GitHub…");
+    if (!answer.refusal.isEmpty() || !answer.loading.hasAccounts || !isSaved(context, answer.unsaved))
+        co_return ExitCode::Failed;
+    print(context, isJSON, answer);
+    co_return loaded;
 }
 
 } // namespace
 
 QCoro::Task<ExitCode> runInstallations(CommandContext context, CommandLine line)
 {
-    InstallationChoices choices;
-    choices.enable = line.enable;
-    choices.disable = line.disable;
-    auto work = context.control->installations(choices, context.stop);
-    const InstallationsAnswer answer = co_await withProgress(context, loadingText(), std::move(work));
-    const ExitCode loaded = reportLoading(context, answer.loading);
-    if (!isWorthPrinting(context, answer))
-        co_return ExitCode::Failed;
-    printInstallations(context, line, answer);
-    co_return loaded;
+    const InstallationChoices choices{line.enable, line.disable};
+    return loadAndPrint(context, line.isJSON, context.control->installations(choices, context.stop));
 }
 
 QCoro::Task<ExitCode> runRepositories(CommandContext context, CommandLine line)
@@ -105,13 +101,7 @@ QCoro::Task<ExitCode> runRepositories(CommandContext context, CommandLine line)
     choices.exclude = line.exclude;
     if (line.isAll || line.isNone)
         choices.all = line.isAll;
-    auto work = context.control->repositories(choices, context.stop);
-    const RepositoriesAnswer answer = co_await withProgress(context, loadingText(), std::move(work));
-    const ExitCode loaded = reportLoading(context, answer.loading);
-    if (!isWorthPrinting(context, answer))
-        co_return ExitCode::Failed;
-    printRepositories(context, line, answer);
-    co_return loaded;
+    return loadAndPrint(context, line.isJSON, context.control->repositories(choices, context.stop));
 }
 
 } // namespace velmora

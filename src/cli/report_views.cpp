@@ -36,12 +36,6 @@ std::function<void(const DeploymentNotification &)> printAnnouncements(Terminal 
     };
 }
 
-void writeLines(Terminal *out, const QStringList &lines)
-{
-    for (const QString &line : lines)
-        out->writeRawLine(line);
-}
-
 bool isPipe(int descriptor)
 {
     struct stat status {
@@ -80,7 +74,7 @@ ReportView changesView(Terminal *out)
 {
     ReportView view;
     view.show = [out, last = std::make_shared<MonitorReport>()](const MonitorReport &report) {
-        writeLines(out, renderChanges(*last, report));
+        out->writeRawLines(renderChanges(*last, report));
         *last = report;
     };
     view.announce = printAnnouncements(out);
@@ -100,7 +94,7 @@ ReportView tableView(const CommandContext &context)
 void printTable(const CommandContext &context, const MonitorReport &report, int height)
 {
     const TableStyle style{context.out->size().width(), height, context.out->isColoured()};
-    writeLines(context.out, renderReport(report, {}, context.clock->now(), style));
+    context.out->writeRawLines(renderReport(report, {}, context.clock->now(), style));
 }
 
 QCoro::Task<ExitCode> followUntilEnd(CommandContext context, ReportView view)

@@ -60,4 +60,10 @@ void Terminal::writeRawLine(const QString &text)
         afterLine();
 }
 
+void Terminal::writeRawLines(const QStringList &texts)
+{
+    for (const QString &text : texts)
+        writeRawLine(text);
+}
+
 } // namespace velmora

@@ -3,7 +3,7 @@
 
 #include <QByteArray>
 #include <QSize>
-#include <QString>
+#include <QStringList>
 
 #include <functional>
 
@@ -30,6 +30,7 @@ public:
     void writeLine(const QString &text);
     /// Writes one line unchanged, which may contain colours; foreign text must have passed harmless().
     void writeRawLine(const QString &text);
+    void writeRawLines(const QStringList &texts);
     /// Whether the reader has gone.
     [[nodiscard]] bool isClosed() const { return m_isClosed; }
 

@@ -41,6 +41,21 @@ MenuBarContent menuBarContent(const MenuBarSituation &situation)
     return situation.monitor.missing ? contentFor(*situation.monitor.missing) : MenuBarContent::NoDeployments;
 }
 
+QString loadingDeploymentsText()
+{
+    return QStringLiteral("Loading deployments…");
+}
+
+QString noDeploymentsText()
+{
+    return QStringLiteral("No recent deployments");
+}
+
+QString noDeploymentsExplanation()
+{
+    return QStringLiteral("Active deployments and results from the last 24 hours appear here.");
+}
+
 std::optional<Instant> shownUpdateTime(const DeploymentMonitorState &state)
 {
     switch (state.state) {

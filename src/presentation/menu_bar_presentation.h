@@ -34,6 +34,12 @@ struct MenuBarSituation {
 
 [[nodiscard]] MenuBarContent menuBarContent(const MenuBarSituation &situation);
 
+/// Stands for the list while the first one is loading.
+[[nodiscard]] QString loadingDeploymentsText();
+/// The title and the text that stand for an empty list.
+[[nodiscard]] QString noDeploymentsText();
+[[nodiscard]] QString noDeploymentsExplanation();
+
 /// The time in the footer: when the data on show was fetched. None while loading and while disconnected.
 [[nodiscard]] std::optional<Instant> shownUpdateTime(const DeploymentMonitorState &state);
 

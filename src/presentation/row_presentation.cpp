@@ -45,20 +45,20 @@ StateIcon stateIcon(DeploymentState state)
     switch (state) {
     case DeploymentState::Queued:
     case DeploymentState::Pending:
-        return {u"clock", Tone::Orange};
+        return {u"clock", Tone::Orange, u'○'};
     case DeploymentState::Waiting:
-        return {u"pause.circle.fill", Tone::Orange};
+        return {u"pause.circle.fill", Tone::Orange, u'‖'};
     case DeploymentState::InProgress:
-        return {u"arrow.triangle.2.circlepath", Tone::Blue};
+        return {u"arrow.triangle.2.circlepath", Tone::Blue, u'◐'};
     case DeploymentState::Success:
-        return {u"checkmark.circle.fill", Tone::Green};
+        return {u"checkmark.circle.fill", Tone::Green, u'✓'};
     case DeploymentState::Failure:
     case DeploymentState::Error:
-        return {u"xmark.circle.fill", Tone::Red};
+        return {u"xmark.circle.fill", Tone::Red, u'✗'};
     case DeploymentState::Inactive:
-        return {u"minus.circle", Tone::Secondary};
+        return {u"minus.circle", Tone::Secondary, u'–'};
     case DeploymentState::Unknown:
-        return {u"questionmark.circle", Tone::Secondary};
+        return {u"questionmark.circle", Tone::Secondary, u'?'};
     }
     Q_UNREACHABLE();
 }

@@ -16,12 +16,13 @@ namespace velmora
 struct StateIcon {
     QStringView symbol;
     Tone tone;
+    QChar sign; ///< the icon in a terminal; its shape tells the states apart without colour
 
     friend bool operator==(const StateIcon &, const StateIcon &) = default;
 };
 
 [[nodiscard]] StateIcon stateIcon(DeploymentState state);
-/// The state in words, for assistive technology.
+/// The state in words, for the terminal and for assistive technology.
 [[nodiscard]] QString stateWords(DeploymentState state);
 
 /// Foreign text for one line: without control characters and line breaks, and cut to a length that fits a screen.

@@ -237,7 +237,7 @@ private Q_SLOTS:
         next.message = QStringLiteral("zed: The network is down.");
         const QStringList expected{QStringLiteral("Velmora: GitHub deployments"),
             QStringLiteral("zed: The network is down."),
-            QStringLiteral("2026-05-01T11:58:00Z  success  acme/web  production  main · 0123456")};
+            QStringLiteral("2026-05-01T11:58:00Z  succeeded  acme/web  production  main · 0123456")};
         QCOMPARE(renderChanges(first, next), expected);
     }
 

@@ -413,7 +413,7 @@ private Q_SLOTS:
         ProgramRun run({QStringLiteral("watch")}, variables);
         terminal.attach(run.process());
         run.process().start();
-        QVERIFY(terminal.shows(isLive ? "Failed" : "success"));
+        QVERIFY(terminal.shows(isLive ? "Failed" : "succeeded"));
         QCOMPARE(terminal.output().contains("\x1b[?25l"), isLive);
         QCOMPARE(terminal.output().contains("\x1b[1m"), isColoured);
         QCOMPARE(terminal.echoes(), !isLive);

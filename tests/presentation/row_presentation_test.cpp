@@ -46,21 +46,22 @@ private Q_SLOTS:
         QTest::addColumn<DeploymentState>("state");
         QTest::addColumn<QString>("symbol");
         QTest::addColumn<int>("tone");
+        QTest::addColumn<QChar>("sign");
         QTest::addColumn<QString>("words");
         using enum DeploymentState;
-        const auto row = [](DeploymentState state, const char *symbol, Tone tone, const char *words) {
+        const auto row = [](DeploymentState state, const char *symbol, Tone tone, char16_t sign, const char *words) {
             QTest::newRow(qPrintable(rawValue(state)))
-                << state << text(symbol) << static_cast<int>(tone) << text(words);
+                << state << text(symbol) << static_cast<int>(tone) << QChar(sign) << text(words);
         };
-        row(Queued, "clock", Tone::Orange, "queued");
-        row(Pending, "clock", Tone::Orange, "pending");
-        row(Waiting, "pause.circle.fill", Tone::Orange, "waiting");
-        row(InProgress, "arrow.triangle.2.circlepath", Tone::Blue, "in progress");
-        row(Success, "checkmark.circle.fill", Tone::Green, "succeeded");
-        row(Failure, "xmark.circle.fill", Tone::Red, "failed");
-        row(Error, "xmark.circle.fill", Tone::Red, "ended in an error");
-        row(Inactive, "minus.circle", Tone::Secondary, "inactive");
-        row(Unknown, "questionmark.circle", Tone::Secondary, "state unknown");
+        row(Queued, "clock", Tone::Orange, u'○', "queued");
+        row(Pending, "clock", Tone::Orange, u'○', "pending");
+        row(Waiting, "pause.circle.fill", Tone::Orange, u'‖', "waiting");
+        row(InProgress, "arrow.triangle.2.circlepath", Tone::Blue, u'◐', "in progress");
+        row(Success, "checkmark.circle.fill", Tone::Green, u'✓', "succeeded");
+        row(Failure, "xmark.circle.fill", Tone::Red, u'✗', "failed");
+        row(Error, "xmark.circle.fill", Tone::Red, u'✗', "ended in an error");
+        row(Inactive, "minus.circle", Tone::Secondary, u'–', "inactive");
+        row(Unknown, "questionmark.circle", Tone::Secondary, u'?', "state unknown");
     }
 
     void everyStateHasItsIconAndWords()
@@ -68,10 +69,12 @@ private Q_SLOTS:
         QFETCH(DeploymentState, state);
         QFETCH(QString, symbol);
         QFETCH(int, tone);
+        QFETCH(QChar, sign);
         QFETCH(QString, words);
         const StateIcon icon = stateIcon(state);
         QCOMPARE(icon.symbol, symbol);
         QCOMPARE(static_cast<int>(icon.tone), tone);
+        QCOMPARE(icon.sign, sign);
         QCOMPARE(stateWords(state), words);
     }
 

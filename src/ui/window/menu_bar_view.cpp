@@ -101,10 +101,8 @@ void MenuBarView::makeContents()
     m_loading = makeLoadingView();
     m_list = new DeploymentListView(m_ports, this);
     makeMissingSteps();
-    m_noDeployments
-        = new EmptyStateView({QStringLiteral("checkmark.circle"), QStringLiteral("No recent deployments"),
-                                 QStringLiteral("Active deployments and results from the last 24 hours appear here.")},
-            this);
+    m_noDeployments = new EmptyStateView(
+        {QStringLiteral("checkmark.circle"), noDeploymentsText(), noDeploymentsExplanation()}, this);
     for (const MenuBarContent content : kContents)
         contentWidget(content)->setMinimumHeight(kContentHeight);
     m_list->setFixedHeight(kListHeight);
@@ -135,7 +133,7 @@ void MenuBarView::makeMissingSteps()
 
 QWidget *MenuBarView::makeLoadingView()
 {
-    const QString text = QStringLiteral("Loading deployments…");
+    const QString text = loadingDeploymentsText();
     auto *view = new QWidget(this);
     auto *label = new TextLabel(TextSize::Body, TextLabel::Overflow::Elide, view);
     label->setText(text);
