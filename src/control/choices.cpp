@@ -28,73 +28,62 @@ QString quoted(const QString &name)
     return name.size() > kLongestName ? name.first(kLongestName) + QStringLiteral("…") : name;
 }
 
-QString describe(const InstallationRecord &record)
-{
-    return QStringLiteral("%1 (%2)").arg(record.id(), record.installation.account.login);
-}
+/// A record that can be named, by its id or by its name in any case.
+struct Candidate {
+    QString id;
+    QString name;
+    QString description; ///< for an error message
+};
 
-QString unknownInstallation(const QString &key, const QList<InstallationRecord> &installations)
+QString unknownText(const QString &kind, const QString &name, const QList<Candidate> &candidates)
 {
     QStringList all;
-    for (const auto &record : installations)
-        all.append(describe(record));
-    return QStringLiteral("There is no installation %1. %2").arg(quoted(key), listed(all));
+    for (const Candidate &candidate : candidates)
+        all.append(candidate.description);
+    return QStringLiteral("There is no %1 %2. %3").arg(kind, quoted(name), listed(all));
 }
 
-QString ambiguousInstallation(const QString &key, const QStringList &keys)
+/// Where several candidates have one name, the first of them counts, unless `several` holds the text of the error.
+Choices choose(
+    const QStringList &names, const QString &kind, const QList<Candidate> &candidates, const QString &several)
 {
-    return QStringLiteral("More than one installation is on %1. Name one of: %2.")
-        .arg(quoted(key), keys.join(QStringLiteral(", ")));
-}
-
-QString unknownRepository(const QString &name, const QList<RepositoryRecord> &repositories)
-{
-    QStringList all;
-    for (const auto &record : repositories)
-        all.append(record.repository.nameWithOwner);
-    return QStringLiteral("There is no repository %1. %2").arg(quoted(name), listed(all));
+    QSet<QString> known;
+    QHash<QString, QStringList> byName;
+    for (const Candidate &candidate : candidates) {
+        known.insert(candidate.id);
+        byName[candidate.name.toCaseFolded()].append(candidate.id);
+    }
+    Choices choices;
+    for (const QString &name : names) {
+        const QStringList named = known.contains(name) ? QStringList(name) : byName.value(name.toCaseFolded());
+        if (named.isEmpty())
+            return {{}, unknownText(kind, name, candidates)};
+        if (named.size() > 1 && !several.isEmpty())
+            return {{}, several.arg(quoted(name), named.join(QStringLiteral(", ")))};
+        choices.ids.insert(named.first());
+    }
+    return choices;
 }
 
 } // namespace
 
 Choices chooseInstallations(const QStringList &keys, const QList<InstallationRecord> &installations)
 {
-    QSet<QString> known;
-    QHash<QString, QStringList> onAccount;
+    QList<Candidate> candidates;
     for (const auto &record : installations) {
-        known.insert(record.id());
-        onAccount[record.installation.account.login.toCaseFolded()].append(record.id());
+        const QString &login = record.installation.account.login;
+        candidates.append({record.id(), login, QStringLiteral("%1 (%2)").arg(record.id(), login)});
     }
-    Choices choices;
-    for (const QString &key : keys) {
-        const QStringList named = known.contains(key) ? QStringList(key) : onAccount.value(key.toCaseFolded());
-        if (named.isEmpty())
-            return {{}, unknownInstallation(key, installations)};
-        if (named.size() > 1)
-            return {{}, ambiguousInstallation(key, named)};
-        choices.ids.insert(named.first());
-    }
-    return choices;
+    return choose(keys, QStringLiteral("installation"), candidates,
+        QStringLiteral("More than one installation is on %1. Name one of: %2."));
 }
 
 Choices chooseRepositories(const QStringList &names, const QList<RepositoryRecord> &repositories)
 {
-    QHash<QString, QString> byName;
-    QSet<QString> known;
-    for (const auto &record : repositories) {
-        known.insert(record.id());
-        // The first repository of a name wins.
-        if (const QString name = record.repository.nameWithOwner.toCaseFolded(); !byName.contains(name))
-            byName.insert(name, record.id());
-    }
-    Choices choices;
-    for (const QString &name : names) {
-        const QString id = known.contains(name) ? name : byName.value(name.toCaseFolded());
-        if (id.isEmpty())
-            return {{}, unknownRepository(name, repositories)};
-        choices.ids.insert(id);
-    }
-    return choices;
+    QList<Candidate> candidates;
+    for (const auto &record : repositories)
+        candidates.append({record.id(), record.repository.nameWithOwner, record.repository.nameWithOwner});
+    return choose(names, QStringLiteral("repository"), candidates, QString());
 }
 
 } // namespace velmora

@@ -23,12 +23,9 @@ public:
     /// Forgets the identity with the login, ignoring case, and its token.
     [[nodiscard]] virtual QCoro::Task<RemovalAnswer> removeAccount(QString login, std::stop_token stop) = 0;
     /// Loads the installations from GitHub and switches the named ones: all of them, or none if a name is unknown.
-    [[nodiscard]] virtual QCoro::Task<InstallationsAnswer> installations(
-        InstallationChoices choices, std::stop_token stop)
-        = 0;
+    [[nodiscard]] virtual QCoro::Task<InstallationsAnswer> installations(Switches switches, std::stop_token stop) = 0;
     /// Loads the repositories from GitHub and switches the named ones: all of them, or none if a name is unknown.
-    [[nodiscard]] virtual QCoro::Task<RepositoriesAnswer> repositories(RepositoryChoices choices, std::stop_token stop)
-        = 0;
+    [[nodiscard]] virtual QCoro::Task<RepositoriesAnswer> repositories(Switches switches, std::stop_token stop) = 0;
     /// Loads installations and deployments from GitHub, once and completely.
     [[nodiscard]] virtual QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) = 0;
 };

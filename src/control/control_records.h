@@ -20,25 +20,16 @@ namespace velmora
 /// The greatest number of installations or repositories in one request.
 inline constexpr qsizetype kMostNames = 10'000;
 
-/// Which installations, named by key or account, to switch before they are listed.
-struct InstallationChoices {
-    QStringList enable;
-    QStringList disable;
+/// Which records to switch before they are listed. An installation is named by its key or account, a repository as
+/// owner/name.
+struct Switches {
+    std::optional<bool> all; ///< of repositories only: switches every one, before the named ones
+    QStringList on;
+    QStringList off;
 
-    [[nodiscard]] bool areNone() const { return enable.isEmpty() && disable.isEmpty(); }
+    [[nodiscard]] bool areNone() const { return !all && on.isEmpty() && off.isEmpty(); }
 
-    friend bool operator==(const InstallationChoices &, const InstallationChoices &) = default;
-};
-
-/// Which repositories, named as owner/name, to switch before they are listed.
-struct RepositoryChoices {
-    std::optional<bool> all; ///< switches every repository, before the named ones
-    QStringList include;
-    QStringList exclude;
-
-    [[nodiscard]] bool areNone() const { return !all && include.isEmpty() && exclude.isEmpty(); }
-
-    friend bool operator==(const RepositoryChoices &, const RepositoryChoices &) = default;
+    friend bool operator==(const Switches &, const Switches &) = default;
 };
 
 /// A connected identity.

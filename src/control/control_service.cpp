@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "control/control_service.h"
 
-#include "control/caller_watch.h"
 #include "control/control.h"
 #include "control/control_protocol.h"
 #include "control/control_texts.h"
+#include "dbus/bus_call.h"
 #include "support/background.h"
 #include "support/cancel_on_stop.h"
 #include "support/json.h"
+
+#include <QCoreApplication>
+#include <QDBusServiceWatcher>
 
 #include <optional>
 #include <utility>
@@ -30,15 +33,54 @@ QCoro::Task<QByteArray> encoded(QCoro::Task<Answer> task)
     co_return json;
 }
 
-bool areTooMany(const QStringList &some, const QStringList &others)
+/// Asks the control and encodes its answer.
+template <typename Method, typename... Arguments>
+auto asking(Method method, Arguments... arguments)
 {
-    return some.size() + others.size() > kMostNames;
+    return [=](Control *control, const std::stop_token &stop) {
+        return encoded((control->*method)(arguments..., stop));
+    };
+}
+
+bool areTooMany(const Switches &switches)
+{
+    return switches.on.size() + switches.off.size() > kMostNames;
 }
 
 QString tooManyText()
 {
     return QStringLiteral("At most %1 names can be given at once.").arg(kMostNames);
 }
+
+/// The caller may have left before the watcher was set up.
+QCoro::Task<> stopUnlessPresent(QDBusConnection bus, QString caller, std::stop_source stop)
+{
+    const QDeadlineTimer deadline(std::chrono::seconds(5));
+    const QString owner = co_await ownerOf(bus, caller, deadline, stop.get_token());
+    if (owner.isEmpty())
+        stop.request_stop();
+}
+
+/// While it lives, requests a stop when a caller leaves the bus, so that no work is done for an answer that nothing
+/// reads. A caller that has already left is noticed, too. The stop is requested from the event loop.
+class CallerWatch
+{
+public:
+    CallerWatch(const QDBusConnection &bus, const QString &caller, const std::stop_source &stop)
+        : m_watcher(caller, bus, QDBusServiceWatcher::WatchForUnregistration)
+    {
+        // Queued, because the handlers of the stop may destroy this watch.
+        const auto leave = [stop](const QString &) {
+            stop.request_stop();
+        };
+        QObject::connect(&m_watcher, &QDBusServiceWatcher::serviceUnregistered, QCoreApplication::instance(), leave,
+            Qt::QueuedConnection);
+        launch(stopUnlessPresent(bus, caller, stop), "looking for a caller");
+    }
+
+private:
+    QDBusServiceWatcher m_watcher;
+};
 
 } // namespace
 
@@ -67,30 +109,21 @@ void ControlService::setControl(Control *control)
 
 QString ControlService::Accounts(const QDBusMessage &message)
 {
-    const Work work = [](Control *control, const std::stop_token &stop) {
-        return encoded(control->accounts(stop));
-    };
-    return answer(message, Duration::Short, work);
+    return answer(message, Duration::Short, asking(&Control::accounts));
 }
 
 QString ControlService::RemoveAccount(const QString &login, const QDBusMessage &message)
 {
-    const Work work = [login](Control *control, const std::stop_token &stop) {
-        return encoded(control->removeAccount(login, stop));
-    };
-    return answer(message, Duration::Open, work);
+    return answer(message, Duration::Open, asking(&Control::removeAccount, login));
 }
 
 QString ControlService::Installations(
     const QStringList &enable, const QStringList &disable, const QDBusMessage &message)
 {
-    if (areTooMany(enable, disable))
+    const Switches switches{std::nullopt, enable, disable};
+    if (areTooMany(switches))
         return refuse(message, tooManyText());
-    const InstallationChoices choices{enable, disable};
-    const Work work = [choices](Control *control, const std::stop_token &stop) {
-        return encoded(control->installations(choices, stop));
-    };
-    return answer(message, Duration::Open, work);
+    return answer(message, Duration::Open, asking(&Control::installations, switches));
 }
 
 QString ControlService::Repositories(
@@ -98,33 +131,22 @@ QString ControlService::Repositories(
 {
     if (!all.isEmpty() && all != QLatin1String("all") && all != QLatin1String("none"))
         return refuse(message, QStringLiteral("“%1” is neither “all” nor “none”.").arg(all));
-    if (areTooMany(include, exclude))
+    Switches switches{std::nullopt, include, exclude};
+    if (areTooMany(switches))
         return refuse(message, tooManyText());
-    RepositoryChoices choices;
-    choices.include = include;
-    choices.exclude = exclude;
     if (!all.isEmpty())
-        choices.all = all == QLatin1String("all");
-    const Work work = [choices](Control *control, const std::stop_token &stop) {
-        return encoded(control->repositories(choices, stop));
-    };
-    return answer(message, Duration::Open, work);
+        switches.all = all == QLatin1String("all");
+    return answer(message, Duration::Open, asking(&Control::repositories, switches));
 }
 
 QString ControlService::Refresh(const QDBusMessage &message)
 {
-    const Work work = [](Control *control, const std::stop_token &stop) {
-        return encoded(control->refresh(stop));
-    };
-    return answer(message, Duration::Open, work);
+    return answer(message, Duration::Open, asking(&Control::refresh));
 }
 
 QString ControlService::Report(const QDBusMessage &message)
 {
-    const Work work = [](Control *control, const std::stop_token &stop) {
-        return encoded(control->report(stop));
-    };
-    return answer(message, Duration::Short, work);
+    return answer(message, Duration::Short, asking(&Control::report));
 }
 
 QString ControlService::refuse(const QDBusMessage &message, const QString &reason)
@@ -147,7 +169,7 @@ QCoro::Task<> ControlService::serve(QDBusMessage message, Duration duration, Wor
     const QPointer<ControlService> self(this);
     const QDBusConnection bus = m_bus;
     std::stop_source callerLeft;
-    auto end = [callerLeft]() mutable {
+    const auto end = [callerLeft] {
         callerLeft.request_stop();
     };
     const std::stop_callback onEnd(m_scope.stopToken(), end);

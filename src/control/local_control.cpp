@@ -174,13 +174,15 @@ QCoro::Task<RemovalAnswer> LocalControl::removeAccount(QString login, std::stop_
     }
     answer.login = found->account.login;
     const qint64 accountID = found->id();
-    Preferences *const preferences = m_stores.preferences;
+    const QPointer<LocalControl> self(this);
     try {
         co_await waitUnlessStopped(removeEverywhere(m_stores, m_ports.clock, accountID), stop);
     } catch (const AccountRemovalError &error) {
         answer.refusal = error.description();
     }
-    answer.unsaved = co_await whyChangeIsLost(preferences, stop);
+    if (!self)
+        throw CancellationError();
+    answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
     co_return answer;
 }
 
@@ -201,23 +203,25 @@ QCoro::Task<LoadingAnswer> LocalControl::loadInstallations(std::stop_token stop)
     co_return answer;
 }
 
-QCoro::Task<InstallationsAnswer> LocalControl::installations(InstallationChoices choices, std::stop_token stop)
+QCoro::Task<InstallationsAnswer> LocalControl::installations(Switches switches, std::stop_token stop)
 {
     const QPointer<LocalControl> self(this);
     InstallationsAnswer answer;
     answer.installationURL = installationURL();
     answer.loading = co_await loadInstallations(stop);
+    if (!self)
+        throw CancellationError();
     if (!answer.loading.hasAccounts)
         co_return answer;
     InstallationStore *const store = m_stores.installations;
-    const Choices enabled = chooseInstallations(choices.enable, store->installations());
-    const Choices disabled = chooseInstallations(choices.disable, store->installations());
+    const Choices enabled = chooseInstallations(switches.on, store->installations());
+    const Choices disabled = chooseInstallations(switches.off, store->installations());
     answer.refusal = enabled.error.isEmpty() ? disabled.error : enabled.error;
     if (answer.refusal.isEmpty()) {
         store->setInstallations(enabled.ids, true);
         store->setInstallations(disabled.ids, false);
     }
-    if (!choices.areNone())
+    if (!switches.areNone())
         answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
     if (!self)
         throw CancellationError();
@@ -225,25 +229,27 @@ QCoro::Task<InstallationsAnswer> LocalControl::installations(InstallationChoices
     co_return answer;
 }
 
-QCoro::Task<RepositoriesAnswer> LocalControl::repositories(RepositoryChoices choices, std::stop_token stop)
+QCoro::Task<RepositoriesAnswer> LocalControl::repositories(Switches switches, std::stop_token stop)
 {
     const QPointer<LocalControl> self(this);
     RepositoriesAnswer answer;
     answer.installationURL = installationURL();
     answer.loading = co_await loadInstallations(stop);
+    if (!self)
+        throw CancellationError();
     if (!answer.loading.hasAccounts)
         co_return answer;
     InstallationStore *const store = m_stores.installations;
-    const Choices included = chooseRepositories(choices.include, store->repositories());
-    const Choices excluded = chooseRepositories(choices.exclude, store->repositories());
+    const Choices included = chooseRepositories(switches.on, store->repositories());
+    const Choices excluded = chooseRepositories(switches.off, store->repositories());
     answer.refusal = included.error.isEmpty() ? excluded.error : included.error;
     if (answer.refusal.isEmpty()) {
-        if (choices.all)
-            store->setAllRepositories(*choices.all);
+        if (switches.all)
+            store->setAllRepositories(*switches.all);
         store->setRepositories(included.ids, true);
         store->setRepositories(excluded.ids, false);
     }
-    if (!choices.areNone())
+    if (!switches.areNone())
         answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
     if (!self)
         throw CancellationError();

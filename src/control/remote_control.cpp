@@ -203,16 +203,16 @@ QCoro::Task<RemovalAnswer> RemoteControl::removeAccount(QString login, std::stop
     return decoded<RemovalAnswer>(callForLong(QStringLiteral("RemoveAccount"), {login}, stop));
 }
 
-QCoro::Task<InstallationsAnswer> RemoteControl::installations(InstallationChoices choices, std::stop_token stop)
+QCoro::Task<InstallationsAnswer> RemoteControl::installations(Switches switches, std::stop_token stop)
 {
     return decoded<InstallationsAnswer>(
-        callForLong(QStringLiteral("Installations"), {choices.enable, choices.disable}, stop));
+        callForLong(QStringLiteral("Installations"), {switches.on, switches.off}, stop));
 }
 
-QCoro::Task<RepositoriesAnswer> RemoteControl::repositories(RepositoryChoices choices, std::stop_token stop)
+QCoro::Task<RepositoriesAnswer> RemoteControl::repositories(Switches switches, std::stop_token stop)
 {
     return decoded<RepositoriesAnswer>(
-        callForLong(QStringLiteral("Repositories"), {wordFor(choices.all), choices.include, choices.exclude}, stop));
+        callForLong(QStringLiteral("Repositories"), {wordFor(switches.all), switches.on, switches.off}, stop));
 }
 
 QCoro::Task<LoadingAnswer> RemoteControl::refresh(std::stop_token stop)

@@ -27,15 +27,14 @@ public:
     {
         return answer(QStringLiteral("remove ") + login, removal, stop);
     }
-    [[nodiscard]] QCoro::Task<InstallationsAnswer> installations(
-        InstallationChoices choices, std::stop_token stop) override
+    [[nodiscard]] QCoro::Task<InstallationsAnswer> installations(Switches switches, std::stop_token stop) override
     {
-        installationChoices = choices;
+        installationSwitches = switches;
         return answer(QStringLiteral("installations"), installationsAnswer, stop);
     }
-    [[nodiscard]] QCoro::Task<RepositoriesAnswer> repositories(RepositoryChoices choices, std::stop_token stop) override
+    [[nodiscard]] QCoro::Task<RepositoriesAnswer> repositories(Switches switches, std::stop_token stop) override
     {
-        repositoryChoices = choices;
+        repositorySwitches = switches;
         return answer(QStringLiteral("repositories"), repositoriesAnswer, stop);
     }
     [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override
@@ -54,8 +53,8 @@ public:
     RepositoriesAnswer repositoriesAnswer;
     LoadingAnswer loading;
     MonitorReport shown;
-    InstallationChoices installationChoices;
-    RepositoryChoices repositoryChoices;
+    Switches installationSwitches;
+    Switches repositorySwitches;
     QStringList asked;
     QString failure; ///< thrown by every operation; empty for none
     std::exception_ptr surprise; ///< thrown likewise: an exception of an unknown type

@@ -92,9 +92,9 @@ private:
     }
 
     [[nodiscard]] MonitorReport report() { return awaitValue(m_control->report({})); }
-    [[nodiscard]] RepositoriesAnswer repositories(const RepositoryChoices &choices)
+    [[nodiscard]] RepositoriesAnswer repositories(const Switches &switches)
     {
-        return awaitValue(m_control->repositories(choices, {}));
+        return awaitValue(m_control->repositories(switches, {}));
     }
 
 private Q_SLOTS:
@@ -193,13 +193,13 @@ private Q_SLOTS:
         buildAlice();
         f->defaults.setFailure(text("the disk is full"));
         const std::optional<QString> reason = text("the disk is full");
-        RepositoryChoices excluded;
-        excluded.exclude = QStringList{text("alice/a")};
+        Switches excluded;
+        excluded.off = QStringList{text("alice/a")};
         QCOMPARE(repositories(excluded).unsaved, reason);
         // Listing changes nothing, so nothing is unsaved.
         QVERIFY(!repositories({}).unsaved);
-        InstallationChoices disabled;
-        disabled.disable = QStringList{text("alice")};
+        Switches disabled;
+        disabled.off = QStringList{text("alice")};
         QCOMPARE(awaitValue(m_control->installations(disabled, {})).unsaved, reason);
         QVERIFY(!awaitValue(m_control->installations({}, {})).unsaved);
         QCOMPARE(report().unsaved, reason);
@@ -212,8 +212,8 @@ private Q_SLOTS:
     void whatIsSavedIsToldWithNoAnswer()
     {
         buildAlice();
-        RepositoryChoices excluded;
-        excluded.exclude = QStringList{text("alice/a")};
+        Switches excluded;
+        excluded.off = QStringList{text("alice/a")};
         QVERIFY(!repositories(excluded).unsaved);
         QVERIFY(!report().unsaved);
         QVERIFY(awaitValue(m_control->refresh({})).isComplete);
@@ -224,8 +224,8 @@ private Q_SLOTS:
     {
         buildAlice();
         f->defaults.saving = true;
-        RepositoryChoices excluded;
-        excluded.exclude = QStringList{text("alice/a")};
+        Switches excluded;
+        excluded.off = QStringList{text("alice/a")};
         const auto answer = start(m_control->repositories(excluded, {}));
         drainEvents();
         QVERIFY(!answer->isDone);
@@ -249,47 +249,47 @@ private Q_SLOTS:
     void repositoriesAreSwitchedBeforeTheyAreListed()
     {
         buildAlice();
-        RepositoryChoices choices;
-        choices.all = false;
-        choices.include = QStringList{text("Alice/B")};
-        const auto answer = repositories(choices);
+        Switches switches;
+        switches.all = false;
+        switches.on = QStringList{text("Alice/B")};
+        const auto answer = repositories(switches);
         QVERIFY(answer.loading.isComplete);
         QCOMPARE(answer.listed.size(), 2);
         QVERIFY(!answer.listed.at(0).isIncluded);
         QVERIFY(answer.listed.at(1).isMonitored);
-        choices.all.reset();
-        choices.include.clear();
-        choices.exclude = QStringList{text("R_b")};
-        QVERIFY(!repositories(choices).listed.at(1).isIncluded);
+        switches.all.reset();
+        switches.on.clear();
+        switches.off = QStringList{text("R_b")};
+        QVERIFY(!repositories(switches).listed.at(1).isIncluded);
     }
 
     void aNameThatMeansNothingSwitchesNothing()
     {
         buildAlice();
-        RepositoryChoices choices;
-        choices.exclude = QStringList{text("alice/a"), text("alice/z")};
-        const auto answer = repositories(choices);
+        Switches switches;
+        switches.off = QStringList{text("alice/a"), text("alice/z")};
+        const auto answer = repositories(switches);
         QCOMPARE(answer.refusal, text("There is no repository alice/z. There is: alice/a, alice/b."));
         QVERIFY(f->installations->repositories().first().isIncluded);
-        InstallationChoices keys;
-        keys.disable = QStringList{text("9:9")};
+        Switches keys;
+        keys.off = QStringList{text("9:9")};
         QVERIFY(!awaitValue(m_control->installations(keys, {})).refusal.isEmpty());
     }
 
     void installationsAreSwitchedBeforeTheyAreListed()
     {
         buildAlice();
-        InstallationChoices choices;
-        choices.disable = QStringList{text("1:7")};
-        auto answer = awaitValue(m_control->installations(choices, {}));
+        Switches switches;
+        switches.off = QStringList{text("1:7")};
+        auto answer = awaitValue(m_control->installations(switches, {}));
         QVERIFY2(answer.refusal.isEmpty(), qPrintable(answer.refusal));
         QCOMPARE(answer.listed.size(), 1);
         QVERIFY(!answer.listed.first().isEnabled);
         QCOMPARE(answer.listed.first().identity, text("alice"));
         QCOMPARE(answer.installationURL.text(), text("https://github.com/apps/velmora/installations/new"));
         QVERIFY(!repositories({}).listed.first().isMonitored);
-        choices = {QStringList{text("1:7")}, {}};
-        QVERIFY(awaitValue(m_control->installations(choices, {})).listed.first().isEnabled);
+        switches = {{}, QStringList{text("1:7")}, {}};
+        QVERIFY(awaitValue(m_control->installations(switches, {})).listed.first().isEnabled);
     }
 
     void anIdentityThatFailsIsNamed()
@@ -441,12 +441,12 @@ private Q_SLOTS:
     void theHintOfSomebodyWhoWatchesNothingNamesTheCommand()
     {
         buildAlice();
-        RepositoryChoices none;
+        Switches none;
         none.all = false;
         std::ignore = repositories(none);
         f->tick();
         QVERIFY2(report().hint.contains(text("velmora repositories --all")), qPrintable(report().hint));
-        RepositoryChoices all;
+        Switches all;
         all.all = true;
         const QSignalSpy changed(m_control.get(), &ReportSource::reportChanged);
         std::ignore = repositories(all);

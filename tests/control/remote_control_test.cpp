@@ -153,13 +153,13 @@ private Q_SLOTS:
         QVERIFY(awaitValue(m_remote->locate({})));
         QCOMPARE(awaitValue(m_remote->accounts({})), control.listed);
         QCOMPARE(awaitValue(m_remote->removeAccount(QStringLiteral("Alice"), {})), control.removal);
-        const InstallationChoices keys{{QStringLiteral("1:2")}, {QStringLiteral("3:4"), QStringLiteral("ö")}};
+        const Switches keys{{}, {QStringLiteral("1:2")}, {QStringLiteral("3:4"), QStringLiteral("ö")}};
         QCOMPARE(awaitValue(m_remote->installations(keys, {})), control.installationsAnswer);
-        QCOMPARE(control.installationChoices, keys);
+        QCOMPARE(control.installationSwitches, keys);
         for (const std::optional<bool> all : {std::optional<bool>(), std::optional(true), std::optional(false)}) {
-            const RepositoryChoices names{all, {QStringLiteral("a/b")}, {}};
+            const Switches names{all, {QStringLiteral("a/b")}, {}};
             QCOMPARE(awaitValue(m_remote->repositories(names, {})), control.repositoriesAnswer);
-            QCOMPARE(control.repositoryChoices, names);
+            QCOMPARE(control.repositorySwitches, names);
         }
         QCOMPARE(awaitValue(m_remote->refresh({})), control.loading);
         QCOMPARE(awaitValue(m_remote->report({})), control.shown);
@@ -325,16 +325,16 @@ private Q_SLOTS:
     {
         run();
         const QStringList most(10'000, QStringLiteral("a/b"));
-        RepositoryChoices choices;
-        choices.include = most;
-        QCOMPARE(awaitValue(m_remote->repositories(choices, {})), m_running->control.repositoriesAnswer);
-        QCOMPARE(m_running->control.repositoryChoices, choices);
-        choices.exclude = QStringList{QStringLiteral("c/d")};
+        Switches switches;
+        switches.on = most;
+        QCOMPARE(awaitValue(m_remote->repositories(switches, {})), m_running->control.repositoriesAnswer);
+        QCOMPARE(m_running->control.repositorySwitches, switches);
+        switches.off = QStringList{QStringLiteral("c/d")};
         const QString expected = QStringLiteral("At most 10000 names can be given at once.");
-        QCOMPARE(await(m_remote->repositories(choices, {})).description(), expected);
-        InstallationChoices keys{most, {}};
+        QCOMPARE(await(m_remote->repositories(switches, {})).description(), expected);
+        Switches keys{{}, most, {}};
         QCOMPARE(awaitValue(m_remote->installations(keys, {})), m_running->control.installationsAnswer);
-        keys.disable = QStringList{QStringLiteral("c")};
+        keys.off = QStringList{QStringLiteral("c")};
         QCOMPARE(await(m_remote->installations(keys, {})).description(), expected);
         QCOMPARE(m_running->control.asked.size(), 2);
     }

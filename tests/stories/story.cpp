@@ -221,9 +221,9 @@ void StoryUser::managesInstallations()
 
 void StoryUser::excludes(const QString &repository)
 {
-    RepositoryChoices choices;
-    choices.exclude = {repository};
-    const RepositoriesAnswer answer = awaitValue(m_program->control().repositories(choices, {}));
+    Switches switches;
+    switches.off = {repository};
+    const RepositoriesAnswer answer = awaitValue(m_program->control().repositories(switches, {}));
     require(answer.refusal.isEmpty(), "there is no such repository");
     m_program->comesToRest();
 }

@@ -52,6 +52,13 @@ QCoro::Task<ExitCode> watchLive(CommandContext context)
     co_return code;
 }
 
+ReportView viewFor(const CommandContext &context, const CommandLine &line)
+{
+    if (!line.format.isEmpty())
+        return statusView(context.out, StatusLine::parse(line.format).line);
+    return line.isJSON ? statusView(context.out, std::nullopt) : tableView(context);
+}
+
 } // namespace
 
 QCoro::Task<ExitCode> runWatch(CommandContext context, CommandLine line)
@@ -62,6 +69,31 @@ QCoro::Task<ExitCode> runWatch(CommandContext context, CommandLine line)
         return watchLive(std::move(context));
     const ReportView view = line.isJSON ? jsonView(context.out) : changesView(context.out);
     return followUntilEnd(std::move(context), view);
+}
+
+QCoro::Task<ExitCode> runStatus(CommandContext context, CommandLine line)
+{
+    const ReportView view = viewFor(context, line);
+    if (line.isFollowing) {
+        const ExitCode code = co_await followUntilEnd(context, view);
+        co_return code;
+    }
+    const MonitorReport report = co_await currentReport(context.reports, context.stop);
+    view.show(report);
+    co_return ExitCode::Done;
+}
+
+QCoro::Task<ExitCode> runRefresh(CommandContext context)
+{
+    Control *const control = context.control;
+    const QString text = QStringLiteral("Loading deployments from GitHub…");
+    auto work = control->refresh(context.stop);
+    const LoadingAnswer answer = co_await withProgress(context, text, std::move(work));
+    if (answer.hasAccounts) {
+        const MonitorReport report = co_await control->report(context.stop);
+        printTable(context, report, 1);
+    }
+    co_return reportLoading(context, answer);
 }
 
 } // namespace velmora

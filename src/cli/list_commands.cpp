@@ -5,6 +5,7 @@
 #include "cli/plain_text.h"
 #include "control/control.h"
 #include "control/control_texts.h"
+#include "presentation/accounts_presentation.h"
 #include "support/json.h"
 
 namespace velmora
@@ -18,6 +19,11 @@ QString yesNo(bool value)
     return value ? QStringLiteral("yes") : QStringLiteral("no");
 }
 
+QStringList headerOf(const QList<ListedAccount> &)
+{
+    return {QStringLiteral("ACCOUNT"), QStringLiteral("STATUS")};
+}
+
 QStringList headerOf(const QList<ListedInstallation> &)
 {
     return {QStringLiteral("WATCHED"), QStringLiteral("KEY"), QStringLiteral("ACCOUNT"), QStringLiteral("TYPE"),
@@ -28,6 +34,11 @@ QStringList headerOf(const QList<ListedRepository> &)
 {
     return {QStringLiteral("WATCHED"), QStringLiteral("REPOSITORY"), QStringLiteral("VISIBILITY"),
         QStringLiteral("INSTALLED ON")};
+}
+
+QStringList rowOf(const ListedAccount &listed)
+{
+    return {listed.login, sessionStatusText(listed.status)};
 }
 
 QStringList rowOf(const ListedInstallation &listed)
@@ -53,21 +64,19 @@ QString nothingText(const RepositoriesAnswer &answer)
     return noRepositoriesText(answer.installationURL);
 }
 
-template <typename Answer>
-void print(const CommandContext &context, bool isJSON, const Answer &answer)
+/// Prints JSON or a table; instead of an empty table the text.
+template <typename Listed>
+void print(const CommandContext &context, bool isJSON, const QList<Listed> &list, const QString &nothing)
 {
-    if (isJSON) {
-        context.out->write(harmlessJSON(encodeJSON(answer.listed)) + '\n');
-        return;
-    }
-    if (answer.listed.isEmpty()) {
-        context.out->writeLine(nothingText(answer));
-        return;
-    }
     QList<QStringList> rows;
-    for (const auto &listed : answer.listed)
+    for (const Listed &listed : list)
         rows.append(rowOf(listed));
-    context.out->writeRawLines(renderColumns(headerOf(answer.listed), rows));
+    if (isJSON)
+        context.out->write(harmlessJSON(encodeJSON(list)) + '\n');
+    else if (list.isEmpty())
+        context.out->writeLine(nothing);
+    else
+        context.out->writeRawLines(renderColumns(headerOf(list), rows));
 }
 
 /// Prints the failures of loading and switching. Prints the list only if no name was refused, there is an account, and
@@ -82,26 +91,48 @@ QCoro::Task<ExitCode> loadAndPrint(CommandContext context, bool isJSON, QCoro::T
         context.err->writeLine(answer.refusal);
     if (!answer.refusal.isEmpty() || !answer.loading.hasAccounts || !isSaved(context, answer.unsaved))
         co_return ExitCode::Failed;
-    print(context, isJSON, answer);
+    print(context, isJSON, answer.listed, nothingText(answer));
     co_return loaded;
 }
 
 } // namespace
 
+QCoro::Task<ExitCode> runAccounts(CommandContext context, CommandLine line)
+{
+    const QList<ListedAccount> accounts = co_await context.control->accounts(context.stop);
+    print(context, line.isJSON, accounts, noAccountText());
+    for (const ListedAccount &account : accounts) {
+        if (account.advice && !line.isJSON)
+            context.err->writeLine(*account.advice + QStringLiteral(" Run “velmora connect”."));
+    }
+    co_return ExitCode::Done;
+}
+
+QCoro::Task<ExitCode> runRemoveAccount(CommandContext context, CommandLine line)
+{
+    const RemovalAnswer answer = co_await context.control->removeAccount(line.login, context.stop);
+    if (!answer.refusal.isEmpty()) {
+        context.err->writeLine(answer.refusal);
+        co_return ExitCode::Failed;
+    }
+    if (!isSaved(context, answer.unsaved))
+        co_return ExitCode::Failed;
+    context.out->writeLine(QStringLiteral("Removed %1.").arg(answer.login));
+    co_return ExitCode::Done;
+}
+
 QCoro::Task<ExitCode> runInstallations(CommandContext context, CommandLine line)
 {
-    const InstallationChoices choices{line.enable, line.disable};
-    return loadAndPrint(context, line.isJSON, context.control->installations(choices, context.stop));
+    const Switches switches{std::nullopt, line.enable, line.disable};
+    return loadAndPrint(context, line.isJSON, context.control->installations(switches, context.stop));
 }
 
 QCoro::Task<ExitCode> runRepositories(CommandContext context, CommandLine line)
 {
-    RepositoryChoices choices;
-    choices.include = line.include;
-    choices.exclude = line.exclude;
+    Switches switches{std::nullopt, line.include, line.exclude};
     if (line.isAll || line.isNone)
-        choices.all = line.isAll;
-    return loadAndPrint(context, line.isJSON, context.control->repositories(choices, context.stop));
+        switches.all = line.isAll;
+    return loadAndPrint(context, line.isJSON, context.control->repositories(switches, context.stop));
 }
 
 } // namespace velmora
