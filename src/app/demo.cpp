@@ -170,7 +170,7 @@ QCoro::Task<> Demo::connectAccounts(AuthenticationStore *authentication, std::st
     };
     for (int known = 0; known < kMostAccounts; ++known) {
         store->startConnecting();
-        co_await waitFor(authentication, &AuthenticationStore::connectionChanged, hasEnded, stop);
+        co_await untilTrue(authentication, &AuthenticationStore::connectionChanged, hasEnded, stop);
         throwIfStopped(stop);
         if (!store)
             throw CancellationError();

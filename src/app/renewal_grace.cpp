@@ -44,7 +44,7 @@ QCoro::Task<> finishRenewals(
     const std::function<bool()> isQuiet = [store] {
         return !store->isRenewing();
     };
-    co_await waitFor(store, &AuthenticationStore::renewalsFinished, isQuiet, stop, limit);
+    co_await untilTrue(store, &AuthenticationStore::renewalsFinished, isQuiet, stop, limit);
 }
 
 } // namespace velmora

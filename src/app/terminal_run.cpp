@@ -84,7 +84,7 @@ QCoro::Task<ExitCode> TerminalRun::quitRunning()
     };
     ApplicationService service(context().bus, context().busName());
     std::ignore = co_await service.actOnRunning(QStringLiteral("quit"), QString());
-    co_await waitFor(&remote, &RemoteControl::isRunningChanged, hasEnded, context().stop, kLongestQuitting);
+    co_await untilTrue(&remote, &RemoteControl::isRunningChanged, hasEnded, context().stop, kLongestQuitting);
     throwIfStopped(context().stop);
     if (!hasEnded())
         throw ControlError(QStringLiteral("Velmora is running, but does not end."));

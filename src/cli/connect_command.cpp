@@ -78,13 +78,13 @@ QCoro::Task<ExitCode> runConnect(CommandContext context)
     const std::function<bool()> hasCode = [store] {
         return store->pendingAuthorization() || !isUnderWay(store->connectionState());
     };
-    co_await waitFor(store, &AuthenticationStore::connectionChanged, hasCode, context.stop);
+    co_await untilTrue(store, &AuthenticationStore::connectionChanged, hasCode, context.stop);
     if (const auto &authorization = store->pendingAuthorization())
         printCode(context, *authorization);
     const std::function<bool()> hasEnded = [store] {
         return !isUnderWay(store->connectionState());
     };
-    co_await waitFor(store, &AuthenticationStore::connectionChanged, hasEnded, context.stop);
+    co_await untilTrue(store, &AuthenticationStore::connectionChanged, hasEnded, context.stop);
     if (context.stop.stop_requested())
         store->cancelConnection();
     if (store->connectionState() == GitHubSessionStatus::Connected) {

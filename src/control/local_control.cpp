@@ -151,7 +151,7 @@ QCoro::Task<QList<ListedAccount>> LocalControl::accounts(std::stop_token stop)
     const std::function<bool()> isRestored = [store] {
         return store->isRestored();
     };
-    co_await waitFor(store, &AuthenticationStore::restored, isRestored, stop, kLongestRestore);
+    co_await untilTrue(store, &AuthenticationStore::restored, isRestored, stop, kLongestRestore);
     throwIfStopped(stop);
     if (!self)
         throw CancellationError();

@@ -83,7 +83,7 @@ QCoro::Task<> useSides(ReportSides sides, Use use, std::stop_token stop)
         }
         // The news that the process has ended may arrive later than the failure.
         if (failure && isRunning)
-            co_await waitFor(sides.running, &ReportSource::isRunningChanged, isLeft, stop, kLongestParting);
+            co_await untilTrue(sides.running, &ReportSource::isRunningChanged, isLeft, stop, kLongestParting);
         if (failure && !isLeft())
             std::rethrow_exception(failure);
         if (!isLeft())

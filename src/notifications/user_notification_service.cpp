@@ -93,12 +93,12 @@ QCoro::Task<> UserNotificationService::State::untilReady(std::shared_ptr<State> 
         throwIfStopped(stop);
         if (!keepsWaiting)
             co_return;
-        // waitFor() calls it once before any signal; later calls mean that the server is gone.
+        // untilTrue() calls it once before any signal; later calls mean that the server is gone.
         const auto questions = std::make_shared<int>(0);
         const std::function<bool()> hasSuccessor = [questions] {
             return (*questions)++ > 0;
         };
-        co_await waitFor(state->server.get(), &NotificationServer::serverGone, hasSuccessor, stop, state->pause);
+        co_await untilTrue(state->server.get(), &NotificationServer::serverGone, hasSuccessor, stop, state->pause);
     }
 }
 

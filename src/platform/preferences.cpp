@@ -68,7 +68,7 @@ QCoro::Task<QString> whyNotSaved(Preferences *preferences, std::stop_token stop)
     const std::function<bool()> isSettled = [preferences] {
         return !preferences->isSaving();
     };
-    co_await waitFor(preferences, &Preferences::settled, isSettled, stop);
+    co_await untilTrue(preferences, &Preferences::settled, isSettled, stop);
     throwIfStopped(stop);
     if (!watched)
         throw CancellationError();

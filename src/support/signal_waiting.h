@@ -17,7 +17,7 @@ namespace velmora
 /// Waits until the condition holds, and tests it after each `signal` of the sender. Also ends when the stop is
 /// requested, the sender is destroyed or `limit` has passed, so the caller must test the condition again.
 template <typename Sender, typename Signal>
-[[nodiscard]] QCoro::Task<> waitFor(Sender *sender, Signal signal, std::function<bool()> condition,
+[[nodiscard]] QCoro::Task<> untilTrue(Sender *sender, Signal signal, std::function<bool()> condition,
     std::stop_token stop, std::optional<std::chrono::milliseconds> limit = std::nullopt)
 {
     if (stop.stop_requested() || condition())

@@ -148,7 +148,7 @@ class RulesTest(unittest.TestCase):
         source = "connect(m_a.get(), &A::told, this, &C::lost);"
         found = unheard_signals.check({"src/a/a.h": header, "src/a/a.cpp": source})
         self.assertEqual(list(found), [("src/a/a.h", 5, "nothing in src connects to A::lost")])
-        self.assertEqual(list(unheard_signals.check({"a.h": header, "a.cpp": source + "waitFor(a, &A::lost);"})), [])
+        self.assertEqual(list(unheard_signals.check({"a.h": header, "a.cpp": source + "untilTrue(a, &A::lost);"})), [])
         exported = header.replace("class B", 'Q_CLASSINFO("D-Bus Interface", "a") class B')
         self.assertEqual(list(unheard_signals.check({"a.h": exported})), [])
 

@@ -40,7 +40,7 @@ def heard(text):
     """Yields (class, signal) for each signal that the text connects or waits for."""
     items = tokens(text)
     for index, item in enumerate(items[:-1]):
-        if item.text not in ("connect", "waitFor") or items[index + 1].text != "(":
+        if item.text not in ("connect", "untilTrue") or items[index + 1].text != "(":
             continue
         for position in range(index + 2, matching(items, index + 1) - 3):
             if items[position].text == "&" and items[position + 2].text == "::":
