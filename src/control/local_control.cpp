@@ -11,7 +11,6 @@
 #include "monitor/deployment_monitor.h"
 #include "platform/preferences.h"
 #include "settings/general_settings_store.h"
-#include "support/cancel_on_stop.h"
 #include "support/clock.h"
 #include "support/signal_waiting.h"
 #include "support/task_scope.h"
@@ -62,6 +61,7 @@ QSet<QString> idsOf(const QList<RepositoryRecord> &repositories)
 }
 
 /// Waits for the keyring, which may prompt the user for any time. The account stays until the keyring has answered.
+/// This cannot be stopped.
 QCoro::Task<> removeEverywhere(Stores stores, const Clock *clock, qint64 accountID)
 {
     const QPointer<DeploymentMonitor> monitor(stores.monitor);
@@ -103,31 +103,6 @@ SharedRuns refreshes(const Stores &stores, const Clock *clock, SharedRuns instal
                           std::stop_token stop, std::function<void()> close) {
         return loadEverything(stores, clock, installationLoads, std::move(stop), std::move(close));
     });
-}
-
-/// Resolves or fails `done` with the result of the work.
-QCoro::Task<> tell(QCoro::Task<> work, OneShot<> done)
-{
-    std::exception_ptr failure;
-    try {
-        co_await work;
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    if (failure)
-        done.fail(failure);
-    else
-        done.resolve();
-}
-
-/// Waits for work that cannot be stopped. After a stop the work goes on unobserved; the stores end it with themselves.
-QCoro::Task<> waitUnlessStopped(QCoro::Task<> work, std::stop_token stop)
-{
-    const OneShot<> done;
-    const CancelOnStop cancel(done, stop);
-    launch(tell(std::move(work), done), "what a terminal asked for");
-    co_await done;
-    throwIfStopped(stop);
 }
 
 } // namespace
@@ -175,8 +150,11 @@ QCoro::Task<RemovalAnswer> LocalControl::removeAccount(QString login, std::stop_
     answer.login = found->account.login;
     const qint64 accountID = found->id();
     const QPointer<LocalControl> self(this);
+    // After a stop the removal goes on unobserved; the stores end it with themselves.
+    const SharedRuns removal([stores = m_stores, clock = m_ports.clock, accountID](
+                                 std::stop_token, const auto &) { return removeEverywhere(stores, clock, accountID); });
     try {
-        co_await waitUnlessStopped(removeEverywhere(m_stores, m_ports.clock, accountID), stop);
+        co_await removal.join(stop);
     } catch (const AccountRemovalError &error) {
         answer.refusal = error.description();
     }
