@@ -16,33 +16,25 @@ namespace velmora
 namespace
 {
 
-/// Codes of the escape sequence "select graphic rendition".
-namespace colour
-{
+// Codes of the escape sequence "select graphic rendition".
 constexpr auto kBold = u"1";
 constexpr auto kSecondary = u"2";
 constexpr auto kRed = u"31";
-constexpr auto kGreen = u"32";
-constexpr auto kOrange = u"33";
-constexpr auto kBlue = u"34";
-} // namespace colour
 
 const char16_t *colourOf(Tone tone)
 {
     switch (tone) {
     case Tone::Orange:
-        return colour::kOrange;
+        return u"33";
     case Tone::Blue:
-        return colour::kBlue;
+        return u"34";
     case Tone::Green:
-        return colour::kGreen;
+        return u"32";
     case Tone::Red:
-        return colour::kRed;
-    case Tone::Primary:
-    case Tone::Secondary:
-        break;
+        return kRed;
+    default:
+        return kSecondary;
     }
-    return colour::kSecondary;
 }
 
 /// A line that is being built and never exceeds its width.
@@ -180,7 +172,7 @@ QString renderRow(const Row &row, const Columns &columns, const TableStyle &styl
         .add(gap)
         .add(fitted(row.environment, columns.environment))
         .add(gap)
-        .add(columns.hasOnlyAges ? row.age : row.details, colour::kSecondary)
+        .add(columns.hasOnlyAges ? row.age : row.details, kSecondary)
         .text();
 }
 
@@ -203,18 +195,18 @@ QStringList renderHead(
 {
     QStringList lines;
     lines.append(Line(style)
-                     .add(harmless(report.applicationName), colour::kBold)
+                     .add(harmless(report.applicationName), kBold)
                      .add(QStringLiteral("  "))
                      .add(statusText(report.state, report.deployments))
-                     .addRight(ageText(report, now), colour::kSecondary)
+                     .addRight(ageText(report, now), kSecondary)
                      .text());
     const QStringList messages = messagesOf(report);
     for (const QString &message : messages)
-        lines.append(Line(style).add(harmless(message), colour::kRed).text());
+        lines.append(Line(style).add(harmless(message), kRed).text());
     if (!report.hint.isEmpty())
         lines.append(Line(style).add(harmless(report.hint)).text());
     for (const QString &announcement : announcements)
-        lines.append(Line(style).add(QStringLiteral("* ") + harmless(announcement), colour::kBold).text());
+        lines.append(Line(style).add(QStringLiteral("* ") + harmless(announcement), kBold).text());
     return lines;
 }
 
@@ -232,16 +224,13 @@ QStringList renderSections(const MonitorReport &report, Instant now, const Table
     QStringList lines;
     for (const Section &section : sections) {
         lines.append({QString(),
-            Line(style)
-                .add(section.title, colour::kBold)
-                .addRight(QString::number(section.size), colour::kSecondary)
-                .text()});
+            Line(style).add(section.title, kBold).addRight(QString::number(section.size), kSecondary).text()});
         for (const Row &row : section.rows)
             lines.append(renderRow(row, columns, style));
         hidden -= section.rows.size();
     }
     if (hidden > 0)
-        lines.append(Line(style).add(QStringLiteral("  … and %1 more").arg(hidden), colour::kSecondary).text());
+        lines.append(Line(style).add(QStringLiteral("  … and %1 more").arg(hidden), kSecondary).text());
     return lines;
 }
 
@@ -266,7 +255,7 @@ QStringList renderReport(
     } else if (!report.deployments.isEmpty()) {
         lines.append(renderSections(report, now, style, room));
     } else if (report.hint.isEmpty()) {
-        lines.append({QString(), Line(style).add(noDeploymentsText(), colour::kBold).text(),
+        lines.append({QString(), Line(style).add(noDeploymentsText(), kBold).text(),
             Line(style).add(noDeploymentsExplanation()).text()});
     }
     if (style.height > 0)

@@ -6,19 +6,6 @@
 namespace velmora
 {
 
-ProgressLine::ProgressLine(Terminal *terminal, const QString &text)
-    : m_terminal(terminal->isLive() ? terminal : nullptr)
-{
-    if (m_terminal)
-        m_terminal->write(text.toUtf8());
-}
-
-ProgressLine::~ProgressLine()
-{
-    if (m_terminal)
-        m_terminal->write("\r\x1b[2K");
-}
-
 ExitCode reportLoading(const CommandContext &context, const LoadingAnswer &answer)
 {
     if (!answer.hasAccounts) {

@@ -5,28 +5,22 @@
 #include "control/control_records.h"
 
 #include <QCoroTask>
+#include <QScopeGuard>
 
 namespace velmora
 {
 
-/// Shows a line on a terminal until its destruction. Does nothing if the stream is not a terminal.
-class ProgressLine
-{
-public:
-    ProgressLine(Terminal *terminal, const QString &text);
-    ProgressLine(const ProgressLine &) = delete;
-    ProgressLine &operator=(const ProgressLine &) = delete;
-    ~ProgressLine();
-
-private:
-    Terminal *m_terminal;
-};
-
-/// Awaits the task and shows a progress line meanwhile.
+/// Awaits the task. Shows the text on standard error meanwhile, if that is a terminal.
 template <typename Answer>
 [[nodiscard]] QCoro::Task<Answer> withProgress(CommandContext context, QString text, QCoro::Task<Answer> task)
 {
-    const ProgressLine progress(context.err, text);
+    Terminal *const terminal = context.err->isLive() ? context.err : nullptr;
+    if (terminal)
+        terminal->write(text.toUtf8());
+    const auto erase = qScopeGuard([terminal] {
+        if (terminal)
+            terminal->write("\r\x1b[2K");
+    });
     Answer answer = co_await task;
     co_return answer;
 }

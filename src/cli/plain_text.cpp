@@ -40,28 +40,13 @@ CodePoints toPoints(QStringView text)
 }
 
 /// The number of code points from the front that fit, including marks that combine with the last.
-qsizetype fittingFromFront(const CodePoints &points, int width)
+qsizetype fitting(const CodePoints &points, int width)
 {
     qsizetype count = 0;
     for (int used = 0; count < points.size(); ++count) {
         used += columns(points.at(count));
         if (used > width)
             break;
-    }
-    return count;
-}
-
-qsizetype fittingFromBack(const CodePoints &points, int width)
-{
-    qsizetype count = 0;
-    int used = 0;
-    for (qsizetype i = points.size() - 1; i >= 0; --i) {
-        used += columns(points.at(i));
-        if (used > width)
-            break;
-        // A combining mark must not be separated from its letter.
-        if (columns(points.at(i)) > 0)
-            count = points.size() - i;
     }
     return count;
 }
@@ -113,10 +98,14 @@ QString elidedMiddle(const QString &text, int width)
         return text;
     if (width < 1)
         return QString();
-    const auto front = fittingFromFront(points, width / 2);
-    const int left = width - 1 - columns(points.first(front));
-    const auto back = fittingFromBack(points, left);
-    return toText(points.first(front)) + QChar(0x2026) + toText(points.last(back));
+    const CodePoints front = points.first(fitting(points, width / 2));
+    CodePoints back(points.crbegin(), points.crend());
+    back = back.first(fitting(back, width - 1 - columns(front)));
+    // A combining mark must not be separated from its letter.
+    while (!back.isEmpty() && columns(back.last()) == 0)
+        back.removeLast();
+    std::ranges::reverse(back);
+    return toText(front) + QChar(0x2026) + toText(back);
 }
 
 QString fitted(const QString &text, int width)
