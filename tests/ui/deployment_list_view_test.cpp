@@ -545,6 +545,19 @@ private Q_SLOTS:
         QVERIFY(!m_view->currentIndex().isValid());
     }
 
+    void aCurrentRowThatGoesOutOfSightScrollsNothing()
+    {
+        auto list = finished(100);
+        show(list);
+        takeFocus(Qt::TabFocusReason);
+        press(Qt::Key_End);
+        m_view->verticalScrollBar()->setValue(0);
+        list.removeLast();
+        m_view->setDeployments(list);
+        QCOMPARE(currentID(), text("98"));
+        QCOMPARE(m_view->verticalScrollBar()->value(), 0);
+    }
+
     void whatIsSeenStaysWhereItIsWhenRowsComeAbove()
     {
         auto list = finished(100);
