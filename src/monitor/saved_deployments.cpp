@@ -16,6 +16,8 @@ namespace
 Q_LOGGING_CATEGORY(monitorLog, "velmora.monitor", QtWarningMsg)
 
 constexpr std::chrono::seconds kRetryPause{30};
+/// A list that stays the same is saved so often for its time alone. Every save waits for the disk.
+constexpr std::chrono::minutes kLongestUnsaved{5};
 
 } // namespace
 
@@ -41,6 +43,10 @@ QCoro::Task<> SavedDeployments::save(QList<DeploymentSnapshot> deployments)
 {
     const QPointer<SavedDeployments> self(this);
     const DeploymentCachePayload payload{deployments, m_clock->now()};
+    if (isSaved(payload)) {
+        m_saved->deployments = deployments; // an equal list that is on show as well takes no memory
+        co_return;
+    }
     QString failure;
     try {
         co_await m_cache->save(payload);
@@ -50,12 +56,22 @@ QCoro::Task<> SavedDeployments::save(QList<DeploymentSnapshot> deployments)
     if (!self)
         co_return;
     m_retryAt = m_clock->now() + kRetryPause;
+    m_saved.reset();
+    if (failure.isEmpty())
+        m_saved = payload;
     if (m_failure == failure)
         co_return;
     m_failure = failure;
     if (!failure.isEmpty())
         qCWarning(monitorLog).noquote() << "The deployments were not saved:" << failure;
     Q_EMIT failureChanged();
+}
+
+/// Whether the file holds the list, with a recent time. A time in the future is from before the clock was set back.
+bool SavedDeployments::isSaved(const DeploymentCachePayload &payload) const
+{
+    return m_saved && m_saved->savedAt <= payload.savedAt && payload.savedAt - m_saved->savedAt < kLongestUnsaved
+        && m_saved->deployments == payload.deployments;
 }
 
 QCoro::Task<> SavedDeployments::saveAgain(QList<DeploymentSnapshot> deployments)

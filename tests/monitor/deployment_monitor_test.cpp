@@ -902,7 +902,7 @@ private Q_SLOTS:
         QCOMPARE(f->shownIDs(), texts({"a1"}));
     }
 
-    void everyRefreshIsSaved()
+    void everyRefreshThatBringsSomethingNewIsSaved()
     {
         buildAlice({repository("R_a", "alice/a", {deployment("a1", "IN_PROGRESS")})});
         f->tick();
@@ -910,8 +910,12 @@ private Q_SLOTS:
         QCOMPARE(f->cache.payload->savedAt, noon());
         QCOMPARE(f->cache.payload->deployments, f->monitor->deployments());
         f->tickAfter(5s);
+        QCOMPARE(f->cache.saves, 1);
+        alice().repositories = {repository("R_a", "alice/a", {deployment("a1", "SUCCESS")})};
+        f->tickAfter(5s);
         QCOMPARE(f->cache.saves, 2);
-        QCOMPARE(f->cache.payload->savedAt, noon() + 5s);
+        QCOMPARE(f->cache.payload->savedAt, noon() + 10s);
+        QCOMPARE(f->cache.payload->deployments, f->monitor->deployments());
     }
 
     void aSaveThatFailsDoesNotDisturbWhatIsShown()

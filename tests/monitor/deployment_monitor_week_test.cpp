@@ -63,6 +63,9 @@ private Q_SLOTS:
         // Every 30 seconds from the fifth on; every hour the one page of installations and the one of repositories.
         QCOMPARE(counters.queries, 7 * 24 * 3600 / 30);
         QCOMPARE(counters.lists, 7 * 24 * 2);
+        // Every five minutes, and once for the result that left the list.
+        QVERIFY(f.cache.saves <= 7 * 24 * 12 + 1);
+        QVERIFY(f.clock.now() - f.cache.payload->savedAt <= 5min);
         QCOMPARE(f.clock.requestedSleeps.size(), 7 * 24 * 3600 / 5 + 1);
         QCOMPARE(f.monitor->state().state, DeploymentMonitorState::Case::Ready);
         // The result was shown for a day, and is not shown any more.

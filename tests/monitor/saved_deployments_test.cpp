@@ -49,6 +49,47 @@ private Q_SLOTS:
         QCOMPARE(m_saved->failure(), QString());
     }
 
+    void anHourWithoutAChangeSavesTheTimeEveryFiveMinutes()
+    {
+        while (m_clock.now() < noon() + 1h) {
+            awaitValue(m_saved->save(m_list));
+            QVERIFY(m_clock.now() - m_cache->payload->savedAt < 5min);
+            m_clock.setNow(m_clock.now() + 5s);
+        }
+        QCOMPARE(m_cache->saves, 12);
+    }
+
+    void aChangeIsSavedAtOnce()
+    {
+        awaitValue(m_saved->save(m_list));
+        m_clock.setNow(noon() + 5s);
+        auto changed = m_list;
+        changed.first().state = DeploymentState::Failure;
+        for (const auto &list : {changed, m_list, QList<DeploymentSnapshot>()}) {
+            awaitValue(m_saved->save(list));
+            QCOMPARE(m_cache->payload, (DeploymentCachePayload{list, noon() + 5s}));
+        }
+    }
+
+    void aTimeFromBeforeTheClockWasSetBackIsReplacedAtOnce()
+    {
+        awaitValue(m_saved->save(m_list));
+        m_clock.setNow(noon() - 1s);
+        awaitValue(m_saved->save(m_list));
+        QCOMPARE(m_cache->payload, (DeploymentCachePayload{m_list, noon() - 1s}));
+    }
+
+    void afterAFailureAnEqualListIsSaved()
+    {
+        awaitValue(m_saved->save(m_list));
+        m_cache->fails = true;
+        awaitValue(m_saved->save({}));
+        m_cache->fails = false;
+        awaitValue(m_saved->save(m_list));
+        QCOMPARE(m_cache->saves, 3);
+        QCOMPARE(m_saved->failure(), QString());
+    }
+
     void aFailureIsAnnouncedOnceAndSoIsItsEnd()
     {
         const QSignalSpy changes(m_saved.get(), &SavedDeployments::failureChanged);
