@@ -3,7 +3,6 @@
 // libraries.
 #include "generated_response.h"
 #include "github/wire/deployments_query.h"
-#include "support/json.h"
 
 #include <benchmark/benchmark.h>
 #include <nlohmann/json.hpp>
@@ -156,8 +155,7 @@ QList<DeploymentSnapshot> decodedThrough(const QByteArray &text)
 
 QList<DeploymentSnapshot> decodedByVelmora(const QByteArray &text)
 {
-    const JSONDocument document(text);
-    return fetchResult(payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document))).deployments;
+    return joined(decodedBatch(text, {}, RateLimitUse::Always).repositories);
 }
 
 void decode(benchmark::State &state, QList<DeploymentSnapshot> (*decoder)(const QByteArray &))

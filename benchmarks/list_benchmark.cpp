@@ -3,7 +3,6 @@
 #include "generated_response.h"
 #include "github/wire/deployments_query.h"
 #include "monitor/deployment_list.h"
-#include "support/json.h"
 
 #include <benchmark/benchmark.h>
 
@@ -27,10 +26,8 @@ QList<QByteArray> answers(qint64 deployments)
 QList<DeploymentSnapshot> decoded(const QList<QByteArray> &answers)
 {
     QList<DeploymentSnapshot> deployments;
-    for (const auto &answer : answers) {
-        const JSONDocument document(answer);
-        deployments += fetchResult(payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document))).deployments;
-    }
+    for (const auto &answer : answers)
+        deployments += joined(decodedBatch(answer, {}, RateLimitUse::Always).repositories);
     return deployments;
 }
 

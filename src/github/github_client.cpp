@@ -3,8 +3,8 @@
 
 #include "github/github_requests.h"
 #include "github/paused_error.h"
-#include "github/wire/deployments_query.h"
 #include "github/wire/device_flow.h"
+#include "github/wire/known_deployments.h"
 #include "github/wire/responses.h"
 #include "support/erased.h"
 #include "support/json.h"
@@ -23,7 +23,6 @@ namespace
 
 constexpr qsizetype kPageSize = 100;
 constexpr qsizetype kBatchSize = 20;
-constexpr qsizetype kMostDeploymentsOfARepository = 20;
 
 /// Sleeps in pieces of a day, since timers limit the duration.
 QCoro::Task<> sleepSeconds(Clock *clock, qint64 duration, std::stop_token stop)
@@ -103,6 +102,17 @@ void merge(DeploymentRateLimit &whole, const DeploymentRateLimit &batch)
         whole.cost = std::numeric_limits<qint64>::max();
     whole.remaining = std::min(whole.remaining, batch.remaining);
     whole.resetAt = std::max(whole.resetAt, batch.resetAt);
+}
+
+QCoro::Task<DeploymentBatch> fetchBatch(GitHubClient client, QStringList ids, QString accessToken, std::stop_token stop)
+{
+    HTTPRequest request = client.deploymentsRequest(ids, accessToken);
+    const HTTPResponse response = co_await client.session->send(std::move(request), stop);
+    requireSuccess(response, client.clock);
+    const auto resumeAt = resumeInstant(response, client.clock->now());
+    const auto use = rateLimitUseOf(client);
+    co_return client.known ? client.known->decoded(response.body, ids, use, resumeAt)
+                           : decodedBatch(response.body, ids, use, resumeAt);
 }
 
 } // namespace
@@ -204,19 +214,20 @@ QCoro::Task<DeploymentFetchResult> GitHubClient::fetchDeployments(
     if (repositories.isEmpty())
         co_return whole;
     whole.rateLimit = DeploymentRateLimit::none();
-    whole.deployments.reserve(repositories.size() * kMostDeploymentsOfARepository);
+    QList<QList<DeploymentSnapshot>> parts;
     for (qsizetype first = 0; first < repositories.size(); first += kBatchSize) {
         QStringList ids = nodeIDs(repositories.mid(first, kBatchSize));
-        auto batch = co_await client.fetchDeploymentBatch(std::move(ids), accessToken, stop);
-        const DeploymentRateLimit limit = batch.rateLimit;
-        whole.deployments.append(std::move(batch.deployments));
+        auto batch = co_await fetchBatch(client, std::move(ids), accessToken, stop);
+        parts.append(std::move(batch.repositories));
         whole.unanswered.append(std::move(batch.unanswered));
-        merge(whole.rateLimit, limit);
+        merge(whole.rateLimit, batch.rateLimit);
         // GitHub would refuse the next batch, and may penalise the account for it.
         const bool isLast = first + kBatchSize >= repositories.size();
+        const DeploymentRateLimit &limit = batch.rateLimit;
         if (!isLast && limit.remaining < limit.cost && limit.resetAt > client.clock->now())
             throw PausedError(limit.resetAt);
     }
+    whole.deployments = client.known ? client.known->joinedOnce(parts) : joined(parts);
     co_return whole;
 }
 
@@ -224,16 +235,19 @@ QCoro::Task<DeploymentFetchResult> GitHubClient::fetchDeploymentBatch(
     QStringList repositoryNodeIDs, QString accessToken, std::stop_token stop) const
 {
     const GitHubClient client(*this);
-    HTTPRequest request = client.deploymentsRequest(repositoryNodeIDs, accessToken);
-    const HTTPResponse response = co_await client.session->send(std::move(request), stop);
-    requireSuccess(response, client.clock);
-    const auto resumeAt = resumeInstant(response, client.clock->now());
-    const JSONDocument document(response.body);
-    auto answer = decodeJSON<GitHubDeploymentGraphQLResponse>(document);
-    auto unanswered = unansweredRepositories(answer, repositoryNodeIDs);
-    auto result = fetchResult(payload(std::move(answer), resumeAt), rateLimitUseOf(client));
-    result.unanswered = std::move(unanswered);
-    co_return result;
+    const auto batch = co_await fetchBatch(client, std::move(repositoryNodeIDs), accessToken, stop);
+    co_return DeploymentFetchResult{joined(batch.repositories), batch.rateLimit, batch.unanswered};
+}
+
+void GitHubClient::remember()
+{
+    known = std::make_shared<KnownDeployments>();
+}
+
+void GitHubClient::forgetAllBut(const QSet<QString> &repositoryNodeIDs) const
+{
+    if (known)
+        known->retain(repositoryNodeIDs);
 }
 
 HTTPRequest GitHubClient::formRequest(const QUrl &url, const QMap<QString, QString> &values)

@@ -11,19 +11,22 @@
 #include "support/clock.h"
 
 #include <QMap>
+#include <QSet>
 
 #include <memory>
 
 namespace velmora
 {
 
+class KnownDeployments;
 struct GitHubOAuthResponse;
 
 /// All requests that Velmora sends to GitHub.
 ///
-/// A value: copies share the session. It keeps no state, so operations may overlap, and an operation may outlive its
-/// client. Each operation throws GitHubClientError, DeploymentClientError, TransportError or DecodingError, and
-/// CancellationError once its stop is requested. Only the polls of a device flow are repeated.
+/// A value: copies share the session. It keeps no state but what remember() asks for, and no result depends on that, so
+/// operations may overlap, and an operation may outlive its client. Each operation throws GitHubClientError,
+/// DeploymentClientError, TransportError or DecodingError, and CancellationError once its stop is requested. Only the
+/// polls of a device flow are repeated.
 class GitHubClient
 {
 public:
@@ -34,6 +37,15 @@ public:
     QUrl graphqlURL; ///< the GraphQL endpoint; empty: `apiURL` with "graphql" appended
     QByteArray apiVersion = "2026-03-10";
     Clock *clock = nullptr; ///< not owned; outlives every operation
+    std::shared_ptr<KnownDeployments> known; ///< null, or set by remember()
+
+    /// From now on this client and its copies keep the deployments that they fetch, and decode again only the
+    /// repositories of which GitHub sends other bytes. Where all is as before, fetchDeployments() returns the same list
+    /// again, not a copy. All on one thread.
+    void remember();
+
+    /// Forgets the deployments of all other repositories.
+    void forgetAllBut(const QSet<QString> &repositoryNodeIDs) const;
 
     /// Starts the device flow. Throws invalidConfiguration without a request if the client id is empty, and
     /// unknownClient or deviceFlowDisabled if GitHub refuses for that reason.

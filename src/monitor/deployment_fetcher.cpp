@@ -46,6 +46,7 @@ DeploymentFetcher::DeploymentFetcher(
     , m_rateLimits(std::move(rateLimits))
     , m_outcomes(outcomes)
 {
+    m_client.remember();
 }
 
 QCoro::Task<FetchedDeployments> DeploymentFetcher::fetch(
@@ -85,6 +86,11 @@ QCoro::Task<FetchedDeployments> DeploymentFetcher::fetch(
     co_return fetched;
 }
 
+void DeploymentFetcher::forgetUnmonitored(const RefreshContext &context) const
+{
+    m_client.forgetAllBut(context.monitoredIDs());
+}
+
 void FetchedDeployments::add(qint64 identityID, const QList<RepositoryRecord> &asked, DeploymentFetchResult &&result)
 {
     succeeded.insert(identityID);
@@ -95,18 +101,18 @@ void FetchedDeployments::add(qint64 identityID, const QList<RepositoryRecord> &a
         withoutAnswer.insert(repository.nodeID);
     for (const RepositoryRecord &record : asked)
         (withoutAnswer.contains(record.id()) ? unanswered : repositories).append(record);
-    deployments += std::move(result.deployments);
+    // Of one identity it is the client's own list, which shows at once that nothing has changed.
+    if (deployments.isEmpty())
+        deployments = std::move(result.deployments);
+    else
+        deployments += std::move(result.deployments);
 }
 
 void FetchedDeployments::dropUnmonitored(const RefreshContext &context)
 {
     const auto listed = context.listedIdentities();
     succeeded &= listed;
-    QSet<QString> monitored;
-    for (const auto &record : context.installations->monitoredRepositories()) {
-        if (listed.contains(record.identityID))
-            monitored.insert(record.id());
-    }
+    const auto monitored = context.monitoredIDs();
     const auto isDropped = [&](const RepositoryRecord &record) {
         return !monitored.contains(record.id());
     };

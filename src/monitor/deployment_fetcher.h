@@ -37,6 +37,8 @@ struct FetchedDeployments {
 
     /// Takes out what is no longer monitored, or whose account is no longer listed. It is not to be shown or announced.
     void dropUnmonitored(const RefreshContext &context);
+
+    friend bool operator==(const FetchedDeployments &, const FetchedDeployments &) = default;
 };
 
 /// Fetches the deployments of repositories, one identity after the other, and records how that went for each.
@@ -53,6 +55,9 @@ public:
     /// is not among those that succeeded. One that is removed or paused meanwhile is asked no further.
     [[nodiscard]] QCoro::Task<FetchedDeployments> fetch(
         QList<RepositoryRecord> repositories, RefreshContext context, RefreshScope scope, std::stop_token stop);
+
+    /// Lets go of the answers about repositories that are no longer monitored.
+    void forgetUnmonitored(const RefreshContext &context) const;
 
 private:
     GitHubClient m_client;

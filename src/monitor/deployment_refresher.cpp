@@ -175,6 +175,7 @@ QCoro::Task<> DeploymentRefresher::finish(RefreshContext context, FetchedDeploym
     m_parts.outcomes->clearFailuresOfPaused(context.listedIdentities());
     m_parts.outcomes->retainRepositories(context.installations->monitoredRepositories());
     fetched.dropUnmonitored(context);
+    m_parts.fetcher->forgetUnmonitored(context);
     const auto previous = m_parts.news->comparable(m_parts.shown->deployments());
     m_parts.shown->showFetched(fetched, context);
     if (fetched.succeeded.isEmpty())
@@ -197,6 +198,7 @@ QCoro::Task<> DeploymentRefresher::forgetRemoved(RefreshContext context)
     if (!self)
         co_return;
     m_parts.news->forgetUnmonitored(context);
+    m_parts.fetcher->forgetUnmonitored(context);
     if (!m_parts.loop->isHeld()) {
         co_await refreshInstallations(context, m_parts.outcomes->askable(listed) & context.unloadedIdentities());
         if (!self)

@@ -46,6 +46,17 @@ QSet<qint64> RefreshContext::identitiesWithInstallationsDue() const
     return result;
 }
 
+QSet<QString> RefreshContext::monitoredIDs() const
+{
+    const auto listed = listedIdentities();
+    QSet<QString> monitored;
+    for (const auto &record : installations->monitoredRepositories()) {
+        if (listed.contains(record.identityID))
+            monitored.insert(record.id());
+    }
+    return monitored;
+}
+
 std::optional<MissingStep> RefreshContext::missingStep() const
 {
     if (authentication->sessions().isEmpty())

@@ -5,6 +5,7 @@
 #include "support/instant.h"
 
 #include <QSet>
+#include <QString>
 
 #include <optional>
 
@@ -41,6 +42,8 @@ struct RefreshContext {
     [[nodiscard]] QSet<qint64> neverLoadedIdentities() const;
     /// The listed identities whose installations are to be loaded with the next full refresh.
     [[nodiscard]] QSet<qint64> identitiesWithInstallationsDue() const;
+    /// The node identifiers of the monitored repositories of listed identities.
+    [[nodiscard]] QSet<QString> monitoredIDs() const;
     /// What the user has still to do before there is anything to monitor. Nothing while something is monitored, and
     /// while an identity is unloaded.
     [[nodiscard]] std::optional<MissingStep> missingStep() const;

@@ -14,11 +14,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
         const auto unanswered = unansweredRepositories(answer, asked);
         fuzz::require(unanswered.size() <= asked.size(), "each repository is unanswered once");
         const auto response = payload(std::move(answer));
-        const auto result = fetchResult(response);
+        const auto batch = batchOf(response);
         qsizetype nodes = 0;
         for (const auto &repository : response.nodes)
             nodes += repository ? repository->deployments.nodes.size() : 0;
-        fuzz::require(result.deployments.size() <= nodes, "a snapshot comes from a node");
+        fuzz::require(joined(batch.repositories).size() <= nodes, "a snapshot comes from a node");
     } catch (const DecodingError &) {
     } catch (const DeploymentClientError &) {
     }

@@ -27,8 +27,8 @@ QByteArray fixture()
 
 DeploymentFetchResult resultOf(const QByteArray &json)
 {
-    const JSONDocument document(json);
-    return fetchResult(payload(decodeJSON<GitHubDeploymentGraphQLResponse>(document)));
+    const auto batch = decodedBatch(json, {}, RateLimitUse::Always);
+    return {joined(batch.repositories), batch.rateLimit, batch.unanswered};
 }
 
 QString failureOf(const QByteArray &json)
@@ -277,10 +277,10 @@ private Q_SLOTS:
     {
         const JSONDocument none(quoted("{'data':{'nodes':[],'rateLimit':null}}"));
         const auto answer = payload(decodeJSON<GitHubDeploymentGraphQLResponse>(none));
-        QCOMPARE(fetchResult(answer, RateLimitUse::Configurable).rateLimit, DeploymentRateLimit::none());
+        QCOMPARE(batchOf(answer, RateLimitUse::Configurable).rateLimit, DeploymentRateLimit::none());
         const JSONDocument limited(quoted("{'data':{'nodes':[],") + kLimit + "}}");
         const auto other = payload(decodeJSON<GitHubDeploymentGraphQLResponse>(limited));
-        QCOMPARE(fetchResult(other, RateLimitUse::Configurable).rateLimit.remaining, 2);
+        QCOMPARE(batchOf(other, RateLimitUse::Configurable).rateLimit.remaining, 2);
     }
 
     void errorsBesideDataAreIgnored() { QCOMPARE(failureOf(fixture()), QString()); }

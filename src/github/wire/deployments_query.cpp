@@ -3,6 +3,7 @@
 
 #include "github/deployment_client_error.h"
 #include "support/error.h"
+#include "support/json.h"
 
 #include <QSet>
 
@@ -187,22 +188,46 @@ QList<UnansweredRepository> unansweredRepositories(
     return unanswered;
 }
 
-DeploymentFetchResult fetchResult(const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use)
+DeploymentBatch batchOf(const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use)
 {
-    DeploymentFetchResult result;
-    result.rateLimit = rateLimitOf(payload.rateLimit, use);
+    DeploymentBatch batch;
+    batch.rateLimit = rateLimitOf(payload.rateLimit, use);
     SharedTexts texts;
     for (const auto &repository : payload.nodes) {
+        auto &deployments = batch.repositories.emplaceBack();
         if (!repository)
             continue;
         for (const auto &deployment : repository->deployments.nodes) {
             if (!deployment)
                 continue;
             if (auto made = snapshot(*deployment, *repository, texts))
-                result.deployments.append(std::move(*made));
+                deployments.append(std::move(*made));
         }
     }
-    return result;
+    return batch;
+}
+
+DeploymentBatch decodedBatch(
+    QByteArrayView body, const QStringList &repositoryNodeIDs, RateLimitUse use, std::optional<Instant> resumeAt)
+{
+    const JSONDocument document(body);
+    auto answer = decodeJSON<GitHubDeploymentGraphQLResponse>(document);
+    auto unanswered = unansweredRepositories(answer, repositoryNodeIDs);
+    auto made = batchOf(payload(std::move(answer), resumeAt), use);
+    made.unanswered = std::move(unanswered);
+    return made;
+}
+
+QList<DeploymentSnapshot> joined(const QList<QList<DeploymentSnapshot>> &repositories)
+{
+    QList<DeploymentSnapshot> all;
+    qsizetype size = 0;
+    for (const auto &deployments : repositories)
+        size += deployments.size();
+    all.reserve(size);
+    for (const auto &deployments : repositories)
+        all.append(deployments);
+    return all;
 }
 
 } // namespace velmora

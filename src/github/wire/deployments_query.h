@@ -3,6 +3,7 @@
 
 #include "model/deployment_fetch_result.h"
 
+#include <QByteArrayView>
 #include <QHash>
 #include <QList>
 #include <QStringList>
@@ -118,10 +119,26 @@ enum class RateLimitUse {
     Configurable, ///< they need not: an Enterprise Server has no limits unless its owner enables them
 };
 
-/// The snapshots of one batch, in the order of the response, and its rate limit, or DeploymentRateLimit::none(). Throws
-/// DeploymentClientError::invalidResponse if the time of the reset is invalid, and DecodingError if a required limit is
-/// missing.
-[[nodiscard]] DeploymentFetchResult fetchResult(
+/// The answer to one batch.
+struct DeploymentBatch {
+    /// In the order of the answer; empty for one that is absent.
+    QList<QList<DeploymentSnapshot>> repositories;
+    DeploymentRateLimit rateLimit; ///< DeploymentRateLimit::none() if there is none
+    QList<UnansweredRepository> unanswered;
+
+    friend bool operator==(const DeploymentBatch &, const DeploymentBatch &) = default;
+};
+
+/// The data of an answer. Throws DeploymentClientError::invalidResponse if the time of the reset is invalid, and
+/// DecodingError if a required limit is missing.
+[[nodiscard]] DeploymentBatch batchOf(
     const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use = RateLimitUse::Always);
+
+/// Decodes the body of an answer, from JSON to snapshots. Throws DecodingError, and what payload() and batchOf() throw.
+[[nodiscard]] DeploymentBatch decodedBatch(QByteArrayView body, const QStringList &repositoryNodeIDs, RateLimitUse use,
+    std::optional<Instant> resumeAt = std::nullopt);
+
+/// The deployments of all repositories in one list.
+[[nodiscard]] QList<DeploymentSnapshot> joined(const QList<QList<DeploymentSnapshot>> &repositories);
 
 } // namespace velmora

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "github/wire/deployments_query.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QSet>
+
+namespace velmora
+{
+
+/// The deployments of repositories with the bytes that they were decoded from, so that a repository whose bytes come
+/// again is not decoded again.
+///
+/// The bytes themselves are kept, some 11 KB for a repository with 20 deployments: they cannot collide, whoever writes
+/// the deployments, and comparing them is faster than any hash of which that can be said. What a repository's bytes
+/// mean depends on nothing else, so an entry is never wrong; it is forgotten to free its memory.
+class KnownDeployments
+{
+public:
+    /// What decodedBatch() returns, and throws, for this answer. Decodes only the repositories that are not known with
+    /// the same bytes.
+    [[nodiscard]] DeploymentBatch decoded(QByteArrayView body, const QStringList &repositoryNodeIDs,
+        RateLimitUse use = RateLimitUse::Always, std::optional<Instant> resumeAt = std::nullopt);
+
+    /// joined(), or the list of the last call, not a copy, when the parts are equal to those of then.
+    [[nodiscard]] QList<DeploymentSnapshot> joinedOnce(const QList<QList<DeploymentSnapshot>> &parts);
+
+    /// Forgets all other repositories.
+    void retain(const QSet<QString> &repositoryNodeIDs);
+
+private:
+    struct Repository {
+        QByteArray json;
+        QList<DeploymentSnapshot> deployments;
+    };
+    /// A node of an answer.
+    struct Node {
+        QByteArrayView json;
+        std::optional<QList<DeploymentSnapshot>> known; ///< nothing if it is to be decoded
+    };
+    /// The parts of an answer that may change.
+    struct Cut {
+        QList<Node> nodes;
+        QByteArrayView rateLimit;
+    };
+
+    [[nodiscard]] std::optional<Cut> cut(QByteArrayView body, const QStringList &ids) const;
+    [[nodiscard]] Node nodeAt(QByteArrayView json, const QString &id) const;
+
+    QHash<QString, Repository> m_repositories; ///< by the identifier in the request
+    QList<QList<DeploymentSnapshot>> m_parts;
+    QList<DeploymentSnapshot> m_joined; ///< of m_parts
+};
+
+} // namespace velmora
