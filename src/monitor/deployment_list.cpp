@@ -83,6 +83,12 @@ QList<DeploymentSnapshot> shownAfterFetch(const QList<DeploymentSnapshot> &known
     return shown(merged(known, fetched, isReplaced), now);
 }
 
+QList<DeploymentSnapshot> stillShown(QList<DeploymentSnapshot> shown, Instant now)
+{
+    shown.removeIf([now](const DeploymentSnapshot &deployment) { return !isWorthShowing(deployment, now); });
+    return shown;
+}
+
 RepositoryIndex::RepositoryIndex(QList<RepositoryRecord> repositories)
     : m_repositories(std::move(repositories))
 {

@@ -26,6 +26,10 @@ using Replacing = std::function<bool(const DeploymentSnapshot &)>;
 [[nodiscard]] QList<DeploymentSnapshot> shownAfterFetch(const QList<DeploymentSnapshot> &known,
     const QList<DeploymentSnapshot> &fetched, const Replacing &isReplaced, Instant now);
 
+/// What is left at `now` of a list that was shown earlier, when nothing else has changed: the same list, not a copy,
+/// when all of it is.
+[[nodiscard]] QList<DeploymentSnapshot> stillShown(QList<DeploymentSnapshot> shown, Instant now);
+
 /// Finds the repository of a deployment by node id, else by name: GitHub may answer with another form of the id than
 /// the one in the request.
 class RepositoryIndex

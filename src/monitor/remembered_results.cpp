@@ -141,6 +141,11 @@ void RememberedResults::giveUp(const DeploymentSnapshot &result)
     launch(storeChanges(m_defaults, changes), kStoring);
 }
 
+bool RememberedResults::hasSeenToday() const
+{
+    return m_day == today();
+}
+
 QString RememberedResults::today() const
 {
     const auto days = std::chrono::floor<std::chrono::days>(m_clock->now()).time_since_epoch();

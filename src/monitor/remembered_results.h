@@ -41,6 +41,9 @@ public:
     /// Reads all of them from the preferences, which takes time in proportion to their number.
     [[nodiscard]] Keys keys() const;
 
+    /// Whether keep() was called on this day.
+    [[nodiscard]] bool hasSeenToday() const;
+
     /// Stores the changes in one step. What is stored already is not written again.
     void keep(const Changes &changes);
 

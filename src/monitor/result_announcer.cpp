@@ -62,7 +62,20 @@ ResultAnnouncer::ResultAnnouncer(
 
 void ResultAnnouncer::process(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
 {
+    // The same list as last time, on the same day, holds nothing new.
+    const bool isRepeated = m_hasCompletedLiveRefresh && updated.isSharedWith(m_processed)
+        && previous.isSharedWith(updated) && m_results.hasSeenToday();
+    if (!isRepeated)
+        take(previous, updated);
+    if (!m_isPosting && !m_queue.isEmpty())
+        m_scope.launch(postQueue(), "Announcing results");
+}
+
+/// Queues the results that are new, and remembers all.
+void ResultAnnouncer::take(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
+{
     const bool isFirst = !std::exchange(m_hasCompletedLiveRefresh, true);
+    m_processed = updated;
     const States before = statesByID(previous);
     RememberedResults::Changes changes;
     std::ranges::copy_if(updated, std::back_inserter(changes.seen), &isResult);
@@ -73,8 +86,6 @@ void ResultAnnouncer::process(const QList<DeploymentSnapshot> &previous, const Q
     sortOut(candidates, before, isFirst, changes);
     m_queue += changes.waiting;
     m_results.keep(changes);
-    if (!m_isPosting && !m_queue.isEmpty())
-        m_scope.launch(postQueue(), "Announcing results");
 }
 
 /// Sorts the results into history and those to be posted, failures first.

@@ -42,6 +42,7 @@ private:
 
     [[nodiscard]] bool isEnabled(const DeploymentSnapshot &result) const;
     [[nodiscard]] bool isQueued(const DeploymentSnapshot &result) const;
+    void take(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated);
     void sortOut(const QList<DeploymentSnapshot> &results, const States &before, bool isFirst,
         RememberedResults::Changes &changes) const;
     QCoro::Task<> postQueue();
@@ -51,6 +52,7 @@ private:
     Preferences *m_defaults;
     RememberedResults m_results;
     bool m_hasCompletedLiveRefresh = false;
+    QList<DeploymentSnapshot> m_processed; ///< the last list that was processed
     QList<DeploymentSnapshot> m_queue; ///< the first is the one that is being posted
     bool m_isPosting = false;
     TaskScope m_scope;

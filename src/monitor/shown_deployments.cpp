@@ -46,6 +46,7 @@ void ShownDeployments::showSaved(const DeploymentCachePayload &payload)
 void ShownDeployments::showDisconnected(MissingStep missing)
 {
     m_lastCompleteAt.reset();
+    m_lastFetch.reset();
     Published next;
     next.state = DeploymentMonitorState::disconnected(missing);
     publish(std::move(next));
@@ -59,8 +60,7 @@ void ShownDeployments::showFetched(const FetchedDeployments &fetched, const Refr
     if (hasSucceeded) {
         if (fetched.scope == RefreshScope::All && !fetched.hasBrokenOff)
             next.lastRefreshedAt = m_clock->now();
-        next.deployments
-            = fetched.scope == RefreshScope::Active ? listAfterActive(fetched, context) : listAfter(fetched, context);
+        showListAfter(fetched, context, next);
     }
     next = withStanding(std::move(next), context);
     if (hasSucceeded && next.state.state == DeploymentMonitorState::Case::Ready)
@@ -70,9 +70,28 @@ void ShownDeployments::showFetched(const FetchedDeployments &fetched, const Refr
 
 void ShownDeployments::dropUnreachable(const RefreshContext &context)
 {
+    m_lastFetch.reset();
     Published next = m_published;
     next.deployments = listAfter(FetchedDeployments(), context);
     publish(withStanding(std::move(next), context));
+}
+
+/// When the last fetch is repeated with the same result, and nothing else has changed the list since, only time has
+/// passed: merging and ordering the same deployments again would yield the same list. A clock that was set back brings
+/// back what was too old before.
+void ShownDeployments::showListAfter(const FetchedDeployments &fetched, const RefreshContext &context, Published &next)
+{
+    Grounds grounds{fetched, context.installations->monitoredRepositories(), context.installations->repositories(),
+        context.listedIdentities(), context.unloadedIdentities()};
+    const bool isRepeated = m_lastFetch && m_lastFetch->list.isSharedWith(next.deployments)
+        && m_lastFetch->now <= context.now && m_lastFetch->grounds == grounds;
+    if (isRepeated)
+        next.deployments = stillShown(next.deployments, context.now);
+    else if (fetched.scope == RefreshScope::Active)
+        next.deployments = listAfterActive(fetched, context);
+    else
+        next.deployments = listAfter(fetched, context);
+    m_lastFetch = LastFetch{std::move(grounds), context.now, next.deployments};
 }
 
 /// A fetch of active deployments replaces those of the repositories that were asked for.

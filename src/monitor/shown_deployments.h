@@ -68,6 +68,22 @@ private:
         friend bool operator==(const Published &, const Published &) = default;
     };
 
+    /// What the list after a fetch follows from, beside the list before it and the time.
+    struct Grounds {
+        FetchedDeployments fetched;
+        QList<RepositoryRecord> monitored;
+        QList<RepositoryRecord> known;
+        QSet<qint64> listed;
+        QSet<qint64> unloaded;
+        friend bool operator==(const Grounds &, const Grounds &) = default;
+    };
+    struct LastFetch {
+        Grounds grounds;
+        Instant now;
+        QList<DeploymentSnapshot> list; ///< that it left on show
+    };
+
+    void showListAfter(const FetchedDeployments &fetched, const RefreshContext &context, Published &next);
     [[nodiscard]] QList<DeploymentSnapshot> listAfter(
         const FetchedDeployments &fetched, const RefreshContext &context) const;
     [[nodiscard]] QList<DeploymentSnapshot> listAfterActive(
@@ -80,6 +96,7 @@ private:
     const FetchOutcomes *m_outcomes;
     const Clock *m_clock;
     Published m_published;
+    std::optional<LastFetch> m_lastFetch;
     std::optional<Instant> m_lastCompleteAt;
     QHash<QString, qint64> m_owners; ///< identity by repository node id, of every deployment fetched in this run
 };

@@ -6,6 +6,7 @@
 #include "support/monitor_fixture.h"
 #include "support/test_main.h"
 
+#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -116,6 +117,49 @@ private Q_SLOTS:
         QCOMPARE(m_shown->deployments(), QList{m_web});
     }
 
+    void anUnchangedFetchLeavesTheSameListWithoutWhatHasBecomeTooOld()
+    {
+        auto old = m_web;
+        old.id = u"old"_s;
+        old.updatedAt = noon() - 23h;
+        const auto same = fetched({m_web, old});
+        m_shown->showFetched(same, context());
+        const auto list = m_shown->deployments();
+        f->clock.setNow(noon() + 30s);
+        m_shown->showFetched(same, context());
+        QVERIFY(m_shown->deployments().isSharedWith(list));
+        QCOMPARE(m_shown->lastRefreshedAt(), std::optional(noon() + 30s));
+        f->clock.setNow(noon() + 2h);
+        m_shown->showFetched(same, context());
+        QCOMPARE(m_shown->deployments(), QList{m_web});
+        f->clock.setNow(noon());
+        m_shown->showFetched(same, context());
+        QCOMPARE(m_shown->deployments(), list);
+    }
+
+    void aThousandRandomFetchesShowTheListOfAFreshMerge()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        ShownDeployments fresh(m_outcomes.get(), &f->clock);
+        auto next = fetched({m_web});
+        int repeated = 0;
+        for (int i = 0; i < 1000; ++i) {
+            // Has the same list, but knows nothing of the last fetch.
+            fresh.showDisconnected(MissingStep::Account);
+            fresh.showSaved({m_shown->deployments(), noon()});
+            changeAtRandom(next, random);
+            f->clock.setNow(noon() + std::chrono::minutes(i - (random.bounded(20) == 0 ? 600 : 0)));
+            fresh.showFetched(next, context());
+            const auto shownBefore = m_shown->deployments();
+            m_shown->showFetched(next, context());
+            QCOMPARE(m_shown->deployments(), fresh.deployments());
+            repeated += !shownBefore.isEmpty() && m_shown->deployments().isSharedWith(shownBefore) ? 1 : 0;
+        }
+        QVERIFY2(repeated > 50 && repeated < 950, qPrintable(QString::number(repeated)));
+    }
+
     void whatNoListedIdentityReachesIsDropped()
     {
         auto stranger = m_web;
@@ -134,6 +178,40 @@ private:
     [[nodiscard]] RefreshContext context() const
     {
         return {f->authentication.get(), f->installations.get(), f->clock.now()};
+    }
+    /// Changes what is fetched, and how; leaves it as it is in every second call.
+    void changeAtRandom(FetchedDeployments &next, QRandomGenerator &random) const
+    {
+        switch (random.bounded(16)) {
+        case 0:
+            next.scope = next.scope == RefreshScope::All ? RefreshScope::Active : RefreshScope::All;
+            break;
+        case 1:
+            next.succeeded = next.succeeded.size() == 2 ? QSet{kBob} : QSet{kAlice, kBob};
+            break;
+        case 2:
+            std::swap(next.repositories, next.unanswered);
+            break;
+        case 3:
+            if (!next.deployments.isEmpty())
+                next.deployments.removeFirst();
+            break;
+        case 4:
+        case 5:
+        case 6:
+        case 7: {
+            auto deployment = m_web;
+            deployment.id = QString::number(random.bounded(30));
+            deployment.state = kAllDeploymentStates.at(random.bounded(quint32(kAllDeploymentStates.size())));
+            deployment.updatedAt = f->clock.now() - std::chrono::hours(random.bounded(30));
+            if (random.bounded(4) == 0)
+                deployment.repositoryNodeID = deployment.repositoryName = u"gone"_s;
+            next.deployments.prepend(deployment);
+            break;
+        }
+        default:
+            break;
+        }
     }
     /// A full fetch that succeeded for both.
     [[nodiscard]] FetchedDeployments fetched(const QList<DeploymentSnapshot> &deployments) const
