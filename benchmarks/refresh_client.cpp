@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // refresh_client ADDRESS REPOSITORIES [REPEATS]: full refreshes like those of the monitor, from the request to the
-// ordered list. Prints how many deployments were fetched, and how many of them are shown.
+// ordered list. Prints how many deployments were fetched, how many of them are shown, and the microseconds of processor
+// time of one refresh after the first.
 #include "generated_response.h"
 #include "github/github_client.h"
 #include "http/network_session.h"
@@ -10,7 +11,9 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <cstdio>
+#include <ctime>
 
 using namespace velmora;
 
@@ -27,21 +30,32 @@ QList<RepositoryRecord> repositories(int count)
 
 QCoro::Task<> refresh(GitHubClient client, QList<RepositoryRecord> records, int repeats)
 {
+    const Replacing all = [](const DeploymentSnapshot &) {
+        return true;
+    };
     QList<DeploymentSnapshot> shown;
-    qsizetype fetchedCount = 0;
+    QList<DeploymentSnapshot> deployments;
+    std::clock_t afterFirst = 0;
+    client.remember();
     for (int i = 0; i < repeats; ++i) {
         try {
             const auto fetched = co_await client.fetchDeployments(records, QStringLiteral("token"));
-            fetchedCount = fetched.deployments.size();
-            shown = shownAfterFetch(
-                shown, fetched.deployments, [](const DeploymentSnapshot &) { return true; }, client.clock->now());
+            // As ShownDeployments does it.
+            shown = fetched.deployments.isSharedWith(deployments)
+                ? stillShown(shown, client.clock->now())
+                : shownAfterFetch(shown, fetched.deployments, all, client.clock->now());
+            deployments = fetched.deployments;
+            if (i == 0)
+                afterFirst = std::clock();
         } catch (const Error &error) {
             std::fprintf(stderr, "%s\n", qUtf8Printable(error.description()));
             QCoreApplication::exit(1);
             co_return;
         }
     }
-    std::printf("%lld %lld\n", static_cast<long long>(fetchedCount), static_cast<long long>(shown.size()));
+    const double spent = double(std::clock() - afterFirst) / CLOCKS_PER_SEC * 1e6;
+    std::printf("%lld %lld %.1f\n", static_cast<long long>(deployments.size()), static_cast<long long>(shown.size()),
+        spent / std::max(repeats - 1, 1));
     QCoreApplication::exit(0);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Answers the deployments query from prepared bodies, so that the server adds little to a measurement. Picks the body
-// by the first repository in the request; keeps connections alive.
+// by the first repository in the request; keeps connections alive. Every answer tells another number of remaining
+// points. What is asked at /changing changes one repository in 50 each time.
 #include "generated_response.h"
 
 #include <QCoreApplication>
@@ -16,7 +17,7 @@ namespace
 {
 
 constexpr int kBatch = 20;
-constexpr int kRepositories = 1000;
+constexpr int kRepositories = 10'000;
 
 QHash<QByteArray, QByteArray> preparedAnswers()
 {
@@ -41,8 +42,43 @@ qsizetype contentLength(const QByteArray &head)
     return head.mid(begin, head.indexOf('\r', begin) - begin).trimmed().toLongLong();
 }
 
+void changeLimit(QByteArray &answer, int turn)
+{
+    const QByteArray name = "\"remaining\":";
+    answer.replace(answer.lastIndexOf(name) + name.size(), 4, QByteArray::number(4999 - turn % 1000));
+}
+
+/// Gives the first deployment of one repository in 50 another commit.
+void changeRepositories(QByteArray &answer, int turn)
+{
+    constexpr int kOneIn = 50;
+    for (qsizetype at = 0; (at = answer.indexOf("R_kgDO", at)) >= 0; ++at) {
+        if (answer.mid(at + 6, 8).toInt() % kOneIn != turn % kOneIn)
+            continue;
+        const qsizetype commit = answer.indexOf("commitOid", at) + qsizetype(qstrlen("commitOid\":\""));
+        answer[commit] = answer.at(commit) == '0' ? '1' : '0';
+    }
+}
+
+struct Answers {
+    QHash<QByteArray, QByteArray> bodies;
+    QHash<QByteArray, int> turns;
+
+    QByteArray next(const QByteArray &id, bool isChanging)
+    {
+        const auto found = bodies.find(id);
+        if (found == bodies.end())
+            return "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n";
+        const int turn = turns[id]++;
+        changeLimit(*found, turn);
+        if (isChanging)
+            changeRepositories(*found, turn);
+        return *found;
+    }
+};
+
 /// Answers every complete request in `pending` and keeps the rest.
-void answer(QTcpSocket &socket, QByteArray &pending, const QHash<QByteArray, QByteArray> &answers)
+void answer(QTcpSocket &socket, QByteArray &pending, Answers &answers)
 {
     while (true) {
         const qsizetype headEnd = pending.indexOf("\r\n\r\n");
@@ -52,9 +88,8 @@ void answer(QTcpSocket &socket, QByteArray &pending, const QHash<QByteArray, QBy
         if (pending.size() < end)
             return;
         const qsizetype id = pending.indexOf("R_kgDO", headEnd);
-        const auto found
-            = id < 0 ? answers.constEnd() : answers.constFind(pending.mid(id, generatedRepositoryID(0).size()));
-        socket.write(found == answers.constEnd() ? "HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n" : *found);
+        socket.write(answers.next(id < 0 ? QByteArray() : pending.mid(id, generatedRepositoryID(0).size()),
+            pending.startsWith("POST /changing")));
         pending.remove(0, end);
     }
 }
@@ -64,7 +99,7 @@ void answer(QTcpSocket &socket, QByteArray &pending, const QHash<QByteArray, QBy
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    const auto answers = preparedAnswers();
+    Answers answers{preparedAnswers(), {}};
     QTcpServer server;
     QObject::connect(&server, &QTcpServer::newConnection, &server, [&] {
         auto *const socket = server.nextPendingConnection();
