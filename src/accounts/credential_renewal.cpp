@@ -148,7 +148,7 @@ QCoro::Task<GitHubCredential> CredentialRenewal::renewedCredential(
     }
     if (m_isClosed)
         throw CancellationError();
-    heedInterruption(renewal);
+    refuseInterrupted(renewal);
     if (!self)
         throw CancellationError();
     renewal.wasRefused = m_refusedTokens.value(accountID) == renewal.credential.accessToken;
@@ -175,7 +175,7 @@ void CredentialRenewal::applyRefusal(Renewal &renewal, const QString &refusedTok
 
 /// Throws if a program was killed while it replaced this credential: its refresh token may be used up and must not be
 /// sent again.
-void CredentialRenewal::heedInterruption(const Renewal &renewal)
+void CredentialRenewal::refuseInterrupted(const Renewal &renewal)
 {
     if (renewal.replaced || !renewal.turn->wasBeingReplaced(renewal.credential))
         return;

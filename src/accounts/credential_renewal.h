@@ -104,7 +104,7 @@ private:
     void applyRefusal(Renewal &renewal, const QString &refusedToken);
     [[nodiscard]] bool isFitForUse(qint64 accountID, const GitHubCredential &credential) const;
     void endSession(qint64 accountID, const GitHubCredential &credential);
-    void heedInterruption(const Renewal &renewal);
+    void refuseInterrupted(const Renewal &renewal);
     static QCoro::Task<> renew(Renewal renewal, OneShot<GitHubCredential> renewed);
     static QCoro::Task<GitHubCredential> performRenewal(Renewal renewal);
     static QCoro::Task<GitHubCredential> refreshed(Renewal renewal);

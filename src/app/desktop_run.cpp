@@ -94,7 +94,7 @@ QCoro::Task<> DesktopRun::runDesktop()
     };
     const std::stop_callback onStop(context().stop, end);
     m_desktop->start();
-    launch(session()->connectDemo(), "connecting the demo");
+    launch(session()->connectDemo(context().stop), "connecting the demo");
     co_await ended;
     // A Velmora that is started from now on finds none to ask, and runs itself.
     withdraw();

@@ -138,7 +138,7 @@ QCoro::Task<> Program::runAndExit()
     }
     if (!failure.isEmpty())
         co_await showFailure(failure);
-    // The command has heeded the end; what follows has a limit of its own.
+    // The command has ended; what follows has a limit of its own.
     m_patience.stop();
     if (AuthenticationStore *const store = authentication())
         co_await m_grace.pass(store);

@@ -20,8 +20,8 @@ class AuthenticationStore;
 class Run;
 class Session;
 
-/// The process from a parsed command line to the exit code: it starts the run of the command, heeds signals, and brings
-/// every end about. The application object exists.
+/// The process from a parsed command line to the exit code: it starts the run of the command, handles signals, and
+/// brings every end about. The application object exists.
 class Program final : public QObject
 {
     Q_OBJECT
@@ -31,7 +31,7 @@ public:
     explicit Program(CommandLine line, QString startupToken = {});
     ~Program() override;
 
-    /// Runs the command and the event loop until it has ended. A command that does not heed the end within
+    /// Runs the command and the event loop until it has ended. A command that does not end within
     /// a moment ends with the process.
     [[nodiscard]] int run();
 

@@ -107,11 +107,11 @@ void Session::watchMachine()
     m_wakeSources.emplace(QDBusConnection::systemBus(), &m_app->wakeWatch());
 }
 
-QCoro::Task<> Session::connectDemo()
+QCoro::Task<> Session::connectDemo(std::stop_token stop)
 {
     if (!m_demo)
         co_return;
-    co_await Demo::connectAccounts(&m_app->authentication(), m_context->stop);
+    co_await Demo::connectAccounts(&m_app->authentication(), std::move(stop));
     m_demo->handOver();
 }
 

@@ -47,7 +47,7 @@ public:
 
     /// Connects the demo's accounts and hands the demo over to the user. Does nothing for a real profile. Throws
     /// ConfigurationError, and CancellationError on a stop or when the session ends. Call it after start().
-    [[nodiscard]] QCoro::Task<> connectDemo();
+    [[nodiscard]] QCoro::Task<> connectDemo(std::stop_token stop);
 
     /// Writes what is not yet saved of the preferences.
     void save();

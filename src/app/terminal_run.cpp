@@ -111,7 +111,7 @@ QCoro::Task<ExitCode> TerminalRun::runWithControl()
     withControl.control = &remote;
     if (!isRunning) {
         co_await createSession();
-        co_await session()->connectDemo();
+        co_await session()->connectDemo(context().stop);
         withControl.control = session()->control();
     }
     const ExitCode code = co_await dispatch(withControl);
@@ -143,8 +143,8 @@ QCoro::Task<ExitCode> TerminalRun::runWithReports()
     RemoteControl remote(context().bus, context().busName());
     CommandContext withReports = commandContext();
     withReports.reports.running = &remote;
-    withReports.reports.create = [this] {
-        return createReports();
+    withReports.reports.create = [this](std::stop_token stop) {
+        return createReports(std::move(stop));
     };
     withReports.reports.destroy = [this](std::stop_token stop) {
         return destroyReports(std::move(stop));
@@ -157,17 +157,17 @@ QCoro::Task<ExitCode> TerminalRun::runWithReports()
     co_return code;
 }
 
-QCoro::Task<ReportSource *> TerminalRun::createReports()
+QCoro::Task<ReportSource *> TerminalRun::createReports(std::stop_token stop)
 {
     if (context().line.command == CommandLine::Command::Status)
         return createSavedReports();
-    return createLiveReports();
+    return createLiveReports(std::move(stop));
 }
 
-QCoro::Task<ReportSource *> TerminalRun::createLiveReports()
+QCoro::Task<ReportSource *> TerminalRun::createLiveReports(std::stop_token stop)
 {
     co_await createSession();
-    co_await session()->connectDemo();
+    co_await session()->connectDemo(stop);
     session()->watchMachine();
     co_return session()->control();
 }

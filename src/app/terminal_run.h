@@ -28,8 +28,8 @@ private:
     QCoro::Task<ExitCode> runWithControl();
     QCoro::Task<ExitCode> runWithReports();
     QCoro::Task<ExitCode> dispatch(CommandContext commandContext);
-    QCoro::Task<ReportSource *> createReports();
-    QCoro::Task<ReportSource *> createLiveReports();
+    QCoro::Task<ReportSource *> createReports(std::stop_token stop);
+    QCoro::Task<ReportSource *> createLiveReports(std::stop_token stop);
     QCoro::Task<ReportSource *> createSavedReports();
     QCoro::Task<> destroyReports(std::stop_token stop);
     [[nodiscard]] CommandContext commandContext() const;

@@ -117,8 +117,8 @@ private:
         addJSON(app);
         addNames(app, "--include", m_line.include, "NAME", "Watch this repository (owner/name)");
         addNames(app, "--exclude", m_line.exclude, "NAME", "Do not watch this repository");
-        auto *all = app->add_flag("--all", m_line.isAll, "Watch every repository, before --exclude is heeded");
-        auto *none = app->add_flag("--none", m_line.isNone, "Watch no repository, before --include is heeded");
+        auto *all = app->add_flag("--all", m_line.isAll, "Watch every repository, before --exclude is applied");
+        auto *none = app->add_flag("--none", m_line.isNone, "Watch no repository, before --include is applied");
         app->add_flag("--refresh", m_isRefresh, "Load the list from GitHub, as every run does");
         all->excludes(none);
         all->excludes("--include");

@@ -52,7 +52,7 @@ QCoro::Task<> useSide(ReportSides sides, bool isRunning, Use use, std::stop_toke
 {
     ReportSource *source = sides.running;
     if (!isRunning)
-        source = co_await sides.create();
+        source = co_await sides.create(stop);
     // A Velmora may have started meanwhile.
     if (!stop.stop_requested())
         co_await use(source, stop);

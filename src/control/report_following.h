@@ -12,8 +12,9 @@ namespace velmora
 /// used at a time, so that two processes never ask GitHub for the same.
 struct ReportSides {
     ReportSource *running = nullptr; ///< not owned; outlives the following
-    /// Creates the source of this process, which is used until `destroy` is called. May throw.
-    std::function<QCoro::Task<ReportSource *>()> create;
+    /// Creates the source of this process, which is used until `destroy` is called. May throw; a stop may end it with a
+    /// CancellationError.
+    std::function<QCoro::Task<ReportSource *>(std::stop_token)> create;
     /// Destroys that source, as far as it was created. The running Velmora is used when this has returned.
     std::function<QCoro::Task<>(std::stop_token)> destroy;
 };

@@ -152,9 +152,9 @@ QCoro::Task<GitHubCredential> GitHubClient::waitForDeviceAuthorization(
         if (response.accessToken)
             co_return GitHubCredential::fromResponse(response, client.clock->now());
         if (failure)
-            flow.heed(failure);
+            flow.handle(failure);
         else
-            flow.heed(response);
+            flow.handle(response);
     }
 }
 

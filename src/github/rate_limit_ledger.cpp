@@ -33,7 +33,7 @@ microseconds pauseAfterRefusal(const std::optional<Instant> &resumeAt, Instant n
 
 } // namespace
 
-void RateLimitLedger::heedClock(Instant now)
+void RateLimitLedger::adjustToClock(Instant now)
 {
     const Instant latest = m_latest.value_or(now);
     if (now >= latest) {
@@ -49,7 +49,7 @@ void RateLimitLedger::heedClock(Instant now)
 
 std::optional<Instant> RateLimitLedger::pausedUntil(qint64 identityID, Instant now)
 {
-    heedClock(now);
+    adjustToClock(now);
     const auto entry = m_entries.constFind(identityID);
     if (entry == m_entries.cend() || !entry->pausedUntil || *entry->pausedUntil <= now)
         return std::nullopt;
@@ -58,7 +58,7 @@ std::optional<Instant> RateLimitLedger::pausedUntil(qint64 identityID, Instant n
 
 void RateLimitLedger::recordRefusal(qint64 identityID, const RateLimitNotice &notice, Instant now)
 {
-    heedClock(now);
+    adjustToClock(now);
     Entry &entry = m_entries[identityID];
     const Instant until = now + pauseAfterRefusal(notice.resumeAt, now, entry.refusalsInARow);
     entry.pausedUntil = std::max(entry.pausedUntil.value_or(until), until);
@@ -67,7 +67,7 @@ void RateLimitLedger::recordRefusal(qint64 identityID, const RateLimitNotice &no
 
 void RateLimitLedger::recordSuccess(qint64 identityID, const DeploymentRateLimit &limit, qint64 nextCost, Instant now)
 {
-    heedClock(now);
+    adjustToClock(now);
     Entry &entry = m_entries[identityID];
     entry.refusalsInARow = 0;
     // This response may be older than the refusal of another request, so it must not end a running pause.

@@ -34,7 +34,7 @@ private:
         std::optional<Instant> pausedUntil;
         int refusalsInARow = 0;
     };
-    void heedClock(Instant now);
+    void adjustToClock(Instant now);
 
     QHash<qint64, Entry> m_entries;
     std::optional<Instant> m_latest; ///< the latest time seen since the clock was last set back

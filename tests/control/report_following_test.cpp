@@ -4,6 +4,7 @@
 #include "control/control_error.h"
 #include "support/await.h"
 #include "support/builders.h"
+#include "support/cancel_on_stop.h"
 #include "support/one_shot.h"
 #include "support/task_scope.h"
 #include "support/test_main.h"
@@ -86,13 +87,14 @@ private:
     int m_announced = 0;
     std::stop_source m_stop;
 
-    QCoro::Task<ReportSource *> create()
+    QCoro::Task<ReportSource *> create(std::stop_token stop)
     {
         m_calls.append(QStringLiteral("create"));
         if (m_cannotCreate)
             std::rethrow_exception(m_cannotCreate);
         if (m_creating) {
             const OneShot<> created = *m_creating;
+            const CancelOnStop<> onStop(created, stop);
             co_await created;
         }
         m_own = std::make_unique<FakeReports>(QStringLiteral("own"));
@@ -115,8 +117,8 @@ private:
     {
         ReportSides sides;
         sides.running = m_running.get();
-        sides.create = [this] {
-            return create();
+        sides.create = [this](std::stop_token stop) {
+            return create(std::move(stop));
         };
         sides.destroy = [this](const std::stop_token &) {
             return destroy();
@@ -343,6 +345,27 @@ private Q_SLOTS:
         const QStringList calls{QStringLiteral("create"), QStringLiteral("destroy")};
         QCOMPARE(m_calls, calls);
         QCOMPARE(m_startsOfDestroyed, 0);
+    }
+
+    void aStopEndsTheCreationOfTheOwnSource()
+    {
+        m_creating.emplace();
+        const auto following = follow();
+        m_stop.request_stop();
+        QVERIFY(waitUntil([&] { return following->isDone; }));
+        QVERIFY(!following->failure);
+        QCOMPARE(m_calls, QStringList{QStringLiteral("create")});
+    }
+
+    void aVelmoraThatStartsEndsTheCreationOfTheOwnSource()
+    {
+        m_creating.emplace();
+        const auto following = follow();
+        m_running->setRunning(true);
+        QVERIFY(waitUntil([this] { return !m_shown.isEmpty(); }));
+        QCOMPARE(m_shown, QStringList{QStringLiteral("running")});
+        const QStringList calls{QStringLiteral("create"), QStringLiteral("destroy")};
+        QCOMPARE(m_calls, calls);
     }
 
     void oneThatRunsAndDoesNotAnswerIsAnError()

@@ -63,7 +63,7 @@ qint64 DeviceFlow::pause() const
     return std::max(m_interval, m_pauseAfterTimeout);
 }
 
-void DeviceFlow::heed(const GitHubOAuthResponse &response)
+void DeviceFlow::handle(const GitHubOAuthResponse &response)
 {
     m_pauseAfterTimeout = 0;
     const QString error = response.error.value_or(QString());
@@ -84,7 +84,7 @@ void DeviceFlow::heed(const GitHubOAuthResponse &response)
     throw GitHubClientError::invalidResponse();
 }
 
-void DeviceFlow::heed(const std::exception_ptr &failure)
+void DeviceFlow::handle(const std::exception_ptr &failure)
 {
     constexpr qint64 kShortest = 1;
     constexpr qint64 kLongest = 60;

@@ -23,10 +23,10 @@ public:
     [[nodiscard]] qint64 pauseBeforePoll(Instant now) const;
 
     /// Call it with each response without a token. Throws if the response ends the flow.
-    void heed(const GitHubOAuthResponse &response);
+    void handle(const GitHubOAuthResponse &response);
 
     /// Call it with each failed poll. Rethrows the failure if polling again is useless.
-    void heed(const std::exception_ptr &failure);
+    void handle(const std::exception_ptr &failure);
 
 private:
     [[nodiscard]] qint64 pause() const;
