@@ -151,7 +151,7 @@ class ConnectionTest(VelmoraTest):
 
         # From now on GitHub does not answer, so the window shows the cache.
         self.github.tell("rules", _WAITING)
-        window = self.start_velmora().open_by_click()
+        window = self.start_velmora().open_by_menu()
 
         window.find("list item", "In progress, 1")
         window.find("list item", "Failed, 1")

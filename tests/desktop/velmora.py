@@ -119,6 +119,13 @@ class Velmora:
         self._session.tray.click()
         return self.window()
 
+    def open_by_menu(self):
+        """For a program that was started again: a panel may go on drawing the item of the one before, which a click
+        would hit."""
+        self.wait_for_item()
+        next(item for item in self._session.tray.items() if item.pid == self.pid).choose("Open Velmora")
+        return self.window()
+
     def open_settings(self):
         """Opens the settings by the keys of the window, which they replace."""
         self.wait_until_active()
