@@ -46,7 +46,7 @@ void ShownDeployments::showSaved(const DeploymentCachePayload &payload)
 void ShownDeployments::showDisconnected(MissingStep missing)
 {
     m_lastCompleteAt.reset();
-    m_lastFetch.reset();
+    m_lastFetches.clear();
     Published next;
     next.state = DeploymentMonitorState::disconnected(missing);
     publish(std::move(next));
@@ -70,7 +70,7 @@ void ShownDeployments::showFetched(const FetchedDeployments &fetched, const Refr
 
 void ShownDeployments::dropUnreachable(const RefreshContext &context)
 {
-    m_lastFetch.reset();
+    m_lastFetches.clear();
     Published next = m_published;
     next.deployments = listAfter(FetchedDeployments(), context);
     publish(withStanding(std::move(next), context));
@@ -83,15 +83,19 @@ void ShownDeployments::showListAfter(const FetchedDeployments &fetched, const Re
 {
     Grounds grounds{fetched, context.installations->monitoredRepositories(), context.installations->repositories(),
         context.listedIdentities(), context.unloadedIdentities()};
-    const bool isRepeated = m_lastFetch && m_lastFetch->list.isSharedWith(next.deployments)
-        && m_lastFetch->now <= context.now && m_lastFetch->grounds == grounds;
+    const auto last = m_lastFetches.constFind(fetched.scope);
+    const bool isRepeated = last != m_lastFetches.constEnd() && last->list.isSharedWith(next.deployments)
+        && last->now <= context.now && last->grounds == grounds;
     if (isRepeated)
         next.deployments = stillShown(next.deployments, context.now);
     else if (fetched.scope == RefreshScope::Active)
         next.deployments = listAfterActive(fetched, context);
     else
         next.deployments = listAfter(fetched, context);
-    m_lastFetch = LastFetch{std::move(grounds), context.now, next.deployments};
+    // An equal list is published as the same one, for those who compare it with the last.
+    if (next.deployments == m_published.deployments)
+        next.deployments = m_published.deployments;
+    m_lastFetches.insert(fetched.scope, {std::move(grounds), context.now, next.deployments});
 }
 
 /// A fetch of active deployments replaces those of the repositories that were asked for.

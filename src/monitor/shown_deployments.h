@@ -96,7 +96,7 @@ private:
     const FetchOutcomes *m_outcomes;
     const Clock *m_clock;
     Published m_published;
-    std::optional<LastFetch> m_lastFetch;
+    QHash<RefreshScope, LastFetch> m_lastFetches; ///< a full fetch follows several of active deployments
     std::optional<Instant> m_lastCompleteAt;
     QHash<QString, qint64> m_owners; ///< identity by repository node id, of every deployment fetched in this run
 };

@@ -137,6 +137,19 @@ private Q_SLOTS:
         QCOMPARE(m_shown->deployments(), list);
     }
 
+    void aFetchOfActiveDeploymentsWithoutNewsLeavesTheSameList()
+    {
+        const auto all = fetched({m_web});
+        m_shown->showFetched(all, context());
+        const auto list = m_shown->deployments();
+        auto active = all;
+        active.scope = RefreshScope::Active;
+        for (const auto &next : {active, all, active}) {
+            m_shown->showFetched(next, context());
+            QVERIFY(m_shown->deployments().isSharedWith(list));
+        }
+    }
+
     void aThousandRandomFetchesShowTheListOfAFreshMerge()
     {
         const quint32 seed = QRandomGenerator::global()->generate();

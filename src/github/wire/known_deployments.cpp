@@ -123,11 +123,11 @@ KnownDeployments::Node KnownDeployments::nodeAt(QByteArrayView json, const QStri
 
 QList<DeploymentSnapshot> KnownDeployments::joinedOnce(const QList<QList<DeploymentSnapshot>> &parts)
 {
-    if (parts != m_parts) {
-        m_parts = parts;
-        m_joined = joined(parts);
-    }
-    return m_joined;
+    // Between two questions for everything there are some for what is under way.
+    Joined &last = parts.size() < m_whole.parts.size() ? m_some : m_whole;
+    if (parts != last.parts)
+        last = {parts, joined(parts)};
+    return last.list;
 }
 
 void KnownDeployments::retain(const QSet<QString> &repositoryNodeIDs)
@@ -136,8 +136,8 @@ void KnownDeployments::retain(const QSet<QString> &repositoryNodeIDs)
     m_repositories.removeIf([&](const auto &entry) { return !repositoryNodeIDs.contains(entry.key()); });
     if (m_repositories.size() == before)
         return;
-    m_parts.clear();
-    m_joined.clear();
+    m_whole = {};
+    m_some = {};
 }
 
 } // namespace velmora

@@ -46,12 +46,17 @@ private:
         QByteArrayView rateLimit;
     };
 
+    struct Joined {
+        QList<QList<DeploymentSnapshot>> parts;
+        QList<DeploymentSnapshot> list;
+    };
+
     [[nodiscard]] std::optional<Cut> cut(QByteArrayView body, const QStringList &ids) const;
     [[nodiscard]] Node nodeAt(QByteArrayView json, const QString &id) const;
 
     QHash<QString, Repository> m_repositories; ///< by the identifier in the request
-    QList<QList<DeploymentSnapshot>> m_parts;
-    QList<DeploymentSnapshot> m_joined; ///< of m_parts
+    Joined m_whole; ///< of the most repositories
+    Joined m_some; ///< of fewer
 };
 
 } // namespace velmora
