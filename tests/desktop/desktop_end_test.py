@@ -129,7 +129,7 @@ class EndTest(VelmoraTest):
         self.expect_end()
         self.github.ask("DELETE", "rules")
         self.start_velmora("--background")
-        window = self.velmora.open_by_click()
+        window = self.velmora.open_by_menu()
         window.find("push button", "Refresh").press()
         window.find("label", "Deployment in progress")
 

@@ -59,7 +59,7 @@ class XfceMainPathTest(MainPath, VelmoraTest):
 
     def check_place(self, session, velmora):
         # Directly below the panel, at the edge with the item.
-        (window,) = velmora.windows()
+        (window,) = eventually(velmora.windows, "the window in the list")
         panel = next(window for window in session.windows.list() if window.pid == session.tray.program.pid)
         self.assertEqual(window.y, panel.y + panel.height)
         self.assertEqual(window.x + window.width, session.screen.width)
