@@ -1,12 +1,16 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks every file of the repository against source_rules.py, and src as a whole. Usage: check_sources.py [root]"""
+"""Checks every file of the repository against source_rules.py, and src and the tests as wholes.
+
+Usage: check_sources.py [root]"""
 
 import os
+import re
 import sys
 
 sys.dont_write_bytecode = True
 import hidden_includes  # noqa: E402
+import named_tests  # noqa: E402
 import source_rules  # noqa: E402
 import unheard_signals  # noqa: E402
 
@@ -56,7 +60,7 @@ def check_headers(root):
 
 def main():
     root = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(__file__), "..", "..")
-    findings, count, product = [], 0, {}
+    findings, count, product, tested = [], 0, {}, {}
     for path in files(root):
         with open(os.path.join(root, path), "rb") as file:
             content = file.read()
@@ -68,6 +72,9 @@ def main():
         findings += check(path, text)
         if path.startswith("src/") and source_rules.is_cpp(path):
             product[path] = text
+        elif path == named_tests.DOCUMENT or re.fullmatch(r"tests/[^/]+/[^/]+\.(cpp|py)", path):
+            tested[path] = text
+    findings += [f"{named_tests.DOCUMENT}:{line}: {message}" for line, message in named_tests.check(tested)]
     findings += [f"{path}:{line}: {message}" for path, line, message in unheard_signals.check(product)]
     findings += check_headers(root)
     print("\n".join(findings), end="\n" if findings else "")

@@ -8,6 +8,7 @@ import unittest
 sys.dont_write_bytecode = True
 import check_sources  # noqa: E402
 import hidden_includes  # noqa: E402
+import named_tests  # noqa: E402
 import plain_await  # noqa: E402
 import source_rules  # noqa: E402
 import unheard_signals  # noqa: E402
@@ -151,6 +152,16 @@ class RulesTest(unittest.TestCase):
         self.assertEqual(list(unheard_signals.check({"a.h": header, "a.cpp": source + "untilTrue(a, &A::lost);"})), [])
         exported = header.replace("class B", 'Q_CLASSINFO("D-Bus Interface", "a") class B')
         self.assertEqual(list(unheard_signals.check({"a.h": exported})), [])
+
+    def test_tests_that_a_document_names_exist(self):
+        def found(document, test):
+            return list(named_tests.check({named_tests.DOCUMENT: document, "tests/a/a_test.cpp": test}))
+
+        self.assertEqual(found("x\n| a fault | `a/breaks` |", "    void breaks()"), [])
+        self.assertEqual(found("x\n| a fault | `a/breaks` |", "    void mends()"), [(2, "there is no test a/breaks")])
+        self.assertEqual(found("`b/breaks`", "    void breaks()"), [(1, "there is no test b/breaks")])
+        self.assertEqual(found("`a/test_breaks`", "    def test_breaks(self):"), [])
+        self.assertEqual(found("`tests/`, `x`", ""), [])
 
     def test_headers_include_what_they_use(self):
         def missing(**texts):
