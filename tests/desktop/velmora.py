@@ -70,15 +70,11 @@ class Simulator:
 
 
 class Velmora:
-    """The program, started in a session."""
+    """The program, started in a session. `tracer` is a command that runs it under its own process id."""
 
-    def __init__(self, session, *arguments, environment=None):
+    def __init__(self, session, *arguments, environment=None, tracer=()):
         self._session = session
-        environment = dict(environment or {})
-        if session.environment["XDG_SESSION_TYPE"] == "wayland" and "ASAN_OPTIONS" in session.environment:
-            # Wayland libraries leak memory.
-            environment["ASAN_OPTIONS"] = session.environment["ASAN_OPTIONS"] + ":detect_leaks=0"
-        self.program = session.start("velmora", [PROGRAM, *arguments], environment)
+        self.program = session.start("velmora", [*tracer, PROGRAM, *arguments], environment)
 
     @property
     def pid(self):
@@ -163,8 +159,8 @@ class VelmoraTest(unittest.TestCase):
         self.addCleanup(session.end)
         return session
 
-    def start(self, session, *arguments, environment=None):
-        velmora = Velmora(session, *arguments, environment=environment)
+    def start(self, session, *arguments, **options):
+        velmora = Velmora(session, *arguments, **options)
         self.addCleanup(self.expect_clean_end, velmora)
         return velmora
 
