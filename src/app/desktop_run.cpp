@@ -6,7 +6,9 @@
 #include "control/control_service.h"
 #include "control/control_texts.h"
 #include "control/remote_control.h"
+#include "platform/appearance_watch.h"
 #include "support/task_scope.h"
+#include "ui/appearance/application_look.h"
 
 #include <QApplication>
 
@@ -86,6 +88,11 @@ QCoro::Task<> DesktopRun::askRunning()
 
 QCoro::Task<> DesktopRun::runDesktop()
 {
+    const ApplicationLook look;
+    AppearanceWatch appearance(context().bus);
+    connect(
+        &appearance, &AppearanceWatch::changed, &appearance, [&look](const Appearance &wanted) { look.apply(wanted); });
+    appearance.start();
     m_desktop = std::make_unique<Desktop>(session()->app(), context().bus, m_options);
     connect(m_desktop.get(), &Desktop::quitRequested, this, &Run::endRequested);
     const OneShot<> ended;

@@ -173,5 +173,46 @@ class RefusedConfigurationTest(VelmoraTest):
                 session.end()
 
 
+class LookTest(VelmoraTest):
+    """Whether the windows look as the desktop wants."""
+
+    _SETTINGS = {"GSETTINGS_BACKEND": "keyfile"}  # a file that all programs of the session share
+
+    def setUp(self):
+        self.desktop = self.session(notifications="none", keyring="absent")
+
+    def _choose(self, scheme):
+        command = ["gsettings", "set", "org.gnome.desktop.interface", "color-scheme", scheme]
+        self.assertEqual(self.desktop.start("gsettings", command, self._SETTINGS).wait(), 0)
+
+    def _open(self):
+        velmora = self.start(self.desktop, "--demo", "--background", environment=self._SETTINGS)
+        velmora.open_by_menu()
+        return velmora
+
+    def _brightness(self, velmora):
+        """Of the footer, where no text is, from 0 to 255."""
+        window = self.desktop.window_of(velmora.program)
+        footer = self.desktop.screen.picture((window.x + window.width // 2, window.y + window.height - 6, 1, 1))
+        return sum(footer.pixel(0, 0)) // 3
+
+    def test_an_open_window_becomes_dark_with_the_desktop_and_light_again(self):
+        velmora = self._open()
+        eventually(lambda: self._brightness(velmora) > 200, "a light window")
+
+        self._choose("prefer-dark")
+        eventually(lambda: self._brightness(velmora) < 80, "a dark window")
+
+        self._choose("default")
+        eventually(lambda: self._brightness(velmora) > 200, "a light window again")
+
+    def test_a_start_on_a_dark_desktop_is_dark(self):
+        self._choose("prefer-dark")
+
+        velmora = self._open()
+
+        eventually(lambda: self._brightness(velmora) < 80, "a dark window")
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "ui/appearance/application_look.h"
 #include "ui/controls/tones.h"
 
 #include "support/palettes.h"
@@ -46,6 +47,11 @@ private Q_SLOTS:
         QTest::addColumn<QPalette>("palette");
         QTest::newRow("light") << lightPalette();
         QTest::newRow("dark") << darkPalette();
+        for (const bool isHighContrast : {false, true}) {
+            const char *contrast = isHighContrast ? "high" : "usual";
+            QTest::addRow("own light, %s contrast", contrast) << ownPalette(Appearance::Scheme::Light, isHighContrast);
+            QTest::addRow("own dark, %s contrast", contrast) << ownPalette(Appearance::Scheme::Dark, isHighContrast);
+        }
     }
 
     void everyToneCanBeReadOnEveryBackground()
