@@ -170,9 +170,23 @@ QCoro::Task<QByteArray> SecretServiceConnection::runningProvider(Self self)
             isStarted = co_await startProvider(self, wallet);
     }
     if (isStarted)
-        owner = co_await ownerOfName(self);
+        owner = co_await startedProvider(self);
     if (owner.isEmpty())
         throwNoProvider();
+    co_return owner;
+}
+
+/// The owner of the name, empty if it stays without one. KWallet counts as started when it owns its own name, a moment
+/// before it owns this one.
+QCoro::Task<QByteArray> SecretServiceConnection::startedProvider(Self self)
+{
+    const OneShot<> arrival = self->m_arrivals.emplace_back();
+    QByteArray owner = co_await ownerOfName(self);
+    if (!owner.isEmpty())
+        co_return owner;
+    const bool hasArrived = co_await withDeadline(arrival, self->m_patience);
+    if (hasArrived)
+        owner = co_await ownerOfName(self);
     co_return owner;
 }
 
@@ -187,6 +201,11 @@ void SecretServiceConnection::ownerChanged(
     const Self self = static_cast<SecretServiceConnection *>(data)->shared_from_this();
     if (*oldOwner != '\0')
         self->endPendingAnswers();
+    if (*newOwner == '\0')
+        return;
+    const auto arrivals = std::exchange(self->m_arrivals, {});
+    for (const OneShot<> &arrival : arrivals)
+        arrival.resolve();
 }
 
 void SecretServiceConnection::busClosed(GDBusConnection *, gboolean, GError *, gpointer data)

@@ -123,6 +123,7 @@ private:
     static QCoro::Task<QByteArray> ownerOfName(Self self);
     static QCoro::Task<bool> startProvider(Self self, const char *name);
     static QCoro::Task<QByteArray> runningProvider(Self self);
+    static QCoro::Task<QByteArray> startedProvider(Self self);
     static void ownerChanged(GDBusConnection *bus, const gchar *sender, const gchar *path, const gchar *interface,
         const gchar *signal, GVariant *parameters, gpointer data);
 
@@ -138,6 +139,7 @@ private:
     GReference<SecretService> m_service;
     QByteArray m_owner; ///< the unique name of the provider behind m_service
     std::vector<GAnswer> m_pending;
+    std::vector<OneShot<>> m_arrivals; ///< of the next provider
     std::chrono::milliseconds m_patience;
     AsyncMutex m_questions;
     AsyncMutex m_openings;

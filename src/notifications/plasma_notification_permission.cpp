@@ -100,7 +100,11 @@ QCoro::Task<bool> PlasmaNotificationPermission::isGranted(QDeadlineTimer deadlin
 
 QStringList PlasmaNotificationPermission::defaultFiles()
 {
-    return QStandardPaths::locateAll(QStandardPaths::GenericConfigLocation, QStringLiteral("plasmanotifyrc"));
+    // Also those that do not exist: Plasma makes the user's with its first notification.
+    QStringList files;
+    for (const QString &folder : QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation))
+        files.append(folder + QStringLiteral("/plasmanotifyrc"));
+    return files;
 }
 
 } // namespace velmora

@@ -154,6 +154,16 @@ private Q_SLOTS:
         QCOMPARE(PlasmaNotificationPermission::defaultFiles().value(0), file);
     }
 
+    void aFileThatPlasmaMakesLaterIsFound()
+    {
+        const QString file = m_folder.filePath(QStringLiteral("plasmanotifyrc"));
+        QFile::remove(file);
+        PlasmaNotificationPermission permission(kApplication, PlasmaNotificationPermission::defaultFiles());
+        QVERIFY(awaitValue(permission.isGranted(QDeadlineTimer(10s))));
+        writeFile(file, "[Applications][com.tarvik.Velmora]\nShowPopups=false\nShowInHistory=false\n");
+        QVERIFY(!awaitValue(permission.isGranted(QDeadlineTimer(10s))));
+    }
+
     void everyDesktopIsAskedInItsOwnWay_data()
     {
         QTest::addColumn<QStringList>("desktops");
