@@ -136,6 +136,29 @@ private Q_SLOTS:
         QCOMPARE(server->requests.size(), 2);
     }
 
+    void aCertificateThatRunsOutWhilePollingIsAnErrorUntilThereIsANewOne()
+    {
+        if (!isTrusted())
+            QSKIP("no trust store of its own");
+        const auto good = httpsServer(QStringLiteral("good"));
+        const auto expired = httpsServer(QStringLiteral("expired"));
+        good->answerAll(RawHTTPServer::answer("200 OK", "hello", "Connection: close\r\n"));
+        expired->answerAll(kAnswer);
+        ConnectProxy proxy;
+        qputenv("https_proxy", proxy.address());
+        NetworkSession session;
+        for (int round = 0; round < 2; ++round) {
+            proxy.target = good->port();
+            QCOMPARE(awaitValue(session.send(get(secure()), {})).body, QByteArray("hello"));
+            proxy.target = expired->port();
+            const auto outcome = await(session.send(get(secure()), {}));
+            QVERIFY2(
+                outcome.description().contains(QLatin1String("it has expired")), qPrintable(outcome.description()));
+        }
+        QCOMPARE(good->requests.size(), 2);
+        QCOMPARE(expired->requests, QByteArrayList());
+    }
+
     void anUnrepeatableRequestIsSentOnceThroughAProxyThatWantsCredentials()
     {
         if (!isTrusted())
