@@ -5,8 +5,7 @@
 add_library(velmora_common_options INTERFACE)
 target_compile_definitions(velmora_common_options INTERFACE
   QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING
-  QT_DISABLE_DEPRECATED_BEFORE=0x060400 VELMORA_VERSION="${PROJECT_VERSION}"
-  $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+  QT_DISABLE_DEPRECATED_BEFORE=0x060400 VELMORA_VERSION="${PROJECT_VERSION}" _GLIBCXX_ASSERTIONS)
 # The precompiled header requires the same threading option everywhere.
 target_compile_options(velmora_common_options INTERFACE -pthread)
 # Linking dominated the time from a change to its test. Releases are linked with the system's default linker.
@@ -19,7 +18,8 @@ if(VELMORA_SANITIZERS)
   target_link_options(velmora_common_options INTERFACE -fsanitize=${VELMORA_SANITIZERS})
 endif()
 
-# Compiler options of the program. Releases are hardened; flags that a distribution sets take precedence.
+# Compiler options of the program. It is hardened wherever it is optimised, since people run those builds; flags that a
+# distribution sets take precedence.
 add_library(velmora_options INTERFACE)
 target_link_libraries(velmora_options INTERFACE velmora_common_options)
 if(VELMORA_SANITIZERS)
@@ -28,8 +28,8 @@ if(VELMORA_SANITIZERS)
     $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>
     $<$<CXX_COMPILER_ID:Clang>:-fsanitize-ignorelist=${CMAKE_SOURCE_DIR}/cmake/sanitizers.ignore>)
 else()
-  target_compile_options(velmora_options INTERFACE "$<$<CONFIG:Release>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>"
-    "$<$<CONFIG:Release>:-fstack-protector-strong;-fstack-clash-protection>")
+  target_compile_options(velmora_options INTERFACE "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>"
+    "$<$<NOT:$<CONFIG:Debug>>:-fstack-protector-strong;-fstack-clash-protection>")
 endif()
 
 # One precompiled header for all targets: parsing the headers of Qt and QCoro dominates the time for a small file.
@@ -109,6 +109,14 @@ function(velmora_test name)
   set_tests_properties(${name} PROPERTIES LABELS "${A_LABELS};${folder}" TIMEOUT ${A_TIMEOUT} COST ${A_TIMEOUT}
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;TZ=UTC;LC_ALL=C.UTF-8;QT_LOGGING_RULES=velmora.*=false")
   velmora_needed_by_labels(${executable} ${A_LABELS} ${folder})
+endfunction()
+
+# velmora_threaded_tests(<test> …): gives these tests of the folder the label "threads". They run under ThreadSanitizer,
+# too, in the preset tsan.
+function(velmora_threaded_tests)
+  set_property(TEST ${ARGN} APPEND PROPERTY LABELS threads)
+  cmake_path(GET CMAKE_CURRENT_SOURCE_DIR FILENAME folder)
+  velmora_needed_by_labels(${folder}_tests threads)
 endfunction()
 
 # velmora_needed_by_labels(<target> <label> …): makes label_<label> build the target.
