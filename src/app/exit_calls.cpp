@@ -20,7 +20,7 @@ namespace
 
 extern "C" {
 
-[[gnu::visibility("default"), noreturn]] void exit(int code) noexcept
+[[gnu::visibility("default")]] void exit(int code) noexcept
 {
     if (velmora::SuddenExit::takeOver(code))
         endOnTheSpot(code);
@@ -31,7 +31,7 @@ extern "C" {
 }
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier): this very one is meant
-[[gnu::visibility("default"), noreturn]] void _exit(int code)
+[[gnu::visibility("default")]] void _exit(int code)
 {
     static_cast<void>(velmora::SuddenExit::takeOver(code));
     endOnTheSpot(code);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "support/foreign_text.h"
 
+#include <QList>
 #include <QTextBoundaryFinder>
 
 namespace velmora
