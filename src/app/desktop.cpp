@@ -5,6 +5,7 @@
 #include "app/velmora_app.h"
 #include "notifications/desktop_notifications.h"
 #include "notifications/notification_service_watcher.h"
+#include "platform/appearance.h"
 #include "platform/fallback_status_item.h"
 #include "platform/status_notifier_item.h"
 #include "support/task_scope.h"
@@ -48,6 +49,16 @@ QString missingTrayText()
     return QStringLiteral("This desktop shows no tray. Starting Velmora again opens this window.");
 }
 
+/// GNOME has a tray only with an extension, which other desktops do not know.
+QString extensionText()
+{
+    return QStringLiteral(
+        " For an item in the top bar, install the GNOME Shell extension “AppIndicator”, and switch it "
+        "on in the Extensions app.");
+}
+
+constexpr auto kToldOfExtension = "window.toldOfTrayExtension";
+
 std::unique_ptr<StatusItem> makeStatusItem(const QDBusConnection &bus, bool isBackground)
 {
     StatusNotifierItem::Options options;
@@ -73,6 +84,8 @@ Desktop::Desktop(VelmoraApp *app, const QDBusConnection &bus, const Options &opt
     : m_app(app)
     , m_options(options)
     , m_item(makeStatusItem(bus, options.isBackground))
+    , m_tellsOfExtension(currentDesktops().contains(QLatin1String("GNOME"))
+          && !app->files().preferences.boolean(QString::fromLatin1(kToldOfExtension)))
 {
     makeTray();
     connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &Desktop::onFocusChanged);
@@ -104,6 +117,7 @@ MenuBarWindow &Desktop::window()
     connect(m_view, &MenuBarView::repositoriesRequested, this, &Desktop::openRepositories);
     connect(m_view, &MenuBarView::quitRequested, this, &Desktop::quitRequested);
     m_view->setNotice(m_notice);
+    m_window->setHasItem(m_notice.isEmpty());
     return *m_window;
 }
 
@@ -154,8 +168,12 @@ void Desktop::showAvailability()
 {
     const bool isMissing = !m_item->isAvailable() && !m_trayPatience.isActive();
     m_notice = isMissing ? missingTrayText() : QString();
-    if (m_view)
+    if (isMissing && m_tellsOfExtension)
+        m_notice += extensionText();
+    if (m_view) {
         m_view->setNotice(m_notice);
+        m_window->setHasItem(!isMissing);
+    }
     if (isMissing && !m_options.isBackground && !m_isFound)
         open();
 }
@@ -164,6 +182,8 @@ void Desktop::open(const QString &activationToken)
 {
     m_isFound = true;
     window().open(std::nullopt, activationToken);
+    if (!m_notice.isEmpty() && m_tellsOfExtension)
+        m_app->files().preferences.setValue(QString::fromLatin1(kToldOfExtension), true);
 }
 
 void Desktop::refresh()

@@ -67,6 +67,7 @@ private:
     VelmoraApp *m_app;
     Options m_options;
     std::unique_ptr<StatusItem> m_item;
+    bool m_tellsOfExtension; ///< how to get a tray on GNOME; it is told in one run only
     std::unique_ptr<TrayItem> m_tray;
     std::unique_ptr<MenuBarWindow> m_window; ///< null before it is needed
     MenuBarView *m_view = nullptr; ///< the window's

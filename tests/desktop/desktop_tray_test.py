@@ -167,6 +167,32 @@ class ComingAndGoingTest(VelmoraTest):
         self.assertEqual(second.program.wait(), 0)
         velmora.window().find(name=_NO_TRAY)
 
+    def test_without_a_tray_the_window_stays_beside_others(self):
+        session = self.session(tray="none", notifications="none", keyring="absent")
+        velmora = self.start(session, "--demo")
+        velmora.window()
+        sample = session.start("sample", [SAMPLE])
+        name = session.accessibility.program(session.window_of(sample).pid).find("text", "Name")
+
+        session.click(name)
+        eventually(lambda: "focused" in name.states, "the focus where the click was")
+
+        never(lambda: not velmora.is_open(), "a click at another window closed the only one", 0.7)
+
+    def test_on_gnome_it_tells_once_how_to_get_a_tray(self):
+        session = self.session(tray="none", notifications="none", keyring="absent")
+        gnome = {"XDG_CURRENT_DESKTOP": "GNOME"}
+
+        def notice():
+            velmora = self.start(session, environment=gnome)
+            window = velmora.window()
+            shown = eventually(lambda: [text for text in window.texts() if text.startswith(_NO_TRAY)], "the reason")
+            self.assertEqual(velmora.end(), 0)
+            return shown[0]
+
+        self.assertIn("AppIndicator", notice())
+        self.assertEqual(notice(), _NO_TRAY)
+
 
 if __name__ == "__main__":
     unittest.main()

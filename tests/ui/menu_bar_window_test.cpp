@@ -280,6 +280,25 @@ private Q_SLOTS:
         QCOMPARE(image.pixel(0, 0), image.pixel(image.width() - 1, image.height() - 1));
     }
 
+    void shouldBeAnOrdinaryWindowWhereThereIsNoItem()
+    {
+        m_window->setHasItem(false);
+        m_window->open(std::nullopt, QString());
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        QVERIFY(!m_window->windowFlags().testFlag(Qt::FramelessWindowHint));
+        QVERIFY(!m_window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+        QCOMPARE(m_window->size(), QSize(360, 400));
+        turnToAnotherWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_other.get()));
+        QVERIFY(m_window->isVisible());
+        QTest::keyClick(m_window.get(), Qt::Key_Escape);
+        QVERIFY(!m_window->isVisible());
+        m_window->setHasItem(true);
+        m_window->open(kItem, QString());
+        QVERIFY(m_window->windowFlags().testFlag(Qt::FramelessWindowHint));
+        QCOMPARE(m_window->size(), QSize(362, 402));
+    }
+
     void shouldPlaceItselfOnlyOnX11()
     {
         QCOMPARE(MenuBarWindow::placementOfPlatform(), MenuBarWindow::Placement::ByCompositor);

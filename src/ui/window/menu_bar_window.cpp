@@ -59,16 +59,16 @@ std::optional<QPoint> usableAnchor(std::optional<QPoint> anchor)
 
 MenuBarWindow::MenuBarWindow(QWidget *content, Placement placement, Now now)
     : QWidget(nullptr, flagsFor(placement))
+    , m_placementAtItem(placement)
     , m_placement(placement)
     , m_now(std::move(now))
     , m_dismissal(focusFor(placement))
 {
     installAccessible<MenuBarWindow, AccessibleWindow>();
     auto *const layout = new QVBoxLayout(this);
-    const int border = placement == Placement::AtItem ? 1 : 0;
-    layout->setContentsMargins(border, border, border, border);
     layout->setSizeConstraint(QLayout::SetNoConstraint);
     layout->addWidget(content);
+    adoptFrame();
 }
 
 MenuBarWindow::Placement MenuBarWindow::placementOfPlatform()
@@ -88,6 +88,7 @@ void MenuBarWindow::open(std::optional<QPoint> anchor, const QString &activation
 {
     if (!m_isOpen) {
         m_isOpen = true;
+        adoptFrame();
         m_anchor = usableAnchor(anchor);
         m_pointer = QCursor::pos();
         m_dismissal.opened(m_now(), m_anchor);
@@ -95,6 +96,15 @@ void MenuBarWindow::open(std::optional<QPoint> anchor, const QString &activation
         show();
     }
     takeFocus(activationToken);
+}
+
+/// Before the window is shown, since a change of its flags hides it.
+void MenuBarWindow::adoptFrame()
+{
+    m_placement = m_hasItem ? m_placementAtItem : Placement::ByCompositor;
+    setWindowFlags(flagsFor(m_placement));
+    const int border = m_placement == Placement::AtItem ? 1 : 0;
+    layout()->setContentsMargins(border, border, border, border);
 }
 
 void MenuBarWindow::dismiss()
@@ -145,6 +155,8 @@ bool MenuBarWindow::event(QEvent *event)
 
 void MenuBarWindow::focusLost()
 {
+    if (!m_hasItem)
+        return;
     // The focus went to a menu or a dialog of this window.
     const QWidget *const now = QApplication::activeWindow();
     if (QApplication::activePopupWidget() != nullptr || (now != nullptr && isAncestorOf(now)))

@@ -14,7 +14,8 @@ namespace velmora
 /// The window behind the tray item. Its size follows its content, within the screen.
 ///
 /// It closes on Escape, when the user turns to another window, and on a second click at the item. It can be opened
-/// again after closing, so the program must not quit with its last window.
+/// again after closing, so the program must not quit with its last window. Where there is no item, it is an ordinary
+/// window that stays beside others.
 class MenuBarWindow final : public QWidget
 {
     Q_OBJECT
@@ -34,6 +35,10 @@ public:
     /// AtItem on X11, the only platform that lets a program place its windows.
     [[nodiscard]] static Placement placementOfPlatform();
 
+    /// Whether there is an item behind which the window opens; true at first. An open window keeps its frame, or goes
+    /// on without one, until it is opened again.
+    void setHasItem(bool hasItem) { m_hasItem = hasItem; }
+
     /// Shows the window, or brings it to the front. `anchor` is the place of the click at the item, if known; the token
     /// is the desktop's permission to take the focus.
     void open(std::optional<QPoint> anchor, const QString &activationToken);
@@ -48,13 +53,16 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    void adoptFrame();
     void fit();
     [[nodiscard]] QSize wantedSize() const;
     void focusLost();
     void takeFocus(const QString &activationToken);
     void dismiss();
 
-    Placement m_placement;
+    Placement m_placementAtItem; ///< where the desktop has an item
+    Placement m_placement; ///< of the window as it is
+    bool m_hasItem = true;
     Now m_now;
     DismissalRule m_dismissal;
     std::optional<QPoint> m_anchor;
