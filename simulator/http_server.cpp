@@ -140,6 +140,10 @@ bool HTTPServer::handleRequest(const QHttpServerRequest &incoming, QTcpSocket *s
         m_hanging.append(exchange);
         return true;
     }
+    if (const auto defer = exchange->reply.delivery.defer) {
+        defer([exchange] { send(exchange); });
+        return true;
+    }
     if (exchange->reply.delivery.delayMilliseconds > 0) {
         QTimer::singleShot(
             exchange->reply.delivery.delayMilliseconds, Qt::PreciseTimer, socket, [exchange] { send(exchange); });

@@ -5,6 +5,7 @@
 
 #include <QJsonObject>
 
+#include <functional>
 #include <optional>
 
 namespace velmora::simulator
@@ -21,6 +22,7 @@ struct Delivery {
     std::optional<qint64> truncateAfter; ///< bytes of the body to send, while Content-Length announces all
     bool endlessBody = false; ///< spaces follow the body without end
     bool hang = false; ///< no answer before Simulator::answerHanging()
+    std::function<void(std::function<void()> send)> defer; ///< if set, is called with what sends the answer
     Close close = Close::Never;
 };
 

@@ -98,7 +98,10 @@ Reply Simulator::reply(const Request &request)
     const quint64 number = m_log.begin(request);
     Reply reply;
     // A rule with a status replaces the answer; the request then has no effect.
-    const auto rule = m_misbehaviour.take(request, m_oauth.loginOf(request.token(), now()));
+    const QString login = m_oauth.loginOf(request.token(), now());
+    auto rule = m_misbehaviour.take(request, login);
+    if (!rule && m_bystander)
+        rule = m_bystander->rule(request, login);
     if (!rule || !rule->status)
         reply.response = answer(request);
     if (rule) {
@@ -108,6 +111,8 @@ Reply Simulator::reply(const Request &request)
     reply.finished = [this, number](int status) {
         m_log.finish(number, status);
     };
+    if (m_bystander)
+        m_bystander->answering(request, login, reply);
     return reply;
 }
 

@@ -31,6 +31,17 @@ struct SimulatorOptions {
     std::function<Milliseconds()> clock; ///< the wall clock; by default that of the machine
 };
 
+/// Sees every request but those to the control endpoint, and may change how it is answered.
+class Bystander
+{
+public:
+    virtual ~Bystander() = default;
+    /// A rule for this request, for which the rules in force have none. `login` is empty without a valid token.
+    [[nodiscard]] virtual std::optional<MisbehaviourRule> rule(const Request &request, const QString &login) = 0;
+    /// The request will be answered like this, unless the bystander changes it.
+    virtual void answering(const Request &request, const QString &login, Reply &reply) = 0;
+};
+
 /// A stand-in for GitHub that listens on the loopback address. Its destruction closes all connections.
 class Simulator final : public QObject
 {
@@ -50,6 +61,8 @@ public:
     [[nodiscard]] RequestLog &log() { return m_log; }
     [[nodiscard]] const RequestLog &log() const { return m_log; }
     [[nodiscard]] Misbehaviour &misbehaviour() { return m_misbehaviour; }
+    /// The bystander is not owned and outlives the requests; null: none.
+    void setBystander(Bystander *bystander) { m_bystander = bystander; }
 
     /// The number of requests that hang because of a rule.
     [[nodiscard]] qsizetype hangingCount() const { return m_server ? m_server->hangingCount() : 0; }
@@ -85,6 +98,7 @@ private:
     RateLimits m_limits;
     RequestLog m_log;
     Misbehaviour m_misbehaviour;
+    Bystander *m_bystander = nullptr;
     std::unique_ptr<Story> m_story;
     bool m_isPaused = false;
     QElapsedTimer m_sinceStory;

@@ -63,6 +63,15 @@ int World::addInstallation(int owner, const QSet<int> &identities, const QList<i
     return position;
 }
 
+void World::moveRepository(int repository, int from, int to)
+{
+    m_installations[from].repositories.removeOne(repository);
+    m_installations[to].repositories.append(repository);
+    m_installationsOfRepository[repository].removeOne(from);
+    m_installationsOfRepository[repository].append(to);
+    change(repository).owner = m_installations[to].owner;
+}
+
 QString World::addDeployment(int repository, Deployment deployment)
 {
     Repository &target = change(repository);

@@ -83,6 +83,8 @@ public:
     int addOwner(const QString &login, const QString &name, bool isOrganization);
     int addRepository(int owner, const QString &name);
     int addInstallation(int owner, const QSet<int> &identities, const QList<int> &repositories);
+    /// Has `to` grant the repository instead of `from`.
+    void moveRepository(int repository, int from, int to);
     /// Adds the newest deployment and returns its new identifier. Drops the oldest if there are too many.
     QString addDeployment(int repository, Deployment deployment);
 
