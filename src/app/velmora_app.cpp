@@ -9,7 +9,6 @@
 #include "support/task_scope.h"
 
 #include <QCoreApplication>
-#include <QRandomGenerator>
 
 namespace velmora
 {
@@ -123,9 +122,7 @@ DeploymentMonitor::Services VelmoraApp::monitorServices()
     services.defaults = &m_files.accountPreferences;
     services.clock = &m_clock;
     services.rateLimits = m_rateLimits;
-    services.random = [] {
-        return QRandomGenerator::global()->generateDouble();
-    };
+    services.random = m_environment.random;
     return services;
 }
 

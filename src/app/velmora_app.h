@@ -18,6 +18,8 @@
 #include "platform/xdg_directories.h"
 #include "settings/general_settings_store.h"
 
+#include <QRandomGenerator>
+
 #include <functional>
 #include <memory>
 
@@ -34,6 +36,10 @@ struct AppEnvironment : DesktopPorts {
     DeploymentNotifying *notifier = nullptr;
     /// A time that stands still while the machine is suspended. When the clock runs ahead of it, the machine has woken.
     ClockJumpWatch::Monotonic monotonic = &std::chrono::steady_clock::now;
+    /// Numbers from 0 to below 1, for pauses of random length.
+    std::function<double()> random = [] {
+        return QRandomGenerator::global()->generateDouble();
+    };
     /// Makes the login item, given the preferences of the profile. Without this function the login item is an entry in
     /// the autostart folder beside the directories, so that a separate profile leaves the user's own entry alone.
     std::function<std::unique_ptr<LoginItem>(Preferences *)> makeLoginItem;
@@ -69,6 +75,8 @@ public:
     [[nodiscard]] InstallationPage &installationPage() { return m_installationPage; }
     [[nodiscard]] GeneralSettingsStore &settings() { return m_settings; }
     [[nodiscard]] DeploymentMonitor &monitor() { return m_monitor; }
+    /// The connections to GitHub.
+    [[nodiscard]] const NetworkSession &network() const { return *m_network.session; }
     /// Tell it of the machine's sleep and network: it holds the monitor, drops connections and, a little later, has the
     /// monitor poll at once. It hears of jumps of the clock by itself.
     [[nodiscard]] WakeWatch &wakeWatch() { return m_wakeWatch; }

@@ -152,6 +152,11 @@ void NetworkSession::dropConnections()
     drop(*m_state, repeatable);
 }
 
+qsizetype NetworkSession::openRequests() const
+{
+    return m_state->open.size();
+}
+
 void NetworkSession::close()
 {
     m_state->isClosed = true;

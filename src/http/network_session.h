@@ -44,6 +44,8 @@ public:
     void dropConnections();
     /// Aborts every open request, including the unrepeatable ones. Later requests fail at once.
     void close();
+    /// The number of requests that have been sent and have not ended.
+    [[nodiscard]] qsizetype openRequests() const;
 
     /// Shared with the open requests, which may outlive the session.
     struct State;

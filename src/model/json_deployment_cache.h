@@ -22,6 +22,9 @@ public:
     [[nodiscard]] QCoro::Task<> save(DeploymentCachePayload payload) override;
     [[nodiscard]] QCoro::Task<std::optional<DeploymentCachePayload>> load() override;
 
+    /// Whether the file is being read or written.
+    [[nodiscard]] bool isBusy() const { return m_pool.activeThreadCount() > 0; }
+
     /// The path of the file, empty if the cache is disabled.
     [[nodiscard]] const QString &path() const { return m_path; }
 
