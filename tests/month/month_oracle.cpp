@@ -28,8 +28,12 @@ void MonthOracle::programStarted(Instant now)
     m_listed.clear();
     const auto away = m_savedAt ? now - *m_savedAt : 1000h;
     m_isHandOverSure = away < 54min || away > 61min;
-    if (m_isHandOverSure && away > 61min)
-        m_held.clear();
+    m_stale.clear();
+    if (!m_isHandOverSure || away < 54min)
+        return;
+    for (auto seen = m_held.cbegin(); seen != m_held.cend(); ++seen)
+        m_stale.insert(seen.key());
+    m_held.clear();
 }
 
 void MonthOracle::programEnded(End end)
@@ -107,7 +111,7 @@ void MonthOracle::judge(const ToldRepository &repository, Instant now, bool isTi
         if (isTimeSure && age > lifetime + kTolerance)
             continue;
         if (standing != Standing::Active)
-            judge(deployment, isFirst, !isCertain || (isFirst && isFirstUnsure));
+            judge(deployment, isFirst, !isCertain || (isFirst && (isFirstUnsure || m_stale.contains(deployment.id))));
         held.insert(deployment.id, {repository.number, standing});
     }
     m_held.removeIf(
