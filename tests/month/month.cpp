@@ -60,7 +60,10 @@ std::unique_ptr<QTemporaryDir> copyOf(const QTemporaryDir &folder)
 
 MonthOptions MonthOptions::fromEnvironment(MonthOptions defaults)
 {
-    defaults.seed = quint64(numberFrom("VELMORA_MONTH_SEED", QRandomGenerator::system()->bounded(1, 1'000'000)));
+    constexpr int kSeeds = 1'000'000;
+    if (defaults.seed == 0)
+        defaults.seed = quint64(QRandomGenerator::system()->bounded(1, kSeeds));
+    defaults.seed = quint64(numberFrom("VELMORA_MONTH_SEED", qint64(defaults.seed)));
     defaults.days = int(numberFrom("VELMORA_MONTH_DAYS", defaults.days));
     defaults.repositories = int(numberFrom("VELMORA_MONTH_REPOSITORIES", defaults.repositories));
     return defaults;

@@ -19,7 +19,7 @@ namespace velmora::testing
 
 /// What a month is made of.
 struct MonthOptions {
-    quint64 seed = 1;
+    quint64 seed = 0; ///< 0: fromEnvironment() draws one
     int days = 1;
     int repositories = 300;
     std::chrono::seconds deploymentPause{400}; ///< the longest between two deployments in working hours
@@ -28,7 +28,7 @@ struct MonthOptions {
     std::chrono::seconds spell = std::chrono::hours(11); ///< how long each time
     std::chrono::seconds calm = std::chrono::minutes(25); ///< the longest time between two faults
 
-    /// From VELMORA_MONTH_SEED, VELMORA_MONTH_DAYS and VELMORA_MONTH_REPOSITORIES; without a seed a random one.
+    /// From VELMORA_MONTH_SEED, VELMORA_MONTH_DAYS and VELMORA_MONTH_REPOSITORIES, as far as they are set.
     [[nodiscard]] static MonthOptions fromEnvironment(MonthOptions defaults);
 };
 
