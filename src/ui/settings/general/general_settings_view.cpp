@@ -109,12 +109,14 @@ void GeneralSettingsView::connectControls()
 {
     const auto connectKind = [this](SwitchControl *control, DeploymentNotificationKind kind) {
         connect(control, &SwitchControl::clicked, this, [this, kind](bool enabled) {
+            // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): it takes the captured view for null
             launch(switchNotifications(this, m_settings, enabled, kind), "Switching notifications");
         });
     };
     connectKind(m_failures, DeploymentNotificationKind::Failure);
     connectKind(m_successes, DeploymentNotificationKind::Success);
     connect(m_launchAtLogin, &SwitchControl::clicked, this, [this](bool enabled) {
+        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): it takes the captured view for null
         launch(switchLaunchAtLogin(this, m_settings, enabled), "Switching the start at login");
     });
     connect(m_openSettings, &QPushButton::clicked, this, &GeneralSettingsView::openNotificationSettings);
