@@ -155,7 +155,12 @@ QList<DeploymentSnapshot> decodedThrough(const QByteArray &text)
 
 QList<DeploymentSnapshot> decodedByVelmora(const QByteArray &text)
 {
-    return joined(decodedBatch(text, {}, RateLimitUse::Always).repositories);
+    QList<DeploymentSnapshot> made;
+    for (const auto &repository : decodedBatch(text, {}, RateLimitUse::Always).repositories) {
+        for (const DeploymentSnapshot &deployment : repository)
+            made.append(deployment);
+    }
+    return made;
 }
 
 void decode(benchmark::State &state, QList<DeploymentSnapshot> (*decoder)(const QByteArray &))

@@ -19,7 +19,7 @@ namespace
 
 constexpr QSize kSize(360, 360);
 
-QList<DeploymentSnapshot> deployments(qsizetype count)
+QList<DeploymentSnapshot> records(qsizetype count)
 {
     constexpr std::array kResults{DeploymentState::Success, DeploymentState::Failure, DeploymentState::Success};
     const Instant now = SystemClock().now();
@@ -40,6 +40,20 @@ QList<DeploymentSnapshot> deployments(qsizetype count)
     return made;
 }
 
+DeploymentList deployments(qsizetype count)
+{
+    return sharedList(records(count));
+}
+
+/// The list with one deployment that has ended.
+DeploymentList withAnEnd(DeploymentList list)
+{
+    DeploymentSnapshot ended = list.at(2);
+    ended.state = DeploymentState::Success;
+    list[2] = ended;
+    return list;
+}
+
 class Desk
 {
 public:
@@ -50,7 +64,7 @@ public:
     }
 
     /// A list on show, painted once.
-    [[nodiscard]] std::unique_ptr<DeploymentListView> showView(const QList<DeploymentSnapshot> &list)
+    [[nodiscard]] std::unique_ptr<DeploymentListView> showView(const DeploymentList &list)
     {
         DesktopPorts ports;
         ports.clock = &m_clock;
@@ -88,7 +102,7 @@ public:
     }
 
     /// Shows one list and the other in turn, scrolled to a part of its height.
-    void alternate(const QList<DeploymentSnapshot> &before, const QList<DeploymentSnapshot> &after, double part = 0)
+    void alternate(const DeploymentList &before, const DeploymentList &after, double part = 0)
     {
         const auto view = showView(before);
         QScrollBar *bar = view->verticalScrollBar();
@@ -127,27 +141,24 @@ void scrollAndPaint(benchmark::State &state)
     });
 }
 
-/// Moves one deployment from "In progress" to the results and back. All other texts are shared with the previous list,
-/// as after a fetch of that repository.
+/// Moves one deployment from "In progress" to the results and back. All others share the records of the previous list,
+/// as after a refresh.
 void changeOneAndPaint(benchmark::State &state)
 {
     const auto before = deployments(state.range(0));
-    auto after = before;
-    after[2].state = DeploymentState::Success;
-    Desk(state).alternate(before, after);
+    Desk(state).alternate(before, withAnEnd(before));
 }
 
-/// The same, but without shared texts.
+/// The same, but every record is a new one.
 void refreshAllAndPaint(benchmark::State &state)
 {
-    const auto before = deployments(state.range(0));
-    auto after = deployments(state.range(0));
+    const auto before = records(state.range(0));
+    auto after = records(state.range(0));
     for (qsizetype i = 0; i < after.size(); ++i) {
         after[i].updatedAt = before.at(i).updatedAt;
         after[i].createdAt = before.at(i).createdAt;
     }
-    after[2].state = DeploymentState::Success;
-    Desk(state).alternate(before, after);
+    Desk(state).alternate(sharedList(before), withAnEnd(sharedList(after)));
 }
 
 /// Takes away all rows that are seen, as when their repository is switched off, and brings them back.

@@ -23,11 +23,13 @@ QList<QByteArray> answers(qint64 deployments)
     return made;
 }
 
-QList<DeploymentSnapshot> decoded(const QList<QByteArray> &answers)
+DeploymentList decoded(const QList<QByteArray> &answers)
 {
-    QList<DeploymentSnapshot> deployments;
-    for (const auto &answer : answers)
-        deployments += joined(decodedBatch(answer, {}, RateLimitUse::Always).repositories);
+    DeploymentList deployments;
+    for (const auto &answer : answers) {
+        for (const auto &repository : decodedBatch(answer, {}, RateLimitUse::Always).repositories)
+            deployments += repository;
+    }
     return deployments;
 }
 

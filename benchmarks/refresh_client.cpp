@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// refresh_client ADDRESS REPOSITORIES [REPEATS]: full refreshes like those of the monitor, from the request to the
-// ordered list. Prints how many deployments were fetched, how many of them are shown, and the microseconds of processor
-// time of one refresh after the first.
+// refresh_client ADDRESS REPOSITORIES [REPEATS [CERTIFICATE]]: full refreshes like those of the monitor, from the
+// request to the ordered list. Prints how many deployments were fetched, how many of them are shown, and the
+// microseconds of processor time of one refresh after the first.
 #include "generated_response.h"
 #include "github/github_client.h"
 #include "http/network_session.h"
@@ -10,6 +10,7 @@
 #include "support/task_scope.h"
 
 #include <QCoreApplication>
+#include <QSslConfiguration>
 
 #include <algorithm>
 #include <cstdio>
@@ -33,15 +34,15 @@ QCoro::Task<> refresh(GitHubClient client, QList<RepositoryRecord> records, int 
     const Replacing all = [](const DeploymentSnapshot &) {
         return true;
     };
-    QList<DeploymentSnapshot> shown;
-    QList<DeploymentSnapshot> deployments;
+    DeploymentList shown;
+    DeploymentList deployments;
     std::clock_t afterFirst = 0;
     client.remember();
     for (int i = 0; i < repeats; ++i) {
         try {
             const auto fetched = co_await client.fetchDeployments(records, QStringLiteral("token"));
             // As ShownDeployments does it.
-            shown = fetched.deployments.isSharedWith(deployments)
+            shown = fetched.deployments == deployments
                 ? stillShown(shown, client.clock->now())
                 : shownAfterFetch(shown, fetched.deployments, all, client.clock->now());
             deployments = fetched.deployments;
@@ -67,6 +68,11 @@ int main(int argc, char **argv)
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() < 3)
         return 2;
+    if (arguments.size() > 4) {
+        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+        configuration.addCaCertificates(arguments.at(4));
+        QSslConfiguration::setDefaultConfiguration(configuration);
+    }
     SystemClock clock;
     GitHubClient client;
     client.session = std::make_shared<NetworkSession>();

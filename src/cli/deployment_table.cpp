@@ -111,7 +111,7 @@ Row rowOf(const DeploymentSnapshot &deployment, Instant now)
 }
 
 /// The sections with as many rows as fit in `room` lines.
-QList<Section> fittingSections(const QList<DeploymentSnapshot> &deployments, Instant now, qsizetype room)
+QList<Section> fittingSections(const DeploymentList &deployments, Instant now, qsizetype room)
 {
     const QList<DeploymentSection> sections = deploymentSections(deployments);
     const qsizetype whole = deployments.size() + 2 * sections.size();
@@ -122,7 +122,7 @@ QList<Section> fittingSections(const QList<DeploymentSnapshot> &deployments, Ins
         if (left < 3)
             break;
         Section shown{section.title, section.deployments.size(), {}};
-        const QList<DeploymentSnapshot> first = section.deployments.first(std::min(left - 2, shown.size));
+        const DeploymentList first = section.deployments.first(std::min(left - 2, shown.size));
         for (const auto &deployment : first)
             shown.rows.append(rowOf(deployment, now));
         left -= 2 + first.size();
@@ -276,9 +276,9 @@ QStringList renderChanges(const MonitorReport &previous, const MonitorReport &re
     if (previous.hint != report.hint && !report.hint.isEmpty())
         lines.append(harmless(report.hint));
     QHash<QString, DeploymentState> known;
-    for (const auto &deployment : previous.deployments)
+    for (const DeploymentSnapshot &deployment : previous.deployments)
         known.insert(deployment.id, deployment.state);
-    for (const auto &deployment : report.deployments) {
+    for (const DeploymentSnapshot &deployment : report.deployments) {
         const auto found = known.constFind(deployment.id);
         if (found == known.constEnd() || *found != deployment.state)
             lines.append(describeChange(deployment));

@@ -32,14 +32,14 @@ struct Counts {
     qsizetype total = 0;
 };
 
-Counts countsOf(const QList<DeploymentSnapshot> &deployments)
+Counts countsOf(const DeploymentList &deployments)
 {
     Counts counts;
     counts.total = deployments.size();
     for (const auto &deployment : deployments) {
-        counts.active += isActive(deployment.state) ? 1 : 0;
-        counts.failed += isFailure(deployment.state) ? 1 : 0;
-        counts.succeeded += deployment.state == DeploymentState::Success ? 1 : 0;
+        counts.active += isActive(deployment.state()) ? 1 : 0;
+        counts.failed += isFailure(deployment.state()) ? 1 : 0;
+        counts.succeeded += deployment.state() == DeploymentState::Success ? 1 : 0;
     }
     return counts;
 }
@@ -140,7 +140,7 @@ QString tooltipOf(const MonitorReport &report)
         if (left <= 0)
             break;
         lines.append(QStringLiteral("%1: %2").arg(section.title).arg(section.deployments.size()));
-        for (const auto &deployment : section.deployments) {
+        for (const DeploymentSnapshot &deployment : section.deployments) {
             if (left-- <= 0)
                 break;
             lines.append(QStringLiteral("  %1 · %2").arg(deployment.repositoryName, deployment.environment));

@@ -16,7 +16,7 @@ struct MonitorReport {
     bool isSaved = false; ///< shows what was saved; otherwise what the monitor publishes
     QString applicationName; ///< the display name of the application
     DeploymentMonitorState state;
-    QList<DeploymentSnapshot> deployments;
+    DeploymentList deployments;
     std::optional<Instant> lastRefreshedAt;
     QString message; ///< a line for each identity that failed
     std::optional<QString> unsaved; ///< a line for each file that could not be saved

@@ -104,11 +104,23 @@ void merge(DeploymentRateLimit &whole, const DeploymentRateLimit &batch)
     whole.resetAt = std::max(whole.resetAt, batch.resetAt);
 }
 
+void add(DeploymentFetchResult &whole, const DeploymentBatch &batch)
+{
+    for (const auto &deployments : batch.repositories) {
+        whole.deployments.append(deployments);
+        if (!deployments.isEmpty())
+            whole.repositoryNodeIDs.append(deployments.first()->repositoryNodeID);
+    }
+    whole.unanswered.append(batch.unanswered);
+    merge(whole.rateLimit, batch.rateLimit);
+}
+
 QCoro::Task<DeploymentBatch> fetchBatch(GitHubClient client, QStringList ids, QString accessToken, std::stop_token stop)
 {
     HTTPRequest request = client.deploymentsRequest(ids, accessToken);
-    const HTTPResponse response = co_await client.session->send(std::move(request), stop);
+    HTTPResponse response = co_await client.session->send(std::move(request), stop);
     requireSuccess(response, client.clock);
+    response.body.squeeze(); // it may be kept
     const auto resumeAt = resumeInstant(response, client.clock->now());
     const auto use = rateLimitUseOf(client);
     co_return client.known ? client.known->decoded(response.body, ids, use, resumeAt)
@@ -214,20 +226,16 @@ QCoro::Task<DeploymentFetchResult> GitHubClient::fetchDeployments(
     if (repositories.isEmpty())
         co_return whole;
     whole.rateLimit = DeploymentRateLimit::none();
-    QList<QList<DeploymentSnapshot>> parts;
     for (qsizetype first = 0; first < repositories.size(); first += kBatchSize) {
         QStringList ids = nodeIDs(repositories.mid(first, kBatchSize));
-        auto batch = co_await fetchBatch(client, std::move(ids), accessToken, stop);
-        parts.append(std::move(batch.repositories));
-        whole.unanswered.append(std::move(batch.unanswered));
-        merge(whole.rateLimit, batch.rateLimit);
+        const auto batch = co_await fetchBatch(client, std::move(ids), accessToken, stop);
+        add(whole, batch);
         // GitHub would refuse the next batch, and may penalise the account for it.
         const bool isLast = first + kBatchSize >= repositories.size();
         const DeploymentRateLimit &limit = batch.rateLimit;
         if (!isLast && limit.remaining < limit.cost && limit.resetAt > client.clock->now())
             throw PausedError(limit.resetAt);
     }
-    whole.deployments = client.known ? client.known->joinedOnce(parts) : joined(parts);
     co_return whole;
 }
 
@@ -236,7 +244,10 @@ QCoro::Task<DeploymentFetchResult> GitHubClient::fetchDeploymentBatch(
 {
     const GitHubClient client(*this);
     const auto batch = co_await fetchBatch(client, std::move(repositoryNodeIDs), accessToken, stop);
-    co_return DeploymentFetchResult{joined(batch.repositories), batch.rateLimit, batch.unanswered};
+    DeploymentFetchResult result;
+    result.rateLimit = DeploymentRateLimit::none();
+    add(result, batch);
+    co_return result;
 }
 
 void GitHubClient::remember()

@@ -40,8 +40,8 @@ public:
     std::shared_ptr<KnownDeployments> known; ///< null, or set by remember()
 
     /// From now on this client and its copies keep the deployments that they fetch, and decode again only the
-    /// repositories of which GitHub sends other bytes. Where all is as before, fetchDeployments() returns the same list
-    /// again, not a copy. All on one thread.
+    /// repositories of which GitHub sends other bytes. The deployments of all others share the same records again. All
+    /// on one thread.
     void remember();
 
     /// Forgets the deployments of all other repositories.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/deployment_snapshot.h"
+#include "model/shared_deployment.h"
 
 #include <QCoroTask>
 
@@ -12,7 +12,7 @@ namespace velmora
 
 /// The last merged list of deployments, as kept between two runs.
 struct DeploymentCachePayload {
-    QList<DeploymentSnapshot> deployments;
+    DeploymentList deployments;
     Instant savedAt;
 
     friend bool operator==(const DeploymentCachePayload &, const DeploymentCachePayload &) = default;

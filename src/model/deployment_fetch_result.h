@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/deployment_snapshot.h"
+#include "model/shared_deployment.h"
+
+#include <QStringList>
 
 #include <limits>
 
@@ -33,9 +35,10 @@ struct UnansweredRepository {
 
 /// The deployments of one fetch, in the order of fetching, and the rate limit after it.
 struct DeploymentFetchResult {
-    QList<DeploymentSnapshot> deployments;
+    DeploymentList deployments;
     DeploymentRateLimit rateLimit;
     QList<UnansweredRepository> unanswered = {};
+    QStringList repositoryNodeIDs = {}; ///< of the deployments, which may have another form than in the request
 
     friend bool operator==(const DeploymentFetchResult &, const DeploymentFetchResult &) = default;
 };

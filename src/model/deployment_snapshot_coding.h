@@ -3,7 +3,7 @@
 
 // For source files only that code records with deployments.
 
-#include "model/deployment_snapshot.h"
+#include "model/shared_deployment.h"
 #include "support/json_coding.h"
 
 namespace velmora
@@ -28,6 +28,12 @@ struct JSONTable<DeploymentSnapshot> {
         json::required("createdAt", &Record::createdAt), json::required("updatedAt", &Record::updatedAt),
         json::optional("statusDescription", &Record::statusDescription), json::optional("logURL", &Record::logURL),
         json::optional("environmentURL", &Record::environmentURL)};
+};
+
+template <>
+struct json::Codec<DeploymentList> {
+    static void decode(DeploymentList &value, Element element, const Path &path);
+    static void encode(Writer &writer, const DeploymentList &value);
 };
 
 } // namespace velmora

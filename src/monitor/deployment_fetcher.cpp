@@ -94,18 +94,14 @@ void DeploymentFetcher::forgetUnmonitored(const RefreshContext &context) const
 void FetchedDeployments::add(qint64 identityID, const QList<RepositoryRecord> &asked, DeploymentFetchResult &&result)
 {
     succeeded.insert(identityID);
-    for (const auto &deployment : std::as_const(result.deployments))
-        owners.insert(deployment.repositoryNodeID, identityID);
+    for (const QString &nodeID : std::as_const(result.repositoryNodeIDs))
+        owners.insert(nodeID, identityID);
     QSet<QString> withoutAnswer;
     for (const auto &repository : std::as_const(result.unanswered))
         withoutAnswer.insert(repository.nodeID);
     for (const RepositoryRecord &record : asked)
         (withoutAnswer.contains(record.id()) ? unanswered : repositories).append(record);
-    // Of one identity it is the client's own list, which shows at once that nothing has changed.
-    if (deployments.isEmpty())
-        deployments = std::move(result.deployments);
-    else
-        deployments += std::move(result.deployments);
+    deployments += std::move(result.deployments);
 }
 
 void FetchedDeployments::dropUnmonitored(const RefreshContext &context)

@@ -28,7 +28,7 @@ struct FetchedDeployments {
     QList<RepositoryRecord> repositories; ///< of those identities, and answered
     QList<RepositoryRecord> unmonitored; ///< answered, but no longer monitored when the fetch ended
     QList<RepositoryRecord> unanswered; ///< of those identities, but GitHub gave a reason instead of an answer
-    QList<DeploymentSnapshot> deployments; ///< of `repositories`
+    DeploymentList deployments; ///< of `repositories`
     QHash<QString, qint64> owners; ///< the identity through which a repository was fetched, by node id
     bool hasBrokenOff = false; ///< the machine fell asleep over a request, which is to be made again
 

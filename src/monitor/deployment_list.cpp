@@ -18,75 +18,98 @@ namespace
 constexpr auto kResultLifetime = 24h;
 constexpr auto kActiveLifetime = 7 * 24h;
 
-/// Deployments chosen for a list, as pointers into the lists that hold them: sorting them moves no texts.
-using Candidates = std::vector<const DeploymentSnapshot *>;
+/// A deployment chosen for a list.
+struct Candidate {
+    const SharedDeployment *deployment;
+    bool isKnown; ///< from the known ones
+};
+using Candidates = std::vector<Candidate>;
 
 /// One candidate for each id: the fetched deployment with the latest update, unless a known one that is not replaced is
 /// later. In the order of the known ones, then of the fetched ones.
-Candidates merged(
-    const QList<DeploymentSnapshot> &known, const QList<DeploymentSnapshot> &fetched, const Replacing &isReplaced)
+Candidates merged(const DeploymentList &known, const DeploymentList &fetched, const Replacing &isReplaced)
 {
     Candidates all;
-    QHash<QStringView, std::size_t> places;
+    QHash<DeploymentID, std::size_t> places;
     places.reserve(known.size() + fetched.size());
     all.reserve(static_cast<std::size_t>(known.size() + fetched.size()));
+    const auto isDropped = [&](const Candidate &chosen) {
+        return chosen.isKnown && isReplaced(*chosen.deployment);
+    };
     for (const auto &deployment : known) {
-        places.insert(deployment.id, all.size());
-        all.push_back(isReplaced(deployment) ? nullptr : &deployment);
+        places.insert({&deployment}, all.size());
+        all.push_back({&deployment, true});
     }
     for (const auto &deployment : fetched) {
-        const auto place = places.constFind(deployment.id);
+        const auto place = places.constFind({&deployment});
         if (place == places.constEnd()) {
-            places.insert(deployment.id, all.size());
-            all.push_back(&deployment);
-        } else if (!all[*place] || deployment.updatedAt >= all[*place]->updatedAt) {
-            all[*place] = &deployment;
+            places.insert({&deployment}, all.size());
+            all.push_back({&deployment, false});
+        } else if (auto &chosen = all[*place];
+                   deployment.updatedAt() >= chosen.deployment->updatedAt() || isDropped(chosen)) {
+            chosen = {&deployment, false};
         }
     }
-    std::erase(all, nullptr);
+    std::erase_if(all, isDropped);
     return all;
 }
 
-bool isWorthShowing(const DeploymentSnapshot &deployment, Instant now)
+bool isWorthShowing(const SharedDeployment &deployment, Instant now)
 {
-    const auto lifetime = isActive(deployment.state) ? kActiveLifetime : kResultLifetime;
-    return deployment.state != DeploymentState::Inactive && deployment.updatedAt >= now - lifetime;
+    const auto lifetime = isActive(deployment.state()) ? kActiveLifetime : kResultLifetime;
+    return deployment.state() != DeploymentState::Inactive && deployment.updatedAt() >= now - lifetime;
 }
 
-bool isShownBefore(const DeploymentSnapshot *left, const DeploymentSnapshot *right)
+bool isShownBefore(const Candidate &left, const Candidate &right)
 {
-    const bool isLeftActive = isActive(left->state);
-    return isLeftActive != isActive(right->state) ? isLeftActive : left->updatedAt > right->updatedAt;
+    const bool isLeftActive = isActive(left.deployment->state());
+    return isLeftActive != isActive(right.deployment->state())
+        ? isLeftActive
+        : left.deployment->updatedAt() > right.deployment->updatedAt();
 }
 
-QList<DeploymentSnapshot> shown(Candidates candidates, Instant now)
+DeploymentList shown(Candidates candidates, Instant now)
 {
-    std::erase_if(candidates, [now](const auto *deployment) { return !isWorthShowing(*deployment, now); });
+    std::erase_if(candidates, [now](const Candidate &chosen) { return !isWorthShowing(*chosen.deployment, now); });
     std::ranges::stable_sort(candidates, &isShownBefore);
-    QList<DeploymentSnapshot> list;
+    DeploymentList list;
     list.reserve(static_cast<qsizetype>(candidates.size()));
-    for (const auto *deployment : candidates)
-        list.append(*deployment);
+    for (const Candidate &chosen : candidates)
+        list.append(*chosen.deployment);
     return list;
 }
 
 } // namespace
 
-QList<DeploymentSnapshot> filteredAndSorted(const QList<DeploymentSnapshot> &deployments, Instant now)
+DeploymentList filteredAndSorted(const DeploymentList &deployments, Instant now)
 {
     return shown(merged({}, deployments, {}), now);
 }
 
-QList<DeploymentSnapshot> shownAfterFetch(const QList<DeploymentSnapshot> &known,
-    const QList<DeploymentSnapshot> &fetched, const Replacing &isReplaced, Instant now)
+DeploymentList shownAfterFetch(
+    const DeploymentList &known, const DeploymentList &fetched, const Replacing &isReplaced, Instant now)
 {
     return shown(merged(known, fetched, isReplaced), now);
 }
 
-QList<DeploymentSnapshot> stillShown(QList<DeploymentSnapshot> shown, Instant now)
+DeploymentList stillShown(DeploymentList shown, Instant now)
 {
-    shown.removeIf([now](const DeploymentSnapshot &deployment) { return !isWorthShowing(deployment, now); });
+    shown.removeIf([now](const SharedDeployment &deployment) { return !isWorthShowing(deployment, now); });
     return shown;
+}
+
+DeploymentList changedSince(const DeploymentList &earlier, const DeploymentList &list)
+{
+    if (earlier.isEmpty() || list.isSharedWith(earlier))
+        return earlier.isEmpty() ? list : DeploymentList();
+    QSet<const DeploymentSnapshot *> held;
+    held.reserve(earlier.size());
+    for (const auto &deployment : earlier)
+        held.insert(&*deployment);
+    DeploymentList changed;
+    std::ranges::copy_if(list, std::back_inserter(changed),
+        [&](const SharedDeployment &deployment) { return !held.contains(&*deployment); });
+    return changed;
 }
 
 RepositoryIndex::RepositoryIndex(QList<RepositoryRecord> repositories)
@@ -105,12 +128,12 @@ const RepositoryRecord *RepositoryIndex::find(const DeploymentSnapshot &deployme
 }
 
 QList<RepositoryRecord> repositoriesWithActiveDeployments(
-    const QList<RepositoryRecord> &repositories, const QList<DeploymentSnapshot> &deployments)
+    const QList<RepositoryRecord> &repositories, const DeploymentList &deployments)
 {
     const RepositoryIndex index(repositories);
     QSet<QString> active;
     for (const auto &deployment : deployments) {
-        if (!isActive(deployment.state))
+        if (!isActive(deployment.state()))
             continue;
         if (const auto *record = index.find(deployment))
             active.insert(record->id());

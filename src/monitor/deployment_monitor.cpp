@@ -183,8 +183,7 @@ QCoro::Task<> DeploymentMonitor::forgetRemoved(
     return inTurn(Turn::Awaited, [this, context] { return m_refresher.forgetRemoved(context); });
 }
 
-QCoro::Task<> DeploymentMonitor::processNotifications(
-    QList<DeploymentSnapshot> previous, QList<DeploymentSnapshot> updated)
+QCoro::Task<> DeploymentMonitor::processNotifications(DeploymentList previous, DeploymentList updated)
 {
     m_news.announce(previous, updated);
     co_return;

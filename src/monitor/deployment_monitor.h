@@ -45,7 +45,7 @@ public:
     DeploymentMonitor(GitHubClient client, Services services, QObject *parent = nullptr);
 
     /// The deployments on show: unique, filtered, active ones first, newest first.
-    [[nodiscard]] const QList<DeploymentSnapshot> &deployments() const { return m_shown.deployments(); }
+    [[nodiscard]] const DeploymentList &deployments() const { return m_shown.deployments(); }
     [[nodiscard]] const DeploymentMonitorState &state() const { return m_shown.state(); }
     /// A line for each identity that failed (its login, ": ", why), and for each reason for which GitHub tells nothing
     /// of some repositories; empty when there is none.
@@ -109,8 +109,7 @@ public:
     /// Has announced what became of the deployments between two lists, each result once; waits for none of it. The
     /// first call only records what is there, but for the ends of what was under way in `previous`. A repeated id
     /// in `previous` is a fatal error.
-    [[nodiscard]] QCoro::Task<> processNotifications(
-        QList<DeploymentSnapshot> previous, QList<DeploymentSnapshot> updated);
+    [[nodiscard]] QCoro::Task<> processNotifications(DeploymentList previous, DeploymentList updated);
 
 Q_SIGNALS:
     /// deployments, state, message, lastRefreshedAt or unsaved changed.

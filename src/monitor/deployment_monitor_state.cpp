@@ -64,16 +64,15 @@ QString DeploymentMonitorPresentation::title() const
     return QStringLiteral("Velmora");
 }
 
-DeploymentMonitorPresentation presentation(
-    const DeploymentMonitorState &state, const QList<DeploymentSnapshot> &deployments)
+DeploymentMonitorPresentation presentation(const DeploymentMonitorState &state, const DeploymentList &deployments)
 {
     DeploymentMonitorPresentation result{state.state};
     if (state.state != DeploymentMonitorState::Case::Ready)
         return result;
     for (const auto &deployment : deployments) {
-        if (isActive(deployment.state))
+        if (isActive(deployment.state()))
             ++result.activeCount;
-        else if (isFailure(deployment.state))
+        else if (isFailure(deployment.state()))
             ++result.failedCount;
     }
     return result;

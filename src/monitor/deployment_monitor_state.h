@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/deployment_snapshot.h"
+#include "model/shared_deployment.h"
 
 #include <QList>
 #include <QString>
@@ -81,6 +81,6 @@ struct DeploymentMonitorPresentation {
 };
 
 [[nodiscard]] DeploymentMonitorPresentation presentation(
-    const DeploymentMonitorState &state, const QList<DeploymentSnapshot> &deployments);
+    const DeploymentMonitorState &state, const DeploymentList &deployments);
 
 } // namespace velmora

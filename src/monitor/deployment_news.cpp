@@ -28,20 +28,20 @@ void DeploymentNews::adoptSaved(Instant savedAt, Instant now)
     m_isHandedOver = now - savedAt < kLongestHandOver;
 }
 
-QList<DeploymentSnapshot> DeploymentNews::comparable(const QList<DeploymentSnapshot> &shown) const
+DeploymentList DeploymentNews::comparable(const DeploymentList &shown) const
 {
-    return m_announcer.hasCompletedLiveRefresh() || m_isHandedOver ? shown : QList<DeploymentSnapshot>();
+    return m_announcer.hasCompletedLiveRefresh() || m_isHandedOver ? shown : DeploymentList();
 }
 
 void DeploymentNews::recordFetch(const RefreshContext &context, const QList<RepositoryRecord> &fetched,
-    const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
+    const DeploymentList &previous, const DeploymentList &updated)
 {
     const auto newcomers = addAnswered(fetched);
     forgetUnmonitored(context);
     if (newcomers.isEmpty() || !m_announcer.hasCompletedLiveRefresh())
         return;
     const RepositoryIndex index(newcomers);
-    QList<DeploymentSnapshot> history;
+    DeploymentList history;
     std::ranges::copy_if(updated, std::back_inserter(history),
         [&](const DeploymentSnapshot &deployment) { return index.find(deployment) != nullptr; });
     m_announcer.recordHistory(previous, history);

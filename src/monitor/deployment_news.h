@@ -26,13 +26,13 @@ public:
 
     /// The list with which the next one is compared: `shown`, or an empty one while `shown` is from an earlier run that
     /// does not hand over.
-    [[nodiscard]] QList<DeploymentSnapshot> comparable(const QList<DeploymentSnapshot> &shown) const;
+    [[nodiscard]] DeploymentList comparable(const DeploymentList &shown) const;
 
     /// `fetched` were answered. Records the history of those that were answered for the first time.
     void recordFetch(const RefreshContext &context, const QList<RepositoryRecord> &fetched,
-        const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated);
+        const DeploymentList &previous, const DeploymentList &updated);
     /// See ResultAnnouncer::process().
-    void announce(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
+    void announce(const DeploymentList &previous, const DeploymentList &updated)
     {
         m_announcer.process(previous, updated);
     }

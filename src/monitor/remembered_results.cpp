@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "monitor/remembered_results.h"
 
+#include "monitor/deployment_list.h"
 #include "support/clock.h"
 #include "support/task_scope.h"
 
@@ -50,6 +51,11 @@ QCoro::Task<> storeChanges(Preferences *defaults, ListChanges changes)
 
 } // namespace
 
+bool isResult(DeploymentState state)
+{
+    return isFailure(state) || state == DeploymentState::Success;
+}
+
 RememberedResults::RememberedResults(Preferences *defaults, const Clock *clock)
     : m_defaults(defaults)
     , m_clock(clock)
@@ -82,15 +88,21 @@ void RememberedResults::keep(const Changes &changes)
 }
 
 /// Returns whether there is a result that was not seen on this day before.
-bool RememberedResults::recordSeen(const QList<DeploymentSnapshot> &seen)
+bool RememberedResults::recordSeen(const DeploymentList &list)
 {
     if (const QString day = today(); m_day != day) {
         m_day = day;
         m_seenOnDay.clear();
+        m_seen.clear();
     }
     const auto before = m_seenOnDay.size();
-    for (const DeploymentSnapshot &result : seen)
-        m_seenOnDay.insert(resultKey(result));
+    const auto changed = changedSince(m_seen, list);
+    for (const auto &deployment : changed) {
+        if (isResult(deployment.state()))
+            m_seenOnDay.insert(resultKey(deployment));
+    }
+    if (!list.isEmpty())
+        m_seen = list;
     return m_seenOnDay.size() != before;
 }
 
@@ -139,11 +151,6 @@ void RememberedResults::giveUp(const DeploymentSnapshot &result)
     ListChanges changes;
     changes[kWaitingKey].removed.append(resultKey(result));
     launch(storeChanges(m_defaults, changes), kStoring);
-}
-
-bool RememberedResults::hasSeenToday() const
-{
-    return m_day == today();
 }
 
 QString RememberedResults::today() const

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/deployment_snapshot.h"
+#include "model/shared_deployment.h"
 #include "platform/preferences.h"
 
 #include <QCoroTask>
@@ -30,9 +30,9 @@ public:
 
     /// What a list of deployments adds to them.
     struct Changes {
-        QList<DeploymentSnapshot> history; ///< results that are not to be announced
-        QList<DeploymentSnapshot> waiting; ///< results that are to be announced
-        QList<DeploymentSnapshot> seen; ///< every result in the list
+        DeploymentList history; ///< results that are not to be announced
+        DeploymentList waiting; ///< results that are to be announced
+        DeploymentList seen; ///< the list, in which results are seen
     };
 
     /// The pointers are not owned and outlive this object.
@@ -40,9 +40,6 @@ public:
 
     /// Reads all of them from the preferences, which takes time in proportion to their number.
     [[nodiscard]] Keys keys() const;
-
-    /// Whether keep() was called on this day.
-    [[nodiscard]] bool hasSeenToday() const;
 
     /// Stores the changes in one step. What is stored already is not written again.
     void keep(const Changes &changes);
@@ -57,13 +54,17 @@ public:
 private:
     [[nodiscard]] QString today() const;
     [[nodiscard]] QHash<QString, QString> daysByKey() const;
-    [[nodiscard]] bool recordSeen(const QList<DeploymentSnapshot> &seen);
+    [[nodiscard]] bool recordSeen(const DeploymentList &list);
     void renewDays(const Changes &changes, bool isNewDay, ListChanges &lists) const;
 
     Preferences *m_defaults;
     const Clock *m_clock;
     QString m_day; ///< the last day on which keep() was called
     QSet<QString> m_seenOnDay;
+    DeploymentList m_seen; ///< the last list that was seen on that day
 };
+
+/// Whether the state is an end that can be announced.
+[[nodiscard]] bool isResult(DeploymentState state);
 
 } // namespace velmora

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "monitor/result_announcer.h"
 
+#include "monitor/deployment_list.h"
 #include "support/error.h"
 
 #include <QLoggingCategory>
@@ -17,21 +18,16 @@ namespace
 
 Q_LOGGING_CATEGORY(announcerLog, "velmora.announcer", QtWarningMsg)
 
-bool isResult(const DeploymentSnapshot &deployment)
+QHash<DeploymentID, DeploymentState> statesByID(const DeploymentList &deployments)
 {
-    return isFailure(deployment.state) || deployment.state == DeploymentState::Success;
-}
-
-QHash<QString, DeploymentState> statesByID(const QList<DeploymentSnapshot> &deployments)
-{
-    QHash<QString, DeploymentState> states;
+    QHash<DeploymentID, DeploymentState> states;
     states.reserve(deployments.size());
     for (const auto &deployment : deployments) {
         // The list is unique by construction. If an id is repeated, notifications can no longer be trusted, and going
         // on would hide the fault.
-        if (states.contains(deployment.id))
+        if (states.contains({&deployment}))
             qFatal("The list of deployments holds an id twice.");
-        states.insert(deployment.id, deployment.state);
+        states.insert({&deployment}, deployment.state());
     }
     return states;
 }
@@ -60,45 +56,41 @@ ResultAnnouncer::ResultAnnouncer(
 {
 }
 
-void ResultAnnouncer::process(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
+void ResultAnnouncer::process(const DeploymentList &previous, const DeploymentList &updated)
 {
-    // The same list as last time, on the same day, holds nothing new.
-    const bool isRepeated = m_hasCompletedLiveRefresh && updated.isSharedWith(m_processed)
-        && previous.isSharedWith(updated) && m_results.hasSeenToday();
-    if (!isRepeated)
-        take(previous, updated);
+    take(previous, updated);
     if (!m_isPosting && !m_queue.isEmpty())
         m_scope.launch(postQueue(), "Announcing results");
 }
 
-/// Queues the results that are new, and remembers all.
-void ResultAnnouncer::take(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
+/// Queues the results that are new, and remembers all. What is the same record as before brings nothing new.
+void ResultAnnouncer::take(const DeploymentList &previous, const DeploymentList &updated)
 {
     const bool isFirst = !std::exchange(m_hasCompletedLiveRefresh, true);
-    m_processed = updated;
-    const States before = statesByID(previous);
-    RememberedResults::Changes changes;
-    std::ranges::copy_if(updated, std::back_inserter(changes.seen), &isResult);
-    QList<DeploymentSnapshot> candidates;
-    std::ranges::copy_if(changes.seen, std::back_inserter(candidates), [&](const DeploymentSnapshot &result) {
-        return isFirst || isNew(result, before.value(result.id, DeploymentState::Unknown));
+    const States before = previous.isSharedWith(updated) ? States() : statesByID(previous);
+    DeploymentList candidates = changedSince(isFirst ? DeploymentList() : previous, updated);
+    candidates.removeIf([&](const SharedDeployment &deployment) {
+        return !isResult(deployment.state())
+            || !(isFirst || isNew(deployment, before.value({&deployment}, DeploymentState::Unknown)));
     });
+    RememberedResults::Changes changes;
+    changes.seen = updated;
     sortOut(candidates, before, isFirst, changes);
     m_queue += changes.waiting;
     m_results.keep(changes);
 }
 
 /// Sorts the results into history and those to be posted, failures first.
-void ResultAnnouncer::sortOut(const QList<DeploymentSnapshot> &results, const States &before, bool isFirst,
-    RememberedResults::Changes &changes) const
+void ResultAnnouncer::sortOut(
+    const DeploymentList &results, const States &before, bool isFirst, RememberedResults::Changes &changes) const
 {
     if (results.isEmpty())
         return;
     const auto keys = m_results.keys();
-    for (const DeploymentSnapshot &result : results) {
+    for (const auto &result : results) {
         if (keys.known.contains(resultKey(result)) || isQueued(result))
             continue;
-        if (isFirst && isHistory(result, before.value(result.id, DeploymentState::Unknown), keys))
+        if (isFirst && isHistory(result, before.value({&result}, DeploymentState::Unknown), keys))
             changes.history.append(result);
         else if (isEnabled(result))
             changes.waiting.append(result);
@@ -107,15 +99,14 @@ void ResultAnnouncer::sortOut(const QList<DeploymentSnapshot> &results, const St
         [](const DeploymentSnapshot &result) { return isFailure(result.state); });
 }
 
-void ResultAnnouncer::recordHistory(
-    const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &deployments)
+void ResultAnnouncer::recordHistory(const DeploymentList &previous, const DeploymentList &deployments)
 {
     const States before = statesByID(previous);
     const auto keys = m_results.keys();
     RememberedResults::Changes changes;
-    std::ranges::copy_if(deployments, std::back_inserter(changes.history), [&](const DeploymentSnapshot &deployment) {
-        return isResult(deployment) && !keys.known.contains(resultKey(deployment))
-            && isHistory(deployment, before.value(deployment.id, DeploymentState::Unknown), keys);
+    std::ranges::copy_if(deployments, std::back_inserter(changes.history), [&](const SharedDeployment &deployment) {
+        return isResult(deployment.state()) && !keys.known.contains(resultKey(deployment))
+            && isHistory(deployment, before.value({&deployment}, DeploymentState::Unknown), keys);
     });
     m_results.keep(changes);
 }

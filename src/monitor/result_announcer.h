@@ -31,20 +31,20 @@ public:
     /// Queues the results of `updated` that `previous` did not have, failures first. The first call does
     /// recordHistory(), and queues what is left and what an earlier run has not posted. A notification that
     /// could not be delivered counts as announced. A repeated id in `previous` is a fatal error.
-    void process(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated);
+    void process(const DeploymentList &previous, const DeploymentList &updated);
 
     /// Remembers the results among the deployments as history, which is not announced. Left out are the ends of
     /// deployments that were under way in `previous`, and results that an earlier run has not posted.
-    void recordHistory(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &deployments);
+    void recordHistory(const DeploymentList &previous, const DeploymentList &deployments);
 
 private:
-    using States = QHash<QString, DeploymentState>; ///< by the id of the deployment
+    using States = QHash<DeploymentID, DeploymentState>;
 
     [[nodiscard]] bool isEnabled(const DeploymentSnapshot &result) const;
     [[nodiscard]] bool isQueued(const DeploymentSnapshot &result) const;
-    void take(const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated);
-    void sortOut(const QList<DeploymentSnapshot> &results, const States &before, bool isFirst,
-        RememberedResults::Changes &changes) const;
+    void take(const DeploymentList &previous, const DeploymentList &updated);
+    void sortOut(
+        const DeploymentList &results, const States &before, bool isFirst, RememberedResults::Changes &changes) const;
     QCoro::Task<> postQueue();
     QCoro::Task<> post(DeploymentSnapshot result);
 
@@ -52,8 +52,7 @@ private:
     Preferences *m_defaults;
     RememberedResults m_results;
     bool m_hasCompletedLiveRefresh = false;
-    QList<DeploymentSnapshot> m_processed; ///< the last list that was processed
-    QList<DeploymentSnapshot> m_queue; ///< the first is the one that is being posted
+    DeploymentList m_queue; ///< the first is the one that is being posted
     bool m_isPosting = false;
     TaskScope m_scope;
 };

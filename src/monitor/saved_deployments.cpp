@@ -39,7 +39,7 @@ QCoro::Task<std::optional<DeploymentCachePayload>> SavedDeployments::load()
     co_return payload;
 }
 
-QCoro::Task<> SavedDeployments::save(QList<DeploymentSnapshot> deployments)
+QCoro::Task<> SavedDeployments::save(DeploymentList deployments)
 {
     const QPointer<SavedDeployments> self(this);
     const DeploymentCachePayload payload{deployments, m_clock->now()};
@@ -74,7 +74,7 @@ bool SavedDeployments::isSaved(const DeploymentCachePayload &payload) const
         && m_saved->deployments == payload.deployments;
 }
 
-QCoro::Task<> SavedDeployments::saveAgain(QList<DeploymentSnapshot> deployments)
+QCoro::Task<> SavedDeployments::saveAgain(DeploymentList deployments)
 {
     if (!m_failure.isEmpty() && m_clock->now() >= m_retryAt)
         co_await save(deployments);

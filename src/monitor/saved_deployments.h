@@ -30,9 +30,9 @@ public:
     [[nodiscard]] QCoro::Task<std::optional<DeploymentCachePayload>> load();
     /// A refresh succeeded, or the list changed. Saves a list that differs from the saved one at once, and an equal one
     /// when its saved time is 5 minutes old.
-    [[nodiscard]] QCoro::Task<> save(QList<DeploymentSnapshot> deployments);
+    [[nodiscard]] QCoro::Task<> save(DeploymentList deployments);
     /// Saves after a save that failed, 30 seconds later at the earliest. Meant for the times in which no refresh saves.
-    [[nodiscard]] QCoro::Task<> saveAgain(QList<DeploymentSnapshot> deployments);
+    [[nodiscard]] QCoro::Task<> saveAgain(DeploymentList deployments);
 
     /// Why the last save failed; empty when it succeeded.
     [[nodiscard]] const QString &failure() const { return m_failure; }

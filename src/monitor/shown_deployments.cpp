@@ -20,8 +20,7 @@ ShownDeployments::ShownDeployments(const FetchOutcomes *outcomes, const Clock *c
 
 bool ShownDeployments::hasActiveDeployment() const
 {
-    return std::ranges::any_of(
-        deployments(), [](const DeploymentSnapshot &deployment) { return isActive(deployment.state); });
+    return !deployments().isEmpty() && isActive(deployments().first().state());
 }
 
 void ShownDeployments::showLoading()
@@ -99,8 +98,7 @@ void ShownDeployments::showListAfter(const FetchedDeployments &fetched, const Re
 }
 
 /// A fetch of active deployments replaces those of the repositories that were asked for.
-QList<DeploymentSnapshot> ShownDeployments::listAfterActive(
-    const FetchedDeployments &fetched, const RefreshContext &context) const
+DeploymentList ShownDeployments::listAfterActive(const FetchedDeployments &fetched, const RefreshContext &context) const
 {
     const RepositoryIndex asked(fetched.repositories + fetched.unmonitored);
     const auto wasAsked = [&](const DeploymentSnapshot &deployment) {
@@ -111,8 +109,7 @@ QList<DeploymentSnapshot> ShownDeployments::listAfterActive(
 
 /// A full fetch replaces the deployments of the identities that succeeded, and drops those that no listed identity
 /// reaches.
-QList<DeploymentSnapshot> ShownDeployments::listAfter(
-    const FetchedDeployments &fetched, const RefreshContext &context) const
+DeploymentList ShownDeployments::listAfter(const FetchedDeployments &fetched, const RefreshContext &context) const
 {
     const RepositoryIndex monitored(context.installations->monitoredRepositories());
     const RepositoryIndex known(context.installations->repositories());

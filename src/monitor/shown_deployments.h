@@ -36,7 +36,7 @@ public:
     ShownDeployments(const FetchOutcomes *outcomes, const Clock *clock, QObject *parent = nullptr);
 
     /// Unique, filtered, active ones first, newest first.
-    [[nodiscard]] const QList<DeploymentSnapshot> &deployments() const { return m_published.deployments; }
+    [[nodiscard]] const DeploymentList &deployments() const { return m_published.deployments; }
     [[nodiscard]] bool hasActiveDeployment() const;
     [[nodiscard]] const DeploymentMonitorState &state() const { return m_published.state; }
     [[nodiscard]] bool isDisconnected() const { return state().state == DeploymentMonitorState::Case::Disconnected; }
@@ -61,7 +61,7 @@ Q_SIGNALS:
 
 private:
     struct Published {
-        QList<DeploymentSnapshot> deployments;
+        DeploymentList deployments;
         DeploymentMonitorState state = DeploymentMonitorState::loading(false);
         QString message;
         std::optional<Instant> lastRefreshedAt;
@@ -80,13 +80,12 @@ private:
     struct LastFetch {
         Grounds grounds;
         Instant now;
-        QList<DeploymentSnapshot> list; ///< that it left on show
+        DeploymentList list; ///< that it left on show
     };
 
     void showListAfter(const FetchedDeployments &fetched, const RefreshContext &context, Published &next);
-    [[nodiscard]] QList<DeploymentSnapshot> listAfter(
-        const FetchedDeployments &fetched, const RefreshContext &context) const;
-    [[nodiscard]] QList<DeploymentSnapshot> listAfterActive(
+    [[nodiscard]] DeploymentList listAfter(const FetchedDeployments &fetched, const RefreshContext &context) const;
+    [[nodiscard]] DeploymentList listAfterActive(
         const FetchedDeployments &fetched, const RefreshContext &context) const;
     [[nodiscard]] DeploymentMonitorState currentState(
         const RefreshContext &context, std::optional<Instant> lastRefreshedAt) const;

@@ -28,13 +28,13 @@ QString sectionTitle(DeploymentSectionKind kind)
     Q_UNREACHABLE();
 }
 
-QList<DeploymentSection> deploymentSections(const QList<DeploymentSnapshot> &deployments)
+QList<DeploymentSection> deploymentSections(const DeploymentList &deployments)
 {
     using enum DeploymentSectionKind;
     std::array sections{DeploymentSection{sectionTitle(InProgress), {}}, DeploymentSection{sectionTitle(Failed), {}},
         DeploymentSection{sectionTitle(Completed), {}}};
     for (const auto &deployment : deployments)
-        sections.at(static_cast<std::size_t>(sectionOf(deployment.state))).deployments.append(deployment);
+        sections.at(static_cast<std::size_t>(sectionOf(deployment.state()))).deployments.append(deployment);
     QList<DeploymentSection> result;
     for (const auto &section : sections) {
         if (!section.deployments.isEmpty())

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/deployment_snapshot.h"
+#include "model/shared_deployment.h"
 
 #include <QList>
 #include <QString>
@@ -22,13 +22,13 @@ enum class DeploymentSectionKind {
 /// The deployments of one section.
 struct DeploymentSection {
     QString title;
-    QList<DeploymentSnapshot> deployments;
+    DeploymentList deployments;
 
     friend bool operator==(const DeploymentSection &, const DeploymentSection &) = default;
 };
 
 /// Divides the list into "In progress", "Failed" and "Completed" and keeps its order. Empty sections are left out.
-[[nodiscard]] QList<DeploymentSection> deploymentSections(const QList<DeploymentSnapshot> &deployments);
+[[nodiscard]] QList<DeploymentSection> deploymentSections(const DeploymentList &deployments);
 
 /// The first 7 characters of the commit.
 [[nodiscard]] QString shortCommit(const DeploymentSnapshot &deployment);

@@ -34,13 +34,13 @@ QString shortTime(Instant instant)
 
 } // namespace
 
-QString statusText(const DeploymentMonitorState &state, const QList<DeploymentSnapshot> &deployments)
+QString statusText(const DeploymentMonitorState &state, const DeploymentList &deployments)
 {
     switch (state.state) {
     case DeploymentMonitorState::Case::Loading:
         return QStringLiteral("Refreshing deployments");
     case DeploymentMonitorState::Case::Ready:
-        if (std::ranges::any_of(deployments, [](const auto &deployment) { return isActive(deployment.state); }))
+        if (std::ranges::any_of(deployments, [](const auto &deployment) { return isActive(deployment.state()); }))
             return QStringLiteral("Deployment in progress");
         return QStringLiteral("GitHub deployments");
     case DeploymentMonitorState::Case::Stale:

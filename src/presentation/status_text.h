@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/deployment_snapshot.h"
+#include "model/shared_deployment.h"
 #include "monitor/deployment_monitor_state.h"
 
 #include <QList>
@@ -11,6 +11,6 @@ namespace velmora
 {
 
 /// The line below the title: the state of the monitor. Times are in the user's zone and locale.
-[[nodiscard]] QString statusText(const DeploymentMonitorState &state, const QList<DeploymentSnapshot> &deployments);
+[[nodiscard]] QString statusText(const DeploymentMonitorState &state, const DeploymentList &deployments);
 
 } // namespace velmora

@@ -74,11 +74,11 @@ private Q_SLOTS:
         report.message = hostile;
         report.unsaved = hostile;
         report.hint = hostile;
-        for (DeploymentSnapshot &deployment : report.deployments) {
-            deployment.repositoryName = hostile;
-            deployment.environment = hostile;
-            deployment.refName = hostile;
-            deployment.commitOID = hostile;
+        for (auto &deployment : report.deployments) {
+            change(deployment, [&](DeploymentSnapshot &record) {
+                record.repositoryName = record.environment = record.commitOID = hostile;
+                record.refName = hostile;
+            });
         }
         const QStringList printed = renderReport(report, {hostile}, noon(), {200, 0, false})
             + renderChanges(MonitorReport(), report) + renderColumns({QStringLiteral("NAME")}, {{hostile}});
@@ -114,9 +114,15 @@ private Q_SLOTS:
     {
         QFETCH(int, width);
         MonitorReport report = storyReport();
-        report.deployments[0].repositoryName = QStringLiteral("organisation-with-a-long-name/試験試験試験試験試験");
-        report.deployments[1].environment = QStringLiteral("review/an-environment-with-a-very-long-name-indeed");
-        report.deployments[2].refName = QStringLiteral("refs/heads/a-branch-with-a-name-that-never-ends");
+        change(report.deployments[0], [](DeploymentSnapshot &deployment) {
+            deployment.repositoryName = QStringLiteral("organisation-with-a-long-name/試験試験試験試験試験");
+        });
+        change(report.deployments[1], [](DeploymentSnapshot &deployment) {
+            deployment.environment = QStringLiteral("review/an-environment-with-a-very-long-name-indeed");
+        });
+        change(report.deployments[2], [](DeploymentSnapshot &deployment) {
+            deployment.refName = QStringLiteral("refs/heads/a-branch-with-a-name-that-never-ends");
+        });
         report.message = QStringLiteral("zed: something has gone wrong in a way that takes many words to tell");
         report.hint = report.message;
         for (const bool isColoured : {false, true}) {
@@ -131,7 +137,9 @@ private Q_SLOTS:
     {
         MonitorReport report = storyReport();
         report.deployments = {report.deployments.at(1)};
-        report.deployments[0].repositoryName = QStringLiteral("an-organisation/with-a-repository");
+        change(report.deployments[0], [](DeploymentSnapshot &deployment) {
+            deployment.repositoryName = QStringLiteral("an-organisation/with-a-repository");
+        });
         const QString row = renderReport(report, {}, noon(), {66, 0, false}).at(3);
         QCOMPARE(row, QStringLiteral("  ✗ an-organisatio…-a-repository  production  0123456 · 1 hour ago"));
         const QString narrow = renderReport(report, {}, noon(), {60, 0, false}).at(3);
@@ -160,10 +168,10 @@ private Q_SLOTS:
         MonitorReport report = storyReport();
         const QString hostile = QStringLiteral("a\x1b[2J\u202Eb\nc");
         for (auto &deployment : report.deployments) {
-            deployment.repositoryName = hostile;
-            deployment.environment = hostile;
-            deployment.refName = hostile;
-            deployment.commitOID = hostile;
+            change(deployment, [&](DeploymentSnapshot &record) {
+                record.repositoryName = record.environment = record.commitOID = hostile;
+                record.refName = hostile;
+            });
         }
         report.message = QStringLiteral("x\x1b]0;title\x07");
         const QString text = renderReport(report, {hostile}, noon(), {100, 0, false}).join(QLatin1Char('|'));
@@ -233,7 +241,8 @@ private Q_SLOTS:
         QVERIFY(renderChanges(first, first).isEmpty());
 
         MonitorReport next = first;
-        next.deployments[0].state = DeploymentState::Success;
+        change(
+            next.deployments[0], [](DeploymentSnapshot &deployment) { deployment.state = DeploymentState::Success; });
         next.message = QStringLiteral("zed: The network is down.");
         const QStringList expected{QStringLiteral("Velmora: GitHub deployments"),
             QStringLiteral("zed: The network is down."),

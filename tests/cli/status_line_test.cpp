@@ -130,7 +130,8 @@ private Q_SLOTS:
     {
         const QList<DeploymentState> many(40, DeploymentState::InProgress);
         MonitorReport shown = report(State::ready(noon()), many + QList{DeploymentState::Failure});
-        shown.deployments.first().environment = QStringLiteral("<b>&staging\n\u202E");
+        change(shown.deployments.first(),
+            [](DeploymentSnapshot &deployment) { deployment.environment = QStringLiteral("<b>&staging\n\u202E"); });
         const QString tooltip = waybar(shown).value(QLatin1String("tooltip")).toString();
         QVERIFY2(tooltip.startsWith(QStringLiteral("Deployment in progress\nIn progress: 40\n  acme/web · ")),
             qPrintable(tooltip));

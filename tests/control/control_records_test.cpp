@@ -63,8 +63,10 @@ MonitorReport fullReport(const State &state)
     report.unsaved = QStringLiteral("full");
     report.hint = QStringLiteral("do “this”");
     report.deployments = {makeSnapshot(QStringLiteral("D_1"), DeploymentState::InProgress, noon() + 7us)};
-    report.deployments.first().statusDescription = QStringLiteral("");
-    report.deployments.first().logURL = WebAddress(QStringLiteral("https://ci.example/1"));
+    change(report.deployments.first(), [](DeploymentSnapshot &deployment) {
+        deployment.statusDescription = QStringLiteral("");
+        deployment.logURL = WebAddress(QStringLiteral("https://ci.example/1"));
+    });
     return report;
 }
 

@@ -83,7 +83,7 @@ private Q_SLOTS:
         QCOMPARE(shown.state, DeploymentMonitorState::stale(noon() - 5min));
         QCOMPARE(shown.savedAt, std::optional(noon() - 5min));
         QCOMPARE(shown.lastRefreshedAt, std::optional(noon() - 5min));
-        QCOMPARE(shown.deployments, QList{recent});
+        QCOMPARE(shown.deployments, DeploymentList{recent});
     }
 
     void anotherProcessThatSavesIsNoticed()

@@ -28,7 +28,10 @@ QByteArray fixture()
 DeploymentFetchResult resultOf(const QByteArray &json)
 {
     const auto batch = decodedBatch(json, {}, RateLimitUse::Always);
-    return {joined(batch.repositories), batch.rateLimit, batch.unanswered};
+    DeploymentFetchResult result{{}, batch.rateLimit, batch.unanswered};
+    for (const auto &deployments : batch.repositories)
+        result.deployments += deployments;
+    return result;
 }
 
 QString failureOf(const QByteArray &json)
@@ -122,7 +125,7 @@ private Q_SLOTS:
     {
         const auto result = resultOf(fixture());
         QStringList ids;
-        for (const auto &snapshot : result.deployments)
+        for (const DeploymentSnapshot &snapshot : result.deployments)
             ids.append(snapshot.id);
         QCOMPARE(ids,
             (QStringList{
@@ -146,12 +149,12 @@ private Q_SLOTS:
         expected.statusDescription = QStringLiteral("Deployed");
         expected.logURL = WebAddress(QStringLiteral("https://ci.example/1"));
         expected.environmentURL = WebAddress(QStringLiteral("https://staging.example/"));
-        QCOMPARE(resultOf(fixture()).deployments.first(), expected);
+        QCOMPARE(*resultOf(fixture()).deployments.first(), expected);
     }
 
     void withoutAStatusTheDeploymentSpeaksForItself()
     {
-        const auto made = resultOf(fixture()).deployments.at(1);
+        const DeploymentSnapshot made = resultOf(fixture()).deployments.at(1);
         QCOMPARE(made.environment, QStringLiteral("production"));
         QCOMPARE(made.state, DeploymentState::InProgress);
         QCOMPARE(made.updatedAt, *parseISO8601(u"2024-05-01T12:05:00.25Z"));
@@ -160,7 +163,7 @@ private Q_SLOTS:
 
     void whatIsAbsentEverywhereHasItsDefault()
     {
-        const auto made = resultOf(fixture()).deployments.at(2);
+        const DeploymentSnapshot made = resultOf(fixture()).deployments.at(2);
         QCOMPARE(made.environment, QStringLiteral("Default"));
         QCOMPARE(made.state, DeploymentState::Unknown);
         QVERIFY(!made.creatorLogin.has_value());
@@ -168,7 +171,7 @@ private Q_SLOTS:
 
     void aStatusOfUnreadableTimeLeavesTheTimeOfTheDeployment()
     {
-        const auto made = resultOf(fixture()).deployments.at(3);
+        const DeploymentSnapshot made = resultOf(fixture()).deployments.at(3);
         QCOMPARE(made.updatedAt, *parseISO8601(u"2024-05-01T12:05:00.25Z"));
         QCOMPARE(made.state, DeploymentState::Waiting);
         QCOMPARE(made.statusDescription, std::optional(QString(QLatin1String(""))));
@@ -219,10 +222,10 @@ private Q_SLOTS:
     {
         const auto result = resultOf(fixture());
         QCOMPARE(
-            result.deployments.at(0).repositoryName.constData(), result.deployments.at(1).repositoryName.constData());
+            result.deployments.at(0)->repositoryName.constData(), result.deployments.at(1)->repositoryName.constData());
         QCOMPARE(
-            result.deployments.at(0).creatorLogin->constData(), result.deployments.at(3).creatorLogin->constData());
-        QCOMPARE(result.deployments.at(1).environment.constData(), result.deployments.at(3).environment.constData());
+            result.deployments.at(0)->creatorLogin->constData(), result.deployments.at(3)->creatorLogin->constData());
+        QCOMPARE(result.deployments.at(1)->environment.constData(), result.deployments.at(3)->environment.constData());
     }
 
     void aBadAnswerIsToldInWords_data()

@@ -114,7 +114,7 @@ private Q_SLOTS:
         QCOMPARE(result.rateLimit.cost, batches.size());
         for (int i = 0; i < count; ++i) {
             QCOMPARE(asked.at(i), QStringLiteral("R_%1").arg(i));
-            QCOMPARE(result.deployments.at(i).id, QStringLiteral("DR_%1").arg(i));
+            QCOMPARE(result.deployments.at(i)->id, QStringLiteral("DR_%1").arg(i));
         }
     }
 

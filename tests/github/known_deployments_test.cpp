@@ -192,8 +192,8 @@ private Q_SLOTS:
         QCOMPARE(first.rateLimit.remaining, 7);
         QCOMPARE(second.rateLimit.remaining, 6);
         QVERIFY(second.repositories.at(0).isSharedWith(first.repositories.at(0)));
-        QCOMPARE(second.repositories.at(0).first().commitOID, u"1"_s);
-        QCOMPARE(second.repositories.at(1).first().commitOID, u"2"_s);
+        QCOMPARE(second.repositories.at(0).first()->commitOID, u"1"_s);
+        QCOMPARE(second.repositories.at(1).first()->commitOID, u"2"_s);
     }
 
     void aQuestionForOtherRepositoriesUsesWhatIsKnownOfThem()
@@ -202,6 +202,32 @@ private Q_SLOTS:
         const auto first = known.decoded(answer({node("A", "1"), node("B", "1")}), m_ids);
         const auto second = known.decoded(answer({node("B", "1")}), {u"B"_s});
         QVERIFY(second.repositories.first().isSharedWith(first.repositories.at(1)));
+    }
+
+    void aFetchOfFewerBetweenTwoEqualOnesLeavesTheirRecords()
+    {
+        ClientFixture fixture;
+        fixture.client.remember();
+        World world(1);
+        fixture.session->handler = [&](const HTTPRequest &request) {
+            const auto ids = QJsonDocument::fromJson(*request.body)[u"variables"][u"ids"].toVariant().toStringList();
+            return FakeHTTPSession::response(200, world.answer(ids));
+        };
+        QList<RepositoryRecord> all(World::kRepositories);
+        for (int number = 0; number < World::kRepositories; ++number)
+            all[number].repository.nodeID = QString::number(number);
+        const auto first = awaitValue(fixture.client.fetchDeployments(all, u"t"_s));
+        const auto fewer = awaitValue(fixture.client.fetchDeployments(all.sliced(3, 5), u"t"_s));
+        const auto second = awaitValue(fixture.client.fetchDeployments(all, u"t"_s));
+        QCOMPARE(second, first);
+        QVERIFY(!fewer.deployments.isEmpty() && fewer.deployments.size() < first.deployments.size());
+        for (qsizetype i = 0; i < first.deployments.size(); ++i)
+            QVERIFY(second.deployments.at(i).isSharedWith(first.deployments.at(i)));
+        const auto isOfTheFirst = [&](const SharedDeployment &deployment) {
+            return std::ranges::any_of(
+                first.deployments, [&](const auto &other) { return other.isSharedWith(deployment); });
+        };
+        QVERIFY(std::ranges::all_of(fewer.deployments, isOfTheFirst));
     }
 
     void whatIsForgottenIsDecodedAgain()
@@ -214,18 +240,6 @@ private Q_SLOTS:
         QCOMPARE(second, first);
         QVERIFY(!second.repositories.at(0).isSharedWith(first.repositories.at(0)));
         QVERIFY(second.repositories.at(1).isSharedWith(first.repositories.at(1)));
-    }
-
-    void equalPartsAreJoinedOnce()
-    {
-        KnownDeployments known;
-        const auto body = answer({node("A", "1"), node("B", "1")});
-        const auto whole = known.joinedOnce(known.decoded(body, m_ids).repositories);
-        QCOMPARE(whole, joined(decodedBatch(body, m_ids, RateLimitUse::Always).repositories));
-        QVERIFY(known.joinedOnce(known.decoded(body, m_ids).repositories).isSharedWith(whole));
-        const auto changed
-            = known.joinedOnce(known.decoded(answer({node("A", "1"), node("B", "2")}), m_ids).repositories);
-        QCOMPARE(changed.last().commitOID, u"2"_s);
     }
 
     void oneIdentifierTwiceHasTwoAnswers()

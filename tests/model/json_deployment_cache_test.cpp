@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "model/json_deployment_cache.h"
 #include "support/await.h"
+#include "support/builders.h"
 #include "support/json.h"
 #include "support/private_file.h"
 #include "support/test_main.h"
@@ -95,8 +96,10 @@ private Q_SLOTS:
     void everyStateComesBack()
     {
         auto saved = payload(static_cast<int>(kAllDeploymentStates.size()));
-        for (std::size_t i = 0; i < kAllDeploymentStates.size(); ++i)
-            saved.deployments[static_cast<qsizetype>(i)].state = kAllDeploymentStates[i];
+        for (std::size_t i = 0; i < kAllDeploymentStates.size(); ++i) {
+            change(saved.deployments[static_cast<qsizetype>(i)],
+                [i](DeploymentSnapshot &deployment) { deployment.state = kAllDeploymentStates[i]; });
+        }
         QVERIFY(decodeJSON<DeploymentCachePayload>(encodeJSON(saved)) == saved);
     }
 

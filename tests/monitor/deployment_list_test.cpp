@@ -16,10 +16,10 @@ using namespace std::chrono_literals;
 namespace
 {
 
-QStringList ids(const QList<DeploymentSnapshot> &deployments)
+QStringList ids(const DeploymentList &deployments)
 {
     QStringList result;
-    for (const auto &deployment : deployments)
+    for (const DeploymentSnapshot &deployment : deployments)
         result.append(deployment.id);
     return result;
 }
@@ -29,9 +29,9 @@ DeploymentSnapshot make(const char *id, DeploymentState state, std::chrono::micr
     return makeSnapshot(QString::fromLatin1(id), state, noon() - age);
 }
 
-QList<DeploymentSnapshot> sortedByID(QList<DeploymentSnapshot> deployments)
+DeploymentList sortedByID(DeploymentList deployments)
 {
-    std::ranges::sort(deployments, {}, &DeploymentSnapshot::id);
+    std::ranges::sort(deployments, {}, [](const DeploymentSnapshot &deployment) { return deployment.id; });
     return deployments;
 }
 
@@ -117,32 +117,32 @@ private Q_SLOTS:
     {
         const auto early = make("a", DeploymentState::InProgress, 2h);
         const auto late = make("a", DeploymentState::Success, 1h);
-        QCOMPARE(filteredAndSorted({early, late}, noon()), QList{late});
-        QCOMPARE(filteredAndSorted({late, early}, noon()), QList{late});
+        QCOMPARE(filteredAndSorted({early, late}, noon()), DeploymentList{late});
+        QCOMPARE(filteredAndSorted({late, early}, noon()), DeploymentList{late});
     }
 
     void fetchedDeploymentsReplaceTheKnownOnesOfTheirRepositories()
     {
         const auto known
-            = QList{make("gone", DeploymentState::Success, 1h), make("a", DeploymentState::InProgress, 1h)};
+            = DeploymentList{make("gone", DeploymentState::Success, 1h), make("a", DeploymentState::InProgress, 1h)};
         const auto fresh = make("a", DeploymentState::Success, 1min);
-        QCOMPARE(shownAfterFetch(known, {fresh}, kReplaceAll, noon()), QList{fresh});
+        QCOMPARE(shownAfterFetch(known, {fresh}, kReplaceAll, noon()), DeploymentList{fresh});
     }
 
     void knownDeploymentsOfOtherRepositoriesStay()
     {
         const auto other = make("other", DeploymentState::Success, 1h);
         const auto fresh = make("a", DeploymentState::Success, 1h);
-        QCOMPARE(shownAfterFetch({other}, {fresh}, kKeepAll, noon()), QList({other, fresh}));
+        QCOMPARE(shownAfterFetch({other}, {fresh}, kKeepAll, noon()), DeploymentList({other, fresh}));
     }
 
     void aKnownDeploymentThatIsNotReplacedWinsOverAnEarlierUpdate()
     {
         const auto late = make("a", DeploymentState::Success, 1min);
         const auto early = make("a", DeploymentState::InProgress, 1h);
-        QCOMPARE(shownAfterFetch({late}, {early}, kKeepAll, noon()), QList{late});
-        QCOMPARE(shownAfterFetch({early}, {late}, kKeepAll, noon()), QList{late});
-        QCOMPARE(shownAfterFetch({late}, {early}, kReplaceAll, noon()), QList{early});
+        QCOMPARE(shownAfterFetch({late}, {early}, kKeepAll, noon()), DeploymentList{late});
+        QCOMPARE(shownAfterFetch({early}, {late}, kKeepAll, noon()), DeploymentList{late});
+        QCOMPARE(shownAfterFetch({late}, {early}, kReplaceAll, noon()), DeploymentList{early});
     }
 
     void ofEqualUpdatesTheFetchedOneCounts()
@@ -150,21 +150,23 @@ private Q_SLOTS:
         const auto known = make("a", DeploymentState::Success, 1h);
         auto fresh = known;
         fresh.environment = QStringLiteral("staging");
-        QCOMPARE(shownAfterFetch({known}, {fresh}, kKeepAll, noon()), QList{fresh});
+        QCOMPARE(shownAfterFetch({known}, {fresh}, kKeepAll, noon()), DeploymentList{fresh});
     }
 
     void aDeploymentFetchedTwiceIsThereOnceWithItsLaterUpdate()
     {
         const auto early = make("a", DeploymentState::InProgress, 1h);
         const auto late = make("a", DeploymentState::Success, 1min);
-        QCOMPARE(shownAfterFetch({}, {late, early}, kReplaceAll, noon()), QList{late});
-        QCOMPARE(shownAfterFetch({}, {early, late}, kReplaceAll, noon()), QList{late});
+        QCOMPARE(shownAfterFetch({}, {late, early}, kReplaceAll, noon()), DeploymentList{late});
+        QCOMPARE(shownAfterFetch({}, {early, late}, kReplaceAll, noon()), DeploymentList{late});
     }
 
     void aRefreshedDeploymentKeepsItsPlaceAmongEquals()
     {
-        const auto known = QList{make("a", DeploymentState::Success, 1h), make("b", DeploymentState::Success, 1h)};
-        const auto fetched = QList{make("b", DeploymentState::Success, 1h), make("a", DeploymentState::Success, 1h)};
+        const auto known
+            = DeploymentList{make("a", DeploymentState::Success, 1h), make("b", DeploymentState::Success, 1h)};
+        const auto fetched
+            = DeploymentList{make("b", DeploymentState::Success, 1h), make("a", DeploymentState::Success, 1h)};
         QCOMPARE(ids(shownAfterFetch(known, fetched, kReplaceAll, noon())),
             QStringList({QStringLiteral("a"), QStringLiteral("b")}));
     }
@@ -180,7 +182,7 @@ private Q_SLOTS:
         QFETCH(bool, isReplaced);
         // The moduli share no factor, so that every state meets every age, and lists overlap, repeat and disagree.
         const auto list = [](int first, int step) {
-            QList<DeploymentSnapshot> made;
+            DeploymentList made;
             for (int i = first; i < 1'000; i += step) {
                 const auto state = kAllDeploymentStates.at(static_cast<std::size_t>(i * step) % 9);
                 made.append(makeSnapshot(QString::number(i % 701), state, noon() - 13min * (i * step % 911)));
@@ -191,18 +193,18 @@ private Q_SLOTS:
         const auto isLatest = [&latest](const DeploymentSnapshot &deployment) {
             return !latest.contains(deployment.id) || deployment.updatedAt >= latest[deployment.id].updatedAt;
         };
-        for (const auto &deployment : list(0, 3)) {
+        for (const DeploymentSnapshot &deployment : list(0, 3)) {
             if (isLatest(deployment))
                 latest[deployment.id] = deployment;
         }
-        const auto known = latest.values();
+        const auto known = sharedList(latest.values());
         if (isReplaced)
             latest.clear();
-        for (const auto &deployment : list(1, 2)) {
+        for (const DeploymentSnapshot &deployment : list(1, 2)) {
             if (isLatest(deployment))
                 latest[deployment.id] = deployment;
         }
-        const auto expected = filteredAndSorted(latest.values(), noon());
+        const auto expected = filteredAndSorted(sharedList(latest.values()), noon());
         QVERIFY(expected.size() > 50);
         const auto replacing = [isReplaced](const DeploymentSnapshot &) {
             return isReplaced;

@@ -171,7 +171,7 @@ private Q_SLOTS:
         awaitValue(f->authentication->remove(2));
         awaitValue(f->monitor->forgetRemoved(f->authentication.get(), f->installations.get(), f->clock.now()));
         QCOMPARE(f->cache.payload->deployments.size(), 1);
-        QCOMPARE(f->cache.payload->deployments.first().id, text("a1"));
+        QCOMPARE(f->cache.payload->deployments.first()->id, text("a1"));
         QCOMPARE(f->github.queries, QStringList());
     }
 

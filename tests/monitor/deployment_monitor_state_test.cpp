@@ -49,7 +49,7 @@ private Q_SLOTS:
         QFETCH(QString, title);
         DeploymentMonitorState monitorState;
         monitorState.state = static_cast<DeploymentMonitorState::Case>(state);
-        QList<DeploymentSnapshot> list;
+        DeploymentList list;
         for (const auto deploymentState : deployments)
             list.append(makeSnapshot(QString::number(list.size()), deploymentState, noon()));
         const auto result = presentation(monitorState, list);
@@ -59,7 +59,7 @@ private Q_SLOTS:
 
     void onlyTheReadyStateCounts()
     {
-        const QList list{makeSnapshot(QStringLiteral("a"), DeploymentState::InProgress, noon()),
+        const DeploymentList list{makeSnapshot(QStringLiteral("a"), DeploymentState::InProgress, noon()),
             makeSnapshot(QStringLiteral("b"), DeploymentState::Error, noon())};
         const auto ready = presentation(DeploymentMonitorState::ready(noon()), list);
         QCOMPARE(ready.activeCount, 1);

@@ -238,7 +238,7 @@ private Q_SLOTS:
         f->tickAfter(5s);
         QCOMPARE(f->github.queries, texts({"alice: MDEwOnew"}));
         QCOMPARE(f->monitor->deployments().size(), 1);
-        QCOMPARE(f->monitor->deployments().first().state, DeploymentState::Success);
+        QCOMPARE(f->monitor->deployments().first().state(), DeploymentState::Success);
     }
 
     void aFullRefreshReplacesEverythingOfAnIdentityThatSucceeded()

@@ -93,11 +93,11 @@ private Q_SLOTS:
     {
         QFETCH(qint64, ageInSeconds);
         QFETCH(bool, isCompared);
-        const QList list{failed(u"a"_s)};
+        const DeploymentList list{failed(u"a"_s)};
         DeploymentNews fresh(&f->notifier, &f->defaults, &f->clock);
-        QCOMPARE(fresh.comparable(list), QList<DeploymentSnapshot>());
+        QCOMPARE(fresh.comparable(list), DeploymentList());
         fresh.adoptSaved(noon() - std::chrono::seconds(ageInSeconds), noon());
-        QCOMPARE(fresh.comparable(list), isCompared ? list : QList<DeploymentSnapshot>());
+        QCOMPARE(fresh.comparable(list), isCompared ? list : DeploymentList());
         fresh.announce({}, {});
         QCOMPARE(fresh.comparable(list), list);
     }
@@ -123,7 +123,7 @@ private:
     std::unique_ptr<MonitorFixture> f;
     std::unique_ptr<DeploymentNews> m_news;
     QList<RepositoryRecord> m_web;
-    QList<DeploymentSnapshot> m_shown;
+    DeploymentList m_shown;
 };
 
 VELMORA_TEST(DeploymentNewsTest)

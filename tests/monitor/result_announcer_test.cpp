@@ -47,8 +47,7 @@ private:
     FakeClock clock{noon()};
     std::unique_ptr<FakePreferences> defaults;
 
-    static void run(
-        ResultAnnouncer &announcer, const QList<DeploymentSnapshot> &previous, const QList<DeploymentSnapshot> &updated)
+    static void run(ResultAnnouncer &announcer, const DeploymentList &previous, const DeploymentList &updated)
     {
         announcer.process(previous, updated);
     }
@@ -277,15 +276,15 @@ private Q_SLOTS:
         run(first, {}, {});
         run(second, {}, {});
         another.busy.emplace();
-        const QList<DeploymentSnapshot> updated{make("a", Failure), make("b", Failure)};
+        const DeploymentList updated{make("a", Failure), make("b", Failure)};
         run(second, {}, updated);
         run(first, {}, updated);
         QCOMPARE(notifier.announced, texts({"failure a", "failure b"}));
         const auto busy = *std::exchange(another.busy, std::nullopt);
         busy.resolve();
         QCOMPARE(another.announced, QStringList());
-        run(second, updated, updated + QList{make("c", Success)});
-        run(first, updated, updated + QList{make("c", Success)});
+        run(second, updated, updated + DeploymentList{make("c", Success)});
+        run(first, updated, updated + DeploymentList{make("c", Success)});
         QCOMPARE(another.announced, texts({"success c"}));
         QCOMPARE(notifier.announced.size(), 2);
         QCOMPARE(defaults->stringList(kWaiting), QStringList());
@@ -334,8 +333,8 @@ private Q_SLOTS:
     {
         ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
         run(announcer, {}, {});
-        const QList<DeploymentSnapshot> previous{make("a", InProgress)};
-        const QList<DeploymentSnapshot> updated{make("a", Failure), make("b", Failure)};
+        const DeploymentList previous{make("a", InProgress)};
+        const DeploymentList updated{make("a", Failure), make("b", Failure)};
         announcer.recordHistory(previous, updated);
         run(announcer, previous, updated);
         QCOMPARE(notifier.announced, texts({"failure a"}));

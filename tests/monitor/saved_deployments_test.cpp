@@ -64,8 +64,8 @@ private Q_SLOTS:
         awaitValue(m_saved->save(m_list));
         m_clock.setNow(noon() + 5s);
         auto changed = m_list;
-        changed.first().state = DeploymentState::Failure;
-        for (const auto &list : {changed, m_list, QList<DeploymentSnapshot>()}) {
+        change(changed.first(), [](DeploymentSnapshot &deployment) { deployment.state = DeploymentState::Failure; });
+        for (const auto &list : {changed, m_list, DeploymentList()}) {
             awaitValue(m_saved->save(list));
             QCOMPARE(m_cache->payload, (DeploymentCachePayload{list, noon() + 5s}));
         }
@@ -121,7 +121,7 @@ private Q_SLOTS:
     }
 
 private:
-    const QList<DeploymentSnapshot> m_list{makeSnapshot(u"a"_s, DeploymentState::Success, noon() - 2h)};
+    const DeploymentList m_list{makeSnapshot(u"a"_s, DeploymentState::Success, noon() - 2h)};
     FakeClock m_clock;
     std::unique_ptr<FakeCache> m_cache;
     std::unique_ptr<SavedDeployments> m_saved;

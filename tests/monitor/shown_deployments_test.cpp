@@ -61,7 +61,7 @@ private Q_SLOTS:
         m_shown->showDisconnected(MissingStep::Account);
         m_shown->showSaved({{m_web}, noon()});
         QVERIFY(m_shown->isDisconnected());
-        QCOMPARE(m_shown->deployments(), QList{m_web});
+        QCOMPARE(m_shown->deployments(), DeploymentList{m_web});
     }
 
     void theAgeOfTheListIsThatOfItsLastCompleteRefresh()
@@ -82,7 +82,7 @@ private Q_SLOTS:
         auto broken = fetched({m_web});
         broken.hasBrokenOff = true;
         m_shown->showFetched(broken, context());
-        QCOMPARE(m_shown->deployments(), QList{m_web});
+        QCOMPARE(m_shown->deployments(), DeploymentList{m_web});
         QVERIFY(!m_shown->lastRefreshedAt());
         QCOMPARE(m_shown->state().state, State::Case::Loading);
     }
@@ -105,7 +105,7 @@ private Q_SLOTS:
         auto active = fetched({});
         active.scope = RefreshScope::Active;
         m_shown->showFetched(active, context());
-        QCOMPARE(m_shown->deployments(), QList{other});
+        QCOMPARE(m_shown->deployments(), DeploymentList{other});
     }
 
     void whatGitHubDidNotAnswerStays()
@@ -114,7 +114,7 @@ private Q_SLOTS:
         auto without = fetched({});
         std::swap(without.repositories, without.unanswered);
         m_shown->showFetched(without, context());
-        QCOMPARE(m_shown->deployments(), QList{m_web});
+        QCOMPARE(m_shown->deployments(), DeploymentList{m_web});
     }
 
     void anUnchangedFetchLeavesTheSameListWithoutWhatHasBecomeTooOld()
@@ -131,7 +131,7 @@ private Q_SLOTS:
         QCOMPARE(m_shown->lastRefreshedAt(), std::optional(noon() + 30s));
         f->clock.setNow(noon() + 2h);
         m_shown->showFetched(same, context());
-        QCOMPARE(m_shown->deployments(), QList{m_web});
+        QCOMPARE(m_shown->deployments(), DeploymentList{m_web});
         f->clock.setNow(noon());
         m_shown->showFetched(same, context());
         QCOMPARE(m_shown->deployments(), list);
@@ -145,6 +145,23 @@ private Q_SLOTS:
         auto active = all;
         active.scope = RefreshScope::Active;
         for (const auto &next : {active, all, active}) {
+            m_shown->showFetched(next, context());
+            QVERIFY(m_shown->deployments().isSharedWith(list));
+        }
+    }
+
+    void aFetchOfFewerRepositoriesBetweenTwoEqualOnesLeavesTheSameList()
+    {
+        auto other = m_web;
+        other.id = u"other"_s;
+        other.repositoryNodeID = u"R_other"_s;
+        other.repositoryName = u"acme/other"_s;
+        const auto all = fetched({m_web, other});
+        m_shown->showFetched(all, context());
+        const auto list = m_shown->deployments();
+        auto fewer = fetched({m_web});
+        fewer.scope = RefreshScope::Active;
+        for (const auto &next : {fewer, all, fewer, fewer, all}) {
             m_shown->showFetched(next, context());
             QVERIFY(m_shown->deployments().isSharedWith(list));
         }
@@ -181,7 +198,7 @@ private Q_SLOTS:
         stranger.repositoryName = u"acme/stranger"_s;
         m_shown->showSaved({{m_web, stranger}, noon()});
         m_shown->dropUnreachable(context());
-        QCOMPARE(m_shown->deployments(), QList{m_web});
+        QCOMPARE(m_shown->deployments(), DeploymentList{m_web});
     }
 
 private:
@@ -227,7 +244,7 @@ private:
         }
     }
     /// A full fetch that succeeded for both.
-    [[nodiscard]] FetchedDeployments fetched(const QList<DeploymentSnapshot> &deployments) const
+    [[nodiscard]] FetchedDeployments fetched(const DeploymentList &deployments) const
     {
         FetchedDeployments result;
         result.succeeded = {kAlice, kBob};

@@ -34,7 +34,7 @@ private Q_SLOTS:
     {
         QFETCH(DeploymentState, state);
         QFETCH(QString, title);
-        const QList list{makeSnapshot(QStringLiteral("a"), state, noon())};
+        const DeploymentList list{makeSnapshot(QStringLiteral("a"), state, noon())};
         const QList expected{DeploymentSection{title, list}};
         QCOMPARE(deploymentSections(list), expected);
     }

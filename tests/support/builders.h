@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/deployment_snapshot.h"
+#include "model/shared_deployment.h"
 #include "support/instant.h"
 
 #include <QString>
@@ -30,6 +30,15 @@ inline DeploymentSnapshot makeSnapshot(const QString &id, DeploymentState state,
     snapshot.createdAt = updatedAt;
     snapshot.updatedAt = updatedAt;
     return snapshot;
+}
+
+/// Replaces the deployment by a copy that `edit` has changed.
+template <typename Edit>
+void change(SharedDeployment &deployment, const Edit &edit)
+{
+    DeploymentSnapshot changed = deployment;
+    edit(changed);
+    deployment = changed;
 }
 
 } // namespace velmora::testing

@@ -98,7 +98,7 @@ public:
     [[nodiscard]] QStringList shownIDs() const
     {
         QStringList result;
-        for (const auto &deployment : monitor->deployments())
+        for (const DeploymentSnapshot &deployment : monitor->deployments())
             result.append(deployment.id);
         return result;
     }

@@ -78,7 +78,7 @@ private Q_SLOTS:
 
     void aChangeIsOneChangeOfTheLayoutInWhichRowsKeepTheirIndex_data()
     {
-        using List = QList<DeploymentSnapshot>;
+        using List = DeploymentList;
         QTest::addColumn<List>("before");
         QTest::addColumn<List>("after");
         QTest::addColumn<QStringList>("moves");
@@ -109,8 +109,8 @@ private Q_SLOTS:
 
     void aChangeIsOneChangeOfTheLayoutInWhichRowsKeepTheirIndex()
     {
-        QFETCH(QList<DeploymentSnapshot>, before);
-        QFETCH(QList<DeploymentSnapshot>, after);
+        QFETCH(DeploymentList, before);
+        QFETCH(DeploymentList, after);
         QFETCH(QStringList, moves);
         m_model->setDeployments(before);
         QList<QPersistentModelIndex> indexes;
@@ -149,7 +149,7 @@ private Q_SLOTS:
     {
         QRandomGenerator random(1848);
         for (int turn = 0; turn < 300; ++turn) {
-            QList<DeploymentSnapshot> list;
+            DeploymentList list;
             for (int i = 0; i < 12; ++i) {
                 if (random.bounded(3) == 0)
                     continue;
@@ -181,7 +181,7 @@ private Q_SLOTS:
 
     void theSameListTwiceIsNoUpdate()
     {
-        const QList<DeploymentSnapshot> list{snapshot("a", Success)};
+        const DeploymentList list{snapshot("a", Success)};
         m_model->setDeployments(list);
         QSignalSpy updates(m_model.get(), &DeploymentListModel::layoutChanged);
         m_model->setDeployments(list);
@@ -190,13 +190,14 @@ private Q_SLOTS:
 
     void changesWithinARowAreTakenOver()
     {
-        auto list = QList{snapshot("a", Success), snapshot("b", Success), snapshot("c", Success)};
+        auto list = DeploymentList{snapshot("a", Success), snapshot("b", Success), snapshot("c", Success)};
         m_model->setDeployments(list);
         for (auto &deployment : list)
-            deployment.statusDescription = QStringLiteral("changed");
+            change(
+                deployment, [](DeploymentSnapshot &record) { record.statusDescription = QStringLiteral("changed"); });
         m_model->setDeployments(list);
-        QCOMPARE(*m_model->deployment(1), list.at(0));
-        QCOMPARE(*m_model->deployment(3), list.at(2));
+        QCOMPARE(*m_model->deployment(1), *list.at(0));
+        QCOMPARE(*m_model->deployment(3), *list.at(2));
     }
 
     void rowsCanBeRead()

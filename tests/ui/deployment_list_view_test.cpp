@@ -42,9 +42,9 @@ DeploymentSnapshot snapshot(const QString &id, DeploymentState state, Instant up
     return made;
 }
 
-QList<DeploymentSnapshot> finished(int count, Instant updatedAt = noon())
+DeploymentList finished(int count, Instant updatedAt = noon())
 {
-    QList<DeploymentSnapshot> list;
+    DeploymentList list;
     for (int i = 0; i < count; ++i)
         list.append(snapshot(QString::number(i), DeploymentState::Success, updatedAt));
     return list;
@@ -601,17 +601,17 @@ private Q_SLOTS:
         auto list = finished(1000);
         show(list);
         PaintLog log(m_view->viewport());
-        list[999].updatedAt += 1s;
+        change(list[999], [](DeploymentSnapshot &deployment) { deployment.updatedAt += 1s; });
         m_view->setDeployments(list);
         drainEvents();
         QVERIFY(log.painted.isEmpty());
-        list[2].statusDescription = text("changed");
+        change(list[2], [](DeploymentSnapshot &deployment) { deployment.statusDescription = text("changed"); });
         m_view->setDeployments(list);
         drainEvents();
         QCOMPARE(log.painted, QRegion(m_view->visualRect(index(3))));
         // The same list again paints nothing.
         log.painted = {};
-        const auto copy = QList<DeploymentSnapshot>(list.begin(), list.end());
+        const auto copy = DeploymentList(list.begin(), list.end());
         m_view->setDeployments(copy);
         drainEvents();
         QVERIFY(log.painted.isEmpty());
@@ -687,7 +687,7 @@ private Q_SLOTS:
         list.prepend(snapshot(text("q"), DeploymentState::Queued));
         m_view->setDeployments(list);
         QVERIFY(!m_view->isTurning());
-        list[0].state = DeploymentState::InProgress;
+        change(list[0], [](DeploymentSnapshot &deployment) { deployment.state = DeploymentState::InProgress; });
         m_view->setDeployments(list);
         QVERIFY(m_view->isTurning());
         m_view->verticalScrollBar()->setValue(1000);
@@ -698,7 +698,7 @@ private Q_SLOTS:
         QVERIFY(!m_view->isTurning());
         m_view->show();
         QVERIFY(m_view->isTurning());
-        list[0].state = DeploymentState::Success;
+        change(list[0], [](DeploymentSnapshot &deployment) { deployment.state = DeploymentState::Success; });
         m_view->setDeployments(list);
         QVERIFY(!m_view->isTurning());
     }
@@ -813,7 +813,7 @@ private:
         return deployment ? deployment->id : QString();
     }
 
-    void show(const QList<DeploymentSnapshot> &deployments)
+    void show(const DeploymentList &deployments)
     {
         m_view->setDeployments(deployments);
         m_view->show();

@@ -117,7 +117,7 @@ private Q_SLOTS:
         DeploymentMonitorState monitorState;
         monitorState.state = static_cast<DeploymentMonitorState::Case>(state);
         monitorState.resumeAt = noon();
-        QList<DeploymentSnapshot> list;
+        DeploymentList list;
         for (const auto one : deployments)
             list.append(makeSnapshot(QString::number(list.size()), one, noon()));
         QCOMPARE(trayStatusLine(monitorState, list), line);

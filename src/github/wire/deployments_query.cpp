@@ -130,11 +130,14 @@ GitHubDeploymentGraphQLResponse::Payload payload(
 
 QString SharedTexts::text(QUtf8StringView utf8)
 {
-    const QByteArrayView key(utf8.data(), utf8.size());
-    auto known = m_texts.constFind(key);
-    if (known == m_texts.constEnd())
-        known = m_texts.insert(key, utf8.toString());
-    return *known;
+    const QByteArrayView bytes(utf8.data(), utf8.size());
+    if (bytes.isEmpty())
+        return QStringLiteral("");
+    const auto mixed = static_cast<std::size_t>(bytes.size() + bytes.last() * 7 + bytes[bytes.size() / 2] * 31);
+    Recent &recent = m_recent[mixed % m_recent.size()];
+    if (recent.utf8 != bytes)
+        recent = {bytes, utf8.toString()};
+    return recent.text;
 }
 
 std::optional<DeploymentSnapshot> snapshot(
@@ -188,22 +191,26 @@ QList<UnansweredRepository> unansweredRepositories(
     return unanswered;
 }
 
+DeploymentList deploymentsOf(const RepositoryNode &repository, SharedTexts &texts)
+{
+    QList<DeploymentSnapshot> records;
+    records.reserve(repository.deployments.nodes.size());
+    for (const auto &deployment : repository.deployments.nodes) {
+        if (!deployment)
+            continue;
+        if (auto made = snapshot(*deployment, repository, texts))
+            records.append(std::move(*made));
+    }
+    return sharedList(std::move(records));
+}
+
 DeploymentBatch batchOf(const GitHubDeploymentGraphQLResponse::Payload &payload, RateLimitUse use)
 {
     DeploymentBatch batch;
     batch.rateLimit = rateLimitOf(payload.rateLimit, use);
     SharedTexts texts;
-    for (const auto &repository : payload.nodes) {
-        auto &deployments = batch.repositories.emplaceBack();
-        if (!repository)
-            continue;
-        for (const auto &deployment : repository->deployments.nodes) {
-            if (!deployment)
-                continue;
-            if (auto made = snapshot(*deployment, *repository, texts))
-                deployments.append(std::move(*made));
-        }
-    }
+    for (const auto &repository : payload.nodes)
+        batch.repositories.append(repository ? deploymentsOf(*repository, texts) : DeploymentList());
     return batch;
 }
 
@@ -216,18 +223,6 @@ DeploymentBatch decodedBatch(
     auto made = batchOf(payload(std::move(answer), resumeAt), use);
     made.unanswered = std::move(unanswered);
     return made;
-}
-
-QList<DeploymentSnapshot> joined(const QList<QList<DeploymentSnapshot>> &repositories)
-{
-    QList<DeploymentSnapshot> all;
-    qsizetype size = 0;
-    for (const auto &deployments : repositories)
-        size += deployments.size();
-    all.reserve(size);
-    for (const auto &deployments : repositories)
-        all.append(deployments);
-    return all;
 }
 
 } // namespace velmora

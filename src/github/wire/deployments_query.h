@@ -4,11 +4,11 @@
 #include "model/deployment_fetch_result.h"
 
 #include <QByteArrayView>
-#include <QHash>
 #include <QList>
 #include <QStringList>
 #include <QUtf8StringView>
 
+#include <array>
 #include <optional>
 
 namespace velmora
@@ -99,14 +99,19 @@ struct GitHubDeploymentGraphQLResponse {
 [[nodiscard]] QList<UnansweredRepository> unansweredRepositories(
     const GitHubDeploymentGraphQLResponse &response, const QStringList &nodeIDs);
 
-/// Keeps each text that the deployments of a response repeat in memory only once. Must not outlive the JSONDocument.
+/// Keeps a text that the deployments of a response repeat in memory only once, as long as no other text has taken its
+/// place. Must not outlive the JSONDocument.
 class SharedTexts
 {
 public:
     [[nodiscard]] QString text(QUtf8StringView utf8);
 
 private:
-    QHash<QByteArrayView, QString> m_texts;
+    struct Recent {
+        QByteArrayView utf8;
+        QString text;
+    };
+    std::array<Recent, 256> m_recent; ///< by a hash of the text
 };
 
 /// The record of one deployment, nullopt if its createdAt or updatedAt is invalid.
@@ -122,7 +127,7 @@ enum class RateLimitUse {
 /// The answer to one batch.
 struct DeploymentBatch {
     /// In the order of the answer; empty for one that is absent.
-    QList<QList<DeploymentSnapshot>> repositories;
+    QList<DeploymentList> repositories;
     DeploymentRateLimit rateLimit; ///< DeploymentRateLimit::none() if there is none
     QList<UnansweredRepository> unanswered;
 
@@ -137,8 +142,5 @@ struct DeploymentBatch {
 /// Decodes the body of an answer, from JSON to snapshots. Throws DecodingError, and what payload() and batchOf() throw.
 [[nodiscard]] DeploymentBatch decodedBatch(QByteArrayView body, const QStringList &repositoryNodeIDs, RateLimitUse use,
     std::optional<Instant> resumeAt = std::nullopt);
-
-/// The deployments of all repositories in one list.
-[[nodiscard]] QList<DeploymentSnapshot> joined(const QList<QList<DeploymentSnapshot>> &repositories);
 
 } // namespace velmora

@@ -3,6 +3,8 @@
 
 #include "support/error.h"
 
+#include <algorithm>
+
 namespace velmora
 {
 
@@ -60,35 +62,44 @@ QByteArrayView firstValue(QByteArrayView json)
 } // namespace
 
 DeploymentBatch KnownDeployments::decoded(
-    QByteArrayView body, const QStringList &repositoryNodeIDs, RateLimitUse use, std::optional<Instant> resumeAt)
+    const QByteArray &body, const QStringList &repositoryNodeIDs, RateLimitUse use, std::optional<Instant> resumeAt)
 {
     const auto parts = cut(body, repositoryNodeIDs);
     if (!parts)
         return decodedBatch(body, repositoryNodeIDs, use, resumeAt);
-    // The answer with only the nodes that changed. What is left out is valid: it was decoded when it came first.
-    QByteArray changed(kBeforeNodes.data(), kBeforeNodes.size());
-    for (const Node &node : parts->nodes) {
-        if (!node.known)
-            (changed += changed.size() > kBeforeNodes.size() ? "," : "") += node.json;
-    }
-    ((changed += kBeforeRateLimit) += parts->rateLimit) += kEnd;
     DeploymentBatch batch;
     try {
-        batch = decodedBatch(changed, {}, use, resumeAt);
+        batch = decodedBatch(changedAnswer(body, *parts), {}, use, resumeAt);
     } catch (const DecodingError &) {
         // The error tells the place in the whole answer.
         return decodedBatch(body, repositoryNodeIDs, use, resumeAt);
     }
-    QList<QList<DeploymentSnapshot>> all;
+    const bool hasChanged = !batch.repositories.isEmpty();
+    QList<DeploymentList> all;
     qsizetype next = 0;
     for (qsizetype i = 0; i < parts->nodes.size(); ++i) {
         const Node &node = parts->nodes.at(i);
         all.append(node.known ? *node.known : batch.repositories.at(next++));
-        if (!node.known)
-            m_repositories.insert(repositoryNodeIDs.at(i), {node.json.toByteArray(), all.last()});
+        // What is known moves to the new body as well, so that the old one is not kept for it.
+        if (hasChanged)
+            m_repositories.insert(repositoryNodeIDs.at(i), {body, node.json, all.last()});
     }
     batch.repositories = std::move(all);
     return batch;
+}
+
+/// The answer with only the nodes that changed. What is left out is valid: it was decoded when it came first.
+QByteArray KnownDeployments::changedAnswer(const QByteArray &body, const Cut &parts)
+{
+    if (std::ranges::none_of(parts.nodes, [](const Node &node) { return node.known.has_value(); }))
+        return body;
+    QByteArray changed(kBeforeNodes.data(), kBeforeNodes.size());
+    for (const Node &node : parts.nodes) {
+        if (!node.known)
+            (changed += changed.size() > kBeforeNodes.size() ? "," : "") += node.json;
+    }
+    ((changed += kBeforeRateLimit) += parts.rateLimit) += kEnd;
+    return changed;
 }
 
 /// Nothing if the answer has another form than GitHub's without errors.
@@ -121,23 +132,9 @@ KnownDeployments::Node KnownDeployments::nodeAt(QByteArrayView json, const QStri
     return {firstValue(json), std::nullopt};
 }
 
-QList<DeploymentSnapshot> KnownDeployments::joinedOnce(const QList<QList<DeploymentSnapshot>> &parts)
-{
-    // Between two questions for everything there are some for what is under way.
-    Joined &last = parts.size() < m_whole.parts.size() ? m_some : m_whole;
-    if (parts != last.parts)
-        last = {parts, joined(parts)};
-    return last.list;
-}
-
 void KnownDeployments::retain(const QSet<QString> &repositoryNodeIDs)
 {
-    const auto before = m_repositories.size();
     m_repositories.removeIf([&](const auto &entry) { return !repositoryNodeIDs.contains(entry.key()); });
-    if (m_repositories.size() == before)
-        return;
-    m_whole = {};
-    m_some = {};
 }
 
 } // namespace velmora

@@ -21,24 +21,22 @@ class KnownDeployments
 public:
     /// What decodedBatch() returns, and throws, for this answer. Decodes only the repositories that are not known with
     /// the same bytes.
-    [[nodiscard]] DeploymentBatch decoded(QByteArrayView body, const QStringList &repositoryNodeIDs,
+    [[nodiscard]] DeploymentBatch decoded(const QByteArray &body, const QStringList &repositoryNodeIDs,
         RateLimitUse use = RateLimitUse::Always, std::optional<Instant> resumeAt = std::nullopt);
-
-    /// joined(), or the list of the last call, not a copy, when the parts are equal to those of then.
-    [[nodiscard]] QList<DeploymentSnapshot> joinedOnce(const QList<QList<DeploymentSnapshot>> &parts);
 
     /// Forgets all other repositories.
     void retain(const QSet<QString> &repositoryNodeIDs);
 
 private:
     struct Repository {
-        QByteArray json;
-        QList<DeploymentSnapshot> deployments;
+        QByteArray body; ///< the last answer that held it and in which anything had changed; shared with the others
+        QByteArrayView json; ///< of the body
+        DeploymentList deployments;
     };
     /// A node of an answer.
     struct Node {
         QByteArrayView json;
-        std::optional<QList<DeploymentSnapshot>> known; ///< nothing if it is to be decoded
+        std::optional<DeploymentList> known; ///< nothing if it is to be decoded
     };
     /// The parts of an answer that may change.
     struct Cut {
@@ -46,17 +44,11 @@ private:
         QByteArrayView rateLimit;
     };
 
-    struct Joined {
-        QList<QList<DeploymentSnapshot>> parts;
-        QList<DeploymentSnapshot> list;
-    };
-
     [[nodiscard]] std::optional<Cut> cut(QByteArrayView body, const QStringList &ids) const;
+    [[nodiscard]] static QByteArray changedAnswer(const QByteArray &body, const Cut &parts);
     [[nodiscard]] Node nodeAt(QByteArrayView json, const QString &id) const;
 
     QHash<QString, Repository> m_repositories; ///< by the identifier in the request
-    Joined m_whole; ///< of the most repositories
-    Joined m_some; ///< of fewer
 };
 
 } // namespace velmora

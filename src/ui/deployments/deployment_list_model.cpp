@@ -27,7 +27,7 @@ DeploymentListModel::DeploymentListModel(Clock *clock, QObject *parent)
 {
 }
 
-void DeploymentListModel::setDeployments(const QList<DeploymentSnapshot> &deployments)
+void DeploymentListModel::setDeployments(const DeploymentList &deployments)
 {
     if (deployments.isSharedWith(m_deployments))
         return;
@@ -42,7 +42,7 @@ void DeploymentListModel::fillSections()
     for (auto &section : m_sections)
         section.clear();
     for (const auto &deployment : std::as_const(m_deployments))
-        m_sections.at(place(sectionOf(deployment.state))).push_back(&deployment);
+        m_sections.at(place(sectionOf(deployment.state()))).push_back(&*deployment);
 }
 
 DeploymentListModel::Row DeploymentListModel::rowAt(int row) const

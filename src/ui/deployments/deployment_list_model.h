@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/deployment_snapshot.h"
+#include "model/shared_deployment.h"
 #include "presentation/deployment_sections.h"
 #include "support/clock.h"
 #include "ui/controls/keyed_list_model.h"
@@ -24,7 +24,7 @@ public:
 
     /// Shows another list, which must be filtered and ordered and hold each id once. Announces one change of layout,
     /// unless it is the same list; persistent indexes stay with their deployment.
-    void setDeployments(const QList<DeploymentSnapshot> &deployments);
+    void setDeployments(const DeploymentList &deployments);
 
     /// The deployment of a row; null for a header. Valid until the next setDeployments().
     [[nodiscard]] const DeploymentSnapshot *deployment(int row) const { return rowAt(row).deployment; }
@@ -53,7 +53,7 @@ private:
     [[nodiscard]] QVariant deploymentData(const DeploymentSnapshot &deployment, int role) const;
 
     Clock *m_clock;
-    QList<DeploymentSnapshot> m_deployments;
+    DeploymentList m_deployments;
     std::array<std::vector<const DeploymentSnapshot *>, 3> m_sections; ///< of m_deployments
 };
 

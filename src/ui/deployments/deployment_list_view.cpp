@@ -65,7 +65,7 @@ void DeploymentListView::adoptFont()
 
 // Updates
 
-void DeploymentListView::setDeployments(const QList<DeploymentSnapshot> &deployments)
+void DeploymentListView::setDeployments(const DeploymentList &deployments)
 {
     const std::vector<SeenRow> before = seenRows();
     const int current = currentIndex().row();

@@ -34,7 +34,7 @@ public:
 
     /// Shows a list that is already filtered and ordered. Selection, focus and scroll position are kept; only rows that
     /// look different are repainted.
-    void setDeployments(const QList<DeploymentSnapshot> &deployments);
+    void setDeployments(const DeploymentList &deployments);
     [[nodiscard]] QList<AccessibleAction> accessibleActions(const QModelIndex &index) override;
     /// Whether icons are turning now.
     [[nodiscard]] bool isTurning() const { return m_turning.isActive(); }

@@ -46,7 +46,7 @@ QString countsInWords(const DeploymentMonitorPresentation &presentation)
 
 } // namespace
 
-QString trayStatusLine(const DeploymentMonitorState &state, const QList<DeploymentSnapshot> &deployments)
+QString trayStatusLine(const DeploymentMonitorState &state, const DeploymentList &deployments)
 {
     const QString counts = countsInWords(presentation(state, deployments));
     return counts.isEmpty() ? statusText(state, deployments) : counts;
