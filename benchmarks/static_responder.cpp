@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: MIT
-// Answers the deployments query from prepared bodies, so that the server adds little to a measurement. Picks the body
-// by the first repository in the request; keeps connections alive. Every answer tells another number of remaining
-// points. What is asked at /changing changes one repository in 50 each time.
+// static_responder CERTIFICATE KEY: answers the deployments query from prepared bodies, so that the server adds little
+// to a measurement. Picks the body by the first repository in the request; keeps connections alive. Every answer tells
+// another number of remaining points. What is asked at /changing changes one repository in 50 each time. Prints two
+// ports: one for plain HTTP, and one for TLS, where bodies are compressed with gzip.
 #include "generated_response.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QHash>
-#include <QTcpServer>
-#include <QTcpSocket>
+#include <QSslKey>
+#include <QSslServer>
+#include <QSslSocket>
+
+#include <zlib.h>
 
 #include <cstdio>
 
@@ -25,9 +30,7 @@ QHash<QByteArray, QByteArray> preparedAnswers()
     const Instant now = std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
     for (int first = 0; first < kRepositories; first += kBatch) {
         const QByteArray body = generatedResponse(first, kBatch, now);
-        answers.insert(generatedRepositoryID(first),
-            "HTTP/1.1 200 OK\r\nContent-Type: application/json; charset=utf-8\r\nContent-Length: "
-                + QByteArray::number(body.size()) + "\r\n\r\n" + body);
+        answers.insert(generatedRepositoryID(first), body);
     }
     return answers;
 }
@@ -60,11 +63,35 @@ void changeRepositories(QByteArray &answer, int turn)
     }
 }
 
+QByteArray gzipped(const QByteArray &body)
+{
+    constexpr int kGzip = 15 + 16; // the largest window, in the form of gzip
+    z_stream stream{};
+    deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzip, 8, Z_DEFAULT_STRATEGY);
+    QByteArray compressed(qsizetype(deflateBound(&stream, uLong(body.size()))), Qt::Uninitialized);
+    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(body.data()));
+    stream.avail_in = uInt(body.size());
+    stream.next_out = reinterpret_cast<Bytef *>(compressed.data());
+    stream.avail_out = uInt(compressed.size());
+    deflate(&stream, Z_FINISH);
+    compressed.truncate(qsizetype(stream.total_out));
+    deflateEnd(&stream);
+    return compressed;
+}
+
+QByteArray response(const QByteArray &body, bool isCompressed)
+{
+    const QByteArray sent = isCompressed ? gzipped(body) : body;
+    return "HTTP/1.1 200 OK\r\nContent-Type: application/json; charset=utf-8\r\n"
+        + QByteArray(isCompressed ? "Content-Encoding: gzip\r\n" : "")
+        + "Content-Length: " + QByteArray::number(sent.size()) + "\r\n\r\n" + sent;
+}
+
 struct Answers {
     QHash<QByteArray, QByteArray> bodies;
     QHash<QByteArray, int> turns;
 
-    QByteArray next(const QByteArray &id, bool isChanging)
+    QByteArray next(const QByteArray &id, bool isChanging, bool isCompressed)
     {
         const auto found = bodies.find(id);
         if (found == bodies.end())
@@ -73,7 +100,7 @@ struct Answers {
         changeLimit(*found, turn);
         if (isChanging)
             changeRepositories(*found, turn);
-        return *found;
+        return response(*found, isCompressed);
     }
 };
 
@@ -89,19 +116,14 @@ void answer(QTcpSocket &socket, QByteArray &pending, Answers &answers)
             return;
         const qsizetype id = pending.indexOf("R_kgDO", headEnd);
         socket.write(answers.next(id < 0 ? QByteArray() : pending.mid(id, generatedRepositoryID(0).size()),
-            pending.startsWith("POST /changing")));
+            pending.startsWith("POST /changing"), qobject_cast<QSslSocket *>(&socket)));
         pending.remove(0, end);
     }
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+void serve(QTcpServer &server, Answers &answers)
 {
-    const QCoreApplication application(argc, argv);
-    Answers answers{preparedAnswers(), {}};
-    QTcpServer server;
-    QObject::connect(&server, &QTcpServer::newConnection, &server, [&] {
+    QObject::connect(&server, &QTcpServer::pendingConnectionAvailable, &server, [&] {
         auto *const socket = server.nextPendingConnection();
         socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
@@ -112,8 +134,35 @@ int main(int argc, char **argv)
             });
     });
     if (!server.listen(QHostAddress::LocalHost))
-        return 1;
-    std::printf("%d\n", server.serverPort());
+        qFatal("No port is free.");
+}
+
+QSslConfiguration configuration(const QString &certificatePath, const QString &keyPath)
+{
+    QFile key(keyPath);
+    if (!key.open(QIODevice::ReadOnly))
+        qFatal("The key cannot be read.");
+    QSslConfiguration made = QSslConfiguration::defaultConfiguration();
+    made.setLocalCertificateChain(QSslCertificate::fromPath(certificatePath));
+    made.setPrivateKey(QSslKey(&key, QSsl::Rsa));
+    return made;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() != 3)
+        return 2;
+    Answers answers{preparedAnswers(), {}};
+    QTcpServer plain;
+    QSslServer encrypted;
+    encrypted.setSslConfiguration(configuration(arguments.at(1), arguments.at(2)));
+    serve(plain, answers);
+    serve(encrypted, answers);
+    std::printf("%d %d\n", plain.serverPort(), encrypted.serverPort());
     std::fflush(stdout);
     return QCoreApplication::exec();
 }
