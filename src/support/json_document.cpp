@@ -30,6 +30,20 @@ namespace
 /// In bytes. A batch of deployments is smaller. The parser's memory is a small multiple of this.
 constexpr std::size_t kMostKept = 512 * 1024;
 
+/// The parser takes up to 24 bytes for a value, however short its text: a large document of one digit after the other
+/// would take 12 times its size.
+constexpr qsizetype kLeastBytesForAValue = 8;
+
+/// Whether parsing takes more than a few times the size of the document. Small ones may be as dense as they like.
+bool isTooDense(QByteArrayView json)
+{
+    if (json.size() <= static_cast<qsizetype>(kMostKept))
+        return false;
+    const auto marks
+        = std::count_if(json.begin(), json.end(), [](char c) { return c == ',' || c == ':' || c == '[' || c == '{'; });
+    return marks > json.size() / kLeastBytesForAValue;
+}
+
 /// This thread's spare parser; null while a document uses it.
 std::unique_ptr<JSONDocument::Parser> &spareParser()
 {
@@ -58,6 +72,8 @@ simdjson::error_code parse(JSONDocument::Parser &with, QByteArrayView json)
 JSONDocument::JSONDocument(QByteArrayView json)
     : m_parser(std::move(spareParser()))
 {
+    if (isTooDense(json))
+        throw DecodingError(QStringLiteral("The data has too many values."));
     if (!m_parser)
         m_parser = std::make_unique<Parser>();
     const auto error = parse(*m_parser, json);

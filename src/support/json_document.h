@@ -15,7 +15,8 @@ namespace velmora
 class JSONDocument
 {
 public:
-    /// Parses the whole document. Throws DecodingError. The text is not needed afterwards.
+    /// Parses the whole document. Throws DecodingError, also for a large document with a value for fewer than eight of
+    /// its bytes. The text is not needed afterwards.
     explicit JSONDocument(QByteArrayView json);
     ~JSONDocument();
     Q_DISABLE_COPY_MOVE(JSONDocument)

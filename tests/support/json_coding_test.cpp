@@ -254,6 +254,18 @@ private Q_SLOTS:
         }
     }
 
+    void aLargeDocumentWithAValueInEveryOtherByteIsRefused()
+    {
+        const auto numbers = [](qsizetype count) {
+            return QByteArray("[") + QByteArray("1,").repeated(count) + QByteArray("1]");
+        };
+        QCOMPARE(failure<Sample>(numbers(1'000'000)), QStringLiteral("The data has too many values."));
+        QCOMPARE(failure<Sample>(numbers(100'000)), QStringLiteral("The JSON document is not an object"));
+        const QByteArray item = "{'id':'DE_kwDOAbcdefghi','state':'SUCCESS'},";
+        QCOMPARE(failure<Sample>(quoted('[' + item.repeated(60'000) + "{}]")),
+            QStringLiteral("The JSON document is not an object"));
+    }
+
     void aFaultNeverRepeatsAValue()
     {
         QVERIFY(!failure<Sample>(quoted("{'name':'a','count':'secret','isOn':true,'items':[]}"))
