@@ -143,7 +143,7 @@ QCoro::Task<> Program::runAndExit()
     if (AuthenticationStore *const store = authentication())
         co_await m_grace.pass(store);
     save();
-    QCoreApplication::exit(static_cast<int>(code));
+    QCoreApplication::exit(static_cast<int>(codeAfterWriting(m_out, m_err, code)));
 }
 
 bool Program::eventFilter(QObject *watched, QEvent *event)

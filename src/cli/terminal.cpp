@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/terminal.h"
 
+#include "cli/command_line.h"
 #include "cli/plain_text.h"
 
 #include <cerrno>
@@ -40,6 +41,9 @@ void Terminal::write(const QByteArray &bytes)
             ::poll(&wait, 1, 1000);
         } else if (errno != EINTR) {
             m_isClosed = true;
+            // A terminal that was hung up answers EIO.
+            if (errno != EPIPE && !(m_isLive && errno == EIO))
+                m_failure = qt_error_string(errno);
         }
         if (done < bytes.size() && isInterrupted && isInterrupted())
             return;
@@ -64,6 +68,14 @@ void Terminal::writeRawLines(const QStringList &texts)
 {
     for (const QString &text : texts)
         writeRawLine(text);
+}
+
+ExitCode codeAfterWriting(const Terminal &out, Terminal &err, ExitCode code)
+{
+    if (out.failure().isEmpty())
+        return code;
+    err.writeLine(QStringLiteral("The output cannot be written: %1.").arg(out.failure()));
+    return ExitCode::Failed;
 }
 
 } // namespace velmora

@@ -10,6 +10,8 @@
 namespace velmora
 {
 
+enum class ExitCode : int;
+
 /// A standard stream and its capabilities.
 class Terminal
 {
@@ -24,15 +26,17 @@ public:
     /// Columns and rows; 80 by 24 if unknown.
     [[nodiscard]] QSize size() const;
 
-    /// Writes all bytes; blocks until the reader takes them. Does nothing once the reader has gone.
+    /// Writes all bytes; blocks until the reader takes them. Does nothing once the stream is closed.
     void write(const QByteArray &bytes);
     /// Writes any text as one line, without what could control the terminal.
     void writeLine(const QString &text);
     /// Writes one line unchanged, which may contain colours; foreign text must have passed harmless().
     void writeRawLine(const QString &text);
     void writeRawLines(const QStringList &texts);
-    /// Whether the reader has gone.
+    /// Whether nothing more can be written: the reader has gone, or writing has failed.
     [[nodiscard]] bool isClosed() const { return m_isClosed; }
+    /// Why writing has failed, such as on a full disk; empty while it has not, and for a reader that has gone.
+    [[nodiscard]] const QString &failure() const { return m_failure; }
 
     /// Called when a signal interrupts a write; true abandons the write.
     std::function<bool()> isInterrupted;
@@ -45,6 +49,10 @@ private:
     bool m_isLive = false;
     bool m_isColoured = false;
     bool m_isClosed = false;
+    QString m_failure;
 };
+
+/// The code with which the program ends. What could not be written is a failure, which `err` is told.
+[[nodiscard]] ExitCode codeAfterWriting(const Terminal &out, Terminal &err, ExitCode code);
 
 } // namespace velmora

@@ -307,6 +307,23 @@ private Q_SLOTS:
         QCOMPARE(shell.readAllStandardError(), QByteArray());
     }
 
+    void whatCannotBeWrittenMakesTheCodeOne()
+    {
+        connectFirst();
+        const QByteArray removal = "accounts remove " + m_connected.last();
+        // The account goes last.
+        for (const char *arguments :
+            {"--help", "status", "status --follow --json", "watch", "watch --once --json", "accounts", "installations",
+                "repositories --json", "refresh", "diagnose", removal.constData(), "connect"}) {
+            ProgramRun run(words(arguments), environment());
+            run.process().setStandardOutputFile(QStringLiteral("/dev/full"));
+            run.start();
+            QVERIFY(run.ends());
+            QVERIFY2(run.err() == "The output cannot be written: No space left on device.\n", arguments + run.err());
+            QCOMPARE(run.code(), 1);
+        }
+    }
+
     void noLineIsWrittenTwice()
     {
         connectFirst();
