@@ -7,6 +7,7 @@
 #include <QApplication>
 
 #include <cstdio>
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -46,9 +47,11 @@ int runVelmora(int argc, char **argv)
         arguments.append(QString::fromLocal8Bit(argv[i]));
     const CommandLineResult parsed = parseCommandLine(arguments);
     if (!parsed.commandLine) {
-        Terminal(STDOUT_FILENO).write(parsed.output.toUtf8());
-        Terminal(STDERR_FILENO).write(parsed.error.toUtf8());
-        return static_cast<int>(parsed.exitCode);
+        Terminal out(STDOUT_FILENO);
+        Terminal err(STDERR_FILENO);
+        out.write(parsed.output.toUtf8());
+        err.write(parsed.error.toUtf8());
+        return static_cast<int>(codeAfterWriting(out, err, parsed.exitCode));
     }
     const CommandLine &line = *parsed.commandLine;
     if (line.command == CommandLine::Command::IsDisplayUsable) {
@@ -78,11 +81,23 @@ void forbidCoreFiles()
     ::setrlimit(RLIMIT_CORE, &limit);
 }
 
+/// Has large blocks given back to the system when they are freed. By itself the C library keeps up to twice the largest
+/// block that was ever freed.
+void keepNoLargeBlocks()
+{
+#ifdef __GLIBC__
+    constexpr int kLarge = 512 * 1024;
+    ::mallopt(M_MMAP_THRESHOLD, kLarge);
+    ::mallopt(M_TRIM_THRESHOLD, kLarge);
+#endif
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     forbidCoreFiles();
+    keepNoLargeBlocks();
     // The keyring's library works on GLib's event loop, so Qt must run on that one.
     qunsetenv("QT_NO_GLIB");
     const int code = runVelmora(argc, argv);
