@@ -211,9 +211,22 @@ QCoro::Task<> saveCredential(Operation operation, GitHubCredential credential)
     }
 }
 
+/// Throws InvalidData unless the secret is one.
+GitHubCredential decoded(const Secret &secret)
+{
+    gsize size = 0;
+    const gchar *text = secret ? secret_value_get(secret.get(), &size) : nullptr;
+    if (!text || size == 0)
+        throw CredentialStoreError::invalidData();
+    return decodeJSON<GitHubCredential>(QByteArrayView(text, static_cast<qsizetype>(size)));
+}
+
 QCoro::Task<std::optional<GitHubCredential>> loadCredential(Operation operation)
 {
     operation.service = co_await SecretServiceConnection::service(operation.connection);
+    const Secret sole = co_await soleSecret(operation);
+    if (sole)
+        co_return decoded(sole);
     const Found found = co_await find(operation);
     if (!isReadable(found)) {
         if (!found.locked.isEmpty())
@@ -222,12 +235,7 @@ QCoro::Task<std::optional<GitHubCredential>> loadCredential(Operation operation)
     }
     const auto item = preferred(found.items);
     const Secret secret = co_await loadSecret(operation, item);
-    gsize size = 0;
-    const gchar *text = secret ? secret_value_get(secret.get(), &size) : nullptr;
-    if (!text || size == 0)
-        throw CredentialStoreError::invalidData();
-    auto credential = decodeJSON<GitHubCredential>(QByteArrayView(text, static_cast<qsizetype>(size)));
-    co_return credential;
+    co_return decoded(secret);
 }
 
 QCoro::Task<> removeCredential(Operation operation)

@@ -19,7 +19,11 @@ struct HashTableDeleter {
 struct ListDeleter {
     void operator()(GList *list) const { g_list_free(list); }
 };
+struct TextsDeleter {
+    void operator()(gchar **texts) const { g_strfreev(texts); }
+};
 using Attributes = std::unique_ptr<GHashTable, HashTableDeleter>;
+using Texts = std::unique_ptr<gchar *, TextsDeleter>;
 using List = std::unique_ptr<GList, ListDeleter>;
 
 const SecretSchema *schema()
@@ -119,6 +123,30 @@ QCoro::Task<SecretItems> searchItems(SecretOperation operation)
             items.append(std::move(item));
     }
     co_return items;
+}
+
+QCoro::Task<Secret> soleSecret(SecretOperation operation)
+{
+    const auto attributes = attributesOf(operation);
+    const auto found = operation.connection->answerOfProvider();
+    secret_service_search_for_dbus_paths(
+        operation.service, schema(), attributes.get(), nullptr, settleAnswer, userDataFor(found));
+    const auto search = co_await SecretServiceConnection::timelyAnswer(operation.connection, found);
+    gchar **unlocked = nullptr;
+    gchar **locked = nullptr;
+    GError *error = nullptr;
+    secret_service_search_for_dbus_paths_finish(operation.service, search, &unlocked, &locked, &error);
+    const Texts readable(unlocked);
+    const Texts others(locked);
+    throwKeyringError(error, operation.interaction);
+    if (!unlocked || g_strv_length(unlocked) != 1 || !locked || g_strv_length(locked) != 0)
+        co_return Secret();
+    const auto got = operation.connection->answerOfProvider();
+    secret_service_get_secret_for_dbus_path(operation.service, *unlocked, nullptr, settleAnswer, userDataFor(got));
+    const auto answer = co_await SecretServiceConnection::timelyAnswer(operation.connection, got);
+    Secret secret(secret_service_get_secret_for_dbus_path_finish(operation.service, answer, &error));
+    throwKeyringError(error, operation.interaction);
+    co_return secret;
 }
 
 QCoro::Task<int> unlockedCount(SecretOperation operation, SecretProxies proxies)

@@ -35,6 +35,9 @@ struct SecretOperation {
 
 /// The items of the account, locked or not. Never asks the user.
 [[nodiscard]] QCoro::Task<SecretItems> searchItems(SecretOperation operation);
+/// The secret of the account's item where there is exactly one, unlocked and with Velmora's schema, else null. Takes
+/// two calls. Through searchItems() each item costs nine, since libsecret makes an object that follows its changes.
+[[nodiscard]] QCoro::Task<Secret> soleSecret(SecretOperation operation);
 /// Asks the provider to unlock the objects, and returns how many it unlocked. The provider may ask the user for a
 /// password, so the caller must make sure that the operation allows it.
 [[nodiscard]] QCoro::Task<int> unlockedCount(SecretOperation operation, SecretProxies proxies);

@@ -2,6 +2,9 @@
 #pragma once
 
 // Private to the credential store: keeps libsecret and GIO out of other files.
+// The calls by object paths have not changed since they were made, but need these words.
+#define SECRET_WITH_UNSTABLE
+#define SECRET_API_SUBJECT_TO_CHANGE
 #include <libsecret/secret.h>
 
 #include "accounts/credential_storing.h"

@@ -64,11 +64,19 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, PlainSecret &secr
     return argument;
 }
 
+namespace
+{
+
+using Secrets = QMap<QDBusObjectPath, PlainSecret>;
+
+} // namespace
+
 FakeSecretService::FakeSecretService()
     : m_connection(QString())
 {
     qDBusRegisterMetaType<Attributes>();
     qDBusRegisterMetaType<PlainSecret>();
+    qDBusRegisterMetaType<Secrets>();
 }
 
 FakeSecretService::~FakeSecretService()
@@ -124,7 +132,7 @@ void FakeSecretService::answerCall(const QDBusMessage &message)
     const bool isSession = message.member() == QLatin1String("OpenSession");
     const auto refusal = isSession ? QDBusError::NotSupported : QDBusError::UnknownMethod;
     const bool isSecret
-        = message.member() == QLatin1String("CreateItem") || message.member() == QLatin1String("GetSecret");
+        = message.member() == QLatin1String("CreateItem") || message.member().startsWith(QLatin1String("GetSecret"));
     if (isSecret && m_isMisreading)
         m_connection.send(message.createErrorReply(QDBusError::InvalidArgs, message.member()));
     else if (const auto arguments = reply(message))
@@ -177,6 +185,8 @@ std::optional<QVariantList> FakeSecretService::replyOfService(const QDBusMessage
         const Paths locked = isLocked ? found : Paths();
         return QVariantList{QVariant::fromValue(unlocked), QVariant::fromValue(locked)};
     }
+    if (member == QLatin1String("GetSecrets"))
+        return QVariantList{QVariant::fromValue(Secrets{{QDBusObjectPath(kItem), answeredSecret()}})};
     if (member == QLatin1String("ReadAlias"))
         return QVariantList{path(hasCollection ? QDBusObjectPath(kCollection) : noPath())};
     if (member == QLatin1String("Unlock")) {
@@ -192,13 +202,15 @@ std::optional<QVariantList> FakeSecretService::replyOfService(const QDBusMessage
     return std::nullopt;
 }
 
+PlainSecret FakeSecretService::answeredSecret() const
+{
+    return {QDBusObjectPath(kSession), {}, secret.value_or(QByteArray()), QStringLiteral("application/json")};
+}
+
 std::optional<QVariantList> FakeSecretService::replyOfItem(const QString &member)
 {
-    if (member == QLatin1String("GetSecret")) {
-        const PlainSecret answered{
-            QDBusObjectPath(kSession), {}, secret.value_or(QByteArray()), QStringLiteral("application/json")};
-        return QVariantList{QVariant::fromValue(answered)};
-    }
+    if (member == QLatin1String("GetSecret"))
+        return QVariantList{QVariant::fromValue(answeredSecret())};
     if (member != QLatin1String("Delete"))
         return std::nullopt;
     secret.reset();

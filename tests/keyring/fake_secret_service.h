@@ -13,6 +13,8 @@
 namespace velmora::testing
 {
 
+struct PlainSecret;
+
 /// A Secret Service with one collection and at most one item. The test answers its prompts in place of a user. Runs in
 /// the event loop of the test, on a bus connection of its own.
 class FakeSecretService final : public QDBusVirtualObject
@@ -58,6 +60,7 @@ private:
     [[nodiscard]] std::optional<QVariantList> reply(const QDBusMessage &message);
     [[nodiscard]] std::optional<QVariantList> replyOfService(const QDBusMessage &message);
     [[nodiscard]] std::optional<QVariantList> replyOfItem(const QString &member);
+    [[nodiscard]] PlainSecret answeredSecret() const;
     [[nodiscard]] QVariantMap properties(const QString &interface) const;
     void store(const QDBusMessage &message);
 

@@ -68,6 +68,15 @@ private Q_SLOTS:
         QVERIFY(!m_service->secret);
     }
 
+    void aLoadTakesTwoCalls()
+    {
+        m_service->secret = kStored;
+        std::ignore = awaitValue(m_store->load(42));
+        m_service->calls.clear();
+        QVERIFY(awaitValue(m_store->load(42)) == credential("stored"));
+        QCOMPARE(m_service->calls, (QStringList{QStringLiteral("SearchItems"), QStringLiteral("GetSecrets")}));
+    }
+
     void aSessionThatTheProviderMisreadsIsOpenedAnew()
     {
         m_service->misreadSessions = 2;
