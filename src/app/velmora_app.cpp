@@ -58,8 +58,8 @@ ProfileFiles::ProfileFiles(const XDGDirectories &directories, const AppConfigura
         fileEarlierProfile(&preferences, directories.cache, *configuration.originInFiles);
 }
 
-VelmoraApp::Network::Network()
-    : session(std::make_shared<NetworkSession>())
+VelmoraApp::Network::Network(Clock *clock)
+    : session(std::make_shared<NetworkSession>(NetworkSession::Limits(), NetworkSession::Names::Shown, clock))
 {
 }
 
@@ -76,6 +76,7 @@ VelmoraApp::VelmoraApp(AppEnvironment environment)
     , m_loginItem(makeLoginItem(m_environment, &m_files.preferences))
     , m_rateLimits(std::make_shared<RateLimitLedger>())
     , m_installationPage(m_environment.configuration.installationURL(), m_environment.urlOpener, m_environment.clock)
+    , m_network(m_environment.clock)
     , m_client(makeClient(m_environment, m_network.session))
     , m_authentication(m_client,
           credentialStoreOf(

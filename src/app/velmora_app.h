@@ -85,7 +85,7 @@ private:
     /// The connections to GitHub. Requests that are still under way when the application ends are aborted, after the
     /// stores that would hear of it are destroyed.
     struct Network {
-        Network();
+        explicit Network(Clock *clock);
         ~Network();
         Network(const Network &) = delete;
         Network &operator=(const Network &) = delete;

@@ -2,7 +2,9 @@
 #include "http/network_exchange.h"
 
 #include "http/connection_failure.h"
-#include "support/erased.h"
+#include "http/proxy_environment.h"
+#include "http/reply_start.h"
+#include "support/clock.h"
 
 namespace velmora
 {
@@ -10,76 +12,14 @@ namespace velmora
 namespace
 {
 
-QNetworkRequest networkRequest(const HTTPRequest &request, const NetworkSession::Limits &limits)
-{
-    QNetworkRequest made(request.url);
-    for (const auto &[name, value] : request.headers)
-        made.setRawHeader(name, value);
-    made.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    made.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    made.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    made.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    made.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    made.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
-    made.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
-    made.setTransferTimeout(static_cast<int>(limits.silence.count()));
-    return made;
-}
+using namespace std::chrono_literals;
 
-/// A body that cannot be read again. Otherwise Qt sends a request again, up to three times, when its connection breaks
-/// before the response.
-class UnrepeatableBody final : public QIODevice
-{
-public:
-    explicit UnrepeatableBody(QByteArray content)
-        : m_content(std::move(content))
-    {
-        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-    }
-
-    /// The request has ended, so this erases the last copy.
-    ~UnrepeatableBody() override { erase(m_content); }
-    UnrepeatableBody(const UnrepeatableBody &) = delete;
-    UnrepeatableBody &operator=(const UnrepeatableBody &) = delete;
-
-    [[nodiscard]] qint64 size() const override { return m_content.size(); }
-    bool seek(qint64) override { return false; }
-
-protected:
-    qint64 readData(char *data, qint64 limit) override
-    {
-        const auto count = std::min<qint64>(limit, m_content.size() - m_position);
-        std::copy_n(m_content.constData() + m_position, count, data);
-        m_position += count;
-        return count;
-    }
-    qint64 writeData(const char *, qint64) override { return -1; }
-
-private:
-    QByteArray m_content;
-    qint64 m_position = 0;
-};
-
-QNetworkReply *postOnce(QNetworkAccessManager &manager, const QNetworkRequest &made, const QByteArray &content)
-{
-    auto body = std::make_unique<UnrepeatableBody>(content);
-    QNetworkReply *const reply = manager.post(made, body.get());
-    body.release()->setParent(reply);
-    return reply;
-}
-
-QNetworkReply *startReply(
-    QNetworkAccessManager &manager, const HTTPRequest &request, const NetworkSession::Limits &limits)
-{
-    const QNetworkRequest made = networkRequest(request, limits);
-    if (request.method == "GET" && !request.body)
-        return manager.get(made);
-    if (request.method == "POST" && request.isUnrepeatable)
-        return postOnce(manager, made, request.body.value_or(QByteArray()));
-    if (request.method == "POST")
-        return manager.post(made, request.body.value_or(QByteArray()));
-    return manager.sendCustomRequest(made, request.method, request.body.value_or(QByteArray()));
-}
+/// In bytes.
+constexpr qsizetype kLargestHead = 64 * 1024;
+constexpr qsizetype kMostHeaders = 100;
+/// A body slower than this would only hold its account up.
+constexpr auto kProgressTime = 30s;
+constexpr qsizetype kLeastProgress = 1024;
 
 /// Whether the error only reports a status of 400 or above, so that the response is complete.
 bool isStatusError(QNetworkReply::NetworkError error)
@@ -131,6 +71,23 @@ std::shared_ptr<QNetworkAccessManager> managerFor(
     return state->manager;
 }
 
+bool isTooLarge(const QList<QNetworkReply::RawHeaderPair> &headers)
+{
+    // Of more headers than it accepts Qt gives none.
+    if (headers.isEmpty())
+        return true;
+    qsizetype size = 0;
+    for (const auto &[name, value] : headers)
+        size += name.size() + value.size();
+    return headers.size() > kMostHeaders || size > kLargestHead;
+}
+
+/// The port to which the connection is made.
+quint16 portFor(const QUrl &url, const QNetworkProxy &proxy)
+{
+    return proxy.type() == QNetworkProxy::NoProxy ? static_cast<quint16>(portOf(url)) : proxy.port();
+}
+
 } // namespace
 
 NetworkExchange::NetworkExchange(
@@ -141,6 +98,7 @@ NetworkExchange::NetworkExchange(
     , m_host(request.url.host())
     , m_proxy(m_state->proxies.lastKnown(request.url))
     , m_reply(startReply(*m_manager, request, m_state->limits))
+    , m_connections(portFor(request.url, m_proxy))
 {
     m_state->open.append(this);
     if (m_state->names == NetworkSession::Names::Hidden) {
@@ -154,6 +112,8 @@ NetworkExchange::NetworkExchange(
     m_deadline.setSingleShot(true);
     connect(&m_deadline, &QTimer::timeout, this, &NetworkExchange::expire);
     m_deadline.start(deadline);
+    connect(&m_floodTimer, &QTimer::timeout, this, &NetworkExchange::endFlood);
+    m_floodTimer.start(m_state->limits.betweenLooks);
 }
 
 NetworkExchange::~NetworkExchange()
@@ -191,12 +151,22 @@ void NetworkExchange::recordCertificateErrors(const QList<QSslError> &errors)
 void NetworkExchange::readHeaders()
 {
     const qint64 length = announcedLength();
-    if (length <= 0)
+    if (length > m_state->limits.bodySize || isTooLarge(m_reply->rawHeaderPairs())) {
+        failAsTooLarge();
         return;
-    if (length > m_state->limits.bodySize)
-        fail(TransportError::Kind::BodyTooLarge, QStringLiteral("The answer of %1 is too large.").arg(m_host));
-    else
-        m_response.body.reserve(static_cast<qsizetype>(length));
+    }
+    m_response.body.reserve(std::max<qsizetype>(length, 0));
+    m_scope.launch(requireProgress(m_scope.stopToken()), "the watch over a body");
+}
+
+QCoro::Task<> NetworkExchange::requireProgress(std::stop_token stop)
+{
+    qsizetype before = 0;
+    do {
+        before = m_response.body.size();
+        co_await m_state->clock->sleep(kProgressTime, stop);
+    } while (m_response.body.size() - before >= kLeastProgress);
+    fail(TransportError::Kind::TimedOut, QStringLiteral("The answer of %1 came too slowly.").arg(m_host));
 }
 
 void NetworkExchange::readBody()
@@ -210,8 +180,9 @@ void NetworkExchange::readBody()
         if (chunk.isEmpty())
             return;
         m_response.body += chunk;
+        ConnectionWatch::countBody(chunk.size());
         if (m_response.body.size() > m_state->limits.bodySize)
-            fail(TransportError::Kind::BodyTooLarge, QStringLiteral("The answer of %1 is too large.").arg(m_host));
+            failAsTooLarge();
     }
 }
 
@@ -263,6 +234,20 @@ QString NetworkExchange::failureText() const
     return connectionFailureText(m_host, m_reply->error(), cause, m_proxy);
 }
 
+void NetworkExchange::failAsTooLarge()
+{
+    fail(TransportError::Kind::BodyTooLarge, QStringLiteral("The answer of %1 is too large.").arg(m_host));
+}
+
+void NetworkExchange::endFlood()
+{
+    if (!m_connections.isFlooded())
+        return;
+    failAsTooLarge();
+    abortReply();
+    m_connections.endLargerThan(m_connections.allowed());
+}
+
 void NetworkExchange::fail(TransportError::Kind kind, const QString &text)
 {
     end(std::make_exception_ptr(TransportError(kind, text)));
@@ -275,6 +260,8 @@ void NetworkExchange::end(std::exception_ptr failure)
     m_isEnded = true;
     m_failure = std::move(failure);
     m_deadline.stop();
+    m_floodTimer.stop();
+    m_scope.cancelAll();
     m_reply->disconnect(this);
     QMetaObject::invokeMethod(
         this, [this] { settle(); }, Qt::QueuedConnection);
@@ -299,8 +286,13 @@ void NetworkExchange::abortReply()
     if (!m_reply)
         return;
     m_reply->disconnect(this);
-    if (m_reply->isRunning())
+    if (m_reply->isRunning()) {
         m_reply->abort();
+        const bool isAlone = std::all_of(m_state->open.begin(), m_state->open.end(),
+            [this](const NetworkExchange *other) { return other == this || other->m_isEnded; });
+        if (isAlone)
+            m_connections.endLargerThan(kLargestHead);
+    }
     m_reply->deleteLater();
     m_reply = nullptr;
 }

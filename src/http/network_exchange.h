@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "http/connection_watch.h"
 #include "http/network_session.h"
 #include "http/proxy_lookup.h"
 #include "support/error.h"
 #include "support/one_shot.h"
+#include "support/task_scope.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -14,11 +16,13 @@
 namespace velmora
 {
 
+class Clock;
 class NetworkExchange;
 
 struct NetworkSession::State {
     Limits limits;
     Names names = Names::Shown;
+    Clock *clock = nullptr;
     /// Holds the connections. Created on demand, released when its connections may be dead.
     std::shared_ptr<QNetworkAccessManager> manager;
     QList<NetworkExchange *> open;
@@ -50,6 +54,7 @@ public:
 private:
     void recordCertificateErrors(const QList<QSslError> &errors);
     void readHeaders();
+    [[nodiscard]] QCoro::Task<> requireProgress(std::stop_token stop);
     void readBody();
     void finishReply();
     [[nodiscard]] bool isCutOff() const;
@@ -57,6 +62,8 @@ private:
     [[nodiscard]] QString failureText() const;
     void fail(TransportError::Kind kind, const QString &text);
     void end(std::exception_ptr failure);
+    void failAsTooLarge();
+    void endFlood();
     void expire();
     void abandonConnections();
     void abortReply();
@@ -70,10 +77,13 @@ private:
     OneShot<HTTPResponse> m_done;
     QNetworkReply *m_reply = nullptr;
     QTimer m_deadline;
+    QTimer m_floodTimer;
+    ConnectionWatch m_connections;
     QList<QSslError> m_certificateErrors;
     HTTPResponse m_response;
     std::exception_ptr m_failure;
     bool m_isEnded = false;
+    TaskScope m_scope;
 };
 
 } // namespace velmora

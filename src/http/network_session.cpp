@@ -3,6 +3,7 @@
 
 #include "http/network_exchange.h"
 #include "http/proxy_environment.h"
+#include "support/clock.h"
 #include "support/task_scope.h"
 
 #include <QDeadlineTimer>
@@ -100,6 +101,12 @@ QCoro::Task<HTTPResponse> sendOnce(
     co_return response;
 }
 
+Clock *machineClock()
+{
+    static SystemClock clock;
+    return &clock;
+}
+
 } // namespace
 
 NetworkSession::NetworkSession()
@@ -107,11 +114,12 @@ NetworkSession::NetworkSession()
 {
 }
 
-NetworkSession::NetworkSession(Limits limits, Names names)
+NetworkSession::NetworkSession(Limits limits, Names names, Clock *clock)
     : m_state(std::make_shared<State>())
 {
     m_state->limits = limits;
     m_state->names = names;
+    m_state->clock = clock ? clock : machineClock();
 }
 
 NetworkSession::~NetworkSession()

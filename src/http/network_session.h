@@ -9,11 +9,14 @@
 namespace velmora
 {
 
+class Clock;
+
 /// HTTP over Qt Network.
 ///
 /// HTTP/1.1 only: Qt would use a silently dead HTTP/2 connection for all later requests. Follows at most three
 /// redirects, and only on the same origin, so that no token reaches another host; any other redirect is the response.
-/// No cookies, no cache.
+/// No cookies, no cache. A response has at most 100 headers of 64 KiB together, and its body brings at least 1 KiB in
+/// every 30 seconds.
 ///
 /// Uses the proxy that the environment or the system names for a host, but never for this machine. The host's
 /// certificate must verify against the trust store of the system, and no setting disables this check.
@@ -23,7 +26,8 @@ public:
     struct Limits {
         std::chrono::milliseconds silence = std::chrono::seconds(60); ///< longest time without a byte
         std::chrono::milliseconds total = std::chrono::seconds(300); ///< longest time of one send(), redirects included
-        qint64 bodySize = 16 * 1024 * 1024; ///< in bytes, after decompression
+        qint64 bodySize = 3 * 1024 * 1024; ///< in bytes, after decompression; GitHub's largest have about 1 MiB
+        std::chrono::milliseconds betweenLooks = std::chrono::seconds(1); ///< for connections that deliver nothing
     };
 
     /// Whether the texts of failures name the host and the proxy.
@@ -33,7 +37,8 @@ public:
     };
 
     NetworkSession();
-    explicit NetworkSession(Limits limits, Names names = Names::Shown);
+    /// The clock measures how fast a body comes. It is not owned; without one it is the machine's.
+    explicit NetworkSession(Limits limits, Names names = Names::Shown, Clock *clock = nullptr);
     /// Ends every open request, which fails with a TransportError on the spot.
     ~NetworkSession() override;
 
