@@ -9,15 +9,15 @@ using namespace std::chrono;
 namespace
 {
 
-constexpr auto kLongestPause = hours(24);
-constexpr auto kLongestGuess = hours(1);
+/// GitHub's quotas last an hour. A longer wait is a mistake, which one request an hour finds out.
+constexpr auto kLongestPause = hours(1);
 
 /// `first`, doubled for each earlier refusal in a row, at most an hour.
 microseconds doubled(seconds first, int refusalsBefore)
 {
     constexpr int kEnoughForAnHour = 12;
     const auto pause = first * (qint64(1) << std::min(refusalsBefore, kEnoughForAnHour));
-    return std::min<microseconds>(pause, kLongestGuess);
+    return std::min<microseconds>(pause, kLongestPause);
 }
 
 /// The length of a pause. A time in the past leads to short, growing pauses, so that a wrong clock on either side does

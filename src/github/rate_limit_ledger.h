@@ -21,11 +21,12 @@ public:
     /// When the identity may send requests again, nullopt if at once.
     [[nodiscard]] std::optional<Instant> pausedUntil(qint64 identityID, Instant now);
 
-    /// GitHub refused a request. Pauses until GitHub's time, at most a day. Without a time the pause is 60 seconds, and
-    /// with a time in the past 1 second; both double with each refusal in a row, up to an hour. Never shortens a pause.
+    /// GitHub refused a request. Pauses until GitHub's time, at most an hour. Without a time the pause is 60 seconds,
+    /// and with a time in the past 1 second; both double with each refusal in a row, up to an hour. Never shortens a
+    /// pause.
     void recordRefusal(qint64 identityID, const RateLimitNotice &notice, Instant now);
 
-    /// A fetch succeeded. Pauses until the reset, at most a day, if fewer points remain than `nextCost`. Never ends a
+    /// A fetch succeeded. Pauses until the reset, at most an hour, if fewer points remain than `nextCost`. Never ends a
     /// running pause.
     void recordSuccess(qint64 identityID, const DeploymentRateLimit &limit, qint64 nextCost, Instant now);
 
