@@ -670,7 +670,7 @@ private Q_SLOTS:
     {
         buildAliceAndBob();
         f->tick();
-        f->ledger->recordRefusal(1, RateLimitNotice{noon() + 3700s}, noon());
+        f->ledger->recordRefusal(1, RateLimitNotice{noon() + 3700s}, noon() + 100s);
         f->github.clearLog();
         f->tickAfter(3600s);
         QCOMPARE(f->github.restRequests.size(), 2);

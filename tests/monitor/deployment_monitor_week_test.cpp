@@ -3,6 +3,8 @@
 
 #include "support/test_main.h"
 
+#include <QDir>
+#include <QMetaMethod>
 #include <QTest>
 
 using namespace velmora;
@@ -40,6 +42,44 @@ HTTPResponse answer(const HTTPRequest &request, Counters &counters)
         R"("account":{"id":1000,"login":"alice","type":"User"}}]})");
 }
 
+/// What a program may not take more and more of.
+struct Holdings {
+    qsizetype waits = 0; ///< on the clock
+    int receivers = 0; ///< of signals
+    qsizetype files = 0;
+    qsizetype threads = 0;
+
+    friend bool operator==(const Holdings &, const Holdings &) = default;
+};
+
+int receiversOf(const QObject &object)
+{
+    // The function is protected; a pointer to it calls it for any object.
+    struct Opened : QObject {
+        using QObject::receivers;
+    };
+    int count = 0;
+    for (int i = 0; i < object.metaObject()->methodCount(); ++i) {
+        const QMetaMethod method = object.metaObject()->method(i);
+        if (method.methodType() == QMetaMethod::Signal)
+            count += (object.*&Opened::receivers)(QByteArray("2" + method.methodSignature()).constData());
+    }
+    return count;
+}
+
+Holdings holdingsOf(const MonitorFixture &f)
+{
+    Holdings holdings;
+    holdings.waits = f.clock.sleeperCount();
+    for (const QObject *sender :
+        {static_cast<const QObject *>(f.monitor.get()), static_cast<const QObject *>(f.authentication.get()),
+            static_cast<const QObject *>(f.installations.get()), static_cast<const QObject *>(&f.defaults)})
+        holdings.receivers += receiversOf(*sender);
+    holdings.files = QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+    holdings.threads = QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
+    return holdings;
+}
+
 } // namespace
 
 /// A week of the polling loop on a fake clock, which makes it a moment.
@@ -58,7 +98,11 @@ private Q_SLOTS:
             return answer(request, counters);
         };
         f.monitor->start(f.authentication.get(), f.installations.get());
-        f.clock.advance(7 * 24h);
+        f.clock.advance(2 * 24h);
+        const Holdings before = holdingsOf(f);
+        QVERIFY(before.waits > 0 && before.receivers > 0 && before.files > 0 && before.threads > 0);
+        f.clock.advance(5 * 24h);
+        QVERIFY(holdingsOf(f) == before);
 
         // Every 30 seconds from the fifth on; every hour the one page of installations and the one of repositories.
         QCOMPARE(counters.queries, 7 * 24 * 3600 / 30);
