@@ -278,11 +278,11 @@ private Q_SLOTS:
         connectWithDeployments({{text("a"), text("SUCCESS")}});
         auto &identity = m_fixture->github.identities[text("octocat")];
         identity.remaining = 0;
-        identity.resetAt = noon() + 2h + 5min;
+        identity.resetAt = noon() + 35min;
         m_fixture->tick();
         show();
         QVERIFY(m_view->content() == MenuBarContent::List);
-        QCOMPARE(status(), text("Paused until ") + QLocale().toString(QTime(14, 5), QLocale::ShortFormat));
+        QCOMPARE(status(), text("Paused until ") + QLocale().toString(QTime(12, 35), QLocale::ShortFormat));
         QCOMPARE(shownTexts().at(2), text("Updated now"));
     }
 
