@@ -2,6 +2,7 @@
 #include "accounts/secret_service_connection.h"
 
 #include "accounts/credential_store_error.h"
+#include "platform/current_desktops.h"
 #include "support/with_deadline.h"
 
 #include <QString>
@@ -25,7 +26,7 @@ using Variant = std::unique_ptr<GVariant, VariantDeleter>;
 
 bool isKDE()
 {
-    return qgetenv("XDG_CURRENT_DESKTOP").split(':').contains("KDE");
+    return currentDesktops().contains(QLatin1String("KDE"));
 }
 
 [[noreturn]] void throwNoProvider()

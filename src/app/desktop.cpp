@@ -5,7 +5,7 @@
 #include "app/velmora_app.h"
 #include "notifications/desktop_notifications.h"
 #include "notifications/notification_service_watcher.h"
-#include "platform/appearance.h"
+#include "platform/current_desktops.h"
 #include "platform/fallback_status_item.h"
 #include "platform/status_notifier_item.h"
 #include "support/task_scope.h"

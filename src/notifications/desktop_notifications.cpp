@@ -6,6 +6,7 @@
 #include "notifications/plasma_notification_permission.h"
 #include "notifications/portal_notification_permission.h"
 #include "notifications/portal_notification_server.h"
+#include "platform/current_desktops.h"
 
 #include <QFile>
 
@@ -36,7 +37,7 @@ bool usesGnomeSettings(const QStringList &desktops)
 DesktopSession DesktopSession::present()
 {
     return DesktopSession{
-        .desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':'), Qt::SkipEmptyParts),
+        .desktops = currentDesktops(),
         .isSandboxed = QFile::exists(QStringLiteral("/.flatpak-info")),
     };
 }

@@ -140,11 +140,6 @@ Appearance appearanceFrom(const DesktopSettings &settings, const QStringList &de
     return appearance;
 }
 
-QStringList currentDesktops()
-{
-    return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':'), Qt::SkipEmptyParts);
-}
-
 bool isPlasma(const QStringList &desktops)
 {
     return desktops.contains(QLatin1String("KDE"));

@@ -35,11 +35,9 @@ struct Appearance {
 };
 
 /// What the settings of the desktops say. Values of another type or outside of their range count as open. `desktops`
-/// are the names in XDG_CURRENT_DESKTOP.
+/// are those of currentDesktops().
 [[nodiscard]] Appearance appearanceFrom(const DesktopSettings &settings, const QStringList &desktops);
 
-/// The names in XDG_CURRENT_DESKTOP.
-[[nodiscard]] QStringList currentDesktops();
 [[nodiscard]] bool isPlasma(const QStringList &desktops);
 
 } // namespace velmora

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/appearance.h"
+#include "platform/current_desktops.h"
 #include "platform/gnome_settings.h"
 #include "platform/plasma_settings.h"
 #include "platform/settings_portal.h"
@@ -20,7 +21,7 @@ class AppearanceWatch final : public QObject
     Q_OBJECT
 
 public:
-    /// `bus` is to the session bus. `desktops` are the names in XDG_CURRENT_DESKTOP.
+    /// `bus` is to the session bus.
     explicit AppearanceWatch(
         const QDBusConnection &bus, QStringList desktops = currentDesktops(), QObject *parent = nullptr);
 

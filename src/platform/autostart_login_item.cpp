@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/autostart_login_item.h"
 
+#include "platform/current_desktops.h"
 #include "platform/desktop_entry.h"
 #include "platform/platform_error.h"
 #include "platform/xdg_directories.h"
@@ -130,7 +131,7 @@ AutostartLoginItem::Options AutostartLoginItem::optionsFor(const XDGDirectories 
     options.userFolder = besides(directories.configuration);
     for (const QString &folder : directories.systemConfiguration)
         options.systemFolders.append(besides(folder));
-    options.desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    options.desktops = currentDesktops();
     return options;
 }
 

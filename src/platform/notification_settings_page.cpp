@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/notification_settings_page.h"
 
+#include "platform/current_desktops.h"
+
 #include <QProcess>
 #include <QStandardPaths>
 
@@ -57,7 +59,7 @@ QList<QStringList> notificationSettingsCommands(const QStringList &desktops)
 }
 
 NotificationSettingsPage::NotificationSettingsPage()
-    : NotificationSettingsPage(qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':'), Qt::SkipEmptyParts))
+    : NotificationSettingsPage(currentDesktops())
 {
 }
 
