@@ -23,6 +23,29 @@ namespace
 
 using Groups = QMap<QString, QVariantMap>;
 
+/// Red, green and blue, as the portal sends an accent.
+struct Accent {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+};
+
+QDBusArgument &operator<<(QDBusArgument &argument, const Accent &accent)
+{
+    argument.beginStructure();
+    argument << accent.red << accent.green << accent.blue;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, Accent &accent)
+{
+    argument.beginStructure();
+    argument >> accent.red >> accent.green >> accent.blue;
+    argument.endStructure();
+    return argument;
+}
+
 const QString kPortal = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString kStandard = QStringLiteral("org.freedesktop.appearance");
@@ -38,6 +61,7 @@ public:
         : m_bus(QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("portal")))
     {
         qDBusRegisterMetaType<Groups>();
+        qDBusRegisterMetaType<Accent>();
         m_bus.registerObject(kPath, this, QDBusConnection::ExportScriptableContents);
     }
     ~FakeSettingsPortal() override { QDBusConnection::disconnectFromBus(QStringLiteral("portal")); }
@@ -149,6 +173,28 @@ private Q_SLOTS:
         portal.change(kStandard, QStringLiteral("color-scheme"), 2U);
         QVERIFY(waitUntil([&] { return heard.count() == 3; }));
         QCOMPARE(heard.at(2).at(0).value<Appearance>().scheme, Appearance::Scheme::Light);
+    }
+
+    void theAccentIsKeptWhileOtherSettingsChange()
+    {
+        const QString key = QStringLiteral("accent-color");
+        FakeSettingsPortal portal;
+        portal.settings[kStandard][key] = QVariant::fromValue(Accent{1, 0.4, 0});
+        QVERIFY(portal.own());
+        AppearanceWatch watch(QDBusConnection::sessionBus(), kOther);
+        const QSignalSpy heard(&watch, &AppearanceWatch::changed);
+        const auto accent = [&heard] {
+            return heard.last().at(0).value<Appearance>().accent;
+        };
+        watch.start();
+        QVERIFY(waitUntil([&] { return heard.count() == 2; }));
+        QCOMPARE(accent(), std::optional(qRgb(255, 102, 0)));
+        portal.change(kStandard, QStringLiteral("color-scheme"), 1U);
+        QVERIFY(waitUntil([&] { return heard.count() == 3; }));
+        QCOMPARE(accent(), std::optional(qRgb(255, 102, 0)));
+        portal.change(kStandard, key, QVariant::fromValue(Accent{-1, -1, -1})); // for none
+        QVERIFY(waitUntil([&] { return heard.count() == 4; }));
+        QCOMPARE(accent(), std::optional<QRgb>());
     }
 
     void settingsThatChangeTogetherAreOneChange()
