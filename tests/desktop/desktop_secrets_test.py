@@ -46,9 +46,8 @@ class SecretsTest(VelmoraTest):
         monitor = self.desktop.start("monitor", ["dbus-monitor", "--session", "--binary"])
         eventually(monitor.output, "the first message on the bus")
         self.environment = self.github.environment | _TALKATIVE
-        if "ASAN_OPTIONS" in os.environ:
-            # The check for leaks traces the program as well, and only one can.
-            self.environment["ASAN_OPTIONS"] = os.environ["ASAN_OPTIONS"] + ":detect_leaks=0"
+        # The check for leaks traces the program as well, and only one can.
+        self.environment["ASAN_OPTIONS"] = os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0"
 
     def tracer(self):
         return [*_TRACER, "-o", f"{self.captured}/{len(os.listdir(self.captured))}"]

@@ -38,28 +38,28 @@ private Q_SLOTS:
     {
         Story story;
         story.github.joins(u"octo"_s);
+        // From here on the tick sleeps whenever the program is at rest.
+        story.program.comesToRest();
         const auto sleepersBefore = story.clock.sleeperCount();
         AuthenticationStore &authentication = story.program.app().authentication();
         authentication.startConnecting();
         // Between two polls the connection sleeps.
         const auto pollIsOver = [&] {
-            return story.clock.sleeperCount() > sleepersBefore
-                || authentication.connectionState() == GitHubSessionStatus::Connected
-                || authentication.connectionState() == GitHubSessionStatus::ReconnectRequired;
+            return story.clock.sleeperCount() > sleepersBefore;
         };
-        QVERIFY(waitUntil(pollIsOver));
+        QVERIFY(waitUntil([&] { return authentication.pendingAuthorization().has_value() && pollIsOver(); }));
         const QString code = authentication.pendingAuthorization()->userCode;
         story.github.isUnreachable();
-        for (int poll = 0; poll < 3; ++poll) {
+        for (int poll = 1; poll <= 3; ++poll) {
             story.time.passes(5s);
-            QVERIFY(waitUntil(pollIsOver));
+            QVERIFY(waitUntil(
+                [&] { return story.github.requestCount("/login/oauth/access_token") >= poll && pollIsOver(); }));
         }
-        QVERIFY(story.github.requestCount("/login/oauth/access_token") >= 3);
         QCOMPARE(authentication.connectionState(), GitHubSessionStatus::AwaitingAuthorization);
         story.github.recovers();
         QVERIFY(story.github.simulator.oauth().approve(code, u"octo"_s));
         story.time.passes(5s);
-        QVERIFY(waitUntil(pollIsOver));
+        QVERIFY(waitUntil([&] { return authentication.connectionState() == GitHubSessionStatus::Connected; }));
         QCOMPARE(authentication.errorMessage().value_or(QString()), QString());
         QCOMPARE(story.user.session(u"octo"_s), std::optional(GitHubSessionStatus::Connected));
     }
