@@ -125,6 +125,8 @@ quint16 HTTPServer::start(quint16 port)
 
 bool HTTPServer::handleRequest(const QHttpServerRequest &incoming, QTcpSocket *socket)
 {
+    // Head and body are written apart; the body would wait for the client's belated acknowledgement of the head.
+    socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     const Request request = requestFrom(incoming);
     const auto exchange = std::make_shared<Exchange>();
     exchange->socket = socket;
