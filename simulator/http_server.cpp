@@ -191,6 +191,8 @@ void HTTPServer::send(const std::shared_ptr<Exchange> &exchange)
         cut = response.body.size() / 2;
     if (!exchange->isHead && response.status != 204 && response.status != 304)
         exchange->socket->write(cut ? response.body.left(*cut) : response.body);
+    if (delivery.keepsRest)
+        return; // ends with the connection
     exchange->finish(cut ? 0 : response.status);
     if (cut || exchange->closesAfterwards)
         exchange->socket->disconnectFromHost();

@@ -20,6 +20,7 @@ struct Delivery {
     };
     int delayMilliseconds = 0;
     std::optional<qint64> truncateAfter; ///< bytes of the body to send, while Content-Length announces all
+    bool keepsRest = false; ///< what truncateAfter cuts off never comes, and the connection stays open
     bool endlessBody = false; ///< spaces follow the body without end
     bool hang = false; ///< no answer before Simulator::answerHanging()
     std::function<void(std::function<void()> send)> defer; ///< if set, is called with what sends the answer

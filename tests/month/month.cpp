@@ -72,6 +72,7 @@ MonthOptions MonthOptions::fromEnvironment(MonthOptions defaults)
 Month::Month(const MonthOptions &options)
     : m_options(options)
     , m_random(options.seed)
+    , m_chance(options.seed + 3)
     , m_clock(firstMorning())
     , m_github(&m_clock, &m_oracle, options.seed, options.repositories)
     , m_desktop(&m_clock)
@@ -103,10 +104,8 @@ void Month::pass()
         m_clock.onMachine(10min, soon);
         for (int day = 0; day < m_options.days; ++day) {
             passDay(m_begin + day * 24h);
-            if (day == 0)
-                m_memoryAfterFirstDay = memoryInUse();
+            m_memory.append(memoryInUse());
         }
-        m_memoryAtEnd = memoryInUse();
     } catch (const std::exception &failure) {
         throw Violation(QString::fromUtf8(failure.what()) + u'\n' + where());
     }
@@ -167,8 +166,8 @@ bool Month::isBusy() const
     if (!m_app)
         return m_github.openRequests() > 0;
     // A request that only one side knows of is being transmitted, or its answer is.
-    return m_app->network().openRequests() != m_github.openRequests() || m_app->files().cache.isBusy()
-        || m_app->files().preferences.isSaving();
+    return m_app->network().openRequests() != m_github.openRequests() || m_github.isDripNews()
+        || m_app->files().cache.isBusy() || m_app->files().preferences.isSaving();
 }
 
 /// Has the oracle judge what the program has been told.
@@ -195,6 +194,40 @@ void Month::afterEvent()
     else
         m_oracle.waited(m_clock.awake() - m_lastRound);
     m_lastRound = m_clock.awake();
+    checkLiveness();
+}
+
+/// However absurd what GitHub says, an account that can be asked is asked within an hour.
+void Month::checkLiveness()
+{
+    constexpr auto kLongestSilence = 70min;
+    const auto logins = MonthGitHub::logins();
+    for (const QString &login : logins) {
+        Silence &silence = m_silences[login];
+        const qint64 questions = m_github.questionCount(login);
+        if (questions != silence.questions || !isAskable(login))
+            silence = {questions, m_clock.awake()};
+        if (m_clock.awake() - silence.since > kLongestSilence)
+            throw Violation(u"%1 was not asked for an hour"_s.arg(login));
+    }
+}
+
+/// Whether nothing on this machine keeps the program from asking for the account.
+bool Month::isAskable(const QString &login) const
+{
+    if (*m_desktop.keyring->mood != MonthKeyring::Mood::Open || m_clock.skew() != 0s || m_removed.contains(login))
+        return false;
+    const auto &sessions = m_app->authentication().sessions();
+    return std::any_of(sessions.begin(), sessions.end(), [&](const GitHubAccountSession &session) {
+        return session.account.login == login && !m_app->authentication().hasEnded(session.id());
+    });
+}
+
+bool Month::isListed(const QString &login) const
+{
+    const auto &sessions = m_app->authentication().sessions();
+    return std::any_of(sessions.begin(), sessions.end(),
+        [&](const GitHubAccountSession &session) { return session.account.login == login; });
 }
 
 AppEnvironment Month::environment()
@@ -217,7 +250,7 @@ AppEnvironment Month::environment()
     environment.notifier = m_notifier.get();
     environment.clock = &m_clock;
     environment.random = [this] {
-        return double(m_random.between(0, 999)) / 1'000;
+        return double(m_chance.between(0, 999)) / 1'000;
     };
     environment.monotonic = [this] {
         return m_clock.monotonic();
@@ -239,6 +272,8 @@ void Month::start()
     m_app = std::make_unique<VelmoraApp>(environment());
     m_app->monitor().start(&m_app->authentication(), &m_app->installations());
     launch(m_app->settings().prepareNotifications(), "Preparing notifications");
+    QObject::connect(&m_app->authentication(), &AuthenticationStore::sessionsChanged, &m_app->monitor(),
+        [this] { noticeRemovals(); });
     m_lastRound = m_clock.awake();
 }
 
@@ -279,6 +314,7 @@ void Month::kill(bool isAbrupt)
 void Month::dropProgram(bool keepsFiles)
 {
     auto files = keepsFiles ? nullptr : copyOf(*m_home);
+    m_silences.clear();
     *m_desktop.keyring->isAlive = keepsFiles;
     if (!keepsFiles)
         m_notifier->isAlive = false;
@@ -313,6 +349,10 @@ void Month::lookAtAccounts()
         if (authentication.hasEnded(session.id()))
             return reconnect(session.account.login);
     }
+    for (const QString &login : MonthGitHub::logins()) {
+        if (!isListed(login) && !m_removed.contains(login))
+            return reconnect(login);
+    }
 }
 
 void Month::reconnect(const QString &login)
@@ -325,6 +365,56 @@ void Month::reconnect(const QString &login)
     });
 }
 
+/// The user removes the account, and connects it again some time later.
+void Month::removeAccount(const QString &login)
+{
+    const auto sessions = m_app->authentication().sessions();
+    for (const GitHubAccountSession &session : sessions) {
+        if (session.account.login != login)
+            continue;
+        note(u"remove "_s + login);
+        m_removed.insert(login);
+        launch(m_app->authentication().remove(session.id()), "Removing an account");
+        m_clock.onMachine(between(1min, m_random.chance(70) ? 20min : 5h), [this, login] { m_removed.remove(login); });
+    }
+}
+
+void Month::noticeRemovals()
+{
+    for (const QString &login : std::as_const(m_removed)) {
+        if (!isListed(login))
+            m_oracle.removed(login);
+    }
+}
+
+/// Off for some time, and on again.
+void Month::switchNotifications(MonthOracle::Kind kind, bool isOn)
+{
+    const bool isFailures = kind == MonthOracle::Kind::Failures;
+    if (!m_app) {
+        if (isOn)
+            m_clock.onMachine(1min, [this, kind] { switchNotifications(kind, true); });
+        return;
+    }
+    note(u"%1 switched %2"_s.arg(isFailures ? u"failures"_s : u"successes"_s, isOn ? u"on"_s : u"off"_s));
+    m_app->settings().setNotificationPreference(
+        isOn, isFailures ? DeploymentNotificationKind::Failure : DeploymentNotificationKind::Success);
+    m_oracle.switched(kind, isOn);
+    if (!isOn) {
+        m_clock.onMachine(
+            between(1min, m_random.chance(80) ? 40min : 4h), [this, kind] { switchNotifications(kind, true); });
+    }
+}
+
+void Month::drawUserDecision()
+{
+    if (!m_app)
+        return;
+    if (m_random.chance(35) && *m_desktop.keyring->mood == MonthKeyring::Mood::Open)
+        return removeAccount(m_random.pick(MonthGitHub::logins()));
+    switchNotifications(m_random.chance(50) ? MonthOracle::Kind::Failures : MonthOracle::Kind::Successes, false);
+}
+
 void Month::drawFault()
 {
     m_clock.onMachine(between(10s, m_options.calm), [this] { drawFault(); });
@@ -333,8 +423,10 @@ void Month::drawFault()
         drawAnswerFault();
     else if (choice <= 56)
         drawQuotaFault();
-    else if (choice <= 70)
+    else if (choice <= 68)
         drawWorldFault();
+    else if (choice <= 75)
+        drawUserDecision();
     else
         drawMachineFault();
 }
@@ -509,9 +601,10 @@ QString Month::report() const
                 .arg(m_oracle.expectedCount())
                 .arg(m_oracle.undecidedCount())
                 .arg(m_oracle.lostCount());
-    text += u"memory after the first day %1 MiB, at the end %2 MiB\n"_s
-                .arg(double(m_memoryAfterFirstDay) / kMebibyte, 0, 'f', 1)
-                .arg(double(m_memoryAtEnd) / kMebibyte, 0, 'f', 1);
+    text += u"memory in MiB after each day:"_s;
+    for (const qint64 memory : m_memory)
+        text += u" %1"_s.arg(double(memory) / kMebibyte, 0, 'f', 1);
+    text += u'\n';
     QStringList kinds = m_counts.keys();
     kinds.sort();
     for (const QString &kind : std::as_const(kinds))

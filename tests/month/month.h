@@ -47,8 +47,8 @@ public:
     /// What has happened, in a few lines.
     [[nodiscard]] QString report() const;
     /// Resident memory in bytes, after the first day and now at the end.
-    [[nodiscard]] qint64 memoryAfterFirstDay() const { return m_memoryAfterFirstDay; }
-    [[nodiscard]] qint64 memoryAtEnd() const { return m_memoryAtEnd; }
+    [[nodiscard]] qint64 memoryAfterFirstDay() const { return m_memory.value(0); }
+    [[nodiscard]] qint64 memoryAtEnd() const { return m_memory.isEmpty() ? 0 : m_memory.last(); }
 
 private:
     using Duration = MonthClock::Duration;
@@ -67,11 +67,18 @@ private:
     void prepareUser();
     void lookAtAccounts();
     void reconnect(const QString &login);
+    [[nodiscard]] bool isListed(const QString &login) const;
+    [[nodiscard]] bool isAskable(const QString &login) const;
+    void removeAccount(const QString &login);
+    void noticeRemovals();
+    void switchNotifications(MonthOracle::Kind kind, bool isOn);
+    void checkLiveness();
     void drawFault();
     void drawAnswerFault();
     void drawQuotaFault();
     void drawWorldFault();
     void drawMachineFault();
+    void drawUserDecision();
     void changeNetwork();
     void sleepFor(Duration duration, bool isAnnounced);
     void setClockWrong();
@@ -81,6 +88,7 @@ private:
 
     MonthOptions m_options;
     simulator::Random m_random;
+    simulator::Random m_chance; ///< the program's
     MonthClock m_clock;
     MonthOracle m_oracle;
     MonthGitHub m_github;
@@ -90,12 +98,17 @@ private:
     std::unique_ptr<VelmoraApp> m_app;
     Duration m_lastRound{0}; ///< awake
     bool m_wasClockSet = false; ///< since the last round
+    QSet<QString> m_removed; ///< logins that the user wants removed
+    struct Silence {
+        qint64 questions = 0;
+        Duration since{0}; ///< awake
+    };
+    QHash<QString, Silence> m_silences; ///< by login: since when the program has asked nothing, though it may
     Instant m_begin;
     QElapsedTimer m_realTime;
     QHash<QString, int> m_counts; ///< by the kind of event
     std::deque<QString> m_latest;
-    qint64 m_memoryAfterFirstDay = 0;
-    qint64 m_memoryAtEnd = 0;
+    QList<qint64> m_memory; ///< after each day
 };
 
 } // namespace velmora::testing

@@ -37,11 +37,14 @@ public:
     /// How long the machine has been awake.
     [[nodiscard]] Duration awake() const { return m_truth - m_start - m_suspended; }
     [[nodiscard]] Duration skew() const { return m_skew; }
+    /// How often anything has begun to wait for time to pass.
+    [[nodiscard]] qint64 sleepsBegun() const { return m_sleepsBegun; }
 
     [[nodiscard]] QCoro::Task<> sleep(std::chrono::milliseconds duration, std::stop_token stop) override
     {
         if (stop.stop_requested())
             throw CancellationError();
+        ++m_sleepsBegun;
         const OneShot<> done;
         const auto wake = [done] {
             done.resolve();
@@ -117,6 +120,7 @@ private:
     std::multimap<Instant, Event> m_world;
     std::multimap<Duration, Event> m_machine;
     QList<OneShot<>> m_sleeps;
+    qint64 m_sleepsBegun = 0;
 };
 
 } // namespace velmora::testing

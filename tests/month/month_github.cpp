@@ -22,6 +22,7 @@ constexpr auto kTokens = "/login/oauth/access_token";
 constexpr auto kGraphQL = "/graphql";
 constexpr auto kInstallations = "/user/installations";
 constexpr int kMostSpent = 5'000;
+constexpr auto kFarFuture = "32472144000"; ///< the year 2999
 constexpr std::size_t kMostKept = 12; ///< deployments of a repository that are over
 
 simulator::SimulatorOptions optionsWith(const MonthClock *clock, quint64 seed)
@@ -78,6 +79,7 @@ struct MonthGitHub::Exchange {
     QSet<int> nullPlaces; ///< of repositories that are null in the answer
     QList<int> installations; ///< that the login sees
     bool hasToken = false;
+    bool hasEnded = false;
     bool isSpoiled = false;
     bool isFollowed = false; ///< a redirect, after which the same is asked elsewhere
 };
@@ -208,6 +210,16 @@ bool MonthGitHub::approve(const QString &userCode, const QString &login)
     return simulator.oauth().approve(userCode, login);
 }
 
+bool MonthGitHub::isDripNews() const
+{
+    static constexpr auto kLongestPause = 30s; // in which a body must bring 1 KiB
+    static constexpr qint64 kPatience = 2'000; // milliseconds of real time; for a program that has just given up
+    return std::any_of(m_drips.begin(), m_drips.end(), [this](const Drip &drip) {
+        const bool isNoticed = m_clock->sleepsBegun() > drip.sleepsBefore || drip.age.hasExpired(kPatience);
+        return !isNoticed || m_clock->awake() - drip.sentAt >= kLongestPause;
+    });
+}
+
 void MonthGitHub::throwIfViolated() const
 {
     if (!m_violation.isEmpty())
@@ -236,6 +248,10 @@ std::optional<simulator::MisbehaviourRule> MonthGitHub::rule(const simulator::Re
         case AnswerFault::Page:
         case AnswerFault::Redirected:
         case AnswerFault::Limited:
+            return refusal(fault.fault, request);
+        case AnswerFault::Absurd:
+            if (request.path == kGraphQL && m_weather.chance(50))
+                return std::nullopt;
             return refusal(fault.fault, request);
         default:
             return std::nullopt;
@@ -272,6 +288,12 @@ simulator::MisbehaviourRule MonthGitHub::refusal(AnswerFault fault, const simula
             const qint64 reset = simulator.now() / 1'000 + m_weather.between(1, 3'000);
             rule.headers = {{"X-RateLimit-Remaining", "0"}, {"X-RateLimit-Reset", QByteArray::number(reset)}};
         }
+    } else if (fault == AnswerFault::Absurd) {
+        rule.status = m_weather.pick(QList<int>{403, 429});
+        if (m_weather.chance(50))
+            rule.headers = {{"Retry-After", "1000000000000"}};
+        else
+            rule.headers = {{"X-RateLimit-Remaining", "0"}, {"X-RateLimit-Reset", kFarFuture}};
     }
     return rule;
 }
@@ -303,8 +325,17 @@ void MonthGitHub::answering(const simulator::Request &request, const QString &lo
         finished(*exchange, status);
     };
     const auto wait = delay(*exchange);
-    reply.delivery.defer = [this, wait](const std::function<void()> &send) {
-        m_clock->onMachine(wait, send);
+    const auto beginDrip = [this, exchange, drips = reply.delivery.keepsRest] {
+        if (!drips || exchange->hasEnded)
+            return;
+        m_drips.append({exchange.get(), m_clock->awake(), m_clock->sleepsBegun(), {}});
+        m_drips.last().age.start();
+    };
+    reply.delivery.defer = [this, wait, beginDrip](const std::function<void()> &send) {
+        m_clock->onMachine(wait, [send, beginDrip] {
+            beginDrip();
+            send();
+        });
     };
 }
 
@@ -317,10 +348,13 @@ void MonthGitHub::checkArrival(const Exchange &exchange, const simulator::Reques
     }
     if (exchange.login.isEmpty())
         return;
+    ++m_questions[exchange.login];
     const QString what = u"%1 for %2"_s.arg(QString::fromUtf8(request.path), exchange.login);
     if (m_open[exchange.login]++ > 0)
         violate(what + u": another request was open"_s);
-    if (m_clock->truth() + 1s < m_pausedUntil.value(exchange.login))
+    // Whose a new token is turns out with the first answer.
+    const bool isKnown = !m_newTokens.remove(request.token());
+    if (isKnown && m_clock->truth() + 1s < m_pausedUntil.value(exchange.login))
         violate(what + u": GitHub had told the program to wait"_s);
     const auto hour = std::chrono::floor<std::chrono::hours>(m_clock->truth()).time_since_epoch().count();
     if (++m_spent[{exchange.login, hour}] > kMostSpent)
@@ -333,7 +367,7 @@ void MonthGitHub::checkArrival(const Exchange &exchange, const simulator::Reques
 void MonthGitHub::spoil(simulator::Reply &reply, Exchange &exchange)
 {
     simulator::Response &response = reply.response;
-    exchange.isSpoiled = *m_current != AnswerFault::Slow;
+    exchange.isSpoiled = *m_current != AnswerFault::Slow && *m_current != AnswerFault::Absurd;
     switch (*m_current) {
     case AnswerFault::Lost:
     case AnswerFault::Stalled:
@@ -341,6 +375,13 @@ void MonthGitHub::spoil(simulator::Reply &reply, Exchange &exchange)
         break;
     case AnswerFault::Cut:
         reply.delivery.truncateAfter = m_weather.between(0, std::max<qint64>(0, response.body.size() - 1));
+        break;
+    case AnswerFault::Dripped:
+        reply.delivery.truncateAfter = m_weather.between(0, std::min<qint64>(900, response.body.size() - 1));
+        reply.delivery.keepsRest = true;
+        break;
+    case AnswerFault::Absurd:
+        removePoints(response);
         break;
     case AnswerFault::Truncated:
         response.body.truncate(m_weather.between(0, std::max<qint64>(0, response.body.size() - 1)));
@@ -365,14 +406,33 @@ void MonthGitHub::spoil(simulator::Reply &reply, Exchange &exchange)
         }
         if (exchange.nullPlaces.isEmpty())
             break;
+        QJsonArray errors = body["errors"_L1].toArray();
+        for (const int place : std::as_const(exchange.nullPlaces)) {
+            errors.append(QJsonObject{{u"type"_s, u"FORBIDDEN"_s}, {u"path"_s, QJsonArray{u"nodes"_s, place}},
+                {u"message"_s, u"Resource not accessible by integration"_s}});
+        }
         data["nodes"_L1] = nodes;
         body["data"_L1] = data;
+        body["errors"_L1] = errors;
         response.body = QJsonDocument(body).toJson(QJsonDocument::Compact);
         break;
     }
     default:
         break;
     }
+}
+
+/// Makes the answer say that less than nothing is left of the quota, for ages.
+void MonthGitHub::removePoints(simulator::Response &response) const
+{
+    const qsizetype begin = response.body.lastIndexOf(R"("rateLimit":{)");
+    if (response.status != 200 || begin < 0)
+        return;
+    const qsizetype end = response.body.indexOf('}', begin) + 1;
+    response.body.replace(
+        begin, end - begin, R"("rateLimit":{"cost":1,"remaining":-5,"resetAt":"2999-01-01T00:00:00Z"})");
+    response.headers.removeIf([](const simulator::Header &header) { return header.name.startsWith("X-RateLimit"); });
+    response.headers.append({{"X-RateLimit-Remaining", "-5"}, {"X-RateLimit-Reset", kFarFuture}});
 }
 
 std::chrono::milliseconds MonthGitHub::delay(const Exchange &exchange)
@@ -387,6 +447,8 @@ std::chrono::milliseconds MonthGitHub::delay(const Exchange &exchange)
 
 void MonthGitHub::finished(Exchange &exchange, int status)
 {
+    exchange.hasEnded = true;
+    m_drips.removeIf([&](const Drip &drip) { return drip.exchange == &exchange; });
     if (--m_openCount == 0)
         simulator.log().clear(); // a search of a long one costs more than the answer
     m_openTokens.remove(exchange.refreshToken);
@@ -416,6 +478,8 @@ void MonthGitHub::adoptTokens(const Exchange &exchange)
     if (access.isEmpty())
         return;
     const QString login = exchange.refreshToken.isEmpty() ? m_connecting : m_refreshTokens.value(exchange.refreshToken);
+    if (exchange.refreshToken.isEmpty())
+        m_newTokens.insert(access);
     m_accessTokens.insert(access, login);
     m_refreshTokens.insert(body["refresh_token"_L1].toString(), login);
 }
@@ -475,7 +539,7 @@ void MonthGitHub::notePause(const Exchange &exchange)
     std::optional<Instant> until;
     if (const auto seconds = numberIn(response, "Retry-After"); seconds && isRefused)
         until = m_clock->truth() + std::chrono::seconds(*seconds);
-    else if (numberIn(response, "X-RateLimit-Remaining") == 0)
+    else if (numberIn(response, "X-RateLimit-Remaining").value_or(1) <= 0)
         until = instantOf(numberIn(response, "X-RateLimit-Reset").value_or(0) * 1'000);
     if (until)
         m_pausedUntil[exchange.login] = std::min(*until, m_clock->truth() + 1h);

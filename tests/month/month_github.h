@@ -8,6 +8,7 @@
 #include "simulator/script.h"
 #include "simulator/simulator.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QList>
 #include <QSet>
@@ -29,11 +30,13 @@ enum class AnswerFault {
     Page, ///< a page of a hotel instead of an answer
     Truncated, ///< whole by its length, but not by its content
     Damaged, ///< some bytes are others
-    NullNodes, ///< parts of the answer are null
+    NullNodes, ///< parts of the answer are null, because of errors
     Redirected, ///< to this or another origin
     Limited, ///< refused, with a time at which to come back
+    Absurd, ///< refused for years, or answered with fewer points left than none
+    Dripped, ///< a beginning of the body comes, and then nothing, while the connection stays open
 };
-inline constexpr int kAnswerFaults = int(AnswerFault::Limited) + 1;
+inline constexpr int kAnswerFaults = int(AnswerFault::Dripped) + 1;
 
 /// A fault, and the requests that it is for.
 struct MonthFault {
@@ -69,6 +72,11 @@ public:
     [[nodiscard]] bool approve(const QString &userCode, const QString &login);
     /// The program has begun anew, or the machine's clock was set: it may have forgotten its pauses.
     void forgetPauses() { m_pausedUntil.clear(); }
+    /// Whether the program has yet to notice the beginning of an answer whose rest never comes, or that it has waited
+    /// long enough for the rest.
+    [[nodiscard]] bool isDripNews() const;
+    /// How many requests with a token of the login have come.
+    [[nodiscard]] qint64 questionCount(const QString &login) const { return m_questions.value(login); }
 
     [[nodiscard]] int openRequests() const { return m_openCount; }
     /// Those of the open requests that ask with a token.
@@ -101,6 +109,7 @@ private:
         const simulator::Request &request, const QString &login, const QSet<int> &nullPlaces);
     [[nodiscard]] simulator::MisbehaviourRule refusal(AnswerFault fault, const simulator::Request &request);
     void spoil(simulator::Reply &reply, Exchange &exchange);
+    void removePoints(simulator::Response &response) const;
     [[nodiscard]] std::chrono::milliseconds delay(const Exchange &exchange);
     void checkArrival(const Exchange &exchange, const simulator::Request &request);
     void finished(Exchange &exchange, int status);
@@ -122,6 +131,15 @@ private:
     QSet<QString> m_usedTokens;
     QString m_connecting; ///< the login whose code was approved last
     QHash<QString, int> m_open; ///< requests with a token, by login
+    QHash<QString, qint64> m_questions; ///< by login
+    QSet<QString> m_newTokens; ///< access tokens that no request has come with
+    struct Drip {
+        const Exchange *exchange = nullptr;
+        MonthClock::Duration sentAt{0}; ///< awake
+        qint64 sleepsBefore = 0;
+        QElapsedTimer age;
+    };
+    QList<Drip> m_drips; ///< the answers whose rest never comes
     QSet<QString> m_openTokens; ///< refresh tokens
     int m_openCount = 0;
     int m_openQuestions = 0;

@@ -45,6 +45,9 @@ void MonthOracle::programEnded(End end)
                 leaveOpen(keyOf(deployment));
         }
     }
+    const auto muted = std::exchange(m_muted, {});
+    for (const QString &key : muted)
+        leaveOpen(key);
     m_open += m_pending & m_fresh;
     m_undecided += int((m_pending & m_fresh).size());
     m_inherited += m_pending - m_fresh;
@@ -52,6 +55,61 @@ void MonthOracle::programEnded(End end)
     if (end == End::Killed)
         ++m_mayBeLost;
     excuseDelays();
+}
+
+void MonthOracle::removed(const QString &login)
+{
+    // What waits for the notification daemon may still be announced, or not.
+    const QSet<int> repositories = m_lastListed.take(login);
+    const auto isGone = [&](const QString &key) {
+        const auto seen = m_held.constFind(key.section(u':', 0, 0));
+        return seen == m_held.cend() || repositories.contains(seen->repository);
+    };
+    const auto waiting = m_pending + m_inherited;
+    for (const QString &key : waiting) {
+        if (isGone(key))
+            withdraw(key);
+    }
+    m_round.remove(login);
+    m_listed[login] = repositories;
+    setListed(login, {});
+    m_listed.remove(login);
+    m_lastListed.remove(login);
+}
+
+void MonthOracle::switched(Kind kind, bool isOn)
+{
+    if (isOn) {
+        m_off.remove(kind);
+        const auto muted = m_muted;
+        for (const QString &key : muted) {
+            if (kindOf(key) == kind)
+                leaveOpen(key);
+        }
+        return;
+    }
+    m_off.insert(kind);
+    const auto waiting = m_pending + m_inherited;
+    for (const QString &key : waiting) {
+        if (kindOf(key) == kind)
+            withdraw(key);
+    }
+}
+
+/// What was expected need not come any more.
+void MonthOracle::withdraw(const QString &key)
+{
+    m_pending.remove(key);
+    m_fresh.remove(key);
+    m_inherited.remove(key);
+    m_open.insert(key);
+    ++m_undecided;
+}
+
+void MonthOracle::rested()
+{
+    m_fresh.clear();
+    m_muted.clear();
 }
 
 void MonthOracle::told(const QString &login, const QList<ToldRepository> &repositories)
@@ -79,6 +137,7 @@ void MonthOracle::setListed(const QString &login, const QSet<int> &repositories)
 {
     QSet<int> gone = m_listed.value(login) - repositories;
     m_listed[login] = repositories;
+    m_lastListed[login] = repositories;
     for (const QSet<int> &others : std::as_const(m_listed))
         gone -= others;
     m_answered -= gone;
@@ -89,7 +148,10 @@ void MonthOracle::setListed(const QString &login, const QSet<int> &repositories)
 void MonthOracle::considerPartly(const ToldRepository &repository)
 {
     for (const ToldDeployment &deployment : *repository.deployments) {
-        if (const QString key = keyOf(deployment); !m_settled.contains(key))
+        const QString key = keyOf(deployment);
+        if (isOff(key))
+            leaveOpen(key);
+        else if (!m_settled.contains(key))
             m_early.insert(key);
     }
     if (!m_answered.contains(repository.number))
@@ -126,8 +188,12 @@ void MonthOracle::judge(const ToldDeployment &deployment, bool isFirst, bool isU
     const QString key = keyOf(deployment);
     if (!m_settled.contains(key))
         qCDebug(oracleLog) << "told of" << key << "first" << isFirst << "undecidable" << isUndecidable;
-    if (m_inherited.remove(key))
+    if (m_inherited.contains(key)) {
+        if (isOff(key))
+            return withdraw(key);
+        m_inherited.remove(key);
         return expect(key);
+    }
     if (m_settled.contains(key))
         return;
     if (isUndecidable)
@@ -141,6 +207,10 @@ void MonthOracle::judge(const ToldDeployment &deployment, bool isFirst, bool isU
 
 void MonthOracle::expect(const QString &key)
 {
+    if (isOff(key)) {
+        m_muted.insert(key);
+        return;
+    }
     m_settled.insert(key);
     m_early.remove(key);
     if (m_announced.contains(key) || m_pending.contains(key))
@@ -157,6 +227,7 @@ void MonthOracle::leaveOpen(const QString &key)
     if (key.isEmpty() || m_settled.contains(key))
         return;
     m_settled.insert(key);
+    m_muted.remove(key);
     m_open.insert(key);
     ++m_undecided;
 }
@@ -165,6 +236,8 @@ void MonthOracle::announced(const QString &key)
 {
     if (m_announced.contains(key))
         throw Violation(u"%1 was announced twice"_s.arg(key));
+    if (isOff(key))
+        throw Violation(u"%1 was announced and is switched off"_s.arg(key));
     m_announced.insert(key);
     qCDebug(oracleLog) << "announced" << key;
     m_settled.insert(key);
@@ -194,6 +267,11 @@ MonthOracle::Standing MonthOracle::standingOf(const QString &state)
         {u"ACTIVE"_s, Standing::Success}, {u"FAILURE"_s, Standing::Failure}, {u"ABANDONED"_s, Standing::Failure},
         {u"ERROR"_s, Standing::Failure}};
     return standings.value(state, Standing::Other);
+}
+
+MonthOracle::Kind MonthOracle::kindOf(const QString &key)
+{
+    return key.endsWith(":success"_L1) ? Kind::Successes : Kind::Failures;
 }
 
 /// Empty for what is no result.

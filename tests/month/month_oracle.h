@@ -46,6 +46,9 @@ struct ToldRepository {
 ///   run, or by one that saved its list less than an hour before this one started.
 /// - After that a failure or success is news if the deployment was not seen with the same before.
 /// - A result is worth mentioning for 24 hours. Nothing is announced twice, ever.
+/// - While failures or successes are switched off, none is announced. Those that come meanwhile are not made up for,
+///   unless the deployment runs again and ends with the same result.
+/// - An account that is removed takes its repositories along, as if they were listed no more.
 /// - A killed program may lose the one notification that it was about to hand over.
 ///
 /// Where a rule allows both (a list saved 55 to 60 minutes ago, a result just 24 hours old, an answer that was still
@@ -54,12 +57,18 @@ class MonthOracle
 {
 public:
     enum class End { Orderly, Killed };
+    enum class Kind { Failures, Successes };
 
     void programStarted(Instant now);
     void programEnded(End end);
 
     /// GitHub's list of the repositories of an account arrived whole.
     void listed(const QString &login, const QSet<int> &repositories) { m_round[login].listed = repositories; }
+    /// The user has removed the account from the program.
+    void removed(const QString &login);
+    /// The user has switched the notifications of a kind on or off. Both are on in the beginning.
+    void switched(Kind kind, bool isOn);
+
     /// GitHub's answer to a query arrived whole.
     void told(const QString &login, const QList<ToldRepository> &repositories);
     /// An answer to a query did not arrive whole, or was none.
@@ -68,7 +77,7 @@ public:
     /// it was so for the whole round.
     void roundEnded(const QString &login, Instant now, bool isTimeSure);
     /// The program has worked on all answers for all accounts.
-    void rested() { m_fresh.clear(); }
+    void rested();
 
     /// The program announces the result, such as "ID:failure".
     void announced(const QString &key);
@@ -97,15 +106,19 @@ private:
 
     [[nodiscard]] static Standing standingOf(const QString &state);
     [[nodiscard]] static QString keyOf(const ToldDeployment &deployment);
+    [[nodiscard]] static Kind kindOf(const QString &key);
+    [[nodiscard]] bool isOff(const QString &key) const { return m_off.contains(kindOf(key)); }
     void setListed(const QString &login, const QSet<int> &repositories);
     void considerPartly(const ToldRepository &repository);
     void judge(const ToldRepository &repository, Instant now, bool isTimeSure);
     void judge(const ToldDeployment &deployment, bool isFirst, bool isUndecidable);
     void expect(const QString &key);
     void leaveOpen(const QString &key);
+    void withdraw(const QString &key);
 
     QHash<QString, Round> m_round; ///< by login
-    QHash<QString, QSet<int>> m_listed; ///< by login
+    QHash<QString, QSet<int>> m_listed; ///< by login, in this run
+    QHash<QString, QSet<int>> m_lastListed; ///< by login, in any run
     QSet<int> m_answered; ///< repositories, in this run
     QSet<int> m_perhapsAnswered; ///< by answers to a query of which others were spoiled
     QHash<QString, Seen> m_held; ///< deployments of the list that counts, by id
@@ -122,6 +135,8 @@ private:
     QSet<QString> m_pending; ///< expected
     QSet<QString> m_fresh; ///< expected, but the program may not have worked on the answer yet
     QSet<QString> m_inherited; ///< expected of an earlier run
+    QSet<Kind> m_off; ///< switched off
+    QSet<QString> m_muted; ///< would be expected, but for the switch; the program may not have worked on the answer yet
     std::chrono::microseconds m_patience = kPatience;
     int m_mayBeLost = 0; ///< notifications, because of kills
     int m_expected = 0;

@@ -146,6 +146,56 @@ private Q_SLOTS:
         run.oracle.announced(u"D:success"_s);
     }
 
+    void nothingOfAKindThatIsSwitchedOffIsAnnounced()
+    {
+        Run run;
+        run.tells(u"IN_PROGRESS"_s);
+        run.oracle.switched(MonthOracle::Kind::Failures, false);
+        run.tells(u"FAILURE"_s);
+        run.oracle.waited(1h);
+        QVERIFY_THROWS_EXCEPTION(Violation, run.oracle.announced(u"D:failure"_s));
+        run.tells(u"ACTIVE"_s);
+        QCOMPARE(run.oracle.expectedCount(), 1);
+        run.oracle.announced(u"D:success"_s);
+    }
+
+    void whatCameWhileSwitchedOffIsNotMadeUpForButComesWithTheNextRun()
+    {
+        Run run;
+        run.tells(u"IN_PROGRESS"_s);
+        run.oracle.switched(MonthOracle::Kind::Failures, false);
+        run.tells(u"FAILURE"_s);
+        run.oracle.switched(MonthOracle::Kind::Failures, true);
+        run.tells(u"FAILURE"_s);
+        QCOMPARE(run.oracle.expectedCount(), 0);
+        run.tells(u"IN_PROGRESS"_s);
+        run.tells(u"FAILURE"_s);
+        QCOMPARE(run.oracle.expectedCount(), 1);
+        run.oracle.announced(u"D:failure"_s);
+    }
+
+    void whatWaitsWhenItsKindIsSwitchedOffNeedNotComeAnyMore()
+    {
+        Run run;
+        run.tells(u"IN_PROGRESS"_s);
+        run.tells(u"ACTIVE"_s);
+        run.oracle.switched(MonthOracle::Kind::Successes, false);
+        run.oracle.waited(1h);
+        QVERIFY_THROWS_EXCEPTION(Violation, run.oracle.announced(u"D:success"_s));
+    }
+
+    void anAccountThatIsConnectedAgainBeginsAnew()
+    {
+        Run run;
+        run.oracle.listed(kLogin, {7});
+        run.tells(u"IN_PROGRESS"_s);
+        run.oracle.removed(kLogin);
+        run.oracle.listed(kLogin, {7});
+        run.tells(u"ACTIVE"_s);
+        QCOMPARE(run.oracle.expectedCount(), 0);
+        QVERIFY_THROWS_EXCEPTION(Violation, run.oracle.announced(u"D:success"_s));
+    }
+
     void aRepositoryThatWasNotListedBeginsAnew()
     {
         Run run;
