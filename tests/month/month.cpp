@@ -21,7 +21,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace
 {
 
-constexpr int kPatience = 60'000; ///< milliseconds of real time
+constexpr int kPatience = 30'000; ///< milliseconds of real time; less than the program has with a silent connection
 constexpr std::size_t kMostLatest = 25;
 
 /// Monday, when work begins.
@@ -443,8 +443,12 @@ void Month::drawAnswerFault()
     fault.times = isLong ? 1'000'000 : int(m_random.between(1, 6));
     fault.until = m_clock.truth() + (isLong ? between(1min, 15min) : Duration(2h));
     m_github.add(fault);
-    note(u"answer fault %1 for %2 %3 %4"_s.arg(int(fault.fault))
-             .arg(QString::fromUtf8(fault.path), fault.login, isLong ? u"long"_s : u"short"_s));
+    static const QStringList names{u"status"_s, u"unauthorized"_s, u"refused"_s, u"lost"_s, u"cut"_s, u"stalled"_s,
+        u"slow"_s, u"page"_s, u"truncated"_s, u"damaged"_s, u"null"_s, u"redirected"_s, u"limited"_s, u"absurd"_s,
+        u"dripped"_s};
+    note(u"answers %1: %2 %3, %4"_s.arg(names.value(int(fault.fault)),
+        fault.path.isEmpty() ? u"all"_s : QString::fromUtf8(fault.path), fault.login,
+        isLong ? u"for minutes"_s : u"%1 times"_s.arg(fault.times)));
 }
 
 void Month::drawQuotaFault()
@@ -572,7 +576,7 @@ Month::Duration Month::between(Duration least, Duration most)
 
 void Month::note(const QString &event)
 {
-    ++m_counts[event.section(u' ', 0, 1)];
+    ++m_counts[event.section(u' ', 0, 1).remove(u':')];
     m_latest.push_back(u"%1 min: %2"_s.arg((m_clock.truth() - m_begin) / 1min).arg(event));
     if (m_latest.size() > kMostLatest)
         m_latest.pop_front();
@@ -585,31 +589,36 @@ QString Month::where() const
                        .arg((m_clock.truth() - m_begin) / 1min);
     for (const QString &event : m_latest)
         text += u"  "_s + event + u'\n';
+    text += u"replay: VELMORA_MONTH_SEED=%1 VELMORA_MONTH_DAYS=%2 VELMORA_MONTH_REPOSITORIES=%3\n"_s.arg(m_options.seed)
+                .arg(m_options.days)
+                .arg(m_options.repositories);
     return text;
 }
 
 QString Month::report() const
 {
     constexpr double kMebibyte = 1024 * 1024;
-    QString text = u"seed %1: %2 days, %3 repositories, in %4 s\n"_s.arg(m_options.seed)
-                       .arg(m_options.days)
+    constexpr double kMillisecondsInMinute = 60'000;
+    QString text = u"%1 simulated days, %2 repositories, seed %3\n"_s.arg(m_options.days)
                        .arg(m_options.repositories)
-                       .arg(double(m_realTime.elapsed()) / 1'000, 0, 'f', 1);
-    text += u"%1 requests, %2 deployments; expected %3 notifications, left %4 open, lost %5 in kills\n"_s
-                .arg(m_github.requestCount())
-                .arg(m_github.deploymentCount())
-                .arg(m_oracle.expectedCount())
+                       .arg(m_options.seed);
+    text += u"  %1 requests, %2 deployments\n"_s.arg(m_github.requestCount()).arg(m_github.deploymentCount());
+    text += u"  %1 notifications had to come and came; %2 could or not, %3 were lost in kills\n"_s
+                .arg(m_oracle.expectedCount() - m_oracle.lostCount())
                 .arg(m_oracle.undecidedCount())
                 .arg(m_oracle.lostCount());
-    text += u"memory in MiB after each day:"_s;
+    text += u"  %1 minutes (aim for 30 days: 10)\n"_s.arg(
+        double(m_realTime.elapsed()) / kMillisecondsInMinute, 0, 'f', 1);
+    text += u"  memory of the last day against the first %1 (aim 1.1); in MiB after each day:"_s.arg(
+        memoryGrowth(), 0, 'f', 2);
     for (const qint64 memory : m_memory)
         text += u" %1"_s.arg(double(memory) / kMebibyte, 0, 'f', 1);
-    text += u'\n';
+    text += u"\n  "_s;
     QStringList kinds = m_counts.keys();
     kinds.sort();
-    for (const QString &kind : std::as_const(kinds))
-        text += u"%1 × %2\n"_s.arg(m_counts.value(kind)).arg(kind);
-    return text;
+    for (QString &kind : kinds)
+        kind = u"%1 × %2"_s.arg(m_counts.value(kind)).arg(kind);
+    return text + kinds.join(u", "_s) + u'\n';
 }
 
 } // namespace velmora::testing

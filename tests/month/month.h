@@ -46,9 +46,8 @@ public:
     void pass();
     /// What has happened, in a few lines.
     [[nodiscard]] QString report() const;
-    /// Resident memory in bytes, after the first day and now at the end.
-    [[nodiscard]] qint64 memoryAfterFirstDay() const { return m_memory.value(0); }
-    [[nodiscard]] qint64 memoryAtEnd() const { return m_memory.isEmpty() ? 0 : m_memory.last(); }
+    /// Resident memory after the last day, as a multiple of that after the first.
+    [[nodiscard]] double memoryGrowth() const { return double(m_memory.last()) / double(m_memory.first()); }
 
 private:
     using Duration = MonthClock::Duration;
@@ -108,7 +107,7 @@ private:
     QElapsedTimer m_realTime;
     QHash<QString, int> m_counts; ///< by the kind of event
     std::deque<QString> m_latest;
-    QList<qint64> m_memory; ///< after each day
+    QList<qint64> m_memory; ///< in bytes, after each day
 };
 
 } // namespace velmora::testing

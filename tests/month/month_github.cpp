@@ -367,7 +367,8 @@ void MonthGitHub::checkArrival(const Exchange &exchange, const simulator::Reques
 void MonthGitHub::spoil(simulator::Reply &reply, Exchange &exchange)
 {
     simulator::Response &response = reply.response;
-    exchange.isSpoiled = *m_current != AnswerFault::Slow && *m_current != AnswerFault::Absurd;
+    const bool isAnswer = *m_current == AnswerFault::Absurd && response.status == 200;
+    exchange.isSpoiled = *m_current != AnswerFault::Slow && !isAnswer;
     switch (*m_current) {
     case AnswerFault::Lost:
     case AnswerFault::Stalled:
@@ -494,9 +495,11 @@ void MonthGitHub::tellOracle(const Exchange &exchange, bool isWhole)
         return;
     if (exchange.isFollowed)
         return;
-    if (isWhole && exchange.response.body.startsWith(R"({"data")"))
+    const bool isAnswer = isWhole && exchange.response.body.startsWith(R"({"data")");
+    if (isAnswer)
         m_oracle->told(exchange.login, exchange.told);
-    else
+    // Without a point left the program asks no more, so its fetch stays in pieces unless this was the last of it.
+    if (!isAnswer || numberIn(exchange.response, "X-RateLimit-Remaining").value_or(1) <= 0)
         m_oracle->spoiled(exchange.login);
 }
 

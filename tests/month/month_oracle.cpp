@@ -28,7 +28,6 @@ void MonthOracle::programStarted(Instant now)
     m_listed.clear();
     const auto away = m_savedAt ? now - *m_savedAt : 1000h;
     m_isHandOverSure = away < 54min || away > 61min;
-    m_stale.clear();
     if (!m_isHandOverSure || away < 54min)
         return;
     for (auto seen = m_held.cbegin(); seen != m_held.cend(); ++seen)
@@ -174,6 +173,7 @@ void MonthOracle::judge(const ToldRepository &repository, Instant now, bool isTi
             continue;
         if (standing != Standing::Active)
             judge(deployment, isFirst, !isCertain || (isFirst && (isFirstUnsure || m_stale.contains(deployment.id))));
+        m_stale.remove(deployment.id);
         held.insert(deployment.id, {repository.number, standing});
     }
     m_held.removeIf(

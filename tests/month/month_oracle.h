@@ -122,8 +122,8 @@ private:
     QSet<int> m_answered; ///< repositories, in this run
     QSet<int> m_perhapsAnswered; ///< by answers to a query of which others were spoiled
     QHash<QString, Seen> m_held; ///< deployments of the list that counts, by id
-    /// Deployments of an older list. It does not count in the first fetch of a run; in the first of another account,
-    /// later in the run, it may.
+    /// Deployments of an older list that GitHub has not told of since. It does not count in the first fetch of a run;
+    /// in the first of another account, later in the run or in the next one, it may.
     QSet<QString> m_stale;
     bool m_isHandOverSure = true; ///< of m_held, for repositories that have not been answered
     std::optional<Instant> m_savedAt;

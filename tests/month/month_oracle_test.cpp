@@ -116,6 +116,19 @@ private Q_SLOTS:
         QCOMPARE(late.oracle.expectedCount(), 0);
     }
 
+    void whatOnlyAnOlderListHeldMayBeAnnouncedOrNot()
+    {
+        Run run;
+        run.tells(u"IN_PROGRESS"_s);
+        run.restarts(MonthOracle::End::Orderly, 2h);
+        run.oracle.told(u"tobias"_s, {{8, std::make_shared<const QList<ToldDeployment>>()}});
+        run.oracle.roundEnded(u"tobias"_s, run.now, true);
+        run.restarts(MonthOracle::End::Orderly, 1min);
+        run.tells(u"ACTIVE"_s);
+        QCOMPARE(run.oracle.expectedCount(), 0);
+        run.oracle.announced(u"D:success"_s);
+    }
+
     void aKillMayLoseOneNotification()
     {
         Run run;
