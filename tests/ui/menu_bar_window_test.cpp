@@ -11,6 +11,7 @@
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 
 using namespace velmora;
 using namespace std::chrono_literals;
@@ -125,6 +126,26 @@ private Q_SLOTS:
         m_window->close();
         m_window->toggle(kItem, QString());
         QVERIFY(m_window->isVisible());
+    }
+
+    void shouldGiveBackItsMemoryAMinuteAfterItClosed()
+    {
+        auto *const unused = m_window->findChild<QTimer *>(QString(), Qt::FindDirectChildrenOnly);
+        QVERIFY(unused && !unused->isActive());
+        QCOMPARE(unused->intervalAsDuration(), 1min);
+        openAndActivate();
+        const QRect place = m_window->geometry();
+        m_window->close();
+        QVERIFY(unused->isActive());
+        m_window->open(kItem, QString());
+        QVERIFY(!unused->isActive());
+        m_window->close();
+        unused->start(0);
+        QTRY_VERIFY(!m_window->windowHandle());
+        QVERIFY(!unused->isActive());
+        openAndActivate();
+        QCOMPARE(m_window->geometry(), place);
+        QVERIFY(!m_window->grab().isNull());
     }
 
     void shouldOpenAtOnceAfterItClosedOtherwiseThanByLosingTheFocus()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/window/menu_bar_window.h"
 
+#include "support/freed_memory.h"
 #include "ui/accessibility/accessible_part.h"
 #include "ui/controls/tones.h"
 #include "ui/window/window_activation.h"
@@ -20,6 +21,9 @@ namespace velmora
 
 namespace
 {
+
+/// A user who looks again soon does not wait for the window to be made anew.
+constexpr std::chrono::minutes kUntilUnused{1};
 
 Qt::WindowFlags flagsFor(MenuBarWindow::Placement placement)
 {
@@ -68,6 +72,9 @@ MenuBarWindow::MenuBarWindow(QWidget *content, Placement placement, Now now)
     auto *const layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetNoConstraint);
     layout->addWidget(content);
+    m_unused.setSingleShot(true);
+    m_unused.setInterval(kUntilUnused);
+    connect(&m_unused, &QTimer::timeout, this, &MenuBarWindow::giveBackMemory);
     adoptFrame();
 }
 
@@ -88,6 +95,7 @@ void MenuBarWindow::open(std::optional<QPoint> anchor, const QString &activation
 {
     if (!m_isOpen) {
         m_isOpen = true;
+        m_unused.stop();
         adoptFrame();
         m_anchor = usableAnchor(anchor);
         m_pointer = QCursor::pos();
@@ -118,7 +126,16 @@ void MenuBarWindow::dismiss()
 void MenuBarWindow::closeEvent(QCloseEvent *event)
 {
     m_isOpen = false;
+    m_unused.start();
     QWidget::closeEvent(event);
+}
+
+void MenuBarWindow::giveBackMemory()
+{
+    // With the backing store; the next show() creates both again. The pictures of the symbols stay: they are small, and
+    // drawing them anew would delay the opening.
+    destroy();
+    returnFreedMemory();
 }
 
 void MenuBarWindow::takeFocus(const QString &activationToken)

@@ -3,6 +3,7 @@
 
 #include "ui/window/dismissal_rule.h"
 
+#include <QTimer>
 #include <QWidget>
 
 #include <functional>
@@ -15,7 +16,7 @@ namespace velmora
 ///
 /// It closes on Escape, when the user turns to another window, and on a second click at the item. It can be opened
 /// again after closing, so the program must not quit with its last window. Where there is no item, it is an ordinary
-/// window that stays beside others.
+/// window that stays beside others. A minute after closing it gives back the memory that it took to be shown.
 class MenuBarWindow final : public QWidget
 {
     Q_OBJECT
@@ -59,11 +60,13 @@ private:
     void focusLost();
     void takeFocus(const QString &activationToken);
     void dismiss();
+    void giveBackMemory();
 
     Placement m_placementAtItem; ///< where the desktop has an item
     Placement m_placement; ///< of the window as it is
     bool m_hasItem = true;
     Now m_now;
+    QTimer m_unused{this}; ///< runs from the closing on
     DismissalRule m_dismissal;
     std::optional<QPoint> m_anchor;
     QPoint m_pointer; ///< where the pointer was when the window opened

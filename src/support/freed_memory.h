@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+namespace velmora
+{
+
+/// Returns to the system what the program has freed. The allocator itself returns little of it: only what no used block
+/// follows. Takes up to some milliseconds, so it is meant for seldom moments after much was freed.
+void returnFreedMemory();
+
+} // namespace velmora
