@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
 # The targets of Velmora: one library for each folder, which sees only the headers of the libraries it links.
+include(CheckLinkerFlag)
 
 # Compiler and linker options of all targets, tests included.
 add_library(velmora_common_options INTERFACE)
@@ -16,6 +17,19 @@ endif()
 if(VELMORA_SANITIZERS)
   target_compile_options(velmora_common_options INTERFACE -fno-omit-frame-pointer)
   target_link_options(velmora_common_options INTERFACE -fsanitize=${VELMORA_SANITIZERS})
+endif()
+
+# A program that waits all day in memory is built small: with -O3, its code alone took as much memory as all of its data.
+# What decodes answers asks for speed (see velmora_library). At -Os, GCC 12 takes coroutine frames for uninitialised.
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  string(REPLACE "-O3" "-Os" CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")
+  target_compile_options(velmora_common_options INTERFACE
+    -ffunction-sections -fdata-sections $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+  target_link_options(velmora_common_options INTERFACE LINKER:--gc-sections)
+  check_linker_flag(CXX LINKER:-z,pack-relative-relocs VELMORA_PACKS_RELOCATIONS)
+  if(VELMORA_PACKS_RELOCATIONS)
+    target_link_options(velmora_common_options INTERFACE LINKER:-z,pack-relative-relocs)
+  endif()
 endif()
 
 # Compiler options of the program. It is hardened wherever it is optimised, since people run those builds; flags that a
@@ -38,13 +52,13 @@ target_link_libraries(velmora_pch PRIVATE velmora_options Qt6::Core QCoro6::Core
 set_target_properties(velmora_pch PROPERTIES AUTOMOC OFF)
 target_precompile_headers(velmora_pch PRIVATE ${CMAKE_SOURCE_DIR}/cmake/precompiled.h)
 
-# velmora_library(<name> FOLDER <dir> [HIDDEN <subfolder>] [EXCEPT <source> …] PUBLIC … PRIVATE …)
+# velmora_library(<name> FOLDER <dir> [HIDDEN <subfolder>] [EXCEPT <source> …] [FAST] PUBLIC … PRIVATE …)
 # Builds a library from all sources and headers in the folder and below it, except the named ones. Its include root is a
 # folder in the build tree with a single link, named like the source folder, so that headers of layers that are not
 # linked cannot be found. Only the library itself finds the headers of the hidden subfolder, and what links
-# velmora_<name>_<subfolder>: its tests.
+# velmora_<name>_<subfolder>: its tests. A FAST library is optimised for speed in releases, too.
 function(velmora_library name)
-  cmake_parse_arguments(A "" "FOLDER;HIDDEN" "EXCEPT;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(A "FAST" "FOLDER;HIDDEN" "EXCEPT;PUBLIC;PRIVATE" ${ARGN})
   cmake_path(GET A_FOLDER FILENAME folder)
   set(root ${CMAKE_BINARY_DIR}/layers/${name})
   file(MAKE_DIRECTORY ${root})
@@ -72,7 +86,12 @@ function(velmora_library name)
     target_include_directories(velmora_${name} PUBLIC ${root})
   endif()
   target_link_libraries(velmora_${name} PUBLIC ${A_PUBLIC} PRIVATE velmora_options ${A_PRIVATE})
-  target_precompile_headers(velmora_${name} REUSE_FROM velmora_pch)
+  if(A_FAST AND CMAKE_BUILD_TYPE STREQUAL "Release")
+    target_compile_options(velmora_${name} PRIVATE -O2)
+    target_precompile_headers(velmora_${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/precompiled.h)
+  else()
+    target_precompile_headers(velmora_${name} REUSE_FROM velmora_pch)
+  endif()
   # Checks that each header compiles alone: `ninja all_verify_interface_header_sets`. Parsing Qt for each header would
   # take minutes, so the precompiled header comes first; a lint ensures that no header relies on it.
   list(TRANSFORM headers PREPEND ${root}/${folder}/)
