@@ -21,7 +21,7 @@ template <typename Work>
 [[nodiscard]] auto startInBackground(QThreadPool *pool, Work work) -> OneShot<std::invoke_result_t<Work>>
 {
     using Result = std::invoke_result_t<Work>;
-    const OneShot<Result> done;
+    OneShot<Result> done;
     auto job = [done, work = std::move(work)]() mutable {
         // Only the main thread touches the state of the OneShot.
         const auto settle = [](auto settlement) {
