@@ -154,7 +154,7 @@ void Month::settle()
         look.start(2ms);
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         if (watchdog.hasExpired(kPatience))
-            throw Violation(u"the program comes to no rest"_s);
+            throw Violation(u"the program comes to no rest: "_s + restlessness());
     }
     m_github.throwIfViolated();
     if (m_notifier && !m_notifier->violation.isEmpty())
@@ -168,6 +168,18 @@ bool Month::isBusy() const
     // A request that only one side knows of is being transmitted, or its answer is.
     return m_app->network().openRequests() != m_github.openRequests() || m_github.isDripNews()
         || m_app->files().cache.isBusy() || m_app->files().preferences.isSaving();
+}
+
+QString Month::restlessness() const
+{
+    if (!m_app)
+        return u"without a program %1 requests are open"_s.arg(m_github.openRequests());
+    return u"it has %1 requests open, GitHub %2; an answer drips: %3, files are written: %4 %5"_s
+        .arg(m_app->network().openRequests())
+        .arg(m_github.openRequests())
+        .arg(m_github.isDripNews())
+        .arg(m_app->files().cache.isBusy())
+        .arg(m_app->files().preferences.isSaving());
 }
 
 /// Has the oracle judge what the program has been told.

@@ -56,6 +56,7 @@ private:
     void live(Instant end);
     void settle();
     [[nodiscard]] bool isBusy() const;
+    [[nodiscard]] QString restlessness() const;
     void judge();
     void afterEvent();
     void start();

@@ -22,6 +22,9 @@ public:
     using Duration = std::chrono::microseconds;
     using Event = std::function<void()>;
 
+    /// The time in which a body must bring 1 KiB.
+    static constexpr std::chrono::milliseconds kBodyPause = std::chrono::seconds(30);
+
     explicit MonthClock(Instant start)
         : m_start(start)
         , m_truth(start)
@@ -37,14 +40,15 @@ public:
     /// How long the machine has been awake.
     [[nodiscard]] Duration awake() const { return m_truth - m_start - m_suspended; }
     [[nodiscard]] Duration skew() const { return m_skew; }
-    /// How often anything has begun to wait for time to pass.
-    [[nodiscard]] qint64 sleepsBegun() const { return m_sleepsBegun; }
+    /// How often anything has begun to sleep for kBodyPause.
+    [[nodiscard]] qint64 bodyWatches() const { return m_bodyWatches; }
 
     [[nodiscard]] QCoro::Task<> sleep(std::chrono::milliseconds duration, std::stop_token stop) override
     {
         if (stop.stop_requested())
             throw CancellationError();
-        ++m_sleepsBegun;
+        if (duration == kBodyPause)
+            ++m_bodyWatches;
         const OneShot<> done;
         const auto wake = [done] {
             done.resolve();
@@ -120,7 +124,7 @@ private:
     std::multimap<Instant, Event> m_world;
     std::multimap<Duration, Event> m_machine;
     QList<OneShot<>> m_sleeps;
-    qint64 m_sleepsBegun = 0;
+    qint64 m_bodyWatches = 0;
 };
 
 } // namespace velmora::testing

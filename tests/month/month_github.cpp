@@ -23,7 +23,7 @@ constexpr auto kGraphQL = "/graphql";
 constexpr auto kInstallations = "/user/installations";
 constexpr int kMostSpent = 5'000;
 constexpr auto kFarFuture = "32472144000"; ///< the year 2999
-constexpr std::size_t kMostKept = 12; ///< deployments of a repository that are over
+constexpr int kMostKept = 8; ///< deployments of a repository that are over
 
 simulator::SimulatorOptions optionsWith(const MonthClock *clock, quint64 seed)
 {
@@ -110,6 +110,20 @@ MonthGitHub::MonthGitHub(MonthClock *clock, MonthOracle *oracle, quint64 seed, i
         world.addInstallation(user, {user}, own);
         world.addInstallation(organisation, {user}, shared);
     }
+    addHistory();
+}
+
+/// Deployments of the weeks before, as many as are kept, so that the first day takes as much memory as the last.
+void MonthGitHub::addHistory()
+{
+    for (int repository = 0; repository < repositoryCount(); ++repository) {
+        for (int age = kMostKept; age > 0; --age) {
+            const auto script = makeScript(m_team, simulator.world(), repository, simulator.url());
+            const auto end = simulator.now() - std::chrono::milliseconds(age * 48h).count();
+            const QString id = beginDeployment(simulator.world(), script, end);
+            applyStep(simulator.world(), script, id, script.steps.last(), end);
+        }
+    }
 }
 
 QStringList MonthGitHub::logins()
@@ -154,7 +168,7 @@ void MonthGitHub::play(const simulator::Script &script, const QString &id, qsize
 {
     if (step == script.steps.size()) {
         auto &deployments = simulator.world().change(script.repository).deployments;
-        while (deployments.size() > kMostKept && !isUnderWay(deployments.back()))
+        while (deployments.size() > std::size_t(kMostKept) && !isUnderWay(deployments.back()))
             deployments.pop_back();
         touch(script.repository);
         return;
@@ -212,11 +226,10 @@ bool MonthGitHub::approve(const QString &userCode, const QString &login)
 
 bool MonthGitHub::isDripNews() const
 {
-    static constexpr auto kLongestPause = 30s; // in which a body must bring 1 KiB
     static constexpr qint64 kPatience = 2'000; // milliseconds of real time; for a program that has just given up
     return std::any_of(m_drips.begin(), m_drips.end(), [this](const Drip &drip) {
-        const bool isNoticed = m_clock->sleepsBegun() > drip.sleepsBefore || drip.age.hasExpired(kPatience);
-        return !isNoticed || m_clock->awake() - drip.sentAt >= kLongestPause;
+        const bool isNoticed = m_clock->bodyWatches() > drip.watchesBefore || drip.age.hasExpired(kPatience);
+        return !isNoticed || m_clock->awake() - drip.sentAt >= MonthClock::kBodyPause;
     });
 }
 
@@ -328,8 +341,9 @@ void MonthGitHub::answering(const simulator::Request &request, const QString &lo
     const auto beginDrip = [this, exchange, drips = reply.delivery.keepsRest] {
         if (!drips || exchange->hasEnded)
             return;
-        m_drips.append({exchange.get(), m_clock->awake(), m_clock->sleepsBegun(), {}});
+        m_drips.append({exchange.get(), m_clock->awake(), m_clock->bodyWatches(), {}});
         m_drips.last().age.start();
+        qCDebug(trafficLog) << toISO8601(m_clock->truth()) << exchange->login << exchange->path << "drips";
     };
     reply.delivery.defer = [this, wait, beginDrip](const std::function<void()> &send) {
         m_clock->onMachine(wait, [send, beginDrip] {
@@ -378,6 +392,8 @@ void MonthGitHub::spoil(simulator::Reply &reply, Exchange &exchange)
         reply.delivery.truncateAfter = m_weather.between(0, std::max<qint64>(0, response.body.size() - 1));
         break;
     case AnswerFault::Dripped:
+        if (response.status == 401) // Qt tells of it when all has come; what ends it is a limit in real time
+            break;
         reply.delivery.truncateAfter = m_weather.between(0, std::min<qint64>(900, response.body.size() - 1));
         reply.delivery.keepsRest = true;
         break;

@@ -101,6 +101,7 @@ private:
         QSet<int> repositories;
     };
 
+    void addHistory();
     void deployNext();
     void play(const simulator::Script &script, const QString &id, qsizetype step);
     void touch(int repository) { m_told.remove(repository); }
@@ -136,7 +137,7 @@ private:
     struct Drip {
         const Exchange *exchange = nullptr;
         MonthClock::Duration sentAt{0}; ///< awake
-        qint64 sleepsBefore = 0;
+        qint64 watchesBefore = 0;
         QElapsedTimer age;
     };
     QList<Drip> m_drips; ///< the answers whose rest never comes
