@@ -200,6 +200,8 @@ QStringList renderHead(
                      .add(statusText(report.state, report.deployments))
                      .addRight(ageText(report, now), kSecondary)
                      .text());
+    if (report.state.refreshIntervalSeconds)
+        lines.append(Line(style).add(stretchedText(*report.state.refreshIntervalSeconds)).text());
     const QStringList messages = messagesOf(report);
     for (const QString &message : messages)
         lines.append(Line(style).add(harmless(message), kRed).text());
@@ -270,6 +272,9 @@ QStringList renderChanges(const MonitorReport &previous, const MonitorReport &re
     if (previous.state.state != report.state.state || status != statusText(previous.state, previous.deployments)
         || previous.applicationName.isEmpty())
         lines.append(harmless(report.applicationName + QStringLiteral(": ") + status));
+    if (const auto interval = report.state.refreshIntervalSeconds;
+        interval && interval != previous.state.refreshIntervalSeconds)
+        lines.append(stretchedText(*interval));
     if (const QStringList messages = messagesOf(report); messages != messagesOf(previous))
         for (const QString &message : messages)
             lines.append(harmless(message));

@@ -46,6 +46,7 @@ struct JSONTable<PrintedReport> {
                 [](const Report &of) {
                     return of.state.missing ? std::optional(rawValue(*of.state.missing)) : std::nullopt;
                 }),
+            json::computed("refreshIntervalSeconds", [](const Report &of) { return of.state.refreshIntervalSeconds; }),
             json::computed("message", [](const Report &of) { return presentIf(!of.message.isEmpty(), of.message); }),
             json::computed("unsaved", &Report::unsaved), json::computed("deployments", &Report::deployments)};
 };

@@ -105,7 +105,8 @@ struct JSONTable<DeploymentMonitorState> {
     using Record = DeploymentMonitorState;
     static constexpr auto fields = std::tuple{json::required("case", &Record::state),
         json::required("hasContent", &Record::hasContent), json::optional("lastUpdatedAt", &Record::lastUpdatedAt),
-        json::optional("resumeAt", &Record::resumeAt), json::optional("missing", &Record::missing)};
+        json::optional("resumeAt", &Record::resumeAt), json::optional("missing", &Record::missing),
+        json::optional("refreshIntervalSeconds", &Record::refreshIntervalSeconds)};
 };
 
 template <>

@@ -22,7 +22,6 @@ namespace
 {
 
 constexpr qsizetype kPageSize = 100;
-constexpr qsizetype kBatchSize = 20;
 
 /// Sleeps in pieces of a day, since timers limit the duration.
 QCoro::Task<> sleepSeconds(Clock *clock, qint64 duration, std::stop_token stop)
@@ -226,12 +225,12 @@ QCoro::Task<DeploymentFetchResult> GitHubClient::fetchDeployments(
     if (repositories.isEmpty())
         co_return whole;
     whole.rateLimit = DeploymentRateLimit::none();
-    for (qsizetype first = 0; first < repositories.size(); first += kBatchSize) {
-        QStringList ids = nodeIDs(repositories.mid(first, kBatchSize));
+    for (qsizetype first = 0; first < repositories.size(); first += kDeploymentBatchSize) {
+        QStringList ids = nodeIDs(repositories.mid(first, kDeploymentBatchSize));
         const auto batch = co_await fetchBatch(client, std::move(ids), accessToken, stop);
         add(whole, batch);
         // GitHub would refuse the next batch, and may penalise the account for it.
-        const bool isLast = first + kBatchSize >= repositories.size();
+        const bool isLast = first + kDeploymentBatchSize >= repositories.size();
         const DeploymentRateLimit &limit = batch.rateLimit;
         if (!isLast && limit.remaining < limit.cost && limit.resetAt > client.clock->now())
             throw PausedError(limit.resetAt);

@@ -18,6 +18,9 @@
 namespace velmora
 {
 
+/// The most repositories that one request for deployments asks for.
+inline constexpr qsizetype kDeploymentBatchSize = 20;
+
 class KnownDeployments;
 struct GitHubOAuthResponse;
 

@@ -25,6 +25,7 @@ class FetchOutcomes;
 struct FetchedDeployments {
     RefreshScope scope = RefreshScope::All;
     QSet<qint64> succeeded; ///< the identities whose answer came, or that had nothing to ask for
+    QSet<qint64> inPart; ///< the identities of which a full fetch asked only for what PollingPace lets be asked
     QList<RepositoryRecord> repositories; ///< of those identities, and answered
     QList<RepositoryRecord> unmonitored; ///< answered, but no longer monitored when the fetch ended
     QList<RepositoryRecord> unanswered; ///< of those identities, but GitHub gave a reason instead of an answer

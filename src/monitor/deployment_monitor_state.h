@@ -38,22 +38,27 @@ struct DeploymentMonitorState {
     std::optional<Instant> resumeAt;
     /// Of Disconnected: why.
     std::optional<MissingStep> missing;
+    /// Of Ready: the seconds in which every repository is asked for once, where GitHub's limit stretches them.
+    std::optional<qint64> refreshIntervalSeconds;
 
-    static DeploymentMonitorState loading(bool hasContent) { return {Case::Loading, hasContent, {}, {}, {}}; }
-    static DeploymentMonitorState ready(Instant refreshedAt) { return {Case::Ready, false, refreshedAt, {}, {}}; }
+    static DeploymentMonitorState loading(bool hasContent) { return {Case::Loading, hasContent, {}, {}, {}, {}}; }
+    static DeploymentMonitorState ready(Instant refreshedAt, std::optional<qint64> refreshIntervalSeconds = {})
+    {
+        return {Case::Ready, false, refreshedAt, {}, {}, refreshIntervalSeconds};
+    }
     /// What is shown is saved or older data.
     static DeploymentMonitorState stale(std::optional<Instant> refreshedAt)
     {
-        return {Case::Stale, false, refreshedAt, {}, {}};
+        return {Case::Stale, false, refreshedAt, {}, {}, {}};
     }
     static DeploymentMonitorState rateLimited(std::optional<Instant> updatedAt, Instant resumeAt)
     {
-        return {Case::RateLimited, false, updatedAt, resumeAt, {}};
+        return {Case::RateLimited, false, updatedAt, resumeAt, {}, {}};
     }
     /// No account, or nothing to monitor.
     static DeploymentMonitorState disconnected(MissingStep missing)
     {
-        return {Case::Disconnected, false, {}, {}, missing};
+        return {Case::Disconnected, false, {}, {}, missing, {}};
     }
 
     friend bool operator==(const DeploymentMonitorState &, const DeploymentMonitorState &) = default;

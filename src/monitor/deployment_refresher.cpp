@@ -44,7 +44,7 @@ QCoro::Task<> DeploymentRefresher::refreshDue(RefreshContext context)
     if (decision == PollingDecision::InstallationsAndAllDeployments || decision == PollingDecision::AllDeployments) {
         co_await refreshInstallations(context, askable & context.identitiesWithInstallationsDue());
         if (self)
-            co_await refreshIdentities(context, RefreshScope::All, askable);
+            co_await refreshIdentities(context, RefreshScope::All, askable, Extent::Due);
         co_return;
     }
 
@@ -56,12 +56,16 @@ QCoro::Task<> DeploymentRefresher::refreshDue(RefreshContext context)
         co_await refreshInstallations(context, retried & unloaded);
         if (!self)
             co_return;
-        co_await refreshIdentities(context, RefreshScope::Retried, retried);
+        co_await refreshIdentities(context, RefreshScope::Retried, retried, Extent::Due);
         if (!self)
             co_return;
     }
-    if (decision == PollingDecision::ActiveDeployments)
-        co_await refreshActive(context, askable - retried);
+    const auto others = askable - retried;
+    const auto isStretched = [&](qint64 id) {
+        return m_parts.outcomes->pace().isStretched(id);
+    };
+    if (decision == PollingDecision::ActiveDeployments || std::ranges::any_of(others, isStretched))
+        co_await refreshActive(context, others);
 }
 
 PollingSituation DeploymentRefresher::situation(const RefreshContext &context, const QSet<qint64> &askable) const
@@ -92,12 +96,12 @@ QCoro::Task<> DeploymentRefresher::refreshAll(RefreshContext context)
     co_await refreshInstallations(context, m_parts.outcomes->askable(listed) & context.neverLoadedIdentities());
     if (!self)
         co_return;
-    co_await refreshIdentities(context, RefreshScope::All, context.listedIdentities());
+    co_await refreshIdentities(context, RefreshScope::All, context.listedIdentities(), Extent::Everything);
 }
 
 QCoro::Task<> DeploymentRefresher::refreshActive(RefreshContext context, QSet<qint64> identities)
 {
-    return refreshIdentities(context, RefreshScope::Active, std::move(identities));
+    return refreshIdentities(context, RefreshScope::Active, std::move(identities), Extent::Due);
 }
 
 QCoro::Task<> DeploymentRefresher::refreshExpected(RefreshContext context, Instant askedAt)
@@ -134,7 +138,8 @@ QCoro::Task<> DeploymentRefresher::refreshInstallations(RefreshContext context, 
         m_parts.outcomes->recordInstallationFailures(context.installations->failures(), asked);
 }
 
-QCoro::Task<> DeploymentRefresher::refreshIdentities(RefreshContext context, RefreshScope scope, QSet<qint64> asked)
+QCoro::Task<> DeploymentRefresher::refreshIdentities(
+    RefreshContext context, RefreshScope scope, QSet<qint64> asked, Extent extent)
 {
     const QPointer<DeploymentRefresher> self(this);
     if (const auto missing = context.missingStep()) {
@@ -144,9 +149,12 @@ QCoro::Task<> DeploymentRefresher::refreshIdentities(RefreshContext context, Ref
     asked -= context.unloadedIdentities();
     asked.removeIf([&](qint64 id) { return m_parts.outcomes->pausedUntil(id).has_value(); });
     auto repositories = ofIdentities(context.installations->monitoredRepositories(), asked);
-    if (scope == RefreshScope::Active)
-        repositories = repositoriesWithActiveDeployments(repositories, m_parts.shown->deployments());
-
+    QSet<qint64> inPart; // of these only some are due
+    if (extent == Extent::Due) {
+        repositories = m_parts.outcomes->pace().due(repositories, m_parts.shown->deployments(), scope, context.now);
+        inPart = asked;
+        inPart.removeIf([&](qint64 id) { return !m_parts.outcomes->pace().isStretched(id); });
+    }
     FetchedDeployments fetched;
     fetched.scope = scope;
     if (!repositories.isEmpty()) {
@@ -157,8 +165,10 @@ QCoro::Task<> DeploymentRefresher::refreshIdentities(RefreshContext context, Ref
         if (!self)
             co_return;
     }
+    fetched.inPart = inPart;
     if (scope != RefreshScope::Active) {
-        // An identity without repositories succeeds without a request.
+        // An identity without repositories succeeds without a request. One that is not due neither succeeds nor fails.
+        asked -= inPart;
         for (const auto &record : std::as_const(repositories))
             asked.remove(record.identityID);
         for (const auto identityID : std::as_const(asked))

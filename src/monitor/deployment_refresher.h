@@ -66,7 +66,12 @@ public:
 
 private:
     QCoro::Task<> refreshInstallations(RefreshContext context, QSet<qint64> asked);
-    QCoro::Task<> refreshIdentities(RefreshContext context, RefreshScope scope, QSet<qint64> asked);
+    /// What is asked of an identity.
+    enum class Extent {
+        Due, ///< what PollingPace says
+        Everything, ///< all that the scope names, whatever it costs
+    };
+    QCoro::Task<> refreshIdentities(RefreshContext context, RefreshScope scope, QSet<qint64> asked, Extent extent);
     QCoro::Task<> finish(RefreshContext context, FetchedDeployments fetched);
     QCoro::Task<> dropUnreachable(RefreshContext context);
     [[nodiscard]] PollingSituation situation(const RefreshContext &context, const QSet<qint64> &askable) const;

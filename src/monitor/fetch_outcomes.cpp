@@ -70,10 +70,8 @@ void FetchOutcomes::recordAnswer(
 {
     m_health.clearFailure(identityID);
     m_unanswered.record(asked, result.unanswered);
-    if (scope != RefreshScope::Active)
-        m_fullCosts.insert(identityID, result.rateLimit.cost);
-    const auto nextCost = std::max(result.rateLimit.cost, m_fullCosts.value(identityID));
-    m_rateLimits->recordSuccess(identityID, result.rateLimit, nextCost, m_clock->now());
+    m_pace.record(identityID, asked, result.rateLimit, scope, m_clock->now());
+    m_rateLimits->recordSuccess(identityID, result.rateLimit, m_pace.nextCost(identityID), m_clock->now());
 }
 
 void FetchOutcomes::recordFailure(qint64 identityID, const std::exception_ptr &failure, const QString &explanation)
@@ -110,6 +108,12 @@ void FetchOutcomes::adoptInstallationFailures(const QList<InstallationFailure> &
             fresh.insert(failure.identityID);
     }
     recordInstallationFailures(failures, fresh);
+}
+
+void FetchOutcomes::retainIdentities(const QSet<qint64> &listed)
+{
+    m_health.retain(listed);
+    m_pace.retain(listed);
 }
 
 void FetchOutcomes::clearFailuresOfPaused(const QSet<qint64> &identities)

@@ -4,6 +4,7 @@
 #include "github/rate_limit_ledger.h"
 #include "github/repository_record.h"
 #include "monitor/identity_health.h"
+#include "monitor/polling_pace.h"
 #include "monitor/refresh_context.h"
 #include "monitor/unanswered_repositories.h"
 #include "support/clock.h"
@@ -43,6 +44,10 @@ public:
     /// unanswered; empty when there is none.
     [[nodiscard]] QString message(const QList<GitHubAccountSession> &sessions) const;
 
+    /// Which repositories the points allow to ask for.
+    [[nodiscard]] PollingPace &pace() { return m_pace; }
+    [[nodiscard]] const PollingPace &pace() const { return m_pace; }
+
     /// The identity that failed is askable at once.
     void retryNow(qint64 identityID) { m_health.retryNow(identityID); }
     void retryAllNow() { m_health.retryAllNow(); }
@@ -65,8 +70,8 @@ public:
     /// Drops the failures of paused identities: the refusal is the newer answer, and none follows until the pause ends.
     void clearFailuresOfPaused(const QSet<qint64> &identities);
 
-    /// Forgets the failures of the identities that are not listed any more.
-    void retainIdentities(const QSet<qint64> &listed) { m_health.retain(listed); }
+    /// Forgets the identities that are not listed any more.
+    void retainIdentities(const QSet<qint64> &listed);
     /// Forgets the repositories that are not monitored any more.
     void retainRepositories(const QList<RepositoryRecord> &monitored) { m_unanswered.retain(monitored); }
 
@@ -75,7 +80,7 @@ private:
     const Clock *m_clock;
     const PollingLoop *m_loop;
     IdentityHealth m_health;
-    QHash<qint64, qint64> m_fullCosts; ///< points that the last full fetch of each identity cost
+    PollingPace m_pace;
     UnansweredRepositories m_unanswered;
 };
 

@@ -10,7 +10,6 @@ namespace
 {
 
 constexpr std::chrono::seconds kInstallationsInterval{3600};
-constexpr auto kDeploymentsInterval = 30s;
 
 bool isDue(std::optional<Instant> last, std::chrono::seconds interval, Instant now)
 {

@@ -11,6 +11,9 @@ namespace velmora
 /// How often the monitor decides what to do.
 inline constexpr std::chrono::seconds kTickInterval{5};
 
+/// How often all deployments are fetched, where the points last.
+inline constexpr std::chrono::seconds kDeploymentsInterval{30};
+
 /// What one tick of the monitor has to do.
 enum class PollingDecision {
     InstallationsAndAllDeployments,

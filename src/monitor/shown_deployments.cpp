@@ -114,13 +114,22 @@ DeploymentList ShownDeployments::listAfter(const FetchedDeployments &fetched, co
     const RepositoryIndex monitored(context.installations->monitoredRepositories());
     const RepositoryIndex known(context.installations->repositories());
     const RepositoryIndex unanswered(fetched.unanswered);
+    QSet<QString> askedInPart;
+    for (const auto &record : fetched.repositories) {
+        if (fetched.inPart.contains(record.identityID))
+            askedInPart.insert(record.id());
+    }
+    const auto wasAsked = [&](const RepositoryRecord &record) {
+        return !fetched.inPart.contains(record.identityID) || askedInPart.contains(record.id());
+    };
     const auto listed = context.listedIdentities();
     const auto unloaded = context.unloadedIdentities();
     const auto isReplaced = [&](const DeploymentSnapshot &deployment) {
         if (unanswered.find(deployment))
             return false;
         if (const auto *record = monitored.find(deployment))
-            return fetched.succeeded.contains(record->identityID) || !listed.contains(record->identityID);
+            return (fetched.succeeded.contains(record->identityID) && wasAsked(*record))
+                || !listed.contains(record->identityID);
         if (known.find(deployment))
             return true;
         // Not known to be reachable. It stays while it may belong to an identity that is unloaded; the owner of a
@@ -151,7 +160,10 @@ DeploymentMonitorState ShownDeployments::currentState(
     }
     if (resumeAt)
         return DeploymentMonitorState::rateLimited(lastRefreshedAt ? lastRefreshedAt : m_lastCompleteAt, *resumeAt);
-    return lastRefreshedAt ? DeploymentMonitorState::ready(*lastRefreshedAt) : m_published.state;
+    if (!lastRefreshedAt)
+        return m_published.state;
+    const auto interval = m_outcomes->pace().interval();
+    return DeploymentMonitorState::ready(*lastRefreshedAt, interval ? std::optional(interval->count()) : std::nullopt);
 }
 
 void ShownDeployments::publish(Published published)

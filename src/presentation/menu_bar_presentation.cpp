@@ -75,11 +75,18 @@ QString updatedText(std::optional<Instant> updatedAt, Instant now)
     return updatedAt ? QStringLiteral("Updated %1").arg(relativeTime(*updatedAt, now)) : QString();
 }
 
+QString stretchedText(qint64 refreshIntervalSeconds)
+{
+    return QStringLiteral("Refreshing every %1 seconds, to stay within GitHub's limit").arg(refreshIntervalSeconds);
+}
+
 QString statusExplanation(const DeploymentMonitorState &state, const QString &message)
 {
     QStringList lines;
     if (state.state == DeploymentMonitorState::Case::Stale)
         lines.append(QStringLiteral("Showing saved deployment data."));
+    if (state.refreshIntervalSeconds)
+        lines.append(stretchedText(*state.refreshIntervalSeconds));
     if (!message.isEmpty())
         lines.append(message);
     return lines.join(QLatin1Char('\n'));

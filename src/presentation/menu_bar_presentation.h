@@ -46,8 +46,11 @@ struct MenuBarSituation {
 /// "Updated 2 minutes ago"; empty without a time.
 [[nodiscard]] QString updatedText(std::optional<Instant> updatedAt, Instant now);
 
-/// Explains the status: that the data comes from the cache, and a line for each identity that failed. Empty if there is
-/// nothing to explain.
+/// "Refreshing every 72 seconds, to stay within GitHub's limit".
+[[nodiscard]] QString stretchedText(qint64 refreshIntervalSeconds);
+
+/// Explains the status: that the data comes from the cache, that GitHub's limit stretches the refreshes, and a line for
+/// each identity that failed. Empty if there is nothing to explain.
 [[nodiscard]] QString statusExplanation(const DeploymentMonitorState &state, const QString &message);
 
 /// Why the installations grant no repository.

@@ -184,6 +184,18 @@ private Q_SLOTS:
             QVERIFY(!line.contains(QLatin1Char('\x1b')) && !line.contains(QLatin1Char('\n')));
     }
 
+    void aStretchedIntervalIsToldUnderTheTitleAndWhenItChanges()
+    {
+        const QString notice = QStringLiteral("Refreshing every 72 seconds, to stay within GitHub's limit");
+        MonitorReport before = storyReport();
+        MonitorReport stretched = before;
+        stretched.state.refreshIntervalSeconds = 72;
+        QCOMPARE(renderReport(stretched, {}, noon(), {72, 0, false}).at(1), notice);
+        QCOMPARE(renderChanges(before, stretched), QStringList(notice));
+        QCOMPARE(renderChanges(stretched, stretched), QStringList());
+        QCOMPARE(renderChanges(stretched, before), QStringList());
+    }
+
     void messagesAndAnnouncementsStandUnderTheTitle()
     {
         MonitorReport report = storyReport();

@@ -43,6 +43,13 @@ private Q_SLOTS:
             json("{'state':'loading','title':'Velmora','symbol':'arrow.triangle.2.circlepath','deployments':[]}"));
     }
 
+    void aStretchedIntervalIsWritten()
+    {
+        QCOMPARE(jsonLine(report(State::ready(noon(), 72))),
+            json("{'state':'ready','title':'Velmora','symbol':'checkmark.circle','refreshIntervalSeconds':72,"
+                 "'deployments':[]}"));
+    }
+
     void everythingThereIsIsWritten()
     {
         MonitorReport full = report(State::rateLimited(noon(), noon() + 90s + 250ms));

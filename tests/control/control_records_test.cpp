@@ -118,6 +118,7 @@ private Q_SLOTS:
     {
         compareAfterTheWay(fullReport(State::loading(true)));
         compareAfterTheWay(fullReport(State::ready(noon() + 1us)));
+        compareAfterTheWay(fullReport(State::ready(noon(), 72)));
         compareAfterTheWay(fullReport(State::stale(std::nullopt)));
         compareAfterTheWay(fullReport(State::rateLimited(noon(), noon() + 90s)));
         MonitorReport saved = fullReport(State::disconnected(MissingStep::Selection));

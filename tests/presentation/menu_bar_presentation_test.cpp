@@ -82,6 +82,8 @@ private Q_SLOTS:
         QCOMPARE(statusExplanation(State::stale(noon()), failure), saved + QLatin1Char('\n') + failure);
         QCOMPARE(statusExplanation(State::loading(true), failure), failure);
         QVERIFY(statusExplanation(State::ready(noon()), {}).isEmpty());
+        QCOMPARE(statusExplanation(State::ready(noon(), 72), {}),
+            QStringLiteral("Refreshing every 72 seconds, to stay within GitHub's limit"));
     }
 
     void oneConnectionIsMadeAtATime()

@@ -39,6 +39,36 @@ private Q_SLOTS:
         QCOMPARE(story.program.shows(), QStringList(u"octo/web production success"_s));
     }
 
+    void pointsThatRunLowLastUntilTheReset()
+    {
+        Story story;
+        QStringList names;
+        for (int i = 0; i < 60; ++i)
+            names.append(u"web%1"_s.arg(i));
+        story.github.installs(u"octo"_s, names);
+        const QString underWay = story.github.deploys(u"octo/web59"_s);
+        story.user.connects(u"octo"_s);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.program.app().monitor().state().refreshIntervalSeconds, std::nullopt);
+        // A tool of the user has left 300 points. Every 30 and 5 seconds would cost 960 in this hour.
+        story.github.hasPoints(u"octo"_s, 300, story.clock.now() + 1h);
+        story.time.passes(kFullPoll);
+        const auto interval = story.program.app().monitor().state().refreshIntervalSeconds;
+        QVERIFY(interval && *interval > 30 && *interval < 120);
+        QCOMPARE(awaitValue(story.program.control().report({})).state.refreshIntervalSeconds, interval);
+        story.github.succeeds(underWay);
+        story.github.deploys(u"octo/web0"_s);
+        story.time.passes(std::chrono::seconds(2 * *interval));
+        QCOMPARE(story.program.shows(),
+            (QStringList{u"octo/web0 production inProgress"_s, u"octo/web59 production success"_s}));
+        for (int i = 0; i < 55; ++i) {
+            story.time.passes(1min);
+            QCOMPARE(story.program.state(), State::Ready);
+        }
+        story.time.passes(6min);
+        QCOMPARE(story.program.app().monitor().state().refreshIntervalSeconds, std::nullopt);
+    }
+
     void aRefreshFromATerminalKeepsWhatWasSavedOfWhoeverCannotBeReached()
     {
         Story story;

@@ -33,6 +33,12 @@ StoryGitHub::StoryGitHub(const Clock *clock)
     simulator.world() = simulator::World();
 }
 
+void StoryGitHub::hasPoints(const QString &login, int remaining, Instant resetAt)
+{
+    const auto sinceEpoch = std::chrono::floor<std::chrono::milliseconds>(resetAt.time_since_epoch());
+    simulator.limits().set(login, remaining, sinceEpoch.count());
+}
+
 void StoryGitHub::joins(const QString &login)
 {
     std::ignore = person(login);

@@ -35,6 +35,9 @@ public:
     /// Gives the deployment a status; `state` is GitHub's name.
     void sets(const QString &deployment, const QString &state);
 
+    /// Leaves the user this number of points until the reset.
+    void hasPoints(const QString &login, int remaining, Instant resetAt);
+
     /// Switches rate limits off, as on an Enterprise Server by default.
     void hasNoRateLimits() { simulator.limits().setOn(false); }
 
