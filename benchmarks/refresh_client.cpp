@@ -10,7 +10,6 @@
 #include "support/task_scope.h"
 
 #include <QCoreApplication>
-#include <QSslConfiguration>
 
 #include <algorithm>
 #include <cstdio>
@@ -68,11 +67,8 @@ int main(int argc, char **argv)
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() < 3)
         return 2;
-    if (arguments.size() > 4) {
-        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-        configuration.addCaCertificates(arguments.at(4));
-        QSslConfiguration::setDefaultConfiguration(configuration);
-    }
+    if (arguments.size() > 4)
+        qputenv("SSL_CERT_FILE", arguments.at(4).toLocal8Bit());
     SystemClock clock;
     GitHubClient client;
     client.session = std::make_shared<NetworkSession>();

@@ -2,8 +2,8 @@
 #include "diagnostics/system_findings.h"
 
 #include "diagnostics/texts.h"
+#include "http/network_session.h"
 
-#include <QSslSocket>
 #include <QStringList>
 #include <QSysInfo>
 
@@ -57,10 +57,7 @@ QList<Finding> programFindings(bool isInsideFlatpak)
         {QStringLiteral("Qt"), QString::fromLatin1(qVersion()) + built.arg(QStringLiteral(QT_VERSION_STR))},
         {QStringLiteral("QCoro"), QStringLiteral(VELMORA_QCORO_VERSION)},
         {QStringLiteral("libsecret"), QStringLiteral("built with " VELMORA_LIBSECRET_VERSION)},
-        {QStringLiteral("TLS"),
-            QSslSocket::supportsSsl()
-                ? QSslSocket::activeBackend() + QStringLiteral(", ") + QSslSocket::sslLibraryVersionString()
-                : QStringLiteral("not available")},
+        {QStringLiteral("HTTP and TLS"), NetworkSession::library()},
         {QStringLiteral("system"), QSysInfo::prettyProductName()},
         {QStringLiteral("kernel"),
             QStringList{QSysInfo::kernelType(), QSysInfo::kernelVersion(), QSysInfo::currentCpuArchitecture()}.join(

@@ -1,47 +1,67 @@
 // SPDX-License-Identifier: MIT
 #include "http/connection_failure.h"
 
+#include <cstring>
+
 namespace velmora
 {
 
 namespace
 {
 
+/// OpenSSL's results of verifying a certificate, which never change.
+enum Verification : long {
+    NotAsked = 1,
+    IssuerMissing = 2,
+    NotYetValid = 9,
+    Expired = 10,
+    SelfSigned = 18,
+    SelfSignedInChain = 19,
+    LocalIssuerMissing = 20,
+    LeafUnverifiable = 21,
+    Revoked = 23,
+    Untrusted = 27,
+};
+
 struct CertificateProblem {
-    QList<QSslError::SslError> errors;
     QString reason;
     QString advice;
 };
 
-/// In order of importance: only the first that applies is reported, since an untrusted certificate may also be expired.
-const QList<CertificateProblem> &certificateProblems()
+CertificateProblem certificateProblem(long verification)
 {
     const QString install = QStringLiteral("If your company signs certificates itself, install the certificate of its "
                                            "authority in the system's trust store.");
-    static const QList<CertificateProblem> problems{
-        {{QSslError::CertificateRevoked, QSslError::CertificateBlacklisted}, QStringLiteral("it was revoked"),
-            QStringLiteral("Tell the host's administrator.")},
-        {{QSslError::SelfSignedCertificate}, QStringLiteral("it is self-signed"), install},
-        {{QSslError::SelfSignedCertificateInChain, QSslError::UnableToGetIssuerCertificate,
-             QSslError::UnableToGetLocalIssuerCertificate, QSslError::UnableToVerifyFirstCertificate,
-             QSslError::CertificateUntrusted},
-            QStringLiteral("this system does not know its issuer"), install},
-        {{QSslError::HostNameMismatch}, QStringLiteral("it is for another host name"),
-            QStringLiteral("Check the address, or tell the host's administrator.")},
-        {{QSslError::CertificateExpired}, QStringLiteral("it has expired"),
-            QStringLiteral("Check this computer's clock, or tell the host's administrator.")},
-        {{QSslError::CertificateNotYetValid}, QStringLiteral("it is not valid yet"),
-            QStringLiteral("Check this computer's clock, or tell the host's administrator.")},
-        {{}, QStringLiteral("it is not a valid certificate for this use"),
-            QStringLiteral("Tell the host's administrator.")},
-    };
-    return problems;
+    const QString clock = QStringLiteral("Check this computer's clock, or tell the host's administrator.");
+    switch (verification) {
+    case NotAsked: // curl compares the name before it asks for the result, which is good.
+        return {QStringLiteral("it is for another host name"),
+            QStringLiteral("Check the address, or tell the host's administrator.")};
+    case Revoked:
+        return {QStringLiteral("it was revoked"), QStringLiteral("Tell the host's administrator.")};
+    case SelfSigned:
+        return {QStringLiteral("it is self-signed"), install};
+    case SelfSignedInChain:
+    case IssuerMissing:
+    case LocalIssuerMissing:
+    case LeafUnverifiable:
+    case Untrusted:
+        return {QStringLiteral("this system does not know its issuer"), install};
+    case Expired:
+        return {QStringLiteral("it has expired"), clock};
+    case NotYetValid:
+        return {QStringLiteral("it is not valid yet"), clock};
+    default:
+        return {QStringLiteral("it is not a valid certificate for this use"),
+            QStringLiteral("Tell the host's administrator.")};
+    }
 }
 
-bool applies(const CertificateProblem &problem, const QList<QSslError> &errors)
+QString certificateFailureText(const QString &host, long verification)
 {
-    return problem.errors.isEmpty()
-        || std::ranges::any_of(errors, [&](const QSslError &error) { return problem.errors.contains(error.error()); });
+    const CertificateProblem problem = certificateProblem(verification);
+    return QStringLiteral("The certificate of %1 could not be verified: %2. %3")
+        .arg(host, problem.reason, problem.advice);
 }
 
 bool isUsed(const QNetworkProxy &proxy)
@@ -59,12 +79,6 @@ QString nameOf(const QNetworkProxy &proxy)
     return QStringLiteral("proxy %1:%2").arg(host).arg(proxy.port());
 }
 
-/// Whether Qt's text quotes an address or the server.
-bool isQuoting(QNetworkReply::NetworkError error, const QString &qtText)
-{
-    return error >= QNetworkReply::ContentAccessDenied || qtText.contains(QLatin1String("://"));
-}
-
 QString authenticationText(const QNetworkProxy &proxy)
 {
     if (proxy.user().isEmpty())
@@ -74,65 +88,65 @@ QString authenticationText(const QNetworkProxy &proxy)
         .arg(nameOf(proxy));
 }
 
-QString proxyFailureText(
-    const QString &host, QNetworkReply::NetworkError error, const QString &qtText, const QNetworkProxy &proxy)
+/// What the system says of a connection that could not be made.
+QString systemText(const ConnectionFailure &failure)
 {
+    return failure.systemError == 0 ? QStringLiteral("No connection could be made")
+                                    : QString::fromLocal8Bit(std::strerror(static_cast<int>(failure.systemError)));
+}
+
+QString proxyFailureText(const QString &host, const ConnectionFailure &failure, const QNetworkProxy &proxy)
+{
+    constexpr long kAuthenticationRequired = 407;
     const QString name = nameOf(proxy);
-    if (error == QNetworkReply::ProxyAuthenticationRequiredError)
+    if (failure.proxyStatus == kAuthenticationRequired)
         return authenticationText(proxy);
-    // Qt's text names the host. But Qt resolves only the proxy, and the proxy resolves the host.
-    if (error == QNetworkReply::HostNotFoundError || error == QNetworkReply::ProxyNotFoundError)
+    if (failure.code == CURLE_COULDNT_RESOLVE_PROXY)
         return QStringLiteral("The %1 was not found, or does not find %2.").arg(name, host);
     const QString failed = QStringLiteral("%1 cannot be reached through the %2").arg(host, name);
-    return isQuoting(error, qtText) ? failed + QLatin1Char('.') : failed + QStringLiteral(": ") + qtText;
+    if (failure.proxyStatus != 0)
+        return QStringLiteral("%1, which answered with status %2.").arg(failed).arg(failure.proxyStatus);
+    if (failure.code == CURLE_COULDNT_CONNECT)
+        return QStringLiteral("%1: %2").arg(failed, systemText(failure));
+    return failed + QLatin1Char('.');
+}
+
+bool isFailureOfProxy(const ConnectionFailure &failure)
+{
+    return failure.proxyStatus != 0 || failure.code == CURLE_COULDNT_CONNECT || failure.code == CURLE_PROXY
+        || failure.code == CURLE_COULDNT_RESOLVE_PROXY || failure.code == CURLE_COULDNT_RESOLVE_HOST;
 }
 
 } // namespace
 
-QString certificateFailureText(const QString &host, const QList<QSslError> &errors)
+QString connectionFailureText(const QString &host, const ConnectionFailure &failure, const QNetworkProxy &proxy)
 {
-    const auto &problems = certificateProblems();
-    const auto found
-        = std::ranges::find_if(problems, [&](const CertificateProblem &problem) { return applies(problem, errors); });
-    return QStringLiteral("The certificate of %1 could not be verified: %2. %3")
-        .arg(host, found->reason, found->advice);
+    if (isUsed(proxy) && isFailureOfProxy(failure))
+        return proxyFailureText(host, failure, proxy);
+    if (failure.isDamaged)
+        return QStringLiteral("The answer of %1 cannot be read.").arg(host);
+    switch (failure.code) {
+    case CURLE_PEER_FAILED_VERIFICATION:
+        return certificateFailureText(host, failure.verification);
+    case CURLE_SSL_CONNECT_ERROR:
+        return QStringLiteral("No encrypted connection to %1 could be made.").arg(host);
+    case CURLE_COULDNT_RESOLVE_HOST:
+        return QStringLiteral("Host %1 not found").arg(host);
+    case CURLE_COULDNT_CONNECT:
+        return systemText(failure);
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+        return closedEarlyText(host);
+    default:
+        return QStringLiteral("The answer of %1 cannot be read.").arg(host);
+    }
 }
 
 QString closedEarlyText(const QString &host)
 {
     return QStringLiteral("%1 closed the connection before the answer was complete.").arg(host);
-}
-
-QString connectionFailureText(
-    const QString &host, QNetworkReply::NetworkError error, const QString &qtText, const QNetworkProxy &proxy)
-{
-    // ContentReSendError: the connection was closed, and Qt cannot send the request again.
-    const bool isClosed = error == QNetworkReply::RemoteHostClosedError || error == QNetworkReply::ContentReSendError;
-    if (isClosed)
-        return closedEarlyText(host);
-    if (error == QNetworkReply::SslHandshakeFailedError)
-        return QStringLiteral("No encrypted connection to %1 could be made.").arg(host);
-    if (isUsed(proxy) && error < QNetworkReply::ContentAccessDenied)
-        return proxyFailureText(host, error, qtText, proxy);
-    if (isQuoting(error, qtText))
-        return QStringLiteral("The answer of %1 cannot be read.").arg(host);
-    return qtText;
-}
-
-QString connectionFailureKind(QNetworkReply::NetworkError error, const QString &qtText)
-{
-    static const QStringList nameless{QStringLiteral("Connection refused"), QStringLiteral("Connection timed out"),
-        QStringLiteral("Network operation timed out"), QStringLiteral("Socket operation timed out"),
-        QStringLiteral("Network unreachable"), QStringLiteral("Host unreachable"),
-        QStringLiteral("Temporary network failure."), QStringLiteral("Connection to proxy refused"),
-        QStringLiteral("Connection to proxy timed out"), QStringLiteral("Connection to proxy closed prematurely"),
-        QStringLiteral("Proxy connection refused"), QStringLiteral("Proxy connection closed prematurely"),
-        QStringLiteral("Proxy denied connection"), QStringLiteral("Proxy server connection timed out")};
-    if (nameless.contains(qtText))
-        return qtText;
-    if (error == QNetworkReply::HostNotFoundError)
-        return QStringLiteral("Host not found");
-    return QStringLiteral("Qt's network error %1").arg(static_cast<int>(error));
 }
 
 QString timeoutText(const QString &host, const QNetworkProxy &proxy)

@@ -1,29 +1,29 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QList>
 #include <QNetworkProxy>
-#include <QNetworkReply>
-#include <QSslError>
 #include <QString>
+
+#include <curl/curl.h>
 
 namespace velmora
 {
 
-/// The messages to the user about a failed connection. They name a proxy by host and port, never with its credentials;
-/// a proxy without a host name is "the proxy".
+/// Why a connection failed, as libcurl tells it.
+struct ConnectionFailure {
+    CURLcode code = CURLE_OK;
+    long systemError = 0; ///< an errno, 0 if the system reported none
+    long verification = 0; ///< OpenSSL's result of verifying the certificate
+    long proxyStatus = 0; ///< the status with which a proxy refused the tunnel, or 0
+    bool isDamaged = false; ///< whether the answer breaks the rules of HTTP
+};
 
-/// Says that the certificate of the host cannot be verified, why, and what helps. `errors` is not empty.
-[[nodiscard]] QString certificateFailureText(const QString &host, const QList<QSslError> &errors);
+/// The message to the user. Names the host, and a proxy by host and port, never with its credentials; a proxy without a
+/// host name is "the proxy". Quotes neither the request nor the server.
+[[nodiscard]] QString connectionFailureText(
+    const QString &host, const ConnectionFailure &failure, const QNetworkProxy &proxy);
 
 [[nodiscard]] QString closedEarlyText(const QString &host);
-
-/// `qtText` is Qt's error text. The result contains it unless it quotes the request or the server.
-[[nodiscard]] QString connectionFailureText(
-    const QString &host, QNetworkReply::NetworkError error, const QString &qtText, const QNetworkProxy &proxy);
-
-/// Qt's text if it is one that names nothing, else words for the error: for a report that is made public.
-[[nodiscard]] QString connectionFailureKind(QNetworkReply::NetworkError error, const QString &qtText);
 
 [[nodiscard]] QString timeoutText(const QString &host, const QNetworkProxy &proxy);
 

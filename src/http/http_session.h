@@ -18,7 +18,7 @@ using HTTPHeaders = QList<std::pair<QByteArray, QByteArray>>;
 struct HTTPRequest {
     QByteArray method = "GET";
     QUrl url;
-    HTTPHeaders headers; ///< sent in this order
+    HTTPHeaders headers; ///< sent in this order; those without a value are not
     std::optional<QByteArray> body;
     /// For a POST that uses up a token whose replacement is only in the response. It is sent at most once, over its own
     /// connection. It continues when other connections are dropped; its own limits end it.

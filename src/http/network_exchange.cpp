@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "http/network_exchange.h"
 
-#include "http/connection_failure.h"
-#include "http/proxy_environment.h"
-#include "http/reply_start.h"
 #include "support/clock.h"
+#include "support/erased.h"
 
 namespace velmora
 {
@@ -21,105 +19,56 @@ constexpr qsizetype kMostHeaders = 100;
 constexpr auto kProgressTime = 30s;
 constexpr qsizetype kLeastProgress = 1024;
 
-/// Whether the error only reports a status of 400 or above, so that the response is complete.
-bool isStatusError(QNetworkReply::NetworkError error)
+/// The transfers whose connections the request uses.
+std::shared_ptr<Transfers> transfersFor(NetworkSession::State &state)
 {
-    return (error >= QNetworkReply::ContentAccessDenied && error <= QNetworkReply::UnknownContentError)
-        || (error >= QNetworkReply::InternalServerError && error <= QNetworkReply::UnknownServerError)
-        || error == QNetworkReply::ProtocolInvalidOperationError;
-}
-
-bool isAnswer(const QNetworkReply &reply, const std::optional<int> &status)
-{
-    return reply.error() == QNetworkReply::NoError || (status && *status >= 400 && isStatusError(reply.error()));
-}
-
-/// Gives Qt the proxies found before. Without it Qt would ask the system and block until the answer.
-class KnownProxies final : public QNetworkProxyFactory
-{
-public:
-    explicit KnownProxies(std::weak_ptr<NetworkSession::State> state)
-        : m_state(std::move(state))
-    {
-    }
-    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override
-    {
-        const auto state = m_state.lock();
-        return {state ? state->proxies.lastKnown(query.url()) : QNetworkProxy(QNetworkProxy::NoProxy)};
-    }
-
-private:
-    std::weak_ptr<NetworkSession::State> m_state;
-};
-
-std::shared_ptr<QNetworkAccessManager> makeManager(const std::shared_ptr<NetworkSession::State> &state)
-{
-    auto manager = std::make_shared<QNetworkAccessManager>();
-    manager->setProxyFactory(new KnownProxies(state));
-    return manager;
-}
-
-/// The manager whose connections the request uses. An unrepeatable request gets a new one, since the server may be
-/// about to close a connection that was used before.
-std::shared_ptr<QNetworkAccessManager> managerFor(
-    const std::shared_ptr<NetworkSession::State> &state, const HTTPRequest &request)
-{
-    if (request.isUnrepeatable)
-        return makeManager(state);
-    if (!state->manager)
-        state->manager = makeManager(state);
-    return state->manager;
-}
-
-bool isTooLarge(const QList<QNetworkReply::RawHeaderPair> &headers)
-{
-    // Of more headers than it accepts Qt gives none.
-    if (headers.isEmpty())
-        return true;
-    qsizetype size = 0;
-    for (const auto &[name, value] : headers)
-        size += name.size() + value.size();
-    return headers.size() > kMostHeaders || size > kLargestHead;
-}
-
-/// The port to which the connection is made.
-quint16 portFor(const QUrl &url, const QNetworkProxy &proxy)
-{
-    return proxy.type() == QNetworkProxy::NoProxy ? static_cast<quint16>(portOf(url)) : proxy.port();
+    if (!state.transfers)
+        state.transfers = std::make_shared<Transfers>();
+    return state.transfers;
 }
 
 } // namespace
 
 NetworkExchange::NetworkExchange(
-    std::shared_ptr<NetworkSession::State> state, const HTTPRequest &request, std::chrono::milliseconds deadline)
+    std::shared_ptr<NetworkSession::State> state, HTTPRequest request, std::chrono::milliseconds deadline)
     : m_state(std::move(state))
-    , m_isUnrepeatable(request.isUnrepeatable)
-    , m_manager(managerFor(m_state, request))
-    , m_host(request.url.host())
-    , m_proxy(m_state->proxies.lastKnown(request.url))
-    , m_reply(startReply(*m_manager, request, m_state->limits))
-    , m_connections(portFor(request.url, m_proxy))
+    , m_request(std::move(request))
+    , m_host(m_request.url.host())
+    , m_proxy(m_state->proxies.lastKnown(m_request.url))
+    , m_headerLines(headerLines(m_request))
+    , m_transfers(transfersFor(*m_state))
+    , m_transfer(makeTransfer(m_request, m_headerLines, m_proxy, m_state->limits.bodySize))
 {
     m_state->open.append(this);
     if (m_state->names == NetworkSession::Names::Hidden) {
         m_host = QStringLiteral("the host");
         m_proxy.setHostName(QString());
     }
-    connect(m_reply, &QNetworkReply::sslErrors, this, &NetworkExchange::recordCertificateErrors);
-    connect(m_reply, &QNetworkReply::metaDataChanged, this, &NetworkExchange::readHeaders);
-    connect(m_reply, &QNetworkReply::readyRead, this, &NetworkExchange::readBody);
-    connect(m_reply, &QNetworkReply::finished, this, &NetworkExchange::finishReply);
+    CURL *const transfer = m_transfer.get();
+    ::curl_easy_setopt(transfer, CURLOPT_HEADERFUNCTION, &NetworkExchange::takeHead);
+    ::curl_easy_setopt(transfer, CURLOPT_HEADERDATA, this);
+    ::curl_easy_setopt(transfer, CURLOPT_WRITEFUNCTION, &NetworkExchange::takeBody);
+    ::curl_easy_setopt(transfer, CURLOPT_WRITEDATA, this);
+    ::curl_easy_setopt(transfer, CURLOPT_ERRORBUFFER, m_error.data());
+    ::curl_easy_setopt(transfer, CURLOPT_NOPROGRESS, 0L);
+    ::curl_easy_setopt(transfer, CURLOPT_XFERINFOFUNCTION, &NetworkExchange::lookAtProgress);
+    ::curl_easy_setopt(transfer, CURLOPT_XFERINFODATA, this);
     m_deadline.setSingleShot(true);
     connect(&m_deadline, &QTimer::timeout, this, &NetworkExchange::expire);
     m_deadline.start(deadline);
-    connect(&m_floodTimer, &QTimer::timeout, this, &NetworkExchange::endFlood);
-    m_floodTimer.start(m_state->limits.betweenLooks);
+    m_silence.setSingleShot(true);
+    connect(&m_silence, &QTimer::timeout, this, &NetworkExchange::lookForSilence);
+    m_silence.start(m_state->limits.silence);
+    m_sinceLastByte.start();
+    m_transfers->add(transfer, [this](CURLcode result) { finish(result); });
 }
 
 NetworkExchange::~NetworkExchange()
 {
     m_state->open.removeOne(this);
-    abortReply();
+    m_transfers->remove(m_transfer.get());
+    if (m_request.isUnrepeatable && m_request.body)
+        erase(*m_request.body);
 }
 
 void NetworkExchange::cancel()
@@ -133,7 +82,7 @@ void NetworkExchange::drop()
     fail(TransportError::Kind::Network,
         QStringLiteral("The connection to %1 was closed before the answer arrived.").arg(m_host));
     abandonConnections();
-    abortReply();
+    m_transfers->remove(m_transfer.get());
 }
 
 void NetworkExchange::dropNow()
@@ -142,21 +91,67 @@ void NetworkExchange::dropNow()
     settle();
 }
 
-/// Remembers the errors for failureText(); never ignores them.
-void NetworkExchange::recordCertificateErrors(const QList<QSslError> &errors)
+std::size_t NetworkExchange::takeHead(char *data, std::size_t, std::size_t size, void *self)
 {
-    m_certificateErrors = errors;
+    auto *const exchange = static_cast<NetworkExchange *>(self);
+    exchange->readHeadLine(QByteArrayView(data, static_cast<qsizetype>(size)));
+    return exchange->m_isEnded ? 0 : size;
 }
 
-void NetworkExchange::readHeaders()
+/// Also called for the trailers of a body in chunks.
+void NetworkExchange::readHeadLine(QByteArrayView line)
 {
-    const qint64 length = announcedLength();
-    if (length > m_state->limits.bodySize || isTooLarge(m_reply->rawHeaderPairs())) {
+    m_sinceLastByte.start();
+    m_headSize += line.size();
+    if (line.startsWith("HTTP/"))
+        beginHead();
+    else if (line.trimmed().isEmpty())
+        beginBody();
+    else if (const qsizetype colon = line.indexOf(':'); colon > 0 && !m_hasHead)
+        m_response.headers.append({line.first(colon).toByteArray(), line.sliced(colon + 1).trimmed().toByteArray()});
+    if (m_headSize > kLargestHead || m_response.headers.size() > kMostHeaders)
         failAsTooLarge();
+}
+
+/// An answer may begin with heads that say only that the server goes on.
+void NetworkExchange::beginHead()
+{
+    m_response.headers.clear();
+}
+
+void NetworkExchange::beginBody()
+{
+    constexpr long kFirstFinal = 200;
+    if (m_hasHead || detail(CURLINFO_RESPONSE_CODE) < kFirstFinal)
         return;
-    }
-    m_response.body.reserve(std::max<qsizetype>(length, 0));
+    m_hasHead = true;
+    curl_off_t length = 0;
+    ::curl_easy_getinfo(m_transfer.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    m_response.body.reserve(std::clamp<qint64>(length, 0, m_state->limits.bodySize));
     m_scope.launch(requireProgress(m_scope.stopToken()), "the watch over a body");
+}
+
+std::size_t NetworkExchange::takeBody(char *data, std::size_t, std::size_t size, void *self)
+{
+    auto *const exchange = static_cast<NetworkExchange *>(self);
+    QByteArray &body = exchange->m_response.body;
+    exchange->m_sinceLastByte.start();
+    body.append(data, static_cast<qsizetype>(size));
+    if (body.size() > exchange->m_state->limits.bodySize)
+        exchange->failAsTooLarge();
+    return exchange->m_isEnded ? 0 : size;
+}
+
+/// Bytes that unpack to nothing reach only this.
+int NetworkExchange::lookAtProgress(void *self, curl_off_t, curl_off_t received, curl_off_t, curl_off_t sent)
+{
+    auto *const exchange = static_cast<NetworkExchange *>(self);
+    if (exchange->m_bytes != received + sent)
+        exchange->m_sinceLastByte.start();
+    exchange->m_bytes = received + sent;
+    if (received > exchange->m_state->limits.bodySize)
+        exchange->failAsTooLarge();
+    return exchange->m_isEnded ? 1 : 0;
 }
 
 QCoro::Task<> NetworkExchange::requireProgress(std::stop_token stop)
@@ -169,83 +164,55 @@ QCoro::Task<> NetworkExchange::requireProgress(std::stop_token stop)
     fail(TransportError::Kind::TimedOut, QStringLiteral("The answer of %1 came too slowly.").arg(m_host));
 }
 
-void NetworkExchange::readBody()
+void NetworkExchange::lookForSilence()
 {
-    constexpr qint64 kLeastChunk = 4096;
-    // Qt closes a reply that it aborts.
-    while (!m_isEnded && m_reply->isOpen()) {
-        // Reading one byte beyond the limit reveals a body that is too large.
-        const qint64 room = m_state->limits.bodySize - m_response.body.size() + 1;
-        const QByteArray chunk = m_reply->read(std::min(room, std::max(m_reply->bytesAvailable(), kLeastChunk)));
-        if (chunk.isEmpty())
-            return;
-        m_response.body += chunk;
-        ConnectionWatch::countBody(chunk.size());
-        if (m_response.body.size() > m_state->limits.bodySize)
-            failAsTooLarge();
-    }
+    const std::chrono::milliseconds left
+        = m_state->limits.silence - std::chrono::milliseconds(m_sinceLastByte.elapsed());
+    if (left > 0ms)
+        m_silence.start(left);
+    else
+        expire();
 }
 
-void NetworkExchange::finishReply()
+void NetworkExchange::finish(CURLcode result)
 {
-    readBody();
     if (m_isEnded)
         return;
-    const auto status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    if (status.isValid())
-        m_response.statusCode = status.toInt();
-    const auto error = m_reply->error();
-    if (isAnswer(*m_reply, m_response.statusCode) && isCutOff()) {
+    if (result == CURLE_OK && !m_hasHead) {
         fail(TransportError::Kind::Network, closedEarlyText(m_host));
-    } else if (isAnswer(*m_reply, m_response.statusCode)) {
-        m_response.headers = m_reply->rawHeaderPairs();
+    } else if (result == CURLE_OK) {
+        m_response.statusCode = static_cast<int>(detail(CURLINFO_RESPONSE_CODE));
         end(nullptr);
-    } else if (error == QNetworkReply::OperationCanceledError || error == QNetworkReply::TimeoutError) {
-        // Own aborts disconnect the reply first, so this is Qt's transfer time-out.
+    } else if (result == CURLE_FILESIZE_EXCEEDED || (result == CURLE_OUT_OF_MEMORY && !m_hasHead)) {
+        // The second: a line of the head is longer than curl accepts.
+        failAsTooLarge();
+    } else if (result == CURLE_OPERATION_TIMEDOUT) {
         expire();
     } else {
-        fail(TransportError::Kind::Network, failureText());
+        fail(TransportError::Kind::Network, connectionFailureText(m_host, failure(result), m_proxy));
     }
 }
 
-/// Whether the body is shorter than announced. Qt does not report this if the connection closes together with the last
-/// bytes.
-bool NetworkExchange::isCutOff() const
+ConnectionFailure NetworkExchange::failure(CURLcode result) const
 {
-    constexpr int kNotModified = 304; // may announce the length of the body that it omits
-    return m_response.statusCode != kNotModified && m_response.body.size() < announcedLength();
+    constexpr long kFirstRefusal = 300;
+    const long ofProxy = detail(CURLINFO_HTTP_CONNECTCODE);
+    // curl reports a broken chunk like a broken connection.
+    const bool isDamaged = QByteArrayView(m_error.data()).contains("chunked-encoding");
+    return {result, detail(CURLINFO_OS_ERRNO), detail(CURLINFO_SSL_VERIFYRESULT), ofProxy < kFirstRefusal ? 0 : ofProxy,
+        isDamaged};
 }
 
-/// The Content-Length, 0 if there is none. Qt removes the header if it decompresses the body.
-qint64 NetworkExchange::announcedLength() const
+long NetworkExchange::detail(CURLINFO which) const
 {
-    bool isNumber = false;
-    const qint64 length = m_reply->rawHeader("content-length").trimmed().toLongLong(&isNumber);
-    return isNumber ? length : 0;
-}
-
-QString NetworkExchange::failureText() const
-{
-    if (!m_certificateErrors.isEmpty())
-        return certificateFailureText(m_host, m_certificateErrors);
-    const bool isHidden = m_state->names == NetworkSession::Names::Hidden;
-    const QString text = m_reply->errorString();
-    const QString cause = isHidden ? connectionFailureKind(m_reply->error(), text) : text;
-    return connectionFailureText(m_host, m_reply->error(), cause, m_proxy);
+    long value = 0;
+    ::curl_easy_getinfo(m_transfer.get(), which, &value);
+    return value;
 }
 
 void NetworkExchange::failAsTooLarge()
 {
     fail(TransportError::Kind::BodyTooLarge, QStringLiteral("The answer of %1 is too large.").arg(m_host));
-}
-
-void NetworkExchange::endFlood()
-{
-    if (!m_connections.isFlooded())
-        return;
-    failAsTooLarge();
-    abortReply();
-    m_connections.endLargerThan(m_connections.allowed());
 }
 
 void NetworkExchange::fail(TransportError::Kind kind, const QString &text)
@@ -260,9 +227,8 @@ void NetworkExchange::end(std::exception_ptr failure)
     m_isEnded = true;
     m_failure = std::move(failure);
     m_deadline.stop();
-    m_floodTimer.stop();
+    m_silence.stop();
     m_scope.cancelAll();
-    m_reply->disconnect(this);
     QMetaObject::invokeMethod(
         this, [this] { settle(); }, Qt::QueuedConnection);
 }
@@ -273,28 +239,11 @@ void NetworkExchange::expire()
     fail(TransportError::Kind::TimedOut, timeoutText(m_host, m_proxy));
 }
 
-/// Makes later requests use new connections; those under way keep theirs. Aborting a reply does not close a connection
-/// that is still being made, and later requests would wait for it, for ever if the server is unreachable.
+/// Makes later requests use new connections, since all may be dead; those under way keep theirs.
 void NetworkExchange::abandonConnections()
 {
-    if (m_state->manager == m_manager)
-        m_state->manager.reset();
-}
-
-void NetworkExchange::abortReply()
-{
-    if (!m_reply)
-        return;
-    m_reply->disconnect(this);
-    if (m_reply->isRunning()) {
-        m_reply->abort();
-        const bool isAlone = std::all_of(m_state->open.begin(), m_state->open.end(),
-            [this](const NetworkExchange *other) { return other == this || other->m_isEnded; });
-        if (isAlone)
-            m_connections.endLargerThan(kLargestHead);
-    }
-    m_reply->deleteLater();
-    m_reply = nullptr;
+    if (m_state->transfers == m_transfers)
+        m_state->transfers.reset();
 }
 
 void NetworkExchange::settle()

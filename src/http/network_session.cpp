@@ -82,7 +82,7 @@ void drop(State &state, const QList<NetworkExchange *> &exchanges)
     for (auto *exchange : exchanges)
         exchange->drop();
     state.proxies.abandon();
-    state.manager.reset();
+    state.transfers.reset();
 }
 
 QCoro::Task<HTTPResponse> sendOnce(
@@ -163,6 +163,12 @@ void NetworkSession::dropConnections()
 qsizetype NetworkSession::openRequests() const
 {
     return m_state->open.size();
+}
+
+QString NetworkSession::library()
+{
+    const auto *const versions = ::curl_version_info(CURLVERSION_NOW);
+    return QStringLiteral("libcurl %1, %2").arg(QLatin1String(versions->version), QLatin1String(versions->ssl_version));
 }
 
 void NetworkSession::close()

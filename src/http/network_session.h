@@ -11,9 +11,9 @@ namespace velmora
 
 class Clock;
 
-/// HTTP over Qt Network.
+/// HTTP over libcurl.
 ///
-/// HTTP/1.1 only: Qt would use a silently dead HTTP/2 connection for all later requests. Follows at most three
+/// HTTP/1.1 only: a silently dead HTTP/2 connection would hold up all requests. Follows at most three
 /// redirects, and only on the same origin, so that no token reaches another host; any other redirect is the response.
 /// No cookies, no cache. A response has at most 100 headers of 64 KiB together, and its body brings at least 1 KiB in
 /// every 30 seconds.
@@ -27,13 +27,12 @@ public:
         std::chrono::milliseconds silence = std::chrono::seconds(60); ///< longest time without a byte
         std::chrono::milliseconds total = std::chrono::seconds(300); ///< longest time of one send(), redirects included
         qint64 bodySize = 3 * 1024 * 1024; ///< in bytes, after decompression; GitHub's largest have about 1 MiB
-        std::chrono::milliseconds betweenLooks = std::chrono::seconds(1); ///< for connections that deliver nothing
     };
 
     /// Whether the texts of failures name the host and the proxy.
     enum class Names {
         Shown,
-        Hidden, ///< for a report that is made public; Qt's texts are shown only if they name nothing
+        Hidden, ///< for a report that is made public
     };
 
     NetworkSession();
@@ -49,6 +48,8 @@ public:
     void dropConnections();
     /// Aborts every open request, including the unrepeatable ones. Later requests fail at once.
     void close();
+    /// The libraries for HTTP and TLS with their versions, such as "libcurl 7.88.1, OpenSSL/3.0.17".
+    [[nodiscard]] static QString library();
     /// The number of requests that have been sent and have not ended.
     [[nodiscard]] qsizetype openRequests() const;
 

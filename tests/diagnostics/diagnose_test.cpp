@@ -133,7 +133,7 @@ private Q_SLOTS:
         const QByteArray &report = run->out();
         QVERIFY(report.startsWith("Program\n"));
         QVERIFY(line(report, "Qt").startsWith(qVersion()));
-        QVERIFY(line(report, "TLS").startsWith("openssl, OpenSSL "));
+        QVERIFY(line(report, "HTTP and TLS").startsWith("libcurl "));
         QCOMPARE(line(report, "session bus"), QByteArray("present"));
         QVERIFY2(line(report, "tray host").contains(", shows items"), report);
         QCOMPARE(line(report, "notifications"), QByteArray("Fake 1.0 by Nobody, protocol 1.2"));
