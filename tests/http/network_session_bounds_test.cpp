@@ -144,13 +144,20 @@ private Q_SLOTS:
         QCOMPARE(outcome.failedWithType<TransportError>(), isRefused);
     }
 
+    void aBodyThatDripsIsGivenUp_data()
+    {
+        QTest::addColumn<QByteArray>("status");
+        for (const char *status : {"200 OK", "401 Unauthorized", "500 Broken"})
+            QTest::newRow(status) << QByteArray(status);
+    }
     void aBodyThatDripsIsGivenUp()
     {
+        QFETCH(QByteArray, status);
         FakeClock clock;
         RawHTTPServer server;
-        server.handler = [](QTcpSocket *socket, const QByteArray &request) {
+        server.handler = [status](QTcpSocket *socket, const QByteArray &request) {
             if (request.startsWith("GET /slow "))
-                socket->write("HTTP/1.1 200 OK\r\nContent-Length: 9000\r\n\r\n" + QByteArray(1024, 'x'));
+                socket->write("HTTP/1.1 " + status + "\r\nContent-Length: 9000\r\n\r\n" + QByteArray(1024, 'x'));
             else
                 socket->write(RawHTTPServer::answer("200 OK", "ok"));
         };

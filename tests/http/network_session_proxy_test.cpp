@@ -159,6 +159,21 @@ private Q_SLOTS:
         QCOMPARE(expired->requests, QByteArrayList());
     }
 
+    void aHeadWithoutAnEndIsCutOffUnderEncryptionToo()
+    {
+        if (!isTrusted())
+            QSKIP("no trust store of its own");
+        const auto server = httpsServer(QStringLiteral("good"));
+        server->answerAll("HTTP/1.1 200 OK\r\n" + QByteArray("X-Many: x\r\n").repeated(100'000));
+        ConnectProxy proxy;
+        proxy.target = server->port();
+        qputenv("https_proxy", proxy.address());
+        NetworkSession session;
+        const auto outcome = await(session.send(get(secure()), {}));
+        QCOMPARE(kindOf(outcome), kTooLarge);
+        QVERIFY(waitUntil([&] { return server->closedConnections == 1; }));
+    }
+
     void anUnrepeatableRequestIsSentOnceThroughAProxyThatWantsCredentials()
     {
         if (!isTrusted())
