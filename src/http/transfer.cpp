@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QUrl>
 
+#include <sys/socket.h>
+
 namespace velmora
 {
 
@@ -38,11 +40,18 @@ void setContent(CURL *transfer, const HTTPRequest &request, const HeaderLines &h
         ::curl_easy_setopt(transfer, CURLOPT_CUSTOMREQUEST, request.method.constData());
 }
 
+/// Keeps the connection from programs that this one starts, such as the browser.
+curl_socket_t openSocket(void *, curlsocktype, curl_sockaddr *address)
+{
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
 /// curl repeats a request only if the connection had been used before.
 void setConnection(CURL *transfer, bool isUnrepeatable)
 {
     ::curl_easy_setopt(transfer, CURLOPT_FRESH_CONNECT, isUnrepeatable ? 1L : 0L);
     ::curl_easy_setopt(transfer, CURLOPT_FORBID_REUSE, isUnrepeatable ? 1L : 0L);
+    ::curl_easy_setopt(transfer, CURLOPT_OPENSOCKETFUNCTION, &openSocket);
     ::curl_easy_setopt(transfer, CURLOPT_NOSIGNAL, 1L);
     // Otherwise the end of a transfer waits for a lookup of its host.
     ::curl_easy_setopt(transfer, CURLOPT_QUICK_EXIT, 1L);

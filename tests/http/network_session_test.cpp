@@ -5,6 +5,10 @@
 
 #include <QTest>
 
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 using namespace velmora;
 using namespace velmora::testing;
 using namespace std::chrono_literals;
@@ -69,6 +73,25 @@ private Q_SLOTS:
             awaitValue(session.send(get(server.url()), {}));
         QCOMPARE(server.requests.size(), 3);
         QCOMPARE(server.connections, 1);
+    }
+
+    void aConnectionIsNotPassedToProgramsThatAreStarted()
+    {
+        RawHTTPServer server;
+        server.answerAll(RawHTTPServer::answer("200 OK", "x"));
+        NetworkSession session;
+        awaitValue(session.send(get(server.url()), {}));
+        int connections = 0;
+        for (int descriptor = 3; descriptor < 100; ++descriptor) {
+            sockaddr_in peer{};
+            socklen_t size = sizeof peer;
+            if (::getpeername(descriptor, reinterpret_cast<sockaddr *>(&peer), &size) != 0
+                || peer.sin_family != AF_INET)
+                continue;
+            QVERIFY(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC);
+            ++connections;
+        }
+        QCOMPARE(connections, 2); // the client's end and the server's
     }
 
     void everyStatusIsAnAnswer_data()
