@@ -2,7 +2,6 @@
 #include "http/network_exchange.h"
 
 #include "support/clock.h"
-#include "support/erased.h"
 
 namespace velmora
 {
@@ -67,8 +66,6 @@ NetworkExchange::~NetworkExchange()
 {
     m_state->open.removeOne(this);
     m_transfers->remove(m_transfer.get());
-    if (m_request.isUnrepeatable && m_request.body)
-        erase(*m_request.body);
 }
 
 void NetworkExchange::cancel()

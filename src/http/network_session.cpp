@@ -4,6 +4,7 @@
 #include "http/network_exchange.h"
 #include "http/proxy_environment.h"
 #include "support/clock.h"
+#include "support/erased.h"
 #include "support/task_scope.h"
 
 #include <QDeadlineTimer>
@@ -71,6 +72,26 @@ void requireSendable(const HTTPRequest &request)
         throw TransportError(TransportError::Kind::Network, QStringLiteral("The request cannot be sent."));
 }
 
+/// Overwrites the body of an unrepeatable request, which holds a token, when the request has ended.
+class BodyEraser
+{
+public:
+    explicit BodyEraser(HTTPRequest &request)
+        : m_request(request)
+    {
+    }
+    ~BodyEraser()
+    {
+        if (m_request.isUnrepeatable && m_request.body)
+            erase(*m_request.body);
+    }
+    BodyEraser(const BodyEraser &) = delete;
+    BodyEraser &operator=(const BodyEraser &) = delete;
+
+private:
+    HTTPRequest &m_request;
+};
+
 void requireOpen(const State &state)
 {
     if (state.isClosed)
@@ -135,6 +156,7 @@ QCoro::Task<HTTPResponse> NetworkSession::send(HTTPRequest request, std::stop_to
 {
     // The session may end before the request.
     const auto state = m_state;
+    const BodyEraser eraser(request);
     const QDeadlineTimer end(state->limits.total);
     requireSendable(request);
     requireOpen(*state);
