@@ -22,7 +22,7 @@ const QStringList kAsked{QStringLiteral("R_1"), QStringLiteral("R_2"), QStringLi
 
 QByteArray fileNamed(const QString &name)
 {
-    QFile file(QStringLiteral(VELMORA_TEST_DATA "/%1.json").arg(name));
+    QFile file(QStringLiteral(VELMORA_TEST_DATA "/") + name);
     if (!file.open(QIODevice::ReadOnly))
         throw std::runtime_error("the answer cannot be read");
     return file.readAll();
@@ -86,21 +86,25 @@ class CutAnswersTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void aUserIsReadWholeOrNotAtAll() { checkCutsOf<GitHubUser>(QStringLiteral("user")); }
+    void aUserIsReadWholeOrNotAtAll() { checkCutsOf<GitHubUser>(QStringLiteral("user.json")); }
 
     void aListOfInstallationsIsReadWholeOrNotAtAll()
     {
-        checkCutsOf<GitHubInstallationsResponse>(QStringLiteral("installations"));
+        checkCutsOf<GitHubInstallationsResponse>(QStringLiteral("installations.json"));
     }
 
     void aListOfRepositoriesIsReadWholeOrNotAtAll()
     {
-        checkCutsOf<GitHubRepositoriesResponse>(QStringLiteral("repositories"));
+        checkCutsOf<GitHubRepositoriesResponse>(QStringLiteral("repositories.json"));
     }
 
-    void aCodeIsReadWholeOrNotAtAll() { checkCutsOf<DeviceAuthorization>(QStringLiteral("device_code")); }
+    void aCodeIsReadWholeOrNotAtAll() { checkCutsOf<DeviceAuthorization>(QStringLiteral("device_code.json")); }
 
-    void aTokenIsReadWholeOrNotAtAll_data() { addRows({"token", "token_without_end", "token_refused"}); }
+    void aTokenIsReadWholeOrNotAtAll_data()
+    {
+        addRows({"token.json", "token_without_end.json", "token_incorrect_client_credentials.json",
+            "token_unverified_user_email.json"});
+    }
     void aTokenIsReadWholeOrNotAtAll()
     {
         QFETCH(QString, name);
@@ -109,7 +113,7 @@ private Q_SLOTS:
 
     void aFailureOfACutTokenDoesNotRepeatIt()
     {
-        const QByteArray answer = fileNamed(QStringLiteral("token"));
+        const QByteArray answer = fileNamed(QStringLiteral("token.json"));
         forEachCut(answer.first(answer.lastIndexOf('}')), [](const QByteArray &cut) {
             const auto result = decoded([&] { return decodeJSON<GitHubOAuthResponse>(cut); });
             QVERIFY2(!result.failure.contains(QLatin1String("0123")), qPrintable(result.failure));
@@ -139,6 +143,71 @@ private Q_SLOTS:
         QCOMPARE(decoded([&] { return decode(answer); }), whole);
     }
 
+    void aRefusalIsOneWhateverArrivesOfItsBody_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<bool>("hasNoPointsLeft"); // according to the headers
+        QTest::addColumn<QByteArray>("telling"); // the words that tell of a limit
+        const auto row = [](const char *name, int status, bool hasNoPointsLeft, const char *telling) {
+            QTest::newRow(name) << QString::fromLatin1(name) << status << hasNoPointsLeft << QByteArray(telling);
+        };
+        row("too_many_logins.json", 403, false, "");
+        row("no_user_agent.txt", 403, false, "");
+        row("primary_rate_limit.json", 403, true, "");
+        row("secondary_rate_limit.json", 403, false, "secondary rate limit");
+        row("server_error.json", 502, false, "");
+    }
+    void aRefusalIsOneWhateverArrivesOfItsBody()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, status);
+        QFETCH(bool, hasNoPointsLeft);
+        QFETCH(QByteArray, telling);
+        const QString token = text("ghu_0123456789");
+        HTTPHeaders headers;
+        if (hasNoPointsLeft)
+            headers = {{"x-ratelimit-remaining", "0"}, {"x-ratelimit-reset", "1777640400"}};
+        forEachCut(fileNamed(name), [&](const QByteArray &cut) {
+            ClientFixture fixture;
+            fixture.session->handler = [&](const HTTPRequest &) {
+                return FakeHTTPSession::response(status, cut, headers);
+            };
+            const bool isLimit = hasNoPointsLeft || (!telling.isEmpty() && cut.contains(telling));
+            const auto check = [&](const auto &outcome) {
+                QVERIFY2(outcome.failedWith(GitHubClientError::requestFailed(status)), cut);
+                const auto limit = rateLimitOf(outcome.failure);
+                QVERIFY2(limit.has_value() == isLimit, cut);
+                QCOMPARE(limit && limit->resumeAt, hasNoPointsLeft);
+            };
+            const GitHubClient &client = fixture.client;
+            check(await(client.fetchUser(token)));
+            check(await(client.fetchInstallations(token)));
+            check(await(client.fetchRepositories(7, token)));
+            check(await(client.fetchDeploymentBatch(kAsked, token)));
+            check(await(client.beginDeviceAuthorization()));
+            check(await(client.requestToken({})));
+        });
+    }
+
+    void anAnswerToAnotherQuestionIsNone()
+    {
+        const QByteArray answer = fileNamed(QStringLiteral("rate_limit.json"));
+        forEachCut(answer, [&](const QByteArray &cut) {
+            ClientFixture fixture;
+            fixture.session->handler = [&](const HTTPRequest &) {
+                return FakeHTTPSession::response(200, cut);
+            };
+            const GitHubClient &client = fixture.client;
+            QVERIFY2(await(client.fetchUser(QString())).failure, cut);
+            QVERIFY2(await(client.fetchInstallations(QString())).failure, cut);
+            QVERIFY2(await(client.fetchRepositories(7, QString())).failure, cut);
+            QVERIFY2(await(client.fetchDeploymentBatch(kAsked, QString())).failure, cut);
+            QVERIFY2(await(client.beginDeviceAuthorization()).failure, cut);
+            QVERIFY2(!await(client.requestToken({})).value.value_or(GitHubOAuthResponse()).accessToken, cut);
+        });
+    }
+
     void aRefusalThatIsCutIsStillARefusal()
     {
         const QByteArray answer = R"({"error":"device_flow_disabled","error_description":"It is off."})";
@@ -154,7 +223,7 @@ private Q_SLOTS:
 
 private:
     static constexpr std::initializer_list<const char *> kDeployments{
-        "deployments", "deployments_with_errors", "deployments_refused"};
+        "deployments.json", "deployments_with_errors.json", "deployments_refused.json"};
 
     static void addRows(std::initializer_list<const char *> names)
     {
