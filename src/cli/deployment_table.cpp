@@ -80,9 +80,13 @@ struct Row {
     StateIcon icon;
     QString repository;
     QString environment;
+    QString whole; ///< the details with the elapsed time
     QString details;
     QString age; ///< the last of the details
 };
+
+/// The form of the details for which there is room.
+using RowDetails = QString Row::*;
 
 /// A section, with the rows that fit.
 struct Section {
@@ -97,17 +101,23 @@ constexpr int kLongestRef = 24;
 constexpr int kNarrowest = 8;
 constexpr int kReadableNames = 36; ///< the least room for repository and environment; longer details are dropped
 
+const QString kSeparator = QStringLiteral(" · ");
+
 Row rowOf(const DeploymentSnapshot &deployment, Instant now)
 {
-    QStringList details = deploymentDetails(deployment, now);
+    QStringList details = revisionDetails(deployment);
     if (deployment.refName)
         details.first() = elidedMiddle(harmless(details.first()), kLongestRef);
-    const QString age = details.last();
+    const QString age = relativeTime(deployment.updatedAt, now);
+    details.append(age);
+    QStringList whole = details;
     // Only active deployments need the word: in the other sections title and symbol name the state.
-    if (isActive(deployment.state))
+    if (isActive(deployment.state)) {
         details.prepend(stateWords(deployment.state));
+        whole.prepend(stateAndElapsed(deployment, now));
+    }
     return Row{stateIcon(deployment.state), harmless(deployment.repositoryName), harmless(deployment.environment),
-        harmless(details.join(QStringLiteral(" · "))), age};
+        harmless(whole.join(kSeparator)), harmless(details.join(kSeparator)), age};
 }
 
 /// The sections with as many rows as fit in `room` lines.
@@ -135,29 +145,33 @@ QList<Section> fittingSections(const DeploymentList &deployments, Instant now, q
 struct Columns {
     int repository = 0;
     int environment = 0;
-    bool hasOnlyAges = false;
+    RowDetails details = &Row::age;
 
     static Columns of(const QList<Section> &sections, int width)
     {
-        Columns columns;
-        int details = 0;
-        int ages = 0;
-        for (const Section &section : sections) {
-            for (const Row &row : section.rows) {
-                columns.repository = std::max(columns.repository, displayWidth(row.repository));
-                columns.environment = std::max(columns.environment, displayWidth(row.environment));
-                details = std::max(details, displayWidth(row.details));
-                ages = std::max(ages, displayWidth(row.age));
-            }
-        }
+        Columns columns{widest(sections, &Row::repository), widest(sections, &Row::environment)};
+        const int names = std::min(columns.repository + columns.environment, kReadableNames);
         const int beside = width - kIndent - 2 * kGap;
-        columns.hasOnlyAges = beside - details < std::min(columns.repository + columns.environment, kReadableNames);
-        const int room = std::max(2 * kNarrowest, beside - (columns.hasOnlyAges ? ages : details));
+        for (const RowDetails form : {&Row::details, &Row::whole}) {
+            if (beside - widest(sections, form) >= names)
+                columns.details = form;
+        }
+        const int room = std::max(2 * kNarrowest, beside - widest(sections, columns.details));
         if (columns.repository + columns.environment > room) {
             columns.environment = std::min(columns.environment, std::max(kNarrowest, room / 3));
             columns.repository = std::min(columns.repository, std::max(kNarrowest, room - columns.environment));
         }
         return columns;
+    }
+
+    static int widest(const QList<Section> &sections, QString Row::*text)
+    {
+        int width = 0;
+        for (const Section &section : sections) {
+            for (const Row &row : section.rows)
+                width = std::max(width, displayWidth(row.*text));
+        }
+        return width;
     }
 };
 
@@ -172,7 +186,7 @@ QString renderRow(const Row &row, const Columns &columns, const TableStyle &styl
         .add(gap)
         .add(fitted(row.environment, columns.environment))
         .add(gap)
-        .add(columns.hasOnlyAges ? row.age : row.details, kSecondary)
+        .add(row.*columns.details, kSecondary)
         .text();
 }
 
@@ -238,11 +252,9 @@ QStringList renderSections(const MonitorReport &report, Instant now, const Table
 
 QString describeChange(const DeploymentSnapshot &deployment)
 {
-    QStringList details = deploymentDetails(deployment, deployment.updatedAt);
-    details.removeLast(); // the age
     return harmless(QStringLiteral("%1  %2  %3  %4  %5")
                         .arg(toISO8601(deployment.updatedAt), stateWords(deployment.state), deployment.repositoryName,
-                            deployment.environment, details.join(QStringLiteral(" · "))));
+                            deployment.environment, revisionDetails(deployment).join(kSeparator)));
 }
 
 } // namespace

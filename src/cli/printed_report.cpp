@@ -14,9 +14,30 @@ extern template QByteArray encodeJSON(const DeploymentNotification &);
 namespace
 {
 
+/// A deployment at the time of printing.
+struct PrintedDeployment : DeploymentSnapshot {
+    Instant now;
+};
+
 /// A report with the keys that other programs know.
 struct PrintedReport : MonitorReport {
+    Instant now;
 };
+
+/// How long the deployment has been under way; nothing if it is not.
+std::optional<qint64> elapsedSeconds(const PrintedDeployment &deployment)
+{
+    const auto elapsed = std::chrono::floor<std::chrono::seconds>(deployment.now - deployment.createdAt);
+    return isActive(deployment.state) ? std::optional<qint64>(std::max<qint64>(0, elapsed.count())) : std::nullopt;
+}
+
+QList<PrintedDeployment> printedDeployments(const PrintedReport &report)
+{
+    QList<PrintedDeployment> printed;
+    for (const DeploymentSnapshot &deployment : report.deployments)
+        printed.append({deployment, report.now});
+    return printed;
+}
 
 DeploymentMonitorPresentation shown(const MonitorReport &report)
 {
@@ -30,6 +51,14 @@ std::optional<T> presentIf(bool isPresent, T value)
 }
 
 } // namespace
+
+template <>
+struct JSONTable<PrintedDeployment> {
+    static constexpr auto saved
+        = std::apply([](auto... field) { return std::tuple{json::computed(field.key, field.member)...}; },
+            JSONTable<DeploymentSnapshot>::fields);
+    static constexpr auto fields = std::tuple_cat(saved, std::tuple{json::computed("elapsedSeconds", &elapsedSeconds)});
+};
 
 template <>
 struct JSONTable<PrintedReport> {
@@ -48,7 +77,7 @@ struct JSONTable<PrintedReport> {
                 }),
             json::computed("refreshIntervalSeconds", [](const Report &of) { return of.state.refreshIntervalSeconds; }),
             json::computed("message", [](const Report &of) { return presentIf(!of.message.isEmpty(), of.message); }),
-            json::computed("unsaved", &Report::unsaved), json::computed("deployments", &Report::deployments)};
+            json::computed("unsaved", &Report::unsaved), json::computed("deployments", &printedDeployments)};
 };
 
 QString titleOf(const MonitorReport &report)
@@ -57,9 +86,9 @@ QString titleOf(const MonitorReport &report)
     return presented.activeCount > 0 ? presented.title() : report.applicationName;
 }
 
-QByteArray jsonLine(const MonitorReport &report)
+QByteArray jsonLine(const MonitorReport &report, Instant now)
 {
-    return harmlessJSON(encodeJSON(PrintedReport{report}, InstantForm::ISO8601));
+    return harmlessJSON(encodeJSON(PrintedReport{report, now}, InstantForm::ISO8601));
 }
 
 QByteArray jsonLine(const DeploymentNotification &notification)

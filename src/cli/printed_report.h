@@ -12,8 +12,8 @@ namespace velmora
 [[nodiscard]] QString titleOf(const MonitorReport &report);
 
 /// The report as one line of JSON without the line break. Instants are ISO 8601 texts in UTC; absent values are left
-/// out. "saved" and "savedAt" are present for saved data only.
-[[nodiscard]] QByteArray jsonLine(const MonitorReport &report);
+/// out. "saved" and "savedAt" are present for saved data only, and "elapsedSeconds" for what is under way at `now`.
+[[nodiscard]] QByteArray jsonLine(const MonitorReport &report, Instant now);
 
 /// The notification as one line of JSON, without the line break.
 [[nodiscard]] QByteArray jsonLine(const DeploymentNotification &notification);

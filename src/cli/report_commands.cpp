@@ -16,7 +16,7 @@ namespace
 QCoro::Task<ExitCode> watchOnce(CommandContext context, bool isJSON)
 {
     Control *const control = context.control;
-    const ReportView view = isJSON ? jsonView(context.out) : tableView(context);
+    const ReportView view = isJSON ? jsonView(context) : tableView(context);
     const TaskScope scope;
     const QObject connections;
     if (isJSON)
@@ -55,8 +55,8 @@ QCoro::Task<ExitCode> watchLive(CommandContext context)
 ReportView viewFor(const CommandContext &context, const CommandLine &line)
 {
     if (!line.format.isEmpty())
-        return statusView(context.out, StatusLine::parse(line.format).line);
-    return line.isJSON ? statusView(context.out, std::nullopt) : tableView(context);
+        return statusView(context, StatusLine::parse(line.format).line);
+    return line.isJSON ? statusView(context, std::nullopt) : tableView(context);
 }
 
 } // namespace
@@ -67,7 +67,7 @@ QCoro::Task<ExitCode> runWatch(CommandContext context, CommandLine line)
         return watchOnce(std::move(context), line.isJSON);
     if (!line.isJSON && context.out->isLive())
         return watchLive(std::move(context));
-    const ReportView view = line.isJSON ? jsonView(context.out) : changesView(context.out);
+    const ReportView view = line.isJSON ? jsonView(context) : changesView(context.out);
     return followUntilEnd(std::move(context), view);
 }
 

@@ -16,16 +16,18 @@ namespace velmora
 namespace
 {
 
-using LineOf = std::function<QByteArray(const MonitorReport &)>;
+using LineOf = std::function<QByteArray(const MonitorReport &, Instant now)>;
 
-std::function<void(const MonitorReport &)> printNewLines(Terminal *out, const LineOf &lineOf)
+/// A line that differs only because time has passed is not new.
+std::function<void(const MonitorReport &)> printNewLines(const CommandContext &context, const LineOf &lineOf)
 {
-    return [out, lineOf, last = std::make_shared<std::optional<QByteArray>>()](const MonitorReport &report) {
-        const QByteArray line = lineOf(report);
-        if (*last == line)
+    return [out = context.out, clock = context.clock, lineOf, last = std::make_shared<std::optional<QByteArray>>()](
+               const MonitorReport &report) {
+        QByteArray timeless = lineOf(report, distantPast());
+        if (*last == timeless)
             return;
-        *last = line;
-        out->write(line + '\n');
+        *last = std::move(timeless);
+        out->write(lineOf(report, clock->now()) + '\n');
     };
 }
 
@@ -43,28 +45,27 @@ bool isPipe(int descriptor)
     return ::fstat(descriptor, &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
 }
 
-QByteArray jsonLineOf(const MonitorReport &report)
-{
-    return jsonLine(report);
-}
-
 } // namespace
 
-ReportView jsonView(Terminal *out)
+ReportView jsonView(const CommandContext &context)
 {
     ReportView view;
-    view.show = printNewLines(out, jsonLineOf);
-    view.announce = [out](const DeploymentNotification &notification) {
+    const LineOf lineOf = [](const MonitorReport &report, Instant now) {
+        return jsonLine(report, now);
+    };
+    view.show = printNewLines(context, lineOf);
+    view.announce = [out = context.out](const DeploymentNotification &notification) {
         out->write(jsonLine(notification) + '\n');
     };
     return view;
 }
 
-ReportView statusView(Terminal *out, const std::optional<StatusLine> &format)
+ReportView statusView(const CommandContext &context, const std::optional<StatusLine> &format)
 {
     ReportView view;
-    view.show = printNewLines(
-        out, [format](const MonitorReport &report) { return format ? format->lineOf(report) : jsonLine(report); });
+    view.show = printNewLines(context, [format](const MonitorReport &report, Instant now) {
+        return format ? format->lineOf(report) : jsonLine(report, now);
+    });
     view.announce = [](const DeploymentNotification &) {
     };
     return view;

@@ -10,11 +10,11 @@ namespace velmora
 // Views that print. Copies of one view share what was printed last.
 
 /// A line of JSON for each report that differs from the last one, and for each announced result.
-[[nodiscard]] ReportView jsonView(Terminal *out);
+[[nodiscard]] ReportView jsonView(const CommandContext &context);
 
 /// A line for each report that differs from the last one: of the format, or of JSON without one. Nothing for
 /// announcements.
-[[nodiscard]] ReportView statusView(Terminal *out, const std::optional<StatusLine> &format);
+[[nodiscard]] ReportView statusView(const CommandContext &context, const std::optional<StatusLine> &format);
 
 /// A line for each change of the reports, and for each announced result.
 [[nodiscard]] ReportView changesView(Terminal *out);

@@ -48,14 +48,33 @@ QString shortCommit(const DeploymentSnapshot &deployment)
     return deployment.commitOID.left(7);
 }
 
-QStringList deploymentDetails(const DeploymentSnapshot &deployment, Instant now)
+QStringList revisionDetails(const DeploymentSnapshot &deployment)
 {
     QStringList details;
     if (deployment.refName)
         details.append(*deployment.refName);
     details.append(shortCommit(deployment));
+    return details;
+}
+
+QString elapsedText(const DeploymentSnapshot &deployment, Instant now)
+{
+    return isActive(deployment.state) ? elapsedTime(deployment.createdAt, now) : QString();
+}
+
+QStringList deploymentDetails(const DeploymentSnapshot &deployment, Instant now)
+{
+    QStringList details = revisionDetails(deployment);
+    if (const QString elapsed = elapsedText(deployment, now); !elapsed.isEmpty())
+        details.append(elapsed);
     details.append(relativeTime(deployment.updatedAt, now));
     return details;
+}
+
+Instant nextDetailsChange(const DeploymentSnapshot &deployment, Instant now)
+{
+    const Instant next = nextRelativeTimeChange(deployment.updatedAt, now);
+    return isActive(deployment.state) ? std::min(next, nextRelativeTimeChange(deployment.createdAt, now)) : next;
 }
 
 } // namespace velmora

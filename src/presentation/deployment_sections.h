@@ -33,8 +33,17 @@ struct DeploymentSection {
 /// The first 7 characters of the commit.
 [[nodiscard]] QString shortCommit(const DeploymentSnapshot &deployment);
 
-/// The parts of a deployment's second line: the ref if there is one, the short commit, and the time since its last
-/// change.
+/// The ref if there is one, and the short commit.
+[[nodiscard]] QStringList revisionDetails(const DeploymentSnapshot &deployment);
+
+/// For how long the deployment has been under way, "for 3 minutes". Empty in its first second, and for a result.
+[[nodiscard]] QString elapsedText(const DeploymentSnapshot &deployment, Instant now);
+
+/// The parts of a deployment's second line: the revision, for how long it has been under way if it is, and the time
+/// since its last change.
 [[nodiscard]] QStringList deploymentDetails(const DeploymentSnapshot &deployment, Instant now);
+
+/// An instant after `now`, until which deploymentDetails() and elapsedText() stay the same.
+[[nodiscard]] Instant nextDetailsChange(const DeploymentSnapshot &deployment, Instant now);
 
 } // namespace velmora

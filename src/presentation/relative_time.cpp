@@ -61,6 +61,12 @@ QString relativeTime(Instant instant, Instant now)
     return isPast ? text + QStringLiteral(" ago") : QStringLiteral("in ") + text;
 }
 
+QString elapsedTime(Instant since, Instant now)
+{
+    const QString text = since <= now ? amount(floor<seconds>(now - since)) : QString();
+    return text.isEmpty() ? text : QStringLiteral("for ") + text;
+}
+
 Instant nextRelativeTimeChange(Instant instant, Instant now)
 {
     if (instant <= now)

@@ -12,6 +12,9 @@ namespace velmora
 /// rounded towards now.
 [[nodiscard]] QString relativeTime(Instant instant, Instant now);
 
+/// The time since an instant in words: "for 3 minutes". Empty within the first second, and for a later instant.
+[[nodiscard]] QString elapsedTime(Instant since, Instant now);
+
 /// The first instant after `now` at which relativeTime(instant, …) returns another text.
 [[nodiscard]] Instant nextRelativeTimeChange(Instant instant, Instant now);
 

@@ -88,6 +88,12 @@ QString stateWords(DeploymentState state)
     Q_UNREACHABLE();
 }
 
+QString stateAndElapsed(const DeploymentSnapshot &deployment, Instant now)
+{
+    const QString elapsed = elapsedText(deployment, now);
+    return elapsed.isEmpty() ? stateWords(deployment.state) : stateWords(deployment.state) + QLatin1Char(' ') + elapsed;
+}
+
 QString shownOnOneLine(const QString &text)
 {
     return presentableText(text, kLineLimit).replace(QLatin1Char('\n'), QLatin1Char(' '));
@@ -106,7 +112,7 @@ QString rowSentence(const DeploymentSnapshot &deployment, Instant now)
 QString rowToolTip(const DeploymentSnapshot &deployment, Instant now)
 {
     QStringList lines{shownOnOneLine(deployment.repositoryName),
-        shownOnOneLine(deployment.environment) + QStringLiteral(" · ") + stateWords(deployment.state)};
+        shownOnOneLine(deployment.environment) + QStringLiteral(" · ") + stateAndElapsed(deployment, now)};
     if (deployment.refName)
         lines.append(shownOnOneLine(*deployment.refName));
     lines.append(shownOnOneLine(deployment.commitOID));

@@ -24,6 +24,8 @@ struct StateIcon {
 [[nodiscard]] StateIcon stateIcon(DeploymentState state);
 /// The state in words, for the terminal and for assistive technology.
 [[nodiscard]] QString stateWords(DeploymentState state);
+/// The state of the deployment in words, and for how long it has been under way if it is: "waiting for 3 minutes".
+[[nodiscard]] QString stateAndElapsed(const DeploymentSnapshot &deployment, Instant now);
 
 /// Foreign text for one line: without control characters and line breaks, and cut to a length that fits a screen.
 [[nodiscard]] QString shownOnOneLine(const QString &text);

@@ -65,6 +65,19 @@ private Q_SLOTS:
         QCOMPARE(renderReport(storyReport(), {}, noon(), {72, 0, false}), expected);
     }
 
+    void whatIsUnderWaySaysForHowLongWhereThereIsRoom()
+    {
+        MonitorReport report = storyReport();
+        change(report.deployments[0], [](DeploymentSnapshot &running) { running.createdAt = noon() - 2h; });
+        const auto row = [&](int width) {
+            return renderReport(report, {}, noon(), {width, 0, false}).at(3);
+        };
+        QCOMPARE(row(84),
+            QStringLiteral("  ‖ acme/web    production  waiting for 2 hours · main · 0123456 · 2 minutes ago"));
+        QCOMPARE(row(72), QStringLiteral("  ‖ acme/web    production  waiting · main · 0123456 · 2 minutes ago"));
+        QCOMPARE(row(50), QStringLiteral("  ‖ acme/web    production  2 minutes ago"));
+    }
+
     /// Any process that owns the name on the session bus may send a report.
     void noTextOfAReportSteersTheTerminal()
     {

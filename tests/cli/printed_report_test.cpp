@@ -39,13 +39,13 @@ private:
 private Q_SLOTS:
     void absentValuesAreLeftOut()
     {
-        QCOMPARE(jsonLine(report(State::loading(false))),
+        QCOMPARE(jsonLine(report(State::loading(false)), noon()),
             json("{'state':'loading','title':'Velmora','symbol':'arrow.triangle.2.circlepath','deployments':[]}"));
     }
 
     void aStretchedIntervalIsWritten()
     {
-        QCOMPARE(jsonLine(report(State::ready(noon(), 72))),
+        QCOMPARE(jsonLine(report(State::ready(noon(), 72)), noon()),
             json("{'state':'ready','title':'Velmora','symbol':'checkmark.circle','refreshIntervalSeconds':72,"
                  "'deployments':[]}"));
     }
@@ -63,7 +63,7 @@ private Q_SLOTS:
         snapshot.logURL = WebAddress(QStringLiteral("https://ci.example/1"));
         snapshot.environmentURL = WebAddress(QStringLiteral("https://acme.example/"));
         full.deployments = {snapshot};
-        QCOMPARE(jsonLine(full),
+        QCOMPARE(jsonLine(full, noon()),
             json("{'state':'rateLimited','title':'Velmora','symbol':'clock.badge.exclamationmark',"
                  "'lastRefreshedAt':'2026-05-01T12:00:00Z','resumeAt':'2026-05-01T12:01:30.250000Z',"
                  "'message':'zed: The network is down.','unsaved':'Cannot write "
@@ -73,16 +73,30 @@ private Q_SLOTS:
                  "'commitOID':'0123456789abcdef0123456789abcdef01234567','creatorLogin':'octocat',"
                  "'state':'inProgress','createdAt':'2026-05-01T12:00:00Z','updatedAt':'2026-05-01T12:00:00Z',"
                  "'statusDescription':'','logURL':'https://ci.example/1',"
-                 "'environmentURL':'https://acme.example/'}]}"));
+                 "'environmentURL':'https://acme.example/','elapsedSeconds':0}]}"));
+    }
+
+    void whatIsUnderWayHasItsElapsedSeconds()
+    {
+        MonitorReport ready = report(State::ready(noon()));
+        DeploymentSnapshot running = makeSnapshot(QStringLiteral("D_1"), DeploymentState::Waiting, noon());
+        running.createdAt = noon() - 3min;
+        ready.deployments = {running};
+        QVERIFY(jsonLine(ready, noon() + 1s + 900ms).contains(json("'elapsedSeconds':181}")));
+        QVERIFY2(
+            jsonLine(ready, noon() - 1h).contains(json("'elapsedSeconds':0}")), "The clock may be behind GitHub's");
+        running.state = DeploymentState::Success;
+        ready.deployments = {running};
+        QVERIFY(!jsonLine(ready, noon()).contains("elapsedSeconds"));
     }
 
     void theTitleIsTheNumberOfActiveDeploymentsElseTheName()
     {
         MonitorReport ready = report(State::ready(noon()));
         ready.applicationName = QStringLiteral("Velmora Demo");
-        QVERIFY(jsonLine(ready).contains(json("'title':'Velmora Demo'")));
+        QVERIFY(jsonLine(ready, noon()).contains(json("'title':'Velmora Demo'")));
         ready.deployments = {makeSnapshot(QStringLiteral("D_1"), DeploymentState::Queued, noon())};
-        QVERIFY(jsonLine(ready).contains(json("'title':'1','symbol':'arrow.up.circle.fill'")));
+        QVERIFY(jsonLine(ready, noon()).contains(json("'title':'1','symbol':'arrow.up.circle.fill'")));
     }
 
     void savedDataIsMarked()
@@ -91,19 +105,19 @@ private Q_SLOTS:
         saved.isSaved = true;
         saved.lastRefreshedAt = noon();
         saved.savedAt = noon();
-        QCOMPARE(jsonLine(saved),
+        QCOMPARE(jsonLine(saved, noon()),
             json("{'saved':true,'savedAt':'2026-05-01T12:00:00Z','state':'stale','title':'Velmora',"
                  "'symbol':'exclamationmark.circle','lastRefreshedAt':'2026-05-01T12:00:00Z','deployments':[]}"));
         MonitorReport nothing = report(State::disconnected(MissingStep::Account));
         nothing.isSaved = true;
-        QCOMPARE(jsonLine(nothing),
+        QCOMPARE(jsonLine(nothing, noon()),
             json("{'saved':true,'state':'disconnected','title':'Velmora','symbol':'arrow.up.circle.dotted',"
                  "'missing':'account','deployments':[]}"));
     }
 
     void whatIsMissingIsNamed()
     {
-        QCOMPARE(jsonLine(report(State::disconnected(MissingStep::Installation))),
+        QCOMPARE(jsonLine(report(State::disconnected(MissingStep::Installation)), noon()),
             json("{'state':'disconnected','title':'Velmora','symbol':'arrow.up.circle.dotted',"
                  "'missing':'installation','deployments':[]}"));
     }

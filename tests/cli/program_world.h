@@ -39,6 +39,18 @@ inline QJsonArray array(const QByteArray &json)
     return QJsonDocument::fromJson(json).array();
 }
 
+/// The deployments of a report without the seconds that depend on the time of printing.
+inline QJsonArray withoutElapsed(const QJsonObject &report)
+{
+    QJsonArray timeless;
+    for (const auto &value : report.value(QLatin1String("deployments")).toArray()) {
+        QJsonObject deployment = value.toObject();
+        deployment.remove(QLatin1String("elapsedSeconds"));
+        timeless.append(deployment);
+    }
+    return timeless;
+}
+
 inline QList<QJsonObject> jsonLines(const QByteArray &text)
 {
     QList<QJsonObject> objects;

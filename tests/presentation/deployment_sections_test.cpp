@@ -61,6 +61,28 @@ private Q_SLOTS:
         QCOMPARE(deploymentDetails(deployment, noon() + 2min), QStringList{QStringLiteral("main")} + without);
     }
 
+    void whatIsUnderWaySaysForHowLong()
+    {
+        auto deployment = makeSnapshot(QStringLiteral("a"), DeploymentState::InProgress, noon());
+        deployment.createdAt = noon() - 3min;
+        const auto details = [&](Instant now) {
+            return deploymentDetails(deployment, now).mid(1).join(QLatin1Char('|'));
+        };
+        QCOMPARE(details(noon() + 20s), QStringLiteral("for 3 minutes|20 seconds ago"));
+        QCOMPARE(details(noon() - 3min), QStringLiteral("in 3 minutes"));
+        QCOMPARE(details(noon() - 4min), QStringLiteral("in 4 minutes"));
+        QCOMPARE(nextDetailsChange(deployment, noon() + 20s), noon() + 21s);
+        QCOMPARE(nextDetailsChange(deployment, noon() + 2min - 1s), noon() + 2min);
+        deployment.updatedAt = noon() - 3min + 30s;
+        QCOMPARE(nextDetailsChange(deployment, noon()), noon() + 30s);
+        QCOMPARE(nextDetailsChange(deployment, noon() + 30s), noon() + 1min);
+        for (const auto state : {DeploymentState::Success, DeploymentState::Failure, DeploymentState::Unknown}) {
+            deployment.state = state;
+            QVERIFY(elapsedText(deployment, noon()).isEmpty());
+            QCOMPARE(nextDetailsChange(deployment, noon()), noon() + 30s);
+        }
+    }
+
     void aShortCommitIsShownWhole()
     {
         auto deployment = makeSnapshot(QStringLiteral("a"), DeploymentState::Success, noon());

@@ -84,6 +84,8 @@ private Q_SLOTS:
             text("acme/web, production, failed, main, 0123456, 2 minutes ago"));
         QCOMPARE(rowSentence(makeSnapshot(text("a"), DeploymentState::InProgress, noon()), noon()),
             text("acme/web, production, in progress, 0123456, now"));
+        QCOMPARE(rowSentence(makeSnapshot(text("a"), DeploymentState::InProgress, noon()), noon() + 3min),
+            text("acme/web, production, in progress, 0123456, for 3 minutes, 3 minutes ago"));
         auto nameless = deployment();
         nameless.environment.clear();
         QCOMPARE(rowSentence(nameless, noon()), text("acme/web, failed, main, 0123456, now"));
@@ -102,6 +104,8 @@ private Q_SLOTS:
         QVERIFY(!less.contains(text("main")));
         QVERIFY(!less.contains(text("Created by")));
         QVERIFY(!less.contains(text("\n\n")));
+        const auto waiting = makeSnapshot(text("a"), DeploymentState::Waiting, noon());
+        QVERIFY(plain(rowToolTip(waiting, noon() + 2h)).contains(QStringLiteral("production · waiting for 2 hours")));
     }
 
     void theToolTipNamesTheHostToWhichAClickLeads_data()

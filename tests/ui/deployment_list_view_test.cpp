@@ -639,6 +639,20 @@ private Q_SLOTS:
         QCOMPARE(m_clock->sleeperCount(), 1);
     }
 
+    void theElapsedTimeOfWhatIsUnderWayStaysTrue()
+    {
+        auto queued = snapshot(text("a"), DeploymentState::Queued, noon() - 10min);
+        queued.createdAt = noon() - 20min - 50s;
+        show({queued, snapshot(text("b"), DeploymentState::Success, noon() - 10min)});
+        PaintLog log(m_view->viewport());
+        m_clock->advance(9s);
+        drainEvents();
+        QVERIFY(log.painted.isEmpty());
+        m_clock->advance(1s);
+        drainEvents();
+        QCOMPARE(log.painted, QRegion(m_view->visualRect(index(1))));
+    }
+
     void oneWaitServesManyRows()
     {
         show(finished(1000, noon() - 1s));

@@ -296,7 +296,7 @@ void DeploymentListView::followTime()
         if (!shown)
             continue;
         hasMotion = hasMotion || shown->state == DeploymentState::InProgress;
-        const Instant change = nextRelativeTimeChange(shown->updatedAt, m_agesShownAt);
+        const Instant change = nextDetailsChange(*shown, m_agesShownAt);
         due = std::min(due.value_or(change), change);
     }
     m_ages->waitFor(due);
@@ -324,7 +324,7 @@ void DeploymentListView::updateAges()
     for (const QModelIndex &index : visibleRows()) {
         const auto *shown = deployment(index);
         // After the clock was set back every age may be wrong.
-        if (shown && (now < m_agesShownAt || nextRelativeTimeChange(shown->updatedAt, m_agesShownAt) <= now))
+        if (shown && (now < m_agesShownAt || nextDetailsChange(*shown, m_agesShownAt) <= now))
             update(index);
     }
     m_agesShownAt = now;
