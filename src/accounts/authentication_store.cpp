@@ -49,7 +49,7 @@ bool isTemporary(const std::exception_ptr &failure)
 AuthenticationStore::AuthenticationStore(
     GitHubClient client, std::shared_ptr<CredentialStoring> credentialStore, Services services, QObject *parent)
     : QObject(parent)
-    , m_credentialStore(std::move(credentialStore))
+    , m_credentialStore(std::make_shared<WatchedCredentials>(std::move(credentialStore)))
     , m_services(std::move(services))
     , m_connectionCounts(m_services.defaults)
     , m_endedSessions(m_services.defaults)
@@ -59,6 +59,8 @@ AuthenticationStore::AuthenticationStore(
     , m_credentials(std::make_shared<RenewingCredentials>(&m_renewal))
     , m_promptCredentials(std::make_shared<PromptCredentials>(m_credentials, m_services.clock))
 {
+    QObject::connect(
+        m_credentialStore.get(), &WatchedCredentials::lockedChanged, this, &AuthenticationStore::lockedChanged);
     QObject::connect(&m_connection, &AccountConnection::changed, this, &AuthenticationStore::connectionChanged);
     QObject::connect(&m_connection, &AccountConnection::accountConnected, this, &AuthenticationStore::adoptConnected);
     QObject::connect(&m_renewal, &CredentialRenewal::renewalsFinished, this, &AuthenticationStore::renewalsFinished);
@@ -185,8 +187,10 @@ void AuthenticationStore::adoptStoredAccounts()
     m_unreadAccounts.intersect(listed);
     m_endedAccounts.intersect(listed);
     for (const GitHubAccountSession &session : std::as_const(m_sessions)) {
-        if (!listed.contains(session.id()))
-            m_renewal.supersede(session.id());
+        if (listed.contains(session.id()))
+            continue;
+        m_renewal.supersede(session.id());
+        m_credentialStore->forget(session.id());
     }
     if (sessions == m_sessions)
         return;
@@ -324,6 +328,7 @@ void AuthenticationStore::forget(qint64 accountID)
     m_endedAccounts.remove(accountID);
     m_endedSessions.remove(accountID);
     m_renewal.supersede(accountID);
+    m_credentialStore->forget(accountID);
     const auto removed
         = m_sessions.removeIf([accountID](const GitHubAccountSession &session) { return session.id() == accountID; });
     persistAccounts();

@@ -9,6 +9,7 @@
 #include "accounts/ended_sessions.h"
 #include "accounts/github_account.h"
 #include "accounts/prompt_credentials.h"
+#include "accounts/watched_credentials.h"
 #include "github/github_client.h"
 #include "support/task_scope.h"
 
@@ -85,6 +86,9 @@ public:
     /// Call it before a request of the user that needs credentials. If the credential store is locked, asks the user
     /// once to unlock it. Does not fail: if it stays locked, validCredential() throws.
     [[nodiscard]] QCoro::Task<> unlock();
+    /// Whether the credential of an account could not be used because the credential store is locked: unlock() may
+    /// help.
+    [[nodiscard]] bool isLocked() const { return m_credentialStore->isLocked(); }
 
     /// A credential of the account that is valid for at least 300 seconds, refreshed if needed. Of several callers,
     /// here and in other processes, one refreshes and the others get its result. Stores a new credential before
@@ -123,6 +127,8 @@ Q_SIGNALS:
     void renewalsFinished();
     /// sessions() or hasEnded() changed.
     void sessionsChanged();
+    /// isLocked() changed.
+    void lockedChanged();
     /// The account was connected again, here or by another process, even if its record stays equal; or a pending
     /// credential has arrived. Requests that failed without a credential may be sent again at once.
     void credentialChanged(qint64 accountID);
@@ -152,7 +158,7 @@ private:
     [[nodiscard]] bool isListed(qint64 accountID) const;
     [[nodiscard]] std::optional<QList<GitHubAccount>> storedAccounts() const;
 
-    std::shared_ptr<CredentialStoring> m_credentialStore;
+    std::shared_ptr<WatchedCredentials> m_credentialStore;
     Services m_services;
     QList<GitHubAccountSession> m_sessions;
     bool m_isRestored = false;

@@ -25,6 +25,8 @@ public:
     }
     [[nodiscard]] QCoro::Task<> unlock(QList<qint64>) override
     {
+        if (unlocksWhenAsked)
+            isLocked = false;
         throwIfLocked();
         co_return;
     }
@@ -46,6 +48,7 @@ public:
     }
 
     bool isLocked = true;
+    bool unlocksWhenAsked = false; ///< otherwise the user declines
 
 private:
     void throwIfLocked() const

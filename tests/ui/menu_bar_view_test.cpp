@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/window/menu_bar_view.h"
 
+#include "support/lockable_credential_store.h"
 #include "support/monitor_fixture.h"
 #include "support/palettes.h"
 #include "support/test_main.h"
@@ -137,6 +138,33 @@ private Q_SLOTS:
         m_fixture->tickAfter(std::chrono::seconds(30));
         QCOMPARE(shownTexts(),
             (QStringList{text("Velmora"), text("GitHub deployments"), text("Updated now"), text("Quit")}));
+    }
+
+    void aLockedKeyringCanBeUnlockedFromTheWindow()
+    {
+        const auto keyring = lockKeyring();
+        QVERIFY(
+            shownTexts().contains(text("octocat: The keyring is locked. Unlock it, or connect the account again.")));
+        QVERIFY(shownTexts().contains(text("Unlock")));
+        // The user declines.
+        button(text("Unlock"))->click();
+        QVERIFY(waitUntil([&] { return button(text("Refresh"))->isEnabled(); }));
+        QVERIFY(shownTexts().contains(text("Unlock")));
+        keyring->unlocksWhenAsked = true;
+        button(text("Unlock"))->click();
+        QVERIFY(!button(text("Unlock"))->isEnabled());
+        QVERIFY(waitUntil([&] { return button(text("Refresh"))->isEnabled(); }));
+        QVERIFY(!shownTexts().contains(text("Unlock")));
+        QCOMPARE(m_fixture->shownIDs(), QStringList(text("a")));
+    }
+
+    void anAccountThatIsRemovedLeavesNothingToUnlock()
+    {
+        std::ignore = lockKeyring();
+        QVERIFY(shownTexts().contains(text("Unlock")));
+        // By another process.
+        m_fixture->defaults.setValue(QStringLiteral("github.accounts"), encodeJSON(QList<GitHubAccount>()));
+        QVERIFY(!shownTexts().contains(text("Unlock")));
     }
 
     void beforeTheFirstAnswerItIsLoading()
@@ -555,6 +583,20 @@ private:
     {
         m_fixture->connect(1, text("octocat")).repositories = {{text("R_web"), text("acme/web"), deployments, {}}};
         m_fixture->build();
+    }
+
+    /// The keyring of the account on show is locked while the program runs.
+    std::shared_ptr<LockableCredentialStore> lockKeyring()
+    {
+        auto keyring = std::make_shared<LockableCredentialStore>(m_fixture->credentials);
+        keyring->isLocked = false;
+        m_fixture->credentialStore = keyring;
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        m_fixture->tick();
+        show();
+        keyring->isLocked = true;
+        m_fixture->tickAfter(30s);
+        return keyring;
     }
 
     void show()

@@ -7,6 +7,7 @@
 #include "ui/deployments/row_metrics.h"
 
 #include <QHBoxLayout>
+#include <QPushButton>
 #include <QToolButton>
 
 namespace velmora
@@ -38,6 +39,7 @@ QToolButton *iconButton(const QString &label, QStringView symbol, QWidget *paren
 MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     : QWidget(parent)
     , m_status(new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this))
+    , m_unlock(new QPushButton(QStringLiteral("Unlock"), this))
     , m_notice(new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap, this))
     , m_settings(iconButton(QStringLiteral("Settings"), u"gearshape", this))
     , m_refresh(iconButton(QStringLiteral("Refresh"), u"arrow.clockwise", this))
@@ -53,12 +55,16 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
         line->setTone(Tone::Orange);
         line->hide();
     }
+    m_unlock->setAutoDefault(false);
+    m_unlock->setToolTip(QStringLiteral("Unlock the keyring and refresh"));
+    m_unlock->hide();
     m_notice->setTone(Tone::Secondary);
     m_notice->hide();
     m_settings->setToolTip(QStringLiteral("Open Settings"));
     setRefreshing(false);
     connect(m_settings, &QToolButton::clicked, this, &MenuBarHeader::settingsRequested);
     connect(m_refresh, &QToolButton::clicked, this, &MenuBarHeader::refreshRequested);
+    connect(m_unlock, &QPushButton::clicked, this, &MenuBarHeader::refreshRequested);
 
     auto *texts = new QVBoxLayout;
     texts->setSpacing(1);
@@ -66,6 +72,7 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     texts->addWidget(m_status);
     for (auto *line : m_explanation)
         texts->addWidget(line);
+    texts->addWidget(m_unlock, 0, Qt::AlignLeft);
     auto *row = new QHBoxLayout;
     row->setSpacing(2);
     row->addLayout(texts, 1);
@@ -89,6 +96,11 @@ void MenuBarHeader::setStatus(const QString &status, const QString &explanation)
     }
 }
 
+void MenuBarHeader::setLocked(bool isLocked)
+{
+    m_unlock->setVisible(isLocked);
+}
+
 void MenuBarHeader::setNotice(const QString &notice)
 {
     m_notice->setText(notice);
@@ -98,6 +110,7 @@ void MenuBarHeader::setNotice(const QString &notice)
 void MenuBarHeader::setRefreshing(bool isRefreshing)
 {
     m_refresh->setEnabled(!isRefreshing);
+    m_unlock->setEnabled(!isRefreshing);
     m_refresh->setToolTip(
         isRefreshing ? QStringLiteral("Refreshing deployments") : QStringLiteral("Refresh deployments"));
 }

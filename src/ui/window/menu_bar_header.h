@@ -5,6 +5,7 @@
 
 #include <array>
 
+class QPushButton;
 class QToolButton;
 
 namespace velmora
@@ -24,9 +25,11 @@ public:
     /// Sets the status and its explanation, one reason a line. The first three lines are shown below the status;
     /// tooltip and accessible description have them all.
     void setStatus(const QString &status, const QString &explanation);
+    /// Offers to unlock the keyring, below the explanation: the button requests a refresh, which begins with that.
+    void setLocked(bool isLocked);
     /// Shows a note about the window itself, which may wrap; empty hides it.
     void setNotice(const QString &notice);
-    /// While a refresh runs, the button is disabled and its tooltip says why.
+    /// While a refresh runs, the buttons that begin one are disabled; the tooltip says why.
     void setRefreshing(bool isRefreshing);
 
 Q_SIGNALS:
@@ -36,6 +39,7 @@ Q_SIGNALS:
 private:
     TextLabel *m_status;
     std::array<TextLabel *, 3> m_explanation; ///< one for each line of the explanation
+    QPushButton *m_unlock;
     TextLabel *m_notice;
     QToolButton *m_settings;
     QToolButton *m_refresh;

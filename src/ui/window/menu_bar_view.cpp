@@ -171,6 +171,7 @@ void MenuBarView::connectStores()
     connect(m_header, &MenuBarHeader::refreshRequested, this, &MenuBarView::refresh);
     connect(m_stores.monitor, &DeploymentMonitor::changed, this, &MenuBarView::followStores);
     connect(m_stores.authentication, &AuthenticationStore::sessionsChanged, this, &MenuBarView::followStores);
+    connect(m_stores.authentication, &AuthenticationStore::lockedChanged, this, &MenuBarView::followStores);
     connect(m_stores.authentication, &AuthenticationStore::connectionChanged, this, &MenuBarView::followStores);
 }
 
@@ -224,6 +225,7 @@ void MenuBarView::showStores()
     const auto &authentication = *m_stores.authentication;
     m_header->setStatus(
         statusText(monitor.state(), monitor.deployments()), statusExplanation(monitor.state(), monitor.message()));
+    m_header->setLocked(authentication.isLocked());
     m_unsaved->setMessage(monitor.unsaved());
     m_connectionPrompt->button()->setEnabled(canStartConnecting(authentication.connectionState()));
     m_connectionPrompt->setError(authentication.errorMessage().value_or(QString()));

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+#include "accounts/watched_credentials.h"
+
+#include "accounts/credential_store_error.h"
+
+#include <QPointer>
+
+namespace velmora
+{
+
+namespace
+{
+
+/// Whether the user can mend the failure by unlocking the store. Null is no failure.
+bool isLock(const std::exception_ptr &failure)
+{
+    if (!failure)
+        return false;
+    try {
+        std::rethrow_exception(failure);
+    } catch (const CredentialStoreError &error) {
+        return error == CredentialStoreError::keychain(CredentialStoreError::Locked)
+            || error == CredentialStoreError::keychain(CredentialStoreError::Dismissed);
+    } catch (...) {
+        return false;
+    }
+}
+
+} // namespace
+
+WatchedCredentials::WatchedCredentials(std::shared_ptr<CredentialStoring> credentials)
+    : m_credentials(std::move(credentials))
+{
+}
+
+QCoro::Task<> WatchedCredentials::save(GitHubCredential credential, qint64 accountID, Interaction interaction)
+{
+    const QPointer<WatchedCredentials> self(this);
+    const auto credentials = m_credentials;
+    std::exception_ptr failure;
+    try {
+        co_await credentials->save(credential, accountID, interaction);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (self)
+        record(accountID, isLock(failure));
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+QCoro::Task<std::optional<GitHubCredential>> WatchedCredentials::load(qint64 accountID)
+{
+    const QPointer<WatchedCredentials> self(this);
+    const auto credentials = m_credentials;
+    std::optional<GitHubCredential> credential;
+    std::exception_ptr failure;
+    try {
+        credential = co_await credentials->load(accountID);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (self)
+        record(accountID, isLock(failure));
+    if (failure)
+        std::rethrow_exception(failure);
+    co_return credential;
+}
+
+void WatchedCredentials::record(qint64 accountID, bool isLocked)
+{
+    const bool wasLocked = this->isLocked();
+    if (isLocked)
+        m_lockedAccounts.insert(accountID);
+    else
+        m_lockedAccounts.remove(accountID);
+    if (this->isLocked() != wasLocked)
+        Q_EMIT lockedChanged();
+}
+
+} // namespace velmora
