@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "accounts/avatar_loader.h"
 
+#include "http/host_address.h"
 #include "support/background.h"
 #include "support/clock.h"
 #include "support/error.h"
 #include "support/task_scope.h"
-
-#include <QHostAddress>
 
 namespace velmora
 {
@@ -23,8 +22,7 @@ bool isAvatarAddress(const WebAddress &address)
     const QUrl url = address.url();
     if (!address.isOpenable() || !url.userInfo().isEmpty())
         return false;
-    const bool isHere = url.host() == QLatin1String("localhost") || QHostAddress(url.host()).isLoopback();
-    return url.scheme() == QLatin1String("https") || isHere;
+    return url.scheme() == QLatin1String("https") || isOnThisMachine(url);
 }
 
 bool isPicture(QByteArrayView content)

@@ -2,12 +2,12 @@
 #include "app/app_configuration.h"
 
 #include "app/github_host.h"
+#include "http/host_address.h"
 #include "platform/xdg_directories.h"
 #include "support/private_file.h"
 
 #include <QDate>
 #include <QFile>
-#include <QHostAddress>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
 
@@ -53,11 +53,6 @@ QString value(const QList<Properties> &sources, const QString &name, const QStri
     return found.text.isEmpty() ? fallback : found.text;
 }
 
-bool isLoopback(const QString &host)
-{
-    return host == QLatin1String("localhost") || QHostAddress(host).isLoopback();
-}
-
 [[noreturn]] void fail(const QString &name, const QString &reason)
 {
     throw ConfigurationError(QStringLiteral("%1 %2").arg(name, reason));
@@ -69,7 +64,7 @@ QUrl endpoint(const QString &name, const QString &text)
     const QString scheme = url.scheme();
     if (!url.isValid() || url.host().isEmpty() || (scheme != QLatin1String("https") && scheme != QLatin1String("http")))
         fail(name, QStringLiteral("must be an https address."));
-    if (scheme != QLatin1String("https") && !isLoopback(url.host()))
+    if (scheme != QLatin1String("https") && !isOnThisMachine(url))
         fail(name, QStringLiteral("must be an https address, or one of this machine."));
     if (!url.userInfo().isEmpty())
         fail(name, QStringLiteral("must not name a user."));

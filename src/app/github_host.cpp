@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/github_host.h"
 
-#include "http/proxy_environment.h"
+#include "http/host_address.h"
 
 namespace velmora
 {

@@ -47,7 +47,7 @@ QCoro::Task<QList<Finding>> askEndpoint(NetworkProbeServices services, QString l
 QCoro::Task<QString> askForProxy(std::shared_ptr<const ProxyLookup> proxies, QUrl url, std::stop_token stop)
 {
     constexpr std::chrono::seconds kPatience(60); // longer than the deadline of the probes
-    const QNetworkProxy proxy = co_await proxies->proxyFor(url, kPatience, stop);
+    const Proxy proxy = co_await proxies->proxyFor(url, kPatience, stop);
     co_return proxyText(proxy);
 }
 

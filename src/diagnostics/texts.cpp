@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "diagnostics/texts.h"
 
-#include "http/proxy_environment.h"
+#include "http/host_address.h"
 #include "presentation/relative_time.h"
 
 #include <QDir>
@@ -55,18 +55,18 @@ QString gitHubKind(const QUrl &api)
     return QStringLiteral("Enterprise Server");
 }
 
-QString proxyText(const QNetworkProxy &proxy)
+QString proxyText(const Proxy &proxy)
 {
-    switch (proxy.type()) {
-    case QNetworkProxy::NoProxy:
-    case QNetworkProxy::DefaultProxy:
+    switch (proxy.kind) {
+    case Proxy::Kind::None:
         return QStringLiteral("none");
-    case QNetworkProxy::Socks5Proxy:
+    case Proxy::Kind::SOCKS5:
         return QStringLiteral("a proxy (socks5)");
-    default:
-        return proxy.user().isEmpty() ? QStringLiteral("a proxy (http)")
-                                      : QStringLiteral("a proxy (http), with a user name");
+    case Proxy::Kind::HTTP:
+        return proxy.user.isEmpty() ? QStringLiteral("a proxy (http)")
+                                    : QStringLiteral("a proxy (http), with a user name");
     }
+    Q_UNREACHABLE();
 }
 
 QString answerText(std::optional<int> status, std::chrono::milliseconds duration)

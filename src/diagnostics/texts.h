@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "http/proxy.h"
 #include "support/instant.h"
 
 #include <QByteArray>
-#include <QNetworkProxy>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -22,7 +22,7 @@ namespace velmora
 [[nodiscard]] QString gitHubKind(const QUrl &api);
 
 /// "a proxy (http)", without its address.
-[[nodiscard]] QString proxyText(const QNetworkProxy &proxy);
+[[nodiscard]] QString proxyText(const Proxy &proxy);
 
 /// "HTTP 200 in 120 ms".
 [[nodiscard]] QString answerText(std::optional<int> status, std::chrono::milliseconds duration);

@@ -64,24 +64,24 @@ QString certificateFailureText(const QString &host, long verification)
         .arg(host, problem.reason, problem.advice);
 }
 
-bool isUsed(const QNetworkProxy &proxy)
+bool isUsed(const Proxy &proxy)
 {
-    return proxy.type() != QNetworkProxy::NoProxy && proxy.type() != QNetworkProxy::DefaultProxy;
+    return proxy.kind != Proxy::Kind::None;
 }
 
 /// "proxy HOST:PORT".
-QString nameOf(const QNetworkProxy &proxy)
+QString nameOf(const Proxy &proxy)
 {
-    if (proxy.hostName().isEmpty())
+    if (proxy.host.isEmpty())
         return QStringLiteral("proxy");
-    const bool isIPv6 = proxy.hostName().contains(QLatin1Char(':'));
-    const QString host = isIPv6 ? QStringLiteral("[%1]").arg(proxy.hostName()) : proxy.hostName();
-    return QStringLiteral("proxy %1:%2").arg(host).arg(proxy.port());
+    const bool isIPv6 = proxy.host.contains(QLatin1Char(':'));
+    const QString host = isIPv6 ? QStringLiteral("[%1]").arg(proxy.host) : proxy.host;
+    return QStringLiteral("proxy %1:%2").arg(host).arg(proxy.port);
 }
 
-QString authenticationText(const QNetworkProxy &proxy)
+QString authenticationText(const Proxy &proxy)
 {
-    if (proxy.user().isEmpty())
+    if (proxy.user.isEmpty())
         return QStringLiteral("The %1 asks for a user name and a password, and none are set in its address.")
             .arg(nameOf(proxy));
     return QStringLiteral("The %1 does not accept the user name and the password that are set in its address.")
@@ -95,7 +95,7 @@ QString systemText(const ConnectionFailure &failure)
                                     : QString::fromLocal8Bit(std::strerror(static_cast<int>(failure.systemError)));
 }
 
-QString proxyFailureText(const QString &host, const ConnectionFailure &failure, const QNetworkProxy &proxy)
+QString proxyFailureText(const QString &host, const ConnectionFailure &failure, const Proxy &proxy)
 {
     constexpr long kAuthenticationRequired = 407;
     const QString name = nameOf(proxy);
@@ -119,7 +119,7 @@ bool isFailureOfProxy(const ConnectionFailure &failure)
 
 } // namespace
 
-QString connectionFailureText(const QString &host, const ConnectionFailure &failure, const QNetworkProxy &proxy)
+QString connectionFailureText(const QString &host, const ConnectionFailure &failure, const Proxy &proxy)
 {
     if (isUsed(proxy) && isFailureOfProxy(failure))
         return proxyFailureText(host, failure, proxy);
@@ -149,7 +149,7 @@ QString closedEarlyText(const QString &host)
     return QStringLiteral("%1 closed the connection before the answer was complete.").arg(host);
 }
 
-QString timeoutText(const QString &host, const QNetworkProxy &proxy)
+QString timeoutText(const QString &host, const Proxy &proxy)
 {
     if (isUsed(proxy))
         return QStringLiteral("The connection to %1 through the %2 timed out.").arg(host, nameOf(proxy));

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QNetworkProxy>
-#include <QString>
+#include "http/proxy.h"
 
 #include <curl/curl.h>
 
@@ -20,11 +19,10 @@ struct ConnectionFailure {
 
 /// The message to the user. Names the host, and a proxy by host and port, never with its credentials; a proxy without a
 /// host name is "the proxy". Quotes neither the request nor the server.
-[[nodiscard]] QString connectionFailureText(
-    const QString &host, const ConnectionFailure &failure, const QNetworkProxy &proxy);
+[[nodiscard]] QString connectionFailureText(const QString &host, const ConnectionFailure &failure, const Proxy &proxy);
 
 [[nodiscard]] QString closedEarlyText(const QString &host);
 
-[[nodiscard]] QString timeoutText(const QString &host, const QNetworkProxy &proxy);
+[[nodiscard]] QString timeoutText(const QString &host, const Proxy &proxy);
 
 } // namespace velmora

@@ -41,7 +41,7 @@ NetworkExchange::NetworkExchange(
     m_state->open.append(this);
     if (m_state->names == NetworkSession::Names::Hidden) {
         m_host = QStringLiteral("the host");
-        m_proxy.setHostName(QString());
+        m_proxy.host.clear();
     }
     CURL *const transfer = m_transfer.get();
     ::curl_easy_setopt(transfer, CURLOPT_HEADERFUNCTION, &NetworkExchange::takeHead);

@@ -76,7 +76,7 @@ private:
     std::shared_ptr<NetworkSession::State> m_state;
     HTTPRequest m_request;
     QString m_host; ///< for texts
-    QNetworkProxy m_proxy; ///< for texts; nameless if names are hidden
+    Proxy m_proxy; ///< for texts; nameless if names are hidden
     HeaderLines m_headerLines;
     std::array<char, CURL_ERROR_SIZE> m_error{}; ///< curl's own words
     std::shared_ptr<Transfers> m_transfers;

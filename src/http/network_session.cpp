@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "http/network_session.h"
 
+#include "http/host_address.h"
 #include "http/network_exchange.h"
-#include "http/proxy_environment.h"
 #include "support/clock.h"
 #include "support/erased.h"
 #include "support/task_scope.h"

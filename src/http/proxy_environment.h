@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QNetworkProxy>
-#include <QProcessEnvironment>
-#include <QUrl>
+#include "http/proxy.h"
 
-#include <optional>
+#include <QProcessEnvironment>
 
 namespace velmora
 {
@@ -17,17 +15,11 @@ namespace velmora
 /// "No proxy" if the address is on this machine or no_proxy matches its host. Returns nullopt if the environment names
 /// none, so that the system decides. Throws a TransportError for an unusable proxy address; it names the variable,
 /// never its value.
-[[nodiscard]] std::optional<QNetworkProxy> environmentProxy(const QUrl &url, const QProcessEnvironment &environment);
+[[nodiscard]] std::optional<Proxy> environmentProxy(const QUrl &url, const QProcessEnvironment &environment);
 
 /// Whether a list such as no_proxy matches the host of the address. Its entries are separated by commas or spaces. An
 /// entry is a host, which also matches its subdomains ("example.com", ".example.com" and "*.example.com" are equal), an
 /// address or a network ("10.0.0.0/8"), each with or without a port, or "*" for all.
 [[nodiscard]] bool isWithoutProxy(const QUrl &url, const QString &list);
-
-/// The port of the address, else the usual one of https or http.
-[[nodiscard]] int portOf(const QUrl &url);
-
-/// Whether the address is one of this machine.
-[[nodiscard]] bool isOnThisMachine(const QUrl &url);
 
 } // namespace velmora

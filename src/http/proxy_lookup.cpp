@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "http/proxy_lookup.h"
 
+#include "http/host_address.h"
 #include "http/proxy_environment.h"
+#include "http/system_proxy.h"
 #include "support/background.h"
 #include "support/error.h"
 #include "support/task_scope.h"
@@ -20,10 +22,10 @@ namespace
 
 std::atomic<int> s_openQuestions = 0;
 
-using Answer = OneShot<QNetworkProxy>;
+using Answer = OneShot<Proxy>;
 
 struct Remembered {
-    QNetworkProxy proxy{QNetworkProxy::NoProxy};
+    Proxy proxy;
     QDeadlineTimer end;
 };
 
@@ -32,10 +34,14 @@ struct Question {
     QList<Answer> waiting;
 };
 
-QNetworkProxy systemProxy(const QUrl &url)
+/// One thread asks for all lookups, and stays: the system's resolver does not run in several threads, and keeps the
+/// script that it has loaded.
+QThreadPool *askingThread()
 {
-    const auto proxies = QNetworkProxyFactory::systemProxyForQuery(QNetworkProxyQuery(url));
-    return proxies.isEmpty() ? QNetworkProxy(QNetworkProxy::NoProxy) : proxies.first();
+    static QThreadPool pool;
+    pool.setMaxThreadCount(1);
+    pool.setExpiryTimeout(-1);
+    return &pool;
 }
 
 /// The system's proxy script gets only this part of an address, never a path or query. The default port is removed,
@@ -54,11 +60,10 @@ QString originOf(QUrl url)
 struct ProxyLookup::State {
     SystemQuery systemQuery;
     std::chrono::milliseconds rememberedFor{};
-    QThreadPool pool;
     QHash<QString, Remembered> remembered;
     QHash<QString, std::shared_ptr<Question>> questions;
 
-    void remember(const QString &origin, const QNetworkProxy &proxy)
+    void remember(const QString &origin, const Proxy &proxy)
     {
         remembered.insert(origin, Remembered{proxy, QDeadlineTimer(rememberedFor)});
     }
@@ -74,7 +79,6 @@ ProxyLookup::ProxyLookup(SystemQuery systemQuery, std::chrono::milliseconds reme
 {
     m_state->systemQuery = std::move(systemQuery);
     m_state->rememberedFor = rememberedFor;
-    m_state->pool.setMaxThreadCount(1);
 }
 
 ProxyLookup::~ProxyLookup()
@@ -82,8 +86,7 @@ ProxyLookup::~ProxyLookup()
     abandon();
 }
 
-QCoro::Task<QNetworkProxy> ProxyLookup::proxyFor(
-    QUrl url, std::chrono::milliseconds patience, std::stop_token stop) const
+QCoro::Task<Proxy> ProxyLookup::proxyFor(QUrl url, std::chrono::milliseconds patience, std::stop_token stop) const
 {
     // The lookup may end before its answer.
     const auto state = m_state;
@@ -106,11 +109,11 @@ QCoro::Task<QNetworkProxy> ProxyLookup::proxyFor(
     question->waiting.append(mine);
     if (isFirst)
         launch(ask(state, origin), "asking the system for its proxy");
-    const std::optional<QNetworkProxy> proxy = co_await withDeadline(mine, patience, stop);
+    const std::optional<Proxy> proxy = co_await withDeadline(mine, patience, stop);
     if (!proxy)
         throw TransportError(
             TransportError::Kind::TimedOut, QStringLiteral("The system's proxy settings did not answer in time."));
-    co_return QNetworkProxy(*proxy);
+    co_return Proxy(*proxy);
 }
 
 QCoro::Task<> ProxyLookup::ask(std::shared_ptr<State> state, QString origin)
@@ -118,11 +121,11 @@ QCoro::Task<> ProxyLookup::ask(std::shared_ptr<State> state, QString origin)
     const auto question = state->questions.value(origin);
     auto work = [query = state->systemQuery, url = QUrl(origin)] {
         ++s_openQuestions;
-        QNetworkProxy found = query(url);
+        Proxy found = query(url);
         --s_openQuestions;
         return found;
     };
-    const QNetworkProxy proxy = co_await runInBackground(&state->pool, std::move(work));
+    const Proxy proxy = co_await runInBackground(askingThread(), std::move(work));
     if (state->questions.value(origin) == question) {
         state->questions.remove(origin);
         state->remember(origin, proxy);
@@ -132,7 +135,7 @@ QCoro::Task<> ProxyLookup::ask(std::shared_ptr<State> state, QString origin)
         one.resolve(proxy);
 }
 
-QNetworkProxy ProxyLookup::lastKnown(const QUrl &url) const
+Proxy ProxyLookup::lastKnown(const QUrl &url) const
 {
     return m_state->remembered.value(originOf(url)).proxy;
 }

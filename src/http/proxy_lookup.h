@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "http/proxy.h"
+
 #include <QCoroTask>
-#include <QNetworkProxy>
-#include <QUrl>
 
 #include <chrono>
 #include <functional>
@@ -21,7 +21,7 @@ class ProxyLookup
 {
 public:
     /// Returns the system's proxy for an address. Called on another thread, one call at a time.
-    using SystemQuery = std::function<QNetworkProxy(const QUrl &)>;
+    using SystemQuery = std::function<Proxy(const QUrl &)>;
 
     ProxyLookup();
     explicit ProxyLookup(SystemQuery systemQuery, std::chrono::milliseconds rememberedFor = std::chrono::minutes(1));
@@ -31,14 +31,13 @@ public:
 
     /// The proxy for the address. Throws a TransportError if the environment names an unusable one, the system does not
     /// answer within `patience`, or abandon() is called. Throws a CancellationError if the stop is requested.
-    [[nodiscard]] QCoro::Task<QNetworkProxy> proxyFor(
-        QUrl url, std::chrono::milliseconds patience, std::stop_token stop) const;
+    [[nodiscard]] QCoro::Task<Proxy> proxyFor(QUrl url, std::chrono::milliseconds patience, std::stop_token stop) const;
 
     /// The last result for the address, without a new lookup; "no proxy" if there is none.
-    [[nodiscard]] QNetworkProxy lastKnown(const QUrl &url) const;
+    [[nodiscard]] Proxy lastKnown(const QUrl &url) const;
 
-    /// Whether any lookup of the process is still waiting for the system. Its query cannot be cancelled, and Qt waits
-    /// for it when the process ends.
+    /// Whether any lookup of the process is still waiting for the system. Its query cannot be cancelled, and
+    /// the end of the process waits for it.
     [[nodiscard]] static bool isAskingSystem();
 
     /// Fails all waiting proxyFor() calls on the spot. Later calls ask again.

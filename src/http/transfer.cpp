@@ -57,27 +57,26 @@ void setConnection(CURL *transfer, bool isUnrepeatable)
     ::curl_easy_setopt(transfer, CURLOPT_QUICK_EXIT, 1L);
 }
 
-void setProxy(CURL *transfer, const QNetworkProxy &proxy)
+void setProxy(CURL *transfer, const Proxy &proxy)
 {
     // Empty texts keep curl from asking the environment.
     ::curl_easy_setopt(transfer, CURLOPT_NOPROXY, "");
-    const bool isSocks = proxy.type() == QNetworkProxy::Socks5Proxy;
-    if (proxy.hostName().isEmpty() || proxy.type() == QNetworkProxy::NoProxy) {
+    if (proxy.kind == Proxy::Kind::None) {
         ::curl_easy_setopt(transfer, CURLOPT_PROXY, "");
         return;
     }
     QUrl address;
     address.setScheme(QStringLiteral("http"));
-    address.setHost(proxy.hostName());
-    address.setPort(proxy.port());
+    address.setHost(proxy.host);
+    address.setPort(proxy.port);
     ::curl_easy_setopt(transfer, CURLOPT_PROXY, address.toEncoded().constData());
-    // The proxy looks up the names of hosts.
-    ::curl_easy_setopt(transfer, CURLOPT_PROXYTYPE, isSocks ? CURLPROXY_SOCKS5_HOSTNAME : CURLPROXY_HTTP);
+    ::curl_easy_setopt(
+        transfer, CURLOPT_PROXYTYPE, proxy.kind == Proxy::Kind::SOCKS5 ? CURLPROXY_SOCKS5_HOSTNAME : CURLPROXY_HTTP);
     ::curl_easy_setopt(transfer, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-    if (proxy.user().isEmpty())
+    if (proxy.user.isEmpty())
         return;
-    ::curl_easy_setopt(transfer, CURLOPT_PROXYUSERNAME, proxy.user().toUtf8().constData());
-    ::curl_easy_setopt(transfer, CURLOPT_PROXYPASSWORD, proxy.password().toUtf8().constData());
+    ::curl_easy_setopt(transfer, CURLOPT_PROXYUSERNAME, proxy.user.toUtf8().constData());
+    ::curl_easy_setopt(transfer, CURLOPT_PROXYPASSWORD, proxy.password.toUtf8().constData());
     ::curl_easy_setopt(transfer, CURLOPT_PROXYAUTH, CURLAUTH_BASIC | CURLAUTH_DIGEST | CURLAUTH_NTLM);
 }
 
@@ -114,8 +113,7 @@ HeaderLines headerLines(const HTTPRequest &request)
     return lines;
 }
 
-Transfer makeTransfer(
-    const HTTPRequest &request, const HeaderLines &headers, const QNetworkProxy &proxy, qint64 bodyLimit)
+Transfer makeTransfer(const HTTPRequest &request, const HeaderLines &headers, const Proxy &proxy, qint64 bodyLimit)
 {
     Transfer transfer(::curl_easy_init());
     setAddress(transfer.get(), request.url);

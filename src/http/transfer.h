@@ -2,8 +2,7 @@
 #pragma once
 
 #include "http/http_session.h"
-
-#include <QNetworkProxy>
+#include "http/proxy.h"
 
 #include <curl/curl.h>
 
@@ -28,6 +27,6 @@ using HeaderLines = std::unique_ptr<curl_slist, DeleteLines>;
 /// A transfer that sends the request as it is: HTTP/1.1, no redirects, cookies or cache, and nothing from the
 /// environment. The body of `request` and the lines outlive it.
 [[nodiscard]] Transfer makeTransfer(
-    const HTTPRequest &request, const HeaderLines &headers, const QNetworkProxy &proxy, qint64 bodyLimit);
+    const HTTPRequest &request, const HeaderLines &headers, const Proxy &proxy, qint64 bodyLimit);
 
 } // namespace velmora

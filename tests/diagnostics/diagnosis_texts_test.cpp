@@ -107,14 +107,14 @@ private Q_SLOTS:
 
     void aProxyIsToldWithoutItsNameAndCredentials()
     {
-        QNetworkProxy proxy(QNetworkProxy::HttpProxy, QStringLiteral("corp.test"), 3128);
+        Proxy proxy{Proxy::Kind::HTTP, QStringLiteral("corp.test"), 3128, {}, {}};
         QCOMPARE(proxyText(proxy), QStringLiteral("a proxy (http)"));
-        proxy.setUser(QStringLiteral("mona"));
-        proxy.setPassword(QStringLiteral("secret"));
+        proxy.user = QStringLiteral("mona");
+        proxy.password = QStringLiteral("secret");
         QCOMPARE(proxyText(proxy), QStringLiteral("a proxy (http), with a user name"));
-        proxy.setType(QNetworkProxy::Socks5Proxy);
+        proxy.kind = Proxy::Kind::SOCKS5;
         QCOMPARE(proxyText(proxy), QStringLiteral("a proxy (socks5)"));
-        QCOMPARE(proxyText(QNetworkProxy(QNetworkProxy::NoProxy)), QStringLiteral("none"));
+        QCOMPARE(proxyText(Proxy()), QStringLiteral("none"));
     }
 
     void theClockIsComparedWithGitHubs_data()

@@ -6,7 +6,6 @@
 #include "network_session_fixture.h"
 #include "support/test_main.h"
 
-#include <QNetworkProxyFactory>
 #include <QTemporaryDir>
 #include <QTest>
 

@@ -59,21 +59,21 @@ private Q_SLOTS:
         const auto proxy = environmentProxy(QUrl(address), variables);
         QCOMPARE(proxy.has_value(), !expected.isEmpty());
         if (proxy)
-            QCOMPARE(proxy->hostName(), expected.toLower().replace(u'_', u'-') + QStringLiteral(".test"));
+            QCOMPARE(proxy->host, expected.toLower().replace(u'_', u'-') + QStringLiteral(".test"));
     }
 
     void addressesAreUnderstood_data()
     {
-        QTest::addColumn<QNetworkProxy>("expected");
-        const auto row = [](const char *text, const QNetworkProxy &expected) {
+        QTest::addColumn<Proxy>("expected");
+        const auto row = [](const char *text, const Proxy &expected) {
             QTest::newRow(text) << expected;
         };
-        const auto http = [](const char *host, quint16 port, const char *user = "", const char *password = "") {
-            return QNetworkProxy(QNetworkProxy::HttpProxy, QString::fromUtf8(host), port, QString::fromUtf8(user),
-                QString::fromUtf8(password));
+        const auto http = [](const char *host, int port, const char *user = "", const char *password = "") {
+            return Proxy{
+                Proxy::Kind::HTTP, QString::fromUtf8(host), port, QString::fromUtf8(user), QString::fromUtf8(password)};
         };
-        const auto socks = [](const char *host, quint16 port) {
-            return QNetworkProxy(QNetworkProxy::Socks5Proxy, QString::fromUtf8(host), port);
+        const auto socks = [](const char *host, int port) {
+            return Proxy{Proxy::Kind::SOCKS5, QString::fromUtf8(host), port, {}, {}};
         };
         row("http://proxy.test:3128", http("proxy.test", 3128));
         row("http://proxy.test:3128/", http("proxy.test", 3128));
@@ -88,7 +88,7 @@ private Q_SLOTS:
     }
     void addressesAreUnderstood()
     {
-        QFETCH(QNetworkProxy, expected);
+        QFETCH(Proxy, expected);
         const auto proxy = environmentProxy(
             kAddress, environment({{QStringLiteral("https_proxy"), QString::fromUtf8(QTest::currentDataTag())}}));
         QVERIFY(proxy);
@@ -124,9 +124,11 @@ private Q_SLOTS:
     void thisMachineIsReachedDirectly_data()
     {
         QTest::addColumn<bool>("isDirect");
-        for (const char *host : {"localhost", "LOCALHOST", "simulator.localhost", "127.0.0.1", "127.9.9.9", "[::1]"})
+        for (const char *host :
+            {"localhost", "LOCALHOST", "simulator.localhost", "127.0.0.1", "127.9.9.9", "[::1]", "[::ffff:127.0.0.1]"})
             QTest::newRow(host) << true;
-        for (const char *host : {"localhost.example.test", "128.0.0.1", "notlocalhost"})
+        for (const char *host :
+            {"localhost.example.test", "128.0.0.1", "notlocalhost", "localhost.", "[::2]", "[::ffff:128.0.0.1]"})
             QTest::newRow(host) << false;
     }
     void thisMachineIsReachedDirectly()
@@ -136,7 +138,7 @@ private Q_SLOTS:
         const auto proxy
             = environmentProxy(url, environment({{QStringLiteral("all_proxy"), QStringLiteral("p.test")}}));
         QVERIFY(proxy);
-        QCOMPARE(proxy->type() == QNetworkProxy::NoProxy, isDirect);
+        QCOMPARE(proxy->kind == Proxy::Kind::None, isDirect);
     }
 
     void theListOfExceptionsIsHeeded_data()
@@ -180,6 +182,16 @@ private Q_SLOTS:
         row("[fd00::1]:443", "https://[fd00::1]", true);
         row("[fd00::1]:444", "https://[fd00::1]", false);
         row("fd00::/8", "https://[fd00::1]", true);
+        row("10.0.0.0/255.0.0.0", "https://10.1.2.3", true);
+        row("10.0.0.0/255.0.0.0", "https://11.1.2.3", false);
+        row("10.1.2.3/32", "https://10.1.2.2", false);
+        row("10.1.2.0/30", "https://10.1.2.3", true);
+        row("10.1.2.0/30", "https://10.1.2.4", false);
+        row("0.0.0.0/0", "https://10.1.2.3", true);
+        row("0.0.0.0/0", "https://[fd00::1]", false);
+        row("10.0.0.0/33", "https://10.1.2.3", false);
+        row("10.0.0.0/-1", "https://10.1.2.3", false);
+        row("10.0.0.0/", "https://10.1.2.3", false);
         row("nonsense/99", "https://10.1.2.3", false);
     }
     void theListOfExceptionsIsHeeded()
@@ -193,7 +205,7 @@ private Q_SLOTS:
             const auto proxy = environmentProxy(QUrl(address),
                 environment(
                     {{QString::fromLatin1(name), list}, {QStringLiteral("all_proxy"), QStringLiteral("p.test")}}));
-            QCOMPARE(proxy->type() == QNetworkProxy::NoProxy, isHeld);
+            QCOMPARE(proxy->kind == Proxy::Kind::None, isHeld);
         }
     }
 };

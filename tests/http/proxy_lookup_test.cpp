@@ -19,7 +19,7 @@ namespace
 {
 
 const QUrl kAddress(QStringLiteral("https://a.test/path?token=secret"));
-const QNetworkProxy kProxy(QNetworkProxy::HttpProxy, QStringLiteral("p.test"), 3128);
+const Proxy kProxy{Proxy::Kind::HTTP, QStringLiteral("p.test"), 3128, {}, {}};
 
 /// A system that answers when the test permits it.
 struct SlowSystem {
@@ -84,7 +84,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return system->questions == 1; }));
         drainEvents();
         QVERIFY(!first->isDone && !second->isDone);
-        QCOMPARE(lookup.lastKnown(kAddress).type(), QNetworkProxy::NoProxy);
+        QCOMPARE(lookup.lastKnown(kAddress).kind, Proxy::Kind::None);
         system->allowed.release();
         QVERIFY(waitUntil([&] { return first->isDone && second->isDone; }));
         QCOMPARE(*first->value, kProxy);
@@ -92,7 +92,7 @@ private Q_SLOTS:
         QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})), kProxy);
         QCOMPARE(lookup.lastKnown(kAddress), kProxy);
         QCOMPARE(lookup.lastKnown(QUrl(QStringLiteral("https://A.test:443/x"))), kProxy);
-        QCOMPARE(lookup.lastKnown(QUrl(QStringLiteral("https://a.test:444/x"))).type(), QNetworkProxy::NoProxy);
+        QCOMPARE(lookup.lastKnown(QUrl(QStringLiteral("https://a.test:444/x"))).kind, Proxy::Kind::None);
         QCOMPARE(system->questions, 1);
         QVERIFY(!system->wasOnMainThread);
         // The script may be foreign and must not learn more than the host.
@@ -164,10 +164,10 @@ private Q_SLOTS:
         const auto system = slowSystem();
         const ProxyLookup lookup(queryOf(system));
         qputenv("HTTPS_PROXY", "http://env.test:1");
-        QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})).hostName(), QStringLiteral("env.test"));
-        QCOMPARE(lookup.lastKnown(kAddress).hostName(), QStringLiteral("env.test"));
+        QCOMPARE(awaitValue(lookup.proxyFor(kAddress, 10s, {})).host, QStringLiteral("env.test"));
+        QCOMPARE(lookup.lastKnown(kAddress).host, QStringLiteral("env.test"));
         const QUrl here(QStringLiteral("http://127.0.0.1:80/"));
-        QCOMPARE(awaitValue(lookup.proxyFor(here, 10s, {})).type(), QNetworkProxy::NoProxy);
+        QCOMPARE(awaitValue(lookup.proxyFor(here, 10s, {})).kind, Proxy::Kind::None);
         QCOMPARE(system->questions, 0);
     }
 };
