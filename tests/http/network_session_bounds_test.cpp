@@ -180,7 +180,7 @@ private Q_SLOTS:
     void aPackedBodyThatUnpacksToNothingIsGivenUp()
     {
         FakeClock clock;
-        // Empty blocks of deflate, which Qt reads without having anything to give.
+        // Empty blocks of deflate, which give nothing when they are unpacked.
         const QByteArray empty = QByteArray::fromHex("0000000000ffff").mid(2).repeated(3000);
         FloodServer server(
             "HTTP/1.1 200 OK\r\nContent-Encoding: deflate\r\nConnection: close\r\n\r\n" + QByteArray::fromHex("7801"),

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "flood_server.h"
 #include "network_session_fixture.h"
 
 #include "support/test_main.h"
@@ -156,6 +157,26 @@ private Q_SLOTS:
         QCOMPARE(kindOf(outcome), kNetwork);
         QVERIFY(!outcome.description().isEmpty());
         QVERIFY(!outcome.description().contains(QLatin1String("secret")));
+        QCOMPARE(outcome.description(), QStringLiteral("Connection refused"));
+    }
+
+    void aHostThatIsNotFoundIsNamed()
+    {
+        NetworkSession session(limits(10s, 15s));
+        const auto outcome = await(session.send(get(QUrl(QStringLiteral("http://nowhere.invalid/?token=secret"))), {}));
+        QCOMPARE(kindOf(outcome), kNetwork);
+        QCOMPARE(outcome.description(), QStringLiteral("Host nowhere.invalid not found"));
+    }
+
+    void aServerThatDoesNotEncryptGetsNoRequest()
+    {
+        FloodServer server("HTTP/1.1 400 Plain\r\n\r\n", "plain");
+        QUrl url = server.url();
+        url.setScheme(QStringLiteral("https"));
+        NetworkSession session(limits(10s, 15s));
+        const auto outcome = await(session.send(get(url), {}));
+        QCOMPARE(kindOf(outcome), kNetwork);
+        QCOMPARE(outcome.description(), QStringLiteral("No encrypted connection to 127.0.0.1 could be made."));
     }
 
     void anAnswerThatIsNoHTTPFails()

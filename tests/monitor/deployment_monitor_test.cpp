@@ -227,6 +227,18 @@ private Q_SLOTS:
         QCOMPARE(f->shownIDs(), texts({"b1", "a1"}));
     }
 
+    void aRepositoryThatIsRenamedOrTransferredGoesOnUnderItsNewName()
+    {
+        buildAlice({repository("R_a", "alice/a", {deployment("a1", "IN_PROGRESS")})});
+        f->tick();
+        alice().repositories[0].name = text("acme/b");
+        alice().repositories[0].deployments = {deployment("a1", "FAILURE", 1min)};
+        f->tickAfter(1h); // the repositories are listed again
+        QCOMPARE(f->shownIDs(), texts({"a1"}));
+        QCOMPARE(f->monitor->deployments().first()->repositoryName, text("acme/b"));
+        QCOMPARE(f->notifier.announced, texts({"failure a1"}));
+    }
+
     void anActiveRefreshFindsTheRepositoryByNameWhenTheIdHasAnotherForm()
     {
         auto other = repository("MDEwOnew", "alice/b", {deployment("b1", "IN_PROGRESS")});

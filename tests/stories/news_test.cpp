@@ -64,6 +64,20 @@ private Q_SLOTS:
         QCOMPARE(story.desktop.notifications(), QStringList());
     }
 
+    void aNightOfSleepEndsWithWhatIsSoNow()
+    {
+        Story story;
+        const QString deployment = somethingIsUnderWay(story);
+        story.github.fails(deployment);
+        // Longer than the token lives.
+        story.time.passesAsleep(9h);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.program.state(), DeploymentMonitorState::Case::Ready);
+        QCOMPARE(story.program.message(), QString());
+        QCOMPARE(story.program.shows(), QStringList(u"octo/web production failure"_s));
+        QCOMPARE(story.desktop.notifications(), QStringList(u"octo/web failed"_s));
+    }
+
     void whatARefreshFromATerminalFindsIsAnnouncedByWhoeverGoesOn()
     {
         Story story;
