@@ -61,6 +61,8 @@ AuthenticationStore::AuthenticationStore(
 {
     QObject::connect(
         m_credentialStore.get(), &WatchedCredentials::lockedChanged, this, &AuthenticationStore::lockedChanged);
+    QObject::connect(
+        m_credentialStore.get(), &WatchedCredentials::askingChanged, this, &AuthenticationStore::askingChanged);
     QObject::connect(&m_connection, &AccountConnection::changed, this, &AuthenticationStore::connectionChanged);
     QObject::connect(&m_connection, &AccountConnection::accountConnected, this, &AuthenticationStore::adoptConnected);
     QObject::connect(&m_renewal, &CredentialRenewal::renewalsFinished, this, &AuthenticationStore::renewalsFinished);

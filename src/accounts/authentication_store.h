@@ -89,6 +89,8 @@ public:
     /// Whether the credential of an account could not be used because the credential store is locked: unlock() may
     /// help.
     [[nodiscard]] bool isLocked() const { return m_credentialStore->isLocked(); }
+    /// Whether the credential store may be asking the user for a password, in a window of the desktop.
+    [[nodiscard]] bool isAsking() const { return m_credentialStore->isAsking(); }
 
     /// A credential of the account that is valid for at least 300 seconds, refreshed if needed. Of several callers,
     /// here and in other processes, one refreshes and the others get its result. Stores a new credential before
@@ -129,6 +131,8 @@ Q_SIGNALS:
     void sessionsChanged();
     /// isLocked() changed.
     void lockedChanged();
+    /// isAsking() changed.
+    void askingChanged();
     /// The account was connected again, here or by another process, even if its record stays equal; or a pending
     /// credential has arrived. Requests that failed without a credential may be sent again at once.
     void credentialChanged(qint64 accountID);

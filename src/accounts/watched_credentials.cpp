@@ -67,6 +67,30 @@ QCoro::Task<std::optional<GitHubCredential>> WatchedCredentials::load(qint64 acc
     co_return credential;
 }
 
+QCoro::Task<> WatchedCredentials::asking(QCoro::Task<> operation)
+{
+    const QPointer<WatchedCredentials> self(this);
+    countQuestions(1);
+    std::exception_ptr failure;
+    try {
+        co_await operation;
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (self)
+        countQuestions(-1);
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+void WatchedCredentials::countQuestions(int more)
+{
+    const bool wasAsking = isAsking();
+    m_questions += more;
+    if (isAsking() != wasAsking)
+        Q_EMIT askingChanged();
+}
+
 void WatchedCredentials::record(qint64 accountID, bool isLocked)
 {
     const bool wasLocked = this->isLocked();

@@ -7,11 +7,12 @@
 #include <QSet>
 
 #include <memory>
+#include <utility>
 
 namespace velmora
 {
 
-/// A credential store that remembers whether it was found locked.
+/// A credential store that tells whether it was found locked, and whether it may be asking the user.
 class WatchedCredentials final : public QObject, public CredentialStoring
 {
     Q_OBJECT
@@ -22,27 +23,38 @@ public:
     /// Whether the last operation for any account failed because the store is locked, or because the user declined to
     /// unlock it.
     [[nodiscard]] bool isLocked() const { return !m_lockedAccounts.isEmpty(); }
+    /// Whether an operation is running that may ask the user for a password.
+    [[nodiscard]] bool isAsking() const { return m_questions > 0; }
     /// Forgets the account.
     void forget(qint64 accountID) { record(accountID, false); }
 
-    [[nodiscard]] QCoro::Task<> prepareToSave() override { return m_credentials->prepareToSave(); }
-    [[nodiscard]] QCoro::Task<> unlock(QList<qint64> accountIDs) override { return m_credentials->unlock(accountIDs); }
+    [[nodiscard]] QCoro::Task<> prepareToSave() override { return asking(m_credentials->prepareToSave()); }
+    [[nodiscard]] QCoro::Task<> unlock(QList<qint64> accountIDs) override
+    {
+        return asking(m_credentials->unlock(accountIDs));
+    }
     [[nodiscard]] QCoro::Task<> save(GitHubCredential credential, qint64 accountID, Interaction interaction) override;
     [[nodiscard]] QCoro::Task<std::optional<GitHubCredential>> load(qint64 accountID) override;
     [[nodiscard]] QCoro::Task<> remove(qint64 accountID, Interaction interaction) override
     {
-        return m_credentials->remove(accountID, interaction);
+        auto removal = m_credentials->remove(accountID, interaction);
+        return interaction == Interaction::Allowed ? asking(std::move(removal)) : std::move(removal);
     }
 
 Q_SIGNALS:
     /// isLocked() changed.
     void lockedChanged();
+    /// isAsking() changed.
+    void askingChanged();
 
 private:
+    QCoro::Task<> asking(QCoro::Task<> operation);
+    void countQuestions(int more);
     void record(qint64 accountID, bool isLocked);
 
     std::shared_ptr<CredentialStoring> m_credentials;
     QSet<qint64> m_lockedAccounts;
+    int m_questions = 0; ///< running operations that may ask
 };
 
 } // namespace velmora

@@ -118,6 +118,12 @@ MenuBarWindow &Desktop::window()
     connect(m_view, &MenuBarView::quitRequested, this, &Desktop::quitRequested);
     m_view->setNotice(m_notice);
     m_window->setHasItem(m_notice.isEmpty());
+    const auto *const authentication = &m_app->authentication();
+    const auto followQuestions = [this, authentication] {
+        m_window->setAwaitingAnswer(authentication->isAsking());
+    };
+    connect(authentication, &AuthenticationStore::askingChanged, m_window.get(), followQuestions);
+    followQuestions();
     return *m_window;
 }
 

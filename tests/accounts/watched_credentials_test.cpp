@@ -4,6 +4,7 @@
 #include "accounts/credential_store_error.h"
 #include "support/await.h"
 #include "support/fake_credential_store.h"
+#include "support/task_scope.h"
 #include "support/test_main.h"
 
 #include <QSignalSpy>
@@ -57,6 +58,27 @@ private Q_SLOTS:
         m_store->loadFailure = failure(CredentialStoreError::Dismissed);
         QVERIFY_THROWS_EXCEPTION(CredentialStoreError, std::ignore = awaitValue(m_watched->load(1)));
         QVERIFY(m_watched->isLocked());
+    }
+
+    void itMayBeAskingWhileAnOperationOfTheUserRuns()
+    {
+        QSignalSpy changes(m_watched.get(), &WatchedCredentials::askingChanged);
+        m_store->isHoldingQuestions = true;
+        launch(m_watched->unlock({1}), "Unlocking");
+        QVERIFY(m_watched->isAsking());
+        launch(m_watched->prepareToSave(), "Preparing");
+        m_store->release();
+        QVERIFY(m_watched->isAsking());
+        m_store->release();
+        QVERIFY(waitUntil([&] { return !m_watched->isAsking(); }));
+        QCOMPARE(changes.size(), 2);
+        m_store->isHoldingQuestions = false;
+        m_store->removeFailure = locked();
+        QVERIFY_THROWS_EXCEPTION(CredentialStoreError, awaitValue(m_watched->remove(1, Interaction::Allowed)));
+        QVERIFY(!m_watched->isAsking());
+        QCOMPARE(changes.size(), 4);
+        QVERIFY_THROWS_EXCEPTION(CredentialStoreError, awaitValue(m_watched->remove(1, Interaction::Forbidden)));
+        QCOMPARE(changes.size(), 4);
     }
 
 private:

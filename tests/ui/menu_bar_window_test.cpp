@@ -243,6 +243,21 @@ private Q_SLOTS:
         menu.close();
     }
 
+    void shouldStayOpenWhileTheDesktopAsksForAPassword()
+    {
+        openAndActivate();
+        QEnterEvent entered(QPointF(1, 1), QPointF(1, 1), QPointF(1, 1));
+        QCoreApplication::sendEvent(m_window.get(), &entered);
+        m_window->setAwaitingAnswer(true);
+        turnToAnotherWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_other.get()));
+        QVERIFY(m_window->isVisible());
+        m_window->setAwaitingAnswer(false);
+        QEvent deactivated(QEvent::WindowDeactivate);
+        QCoreApplication::sendEvent(m_window.get(), &deactivated);
+        QVERIFY(!m_window->isVisible());
+    }
+
     void shouldStayOpenWhileThePointerIsOnItsWay()
     {
         QCursor::setPos(screenArea().bottomRight());

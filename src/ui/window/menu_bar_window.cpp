@@ -172,7 +172,7 @@ bool MenuBarWindow::event(QEvent *event)
 
 void MenuBarWindow::focusLost()
 {
-    if (!m_hasItem)
+    if (!m_hasItem || m_isAwaitingAnswer)
         return;
     // The focus went to a menu or a dialog of this window.
     const QWidget *const now = QApplication::activeWindow();

@@ -40,6 +40,9 @@ public:
     /// on without one, until it is opened again.
     void setHasItem(bool hasItem) { m_hasItem = hasItem; }
 
+    /// Whether the desktop asks the user something for this program. Then the loss of the focus closes nothing.
+    void setAwaitingAnswer(bool isAwaiting) { m_isAwaitingAnswer = isAwaiting; }
+
     /// Shows the window, or brings it to the front. `anchor` is the place of the click at the item, if known; the token
     /// is the desktop's permission to take the focus.
     void open(std::optional<QPoint> anchor, const QString &activationToken);
@@ -65,6 +68,7 @@ private:
     Placement m_placementAtItem; ///< where the desktop has an item
     Placement m_placement; ///< of the window as it is
     bool m_hasItem = true;
+    bool m_isAwaitingAnswer = false;
     Now m_now;
     QTimer m_unused{this}; ///< runs from the closing on
     DismissalRule m_dismissal;

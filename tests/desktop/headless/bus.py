@@ -83,19 +83,28 @@ class Bus:
         self._connection.close_sync(None)
 
 
-def start_bus(session, services):
-    """Starts a bus that can activate the named services if they are installed, and connects to it."""
-    folder = session.folder("services")
+def start_bus(session, services, name="bus"):
+    """Starts a bus that can activate the named services if they are installed, and connects to it. Its socket has the
+    name in the runtime folder."""
+    folder = session.folder(f"services-of-{name}")
     for service in services:
         original = f"{_SERVICE_FOLDER}/{service}.service"
         if os.path.exists(original):
-            os.symlink(original, f"{folder}/{service}.service")
-    socket = f"{session.runtime_folder}/bus"
-    configuration = f"{session.root}/bus.conf"
+            _copy_without_systemd(original, f"{folder}/{service}.service")
+    socket = f"{session.runtime_folder}/{name}"
+    configuration = f"{session.root}/{name}.conf"
     with open(configuration, "w", encoding="utf-8") as file:
         file.write(_CONFIGURATION.format(socket=socket, services=folder))
     command = ["dbus-daemon", "--nofork", "--nopidfile", f"--config-file={configuration}"]
-    return session.launch("bus", command).until(lambda: _connect(f"unix:path={socket}"))
+    return session.launch(name, command).until(lambda: _connect(f"unix:path={socket}"))
+
+
+def _copy_without_systemd(original, copy):
+    """A session has no systemd, which the bus would ask to start the service."""
+    with open(original, encoding="utf-8") as file:
+        lines = [line for line in file if not line.startswith("SystemdService=")]
+    with open(copy, "w", encoding="utf-8") as file:
+        file.writelines(lines)
 
 
 def _connect(address):

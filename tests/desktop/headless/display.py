@@ -99,6 +99,10 @@ class Screen:
         self.move_pointer(x, y)
         self.xdotool("click", button)
 
+    def double_click(self, x, y):
+        self.move_pointer(x, y)
+        self.xdotool("click", "--repeat", "2", "--delay", "80", 1)
+
     def key(self, *keys):
         """Presses keys or chords such as "Escape" or "ctrl+r" in turn."""
         self.xdotool("key", "--delay", "20", *keys)
@@ -108,7 +112,9 @@ class Screen:
 
 
 class X11Windows:
-    """xfwm4 on the screen."""
+    """xfwm4 on the screen. `startable` are the services that the bus may start for it."""
+
+    startable = ()
 
     def __init__(self, session, screen):
         self._session = session
@@ -155,6 +161,8 @@ class X11Windows:
 
 class WaylandWindows:
     """sway; its only output is a window that fills the screen."""
+
+    startable = ()
 
     def __init__(self, session, screen):
         folder = session.folder("wayland")

@@ -52,6 +52,10 @@ class Picture:
         """The set of its colours; a blank area has one."""
         return {row[at : at + 3] for row in self._rows for at in range(0, len(row), 3)}
 
+    def brightness(self):
+        """From 0 for black to 1 for white."""
+        return sum(sum(row) for row in self._rows) / (255 * 3 * self.width * self.height)
+
     def save(self, path):
         def chunk(kind, content):
             return struct.pack(">I", len(content)) + kind + content + struct.pack(">I", zlib.crc32(kind + content))

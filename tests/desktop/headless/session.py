@@ -9,6 +9,7 @@ from .accessibility import Accessibility
 from .browser import Browser
 from .bus import start_bus
 from .display import Screen, WaylandWindows, X11Windows
+from .gnome import GnomeShell, Indicators
 from .keyring import Keyring
 from .notifications import NotificationDaemon, NotificationLog
 from .processes import Program, adopt_orphans, descendants, end_descendants
@@ -20,8 +21,15 @@ _INHERITED = ("PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "QT_LOGGI
 _STARTABLE = ("org.xfce.Xfconf", "org.a11y.Bus")
 _PROMPTERS = ("org.gnome.keyring.SystemPrompter", "org.gnome.keyring.PrivatePrompter")
 
-WINDOWING = ("x11", "wayland")
-TRAYS = ("xfce", "lxqt", "waybar", "none")
+# What manages the windows, and the tray and the notification daemon that go with it.
+_DESKTOPS = {
+    "x11": (X11Windows, "xfce", "dunst"),
+    "wayland": (WaylandWindows, "waybar", "mako"),
+    "gnome-x11": (GnomeShell, "indicators", "none"),
+    "gnome-wayland": (GnomeShell, "indicators", "none"),
+}
+WINDOWING = tuple(_DESKTOPS)
+TRAYS = ("xfce", "lxqt", "waybar", "indicators", "none")
 DAEMONS = ("dunst", "xfce", "mako", "none")
 KEYRINGS = ("unlocked", "locked", "absent")
 
@@ -29,7 +37,8 @@ KEYRINGS = ("unlocked", "locked", "absent")
 class Session:
     """A private home, message bus, screen, window manager, panel, notification daemon, keyring and browser.
 
-    `windowing` is "x11" (xfwm4) or "wayland" (sway). `tray`, `notifications` and `keyring` choose the program, or
+    `windowing` is "x11" (xfwm4), "wayland" (sway), or GNOME Shell on either, which is the tray host by its extension
+    and the notification daemon as well. `tray`, `notifications` and `keyring` choose the program, or
     "none" and "absent"; the components of these names start with the session unless they are named in `late`.
     Use it as a context manager: all processes started in it, and their descendants, end with it. A process may have
     one session at a time; several processes may each have one.
@@ -40,10 +49,10 @@ class Session:
 
     def __init__(self, windowing="x11", tray=None, notifications=None, keyring="unlocked", *, accessibility=True,
                  size=(1280, 800), late=()):  # fmt: skip
-        on_wayland = windowing == "wayland"
-        self._windowing = windowing
-        self._tray = tray or ("waybar" if on_wayland else "xfce")
-        self._notifications = notifications or ("mako" if on_wayland else "dunst")
+        self.is_on_wayland = windowing.endswith("wayland")
+        self._windows, own_tray, own_notifications = _DESKTOPS[windowing]
+        self._tray = tray or own_tray
+        self._notifications = notifications or own_notifications
         self._keyring = keyring
         self._accessibility = accessibility
         self._size = size
@@ -114,7 +123,7 @@ class Session:
     def click(self, accessible, button=1):
         """Clicks in the centre of the accessible object."""
         x, y = self._resting_place(accessible)
-        if self._windowing == "wayland":
+        if self.is_on_wayland:
             # On Wayland programs do not know the positions of their windows.
             window = next(window for window in self.windows.list() if window.pid == accessible.pid)
             x, y = x + window.x, y + window.y
@@ -137,10 +146,12 @@ class Session:
         self.runtime_folder = self.folder("run")
         self.environment = self._first_environment()
         self.screen = Screen(self, self._size)
-        self.windows = {"x11": X11Windows, "wayland": WaylandWindows}[self._windowing](self, self.screen)
+        self.windows = self._windows(self, self.screen)
         # Activated programs inherit the bus's environment, which therefore needs screen and browser.
         self.browser = Browser(self)
-        startable = _STARTABLE if self._keyring == "absent" else _STARTABLE + _PROMPTERS
+        startable = _STARTABLE + self.windows.startable
+        if self._keyring != "absent":
+            startable += _PROMPTERS
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.runtime_folder}/bus"
         self.environment |= {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"} if self._accessibility else {"NO_AT_BRIDGE": "1"}
         self.bus = start_bus(self, startable)
@@ -150,7 +161,7 @@ class Session:
         self.posted = NotificationLog(self)
         self.keyring = self._component(Keyring, "keyring", self._keyring)
         self.notifications = self._component(NotificationDaemon, "notifications", self._notifications)
-        self.tray = self._component(Tray, "tray", self._tray)
+        self.tray = self._component(Indicators if self._tray == "indicators" else Tray, "tray", self._tray)
 
     def _component(self, kind, name, choice):
         if choice in ("none", "absent"):

@@ -70,23 +70,10 @@ _PANELS = {
 }
 
 
-class Tray(Component):
-    """A panel at the top of the screen that holds only the tray, at its right end."""
+class TrayHost(Component):
+    """A part of the desktop that shows tray items. Subclasses say where the only item is drawn."""
 
-    name = "panel"
     service = _WATCHER[0]
-
-    def __init__(self, session, panel):
-        command, self._file, self._content = _PANELS[panel]
-        super().__init__(session, command)
-
-    def prepare(self):
-        path = f"{self.session.environment['XDG_CONFIG_HOME']}/{self._file}"
-        # Keep what the panel has written since.
-        if not os.path.exists(path):
-            os.makedirs(os.path.dirname(path), exist_ok=True)
-            with open(path, "w", encoding="utf-8") as file:
-                file.write(self._content)
 
     def is_ready(self):
         try:
@@ -103,7 +90,8 @@ class Tray(Component):
             return []
         items = []
         for entry in registered:
-            service, _, path = entry.partition("/")
+            # Some hosts write "service@path".
+            service, _, path = entry.replace("@/", "/").partition("/")
             item = TrayItem(bus, service, "/" + path if path else "/StatusNotifierItem")
             if item.is_there():
                 items.append(item)
@@ -128,6 +116,27 @@ class Tray(Component):
 
     def place(self):
         """The centre of the only item."""
+        raise NotImplementedError
+
+
+class Tray(TrayHost):
+    """A panel at the top of the screen that holds only the tray, at its right end."""
+
+    name = "panel"
+
+    def __init__(self, session, panel):
+        command, self._file, self._content = _PANELS[panel]
+        super().__init__(session, command)
+
+    def prepare(self):
+        path = f"{self.session.environment['XDG_CONFIG_HOME']}/{self._file}"
+        # Keep what the panel has written since.
+        if not os.path.exists(path):
+            os.makedirs(os.path.dirname(path), exist_ok=True)
+            with open(path, "w", encoding="utf-8") as file:
+                file.write(self._content)
+
+    def place(self):
         return self.session.screen.width - _HEIGHT // 2 - 2, _HEIGHT // 2
 
 
