@@ -157,8 +157,8 @@ void Demo::handOver()
 
 void Demo::fillPreferences(Preferences *preferences)
 {
-    preferences->setValue(QStringLiteral("general.notificationsEnabled"), true);
-    preferences->setValue(QStringLiteral("general.successNotificationsEnabled"), true);
+    for (const auto kind : kAllNotificationKinds)
+        preferences->setValue(preferenceOf(kind), true);
 }
 
 QCoro::Task<> Demo::connectAccounts(AuthenticationStore *authentication, std::stop_token stop)

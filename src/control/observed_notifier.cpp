@@ -20,16 +20,10 @@ QCoro::Task<> ObservedNotifier::untilReady(std::stop_token stop)
     return m_notifier->untilReady(std::move(stop));
 }
 
-QCoro::Task<> ObservedNotifier::notifyFailure(DeploymentSnapshot deployment)
+QCoro::Task<> ObservedNotifier::notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind)
 {
-    Q_EMIT posted(deploymentNotification(deployment, DeploymentNotificationKind::Failure));
-    return m_notifier->notifyFailure(std::move(deployment));
-}
-
-QCoro::Task<> ObservedNotifier::notifySuccess(DeploymentSnapshot deployment)
-{
-    Q_EMIT posted(deploymentNotification(deployment, DeploymentNotificationKind::Success));
-    return m_notifier->notifySuccess(std::move(deployment));
+    Q_EMIT posted(deploymentNotification(deployment, kind));
+    return m_notifier->notify(std::move(deployment), kind);
 }
 
 } // namespace velmora

@@ -19,8 +19,7 @@ public:
 
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;
     [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override;
-    [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override;
-    [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) override;
+    [[nodiscard]] QCoro::Task<> notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind) override;
 
 Q_SIGNALS:
     void posted(const velmora::DeploymentNotification &notification);

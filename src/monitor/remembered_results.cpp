@@ -2,6 +2,7 @@
 #include "monitor/remembered_results.h"
 
 #include "monitor/deployment_list.h"
+#include "notifications/deployment_notification_kind.h"
 #include "support/clock.h"
 #include "support/task_scope.h"
 
@@ -15,9 +16,11 @@ namespace
 
 const QString kFailuresKey = QStringLiteral("deployments.notifiedFailures");
 const QString kSuccessesKey = QStringLiteral("deployments.notifiedSuccesses");
+const QString kApprovalsKey = QStringLiteral("deployments.notifiedApprovals");
 const QString kWaitingKey = QStringLiteral("deployments.waitingResults");
 /// The day on which the deployment of each result was last seen: "2026-05-01 ID:failure".
 const QString kLastSeenKey = QStringLiteral("deployments.resultsLastSeen");
+const QStringList kKnownKeys{kFailuresKey, kSuccessesKey, kApprovalsKey};
 constexpr const char *kStoring = "Remembering results";
 constexpr qsizetype kDayLength = 10;
 constexpr qint64 kDaysToForget = 30;
@@ -29,7 +32,15 @@ QString lastSeenLine(const QString &day, const QString &key)
 
 QString listOf(const DeploymentSnapshot &result)
 {
-    return isFailure(result.state) ? kFailuresKey : kSuccessesKey;
+    switch (announcedKind(result.state).value_or(DeploymentNotificationKind::Success)) {
+    case DeploymentNotificationKind::Failure:
+        return kFailuresKey;
+    case DeploymentNotificationKind::Success:
+        return kSuccessesKey;
+    case DeploymentNotificationKind::Waiting:
+        return kApprovalsKey;
+    }
+    Q_UNREACHABLE();
 }
 
 QSet<QString> storedSet(const Preferences &defaults, const QString &key)
@@ -51,11 +62,6 @@ QCoro::Task<> storeChanges(Preferences *defaults, ListChanges changes)
 
 } // namespace
 
-bool isResult(DeploymentState state)
-{
-    return isFailure(state) || state == DeploymentState::Success;
-}
-
 RememberedResults::RememberedResults(Preferences *defaults, const Clock *clock)
     : m_defaults(defaults)
     , m_clock(clock)
@@ -65,14 +71,15 @@ RememberedResults::RememberedResults(Preferences *defaults, const Clock *clock)
 RememberedResults::Keys RememberedResults::keys() const
 {
     Keys keys;
-    keys.known = storedSet(*m_defaults, kFailuresKey) + storedSet(*m_defaults, kSuccessesKey);
+    for (const QString &list : kKnownKeys)
+        keys.known += storedSet(*m_defaults, list);
     keys.waiting = storedSet(*m_defaults, kWaitingKey);
     return keys;
 }
 
 void RememberedResults::keep(const Changes &changes)
 {
-    // Both lists exist from the first call on, even when empty.
+    // The lists of both ends exist from the first call on, even when empty.
     ListChanges lists;
     if (m_day.isEmpty())
         lists = {{kFailuresKey, {}}, {kSuccessesKey, {}}};
@@ -98,7 +105,7 @@ bool RememberedResults::recordSeen(const DeploymentList &list)
     const auto before = m_seenOnDay.size();
     const auto changed = changedSince(m_seen, list);
     for (const auto &deployment : changed) {
-        if (isResult(deployment.state()))
+        if (announcedKind(deployment.state()))
             m_seenOnDay.insert(resultKey(deployment));
     }
     if (!list.isEmpty())
@@ -123,7 +130,7 @@ void RememberedResults::renewDays(const Changes &changes, bool isNewDay, ListCha
         if (isSeen || lastSeen.isEmpty()) {
             lists[kLastSeenKey].added.append(lastSeenLine(m_day, key));
         } else if (isForgotten(lastSeen, m_day)) {
-            for (const QString &list : {kFailuresKey, kSuccessesKey, kWaitingKey})
+            for (const QString &list : kKnownKeys + QStringList(kWaitingKey))
                 lists[list].removed.append(key);
         } else {
             continue;

@@ -15,8 +15,8 @@ namespace velmora
 
 class Clock;
 
-/// Which results need no announcement any more, and which wait for theirs. They are kept in the preferences: every
-/// Velmora process of the profile adds to the lists, and none replaces them.
+/// Which results need no announcement any more, and which wait for theirs. A result is a state that can be announced.
+/// They are kept in the preferences: every Velmora process of the profile adds to the lists, and none replaces them.
 ///
 /// A result is forgotten 30 days after its deployment was last seen.
 class RememberedResults
@@ -63,8 +63,5 @@ private:
     QSet<QString> m_seenOnDay;
     DeploymentList m_seen; ///< the last list that was seen on that day
 };
-
-/// Whether the state is an end that can be announced.
-[[nodiscard]] bool isResult(DeploymentState state);
 
 } // namespace velmora

@@ -35,14 +35,14 @@ QHash<DeploymentID, DeploymentState> statesByID(const DeploymentList &deployment
 /// Whether the deployment had another result before, or none.
 bool isNew(const DeploymentSnapshot &result, DeploymentState before)
 {
-    return isFailure(result.state) ? !isFailure(before) : before != DeploymentState::Success;
+    return announcedKind(result.state) != announcedKind(before);
 }
 
-/// Whether the result is not to be announced: the list did not hold the deployment as under way, and no run has queued
-/// the result.
+/// Whether the result is not to be announced: the list did not hold the deployment as under way to it, and no run has
+/// queued the result.
 bool isHistory(const DeploymentSnapshot &result, DeploymentState before, const RememberedResults::Keys &keys)
 {
-    return !isActive(before) && !keys.waiting.contains(resultKey(result));
+    return !(isActive(before) && isNew(result, before)) && !keys.waiting.contains(resultKey(result));
 }
 
 } // namespace
@@ -70,17 +70,18 @@ void ResultAnnouncer::take(const DeploymentList &previous, const DeploymentList 
     const States before = previous.isSharedWith(updated) ? States() : statesByID(previous);
     DeploymentList candidates = changedSince(isFirst ? DeploymentList() : previous, updated);
     candidates.removeIf([&](const SharedDeployment &deployment) {
-        return !isResult(deployment.state())
+        return !announcedKind(deployment.state())
             || !(isFirst || isNew(deployment, before.value({&deployment}, DeploymentState::Unknown)));
     });
     RememberedResults::Changes changes;
     changes.seen = updated;
+    m_latest = updated;
     sortOut(candidates, before, isFirst, changes);
     m_queue += changes.waiting;
     m_results.keep(changes);
 }
 
-/// Sorts the results into history and those to be posted, failures first.
+/// Sorts the results into history and those to be posted, which are ordered by their kind.
 void ResultAnnouncer::sortOut(
     const DeploymentList &results, const States &before, bool isFirst, RememberedResults::Changes &changes) const
 {
@@ -95,8 +96,8 @@ void ResultAnnouncer::sortOut(
         else if (isEnabled(result))
             changes.waiting.append(result);
     }
-    std::stable_partition(changes.waiting.begin(), changes.waiting.end(),
-        [](const DeploymentSnapshot &result) { return isFailure(result.state); });
+    std::ranges::stable_sort(
+        changes.waiting, {}, [](const SharedDeployment &result) { return announcedKind(result.state()); });
 }
 
 void ResultAnnouncer::recordHistory(const DeploymentList &previous, const DeploymentList &deployments)
@@ -105,7 +106,7 @@ void ResultAnnouncer::recordHistory(const DeploymentList &previous, const Deploy
     const auto keys = m_results.keys();
     RememberedResults::Changes changes;
     std::ranges::copy_if(deployments, std::back_inserter(changes.history), [&](const SharedDeployment &deployment) {
-        return isResult(deployment.state()) && !keys.known.contains(resultKey(deployment))
+        return announcedKind(deployment.state()) && !keys.known.contains(resultKey(deployment))
             && isHistory(deployment, before.value({&deployment}, DeploymentState::Unknown), keys);
     });
     m_results.keep(changes);
@@ -113,8 +114,16 @@ void ResultAnnouncer::recordHistory(const DeploymentList &previous, const Deploy
 
 bool ResultAnnouncer::isEnabled(const DeploymentSnapshot &result) const
 {
-    return m_defaults->boolean(isFailure(result.state) ? QStringLiteral("general.notificationsEnabled")
-                                                       : QStringLiteral("general.successNotificationsEnabled"));
+    const auto kind = announcedKind(result.state);
+    return kind && m_defaults->boolean(preferenceOf(*kind));
+}
+
+/// Whether the deployment was approved before the desktop was ready to announce that it waits.
+bool ResultAnnouncer::isOver(const DeploymentSnapshot &result) const
+{
+    return isActive(result.state) && std::ranges::none_of(m_latest, [&](const DeploymentSnapshot &latest) {
+        return latest.id == result.id && latest.state == result.state;
+    });
 }
 
 bool ResultAnnouncer::isQueued(const DeploymentSnapshot &result) const
@@ -145,7 +154,8 @@ QCoro::Task<> ResultAnnouncer::postQueue()
 /// it would be posted twice.
 QCoro::Task<> ResultAnnouncer::post(DeploymentSnapshot result)
 {
-    if (!isEnabled(result)) {
+    const auto kind = announcedKind(result.state);
+    if (!kind || !isEnabled(result) || isOver(result)) {
         m_results.giveUp(result);
         co_return;
     }
@@ -154,10 +164,7 @@ QCoro::Task<> ResultAnnouncer::post(DeploymentSnapshot result)
     if (!self || !isOurs)
         co_return;
     try {
-        if (isFailure(result.state))
-            co_await m_notifier->notifyFailure(result);
-        else
-            co_await m_notifier->notifySuccess(result);
+        co_await m_notifier->notify(result, *kind);
     } catch (...) {
         qCWarning(announcerLog).noquote() << "A notification was not delivered:" << describe(std::current_exception());
     }

@@ -28,12 +28,13 @@ public:
     /// Whether process() was called in this run.
     [[nodiscard]] bool hasCompletedLiveRefresh() const { return m_hasCompletedLiveRefresh; }
 
-    /// Queues the results of `updated` that `previous` did not have, failures first. The first call does
-    /// recordHistory(), and queues what is left and what an earlier run has not posted. A notification that
-    /// could not be delivered counts as announced. A repeated id in `previous` is a fatal error.
+    /// Queues the results of `updated` that `previous` did not have, failures first, then successes, then what waits
+    /// for approval. The first call does recordHistory(), and queues what is left and what an earlier run has not
+    /// posted. A notification that could not be delivered counts as announced. A repeated id in `previous` is a fatal
+    /// error.
     void process(const DeploymentList &previous, const DeploymentList &updated);
 
-    /// Remembers the results among the deployments as history, which is not announced. Left out are the ends of
+    /// Remembers the results among the deployments as history, which is not announced. Left out are the new results of
     /// deployments that were under way in `previous`, and results that an earlier run has not posted.
     void recordHistory(const DeploymentList &previous, const DeploymentList &deployments);
 
@@ -42,6 +43,7 @@ private:
 
     [[nodiscard]] bool isEnabled(const DeploymentSnapshot &result) const;
     [[nodiscard]] bool isQueued(const DeploymentSnapshot &result) const;
+    [[nodiscard]] bool isOver(const DeploymentSnapshot &result) const;
     void take(const DeploymentList &previous, const DeploymentList &updated);
     void sortOut(
         const DeploymentList &results, const States &before, bool isFirst, RememberedResults::Changes &changes) const;
@@ -52,6 +54,7 @@ private:
     Preferences *m_defaults;
     RememberedResults m_results;
     bool m_hasCompletedLiveRefresh = false;
+    DeploymentList m_latest; ///< the list of the last process()
     DeploymentList m_queue; ///< the first is the one that is being posted
     bool m_isPosting = false;
     TaskScope m_scope;

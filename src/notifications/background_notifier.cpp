@@ -21,22 +21,12 @@ QCoro::Task<bool> BackgroundNotifier::requestAuthorizationIfNeeded()
     co_return true;
 }
 
-QCoro::Task<> BackgroundNotifier::notifyFailure(DeploymentSnapshot deployment)
-{
-    return launchDelivery(std::move(deployment), DeploymentNotificationKind::Failure);
-}
-
-QCoro::Task<> BackgroundNotifier::notifySuccess(DeploymentSnapshot deployment)
-{
-    return launchDelivery(std::move(deployment), DeploymentNotificationKind::Success);
-}
-
 QCoro::Task<> BackgroundNotifier::untilReady(std::stop_token)
 {
     co_return;
 }
 
-QCoro::Task<> BackgroundNotifier::launchDelivery(DeploymentSnapshot deployment, DeploymentNotificationKind kind)
+QCoro::Task<> BackgroundNotifier::notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind)
 {
     if (m_notifier)
         m_deliveries.launch(deliver(deployment, kind), "Announcing a result");
@@ -54,10 +44,7 @@ QCoro::Task<> BackgroundNotifier::deliver(DeploymentSnapshot deployment, Deploym
     throwIfStopped(stop);
     QString failure;
     try {
-        if (kind == DeploymentNotificationKind::Failure)
-            co_await notifier->notifyFailure(deployment);
-        else
-            co_await notifier->notifySuccess(deployment);
+        co_await notifier->notify(deployment, kind);
     } catch (const Error &error) {
         failure = error.description();
     }

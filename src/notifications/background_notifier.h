@@ -24,15 +24,13 @@ public:
 
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;
     [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override;
-    [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override;
-    [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) override;
+    [[nodiscard]] QCoro::Task<> notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind) override;
 
 Q_SIGNALS:
     /// The notifier refused a result. The same reason is not repeated until it has accepted one.
     void failed(const QString &description);
 
 private:
-    QCoro::Task<> launchDelivery(DeploymentSnapshot deployment, DeploymentNotificationKind kind);
     QCoro::Task<> deliver(DeploymentSnapshot deployment, DeploymentNotificationKind kind);
     void recordFailure(const QString &description);
 

@@ -4,16 +4,36 @@
 namespace velmora
 {
 
+namespace
+{
+
+struct Words {
+    QString outcome; ///< follows the repository
+    QString fallback; ///< stands for the description of the deployment
+};
+
+Words wordsFor(DeploymentNotificationKind kind)
+{
+    switch (kind) {
+    case DeploymentNotificationKind::Failure:
+        return {QStringLiteral(" failed"), QStringLiteral("The deployment did not complete successfully.")};
+    case DeploymentNotificationKind::Success:
+        return {QStringLiteral(" deployed"), QStringLiteral("The deployment completed successfully.")};
+    case DeploymentNotificationKind::Waiting:
+        return {QStringLiteral(" waits for approval"), QStringLiteral("The deployment goes on once it is approved.")};
+    }
+    Q_UNREACHABLE();
+}
+
+} // namespace
+
 DeploymentNotification deploymentNotification(const DeploymentSnapshot &deployment, DeploymentNotificationKind kind)
 {
-    const bool isFailed = kind == DeploymentNotificationKind::Failure;
-    const QString outcome = isFailed ? QStringLiteral(" failed") : QStringLiteral(" deployed");
-    const QString fallback = isFailed ? QStringLiteral("The deployment did not complete successfully.")
-                                      : QStringLiteral("The deployment completed successfully.");
+    const Words words = wordsFor(kind);
     return DeploymentNotification{
-        .title = deployment.repositoryName + outcome,
+        .title = deployment.repositoryName + words.outcome,
         .subtitle = deployment.environment,
-        .body = deployment.statusDescription.value_or(fallback),
+        .body = deployment.statusDescription.value_or(words.fallback),
         .url = detailsURL(deployment),
         .identifier = resultKey(deployment),
     };

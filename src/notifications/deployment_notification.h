@@ -19,7 +19,7 @@ struct DeploymentNotification {
     friend bool operator==(const DeploymentNotification &, const DeploymentNotification &) = default;
 };
 
-/// The notification that announces the result of the deployment.
+/// The notification that announces what has become of the deployment.
 [[nodiscard]] DeploymentNotification deploymentNotification(
     const DeploymentSnapshot &deployment, DeploymentNotificationKind kind);
 

@@ -2,21 +2,17 @@
 #pragma once
 
 #include "model/deployment_snapshot.h"
+#include "notifications/deployment_notification_kind.h"
 
 #include <QCoroTask>
 
 #include <stop_token>
+#include <utility>
 
 namespace velmora
 {
 
-/// The result that a notification announces.
-enum class DeploymentNotificationKind {
-    Failure,
-    Success,
-};
-
-/// Notifies the user of the result of a deployment. All operations may throw; untilReady() throws only
+/// Notifies the user of what has become of a deployment. All operations may throw; untilReady() throws only
 /// CancellationError.
 class DeploymentNotifying
 {
@@ -28,10 +24,17 @@ public:
     /// Ends when a notification can be posted without a long wait: at once, unless the receiver did not answer the last
     /// call. A stop ends it with a CancellationError.
     [[nodiscard]] virtual QCoro::Task<> untilReady(std::stop_token stop) = 0;
-    /// Posts the failure notification of the deployment.
-    [[nodiscard]] virtual QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) = 0;
-    /// Posts the success notification of the deployment.
-    [[nodiscard]] virtual QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) = 0;
+    /// Posts the notification of the deployment.
+    [[nodiscard]] virtual QCoro::Task<> notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind) = 0;
+
+    [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment)
+    {
+        return notify(std::move(deployment), DeploymentNotificationKind::Failure);
+    }
+    [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment)
+    {
+        return notify(std::move(deployment), DeploymentNotificationKind::Success);
+    }
 };
 
 } // namespace velmora

@@ -20,8 +20,15 @@ Q_LOGGING_CATEGORY(log, "velmora.notifications", QtWarningMsg)
 
 QString categoryOf(DeploymentNotificationKind kind)
 {
-    return kind == DeploymentNotificationKind::Failure ? QStringLiteral("transfer.error")
-                                                       : QStringLiteral("transfer.complete");
+    switch (kind) {
+    case DeploymentNotificationKind::Failure:
+        return QStringLiteral("transfer.error");
+    case DeploymentNotificationKind::Success:
+        return QStringLiteral("transfer.complete");
+    case DeploymentNotificationKind::Waiting:
+        return QStringLiteral("transfer");
+    }
+    Q_UNREACHABLE();
 }
 
 NotificationRequest requestFor(const DeploymentNotification &notification, DeploymentNotificationKind kind,
@@ -159,15 +166,8 @@ QCoro::Task<> UserNotificationService::untilReady(std::stop_token stop)
     return State::untilReady(m_state, std::move(stop));
 }
 
-QCoro::Task<> UserNotificationService::notifyFailure(DeploymentSnapshot deployment)
+QCoro::Task<> UserNotificationService::notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind)
 {
-    const auto kind = DeploymentNotificationKind::Failure;
-    return State::post(m_state, deploymentNotification(deployment, kind), kind);
-}
-
-QCoro::Task<> UserNotificationService::notifySuccess(DeploymentSnapshot deployment)
-{
-    const auto kind = DeploymentNotificationKind::Success;
     return State::post(m_state, deploymentNotification(deployment, kind), kind);
 }
 

@@ -12,7 +12,7 @@
 namespace velmora
 {
 
-/// Posts one desktop notification for a deployment that failed or succeeded, and opens its page on a click.
+/// Posts one desktop notification for a deployment that failed, succeeded or waits, and opens its page on a click.
 ///
 /// The opener must outlive the service. Operations that are running when the service is destroyed are completed; later
 /// clicks have no effect. Errors of the server and of the permission pass unchanged.
@@ -37,8 +37,7 @@ public:
     /// Calls the server repeatedly while it does not answer. Only the stop limits it.
     [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override;
     /// Does not check the permission first; the desktop drops notifications that it must not show.
-    [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override;
-    [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) override;
+    [[nodiscard]] QCoro::Task<> notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind) override;
 
 private:
     struct State;

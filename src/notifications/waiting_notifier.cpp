@@ -19,12 +19,7 @@ QCoro::Task<> WaitingNotifier::untilReady(std::stop_token stop)
     co_await never;
 }
 
-QCoro::Task<> WaitingNotifier::notifyFailure(DeploymentSnapshot)
-{
-    co_return;
-}
-
-QCoro::Task<> WaitingNotifier::notifySuccess(DeploymentSnapshot)
+QCoro::Task<> WaitingNotifier::notify(DeploymentSnapshot, DeploymentNotificationKind)
 {
     co_return;
 }

@@ -13,8 +13,7 @@ class WaitingNotifier final : public DeploymentNotifying
 public:
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;
     [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override;
-    [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override;
-    [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) override;
+    [[nodiscard]] QCoro::Task<> notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind) override;
 };
 
 } // namespace velmora

@@ -11,6 +11,7 @@ struct GeneralSettingsTexts {
     static QString notifications() { return QStringLiteral("Notifications"); }
     static QString notifyFailures() { return QStringLiteral("Notify me when deployments &fail"); }
     static QString notifySuccesses() { return QStringLiteral("Notify me when deployments &succeed"); }
+    static QString notifyWaiting() { return QStringLiteral("Notify me when deployments &wait for approval"); }
     static QString notificationsHelp()
     {
         return QStringLiteral("Velmora sends one notification when a deployment changes to a selected result.");

@@ -7,6 +7,8 @@
 
 #include <QPointer>
 
+#include <algorithm>
+
 namespace velmora
 {
 
@@ -18,12 +20,6 @@ QString permissionMessage()
     return QStringLiteral("Notifications are disabled for Velmora in System Settings.");
 }
 
-QString keyOf(DeploymentNotificationKind kind)
-{
-    return QString::fromLatin1(kind == DeploymentNotificationKind::Failure ? GeneralSettingsStore::kFailureKey
-                                                                           : GeneralSettingsStore::kSuccessKey);
-}
-
 } // namespace
 
 GeneralSettingsStore::GeneralSettingsStore(
@@ -33,11 +29,11 @@ GeneralSettingsStore::GeneralSettingsStore(
     , m_notifier(notifier)
     , m_loginItem(loginItem)
 {
-    const QString failureKey = keyOf(DeploymentNotificationKind::Failure);
+    const QString failureKey = preferenceOf(DeploymentNotificationKind::Failure);
     if (!m_defaults->value(failureKey))
         m_defaults->setValue(failureKey, true);
-    m_published.failureNotificationsEnabled = m_defaults->boolean(failureKey);
-    m_published.successNotificationsEnabled = m_defaults->boolean(keyOf(DeploymentNotificationKind::Success));
+    for (const auto kind : kAllNotificationKinds)
+        readSwitch(kind);
     m_published.launchAtLoginEnabled = isLoginItemEnabled();
     connect(m_defaults, &Preferences::changed, this, &GeneralSettingsStore::followDefaults);
 }
@@ -47,7 +43,7 @@ QCoro::Task<> GeneralSettingsStore::prepareNotifications()
     const QPointer<GeneralSettingsStore> self(this);
     bool isWanted = true;
     while (isWanted) {
-        if (!m_published.failureNotificationsEnabled && !m_published.successNotificationsEnabled) {
+        if (std::ranges::none_of(kAllNotificationKinds, [&](auto kind) { return m_published.isOn(kind); })) {
             m_preparation = Preparation::Idle;
             co_return;
         }
@@ -102,6 +98,9 @@ void GeneralSettingsStore::applyPreparation(const Answer &answer)
         m_published.errorMessage = describe(answer.failure);
     } else if (!answer.isGranted) {
         setBoth(false);
+        // A switch that was never used stays unwritten.
+        if (m_published.isOn(DeploymentNotificationKind::Waiting))
+            set(false, DeploymentNotificationKind::Waiting);
         m_published.notificationsRequireSystemPermission = true;
         m_published.errorMessage = permissionMessage();
     } else if (m_preparationFailure && m_published.errorMessage == m_preparationFailure) {
@@ -149,27 +148,25 @@ void GeneralSettingsStore::setBoth(bool enabled)
 
 void GeneralSettingsStore::set(bool enabled, DeploymentNotificationKind kind)
 {
-    switchOf(kind) = enabled;
+    m_published.switches.at(static_cast<std::size_t>(kind)) = enabled;
     // Set the field first, so that followDefaults() sees no change.
-    m_defaults->setValue(keyOf(kind), enabled);
+    m_defaults->setValue(preferenceOf(kind), enabled);
 }
 
-bool &GeneralSettingsStore::switchOf(DeploymentNotificationKind kind)
+void GeneralSettingsStore::readSwitch(DeploymentNotificationKind kind)
 {
-    return kind == DeploymentNotificationKind::Failure ? m_published.failureNotificationsEnabled
-                                                       : m_published.successNotificationsEnabled;
+    m_published.switches.at(static_cast<std::size_t>(kind)) = m_defaults->boolean(preferenceOf(kind));
 }
 
 /// Another process may have changed a switch.
 void GeneralSettingsStore::followDefaults(const QString &key)
 {
-    for (const auto kind : {DeploymentNotificationKind::Failure, DeploymentNotificationKind::Success}) {
-        if (key != keyOf(kind))
-            continue;
-        const Published before = m_published;
-        switchOf(kind) = m_defaults->boolean(key);
-        publishChangesSince(before);
+    const Published before = m_published;
+    for (const auto kind : kAllNotificationKinds) {
+        if (key == preferenceOf(kind))
+            readSwitch(kind);
     }
+    publishChangesSince(before);
 }
 
 QCoro::Task<> GeneralSettingsStore::setLaunchAtLogin(bool enabled)

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QString>
 
+#include <array>
 #include <exception>
 #include <optional>
 
@@ -15,7 +16,7 @@ namespace velmora
 class LoginItem;
 class Preferences;
 
-/// The general settings: which results are announced, and whether Velmora starts at login.
+/// The general settings: what is announced, and whether Velmora starts at login.
 ///
 /// Lives on the main thread. Does not throw. changed() announces fields that change together once, and only real
 /// changes. A refused switch may stay as it was without a signal, so a view must read it again when the operation has
@@ -26,18 +27,21 @@ class GeneralSettingsStore final : public QObject
     Q_OBJECT
 
 public:
-    /// The preferences of the two switches. The monitor reads them too.
-    static constexpr auto kFailureKey = "general.notificationsEnabled";
-    static constexpr auto kSuccessKey = "general.successNotificationsEnabled";
-
     /// The pointers are not owned and outlive the store. Failure notifications are on until the user switches them off;
     /// stores that default at once.
     GeneralSettingsStore(
         Preferences *defaults, DeploymentNotifying *notifier, LoginItem *loginItem, QObject *parent = nullptr);
 
     [[nodiscard]] bool launchAtLoginEnabled() const { return m_published.launchAtLoginEnabled; }
-    [[nodiscard]] bool failureNotificationsEnabled() const { return m_published.failureNotificationsEnabled; }
-    [[nodiscard]] bool successNotificationsEnabled() const { return m_published.successNotificationsEnabled; }
+    [[nodiscard]] bool notificationsEnabled(DeploymentNotificationKind kind) const { return m_published.isOn(kind); }
+    [[nodiscard]] bool failureNotificationsEnabled() const
+    {
+        return notificationsEnabled(DeploymentNotificationKind::Failure);
+    }
+    [[nodiscard]] bool successNotificationsEnabled() const
+    {
+        return notificationsEnabled(DeploymentNotificationKind::Success);
+    }
     /// The desktop has refused notifications, and only the user can allow them there.
     [[nodiscard]] bool notificationsRequireSystemPermission() const
     {
@@ -46,7 +50,7 @@ public:
     /// The last error, for display below the settings.
     [[nodiscard]] const std::optional<QString> &errorMessage() const { return m_published.errorMessage; }
 
-    /// Asks for permission if any result is to be announced. For the start of the application. A refusal switches both
+    /// Asks for permission if anything is to be announced. For the start of the application. A refusal switches all
     /// kinds off. A failure to ask leaves them on and shows the reason. A later success removes only the message of
     /// such a failure.
     [[nodiscard]] QCoro::Task<> prepareNotifications();
@@ -59,7 +63,7 @@ public:
     [[nodiscard]] QCoro::Task<> setNotificationsEnabled(bool enabled, DeploymentNotificationKind kind);
     /// Sets and stores one switch without asking.
     void setNotificationPreference(bool enabled, DeploymentNotificationKind kind);
-    /// Sets and stores both switches without asking, that of failures first.
+    /// Sets and stores the switches of both results without asking, that of failures first.
     void setNotificationPreferences(bool enabled);
 
     /// Makes Velmora start at login or not. launchAtLoginEnabled() then shows what the desktop really does. A failure
@@ -78,10 +82,14 @@ Q_SIGNALS:
 private:
     struct Published {
         bool launchAtLoginEnabled = false;
-        bool failureNotificationsEnabled = false;
-        bool successNotificationsEnabled = false;
+        std::array<bool, kAllNotificationKinds.size()> switches{}; ///< by kind
         bool notificationsRequireSystemPermission = false;
         std::optional<QString> errorMessage;
+
+        [[nodiscard]] bool isOn(DeploymentNotificationKind kind) const
+        {
+            return switches.at(static_cast<std::size_t>(kind));
+        }
         friend bool operator==(const Published &, const Published &) = default;
     };
     enum class Preparation {
@@ -99,8 +107,8 @@ private:
     void applyPreparation(const Answer &answer);
     void applyToggle(const Answer &answer, DeploymentNotificationKind kind);
     void set(bool enabled, DeploymentNotificationKind kind);
+    void readSwitch(DeploymentNotificationKind kind);
     void setBoth(bool enabled);
-    bool &switchOf(DeploymentNotificationKind kind);
     void followDefaults(const QString &key);
     void publishChangesSince(const Published &before);
     [[nodiscard]] bool isLoginItemEnabled() const;

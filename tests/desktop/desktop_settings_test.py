@@ -20,6 +20,7 @@ _OF_FIRST = "quillworks"
 _OF_SECOND = "pinecrest-labs"
 _NOTIFY_SUCCESSES = "Notify me when deployments succeed"
 _NOTIFY_FAILURES = "Notify me when deployments fail"
+_NOTIFY_APPROVALS = "Notify me when deployments wait for approval"
 _LAUNCH_AT_LOGIN = "Launch Velmora at login"
 # More than the controls of any tab.
 _LONGEST_WALK = 30
@@ -432,10 +433,12 @@ class GeneralTest(SettingsTest):
     def test_keeps_what_is_told_and_whether_velmora_starts_at_login(self):
         entry = f"{self.desktop.environment['XDG_CONFIG_HOME']}/autostart/com.tarvik.Velmora.desktop"
         self.settings.expect_switch(_NOTIFY_SUCCESSES, False)
+        self.settings.expect_switch(_NOTIFY_APPROVALS, False)
         self.settings.expect_switch(_LAUNCH_AT_LOGIN, False)
         self.assertFalse(os.path.exists(entry))
 
         self.settings.click("check box", _NOTIFY_SUCCESSES)
+        self.settings.click("check box", _NOTIFY_APPROVALS)
         self.settings.click("check box", _LAUNCH_AT_LOGIN)
         eventually(self.kept_successes, "the choice on the disk")
         eventually(lambda: os.path.exists(entry), "the entry that starts Velmora")
@@ -445,6 +448,7 @@ class GeneralTest(SettingsTest):
         self.settings.enter_general()
         self.settings.expect_switch(_NOTIFY_SUCCESSES, True)
         self.settings.expect_switch(_NOTIFY_FAILURES, True)
+        self.settings.expect_switch(_NOTIFY_APPROVALS, True)
         self.settings.expect_switch(_LAUNCH_AT_LOGIN, True)
 
         self.settings.key("alt+s")

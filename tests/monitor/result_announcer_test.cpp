@@ -19,6 +19,8 @@ namespace
 
 const QString kFailures = QStringLiteral("deployments.notifiedFailures");
 const QString kWaiting = QStringLiteral("deployments.waitingResults");
+const QString kApprovals = QStringLiteral("deployments.notifiedApprovals");
+const QString kAnnouncesApprovals = QStringLiteral("general.waitingNotificationsEnabled");
 const QString kSuccesses = QStringLiteral("deployments.notifiedSuccesses");
 
 DeploymentSnapshot make(const char *id, DeploymentState state)
@@ -338,6 +340,77 @@ private Q_SLOTS:
         announcer.recordHistory(previous, updated);
         run(announcer, previous, updated);
         QCOMPARE(notifier.announced, texts({"failure a"}));
+    }
+
+    void whatBeginsToWaitForApprovalIsAnnouncedOnce()
+    {
+        defaults->values[kAnnouncesApprovals] = true;
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {make("old", Waiting)});
+        QCOMPARE(notifier.announced, QStringList());
+        QCOMPARE(defaults->stringList(kApprovals), texts({"old:waiting"}));
+        const DeploymentList begun{make("a", InProgress)};
+        const DeploymentList waiting{make("a", Waiting), make("b", Waiting)};
+        run(announcer, begun, waiting);
+        QCOMPARE(notifier.announced, texts({"waiting a", "waiting b"}));
+        QCOMPARE(defaults->stringList(kApprovals), texts({"a:waiting", "b:waiting", "old:waiting"}));
+        // It goes on, and waits at a second gate.
+        run(announcer, waiting, begun);
+        run(announcer, begun, waiting);
+        QCOMPARE(notifier.announced.size(), 2);
+    }
+
+    void approvalsAreNotAnnouncedUnlessTheyAreChosen()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        run(announcer, {make("a", Queued)}, {make("a", Waiting)});
+        QCOMPARE(notifier.announced, QStringList());
+        QCOMPARE(defaults->stringList(kApprovals), QStringList());
+        // Switched on only now: the deployment has been waiting before this fetch.
+        defaults->values[kAnnouncesApprovals] = true;
+        run(announcer, {make("a", Waiting)}, {make("a", Waiting)});
+        QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void whatWaitedAlreadyInTheLastRunIsHistory()
+    {
+        defaults->values[kAnnouncesApprovals] = true;
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {make("a", Waiting), make("b", InProgress), make("c", Waiting)},
+            {make("a", Waiting), make("b", Waiting), make("c", Failure)});
+        QCOMPARE(notifier.announced, texts({"failure c", "waiting b"}));
+        QCOMPARE(defaults->stringList(kApprovals), texts({"a:waiting", "b:waiting"}));
+        ResultAnnouncer next(&notifier, defaults.get(), &clock);
+        run(next, {}, {make("a", Waiting), make("b", Waiting)});
+        run(next, {make("b", InProgress)}, {make("b", Waiting)});
+        QCOMPARE(notifier.announced.size(), 2);
+    }
+
+    void theEndOfWhatWaitedForApprovalIsAnnouncedLikeAnyOther()
+    {
+        defaults->values[kAnnouncesApprovals] = true;
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        run(announcer, {make("a", Waiting), make("b", Waiting)},
+            {make("c", Waiting), make("a", Success), make("b", Failure)});
+        QCOMPARE(notifier.announced, texts({"failure b", "success a", "waiting c"}));
+    }
+
+    void whatIsApprovedBeforeTheDesktopIsReadyIsNotAnnounced()
+    {
+        defaults->values[kAnnouncesApprovals] = true;
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        notifier.busy.emplace();
+        const DeploymentList waiting{make("a", Waiting), make("b", Waiting)};
+        run(announcer, {}, waiting);
+        run(announcer, waiting, {make("a", InProgress), make("b", Waiting)});
+        const auto busy = *std::exchange(notifier.busy, std::nullopt);
+        busy.resolve();
+        QCOMPARE(notifier.announced, texts({"waiting b"}));
+        QCOMPARE(defaults->stringList(kApprovals), texts({"b:waiting"}));
+        QCOMPARE(defaults->stringList(kWaiting), QStringList());
     }
 
     void aRepeatedIdInThePreviousListEndsTheProgram()

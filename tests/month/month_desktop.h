@@ -150,15 +150,10 @@ public:
         return m_service->requestAuthorizationIfNeeded();
     }
     [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override { return m_service->untilReady(stop); }
-    [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override
+    [[nodiscard]] QCoro::Task<> notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind) override
     {
         note(deployment);
-        co_await m_service->notifyFailure(deployment);
-    }
-    [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) override
-    {
-        note(deployment);
-        co_await m_service->notifySuccess(deployment);
+        co_await m_service->notify(deployment, kind);
     }
 
     /// The first broken rule; empty for none. A coroutine of the program would swallow an exception.

@@ -34,6 +34,32 @@ private Q_SLOTS:
         QCOMPARE(notification.identifier, QStringLiteral("D1:success"));
     }
 
+    void whatWaitsForApprovalSaysSoInItsOwnWords()
+    {
+        const auto notification = deploymentNotification(
+            makeSnapshot(QStringLiteral("D1"), DeploymentState::Waiting, noon()), DeploymentNotificationKind::Waiting);
+        QCOMPARE(notification.title, QStringLiteral("acme/web waits for approval"));
+        QCOMPARE(notification.subtitle, QStringLiteral("production"));
+        QCOMPARE(notification.body, QStringLiteral("The deployment goes on once it is approved."));
+        QCOMPARE(notification.url.text(), QStringLiteral("https://github.com/acme/web/deployments"));
+        QCOMPARE(notification.identifier, QStringLiteral("D1:waiting"));
+    }
+
+    void everyStateIsAnnouncedAsItsKindOrNotAtAll()
+    {
+        using enum DeploymentState;
+        for (const auto state : kAllDeploymentStates) {
+            std::optional<DeploymentNotificationKind> expected;
+            if (state == Failure || state == Error)
+                expected = DeploymentNotificationKind::Failure;
+            if (state == Success)
+                expected = DeploymentNotificationKind::Success;
+            if (state == Waiting)
+                expected = DeploymentNotificationKind::Waiting;
+            QCOMPARE(announcedKind(state), expected);
+        }
+    }
+
     void theDescriptionOfTheStatusIsTheBodyEvenWhenItIsEmpty()
     {
         auto deployment = makeSnapshot(QStringLiteral("D1"), DeploymentState::Success, noon());

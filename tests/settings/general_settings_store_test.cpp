@@ -19,6 +19,7 @@ namespace
 
 const QString kFailure = QStringLiteral("general.notificationsEnabled");
 const QString kSuccess = QStringLiteral("general.successNotificationsEnabled");
+const QString kWaiting = QStringLiteral("general.waitingNotificationsEnabled");
 const QString kRefused = QStringLiteral("Notifications are disabled for Velmora in System Settings.");
 
 std::exception_ptr failure(const QString &description)
@@ -52,6 +53,7 @@ private Q_SLOTS:
         QCOMPARE(m_defaults->writes, QStringList{kFailure});
         QVERIFY(m_defaults->boolean(kFailure));
         QVERIFY(!m_defaults->value(kSuccess));
+        QVERIFY(!m_store->notificationsEnabled(DeploymentNotificationKind::Waiting));
         QVERIFY(m_notifier.questions.isEmpty());
     }
 
@@ -94,16 +96,20 @@ private Q_SLOTS:
     {
         QTest::addColumn<bool>("failures");
         QTest::addColumn<bool>("successes");
-        QTest::newRow("failures") << true << false;
-        QTest::newRow("successes") << false << true;
-        QTest::newRow("both") << true << true;
+        QTest::addColumn<bool>("approvals");
+        QTest::newRow("failures") << true << false << false;
+        QTest::newRow("successes") << false << true << false;
+        QTest::newRow("both") << true << true << false;
+        QTest::newRow("approvals") << false << false << true;
     }
     void oneSwitchThatIsOnIsReasonEnoughToAsk()
     {
         QFETCH(bool, failures);
         QFETCH(bool, successes);
+        QFETCH(bool, approvals);
         m_defaults->values[kFailure] = failures;
         m_defaults->values[kSuccess] = successes;
+        m_defaults->values[kWaiting] = approvals;
         build();
         const auto preparation = start(m_store->prepareNotifications());
         QCOMPARE(m_notifier.questions.size(), 1);
@@ -112,6 +118,7 @@ private Q_SLOTS:
         QVERIFY(preparation->isDone);
         QCOMPARE(m_store->failureNotificationsEnabled(), failures);
         QCOMPARE(m_store->successNotificationsEnabled(), successes);
+        QCOMPARE(m_store->notificationsEnabled(DeploymentNotificationKind::Waiting), approvals);
     }
 
     void permissionAtStartChangesNothing()
@@ -147,6 +154,19 @@ private Q_SLOTS:
         QCOMPARE(m_defaults->writes, (QStringList{kFailure, kSuccess}));
         QCOMPARE(m_defaults->value(kFailure), Preferences::Value(false));
         QCOMPARE(m_defaults->value(kSuccess), Preferences::Value(false));
+        QCOMPARE(m_changes->count(), 1);
+    }
+
+    void aRefusalAtStartSwitchesApprovalsOffToo()
+    {
+        m_defaults->values[kFailure] = false;
+        m_defaults->values[kWaiting] = true;
+        build();
+        m_notifier.immediate = false;
+        awaitValue(m_store->prepareNotifications());
+        QVERIFY(!m_store->notificationsEnabled(DeploymentNotificationKind::Waiting));
+        QCOMPARE(m_defaults->value(kWaiting), Preferences::Value(false));
+        QCOMPARE(m_store->errorMessage(), kRefused);
         QCOMPARE(m_changes->count(), 1);
     }
 
@@ -245,6 +265,7 @@ private Q_SLOTS:
         QFETCH(DeploymentNotificationKind, kind);
         QFETCH(QString, key);
         m_defaults->values[kSuccess] = true;
+        m_defaults->values[kWaiting] = true;
         build();
         showLoginItemError(QStringLiteral("an earlier error"));
         m_changes->clear();
@@ -254,6 +275,8 @@ private Q_SLOTS:
         QCOMPARE(m_store->errorMessage(), QStringLiteral("an earlier error"));
         QCOMPARE(m_store->failureNotificationsEnabled(), kind != DeploymentNotificationKind::Failure);
         QCOMPARE(m_store->successNotificationsEnabled(), kind != DeploymentNotificationKind::Success);
+        QCOMPARE(m_store->notificationsEnabled(DeploymentNotificationKind::Waiting),
+            kind != DeploymentNotificationKind::Waiting);
         QCOMPARE(m_defaults->writes, QStringList{key});
         QCOMPARE(m_defaults->value(key), Preferences::Value(false));
         QCOMPARE(m_changes->count(), 1);
@@ -284,6 +307,8 @@ private Q_SLOTS:
         QCOMPARE(m_store->errorMessage(), std::nullopt);
         QCOMPARE(m_store->failureNotificationsEnabled(), kind == DeploymentNotificationKind::Failure);
         QCOMPARE(m_store->successNotificationsEnabled(), kind == DeploymentNotificationKind::Success);
+        QCOMPARE(m_store->notificationsEnabled(DeploymentNotificationKind::Waiting),
+            kind == DeploymentNotificationKind::Waiting);
         QCOMPARE(m_defaults->value(key), Preferences::Value(true));
         QCOMPARE(m_changes->count(), 1);
     }
@@ -294,6 +319,7 @@ private Q_SLOTS:
         QFETCH(DeploymentNotificationKind, kind);
         QFETCH(QString, key);
         m_defaults->values[kSuccess] = true;
+        m_defaults->values[kWaiting] = true;
         build();
         m_notifier.immediate = false;
         awaitValue(m_store->setNotificationsEnabled(true, kind));
@@ -301,6 +327,8 @@ private Q_SLOTS:
         QCOMPARE(m_store->errorMessage(), kRefused);
         QCOMPARE(m_store->failureNotificationsEnabled(), kind != DeploymentNotificationKind::Failure);
         QCOMPARE(m_store->successNotificationsEnabled(), kind != DeploymentNotificationKind::Success);
+        QCOMPARE(m_store->notificationsEnabled(DeploymentNotificationKind::Waiting),
+            kind != DeploymentNotificationKind::Waiting);
         QCOMPARE(m_defaults->value(key), Preferences::Value(false));
         QCOMPARE(m_changes->count(), 1);
     }
@@ -410,6 +438,9 @@ private Q_SLOTS:
         QCOMPARE(m_changes->count(), 2);
         m_defaults->setValue(QStringLiteral("something.else"), true);
         QCOMPARE(m_changes->count(), 2);
+        m_defaults->setValue(kWaiting, true);
+        QVERIFY(m_store->notificationsEnabled(DeploymentNotificationKind::Waiting));
+        QCOMPARE(m_changes->count(), 3);
     }
 
     void theLoginSwitchShowsWhatTheDesktopDid()
@@ -547,6 +578,7 @@ private:
         QTest::addColumn<QString>("key");
         QTest::newRow("failures") << DeploymentNotificationKind::Failure << kFailure;
         QTest::newRow("successes") << DeploymentNotificationKind::Success << kSuccess;
+        QTest::newRow("approvals") << DeploymentNotificationKind::Waiting << kWaiting;
     }
 
     std::unique_ptr<FakePreferences> m_defaults;

@@ -27,8 +27,7 @@ public:
         co_return isGranted;
     }
     [[nodiscard]] QCoro::Task<> untilReady(std::stop_token) override { co_return; }
-    [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot) override { co_return; }
-    [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot) override { co_return; }
+    [[nodiscard]] QCoro::Task<> notify(DeploymentSnapshot, DeploymentNotificationKind) override { co_return; }
 
     QList<OneShot<bool>> questions;
     std::optional<bool> immediate;

@@ -8,12 +8,13 @@
 
 #include <QStringList>
 
+#include <array>
 #include <optional>
 
 namespace velmora::testing
 {
 
-/// Records announcements as "failure ID" and "success ID", in order.
+/// Records announcements as "failure ID", "success ID" and "waiting ID", in order.
 class FakeNotifier final : public DeploymentNotifying
 {
 public:
@@ -27,13 +28,10 @@ public:
             co_await ready;
         }
     }
-    [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment) override
+    [[nodiscard]] QCoro::Task<> notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind) override
     {
-        co_await announce(QStringLiteral("failure ") + deployment.id);
-    }
-    [[nodiscard]] QCoro::Task<> notifySuccess(DeploymentSnapshot deployment) override
-    {
-        co_await announce(QStringLiteral("success ") + deployment.id);
+        constexpr std::array kWords{"failure ", "success ", "waiting "};
+        co_await announce(QString::fromLatin1(kWords.at(static_cast<std::size_t>(kind))) + deployment.id);
     }
 
     QStringList announced;

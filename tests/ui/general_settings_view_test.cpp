@@ -25,6 +25,7 @@ namespace
 
 const QString kFailures = QStringLiteral("Notify me when deployments fail");
 const QString kSuccesses = QStringLiteral("Notify me when deployments succeed");
+const QString kApprovals = QStringLiteral("Notify me when deployments wait for approval");
 const QString kLaunch = QStringLiteral("Launch Velmora at login");
 const QString kOpen = QStringLiteral("Open Notification Settings");
 const QString kRefused = QStringLiteral("Notifications are disabled for Velmora in System Settings.");
@@ -59,7 +60,7 @@ private Q_SLOTS:
         QStringList switches;
         for (const auto *control : m_view->findChildren<SwitchControl *>())
             switches.append(withoutMnemonic(control->text()));
-        QCOMPARE(switches, (QStringList{kFailures, kSuccesses, kLaunch}));
+        QCOMPARE(switches, (QStringList{kFailures, kSuccesses, kApprovals, kLaunch}));
     }
 
     void thePartsStandInTheirOrder()
@@ -68,7 +69,7 @@ private Q_SLOTS:
         refuse();
         toggle(kLaunch);
         const QList<QWidget *> expected{shownLabel(*m_view, QStringLiteral("Notifications")), control(kFailures),
-            control(kSuccesses), shownLabel(*m_view, kHelp), shownButton(*m_view, kOpen),
+            control(kSuccesses), control(kApprovals), shownLabel(*m_view, kHelp), shownButton(*m_view, kOpen),
             shownLabel(*m_view, QStringLiteral("Startup")), control(kLaunch), shownLabel(*m_view, kStartupHelp),
             shownLabel(*m_view, QStringLiteral("No autostart here"))};
         int above = -1;
@@ -113,6 +114,16 @@ private Q_SLOTS:
         toggle(kFailures);
         QVERIFY(m_store->failureNotificationsEnabled());
         QVERIFY(m_store->successNotificationsEnabled());
+    }
+
+    void approvalsAreOffUntilTheyAreSwitchedOnByThemselves()
+    {
+        QVERIFY(!control(kApprovals)->isChecked());
+        toggle(kApprovals);
+        QVERIFY(control(kApprovals)->isChecked());
+        QVERIFY(m_store->notificationsEnabled(DeploymentNotificationKind::Waiting));
+        QVERIFY(m_store->failureNotificationsEnabled());
+        QVERIFY(!m_store->successNotificationsEnabled());
     }
 
     void aRefusedSwitchFallsBackAndSaysWhy()
@@ -256,7 +267,7 @@ private Q_SLOTS:
             if (button->isVisibleTo(m_view.get()) && !button->text().isEmpty())
                 mnemonics.append(button->shortcut().toString());
         }
-        QCOMPARE(mnemonics.size(), 4);
+        QCOMPARE(mnemonics.size(), 5);
         QVERIFY(!mnemonics.contains(QString()));
         QCOMPARE(mnemonics.removeDuplicates(), 0);
         // The mnemonics of the tabs.

@@ -50,6 +50,7 @@ GeneralSettingsView::GeneralSettingsView(
     , m_pageOpener(pageOpener)
     , m_failures(new SwitchControl(Texts::notifyFailures()))
     , m_successes(new SwitchControl(Texts::notifySuccesses()))
+    , m_waiting(new SwitchControl(Texts::notifyWaiting()))
     , m_launchAtLogin(new SwitchControl(Texts::launchAtLogin()))
     , m_openSettings(new QPushButton(Texts::openNotificationSettings()))
     , m_openFailure(explanation(QString()))
@@ -90,6 +91,7 @@ Card *GeneralSettingsView::makeNotifications()
     auto *card = new Card;
     card->addRow(m_failures);
     card->addRow(m_successes);
+    card->addRow(m_waiting);
     card->addRow(explanation(Texts::notificationsHelp()));
     m_openSettings->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     card->addRow(m_openSettings);
@@ -115,6 +117,7 @@ void GeneralSettingsView::connectControls()
     };
     connectKind(m_failures, DeploymentNotificationKind::Failure);
     connectKind(m_successes, DeploymentNotificationKind::Success);
+    connectKind(m_waiting, DeploymentNotificationKind::Waiting);
     connect(m_launchAtLogin, &SwitchControl::clicked, this, [this](bool enabled) {
         // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): it takes the captured view for null
         launch(switchLaunchAtLogin(this, m_settings, enabled), "Switching the start at login");
@@ -139,6 +142,7 @@ void GeneralSettingsView::showSettings()
 {
     m_failures->setChecked(m_settings->failureNotificationsEnabled());
     m_successes->setChecked(m_settings->successNotificationsEnabled());
+    m_waiting->setChecked(m_settings->notificationsEnabled(DeploymentNotificationKind::Waiting));
     m_launchAtLogin->setChecked(m_settings->launchAtLoginEnabled());
     const bool needsPermission = m_settings->notificationsRequireSystemPermission();
     m_openSettings->setVisible(needsPermission);

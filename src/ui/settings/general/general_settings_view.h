@@ -52,6 +52,7 @@ private:
     SettingsPageOpener *m_pageOpener;
     SwitchControl *m_failures;
     SwitchControl *m_successes;
+    SwitchControl *m_waiting;
     SwitchControl *m_launchAtLogin;
     QPushButton *m_openSettings;
     TextLabel *m_openFailure; ///< why the desktop's page cannot be opened
