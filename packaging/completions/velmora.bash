@@ -35,12 +35,18 @@ _velmora() {
   local options='--help -h --version --demo --verbose'
   case $previous in
     --format) words='waybar' ;;
-    # Not completed: keys and names come from GitHub, which is too slow for completion.
-    --enable | --disable | --include | --exclude) ;;
+    --enable | --disable)
+      # Not completed for installations: keys come from GitHub, which is too slow for completion.
+      case $(_velmora_command "${COMP_WORDS[@]:1:COMP_CWORD-1}") in
+        notifications) words='failures successes approvals' ;;
+      esac
+      ;;
+    # Names come from GitHub, too.
+    --include | --exclude) ;;
     *)
       case $(_velmora_command "${COMP_WORDS[@]:1:COMP_CWORD-1}") in
         '')
-          words='connect accounts installations repositories watch status refresh show settings quit diagnose'
+          words='connect accounts installations repositories notifications watch status refresh show settings quit diagnose'
           options+=' --background'
           ;;
         accounts)
@@ -50,6 +56,7 @@ _velmora() {
         accounts-remove) [[ $current == -* ]] || words=$(_velmora_logins) ;;
         installations) options+=' --json --enable --disable' ;;
         repositories) options+=' --json --include --exclude --all --none --refresh' ;;
+        notifications) options+=' --json --enable --disable' ;;
         watch) options+=' --once --json --quiet' ;;
         status) options+=' --json --format --follow' ;;
       esac

@@ -1,11 +1,11 @@
-# SPDX-License-Identifier: MIT
-# Completion of velmora for fish.
+#SPDX - License - Identifier : MIT
+#Completion of velmora for fish.
 
 function __velmora_logins
     velmora accounts --json 2>/dev/null | string match --all --regex --groups-only '"login":"([A-Za-z0-9_-]+)"'
 end
 
-# The words of the command before the cursor, without options.
+#The words of the command before the cursor, without options.
 function __velmora_command
     set --local words (commandline --tokenize --cut-at-cursor --current-process)
     string match --invert -- '-*' $words[2..]
@@ -40,6 +40,8 @@ complete --command velmora --condition __velmora_needs_command --arguments insta
     --description 'List where the App is installed, and switch that'
 complete --command velmora --condition __velmora_needs_command --arguments repositories \
     --description 'List the repositories, and choose among them'
+complete --command velmora --condition __velmora_needs_command --arguments notifications \
+    --description 'List what Velmora notifies about, and switch that'
 complete --command velmora --condition __velmora_needs_command --arguments watch --description 'Watch the deployments'
 complete --command velmora --condition __velmora_needs_command --arguments status \
     --description 'Show how things stand, without asking GitHub'
@@ -59,12 +61,12 @@ complete --command velmora --condition '__velmora_accounts_words accounts remove
 
 complete --command velmora --condition '__velmora_accounts_words accounts' --long-option json \
     --description 'Print JSON instead of text'
-for command in installations repositories watch status
+for command in installations repositories notifications watch status
     complete --command velmora --condition "__velmora_in_command $command" --long-option json \
         --description 'Print JSON instead of text'
 end
 
-# Not completed: keys and names come from GitHub, which is too slow for completion.
+#Not completed : keys and names come from GitHub, which is too slow for completion.
 complete --command velmora --condition '__velmora_in_command installations' --long-option enable --exclusive \
     --description 'Watch this installation'
 complete --command velmora --condition '__velmora_in_command installations' --long-option disable --exclusive \
@@ -80,6 +82,11 @@ complete --command velmora --condition '__velmora_in_command repositories' --lon
     --description 'Watch no repository'
 complete --command velmora --condition '__velmora_in_command repositories' --long-option refresh \
     --description 'Load the list from GitHub'
+
+complete --command velmora --condition '__velmora_in_command notifications' --long-option enable --exclusive \
+    --arguments 'failures successes approvals' --description 'Notify about these'
+complete --command velmora --condition '__velmora_in_command notifications' --long-option disable --exclusive \
+    --arguments 'failures successes approvals' --description 'Do not notify about these'
 
 complete --command velmora --condition '__velmora_in_command watch' --long-option once \
     --description 'End after the first complete refresh'

@@ -130,6 +130,8 @@ QCoro::Task<ExitCode> TerminalRun::dispatch(CommandContext commandContext)
         return runInstallations(std::move(commandContext), line);
     case CommandLine::Command::Repositories:
         return runRepositories(std::move(commandContext), line);
+    case CommandLine::Command::Notifications:
+        return runNotifications(std::move(commandContext), line);
     case CommandLine::Command::Refresh:
         return runRefresh(std::move(commandContext));
     default:

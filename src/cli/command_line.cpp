@@ -32,6 +32,7 @@ public:
         addAccountCommands();
         addInstallations();
         addRepositories();
+        addNotifications();
         addWatching();
         addStatus();
         addDesktopCommands();
@@ -80,13 +81,14 @@ private:
         return app->add_option_function<std::string>(name, keep, description);
     }
 
-    static void addNames(CLI::App *app, const char *flag, QStringList &names, const char *what, const char *description)
+    static CLI::Option *addNames(
+        CLI::App *app, const char *flag, QStringList &names, const char *what, const char *description)
     {
         const auto keep = [&names](const std::vector<std::string> &given) {
             for (const std::string &name : given)
                 names.append(QString::fromStdString(name));
         };
-        app->add_option_function<std::vector<std::string>>(flag, keep, description)
+        return app->add_option_function<std::vector<std::string>>(flag, keep, description)
             ->type_name(what)
             ->allow_extra_args(false);
     }
@@ -123,6 +125,17 @@ private:
         all->excludes(none);
         all->excludes("--include");
         none->excludes("--exclude");
+    }
+
+    void addNotifications()
+    {
+        CLI::App *app = addCommand(
+            m_app, "notifications", "List what Velmora notifies about, and switch that", Command::Notifications);
+        addJSON(app);
+        const CLI::IsMember kinds({"failures", "successes", "approvals"});
+        addNames(app, "--enable", m_line.enable, "KIND", "Notify about these: failures, successes or approvals")
+            ->check(kinds);
+        addNames(app, "--disable", m_line.disable, "KIND", "Do not notify about these")->check(kinds);
     }
 
     void addWatching()

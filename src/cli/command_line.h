@@ -25,6 +25,7 @@ struct CommandLine {
         RemoveAccount,
         Installations,
         Repositories,
+        Notifications,
         Watch,
         Status,
         Refresh,

@@ -54,6 +54,11 @@ QStringList rowOf(const ListedRepository &listed)
         listed.isPrivate ? QStringLiteral("private") : QStringLiteral("public"), listed.account};
 }
 
+QStringList rowOf(DeploymentNotificationKind kind, bool isOn)
+{
+    return {yesNo(isOn), rawValue(kind)};
+}
+
 QString nothingText(const InstallationsAnswer &answer)
 {
     return notInstalledText(answer.installationURL);
@@ -133,6 +138,25 @@ QCoro::Task<ExitCode> runRepositories(CommandContext context, CommandLine line)
     if (line.isAll || line.isNone)
         switches.all = line.isAll;
     return loadAndPrint(context, line.isJSON, context.control->repositories(switches, context.stop));
+}
+
+QCoro::Task<ExitCode> runNotifications(CommandContext context, CommandLine line)
+{
+    const Switches switches{std::nullopt, line.enable, line.disable};
+    const NotificationsAnswer answer = co_await context.control->notifications(switches, context.stop);
+    if (!answer.refusal.isEmpty())
+        context.err->writeLine(answer.refusal);
+    if (!answer.refusal.isEmpty() || !isSaved(context, answer.unsaved))
+        co_return ExitCode::Failed;
+    const NotificationChoices &choices = answer.choices;
+    const QList<QStringList> rows{rowOf(DeploymentNotificationKind::Failure, choices.failures),
+        rowOf(DeploymentNotificationKind::Success, choices.successes),
+        rowOf(DeploymentNotificationKind::Waiting, choices.approvals)};
+    if (line.isJSON)
+        context.out->write(harmlessJSON(encodeJSON(choices)) + '\n');
+    else
+        context.out->writeRawLines(renderColumns({QStringLiteral("NOTIFY"), QStringLiteral("ABOUT")}, rows));
+    co_return ExitCode::Done;
 }
 
 } // namespace velmora

@@ -101,6 +101,20 @@ struct JSONTable<ListAnswer<Listed>> {
 };
 
 template <>
+struct JSONTable<NotificationChoices> {
+    using Record = NotificationChoices;
+    static constexpr auto fields = std::tuple{json::required("failures", &Record::failures),
+        json::required("successes", &Record::successes), json::required("approvals", &Record::approvals)};
+};
+
+template <>
+struct JSONTable<NotificationsAnswer> {
+    using Record = NotificationsAnswer;
+    static constexpr auto fields = std::tuple{json::required("refusal", &Record::refusal),
+        json::optional("unsaved", &Record::unsaved), json::required("notifications", &Record::choices)};
+};
+
+template <>
 struct JSONTable<DeploymentMonitorState> {
     using Record = DeploymentMonitorState;
     static constexpr auto fields = std::tuple{json::required("case", &Record::state),
@@ -135,6 +149,8 @@ template QByteArray encodeJSON(const RemovalAnswer &);
 template QByteArray encodeJSON(const LoadingAnswer &);
 template QByteArray encodeJSON(const InstallationsAnswer &);
 template QByteArray encodeJSON(const RepositoriesAnswer &);
+template QByteArray encodeJSON(const NotificationChoices &);
+template QByteArray encodeJSON(const NotificationsAnswer &);
 template QByteArray encodeJSON(const MonitorReport &);
 template QByteArray encodeJSON(const DeploymentNotification &);
 template QList<ListedAccount> decodeJSON(QByteArrayView);
@@ -142,6 +158,7 @@ template RemovalAnswer decodeJSON(QByteArrayView);
 template LoadingAnswer decodeJSON(QByteArrayView);
 template InstallationsAnswer decodeJSON(QByteArrayView);
 template RepositoriesAnswer decodeJSON(QByteArrayView);
+template NotificationsAnswer decodeJSON(QByteArrayView);
 template MonitorReport decodeJSON(QByteArrayView);
 template DeploymentNotification decodeJSON(QByteArrayView);
 
@@ -156,6 +173,19 @@ QString loginOf(qint64 identityID, const QList<GitHubAccountSession> &sessions)
 }
 
 } // namespace
+
+QString rawValue(DeploymentNotificationKind kind)
+{
+    switch (kind) {
+    case DeploymentNotificationKind::Failure:
+        return QStringLiteral("failures");
+    case DeploymentNotificationKind::Success:
+        return QStringLiteral("successes");
+    case DeploymentNotificationKind::Waiting:
+        return QStringLiteral("approvals");
+    }
+    Q_UNREACHABLE();
+}
 
 QList<ListedAccount> listedAccounts(const QList<GitHubAccountSession> &sessions)
 {

@@ -4,6 +4,7 @@
 #include "accounts/github_account.h"
 #include "github/repository_record.h"
 #include "installations/installation_record.h"
+#include "notifications/deployment_notification_kind.h"
 
 #include <QSet>
 #include <QStringList>
@@ -20,8 +21,8 @@ namespace velmora
 /// The greatest number of installations or repositories in one request.
 inline constexpr qsizetype kMostNames = 10'000;
 
-/// Which records to switch before they are listed. An installation is named by its key or account, a repository as
-/// owner/name.
+/// What to switch before it is listed. An installation is named by its key or account, a repository as owner/name, a
+/// kind of notification by its rawValue().
 struct Switches {
     std::optional<bool> all; ///< of repositories only: switches every one, before the named ones
     QStringList on;
@@ -107,6 +108,27 @@ struct ListAnswer {
     WebAddress installationURL; ///< the page that installs the App on another account, or grants it more repositories
 
     friend bool operator==(const ListAnswer &, const ListAnswer &) = default;
+};
+
+/// What the user is notified about.
+struct NotificationChoices {
+    bool failures = false; ///< "failures"
+    bool successes = false; ///< "successes"
+    bool approvals = false; ///< "approvals": deployments that wait for approval
+
+    friend bool operator==(const NotificationChoices &, const NotificationChoices &) = default;
+};
+
+/// The name of a kind in the terminal, which is its key in NotificationChoices.
+[[nodiscard]] QString rawValue(DeploymentNotificationKind kind);
+
+/// The choices, after the requested switching.
+struct NotificationsAnswer {
+    QString refusal; ///< why a kind is unknown, or the desktop lets none be switched on; else empty
+    std::optional<QString> unsaved; ///< why the switching could not be saved
+    NotificationChoices choices; ///< "notifications"
+
+    friend bool operator==(const NotificationsAnswer &, const NotificationsAnswer &) = default;
 };
 
 using InstallationsAnswer = ListAnswer<ListedInstallation>;

@@ -139,6 +139,15 @@ QString ControlService::Repositories(
     return answer(message, Duration::Open, asking(&Control::repositories, switches));
 }
 
+QString ControlService::Notifications(
+    const QStringList &enable, const QStringList &disable, const QDBusMessage &message)
+{
+    const Switches switches{std::nullopt, enable, disable};
+    if (areTooMany(switches))
+        return refuse(message, tooManyText());
+    return answer(message, Duration::Open, asking(&Control::notifications, switches));
+}
+
 QString ControlService::Refresh(const QDBusMessage &message)
 {
     return answer(message, Duration::Open, asking(&Control::refresh));

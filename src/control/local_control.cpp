@@ -24,6 +24,8 @@ namespace
 /// How long to wait for the keyring; after that the accounts are listed as they are.
 constexpr std::chrono::milliseconds kLongestRestore{2000};
 
+constexpr qsizetype kLongestName = 60; ///< of a foreign name in a refusal
+
 QString knownLogins(const QList<GitHubAccountSession> &sessions)
 {
     if (sessions.isEmpty())
@@ -50,6 +52,26 @@ QString noAccessText(const QList<InstallationRecord> &installations, const WebAd
 {
     const QString suspended = suspendedText(installations);
     return suspended.isEmpty() ? noRepositoriesText(installationURL) : suspended;
+}
+
+/// Why a name is none of a kind; empty if all of them are.
+QString unknownKind(const QStringList &names)
+{
+    QStringList known;
+    for (const auto kind : kAllNotificationKinds)
+        known.append(rawValue(kind));
+    const auto found = std::ranges::find_if(names, [&](const QString &name) { return !known.contains(name); });
+    if (found == names.end())
+        return QString();
+    return QStringLiteral("There are no notifications about %1. There is: %2.")
+        .arg(found->left(kLongestName), known.join(QStringLiteral(", ")));
+}
+
+NotificationChoices choicesOf(const GeneralSettingsStore &settings)
+{
+    using enum DeploymentNotificationKind;
+    return {settings.notificationsEnabled(Failure), settings.notificationsEnabled(Success),
+        settings.notificationsEnabled(Waiting)};
 }
 
 QSet<QString> idsOf(const QList<RepositoryRecord> &repositories)
@@ -232,6 +254,30 @@ QCoro::Task<RepositoriesAnswer> LocalControl::repositories(Switches switches, st
     if (!self)
         throw CancellationError();
     answer.listed = listedRepositories(store->repositories(), idsOf(store->monitoredRepositories()));
+    co_return answer;
+}
+
+QCoro::Task<NotificationsAnswer> LocalControl::notifications(Switches switches, std::stop_token stop)
+{
+    const QPointer<LocalControl> self(this);
+    GeneralSettingsStore *const settings = m_stores.settings;
+    NotificationsAnswer answer;
+    answer.refusal = unknownKind(switches.on + switches.off);
+    for (const auto kind : kAllNotificationKinds) {
+        const bool isOn = switches.on.contains(rawValue(kind));
+        if (!answer.refusal.isEmpty() || !(isOn || switches.off.contains(rawValue(kind))))
+            continue;
+        co_await settings->setNotificationsEnabled(isOn, kind);
+        if (!self)
+            throw CancellationError();
+        if (settings->notificationsEnabled(kind) != isOn)
+            answer.refusal = settings->errorMessage().value_or(QString());
+    }
+    if (!switches.areNone())
+        answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
+    if (!self)
+        throw CancellationError();
+    answer.choices = choicesOf(*settings);
     co_return answer;
 }
 

@@ -215,6 +215,12 @@ QCoro::Task<RepositoriesAnswer> RemoteControl::repositories(Switches switches, s
         callForLong(QStringLiteral("Repositories"), {wordFor(switches.all), switches.on, switches.off}, stop));
 }
 
+QCoro::Task<NotificationsAnswer> RemoteControl::notifications(Switches switches, std::stop_token stop)
+{
+    return decoded<NotificationsAnswer>(
+        callForLong(QStringLiteral("Notifications"), {switches.on, switches.off}, stop));
+}
+
 QCoro::Task<LoadingAnswer> RemoteControl::refresh(std::stop_token stop)
 {
     return decoded<LoadingAnswer>(callForLong(QStringLiteral("Refresh"), {}, stop));

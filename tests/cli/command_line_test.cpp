@@ -96,6 +96,16 @@ private Q_SLOTS:
         QVERIFY2(result.error.contains(reason), qPrintable(result.error));
     }
 
+    void kindsOfNotificationsAreKnown()
+    {
+        const auto line = parse("notifications --enable approvals --enable failures --disable successes").commandLine;
+        QVERIFY(line && line->command == CommandLine::Command::Notifications);
+        QCOMPARE(line->enable, (QStringList{QStringLiteral("approvals"), QStringLiteral("failures")}));
+        QCOMPARE(line->disable, QStringList{QStringLiteral("successes")});
+        QCOMPARE(parse("notifications --enable tea").exitCode, ExitCode::WrongUsage);
+        QCOMPARE(parse("notifications --enable failures --disable failures").exitCode, ExitCode::WrongUsage);
+    }
+
     void namesAreTakenOneByOneAndRepeatedly()
     {
         const auto line = parse("repositories --none --include a/b --include c/d --json").commandLine;

@@ -207,10 +207,14 @@ private Q_SLOTS:
         QCOMPARE(finished("refresh")->code(), 0);
         QVERIFY(!finished("status --json")->out().contains('"' + name.toUtf8() + '"'));
         QVERIFY(finished("repositories --exclude a/b")->err().contains("There is no repository a/b"));
-        QCOMPARE(finished("installations --disable 9:9")->code(), 1);
-        QVERIFY(finished("installations")->out().contains("WATCHED"));
-        run->signal(SIGINT);
-        QVERIFY(run->ends(kWithinASecond));
+        const auto kinds = finished("notifications --json --disable failures");
+        QCOMPARE(kinds->out(), QByteArray("{\"failures\":false,\"successes\":false,\"approvals\":false}\n"));
+        QCOMPARE(finished("notifications")->out(),
+            QByteArray("NOTIFY  ABOUT\nno      failures\nno      successes\nno      approvals\n"));
+        // This session has no notification service.
+        const auto refused = finished("notifications --enable approvals");
+        QCOMPARE(refused->code(), 1);
+        QVERIFY2(refused->err().contains("notification"), refused->err().constData());
     }
 
     void accountsAreTheTrays()

@@ -37,6 +37,11 @@ public:
         repositorySwitches = switches;
         return answer(QStringLiteral("repositories"), repositoriesAnswer, stop);
     }
+    [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(Switches switches, std::stop_token stop) override
+    {
+        notificationSwitches = switches;
+        return answer(QStringLiteral("notifications"), notificationsAnswer, stop);
+    }
     [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override
     {
         return answer(QStringLiteral("refresh"), loading, stop);
@@ -51,10 +56,12 @@ public:
     RemovalAnswer removal;
     InstallationsAnswer installationsAnswer;
     RepositoriesAnswer repositoriesAnswer;
+    NotificationsAnswer notificationsAnswer;
     LoadingAnswer loading;
     MonitorReport shown;
     Switches installationSwitches;
     Switches repositorySwitches;
+    Switches notificationSwitches;
     QStringList asked;
     QString failure; ///< thrown by every operation; empty for none
     std::exception_ptr surprise; ///< thrown likewise: an exception of an unknown type

@@ -276,6 +276,24 @@ private Q_SLOTS:
         QVERIFY(!awaitValue(m_control->installations(keys, {})).refusal.isEmpty());
     }
 
+    void notificationsAreSwitchedBeforeTheyAreListed()
+    {
+        build();
+        using Names = QStringList;
+        const auto first = awaitValue(m_control->notifications({}, {}));
+        QCOMPARE(first.choices, (NotificationChoices{true, true, false}));
+        const Switches switches{{}, Names{text("approvals")}, Names{text("failures")}};
+        const auto switched = awaitValue(m_control->notifications(switches, {}));
+        QCOMPARE(switched.refusal, QString());
+        QCOMPARE(switched.choices, (NotificationChoices{false, true, true}));
+        QVERIFY(m_settings->notificationsEnabled(DeploymentNotificationKind::Waiting));
+        const Switches unknown{{}, Names{text("failures"), text("tea")}, {}};
+        const auto refused = awaitValue(m_control->notifications(unknown, {}));
+        QCOMPARE(
+            refused.refusal, text("There are no notifications about tea. There is: failures, successes, approvals."));
+        QCOMPARE(refused.choices, switched.choices);
+    }
+
     void installationsAreSwitchedBeforeTheyAreListed()
     {
         buildAlice();

@@ -148,6 +148,7 @@ private Q_SLOTS:
         control.loading = {true, false, {QStringLiteral("alice: no")}};
         control.installationsAnswer.refusal = QStringLiteral("unknown");
         control.repositoriesAnswer.loading = control.loading;
+        control.notificationsAnswer = {QStringLiteral("no"), QStringLiteral("full"), {true, false, true}};
         control.shown.applicationName = QStringLiteral("Velmora");
         control.shown.deployments = {makeSnapshot(QStringLiteral("D"), DeploymentState::Failure, noon())};
         QVERIFY(awaitValue(m_remote->locate({})));
@@ -161,6 +162,9 @@ private Q_SLOTS:
             QCOMPARE(awaitValue(m_remote->repositories(names, {})), control.repositoriesAnswer);
             QCOMPARE(control.repositorySwitches, names);
         }
+        const Switches kinds{{}, {QStringLiteral("approvals")}, {QStringLiteral("successes")}};
+        QCOMPARE(awaitValue(m_remote->notifications(kinds, {})), control.notificationsAnswer);
+        QCOMPARE(control.notificationSwitches, kinds);
         QCOMPARE(awaitValue(m_remote->refresh({})), control.loading);
         QCOMPARE(awaitValue(m_remote->report({})), control.shown);
         QVERIFY(control.asked.contains(QStringLiteral("remove Alice")));

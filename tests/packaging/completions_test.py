@@ -83,6 +83,11 @@ class CompletionsTest(unittest.TestCase):
         self.in_every_shell("velmora installations --enable ", set())
         self.in_every_shell("velmora repositories --exclude ", set())
 
+    def test_kinds_of_notifications(self):
+        kinds = {"failures", "successes", "approvals"}
+        self.in_every_shell("velmora notifications --enable ", kinds)
+        self.in_every_shell("velmora notifications --disable ap", {"approvals"})
+
     def test_formats_of_the_status(self):
         self.in_every_shell("velmora status --format ", {"waybar"})
         self.in_every_shell("velmora status --format=", {"waybar"})

@@ -152,6 +152,26 @@ private Q_SLOTS:
         QCOMPARE(story.desktop.notifications(), QStringList(u"octo/web failed"_s));
     }
 
+    void whatWaitsForApprovalIsAnnouncedOnceWhereThatIsChosen()
+    {
+        Story story;
+        const QString deployment = somethingIsUnderWay(story);
+        story.github.sets(story.github.deploys(u"octo/web"_s, u"staging"_s), u"WAITING"_s);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications(), QStringList());
+        story.user.isNotifiedAbout(u"approvals"_s);
+        story.github.sets(deployment, u"WAITING"_s);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"octo/web waits for approval"_s));
+        story.program.restarts();
+        story.time.passes(kFullPoll);
+        story.github.sets(deployment, u"IN_PROGRESS"_s);
+        story.time.passes(kFullPoll);
+        story.github.sets(deployment, u"WAITING"_s);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications().size(), 1);
+    }
+
 private:
     static QString somethingIsUnderWay(Story &story)
     {

@@ -228,6 +228,15 @@ void StoryUser::excludes(const QString &repository)
     m_program->comesToRest();
 }
 
+void StoryUser::isNotifiedAbout(const QString &kind)
+{
+    Switches switches;
+    switches.on = {kind};
+    const NotificationsAnswer answer = awaitValue(m_program->control().notifications(switches, {}));
+    require(answer.refusal.isEmpty(), "the notifications were not switched on");
+    m_program->comesToRest();
+}
+
 std::optional<GitHubSessionStatus> StoryUser::session(const QString &login) const
 {
     const auto sessions = m_program->app().authentication().sessions();

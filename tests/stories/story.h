@@ -137,6 +137,8 @@ public:
     void managesInstallations();
     /// Switches the repository off, like `velmora repositories --exclude`.
     void excludes(const QString &repository);
+    /// Switches this kind of notifications on, like `velmora notifications --enable`.
+    void isNotifiedAbout(const QString &kind);
     /// The status of the identity's session; nothing without a session.
     [[nodiscard]] std::optional<GitHubSessionStatus> session(const QString &login) const;
 
