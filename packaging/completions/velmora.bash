@@ -56,7 +56,7 @@ _velmora() {
         accounts-remove) [[ $current == -* ]] || words=$(_velmora_logins) ;;
         installations) options+=' --json --enable --disable' ;;
         repositories) options+=' --json --include --exclude --all --none --refresh' ;;
-        notifications) options+=' --json --enable --disable' ;;
+        notifications) options+=' --json --enable --disable --everybody --mine' ;;
         watch) options+=' --once --json --quiet' ;;
         status) options+=' --json --format --follow' ;;
       esac

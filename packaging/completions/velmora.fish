@@ -87,6 +87,10 @@ complete --command velmora --condition '__velmora_in_command notifications' --lo
     --arguments 'failures successes approvals' --description 'Notify about these'
 complete --command velmora --condition '__velmora_in_command notifications' --long-option disable --exclusive \
     --arguments 'failures successes approvals' --description 'Do not notify about these'
+complete --command velmora --condition '__velmora_in_command notifications' --long-option everybody \
+    --description 'Notify about everybody\'s deployments'
+complete --command velmora --condition '__velmora_in_command notifications' --long-option mine \
+    --description 'Notify only about deployments that you started'
 
 complete --command velmora --condition '__velmora_in_command watch' --long-option once \
     --description 'End after the first complete refresh'

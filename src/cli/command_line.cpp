@@ -136,6 +136,13 @@ private:
         addNames(app, "--enable", m_line.enable, "KIND", "Notify about these: failures, successes or approvals")
             ->check(kinds);
         addNames(app, "--disable", m_line.disable, "KIND", "Do not notify about these")->check(kinds);
+        const auto choose = [this](bool onlyMine) {
+            return [this, onlyMine] {
+                m_line.onlyMine = onlyMine;
+            };
+        };
+        auto *mine = app->add_flag_callback("--mine", choose(true), "Notify only about deployments that you started");
+        app->add_flag_callback("--everybody", choose(false), "Notify about everybody's deployments")->excludes(mine);
     }
 
     void addWatching()

@@ -47,6 +47,7 @@ struct CommandLine {
     bool isFollowing = false; ///< continues with a line for every change
     bool isAll = false;
     bool isNone = false;
+    std::optional<bool> onlyMine; ///< whose deployments are announced from now on; absent: as before
     QString login;
     QString format; ///< the format of the line for a bar; empty for none
     QStringList enable;

@@ -142,7 +142,7 @@ QCoro::Task<ExitCode> runRepositories(CommandContext context, CommandLine line)
 
 QCoro::Task<ExitCode> runNotifications(CommandContext context, CommandLine line)
 {
-    const Switches switches{std::nullopt, line.enable, line.disable};
+    const NotificationSwitches switches{line.enable, line.disable, line.onlyMine};
     const NotificationsAnswer answer = co_await context.control->notifications(switches, context.stop);
     if (!answer.refusal.isEmpty())
         context.err->writeLine(answer.refusal);
@@ -152,10 +152,13 @@ QCoro::Task<ExitCode> runNotifications(CommandContext context, CommandLine line)
     const QList<QStringList> rows{rowOf(DeploymentNotificationKind::Failure, choices.failures),
         rowOf(DeploymentNotificationKind::Success, choices.successes),
         rowOf(DeploymentNotificationKind::Waiting, choices.approvals)};
-    if (line.isJSON)
+    if (line.isJSON) {
         context.out->write(harmlessJSON(encodeJSON(choices)) + '\n');
-    else
+    } else {
         context.out->writeRawLines(renderColumns({QStringLiteral("NOTIFY"), QStringLiteral("ABOUT")}, rows));
+        context.out->writeLine(choices.onlyMine ? QStringLiteral("Only deployments that you started count.")
+                                                : QStringLiteral("Everybody's deployments count."));
+    }
     co_return ExitCode::Done;
 }
 

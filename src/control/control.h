@@ -27,7 +27,9 @@ public:
     /// Loads the repositories from GitHub and switches the named ones: all of them, or none if a name is unknown.
     [[nodiscard]] virtual QCoro::Task<RepositoriesAnswer> repositories(Switches switches, std::stop_token stop) = 0;
     /// Switches the named kinds of notifications, or none if a name is unknown. The desktop may refuse.
-    [[nodiscard]] virtual QCoro::Task<NotificationsAnswer> notifications(Switches switches, std::stop_token stop) = 0;
+    [[nodiscard]] virtual QCoro::Task<NotificationsAnswer> notifications(
+        NotificationSwitches switches, std::stop_token stop)
+        = 0;
     /// Loads installations and deployments from GitHub, once and completely.
     [[nodiscard]] virtual QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) = 0;
 };

@@ -9,4 +9,8 @@ namespace velmora
 inline constexpr auto kControlInterface = u"com.tarvik.Velmora.Control1";
 inline constexpr auto kControlFailure = u"com.tarvik.Velmora.Error.Failed";
 
+// Whose deployments are announced.
+inline constexpr auto kEverybody = u"everybody";
+inline constexpr auto kMine = u"mine";
+
 } // namespace velmora

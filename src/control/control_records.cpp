@@ -103,8 +103,9 @@ struct JSONTable<ListAnswer<Listed>> {
 template <>
 struct JSONTable<NotificationChoices> {
     using Record = NotificationChoices;
-    static constexpr auto fields = std::tuple{json::required("failures", &Record::failures),
-        json::required("successes", &Record::successes), json::required("approvals", &Record::approvals)};
+    static constexpr auto fields
+        = std::tuple{json::required("failures", &Record::failures), json::required("successes", &Record::successes),
+            json::required("approvals", &Record::approvals), json::required("onlyMine", &Record::onlyMine)};
 };
 
 template <>

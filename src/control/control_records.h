@@ -21,8 +21,8 @@ namespace velmora
 /// The greatest number of installations or repositories in one request.
 inline constexpr qsizetype kMostNames = 10'000;
 
-/// What to switch before it is listed. An installation is named by its key or account, a repository as owner/name, a
-/// kind of notification by its rawValue().
+/// Which records to switch before they are listed. An installation is named by its key or account, a repository as
+/// owner/name.
 struct Switches {
     std::optional<bool> all; ///< of repositories only: switches every one, before the named ones
     QStringList on;
@@ -110,11 +110,23 @@ struct ListAnswer {
     friend bool operator==(const ListAnswer &, const ListAnswer &) = default;
 };
 
+/// What to change about the notifications before they are listed. A kind is named by its rawValue().
+struct NotificationSwitches {
+    QStringList on;
+    QStringList off;
+    std::optional<bool> onlyMine;
+
+    [[nodiscard]] bool areNone() const { return !onlyMine && on.isEmpty() && off.isEmpty(); }
+
+    friend bool operator==(const NotificationSwitches &, const NotificationSwitches &) = default;
+};
+
 /// What the user is notified about.
 struct NotificationChoices {
     bool failures = false; ///< "failures"
     bool successes = false; ///< "successes"
     bool approvals = false; ///< "approvals": deployments that wait for approval
+    bool onlyMine = false; ///< "onlyMine": only of deployments that a connected identity has created
 
     friend bool operator==(const NotificationChoices &, const NotificationChoices &) = default;
 };

@@ -140,11 +140,16 @@ QString ControlService::Repositories(
 }
 
 QString ControlService::Notifications(
-    const QStringList &enable, const QStringList &disable, const QDBusMessage &message)
+    const QStringList &enable, const QStringList &disable, const QString &whose, const QDBusMessage &message)
 {
-    const Switches switches{std::nullopt, enable, disable};
-    if (areTooMany(switches))
+    const QString mine = QString::fromUtf16(kMine);
+    if (!whose.isEmpty() && whose != mine && whose != QString::fromUtf16(kEverybody))
+        return refuse(message, QStringLiteral("“%1” is neither “everybody” nor “mine”.").arg(whose));
+    NotificationSwitches switches{enable, disable, std::nullopt};
+    if (enable.size() + disable.size() > kMostNames)
         return refuse(message, tooManyText());
+    if (!whose.isEmpty())
+        switches.onlyMine = whose == mine;
     return answer(message, Duration::Open, asking(&Control::notifications, switches));
 }
 

@@ -49,7 +49,9 @@ public Q_SLOTS: // NOLINT(readability-redundant-access-specifiers)
     /// `all` is "all", "none" or empty.
     QString Repositories(
         const QString &all, const QStringList &include, const QStringList &exclude, const QDBusMessage &message);
-    QString Notifications(const QStringList &enable, const QStringList &disable, const QDBusMessage &message);
+    /// `whose` is "everybody", "mine" or empty.
+    QString Notifications(
+        const QStringList &enable, const QStringList &disable, const QString &whose, const QDBusMessage &message);
     /// Answers when everything has been loaded.
     QString Refresh(const QDBusMessage &message);
     /// Answers with a MonitorReport.

@@ -71,7 +71,7 @@ NotificationChoices choicesOf(const GeneralSettingsStore &settings)
 {
     using enum DeploymentNotificationKind;
     return {settings.notificationsEnabled(Failure), settings.notificationsEnabled(Success),
-        settings.notificationsEnabled(Waiting)};
+        settings.notificationsEnabled(Waiting), settings.notifiesOnlyMine()};
 }
 
 QSet<QString> idsOf(const QList<RepositoryRecord> &repositories)
@@ -257,12 +257,14 @@ QCoro::Task<RepositoriesAnswer> LocalControl::repositories(Switches switches, st
     co_return answer;
 }
 
-QCoro::Task<NotificationsAnswer> LocalControl::notifications(Switches switches, std::stop_token stop)
+QCoro::Task<NotificationsAnswer> LocalControl::notifications(NotificationSwitches switches, std::stop_token stop)
 {
     const QPointer<LocalControl> self(this);
     GeneralSettingsStore *const settings = m_stores.settings;
     NotificationsAnswer answer;
     answer.refusal = unknownKind(switches.on + switches.off);
+    if (answer.refusal.isEmpty() && switches.onlyMine)
+        settings->setNotifiesOnlyMine(*switches.onlyMine);
     for (const auto kind : kAllNotificationKinds) {
         const bool isOn = switches.on.contains(rawValue(kind));
         if (!answer.refusal.isEmpty() || !(isOn || switches.off.contains(rawValue(kind))))

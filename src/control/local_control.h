@@ -23,7 +23,8 @@ public:
     [[nodiscard]] QCoro::Task<RemovalAnswer> removeAccount(QString login, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<InstallationsAnswer> installations(Switches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<RepositoriesAnswer> repositories(Switches switches, std::stop_token stop) override;
-    [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(Switches switches, std::stop_token stop) override;
+    [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(
+        NotificationSwitches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<MonitorReport> report(std::stop_token stop) override;
     void start() override;

@@ -215,10 +215,13 @@ QCoro::Task<RepositoriesAnswer> RemoteControl::repositories(Switches switches, s
         callForLong(QStringLiteral("Repositories"), {wordFor(switches.all), switches.on, switches.off}, stop));
 }
 
-QCoro::Task<NotificationsAnswer> RemoteControl::notifications(Switches switches, std::stop_token stop)
+QCoro::Task<NotificationsAnswer> RemoteControl::notifications(NotificationSwitches switches, std::stop_token stop)
 {
+    QString whose;
+    if (switches.onlyMine)
+        whose = QString::fromUtf16(*switches.onlyMine ? kMine : kEverybody);
     return decoded<NotificationsAnswer>(
-        callForLong(QStringLiteral("Notifications"), {switches.on, switches.off}, stop));
+        callForLong(QStringLiteral("Notifications"), {switches.on, switches.off, whose}, stop));
 }
 
 QCoro::Task<LoadingAnswer> RemoteControl::refresh(std::stop_token stop)

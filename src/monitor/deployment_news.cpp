@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "monitor/deployment_news.h"
 
+#include "accounts/authentication_store.h"
 #include "installations/installation_store.h"
 #include "monitor/deployment_list.h"
 
@@ -15,6 +16,14 @@ namespace
 
 /// A running Velmora may save nothing for so long, while GitHub pauses an account.
 constexpr std::chrono::hours kLongestHandOver{1};
+
+QStringList loginsOf(const AuthenticationStore &authentication)
+{
+    QStringList logins;
+    for (const GitHubAccountSession &session : authentication.sessions())
+        logins.append(session.account.login);
+    return logins;
+}
 
 } // namespace
 
@@ -36,6 +45,7 @@ DeploymentList DeploymentNews::comparable(const DeploymentList &shown) const
 void DeploymentNews::recordFetch(const RefreshContext &context, const QList<RepositoryRecord> &fetched,
     const DeploymentList &previous, const DeploymentList &updated)
 {
+    m_announcer.setLogins(loginsOf(*context.authentication));
     const auto newcomers = addAnswered(fetched);
     forgetUnmonitored(context);
     if (newcomers.isEmpty() || !m_announcer.hasCompletedLiveRefresh())

@@ -28,7 +28,8 @@ public:
     /// does not hand over.
     [[nodiscard]] DeploymentList comparable(const DeploymentList &shown) const;
 
-    /// `fetched` were answered. Records the history of those that were answered for the first time.
+    /// `fetched` were answered for the identities of the context. Records the history of those that were answered for
+    /// the first time.
     void recordFetch(const RefreshContext &context, const QList<RepositoryRecord> &fetched,
         const DeploymentList &previous, const DeploymentList &updated);
     /// See ResultAnnouncer::process().

@@ -115,7 +115,14 @@ void ResultAnnouncer::recordHistory(const DeploymentList &previous, const Deploy
 bool ResultAnnouncer::isEnabled(const DeploymentSnapshot &result) const
 {
     const auto kind = announcedKind(result.state);
-    return kind && m_defaults->boolean(preferenceOf(*kind));
+    if (!kind || !m_defaults->boolean(preferenceOf(*kind)))
+        return false;
+    return isMine(result) || !m_defaults->boolean(QString::fromLatin1(kOnlyMinePreference));
+}
+
+bool ResultAnnouncer::isMine(const DeploymentSnapshot &result) const
+{
+    return result.creatorLogin && m_logins.contains(*result.creatorLogin, Qt::CaseInsensitive);
 }
 
 /// Whether the deployment was approved before the desktop was ready to announce that it waits.

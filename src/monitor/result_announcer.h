@@ -25,6 +25,10 @@ public:
     ResultAnnouncer(
         DeploymentNotifying *notifier, Preferences *defaults, const Clock *clock, QObject *parent = nullptr);
 
+    /// The logins of the connected identities. What they have created are the user's own deployments, to which a
+    /// preference may restrict the notifications.
+    void setLogins(const QStringList &logins) { m_logins = logins; }
+
     /// Whether process() was called in this run.
     [[nodiscard]] bool hasCompletedLiveRefresh() const { return m_hasCompletedLiveRefresh; }
 
@@ -42,6 +46,7 @@ private:
     using States = QHash<DeploymentID, DeploymentState>;
 
     [[nodiscard]] bool isEnabled(const DeploymentSnapshot &result) const;
+    [[nodiscard]] bool isMine(const DeploymentSnapshot &result) const;
     [[nodiscard]] bool isQueued(const DeploymentSnapshot &result) const;
     [[nodiscard]] bool isOver(const DeploymentSnapshot &result) const;
     void take(const DeploymentList &previous, const DeploymentList &updated);
@@ -54,6 +59,7 @@ private:
     Preferences *m_defaults;
     RememberedResults m_results;
     bool m_hasCompletedLiveRefresh = false;
+    QStringList m_logins;
     DeploymentList m_latest; ///< the list of the last process()
     DeploymentList m_queue; ///< the first is the one that is being posted
     bool m_isPosting = false;

@@ -35,4 +35,7 @@ inline constexpr std::array kAllNotificationKinds{
 /// The key of the preference that switches the kind on. A missing value counts as off.
 [[nodiscard]] QString preferenceOf(DeploymentNotificationKind kind);
 
+/// The preference that restricts notifications to the user's own deployments. A missing value counts as off.
+inline constexpr auto kOnlyMinePreference = "general.notifiesOnlyMine";
+
 } // namespace velmora

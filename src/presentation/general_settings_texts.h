@@ -16,6 +16,14 @@ struct GeneralSettingsTexts {
     {
         return QStringLiteral("Velmora sends one notification when a deployment changes to a selected result.");
     }
+    static QString whose() { return QStringLiteral("Notify me about"); }
+    static QString everybodys() { return QStringLiteral("everybody's deployments"); }
+    static QString onlyMine() { return QStringLiteral("only those I started"); }
+    static QString whoseHelp()
+    {
+        return QStringLiteral("Yours are the deployments that a connected account has created. Those that a bot has "
+                              "created are nobody's.");
+    }
     static QString openNotificationSettings() { return QStringLiteral("&Open Notification Settings"); }
     static QString startup() { return QStringLiteral("Startup"); }
     static QString launchAtLogin() { return QStringLiteral("&Launch Velmora at login"); }

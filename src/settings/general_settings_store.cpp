@@ -20,6 +20,11 @@ QString permissionMessage()
     return QStringLiteral("Notifications are disabled for Velmora in System Settings.");
 }
 
+QString onlyMineKey()
+{
+    return QString::fromLatin1(kOnlyMinePreference);
+}
+
 } // namespace
 
 GeneralSettingsStore::GeneralSettingsStore(
@@ -32,8 +37,7 @@ GeneralSettingsStore::GeneralSettingsStore(
     const QString failureKey = preferenceOf(DeploymentNotificationKind::Failure);
     if (!m_defaults->value(failureKey))
         m_defaults->setValue(failureKey, true);
-    for (const auto kind : kAllNotificationKinds)
-        readSwitch(kind);
+    readSwitches();
     m_published.launchAtLoginEnabled = isLoginItemEnabled();
     connect(m_defaults, &Preferences::changed, this, &GeneralSettingsStore::followDefaults);
 }
@@ -153,19 +157,27 @@ void GeneralSettingsStore::set(bool enabled, DeploymentNotificationKind kind)
     m_defaults->setValue(preferenceOf(kind), enabled);
 }
 
-void GeneralSettingsStore::readSwitch(DeploymentNotificationKind kind)
+void GeneralSettingsStore::setNotifiesOnlyMine(bool isRestricted)
 {
-    m_published.switches.at(static_cast<std::size_t>(kind)) = m_defaults->boolean(preferenceOf(kind));
+    const Published before = m_published;
+    m_published.notifiesOnlyMine = isRestricted;
+    m_defaults->setValue(onlyMineKey(), isRestricted);
+    publishChangesSince(before);
+}
+
+void GeneralSettingsStore::readSwitches()
+{
+    for (const auto kind : kAllNotificationKinds)
+        m_published.switches.at(static_cast<std::size_t>(kind)) = m_defaults->boolean(preferenceOf(kind));
+    m_published.notifiesOnlyMine = m_defaults->boolean(onlyMineKey());
 }
 
 /// Another process may have changed a switch.
 void GeneralSettingsStore::followDefaults(const QString &key)
 {
     const Published before = m_published;
-    for (const auto kind : kAllNotificationKinds) {
-        if (key == preferenceOf(kind))
-            readSwitch(kind);
-    }
+    if (key.startsWith(QLatin1String("general.")))
+        readSwitches();
     publishChangesSince(before);
 }
 

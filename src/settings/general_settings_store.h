@@ -42,6 +42,8 @@ public:
     {
         return notificationsEnabled(DeploymentNotificationKind::Success);
     }
+    /// Whether only the deployments are announced that a connected identity has created.
+    [[nodiscard]] bool notifiesOnlyMine() const { return m_published.notifiesOnlyMine; }
     /// The desktop has refused notifications, and only the user can allow them there.
     [[nodiscard]] bool notificationsRequireSystemPermission() const
     {
@@ -66,6 +68,9 @@ public:
     /// Sets and stores the switches of both results without asking, that of failures first.
     void setNotificationPreferences(bool enabled);
 
+    /// Restricts the announcements to deployments that a connected identity has created, or lifts that.
+    void setNotifiesOnlyMine(bool isRestricted);
+
     /// Makes Velmora start at login or not. launchAtLoginEnabled() then shows what the desktop really does. A failure
     /// is shown; a success keeps an earlier message.
     [[nodiscard]] QCoro::Task<> setLaunchAtLogin(bool enabled);
@@ -83,6 +88,7 @@ private:
     struct Published {
         bool launchAtLoginEnabled = false;
         std::array<bool, kAllNotificationKinds.size()> switches{}; ///< by kind
+        bool notifiesOnlyMine = false;
         bool notificationsRequireSystemPermission = false;
         std::optional<QString> errorMessage;
 
@@ -107,7 +113,7 @@ private:
     void applyPreparation(const Answer &answer);
     void applyToggle(const Answer &answer, DeploymentNotificationKind kind);
     void set(bool enabled, DeploymentNotificationKind kind);
-    void readSwitch(DeploymentNotificationKind kind);
+    void readSwitches();
     void setBoth(bool enabled);
     void followDefaults(const QString &key);
     void publishChangesSince(const Published &before);

@@ -102,6 +102,10 @@ private Q_SLOTS:
         QVERIFY(line && line->command == CommandLine::Command::Notifications);
         QCOMPARE(line->enable, (QStringList{QStringLiteral("approvals"), QStringLiteral("failures")}));
         QCOMPARE(line->disable, QStringList{QStringLiteral("successes")});
+        QVERIFY(!line->onlyMine);
+        QCOMPARE(parse("notifications --mine").commandLine->onlyMine, std::optional(true));
+        QCOMPARE(parse("notifications --everybody").commandLine->onlyMine, std::optional(false));
+        QCOMPARE(parse("notifications --everybody --mine").exitCode, ExitCode::WrongUsage);
         QCOMPARE(parse("notifications --enable tea").exitCode, ExitCode::WrongUsage);
         QCOMPARE(parse("notifications --enable failures --disable failures").exitCode, ExitCode::WrongUsage);
     }

@@ -207,10 +207,12 @@ private Q_SLOTS:
         QCOMPARE(finished("refresh")->code(), 0);
         QVERIFY(!finished("status --json")->out().contains('"' + name.toUtf8() + '"'));
         QVERIFY(finished("repositories --exclude a/b")->err().contains("There is no repository a/b"));
-        const auto kinds = finished("notifications --json --disable failures");
-        QCOMPARE(kinds->out(), QByteArray("{\"failures\":false,\"successes\":false,\"approvals\":false}\n"));
+        const auto kinds = finished("notifications --json --mine --disable failures");
+        QCOMPARE(kinds->out(),
+            QByteArray("{\"failures\":false,\"successes\":false,\"approvals\":false,\"onlyMine\":true}\n"));
         QCOMPARE(finished("notifications")->out(),
-            QByteArray("NOTIFY  ABOUT\nno      failures\nno      successes\nno      approvals\n"));
+            QByteArray("NOTIFY  ABOUT\nno      failures\nno      successes\nno      approvals\nOnly deployments that "
+                       "you started count.\n"));
         // This session has no notification service.
         const auto refused = finished("notifications --enable approvals");
         QCOMPARE(refused->code(), 1);

@@ -37,7 +37,8 @@ public:
         repositorySwitches = switches;
         return answer(QStringLiteral("repositories"), repositoriesAnswer, stop);
     }
-    [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(Switches switches, std::stop_token stop) override
+    [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(
+        NotificationSwitches switches, std::stop_token stop) override
     {
         notificationSwitches = switches;
         return answer(QStringLiteral("notifications"), notificationsAnswer, stop);
@@ -61,7 +62,7 @@ public:
     MonitorReport shown;
     Switches installationSwitches;
     Switches repositorySwitches;
-    Switches notificationSwitches;
+    NotificationSwitches notificationSwitches;
     QStringList asked;
     QString failure; ///< thrown by every operation; empty for none
     std::exception_ptr surprise; ///< thrown likewise: an exception of an unknown type

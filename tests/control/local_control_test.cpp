@@ -281,13 +281,13 @@ private Q_SLOTS:
         build();
         using Names = QStringList;
         const auto first = awaitValue(m_control->notifications({}, {}));
-        QCOMPARE(first.choices, (NotificationChoices{true, true, false}));
-        const Switches switches{{}, Names{text("approvals")}, Names{text("failures")}};
+        QCOMPARE(first.choices, (NotificationChoices{true, true, false, false}));
+        const NotificationSwitches switches{Names{text("approvals")}, Names{text("failures")}, true};
         const auto switched = awaitValue(m_control->notifications(switches, {}));
         QCOMPARE(switched.refusal, QString());
-        QCOMPARE(switched.choices, (NotificationChoices{false, true, true}));
+        QCOMPARE(switched.choices, (NotificationChoices{false, true, true, true}));
         QVERIFY(m_settings->notificationsEnabled(DeploymentNotificationKind::Waiting));
-        const Switches unknown{{}, Names{text("failures"), text("tea")}, {}};
+        const NotificationSwitches unknown{Names{text("failures"), text("tea")}, {}, false};
         const auto refused = awaitValue(m_control->notifications(unknown, {}));
         QCOMPARE(
             refused.refusal, text("There are no notifications about tea. There is: failures, successes, approvals."));

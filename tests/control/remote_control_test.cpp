@@ -148,7 +148,7 @@ private Q_SLOTS:
         control.loading = {true, false, {QStringLiteral("alice: no")}};
         control.installationsAnswer.refusal = QStringLiteral("unknown");
         control.repositoriesAnswer.loading = control.loading;
-        control.notificationsAnswer = {QStringLiteral("no"), QStringLiteral("full"), {true, false, true}};
+        control.notificationsAnswer = {QStringLiteral("no"), QStringLiteral("full"), {true, false, true, true}};
         control.shown.applicationName = QStringLiteral("Velmora");
         control.shown.deployments = {makeSnapshot(QStringLiteral("D"), DeploymentState::Failure, noon())};
         QVERIFY(awaitValue(m_remote->locate({})));
@@ -162,9 +162,11 @@ private Q_SLOTS:
             QCOMPARE(awaitValue(m_remote->repositories(names, {})), control.repositoriesAnswer);
             QCOMPARE(control.repositorySwitches, names);
         }
-        const Switches kinds{{}, {QStringLiteral("approvals")}, {QStringLiteral("successes")}};
-        QCOMPARE(awaitValue(m_remote->notifications(kinds, {})), control.notificationsAnswer);
-        QCOMPARE(control.notificationSwitches, kinds);
+        for (const std::optional<bool> onlyMine : {std::optional<bool>(), std::optional(true), std::optional(false)}) {
+            const NotificationSwitches kinds{{QStringLiteral("approvals")}, {QStringLiteral("successes")}, onlyMine};
+            QCOMPARE(awaitValue(m_remote->notifications(kinds, {})), control.notificationsAnswer);
+            QCOMPARE(control.notificationSwitches, kinds);
+        }
         QCOMPARE(awaitValue(m_remote->refresh({})), control.loading);
         QCOMPARE(awaitValue(m_remote->report({})), control.shown);
         QVERIFY(control.asked.contains(QStringLiteral("remove Alice")));
@@ -177,6 +179,9 @@ private Q_SLOTS:
             QStringLiteral("Repositories"), {QStringLiteral("ALL"), QStringList(), QStringList()});
         QCOMPARE(answer.errorName(), QStringLiteral("com.tarvik.Velmora.Error.Failed"));
         QVERIFY(answer.errorMessage().contains(QStringLiteral("“ALL”")));
+        const QDBusMessage whose = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
+            QStringLiteral("Notifications"), {QStringList(), QStringList(), QStringLiteral("theirs")});
+        QVERIFY(whose.errorMessage().contains(QStringLiteral("“theirs”")));
         QVERIFY(m_running->control.asked.isEmpty());
     }
 

@@ -21,6 +21,8 @@ _OF_SECOND = "pinecrest-labs"
 _NOTIFY_SUCCESSES = "Notify me when deployments succeed"
 _NOTIFY_FAILURES = "Notify me when deployments fail"
 _NOTIFY_APPROVALS = "Notify me when deployments wait for approval"
+_EVERYBODYS = "everybody's deployments"
+_ONLY_MINE = "only those I started"
 _LAUNCH_AT_LOGIN = "Launch Velmora at login"
 # More than the controls of any tab.
 _LONGEST_WALK = 30
@@ -439,8 +441,11 @@ class GeneralTest(SettingsTest):
 
         self.settings.click("check box", _NOTIFY_SUCCESSES)
         self.settings.click("check box", _NOTIFY_APPROVALS)
+        self.settings.click("combo box", _EVERYBODYS)
+        self.settings.key("Down", "Return")
         self.settings.click("check box", _LAUNCH_AT_LOGIN)
         eventually(self.kept_successes, "the choice on the disk")
+        eventually(lambda: self.preferences().get("general.notifiesOnlyMine"), "the other choice on the disk")
         eventually(lambda: os.path.exists(entry), "the entry that starts Velmora")
         with open(entry, encoding="utf-8") as file:
             self.assertRegex(file.read(), rf'(?m)^Exec="?{re.escape(PROGRAM)}"? --background$')
@@ -449,6 +454,7 @@ class GeneralTest(SettingsTest):
         self.settings.expect_switch(_NOTIFY_SUCCESSES, True)
         self.settings.expect_switch(_NOTIFY_FAILURES, True)
         self.settings.expect_switch(_NOTIFY_APPROVALS, True)
+        self.settings.find("combo box", _ONLY_MINE)
         self.settings.expect_switch(_LAUNCH_AT_LOGIN, True)
 
         self.settings.key("alt+s")

@@ -413,6 +413,28 @@ private Q_SLOTS:
         QCOMPARE(defaults->stringList(kWaiting), QStringList());
     }
 
+    void onlyTheUsersOwnDeploymentsAreAnnouncedWhereThatIsChosen()
+    {
+        const auto by = [](const char *id, std::optional<QString> creator) {
+            DeploymentSnapshot deployment = make(id, Failure);
+            deployment.creatorLogin = std::move(creator);
+            return deployment;
+        };
+        const DeploymentList updated{by("mine", QStringLiteral("OctoCat")), by("theirs", QStringLiteral("zed")),
+            by("bot", QStringLiteral("github-actions")), by("nobody", std::nullopt)};
+        defaults->values[QStringLiteral("general.notifiesOnlyMine")] = true;
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        announcer.setLogins(texts({"mira", "octocat"}));
+        run(announcer, {}, {});
+        run(announcer, {}, updated);
+        QCOMPARE(notifier.announced, texts({"failure mine"}));
+        QCOMPARE(defaults->stringList(kFailures), texts({"mine:failure"}));
+        // Chosen only now: the others had failed before this fetch.
+        defaults->values[QStringLiteral("general.notifiesOnlyMine")] = false;
+        run(announcer, updated, updated + DeploymentList{by("late", QStringLiteral("zed"))});
+        QCOMPARE(notifier.announced, texts({"failure mine", "failure late"}));
+    }
+
     void aRepeatedIdInThePreviousListEndsTheProgram()
     {
         QProcess process;

@@ -427,6 +427,24 @@ private Q_SLOTS:
         QCOMPARE(m_defaults->value(kSuccess), Preferences::Value(false));
     }
 
+    void everybodysDeploymentsCountUntilThatIsRestricted()
+    {
+        const QString onlyMine = QStringLiteral("general.notifiesOnlyMine");
+        build();
+        QVERIFY(!m_store->notifiesOnlyMine());
+        QVERIFY(!m_defaults->value(onlyMine));
+        m_store->setNotifiesOnlyMine(true);
+        QVERIFY(m_store->notifiesOnlyMine());
+        QVERIFY(m_defaults->boolean(onlyMine));
+        QCOMPARE(m_changes->count(), 1);
+        m_defaults->setValue(onlyMine, false);
+        QVERIFY(!m_store->notifiesOnlyMine());
+        QCOMPARE(m_changes->count(), 2);
+        m_defaults->setValue(onlyMine, true);
+        build();
+        QVERIFY(m_store->notifiesOnlyMine());
+    }
+
     void whatAnotherProcessStoresIsFollowed()
     {
         build();

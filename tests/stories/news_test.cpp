@@ -172,6 +172,23 @@ private Q_SLOTS:
         QCOMPARE(story.desktop.notifications().size(), 1);
     }
 
+    void onlyTheUsersOwnDeploymentsAreAnnouncedWhereThatIsChosen()
+    {
+        Story story;
+        story.github.installs(u"octo"_s, {u"web"_s, u"api"_s});
+        story.user.connects(u"octo"_s);
+        story.user.isNotifiedOnlyAboutOwn();
+        const QString own = story.github.deploys(u"octo/web"_s, u"production"_s, u"Octo"_s);
+        const QString another = story.github.deploys(u"octo/api"_s);
+        story.time.passes(kFullPoll);
+        story.program.restarts();
+        story.github.fails(another);
+        story.github.fails(own);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.program.shows().size(), 2);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"octo/web failed"_s));
+    }
+
 private:
     static QString somethingIsUnderWay(Story &story)
     {

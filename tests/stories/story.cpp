@@ -230,10 +230,22 @@ void StoryUser::excludes(const QString &repository)
 
 void StoryUser::isNotifiedAbout(const QString &kind)
 {
-    Switches switches;
+    NotificationSwitches switches;
     switches.on = {kind};
+    switchNotifications(switches);
+}
+
+void StoryUser::isNotifiedOnlyAboutOwn()
+{
+    NotificationSwitches switches;
+    switches.onlyMine = true;
+    switchNotifications(switches);
+}
+
+void StoryUser::switchNotifications(const NotificationSwitches &switches)
+{
     const NotificationsAnswer answer = awaitValue(m_program->control().notifications(switches, {}));
-    require(answer.refusal.isEmpty(), "the notifications were not switched on");
+    require(answer.refusal.isEmpty(), "the notifications were not switched");
     m_program->comesToRest();
 }
 

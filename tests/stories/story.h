@@ -139,10 +139,14 @@ public:
     void excludes(const QString &repository);
     /// Switches this kind of notifications on, like `velmora notifications --enable`.
     void isNotifiedAbout(const QString &kind);
+    /// Restricts the notifications, like `velmora notifications --mine`.
+    void isNotifiedOnlyAboutOwn();
     /// The status of the identity's session; nothing without a session.
     [[nodiscard]] std::optional<GitHubSessionStatus> session(const QString &login) const;
 
 private:
+    void switchNotifications(const NotificationSwitches &switches);
+
     StoryProgram *m_program;
     StoryGitHub *m_github;
     StoryTime *m_time;

@@ -75,12 +75,12 @@ void StoryGitHub::suspends(const QString &login, bool isSuspended)
     }
 }
 
-QString StoryGitHub::deploys(const QString &repositoryName, const QString &environment)
+QString StoryGitHub::deploys(const QString &repositoryName, const QString &environment, const QString &creator)
 {
     simulator::Script script;
     script.repository = repository(repositoryName);
     script.environment = environment;
-    script.creator = QStringLiteral("github-actions");
+    script.creator = creator;
     script.commitOid = QStringLiteral("0123456789abcdef0123456789abcdef01234567");
     const QString id = beginDeployment(simulator.world(), script, simulator.now());
     m_repositories.insert(id, script.repository);

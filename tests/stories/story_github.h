@@ -29,7 +29,8 @@ public:
     void suspends(const QString &login, bool isSuspended = true);
 
     /// Begins a deployment in progress; returns its identifier.
-    QString deploys(const QString &repository, const QString &environment = QStringLiteral("production"));
+    QString deploys(const QString &repository, const QString &environment = QStringLiteral("production"),
+        const QString &creator = QStringLiteral("github-actions"));
     void succeeds(const QString &deployment) { sets(deployment, QStringLiteral("SUCCESS")); }
     void fails(const QString &deployment) { sets(deployment, QStringLiteral("FAILURE")); }
     /// Gives the deployment a status; `state` is GitHub's name.

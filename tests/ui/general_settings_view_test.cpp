@@ -13,7 +13,10 @@
 #include "ui/controls/card.h"
 #include "ui/controls/switch_control.h"
 
+#include <QApplication>
+#include <QComboBox>
 #include <QTest>
+#include <QWheelEvent>
 
 #include <memory>
 
@@ -30,6 +33,11 @@ const QString kLaunch = QStringLiteral("Launch Velmora at login");
 const QString kOpen = QStringLiteral("Open Notification Settings");
 const QString kRefused = QStringLiteral("Notifications are disabled for Velmora in System Settings.");
 const QString kHelp = QStringLiteral("Velmora sends one notification when a deployment changes to a selected result.");
+const QString kWhose = QStringLiteral("Notify me about");
+const QString kEverybodys = QStringLiteral("everybody's deployments");
+const QString kOnlyMine = QStringLiteral("only those I started");
+const QString kWhoseHelp = QStringLiteral(
+    "Yours are the deployments that a connected account has created. Those that a bot has created are nobody's.");
 const QString kStartupHelp = QStringLiteral("Keep deployment monitoring available after you sign in to your computer.");
 
 } // namespace
@@ -56,7 +64,8 @@ private Q_SLOTS:
     void everyTextIsThereInItsOrder()
     {
         QCOMPARE(shownTexts(*m_view),
-            (QStringList{QStringLiteral("Notifications"), kHelp, QStringLiteral("Startup"), kStartupHelp}));
+            (QStringList{
+                QStringLiteral("Notifications"), kHelp, kWhose, kWhoseHelp, QStringLiteral("Startup"), kStartupHelp}));
         QStringList switches;
         for (const auto *control : m_view->findChildren<SwitchControl *>())
             switches.append(withoutMnemonic(control->text()));
@@ -70,6 +79,7 @@ private Q_SLOTS:
         toggle(kLaunch);
         const QList<QWidget *> expected{shownLabel(*m_view, QStringLiteral("Notifications")), control(kFailures),
             control(kSuccesses), control(kApprovals), shownLabel(*m_view, kHelp), shownButton(*m_view, kOpen),
+            shownLabel(*m_view, kWhose), shownLabel(*m_view, kWhoseHelp),
             shownLabel(*m_view, QStringLiteral("Startup")), control(kLaunch), shownLabel(*m_view, kStartupHelp),
             shownLabel(*m_view, QStringLiteral("No autostart here"))};
         int above = -1;
@@ -126,6 +136,32 @@ private Q_SLOTS:
         QVERIFY(!m_store->successNotificationsEnabled());
     }
 
+    void whoseDeploymentsCountIsOneOfTwoChoices()
+    {
+        auto *whose = m_view->findChild<QComboBox *>();
+        QVERIFY(whose);
+        QCOMPARE(whose->accessibleDescription(), kWhose);
+        QCOMPARE(whose->currentText(), kEverybodys);
+        QTest::keyClick(whose, Qt::Key_Down);
+        QVERIFY(m_store->notifiesOnlyMine());
+        QCOMPARE(whose->currentText(), kOnlyMine);
+        m_store->setNotifiesOnlyMine(false);
+        QCOMPARE(whose->currentText(), kEverybodys);
+        m_store->setNotifiesOnlyMine(true);
+        QTest::keyClick(whose, Qt::Key_Up);
+        QVERIFY(!m_store->notifiesOnlyMine());
+    }
+
+    void aWheelOverTheChoiceOnlyScrolls()
+    {
+        auto *whose = m_view->findChild<QComboBox *>();
+        QWheelEvent turn(QPointF(1, 1), QPointF(1, 1), QPoint(), QPoint(0, -120), Qt::NoButton, Qt::NoModifier,
+            Qt::NoScrollPhase, false);
+        QApplication::sendEvent(whose, &turn);
+        QVERIFY(!m_store->notifiesOnlyMine());
+        QCOMPARE(whose->currentText(), kEverybodys);
+    }
+
     void aRefusedSwitchFallsBackAndSaysWhy()
     {
         m_notifier.immediate.reset();
@@ -176,7 +212,7 @@ private Q_SLOTS:
         refuse();
         shownButton(*m_view, kOpen)->click();
         QCOMPARE(m_opener.opened, 1);
-        QCOMPARE(shownTexts(*m_view).size(), 5);
+        QCOMPARE(shownTexts(*m_view).size(), 7);
     }
 
     void aDesktopWithoutSuchAPageSaysSo()

@@ -9,9 +9,11 @@
 #include "ui/controls/scrolling_page.h"
 #include "ui/controls/switch_control.h"
 
+#include <QComboBox>
 #include <QPushButton>
 #include <QShowEvent>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 
 namespace velmora
 {
@@ -24,6 +26,17 @@ using Texts = GeneralSettingsTexts;
 constexpr int kPadding = 12;
 constexpr int kSpacing = 6;
 constexpr int kSectionGap = 12;
+
+// The rows of the choice whose deployments are announced.
+constexpr int kEverybodys = 0;
+constexpr int kOnlyMine = 1;
+
+/// A wheel over it scrolls the page, and chooses nothing by accident.
+class ChoiceBox final : public QComboBox
+{
+protected:
+    void wheelEvent(QWheelEvent *event) override { event->ignore(); }
+};
 
 TextLabel *explanation(const QString &text)
 {
@@ -51,6 +64,7 @@ GeneralSettingsView::GeneralSettingsView(
     , m_failures(new SwitchControl(Texts::notifyFailures()))
     , m_successes(new SwitchControl(Texts::notifySuccesses()))
     , m_waiting(new SwitchControl(Texts::notifyWaiting()))
+    , m_whose(new ChoiceBox)
     , m_launchAtLogin(new SwitchControl(Texts::launchAtLogin()))
     , m_openSettings(new QPushButton(Texts::openNotificationSettings()))
     , m_openFailure(explanation(QString()))
@@ -96,7 +110,24 @@ Card *GeneralSettingsView::makeNotifications()
     m_openSettings->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     card->addRow(m_openSettings);
     card->addRow(m_openFailure);
+    card->addRow(makeWhose());
+    card->addRow(explanation(Texts::whoseHelp()));
     return card;
+}
+
+QWidget *GeneralSettingsView::makeWhose()
+{
+    auto *row = new QWidget;
+    auto *title = new TextLabel(TextSize::Body);
+    title->setText(Texts::whose());
+    m_whose->addItems({Texts::everybodys(), Texts::onlyMine()});
+    // Assistive technology takes the choice for the name.
+    m_whose->setAccessibleDescription(Texts::whose());
+    auto *layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, kSpacing, 0, 0);
+    layout->addWidget(title, 1);
+    layout->addWidget(m_whose);
+    return row;
 }
 
 Card *GeneralSettingsView::makeStartup()
@@ -118,6 +149,8 @@ void GeneralSettingsView::connectControls()
     connectKind(m_failures, DeploymentNotificationKind::Failure);
     connectKind(m_successes, DeploymentNotificationKind::Success);
     connectKind(m_waiting, DeploymentNotificationKind::Waiting);
+    connect(m_whose, &QComboBox::activated, this,
+        [this](int choice) { m_settings->setNotifiesOnlyMine(choice == kOnlyMine); });
     connect(m_launchAtLogin, &SwitchControl::clicked, this, [this](bool enabled) {
         // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): it takes the captured view for null
         launch(switchLaunchAtLogin(this, m_settings, enabled), "Switching the start at login");
@@ -143,6 +176,7 @@ void GeneralSettingsView::showSettings()
     m_failures->setChecked(m_settings->failureNotificationsEnabled());
     m_successes->setChecked(m_settings->successNotificationsEnabled());
     m_waiting->setChecked(m_settings->notificationsEnabled(DeploymentNotificationKind::Waiting));
+    m_whose->setCurrentIndex(m_settings->notifiesOnlyMine() ? kOnlyMine : kEverybodys);
     m_launchAtLogin->setChecked(m_settings->launchAtLoginEnabled());
     const bool needsPermission = m_settings->notificationsRequireSystemPermission();
     m_openSettings->setVisible(needsPermission);

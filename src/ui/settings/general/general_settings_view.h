@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <QWidget>
 
+class QComboBox;
 class QPushButton;
 
 namespace velmora
@@ -39,6 +40,7 @@ protected:
 private:
     [[nodiscard]] QWidget *makeContent();
     [[nodiscard]] Card *makeNotifications();
+    [[nodiscard]] QWidget *makeWhose();
     [[nodiscard]] Card *makeStartup();
     void connectControls();
     void showSettings();
@@ -53,6 +55,7 @@ private:
     SwitchControl *m_failures;
     SwitchControl *m_successes;
     SwitchControl *m_waiting;
+    QComboBox *m_whose; ///< whose deployments are announced: everybody's, or only the user's
     SwitchControl *m_launchAtLogin;
     QPushButton *m_openSettings;
     TextLabel *m_openFailure; ///< why the desktop's page cannot be opened
