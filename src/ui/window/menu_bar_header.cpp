@@ -72,7 +72,6 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     texts->addWidget(m_status);
     for (auto *line : m_explanation)
         texts->addWidget(line);
-    texts->addWidget(m_unlock, 0, Qt::AlignLeft);
     auto *row = new QHBoxLayout;
     row->setSpacing(2);
     row->addLayout(texts, 1);
@@ -82,6 +81,7 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(kRowMargin, kMargin, kMargin, kMargin);
     layout->addLayout(row);
+    layout->addWidget(m_unlock, 0, Qt::AlignLeft);
     layout->addWidget(m_notice);
 }
 
