@@ -188,7 +188,7 @@ void Month::judge()
     const auto logins = MonthGitHub::logins();
     for (const QString &login : logins) {
         if (m_github.openQuestions(login) == 0)
-            m_oracle.roundEnded(login, m_clock.now(), !m_wasClockSet);
+            m_oracle.roundEnded(login, m_clock.now(), !m_isTimeUnsure);
     }
 }
 
@@ -197,10 +197,10 @@ void Month::afterEvent()
     if (!m_app)
         return;
     judge();
-    if (m_github.openQuestions() == 0) {
+    if (m_github.openQuestions() == 0)
         m_oracle.rested();
-        m_wasClockSet = false;
-    }
+    if (m_github.openRequests() == 0)
+        m_isTimeUnsure = false;
     if (m_desktop.notifications->isSilent)
         m_oracle.excuseDelays();
     else
@@ -561,6 +561,8 @@ void Month::sleepFor(Duration duration, bool isAnnounced)
     if (isAnnounced && m_app)
         m_app->wakeWatch().prepareForSleep(true);
     settle();
+    // What the program is being told will be some time old when it reads it.
+    m_isTimeUnsure = m_isTimeUnsure || m_github.openRequests() > 0;
     m_clock.suspend(duration);
     if (isAnnounced && m_app)
         m_app->wakeWatch().prepareForSleep(false);
@@ -570,15 +572,19 @@ void Month::setClockWrong()
 {
     const auto skew = m_random.chance(50) ? between(10s, 20h) : -between(10s, 20h);
     note(u"clock wrong by %1 s"_s.arg(skew / 1s));
-    m_wasClockSet = true;
-    m_clock.setSkew(skew);
-    m_github.forgetPauses();
+    setSkew(skew);
     m_clock.onMachine(between(1min, 90min), [this] {
         note(u"clock right"_s);
-        m_wasClockSet = true;
-        m_clock.setSkew(0s);
-        m_github.forgetPauses();
+        setSkew(0s);
     });
+}
+
+void Month::setSkew(Duration skew)
+{
+    m_oracle.clockSet(m_clock.now());
+    m_isTimeUnsure = true;
+    m_clock.setSkew(skew);
+    m_github.forgetPauses();
 }
 
 Month::Duration Month::between(Duration least, Duration most)

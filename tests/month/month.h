@@ -82,6 +82,7 @@ private:
     void changeNetwork();
     void sleepFor(Duration duration, bool isAnnounced);
     void setClockWrong();
+    void setSkew(Duration skew);
     void note(const QString &event);
     [[nodiscard]] Duration between(Duration least, Duration most);
     [[nodiscard]] QString where() const;
@@ -97,7 +98,7 @@ private:
     std::unique_ptr<MonthNotifier> m_notifier;
     std::unique_ptr<VelmoraApp> m_app;
     Duration m_lastRound{0}; ///< awake
-    bool m_wasClockSet = false; ///< since the last round
+    bool m_isTimeUnsure = false; ///< the clock was set, or the machine slept, since a request began
     QSet<QString> m_removed; ///< logins that the user wants removed
     struct Silence {
         qint64 questions = 0;

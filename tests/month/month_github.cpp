@@ -79,6 +79,7 @@ struct MonthGitHub::Exchange {
     QSet<int> nullPlaces; ///< of repositories that are null in the answer
     QList<int> installations; ///< that the login sees
     bool hasToken = false;
+    bool isOwnerKnown = true; ///< to the program, from an earlier answer to the same token
     bool hasEnded = false;
     bool isSpoiled = false;
     bool isFollowed = false; ///< a redirect, after which the same is asked elsewhere
@@ -353,7 +354,7 @@ void MonthGitHub::answering(const simulator::Request &request, const QString &lo
     };
 }
 
-void MonthGitHub::checkArrival(const Exchange &exchange, const simulator::Request &request)
+void MonthGitHub::checkArrival(Exchange &exchange, const simulator::Request &request)
 {
     if (!exchange.refreshToken.isEmpty()) {
         if (m_usedTokens.contains(exchange.refreshToken) || m_openTokens.contains(exchange.refreshToken))
@@ -367,8 +368,8 @@ void MonthGitHub::checkArrival(const Exchange &exchange, const simulator::Reques
     if (m_open[exchange.login]++ > 0)
         violate(what + u": another request was open"_s);
     // Whose a new token is turns out with the first answer.
-    const bool isKnown = !m_newTokens.remove(request.token());
-    if (isKnown && m_clock->truth() + 1s < m_pausedUntil.value(exchange.login))
+    exchange.isOwnerKnown = !m_newTokens.remove(request.token());
+    if (exchange.isOwnerKnown && m_clock->truth() + 1s < m_pausedUntil.value(exchange.login))
         violate(what + u": GitHub had told the program to wait"_s);
     const auto hour = std::chrono::floor<std::chrono::hours>(m_clock->truth()).time_since_epoch().count();
     if (++m_spent[{exchange.login, hour}] > kMostSpent)
@@ -548,10 +549,12 @@ void MonthGitHub::list(const Exchange &exchange, bool isWhole)
 /// Remembers until when GitHub wants no request, if the machine's clock is right enough to know.
 void MonthGitHub::notePause(const Exchange &exchange)
 {
-    if (exchange.login.isEmpty() || m_clock->skew() != 0s)
-        return;
     const simulator::Response &response = exchange.response;
     const bool isRefused = response.status == 403 || response.status == 429;
+    // The program does not learn from a refusal whose new token it has.
+    const bool isForNobody = exchange.login.isEmpty() || (isRefused && !exchange.isOwnerKnown);
+    if (isForNobody || m_clock->skew() != 0s)
+        return;
     const bool isQuery = exchange.path == kGraphQL && response.status == 200 && !exchange.isSpoiled;
     if (!isRefused && !isQuery)
         return;

@@ -112,7 +112,7 @@ private:
     void spoil(simulator::Reply &reply, Exchange &exchange);
     void removePoints(simulator::Response &response) const;
     [[nodiscard]] std::chrono::milliseconds delay(const Exchange &exchange);
-    void checkArrival(const Exchange &exchange, const simulator::Request &request);
+    void checkArrival(Exchange &exchange, const simulator::Request &request);
     void finished(Exchange &exchange, int status);
     void adoptTokens(const Exchange &exchange);
     void tellOracle(const Exchange &exchange, bool isWhole);

@@ -95,6 +95,14 @@ void MonthOracle::switched(Kind kind, bool isOn)
     }
 }
 
+void MonthOracle::clockSet(Instant before)
+{
+    for (const Seen &seen : std::as_const(m_held)) {
+        if (before - seen.updatedAt > kResultLifetime - kTolerance)
+            leaveOpen(seen.key);
+    }
+}
+
 /// What was expected need not come any more.
 void MonthOracle::withdraw(const QString &key)
 {
@@ -174,7 +182,7 @@ void MonthOracle::judge(const ToldRepository &repository, Instant now, bool isTi
         if (standing != Standing::Active)
             judge(deployment, isFirst, !isCertain || (isFirst && (isFirstUnsure || m_stale.contains(deployment.id))));
         m_stale.remove(deployment.id);
-        held.insert(deployment.id, {repository.number, standing});
+        held.insert(deployment.id, {repository.number, standing, keyOf(deployment), deployment.updatedAt});
     }
     m_held.removeIf(
         [&](const auto &entry) { return entry->repository == repository.number && !held.contains(entry.key()); });

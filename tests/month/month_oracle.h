@@ -47,7 +47,8 @@ struct ToldRepository {
 /// - After that a failure or success is news if the deployment was not seen with the same before.
 /// - A result is worth mentioning for 24 hours. Nothing is announced twice, ever.
 /// - While failures or successes are switched off, none is announced. Those that come meanwhile are not made up for,
-///   unless the deployment runs again and ends with the same result.
+///   unless the deployment runs again and ends with the same result. One that the program has let go of because of a
+///   wrong clock may be announced when it is told of again.
 /// - An account that is removed takes its repositories along, as if they were listed no more.
 /// - A killed program may lose the one notification that it was about to hand over.
 ///
@@ -68,6 +69,9 @@ public:
     void removed(const QString &login);
     /// The user has switched the notifications of a kind on or off. Both are on in the beginning.
     void switched(Kind kind, bool isOn);
+
+    /// The machine's clock, which said `before`, is set to another time.
+    void clockSet(Instant before);
 
     /// GitHub's answer to a query arrived whole.
     void told(const QString &login, const QList<ToldRepository> &repositories);
@@ -95,6 +99,8 @@ private:
     struct Seen {
         int repository = 0;
         Standing standing = Standing::Other;
+        QString key; ///< empty for what is no result
+        Instant updatedAt;
     };
     struct Round {
         std::optional<QSet<int>> listed;

@@ -187,6 +187,25 @@ private Q_SLOTS:
         run.oracle.announced(u"D:failure"_s);
     }
 
+    void whatAWrongClockHasRemovedFromTheListMayBeAnnouncedIfItWasSwitchedOff()
+    {
+        Run run;
+        run.tells(u"IN_PROGRESS"_s);
+        run.oracle.switched(MonthOracle::Kind::Successes, false);
+        run.tells(u"ACTIVE"_s);
+        run.oracle.switched(MonthOracle::Kind::Successes, true);
+        run.oracle.clockSet(run.now + 23h);
+        QVERIFY_THROWS_EXCEPTION(Violation, run.oracle.announced(u"D:success"_s));
+        Run other;
+        other.tells(u"IN_PROGRESS"_s);
+        other.oracle.switched(MonthOracle::Kind::Successes, false);
+        other.tells(u"ACTIVE"_s);
+        other.oracle.switched(MonthOracle::Kind::Successes, true);
+        other.oracle.clockSet(other.now + 25h);
+        other.oracle.announced(u"D:success"_s);
+        QCOMPARE(other.oracle.expectedCount(), 0);
+    }
+
     void whatWaitsWhenItsKindIsSwitchedOffNeedNotComeAnyMore()
     {
         Run run;
