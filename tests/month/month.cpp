@@ -105,6 +105,8 @@ void Month::pass()
         for (int day = 0; day < m_options.days; ++day) {
             passDay(m_begin + day * 24h);
             m_memory.append(memoryInUse());
+            const auto heap = mallinfo2();
+            m_allocated.append(qint64(heap.uordblks + heap.hblkhd));
         }
     } catch (const std::exception &failure) {
         throw Violation(QString::fromUtf8(failure.what()) + u'\n' + where());
@@ -276,8 +278,9 @@ void Month::start()
         return;
     note(u"start"_s);
     m_notifier = std::make_unique<MonthNotifier>(&m_oracle, &m_desktop.service);
-    m_notifier->beforeAnnouncement = [this] {
+    m_notifier->beforeAnnouncement = [this](const QString &key) {
         judge();
+        m_oracle.announcing(key, m_clock.now(), !m_isTimeUnsure);
     };
     m_oracle.programStarted(m_clock.now());
     m_github.forgetPauses();
@@ -630,6 +633,9 @@ QString Month::report() const
     text += u"  memory of the last day against the first %1 (aim 1.1); in MiB after each day:"_s.arg(
         memoryGrowth(), 0, 'f', 2);
     for (const qint64 memory : m_memory)
+        text += u" %1"_s.arg(double(memory) / kMebibyte, 0, 'f', 1);
+    text += u"\n  of that allocated:"_s;
+    for (const qint64 memory : m_allocated)
         text += u" %1"_s.arg(double(memory) / kMebibyte, 0, 'f', 1);
     text += u"\n  "_s;
     QStringList kinds = m_counts.keys();

@@ -110,6 +110,7 @@ private:
     QHash<QString, int> m_counts; ///< by the kind of event
     std::deque<QString> m_latest;
     QList<qint64> m_memory; ///< in bytes, after each day
+    QList<qint64> m_allocated; ///< of that, on the heap
 };
 
 } // namespace velmora::testing

@@ -158,7 +158,7 @@ public:
 
     /// The first broken rule; empty for none. A coroutine of the program would swallow an exception.
     QString violation;
-    std::function<void()> beforeAnnouncement;
+    std::function<void(const QString &key)> beforeAnnouncement;
     bool isAlive = true; ///< whether its program has not been killed
 
 private:
@@ -166,9 +166,10 @@ private:
     {
         if (!isAlive)
             return;
-        beforeAnnouncement();
+        const QString key = deployment.id + QLatin1Char(':') + rawValue(deployment.state);
+        beforeAnnouncement(key);
         try {
-            m_oracle->announced(deployment.id + QLatin1Char(':') + rawValue(deployment.state));
+            m_oracle->announced(key);
         } catch (const Violation &broken) {
             if (violation.isEmpty())
                 violation = QString::fromUtf8(broken.what());

@@ -360,6 +360,7 @@ void MonthGitHub::checkArrival(Exchange &exchange, const simulator::Request &req
         if (m_usedTokens.contains(exchange.refreshToken) || m_openTokens.contains(exchange.refreshToken))
             violate(u"a refresh token was used twice"_s);
         m_openTokens.insert(exchange.refreshToken);
+        ++m_questions[m_refreshTokens.value(exchange.refreshToken)];
     }
     if (exchange.login.isEmpty())
         return;

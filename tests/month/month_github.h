@@ -75,7 +75,7 @@ public:
     /// Whether the program has yet to notice the beginning of an answer whose rest never comes, or that it has waited
     /// long enough for the rest.
     [[nodiscard]] bool isDripNews() const;
-    /// How many requests with a token of the login have come.
+    /// How many requests with a token of the login have come, those for a new one included.
     [[nodiscard]] qint64 questionCount(const QString &login) const { return m_questions.value(login); }
 
     [[nodiscard]] int openRequests() const { return m_openCount; }

@@ -240,6 +240,27 @@ void MonthOracle::leaveOpen(const QString &key)
     ++m_undecided;
 }
 
+bool MonthOracle::mayCome(const QString &key) const
+{
+    return m_pending.contains(key) || m_open.contains(key) || m_inherited.contains(key) || m_early.contains(key);
+}
+
+void MonthOracle::announcing(const QString &key, Instant now, bool isTimeSure)
+{
+    if (mayCome(key))
+        return;
+    const auto tells = [&](const ToldRepository &repository) {
+        return std::any_of(repository.deployments->begin(), repository.deployments->end(),
+            [&](const ToldDeployment &deployment) { return keyOf(deployment) == key; });
+    };
+    const QStringList logins = m_round.keys();
+    for (const QString &login : logins) {
+        const auto &told = m_round[login].told;
+        if (std::any_of(told.begin(), told.end(), tells))
+            roundEnded(login, now, isTimeSure);
+    }
+}
+
 void MonthOracle::announced(const QString &key)
 {
     if (m_announced.contains(key))
@@ -249,8 +270,10 @@ void MonthOracle::announced(const QString &key)
     m_announced.insert(key);
     qCDebug(oracleLog) << "announced" << key;
     m_settled.insert(key);
-    if (!m_pending.remove(key) && !m_open.remove(key) && !m_inherited.remove(key) && !m_early.remove(key))
+    if (!mayCome(key))
         throw Violation(u"%1 was announced and is no news"_s.arg(key));
+    for (QSet<QString> *keys : {&m_pending, &m_open, &m_inherited, &m_early})
+        keys->remove(key);
     excuseDelays();
 }
 

@@ -83,6 +83,9 @@ public:
     /// The program has worked on all answers for all accounts.
     void rested();
 
+    /// The program is about to announce the result. Unless that was expected, it has worked on what it was told of the
+    /// deployment, even if it asks for the account again already.
+    void announcing(const QString &key, Instant now, bool isTimeSure);
     /// The program announces the result, such as "ID:failure".
     void announced(const QString &key);
     /// No time that passes until the call counts as a delay of the announcements.
@@ -118,6 +121,7 @@ private:
     void considerPartly(const ToldRepository &repository);
     void judge(const ToldRepository &repository, Instant now, bool isTimeSure);
     void judge(const ToldDeployment &deployment, bool isFirst, bool isUndecidable);
+    [[nodiscard]] bool mayCome(const QString &key) const;
     void expect(const QString &key);
     void leaveOpen(const QString &key);
     void withdraw(const QString &key);

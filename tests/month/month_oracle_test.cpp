@@ -216,6 +216,20 @@ private Q_SLOTS:
         QVERIFY_THROWS_EXCEPTION(Violation, run.oracle.announced(u"D:success"_s));
     }
 
+    void aResultMayBeAnnouncedWhileTheProgramAsksAgain()
+    {
+        Run run;
+        run.tells(u"IN_PROGRESS"_s);
+        const auto told = std::make_shared<const QList<ToldDeployment>>(
+            QList<ToldDeployment>{{u"D"_s, u"FAILURE"_s, run.now - 1min}});
+        run.oracle.told(kLogin, {{7, told}});
+        run.oracle.announcing(u"D:failure"_s, run.now, true);
+        run.oracle.announced(u"D:failure"_s);
+        QCOMPARE(run.oracle.expectedCount(), 1);
+        run.oracle.announcing(u"E:failure"_s, run.now, true);
+        QVERIFY_THROWS_EXCEPTION(Violation, run.oracle.announced(u"E:failure"_s));
+    }
+
     void anAccountThatIsConnectedAgainBeginsAnew()
     {
         Run run;
