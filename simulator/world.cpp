@@ -76,7 +76,7 @@ QString World::addDeployment(int repository, Deployment deployment)
 {
     Repository &target = change(repository);
     deployment.id = nodeIDOf("DE_kwDO"_L1, m_nextDeployment++, 8);
-    const QString id = deployment.id;
+    QString id = deployment.id;
     target.deployments.push_front(std::move(deployment));
     if (target.deployments.size() > kMostDeployments)
         target.deployments.pop_back();
