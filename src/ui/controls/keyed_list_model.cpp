@@ -2,6 +2,7 @@
 #include "ui/controls/keyed_list_model.h"
 
 #include <QHash>
+#include <QSet>
 
 namespace velmora
 {
@@ -19,9 +20,11 @@ void KeyedListModel::replaceRows(const std::function<void()> &replace)
     Q_EMIT layoutAboutToBeChanged();
     const QModelIndexList before = persistentIndexList();
     QStringList keys;
+    QSet<std::size_t> hashes;
     int first = rowCount();
     for (const QModelIndex &index : before) {
         keys.append(key(index.row()).toString());
+        hashes.insert(keyHash(index.row()));
         first = std::min(first, index.row());
     }
     replace();
@@ -32,6 +35,8 @@ void KeyedListModel::replaceRows(const std::function<void()> &replace)
     qsizetype left = rows.size();
     const int count = rowCount();
     for (int i = std::max(0, first - kSlack), end = i + count; i < end && left > 0; ++i) {
+        if (!hashes.contains(keyHash(i % count)))
+            continue;
         const auto found = rows.find(key(i % count));
         if (found != rows.end() && *found < 0) {
             *found = i % count;

@@ -42,7 +42,7 @@ void DeploymentListModel::fillSections()
     for (auto &section : m_sections)
         section.clear();
     for (const auto &deployment : std::as_const(m_deployments))
-        m_sections.at(place(sectionOf(deployment.state()))).push_back(&*deployment);
+        m_sections.at(place(sectionOf(deployment.state()))).push_back(&deployment);
 }
 
 DeploymentListModel::Row DeploymentListModel::rowAt(int row) const
@@ -60,7 +60,19 @@ DeploymentListModel::Row DeploymentListModel::rowAt(int row) const
 QStringView DeploymentListModel::key(int row) const
 {
     const Row shown = rowAt(row);
-    return shown.deployment ? QStringView(shown.deployment->id) : kHeaderKeys.at(place(shown.section));
+    return shown.deployment ? QStringView((*shown.deployment)->id) : kHeaderKeys.at(place(shown.section));
+}
+
+std::size_t DeploymentListModel::keyHash(int row) const
+{
+    const Row shown = rowAt(row);
+    return shown.deployment ? shown.deployment->idHash() : qHash(kHeaderKeys.at(place(shown.section)));
+}
+
+const DeploymentSnapshot *DeploymentListModel::deployment(int row) const
+{
+    const Row shown = rowAt(row);
+    return shown.deployment ? &**shown.deployment : nullptr;
 }
 
 qsizetype DeploymentListModel::count(DeploymentSectionKind section) const

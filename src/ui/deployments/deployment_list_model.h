@@ -27,8 +27,8 @@ public:
     void setDeployments(const DeploymentList &deployments);
 
     /// The deployment of a row; null for a header. Valid until the next setDeployments().
-    [[nodiscard]] const DeploymentSnapshot *deployment(int row) const { return rowAt(row).deployment; }
-    [[nodiscard]] bool isHeader(int row) const { return !deployment(row); }
+    [[nodiscard]] const DeploymentSnapshot *deployment(int row) const;
+    [[nodiscard]] bool isHeader(int row) const { return !rowAt(row).deployment; }
     [[nodiscard]] DeploymentSectionKind section(int row) const { return rowAt(row).section; }
     [[nodiscard]] qsizetype count(DeploymentSectionKind section) const;
     /// The rows of the headers, ascending.
@@ -40,10 +40,11 @@ public:
 
 protected:
     [[nodiscard]] QStringView key(int row) const override;
+    [[nodiscard]] std::size_t keyHash(int row) const override;
 
 private:
     struct Row {
-        const DeploymentSnapshot *deployment = nullptr;
+        const SharedDeployment *deployment = nullptr;
         DeploymentSectionKind section = DeploymentSectionKind::Completed;
     };
 
@@ -54,7 +55,7 @@ private:
 
     Clock *m_clock;
     DeploymentList m_deployments;
-    std::array<std::vector<const DeploymentSnapshot *>, 3> m_sections; ///< of m_deployments
+    std::array<std::vector<const SharedDeployment *>, 3> m_sections; ///< of m_deployments
 };
 
 } // namespace velmora
