@@ -8,6 +8,7 @@
 #include "github/wire/responses.h"
 #include "support/erased.h"
 #include "support/json.h"
+#include "support/json_document.h"
 
 #include <QSet>
 
@@ -225,6 +226,7 @@ QCoro::Task<DeploymentFetchResult> GitHubClient::fetchDeployments(
     if (repositories.isEmpty())
         co_return whole;
     whole.rateLimit = DeploymentRateLimit::none();
+    const JSONParserReuse reuse;
     for (qsizetype first = 0; first < repositories.size(); first += kDeploymentBatchSize) {
         QStringList ids = nodeIDs(repositories.mid(first, kDeploymentBatchSize));
         const auto batch = co_await fetchBatch(client, std::move(ids), accessToken, stop);

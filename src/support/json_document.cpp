@@ -44,10 +44,15 @@ bool isTooDense(QByteArrayView json)
     return marks > json.size() / kLeastBytesForAValue;
 }
 
-/// This thread's spare parser; null while a document uses it.
-std::unique_ptr<JSONDocument::Parser> &spareParser()
+struct Spare {
+    int users = 0;
+    std::unique_ptr<JSONDocument::Parser> parser; ///< null while a document uses it
+};
+
+/// This thread's.
+Spare &spare()
 {
-    thread_local std::unique_ptr<JSONDocument::Parser> spare;
+    thread_local Spare spare;
     return spare;
 }
 
@@ -70,7 +75,7 @@ simdjson::error_code parse(JSONDocument::Parser &with, QByteArrayView json)
 } // namespace
 
 JSONDocument::JSONDocument(QByteArrayView json)
-    : m_parser(std::move(spareParser()))
+    : m_parser(std::move(spare().parser))
 {
     if (isTooDense(json))
         throw DecodingError(QStringLiteral("The data has too many values."));
@@ -98,8 +103,19 @@ void JSONDocument::Parser::wipe()
 JSONDocument::~JSONDocument()
 {
     m_parser->wipe();
-    if (m_parser->parser.capacity() <= kMostKept)
-        spareParser() = std::move(m_parser);
+    if (spare().users > 0 && m_parser->parser.capacity() <= kMostKept)
+        spare().parser = std::move(m_parser);
+}
+
+JSONParserReuse::JSONParserReuse()
+{
+    ++spare().users;
+}
+
+JSONParserReuse::~JSONParserReuse()
+{
+    if (--spare().users == 0)
+        spare().parser.reset();
 }
 
 json::Element json::rootOf(const JSONDocument &document)

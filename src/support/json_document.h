@@ -10,8 +10,7 @@ namespace velmora
 
 /// A parsed JSON document. Records that hold views of its texts say so; the document must outlive them.
 ///
-/// Each thread keeps one parser ready, since its memory costs more than the parsing. A parser that a large document has
-/// enlarged is released instead.
+/// Its memory costs more than the parsing: see JSONParserReuse for many documents.
 class JSONDocument
 {
 public:
@@ -27,6 +26,16 @@ public:
 
 private:
     std::unique_ptr<Parser> m_parser;
+};
+
+/// While one exists, its thread keeps the parser of a document for the next, unless a large document has enlarged it.
+class JSONParserReuse
+{
+public:
+    JSONParserReuse();
+    /// Releases the parser with the last one of its thread, which must be the one that created it.
+    ~JSONParserReuse();
+    Q_DISABLE_COPY_MOVE(JSONParserReuse)
 };
 
 } // namespace velmora

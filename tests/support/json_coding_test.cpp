@@ -229,6 +229,7 @@ private Q_SLOTS:
 
     void whatWasParsedIsCleared()
     {
+        const JSONParserReuse reuse;
         for (const qsizetype size : {1, 40, 4'000}) {
             const QByteArray secret(size, 's');
             const char *place = nullptr;
@@ -238,13 +239,14 @@ private Q_SLOTS:
                 place = reinterpret_cast<const char *>(view.text.data());
                 QCOMPARE(QByteArray(place, size), secret);
             }
-            // The parser keeps the memory for the next document of this thread.
+            // The memory is kept for the next document.
             QCOMPARE(QByteArray(place, size), QByteArray(size, '\0'));
         }
     }
 
     void documentsOfEverySizeFollowEachOther()
     {
+        const JSONParserReuse reuse;
         // Below, at and above the size of the kept buffer; small documents after a large one and after a broken one.
         for (const qsizetype size : {1, 1'000, 65'536, 65'537, 3'000'000, 1, 600'000, 70'000}) {
             const QByteArray text(size, 'x');
