@@ -311,6 +311,8 @@ private Q_SLOTS:
         row("http://127.0.0.1:1234/api", "");
         row("http://127.99.0.1", "");
         row("http://[::1]:80", "");
+        row("http://simulator.localhost:8080", "");
+        row("http://localhost.", "or one of this machine");
         row("http://example.com", "or one of this machine");
         row("http://localhost.example.com", "or one of this machine");
         row("http://127.0.0.1.example.com", "or one of this machine");
