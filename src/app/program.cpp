@@ -98,13 +98,13 @@ int Program::execute()
 
 void Program::finishWithoutDisplay()
 {
-    AuthenticationStore *const store = authentication();
-    if (!store)
-        return;
-    // A Velmora that is started on the next display must not find this one.
-    m_run->withdraw();
-    m_grace.passHere(store);
-    save();
+    if (AuthenticationStore *const store = authentication()) {
+        // A Velmora that is started on the next display must not find this one.
+        m_run->withdraw();
+        m_grace.passHere(store);
+    }
+    if (session())
+        session()->abandon();
 }
 
 Session *Program::session() const

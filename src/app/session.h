@@ -52,7 +52,7 @@ public:
     /// Writes what is not yet saved of the preferences.
     void save();
 
-    /// Saves, and ends the demo's GitHub. For an end of the process that destroys no objects.
+    /// Saves, ends the demo's GitHub and removes its profile. For an end of the process that destroys no objects.
     void abandon();
 
 private:

@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Velmora is told to end while it works, or loses the desktop."""
 
+import glob
 import json
 import os
 import signal
@@ -168,8 +169,10 @@ class EndTest(VelmoraTest):
                 self.assertGreater(len(renewals), 1)
                 self.assertEqual(len(renewals), len(set(renewals)))
 
-    def test_the_demo_ends_with_its_display_and_leaves_nobody(self):
+    def test_the_demo_ends_with_its_display_and_leaves_no_process_and_no_folder(self):
         self.come_up("--demo", "--background", accessibility=False)
+        folder = self.desktop.environment["TMPDIR"]
+        self.assertTrue(glob.glob(f"{folder}/velmora-*"))
         with open(f"/proc/{self.velmora.pid}/task/{self.velmora.pid}/children", encoding="ascii") as file:
             children = file.read().split()
         self.assertTrue(children)
@@ -178,6 +181,7 @@ class EndTest(VelmoraTest):
 
         self.expect_end(1)
         eventually(lambda: not any(os.path.exists(f"/proc/{child}/exe") for child in children), "its GitHub to end")
+        self.assertEqual(glob.glob(f"{folder}/velmora-*"), [])
 
 
 if __name__ == "__main__":
