@@ -215,6 +215,17 @@ private Q_SLOTS:
         QCOMPARE(shownTexts(*m_view).size(), 7);
     }
 
+    void aRefusalBeforeItIsOpenedLeavesNoEmptyLine()
+    {
+        refuse();
+        build();
+        QVERIFY(shownButton(*m_view, kOpen));
+        const auto labels = m_view->findChildren<QLabel *>();
+        QVERIFY(std::ranges::none_of(labels, [this](const QLabel *label) {
+            return label->isVisibleTo(m_view.get()) && label->text().isEmpty() && label->pixmap().isNull();
+        }));
+    }
+
     void aDesktopWithoutSuchAPageSaysSo()
     {
         refuse();

@@ -181,7 +181,8 @@ void GeneralSettingsView::showSettings()
     const bool needsPermission = m_settings->notificationsRequireSystemPermission();
     m_openSettings->setVisible(needsPermission);
     if (!needsPermission)
-        m_openFailure->hide();
+        m_openFailure->setText(QString());
+    m_openFailure->setVisible(!m_openFailure->text().isEmpty());
     m_error->setMessage(m_settings->errorMessage().value_or(QString()));
     m_errorSection->setVisible(m_settings->errorMessage().has_value());
 }
