@@ -47,6 +47,25 @@ private Q_SLOTS:
         QVERIFY(!rule.closesOnFocusLoss(kOpened + 1h + 100ms, kElsewhere));
     }
 
+    void shouldStayOpenDuringAQuestionOfTheDesktopAndUntilTheFocusIsBack()
+    {
+        DismissalRule rule(DismissalRule::Focus::FollowsClicks);
+        rule.opened(kOpened, kItem);
+        rule.setAsking(true, kOpened);
+        QVERIFY(!rule.closesOnFocusLoss(kOpened + 1h, kElsewhere));
+        rule.setAsking(false, kOpened + 2h);
+        QVERIFY(!rule.closesOnFocusLoss(kOpened + 2h + 1499ms, kElsewhere));
+        QVERIFY(rule.closesOnFocusLoss(kOpened + 2h + 1500ms, kElsewhere));
+    }
+
+    void shouldTakeNoAnswerForOneWithoutAQuestion()
+    {
+        DismissalRule rule(DismissalRule::Focus::FollowsClicks);
+        rule.opened(kOpened, kItem);
+        rule.setAsking(false, kOpened);
+        QVERIFY(rule.closesOnFocusLoss(kOpened, kElsewhere));
+    }
+
     void shouldTellTheEndOfTheClosingClickFromAnotherClick_data()
     {
         QTest::addColumn<bool>("isAnchored");

@@ -253,6 +253,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(m_other.get()));
         QVERIFY(m_window->isVisible());
         m_window->setAwaitingAnswer(false);
+        m_now += 3s;
         QEvent deactivated(QEvent::WindowDeactivate);
         QCoreApplication::sendEvent(m_window.get(), &deactivated);
         QVERIFY(!m_window->isVisible());

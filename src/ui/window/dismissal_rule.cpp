@@ -19,6 +19,8 @@ constexpr auto kClick = 400ms;
 /// The same if the pointer rests on the item: a slow click is more likely there than a second one. If the pointer is
 /// elsewhere, the click was not at the item.
 constexpr auto kSlowClick = 2s;
+/// How long the focus may take from a question of the desktop back to the window.
+constexpr auto kWayBack = 1500ms;
 /// The greatest distance, in pixels, from the place of the click to the edge of an item.
 constexpr int kItemReach = 32;
 
@@ -32,8 +34,17 @@ void DismissalRule::opened(Time now, std::optional<QPoint> anchor)
     m_clickEndsBy.reset();
 }
 
+void DismissalRule::setAsking(bool isAsking, Time now)
+{
+    if (m_isAsking && !isAsking)
+        m_answeredAt = now;
+    m_isAsking = isAsking;
+}
+
 bool DismissalRule::closesOnFocusLoss(Time now, QPoint pointer)
 {
+    if (m_isAsking || (m_answeredAt && now - *m_answeredAt < kWayBack))
+        return false;
     if (m_focus == Focus::MayFollowPointer && !m_wasEntered && now - m_openedAt < kWayToWindow)
         return false;
     if (!m_anchor)

@@ -30,6 +30,9 @@ public:
     /// `anchor` is the place of the click at the item in screen coordinates, if known.
     void opened(Time now, std::optional<QPoint> anchor);
     void pointerEntered() { m_wasEntered = true; }
+    /// The desktop asks the user something for this program, in a window that takes the focus; or no longer does. The
+    /// window stays open meanwhile, and while the focus finds its way back.
+    void setAsking(bool isAsking, Time now);
 
     /// Whether the window, which has just lost the focus, closes. If so, it counts as closed from now on.
     [[nodiscard]] bool closesOnFocusLoss(Time now, QPoint pointer);
@@ -42,6 +45,8 @@ private:
     Time m_openedAt;
     std::optional<QPoint> m_anchor;
     bool m_wasEntered = false;
+    bool m_isAsking = false;
+    std::optional<Time> m_answeredAt;
     std::optional<Time> m_clickEndsBy; ///< the click that may have closed the window
 };
 

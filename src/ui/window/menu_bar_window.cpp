@@ -172,7 +172,7 @@ bool MenuBarWindow::event(QEvent *event)
 
 void MenuBarWindow::focusLost()
 {
-    if (!m_hasItem || m_isAwaitingAnswer)
+    if (!m_hasItem)
         return;
     // The focus went to a menu or a dialog of this window.
     const QWidget *const now = QApplication::activeWindow();

@@ -41,7 +41,7 @@ public:
     void setHasItem(bool hasItem) { m_hasItem = hasItem; }
 
     /// Whether the desktop asks the user something for this program. Then the loss of the focus closes nothing.
-    void setAwaitingAnswer(bool isAwaiting) { m_isAwaitingAnswer = isAwaiting; }
+    void setAwaitingAnswer(bool isAwaiting) { m_dismissal.setAsking(isAwaiting, m_now()); }
 
     /// Shows the window, or brings it to the front. `anchor` is the place of the click at the item, if known; the token
     /// is the desktop's permission to take the focus.
@@ -68,7 +68,6 @@ private:
     Placement m_placementAtItem; ///< where the desktop has an item
     Placement m_placement; ///< of the window as it is
     bool m_hasItem = true;
-    bool m_isAwaitingAnswer = false;
     Now m_now;
     QTimer m_unused{this}; ///< runs from the closing on
     DismissalRule m_dismissal;
