@@ -58,10 +58,11 @@ private Q_SLOTS:
         QVERIFY(rule.closesOnFocusLoss(kOpened + 2h + 1500ms, kElsewhere));
     }
 
-    void shouldTakeNoAnswerForOneWithoutAQuestion()
+    void shouldWaitForNoFocusThatNoQuestionHasTaken()
     {
         DismissalRule rule(DismissalRule::Focus::FollowsClicks);
         rule.opened(kOpened, kItem);
+        rule.setAsking(true, kOpened);
         rule.setAsking(false, kOpened);
         QVERIFY(rule.closesOnFocusLoss(kOpened, kElsewhere));
     }

@@ -36,14 +36,16 @@ void DismissalRule::opened(Time now, std::optional<QPoint> anchor)
 
 void DismissalRule::setAsking(bool isAsking, Time now)
 {
-    if (m_isAsking && !isAsking)
+    if (m_isQuestionShown && !isAsking)
         m_answeredAt = now;
     m_isAsking = isAsking;
+    m_isQuestionShown = m_isQuestionShown && isAsking;
 }
 
 bool DismissalRule::closesOnFocusLoss(Time now, QPoint pointer)
 {
-    if (m_isAsking || (m_answeredAt && now - *m_answeredAt < kWayBack))
+    m_isQuestionShown = m_isAsking;
+    if (m_isQuestionShown || (m_answeredAt && now - *m_answeredAt < kWayBack))
         return false;
     if (m_focus == Focus::MayFollowPointer && !m_wasEntered && now - m_openedAt < kWayToWindow)
         return false;

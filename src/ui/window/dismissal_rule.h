@@ -46,6 +46,7 @@ private:
     std::optional<QPoint> m_anchor;
     bool m_wasEntered = false;
     bool m_isAsking = false;
+    bool m_isQuestionShown = false; ///< it has taken the focus
     std::optional<Time> m_answeredAt;
     std::optional<Time> m_clickEndsBy; ///< the click that may have closed the window
 };
