@@ -5,6 +5,8 @@
 
 #include <QPointer>
 
+#include <utility>
+
 namespace velmora
 {
 
@@ -35,18 +37,10 @@ WatchedCredentials::WatchedCredentials(std::shared_ptr<CredentialStoring> creden
 
 QCoro::Task<> WatchedCredentials::save(GitHubCredential credential, qint64 accountID, Interaction interaction)
 {
-    const QPointer<WatchedCredentials> self(this);
-    const auto credentials = m_credentials;
-    std::exception_ptr failure;
-    try {
-        co_await credentials->save(credential, accountID, interaction);
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    if (self)
+    const auto conclude = [this, accountID](const std::exception_ptr &failure) {
         record(accountID, isLock(failure));
-    if (failure)
-        std::rethrow_exception(failure);
+    };
+    return askingIf(interaction, observed(m_credentials->save(credential, accountID, interaction), conclude));
 }
 
 QCoro::Task<std::optional<GitHubCredential>> WatchedCredentials::load(qint64 accountID)
@@ -67,10 +61,11 @@ QCoro::Task<std::optional<GitHubCredential>> WatchedCredentials::load(qint64 acc
     co_return credential;
 }
 
-QCoro::Task<> WatchedCredentials::asking(QCoro::Task<> operation)
+/// Calls `conclude` only while this object lives.
+QCoro::Task<> WatchedCredentials::observed(QCoro::Task<> operation, Conclusion conclude)
 {
     const QPointer<WatchedCredentials> self(this);
-    countQuestions(1);
+    const auto credentials = m_credentials; // which the operation may still use
     std::exception_ptr failure;
     try {
         co_await operation;
@@ -78,9 +73,20 @@ QCoro::Task<> WatchedCredentials::asking(QCoro::Task<> operation)
         failure = std::current_exception();
     }
     if (self)
-        countQuestions(-1);
+        conclude(failure);
     if (failure)
         std::rethrow_exception(failure);
+}
+
+QCoro::Task<> WatchedCredentials::asking(QCoro::Task<> operation)
+{
+    countQuestions(1);
+    return observed(std::move(operation), [this](const std::exception_ptr &) { countQuestions(-1); });
+}
+
+QCoro::Task<> WatchedCredentials::askingIf(Interaction interaction, QCoro::Task<> operation)
+{
+    return interaction == Interaction::Allowed ? asking(std::move(operation)) : std::move(operation);
 }
 
 void WatchedCredentials::countQuestions(int more)

@@ -6,8 +6,9 @@
 #include <QObject>
 #include <QSet>
 
+#include <exception>
+#include <functional>
 #include <memory>
-#include <utility>
 
 namespace velmora
 {
@@ -37,8 +38,7 @@ public:
     [[nodiscard]] QCoro::Task<std::optional<GitHubCredential>> load(qint64 accountID) override;
     [[nodiscard]] QCoro::Task<> remove(qint64 accountID, Interaction interaction) override
     {
-        auto removal = m_credentials->remove(accountID, interaction);
-        return interaction == Interaction::Allowed ? asking(std::move(removal)) : std::move(removal);
+        return askingIf(interaction, m_credentials->remove(accountID, interaction));
     }
 
 Q_SIGNALS:
@@ -48,7 +48,12 @@ Q_SIGNALS:
     void askingChanged();
 
 private:
+    /// Is told how an operation ended: null for a success.
+    using Conclusion = std::function<void(const std::exception_ptr &)>;
+
+    QCoro::Task<> observed(QCoro::Task<> operation, Conclusion conclude);
     QCoro::Task<> asking(QCoro::Task<> operation);
+    QCoro::Task<> askingIf(Interaction interaction, QCoro::Task<> operation);
     void countQuestions(int more);
     void record(qint64 accountID, bool isLocked);
 

@@ -73,12 +73,16 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return !m_watched->isAsking(); }));
         QCOMPARE(changes.size(), 2);
         m_store->isHoldingQuestions = false;
+        awaitValue(m_watched->save({}, 1, Interaction::Forbidden));
+        QCOMPARE(changes.size(), 2);
+        awaitValue(m_watched->save({}, 1, Interaction::Allowed));
+        QCOMPARE(changes.size(), 4);
         m_store->removeFailure = locked();
         QVERIFY_THROWS_EXCEPTION(CredentialStoreError, awaitValue(m_watched->remove(1, Interaction::Allowed)));
         QVERIFY(!m_watched->isAsking());
-        QCOMPARE(changes.size(), 4);
+        QCOMPARE(changes.size(), 6);
         QVERIFY_THROWS_EXCEPTION(CredentialStoreError, awaitValue(m_watched->remove(1, Interaction::Forbidden)));
-        QCOMPARE(changes.size(), 4);
+        QCOMPARE(changes.size(), 6);
     }
 
 private:

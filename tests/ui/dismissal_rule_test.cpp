@@ -56,6 +56,8 @@ private Q_SLOTS:
         rule.setAsking(false, kOpened + 2h);
         QVERIFY(!rule.closesOnFocusLoss(kOpened + 2h + 1499ms, kElsewhere));
         QVERIFY(rule.closesOnFocusLoss(kOpened + 2h + 1500ms, kElsewhere));
+        rule.opened(kOpened + 2h, kItem);
+        QVERIFY(rule.closesOnFocusLoss(kOpened + 2h + 100ms, kElsewhere));
     }
 
     void shouldWaitForNoFocusThatNoQuestionHasTaken()

@@ -31,6 +31,8 @@ void DismissalRule::opened(Time now, std::optional<QPoint> anchor)
     m_openedAt = now;
     m_anchor = anchor;
     m_wasEntered = false;
+    m_isQuestionShown = false;
+    m_answeredAt.reset();
     m_clickEndsBy.reset();
 }
 
