@@ -429,8 +429,8 @@ class GeneralTest(SettingsTest):
         self.settings = self.open()
         self.settings.enter_general()
 
-    def kept_successes(self):
-        return self.preferences().get("general.successNotificationsEnabled", False)
+    def kept(self, choice):
+        return self.preferences().get(f"general.{choice}", False)
 
     def test_keeps_what_is_told_and_whether_velmora_starts_at_login(self):
         entry = f"{self.desktop.environment['XDG_CONFIG_HOME']}/autostart/com.tarvik.Velmora.desktop"
@@ -444,8 +444,9 @@ class GeneralTest(SettingsTest):
         self.settings.click("combo box", _EVERYBODYS)
         self.settings.key("Down", "Return")
         self.settings.click("check box", _LAUNCH_AT_LOGIN)
-        eventually(self.kept_successes, "the choice on the disk")
-        eventually(lambda: self.preferences().get("general.notifiesOnlyMine"), "the other choice on the disk")
+        # The desktop is asked before a notification is switched on, so that each is kept some time after its click.
+        for choice in ("successNotificationsEnabled", "waitingNotificationsEnabled", "notifiesOnlyMine"):
+            eventually(lambda: self.kept(choice), f"{choice} on the disk")
         eventually(lambda: os.path.exists(entry), "the entry that starts Velmora")
         with open(entry, encoding="utf-8") as file:
             self.assertRegex(file.read(), rf'(?m)^Exec="?{re.escape(PROGRAM)}"? --background$')
@@ -462,7 +463,7 @@ class GeneralTest(SettingsTest):
         self.settings.key("space")
         self.settings.expect_switch(_NOTIFY_SUCCESSES, False)
         self.settings.expect_switch(_LAUNCH_AT_LOGIN, False)
-        eventually(lambda: not self.kept_successes(), "the choice on the disk")
+        eventually(lambda: not self.kept("successNotificationsEnabled"), "the choice on the disk")
         eventually(lambda: not os.path.exists(entry), "the entry to go")
 
 
