@@ -5,7 +5,7 @@
 import unittest
 
 from headless import eventually
-from headless.waiting import never
+from headless.waiting import PATIENCE, never
 from velmora import PROGRAM, SAMPLE, Simulator, VelmoraTest
 
 _REPOSITORY = "user-1/repository-0001"
@@ -114,7 +114,7 @@ class FirstHourTest(VelmoraTest):
 
         self.assertIn("in progress", watching.output())
         never(lambda: len(self.pages()) > 2, "another page", 1)
-        watching.end()
+        watching.end(patience=PATIENCE)
         self.assertEqual(watching.exit_code, 0)
 
     def velmora(self, *arguments):
