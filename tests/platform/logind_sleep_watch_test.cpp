@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/logind_sleep_watch.h"
 
-#include "support/await.h"
+#include "bus_client.h"
 #include "support/test_main.h"
 
 #include <QDBusMessage>
@@ -52,7 +52,7 @@ private Q_SLOTS:
     {
         Sender logind("logind");
         QVERIFY(logind.own());
-        LogindSleepWatch watch(QDBusConnection::sessionBus());
+        LogindSleepWatch watch(m_client.bus());
         QVERIFY(watch.isListening());
         const QSignalSpy heard(&watch, &LogindSleepWatch::prepareForSleep);
         logind.prepareForSleep(true);
@@ -64,7 +64,7 @@ private Q_SLOTS:
 
     void logindMayComeLaterOrAnew()
     {
-        LogindSleepWatch watch(QDBusConnection::sessionBus());
+        LogindSleepWatch watch(m_client.bus());
         const QSignalSpy heard(&watch, &LogindSleepWatch::prepareForSleep);
         for (int i = 1; i <= 2; ++i) {
             Sender logind("logind");
@@ -78,7 +78,7 @@ private Q_SLOTS:
     {
         Sender logind("logind");
         QVERIFY(logind.own());
-        LogindSleepWatch watch(QDBusConnection::sessionBus());
+        LogindSleepWatch watch(m_client.bus());
         const QSignalSpy heard(&watch, &LogindSleepWatch::prepareForSleep);
         Sender other("other");
         other.prepareForSleep(true);
@@ -95,6 +95,11 @@ private Q_SLOTS:
         const LogindSleepWatch watch(QDBusConnection(QStringLiteral("no such connection")));
         QVERIFY(!watch.isListening());
     }
+
+private:
+    /// Of the default connection Qt keeps the first messages back until the event loop runs, and may then deliver a
+    /// later one before them.
+    BusClient m_client{QStringLiteral("client")};
 };
 
 VELMORA_TEST(LogindSleepWatchTest)
