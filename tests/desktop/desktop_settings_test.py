@@ -444,8 +444,8 @@ class GeneralTest(SettingsTest):
 
         self.settings.click("check box", _NOTIFY_SUCCESSES)
         self.settings.click("check box", _NOTIFY_APPROVALS)
-        self.settings.click("combo box", _EVERYBODYS)
-        self.settings.key("Down", "Return")
+        self.settings.walk_to("combo box", _EVERYBODYS)
+        self.settings.key("Down")
         self.settings.click("check box", _LAUNCH_AT_LOGIN)
         # The desktop is asked before a notification is switched on, so that each is kept some time after its click.
         for choice in ("successNotificationsEnabled", "waitingNotificationsEnabled", "notifiesOnlyMine"):

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """The screen: a display server in memory with a window manager or compositor, a pointer and a keyboard."""
 
+import ctypes
 import dataclasses
 import glob
 import json
@@ -12,6 +13,8 @@ from .picture import Picture
 from .waiting import eventually
 
 _NOBODY = 65534
+# The buttons of the pointer in a mask of modifiers.
+_BUTTONS = 0x1F00
 # How long a picture waits for animations to end, in seconds.
 _RESTLESSNESS = 2.0
 # Number, title, size, position in the parent, position on the screen.
@@ -98,10 +101,27 @@ class Screen:
     def click(self, x, y, button=1):
         self.move_pointer(x, y)
         self.xdotool("click", button)
+        # The window manager holds a click back until it has looked at the window. What is held back is passed on with
+        # the place where the pointer is then, so the pointer stays until the button counts as released.
+        eventually(lambda: not self._is_button_pressed(), "the click to be passed on")
+
+    def _is_button_pressed(self):
+        xlib = ctypes.CDLL("libX11.so.6")
+        xlib.XOpenDisplay.restype = ctypes.c_void_p
+        xlib.XDefaultRootWindow.restype = ctypes.c_ulong
+        display = ctypes.c_void_p(xlib.XOpenDisplay(self.name.encode()))
+        root = ctypes.c_ulong(xlib.XDefaultRootWindow(display))
+        mask = ctypes.c_uint()
+        windows = [ctypes.byref(ctypes.c_ulong()) for _ in range(2)]
+        places = [ctypes.byref(ctypes.c_int()) for _ in range(4)]
+        xlib.XQueryPointer(display, root, *windows, *places, ctypes.byref(mask))
+        xlib.XCloseDisplay(display)
+        return bool(mask.value & _BUTTONS)
 
     def double_click(self, x, y):
         self.move_pointer(x, y)
         self.xdotool("click", "--repeat", "2", "--delay", "80", 1)
+        eventually(lambda: not self._is_button_pressed(), "the clicks to be passed on")
 
     def key(self, *keys):
         """Presses keys or chords such as "Escape" or "ctrl+r" in turn."""
