@@ -151,7 +151,7 @@ Pairs OAuth::poll(const Form &form, const World &world, Milliseconds now)
     }
     if (code->state == DeviceCode::State::Pending)
         return failure(u"authorization_pending"_s, u"The authorization request is still pending."_s, kPage);
-    const auto tokens = grant(code->login, code->clientID, now);
+    auto tokens = grant(code->login, code->clientID, now);
     forget(wanted);
     return tokens;
 }

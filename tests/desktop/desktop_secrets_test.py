@@ -93,6 +93,8 @@ class SecretsTest(VelmoraTest):
         self.meet(_TOKENS, _FAULTS[1])
         self.connect()
         self.assertEqual(velmora.end(), 0)
+        # A renewal whose answer is late on a busy machine is given up at the end, which costs the session.
+        self.connect()
         self.run_commands("watch --once", "diagnose", "status --json")
         self.meet(_TOKENS, _FAULTS[4])
         self.connect()
