@@ -33,7 +33,8 @@ constexpr double kSmallChange = 0.1;
 
 double requestsFor(std::size_t repositories)
 {
-    return static_cast<double>((repositories + kBatch - 1) / kBatch);
+    const std::size_t requests = (repositories + kBatch - 1) / kBatch;
+    return static_cast<double>(requests);
 }
 
 /// The repositories of deployments. GitHub may answer with another form of the id than the one in the request.
