@@ -130,7 +130,7 @@ class SecretsTest(VelmoraTest):
         secrets = self.secrets()
         self.assertGreater(len(secrets["access"]), 10)
         self.assertGreater(len(secrets["refresh"]), 10)
-        self.assertEqual(len(secrets["device"]), 3)
+        self.assertEqual(len(secrets["device"]), 4)
         forms = [form for kind in secrets.values() for secret in kind for form in _forms(secret)]
 
         def reveals(text):
