@@ -25,7 +25,7 @@ void MonthOracle::programStarted(Instant now)
     m_answered.clear();
     m_perhapsAnswered.clear();
     m_round.clear();
-    m_listed.clear();
+    m_loaded.clear();
     const auto away = m_savedAt ? now - *m_savedAt : 1000h;
     m_isHandOverSure = away < 54min || away > 61min;
     if (!m_isHandOverSure || away < 54min)
@@ -59,7 +59,7 @@ void MonthOracle::programEnded(End end)
 void MonthOracle::removed(const QString &login)
 {
     // What waits for the notification daemon may still be announced, or not.
-    const QSet<int> repositories = m_lastListed.take(login);
+    const QSet<int> repositories = m_listed.value(login);
     const auto isGone = [&](const QString &key) {
         const auto seen = m_held.constFind(key.section(u':', 0, 0));
         return seen == m_held.cend() || repositories.contains(seen->repository);
@@ -70,10 +70,9 @@ void MonthOracle::removed(const QString &login)
             withdraw(key);
     }
     m_round.remove(login);
-    m_listed[login] = repositories;
     setListed(login, {});
     m_listed.remove(login);
-    m_lastListed.remove(login);
+    m_loaded.remove(login);
 }
 
 void MonthOracle::switched(Kind kind, bool isOn)
@@ -139,15 +138,21 @@ void MonthOracle::roundEnded(const QString &login, Instant now, bool isTimeSure)
         m_savedAt = now;
 }
 
-/// What happens to a repository while it is not listed is history when it is listed again.
+/// What happens to a repository while it is not listed is history when it is listed again. Until all accounts are
+/// listed in a run, the program may take it for one of the others.
 void MonthOracle::setListed(const QString &login, const QSet<int> &repositories)
 {
     QSet<int> gone = m_listed.value(login) - repositories;
     m_listed[login] = repositories;
-    m_lastListed[login] = repositories;
+    m_loaded.insert(login);
     for (const QSet<int> &others : std::as_const(m_listed))
         gone -= others;
     m_answered -= gone;
+    const bool isCertain = m_loaded.size() == m_listed.size();
+    for (auto seen = m_held.cbegin(); seen != m_held.cend() && !isCertain; ++seen) {
+        if (gone.contains(seen->repository))
+            m_stale.insert(seen.key());
+    }
     m_held.removeIf([&](const auto &entry) { return gone.contains(entry->repository); });
 }
 

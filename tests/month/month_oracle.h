@@ -127,13 +127,14 @@ private:
     void withdraw(const QString &key);
 
     QHash<QString, Round> m_round; ///< by login
-    QHash<QString, QSet<int>> m_listed; ///< by login, in this run
-    QHash<QString, QSet<int>> m_lastListed; ///< by login, in any run
+    QHash<QString, QSet<int>> m_listed; ///< by login, in this run or an earlier one
+    QSet<QString> m_loaded; ///< logins listed in this run
     QSet<int> m_answered; ///< repositories, in this run
     QSet<int> m_perhapsAnswered; ///< by answers to a query of which others were spoiled
     QHash<QString, Seen> m_held; ///< deployments of the list that counts, by id
-    /// Deployments of an older list that GitHub has not told of since. It does not count in the first fetch of a run;
-    /// in the first of another account, later in the run or in the next one, it may.
+    /// Deployments that GitHub has not told of since they were in an older list, which does not count in the first
+    /// fetch of a run, but may in the first of another account, later in the run or in the next one; or since their
+    /// repository was not listed while other accounts were not yet. What becomes of them may be news.
     QSet<QString> m_stale;
     bool m_isHandOverSure = true; ///< of m_held, for repositories that have not been answered
     std::optional<Instant> m_savedAt;

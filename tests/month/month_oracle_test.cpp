@@ -253,6 +253,36 @@ private Q_SLOTS:
         run.tells(u"FAILURE"_s);
         QCOMPARE(run.oracle.expectedCount(), 0);
     }
+
+    void aRepositoryThatTheNextRunDoesNotListBeginsAnew()
+    {
+        Run run;
+        run.oracle.listed(kLogin, {7});
+        run.tells(u"IN_PROGRESS"_s);
+        run.restarts(MonthOracle::End::Orderly, 1min);
+        run.oracle.listed(kLogin, {});
+        run.oracle.roundEnded(kLogin, run.now, true);
+        run.oracle.listed(kLogin, {7});
+        run.tells(u"FAILURE"_s);
+        QCOMPARE(run.oracle.expectedCount(), 0);
+        QVERIFY_THROWS_EXCEPTION(Violation, run.oracle.announced(u"D:failure"_s));
+    }
+
+    void aRepositoryThatAnotherAccountMayListMayBeAnnouncedOrNot()
+    {
+        Run run;
+        run.oracle.listed(u"tobias"_s, {8});
+        run.oracle.roundEnded(u"tobias"_s, run.now, true);
+        run.oracle.listed(kLogin, {7});
+        run.tells(u"IN_PROGRESS"_s);
+        run.restarts(MonthOracle::End::Orderly, 1min);
+        run.oracle.listed(kLogin, {});
+        run.oracle.roundEnded(kLogin, run.now, true);
+        run.oracle.listed(kLogin, {7});
+        run.tells(u"FAILURE"_s);
+        QCOMPARE(run.oracle.expectedCount(), 0);
+        run.oracle.announced(u"D:failure"_s);
+    }
 };
 
 VELMORA_TEST(MonthOracleTest)
