@@ -47,10 +47,13 @@ void MonthOracle::programEnded(End end)
     const auto muted = std::exchange(m_muted, {});
     for (const QString &key : muted)
         leaveOpen(key);
-    m_open += m_pending & m_fresh;
-    m_undecided += int((m_pending & m_fresh).size());
-    m_inherited += m_pending - m_fresh;
-    m_pending.clear();
+    const auto pending = std::exchange(m_pending, {});
+    for (const QString &key : pending) {
+        if (m_fresh.contains(key))
+            withdraw(key);
+        else
+            m_inherited.insert(key);
+    }
     if (end == End::Killed)
         ++m_mayBeLost;
     excuseDelays();
@@ -277,8 +280,10 @@ void MonthOracle::announced(const QString &key)
     m_settled.insert(key);
     if (!mayCome(key))
         throw Violation(u"%1 was announced and is no news"_s.arg(key));
-    for (QSet<QString> *keys : {&m_pending, &m_open, &m_inherited, &m_early})
-        keys->remove(key);
+    m_pending.remove(key);
+    m_inherited.remove(key);
+    m_open.remove(key);
+    m_early.remove(key);
     excuseDelays();
 }
 

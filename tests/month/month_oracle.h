@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "key_set.h"
+
 #include "support/instant.h"
 
 #include <QHash>
@@ -139,10 +141,10 @@ private:
     bool m_isHandOverSure = true; ///< of m_held, for repositories that have not been answered
     std::optional<Instant> m_savedAt;
 
-    QSet<QString> m_settled; ///< announced, expected, history, or open: no expectation arises any more
-    QSet<QString> m_open; ///< may be announced
-    QSet<QString> m_early; ///< told by such answers: may be announced before the next whole query, or with it
-    QSet<QString> m_announced;
+    KeySet m_settled; ///< announced, expected, history, or open: no expectation arises any more
+    KeySet m_open; ///< may be announced
+    KeySet m_early; ///< told by such answers: may be announced before the next whole query, or with it
+    KeySet m_announced;
     QSet<QString> m_pending; ///< expected
     QSet<QString> m_fresh; ///< expected, but the program may not have worked on the answer yet
     QSet<QString> m_inherited; ///< expected of an earlier run
