@@ -430,9 +430,19 @@ void Month::drawUserDecision()
     switchNotifications(m_random.chance(50) ? MonthOracle::Kind::Failures : MonthOracle::Kind::Successes, false);
 }
 
+/// Several days begin and end with one without faults. Every fault is over within a day, so that at the end of both the
+/// program holds as much, unless it has lost something in between.
+bool Month::isCalmDay() const
+{
+    const auto day = (m_clock.truth() - m_begin) / 24h;
+    return m_options.days > 2 && (day == 0 || day >= m_options.days - 1);
+}
+
 void Month::drawFault()
 {
     m_clock.onMachine(between(10s, m_options.calm), [this] { drawFault(); });
+    if (isCalmDay())
+        return;
     const qint64 choice = m_random.between(1, 100);
     if (choice <= 50)
         drawAnswerFault();

@@ -73,6 +73,7 @@ private:
     void noticeRemovals();
     void switchNotifications(MonthOracle::Kind kind, bool isOn);
     void checkLiveness();
+    [[nodiscard]] bool isCalmDay() const;
     void drawFault();
     void drawAnswerFault();
     void drawQuotaFault();

@@ -108,10 +108,9 @@ public:
         able.hasActions = true;
         co_return able;
     }
-    [[nodiscard]] QCoro::Task<QString> post(NotificationRequest request, QDeadlineTimer) override
+    [[nodiscard]] QCoro::Task<QString> post(NotificationRequest, QDeadlineTimer) override
     {
         throwIfGone();
-        shown.append(request.identifier);
         if (isSilent)
             throw NotificationError(NotificationError::Kind::TimedOut);
         co_await m_clock->sleep(std::chrono::milliseconds(160), std::stop_token());
@@ -121,7 +120,6 @@ public:
 
     bool isThere = true;
     bool isSilent = false;
-    QStringList shown; ///< the identifiers of all notifications since it was last looked at
 
 private:
     void throwIfGone() const
