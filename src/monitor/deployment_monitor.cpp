@@ -185,8 +185,7 @@ QCoro::Task<> DeploymentMonitor::forgetRemoved(
 
 QCoro::Task<> DeploymentMonitor::processNotifications(DeploymentList previous, DeploymentList updated)
 {
-    m_news.announce(previous, updated);
-    co_return;
+    return m_news.announce(std::move(previous), std::move(updated));
 }
 
 } // namespace velmora

@@ -33,9 +33,9 @@ public:
     void recordFetch(const RefreshContext &context, const QList<RepositoryRecord> &fetched,
         const DeploymentList &previous, const DeploymentList &updated);
     /// See ResultAnnouncer::process().
-    void announce(const DeploymentList &previous, const DeploymentList &updated)
+    [[nodiscard]] QCoro::Task<> announce(DeploymentList previous, DeploymentList updated)
     {
-        m_announcer.process(previous, updated);
+        return m_announcer.process(std::move(previous), std::move(updated));
     }
 
     /// Forgets the repositories that are not monitored any more: what happens until they are monitored again is history

@@ -191,12 +191,12 @@ QCoro::Task<> DeploymentRefresher::finish(RefreshContext context, FetchedDeploym
     if (fetched.succeeded.isEmpty())
         co_return;
 
+    // What is to be announced is stored before the list. In the other order, a kill in between would make it history.
     const auto updated = m_parts.shown->deployments();
-    co_await m_parts.saved->save(updated);
-    if (!self)
-        co_return;
     m_parts.news->recordFetch(context, fetched.repositories, previous, updated);
-    m_parts.news->announce(previous, updated);
+    co_await m_parts.news->announce(previous, updated);
+    if (self)
+        co_await m_parts.saved->save(updated);
 }
 
 QCoro::Task<> DeploymentRefresher::forgetRemoved(RefreshContext context)

@@ -21,7 +21,6 @@ const QString kWaitingKey = QStringLiteral("deployments.waitingResults");
 /// The day on which the deployment of each result was last seen: "2026-05-01 ID:failure".
 const QString kLastSeenKey = QStringLiteral("deployments.resultsLastSeen");
 const QStringList kKnownKeys{kFailuresKey, kSuccessesKey, kApprovalsKey};
-constexpr const char *kStoring = "Remembering results";
 constexpr qsizetype kDayLength = 10;
 constexpr qint64 kDaysToForget = 30;
 
@@ -57,7 +56,8 @@ bool isForgotten(const QString &lastSeen, const QString &today)
 
 QCoro::Task<> storeChanges(Preferences *defaults, ListChanges changes)
 {
-    std::ignore = co_await defaults->changeLists(changes);
+    if (!changes.isEmpty())
+        std::ignore = co_await defaults->changeLists(changes);
 }
 
 } // namespace
@@ -77,7 +77,7 @@ RememberedResults::Keys RememberedResults::keys() const
     return keys;
 }
 
-void RememberedResults::keep(const Changes &changes)
+QCoro::Task<> RememberedResults::keep(Changes changes)
 {
     // The lists of both ends exist from the first call on, even when empty.
     ListChanges lists;
@@ -90,8 +90,7 @@ void RememberedResults::keep(const Changes &changes)
     const bool isNewDay = m_day != today();
     if (recordSeen(changes.seen) || isNewDay)
         renewDays(changes, isNewDay, lists);
-    if (!lists.isEmpty())
-        launch(storeChanges(m_defaults, lists), kStoring);
+    return storeChanges(m_defaults, lists);
 }
 
 /// Returns whether there is a result that was not seen on this day before.
@@ -157,7 +156,7 @@ void RememberedResults::giveUp(const DeploymentSnapshot &result)
 {
     ListChanges changes;
     changes[kWaitingKey].removed.append(resultKey(result));
-    launch(storeChanges(m_defaults, changes), kStoring);
+    launch(storeChanges(m_defaults, changes), "Giving up a result");
 }
 
 QString RememberedResults::today() const

@@ -41,8 +41,9 @@ public:
     /// Reads all of them from the preferences, which takes time in proportion to their number.
     [[nodiscard]] Keys keys() const;
 
-    /// Stores the changes in one step. What is stored already is not written again.
-    void keep(const Changes &changes);
+    /// Takes note of the changes at once, and stores them in one step. What is stored already is not written again.
+    /// Ends when they are stored, or could not be.
+    [[nodiscard]] QCoro::Task<> keep(Changes changes);
 
     /// Moves a waiting result to the known ones, and returns whether the caller is the one to announce it. Only one
     /// process gets true. A process that ends before it announces loses the notification, but none appears twice.

@@ -56,15 +56,18 @@ ResultAnnouncer::ResultAnnouncer(
 {
 }
 
-void ResultAnnouncer::process(const DeploymentList &previous, const DeploymentList &updated)
+QCoro::Task<> ResultAnnouncer::process(DeploymentList previous, DeploymentList updated)
 {
-    take(previous, updated);
+    auto stored = take(previous, updated);
+    // A claim is stored after what was queued before it.
     if (!m_isPosting && !m_queue.isEmpty())
         m_scope.launch(postQueue(), "Announcing results");
+    return stored;
 }
 
-/// Queues the results that are new, and remembers all. What is the same record as before brings nothing new.
-void ResultAnnouncer::take(const DeploymentList &previous, const DeploymentList &updated)
+/// Queues the results that are new, and remembers all. What is the same record as before brings nothing new. Ends when
+/// it is stored.
+QCoro::Task<> ResultAnnouncer::take(const DeploymentList &previous, const DeploymentList &updated)
 {
     const bool isFirst = !std::exchange(m_hasCompletedLiveRefresh, true);
     const States before = previous.isSharedWith(updated) ? States() : statesByID(previous);
@@ -78,7 +81,7 @@ void ResultAnnouncer::take(const DeploymentList &previous, const DeploymentList 
     m_latest = updated;
     sortOut(candidates, before, isFirst, changes);
     m_queue += changes.waiting;
-    m_results.keep(changes);
+    return m_results.keep(changes);
 }
 
 /// Sorts the results into history and those to be posted, which are ordered by their kind.
@@ -109,7 +112,7 @@ void ResultAnnouncer::recordHistory(const DeploymentList &previous, const Deploy
         return announcedKind(deployment.state()) && !keys.known.contains(resultKey(deployment))
             && isHistory(deployment, before.value({&deployment}, DeploymentState::Unknown), keys);
     });
-    m_results.keep(changes);
+    m_scope.launch(m_results.keep(changes), "Recording history");
 }
 
 bool ResultAnnouncer::isEnabled(const DeploymentSnapshot &result) const

@@ -36,7 +36,9 @@ public:
     /// for approval. The first call does recordHistory(), and queues what is left and what an earlier run has not
     /// posted. A notification that could not be delivered counts as announced. A repeated id in `previous` is a fatal
     /// error.
-    void process(const DeploymentList &previous, const DeploymentList &updated);
+    ///
+    /// Ends when the queue is stored, or could not be, and waits for no notification.
+    [[nodiscard]] QCoro::Task<> process(DeploymentList previous, DeploymentList updated);
 
     /// Remembers the results among the deployments as history, which is not announced. Left out are the new results of
     /// deployments that were under way in `previous`, and results that an earlier run has not posted.
@@ -49,7 +51,7 @@ private:
     [[nodiscard]] bool isMine(const DeploymentSnapshot &result) const;
     [[nodiscard]] bool isQueued(const DeploymentSnapshot &result) const;
     [[nodiscard]] bool isOver(const DeploymentSnapshot &result) const;
-    void take(const DeploymentList &previous, const DeploymentList &updated);
+    [[nodiscard]] QCoro::Task<> take(const DeploymentList &previous, const DeploymentList &updated);
     void sortOut(
         const DeploymentList &results, const States &before, bool isFirst, RememberedResults::Changes &changes) const;
     QCoro::Task<> postQueue();

@@ -128,6 +128,24 @@ private Q_SLOTS:
         QCOMPARE(f->notifier.announced.size(), 1);
     }
 
+    void whatIsNewWaitsForItsAnnouncementBeforeTheListIsSaved()
+    {
+        alice().repositories[0].deployments = {deployment(u"a1"_s, u"IN_PROGRESS"_s)};
+        f->build();
+        f->tick();
+        alice().repositories[0].deployments = {deployment(u"a1"_s, u"FAILURE"_s)};
+        f->notifier.busy.emplace();
+        QStringList waiting;
+        f->cache.onSave = [&] {
+            waiting = f->defaults.stringList(u"deployments.waitingResults"_s);
+        };
+        f->tickAfter(30s);
+        QCOMPARE(waiting, QStringList(u"a1:failure"_s));
+        const auto busy = *std::exchange(f->notifier.busy, std::nullopt);
+        busy.resolve();
+        QCOMPARE(f->notifier.announced, QStringList(u"failure a1"_s));
+    }
+
     void theEndOfWhatWasUnderWayLongAgoIsHistory()
     {
         save({u"a1"_s}, noon() - 1h);

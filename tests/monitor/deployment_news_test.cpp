@@ -36,7 +36,7 @@ private Q_SLOTS:
         m_web = f->installations->monitoredRepositories();
         m_shown.clear();
         m_news = std::make_unique<DeploymentNews>(&f->notifier, &f->defaults, &f->clock);
-        m_news->announce({}, {});
+        awaitValue(m_news->announce({}, {}));
     }
     void cleanup()
     {
@@ -98,7 +98,7 @@ private Q_SLOTS:
         QCOMPARE(fresh.comparable(list), DeploymentList());
         fresh.adoptSaved(noon() - std::chrono::seconds(ageInSeconds), noon());
         QCOMPARE(fresh.comparable(list), isCompared ? list : DeploymentList());
-        fresh.announce({}, {});
+        awaitValue(fresh.announce({}, {}));
         QCOMPARE(fresh.comparable(list), list);
     }
 
@@ -116,7 +116,7 @@ private:
         updated.removeIf([&](const DeploymentSnapshot &deployment) { return deployment.id == failedID; });
         updated.append(failed(failedID));
         m_news->recordFetch(context(), m_web, m_shown, updated);
-        m_news->announce(m_shown, updated);
+        awaitValue(m_news->announce(m_shown, updated));
         m_shown = updated;
     }
 

@@ -43,7 +43,7 @@ private Q_SLOTS:
     void bothListsAreThereFromTheBeginning()
     {
         RememberedResults results(m_defaults.get(), &m_clock);
-        results.keep({});
+        awaitValue(results.keep({}));
         QVERIFY(m_defaults->value(kFailures).has_value());
         QVERIFY(m_defaults->value(kSuccesses).has_value());
     }
@@ -52,7 +52,7 @@ private Q_SLOTS:
     {
         RememberedResults results(m_defaults.get(), &m_clock);
         const auto success = makeSnapshot(u"b"_s, DeploymentState::Success, noon());
-        results.keep({{failed(u"a"_s)}, {success}, {failed(u"a"_s), success, failed(u"c"_s)}});
+        awaitValue(results.keep({{failed(u"a"_s)}, {success}, {failed(u"a"_s), success, failed(u"c"_s)}}));
         QCOMPARE(m_defaults->stringList(kFailures), QStringList(u"a:failure"_s));
         QCOMPARE(m_defaults->stringList(kWaiting), QStringList(u"b:success"_s));
         QCOMPARE(
@@ -64,13 +64,13 @@ private Q_SLOTS:
     void onTheSameDayNothingIsWrittenAgain()
     {
         RememberedResults results(m_defaults.get(), &m_clock);
-        results.keep({{failed(u"a"_s)}, {}, {failed(u"a"_s)}});
+        awaitValue(results.keep({{failed(u"a"_s)}, {}, {failed(u"a"_s)}}));
         m_defaults->writes.clear();
         m_clock.setNow(noon() + 11h);
-        results.keep({{}, {}, {failed(u"a"_s)}});
+        awaitValue(results.keep({{}, {}, {failed(u"a"_s)}}));
         QCOMPARE(m_defaults->writes, QStringList());
         m_clock.setNow(noon() + 12h);
-        results.keep({{}, {}, {failed(u"a"_s)}});
+        awaitValue(results.keep({{}, {}, {failed(u"a"_s)}}));
         QCOMPARE(m_defaults->writes, QStringList(kLastSeen));
         QCOMPARE(m_defaults->stringList(kLastSeen), QStringList(u"2026-05-02 a:failure"_s));
     }
@@ -78,13 +78,13 @@ private Q_SLOTS:
     void aResultIsForgottenThirtyDaysAfterItWasLastSeen()
     {
         RememberedResults results(m_defaults.get(), &m_clock);
-        results.keep(
-            {{failed(u"a"_s), failed(u"b"_s)}, {failed(u"c"_s)}, {failed(u"a"_s), failed(u"b"_s), failed(u"c"_s)}});
+        awaitValue(results.keep(
+            {{failed(u"a"_s), failed(u"b"_s)}, {failed(u"c"_s)}, {failed(u"a"_s), failed(u"b"_s), failed(u"c"_s)}}));
         m_clock.setNow(noon() + 29 * 24h);
-        results.keep({{}, {}, {failed(u"b"_s)}});
+        awaitValue(results.keep({{}, {}, {failed(u"b"_s)}}));
         QCOMPARE(m_defaults->stringList(kFailures), QStringList({u"a:failure"_s, u"b:failure"_s}));
         m_clock.setNow(noon() + 30 * 24h);
-        results.keep({});
+        awaitValue(results.keep({}));
         QCOMPARE(m_defaults->stringList(kFailures), QStringList(u"b:failure"_s));
         QCOMPARE(m_defaults->stringList(kWaiting), QStringList());
         QCOMPARE(m_defaults->stringList(kLastSeen), QStringList(u"2026-05-30 b:failure"_s));
@@ -93,9 +93,9 @@ private Q_SLOTS:
     void whatIsSeenAgainOnTheLastDayIsNotForgotten()
     {
         RememberedResults results(m_defaults.get(), &m_clock);
-        results.keep({{failed(u"a"_s)}, {}, {failed(u"a"_s)}});
+        awaitValue(results.keep({{failed(u"a"_s)}, {}, {failed(u"a"_s)}}));
         m_clock.setNow(noon() + 30 * 24h);
-        results.keep({{}, {}, {failed(u"a"_s)}});
+        awaitValue(results.keep({{}, {}, {failed(u"a"_s)}}));
         QCOMPARE(m_defaults->stringList(kFailures), QStringList(u"a:failure"_s));
         QCOMPARE(m_defaults->stringList(kLastSeen), QStringList(u"2026-05-31 a:failure"_s));
     }
@@ -105,12 +105,12 @@ private Q_SLOTS:
         m_defaults->values[kFailures] = QStringList(u"a:failure"_s);
         {
             RememberedResults results(m_defaults.get(), &m_clock);
-            results.keep({});
+            awaitValue(results.keep({}));
             QCOMPARE(m_defaults->stringList(kLastSeen), QStringList(u"2026-05-01 a:failure"_s));
         }
         m_clock.setNow(noon() + 30 * 24h);
         RememberedResults results(m_defaults.get(), &m_clock);
-        results.keep({});
+        awaitValue(results.keep({}));
         QCOMPARE(m_defaults->stringList(kFailures), QStringList());
         QCOMPARE(m_defaults->stringList(kLastSeen), QStringList());
     }
@@ -119,8 +119,8 @@ private Q_SLOTS:
     {
         RememberedResults first(m_defaults.get(), &m_clock);
         RememberedResults second(m_defaults.get(), &m_clock);
-        first.keep({{}, {failed(u"a"_s)}, {}});
-        second.keep({{}, {failed(u"a"_s)}, {}});
+        awaitValue(first.keep({{}, {failed(u"a"_s)}, {}}));
+        awaitValue(second.keep({{}, {failed(u"a"_s)}, {}}));
         QVERIFY(awaitValue(first.claim(failed(u"a"_s))));
         QVERIFY(!awaitValue(second.claim(failed(u"a"_s))));
         QCOMPARE(m_defaults->stringList(kFailures), QStringList(u"a:failure"_s));
@@ -131,7 +131,7 @@ private Q_SLOTS:
     void whatIsGivenUpIsNeitherKnownNorWaiting()
     {
         RememberedResults results(m_defaults.get(), &m_clock);
-        results.keep({{}, {failed(u"a"_s)}, {}});
+        awaitValue(results.keep({{}, {failed(u"a"_s)}, {}}));
         results.giveUp(failed(u"a"_s));
         QVERIFY(results.keys().known.isEmpty());
         QVERIFY(results.keys().waiting.isEmpty());

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "monitor/result_announcer.h"
 
+#include "platform/file_preferences.h"
 #include "support/await.h"
 #include "support/builders.h"
 #include "support/fake_clock.h"
@@ -9,6 +10,7 @@
 #include "support/test_main.h"
 
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace velmora;
@@ -51,7 +53,7 @@ private:
 
     static void run(ResultAnnouncer &announcer, const DeploymentList &previous, const DeploymentList &updated)
     {
-        announcer.process(previous, updated);
+        awaitValue(announcer.process(previous, updated));
     }
 
 private Q_SLOTS:
@@ -237,6 +239,20 @@ private Q_SLOTS:
         busy.resolve();
         QCOMPARE(notifier.announced, texts({"failure a", "success b"}));
         QCOMPARE(defaults->stringList(kWaiting), QStringList());
+    }
+
+    void itEndsWhenTheQueueIsInTheFile()
+    {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("preferences.json"));
+        FilePreferences preferences(path, &clock);
+        preferences.setValue(QStringLiteral("general.notificationsEnabled"), true);
+        ResultAnnouncer announcer(&notifier, &preferences, &clock);
+        run(announcer, {}, {});
+        notifier.busy.emplace();
+        run(announcer, {}, {make("a", Failure)});
+        const FilePreferences ofAnotherProcess(path, &clock);
+        QCOMPARE(ofAnotherProcess.stringList(kWaiting), texts({"a:failure"}));
     }
 
     void whatOneRunHasNotPostedTheNextOnePosts()
@@ -454,8 +470,8 @@ static int runOrRepeatAnId(int argc, char **argv)
         FakePreferences defaults;
         const FakeClock clock;
         ResultAnnouncer announcer(&notifier, &defaults, &clock);
-        announcer.process({}, {});
-        announcer.process({make("a", DeploymentState::Success), make("a", DeploymentState::Failure)}, {});
+        awaitValue(announcer.process({}, {}));
+        awaitValue(announcer.process({make("a", DeploymentState::Success), make("a", DeploymentState::Failure)}, {}));
         return 0;
     }
     ResultAnnouncerTest test;

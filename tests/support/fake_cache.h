@@ -5,6 +5,7 @@
 #include "support/error.h"
 #include "support/one_shot.h"
 
+#include <functional>
 #include <stdexcept>
 
 namespace velmora::testing
@@ -17,6 +18,8 @@ public:
     [[nodiscard]] QCoro::Task<> save(DeploymentCachePayload saved) override
     {
         ++saves;
+        if (onSave)
+            onSave();
         if (fails)
             throw FileError(QStringLiteral("the disk is full"));
         payload = std::move(saved);
@@ -40,6 +43,7 @@ public:
     std::optional<DeploymentCachePayload> payload;
     int saves = 0;
     bool fails = false;
+    std::function<void()> onSave; ///< called before a list is saved
     int failedLoads = 0; ///< the number of loads that throw an exception that is not an Error
     std::optional<OneShot<>> gate; ///< loading waits for it
 };
