@@ -2,10 +2,10 @@
 #pragma once
 
 #include "cli/command_context.h"
+#include "cli/progress_line.h"
 #include "control/control_records.h"
 
 #include <QCoroTask>
-#include <QScopeGuard>
 
 namespace velmora
 {
@@ -14,13 +14,10 @@ namespace velmora
 template <typename Answer>
 [[nodiscard]] QCoro::Task<Answer> withProgress(CommandContext context, QString text, QCoro::Task<Answer> task)
 {
-    Terminal *const terminal = context.err->isLive() ? context.err : nullptr;
-    if (terminal)
-        terminal->write(text.toUtf8());
-    const auto erase = qScopeGuard([terminal] {
-        if (terminal)
-            terminal->write("\r\x1b[2K");
-    });
+    const auto same = [text] {
+        return text;
+    };
+    const ProgressLine progress(context.err, same);
     Answer answer = co_await task;
     co_return answer;
 }

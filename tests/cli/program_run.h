@@ -113,18 +113,20 @@ public:
         ::close(m_slave);
     }
 
-    /// Makes this terminal the controlling terminal of the process.
-    void attach(QProcess &process) const
+    /// Makes this terminal the controlling terminal of the process, and the one that it writes to.
+    void attach(QProcess &process, int output = STDOUT_FILENO) const
     {
         const int slave = m_slave;
-        process.setChildProcessModifier([slave] {
+        process.setChildProcessModifier([slave, output] {
             ProgramRun::heedSignals();
             ::setsid();
             ::ioctl(slave, TIOCSCTTY, 0);
             ::dup2(slave, STDIN_FILENO);
-            ::dup2(slave, STDOUT_FILENO);
+            ::dup2(slave, output);
         });
     }
+    /// The end that programs use.
+    [[nodiscard]] int slave() const { return m_slave; }
 
     /// All output so far.
     const QByteArray &output()
