@@ -1,31 +1,18 @@
 // SPDX-License-Identifier: MIT
 // Terminal commands beside the tray program, both real, in a private session bus, home and keyring.
 #include "notification-daemons/fake_notification_daemon.h"
-#include "program_world.h"
 #include "support/test_main.h"
+#include "tray_world.h"
 
 #include <vector>
 
 using namespace velmora::testing;
 
-class RunningInstanceTest : public QObject, private ProgramWorld
+class RunningInstanceTest : public QObject, private TrayWorld
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<ProgramRun> m_tray;
-
-    /// Starts the tray program without a visible desktop.
-    [[nodiscard]] std::unique_ptr<ProgramRun> startedOnDesktop(const char *arguments) const
-    {
-        QProcessEnvironment desktop = environment();
-        desktop.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        desktop.insert(QStringLiteral("DISPLAY"), QStringLiteral(":0"));
-        auto run = std::make_unique<ProgramRun>(words(arguments), desktop);
-        run->start();
-        return run;
-    }
-
     /// The environment of a desktop with an invalid configuration.
     [[nodiscard]] QProcessEnvironment refusedEnvironment() const
     {
@@ -33,23 +20,6 @@ private:
         result.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         result.insert(QStringLiteral("VELMORA_GITHUB_HOST"), QStringLiteral("https://not a host"));
         return result;
-    }
-
-    /// Starts the tray program and waits until its deployments are loaded.
-    void startTray()
-    {
-        m_tray = startedOnDesktop("");
-        QVERIFY(waitUntil([this] {
-            return jsonLines(finished("status --json")->out()).last().value(QLatin1String("state")).toString()
-                == QLatin1String("ready");
-        }));
-        m_simulator.log().clear();
-    }
-
-    void connectAndStartTray()
-    {
-        connectFirst();
-        startTray();
     }
 
     /// The number of requests to GitHub since the log was cleared.
@@ -64,12 +34,6 @@ private:
             entries, [](const auto &entry) { return entry.request.path == "/user/installations"; });
     }
 
-    [[nodiscard]] QString firstRepository() const
-    {
-        const auto listed = array(finished("repositories --json")->out());
-        return listed.first().toObject().value(QLatin1String("name")).toString();
-    }
-
 private Q_SLOTS:
     void initTestCase() { QVERIFY(m_simulator.start()); }
 
@@ -80,15 +44,7 @@ private Q_SLOTS:
         m_simulator.log().clear();
     }
 
-    void cleanup()
-    {
-        if (!m_tray)
-            return;
-        m_tray->signal(SIGTERM);
-        QVERIFY(m_tray->ends());
-        QCOMPARE(m_tray->code(), 0);
-        m_tray.reset();
-    }
+    void cleanup() { endTray(); }
 
     void theStatusIsLiveAndAsksNobody()
     {
