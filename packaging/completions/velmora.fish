@@ -43,6 +43,8 @@ complete --command velmora --condition __velmora_needs_command --arguments repos
 complete --command velmora --condition __velmora_needs_command --arguments notifications \
     --description 'List what Velmora notifies about, and switch that'
 complete --command velmora --condition __velmora_needs_command --arguments watch --description 'Watch the deployments'
+complete --command velmora --condition __velmora_needs_command --arguments wait \
+    --description 'Wait for the deployment that comes next, or is under way'
 complete --command velmora --condition __velmora_needs_command --arguments status \
     --description 'Show how things stand, without asking GitHub'
 complete --command velmora --condition __velmora_needs_command --arguments refresh \
@@ -61,7 +63,7 @@ complete --command velmora --condition '__velmora_accounts_words accounts remove
 
 complete --command velmora --condition '__velmora_accounts_words accounts' --long-option json \
     --description 'Print JSON instead of text'
-for command in installations repositories notifications watch status
+for command in installations repositories notifications watch wait status
     complete --command velmora --condition "__velmora_in_command $command" --long-option json \
         --description 'Print JSON instead of text'
 end
@@ -96,6 +98,13 @@ complete --command velmora --condition '__velmora_in_command watch' --long-optio
     --description 'End after the first complete refresh'
 complete --command velmora --condition '__velmora_in_command watch' --long-option quiet \
     --description 'Post no desktop notifications'
+
+complete --command velmora --condition '__velmora_in_command wait' --long-option environment --exclusive \
+    --description 'Only a deployment to this environment'
+complete --command velmora --condition '__velmora_in_command wait' --long-option commit --exclusive \
+    --description 'Only a deployment of this commit, even one that has ended'
+complete --command velmora --condition '__velmora_in_command wait' --long-option timeout --exclusive \
+    --description 'Wait no longer than this'
 
 complete --command velmora --condition '__velmora_in_command status' --long-option format --exclusive \
     --arguments waybar --description 'Print one line for a bar'

@@ -244,7 +244,7 @@ ExitCode Program::reportCancelled()
     if (m_line.isForDesktop())
         return ExitCode::Done;
     m_err.writeLine(QStringLiteral("Cancelled."));
-    return ExitCode::Failed;
+    return m_line.command == CommandLine::Command::Wait ? ExitCode::Interrupted : ExitCode::Failed;
 }
 
 } // namespace velmora

@@ -62,6 +62,7 @@ QCoro::Task<ExitCode> TerminalRun::execute()
     case CommandLine::Command::Connect:
         return connectAccount();
     case CommandLine::Command::Status:
+    case CommandLine::Command::Wait:
         return runWithReports();
     case CommandLine::Command::Watch:
         return line.isOnce ? runWithControl() : runWithReports();
@@ -106,16 +107,29 @@ QCoro::Task<ExitCode> TerminalRun::connectAccount()
 QCoro::Task<ExitCode> TerminalRun::runWithControl()
 {
     RemoteControl remote(context().bus, context().busName());
-    const bool isRunning = co_await remote.locate(context().stop);
     CommandContext withControl = commandContext();
-    withControl.control = &remote;
-    if (!isRunning) {
-        co_await createSession();
-        co_await session()->connectDemo(context().stop);
-        withControl.control = session()->control();
-    }
+    withControl.control = co_await locateControl(&remote);
     const ExitCode code = co_await dispatch(withControl);
     co_return code;
+}
+
+/// What answers single requests: the running Velmora, or else the session of this process.
+QCoro::Task<Control *> TerminalRun::locateControl(RemoteControl *remote)
+{
+    const bool isRunning = co_await remote->locate(context().stop);
+    if (isRunning)
+        co_return remote;
+    co_await ensureSession(context().stop);
+    co_return session()->control();
+}
+
+/// Creates the session, unless one is at work.
+QCoro::Task<> TerminalRun::ensureSession(std::stop_token stop)
+{
+    if (session() && session()->control())
+        co_return;
+    co_await createSession();
+    co_await session()->connectDemo(stop);
 }
 
 QCoro::Task<ExitCode> TerminalRun::dispatch(CommandContext commandContext)
@@ -134,6 +148,10 @@ QCoro::Task<ExitCode> TerminalRun::dispatch(CommandContext commandContext)
         return runNotifications(std::move(commandContext), line);
     case CommandLine::Command::Refresh:
         return runRefresh(std::move(commandContext));
+    case CommandLine::Command::Status:
+        return runStatus(std::move(commandContext), line);
+    case CommandLine::Command::Wait:
+        return runWait(std::move(commandContext), line);
     default:
         return runWatch(std::move(commandContext), line);
     }
@@ -151,11 +169,9 @@ QCoro::Task<ExitCode> TerminalRun::runWithReports()
     withReports.reports.destroy = [this](std::stop_token stop) {
         return destroyReports(std::move(stop));
     };
-    ExitCode code = ExitCode::Failed;
-    if (context().line.command == CommandLine::Command::Status)
-        code = co_await runStatus(withReports, context().line);
-    else
-        code = co_await runWatch(withReports, context().line);
+    if (context().line.command == CommandLine::Command::Wait)
+        withReports.control = co_await locateControl(&remote);
+    const ExitCode code = co_await dispatch(withReports);
     co_return code;
 }
 
@@ -168,8 +184,7 @@ QCoro::Task<ReportSource *> TerminalRun::createReports(std::stop_token stop)
 
 QCoro::Task<ReportSource *> TerminalRun::createLiveReports(std::stop_token stop)
 {
-    co_await createSession();
-    co_await session()->connectDemo(stop);
+    co_await ensureSession(stop);
     session()->watchMachine();
     co_return session()->control();
 }

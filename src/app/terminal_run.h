@@ -10,6 +10,8 @@
 namespace velmora
 {
 
+class RemoteControl;
+
 /// A command in the terminal. The Velmora that runs in the session is asked; where none runs, this process does the
 /// work itself.
 class TerminalRun final : public Run
@@ -28,6 +30,8 @@ private:
     QCoro::Task<ExitCode> runWithControl();
     QCoro::Task<ExitCode> runWithReports();
     QCoro::Task<ExitCode> dispatch(CommandContext commandContext);
+    QCoro::Task<Control *> locateControl(RemoteControl *remote);
+    QCoro::Task<> ensureSession(std::stop_token stop);
     QCoro::Task<ReportSource *> createReports(std::stop_token stop);
     QCoro::Task<ReportSource *> createLiveReports(std::stop_token stop);
     QCoro::Task<ReportSource *> createSavedReports();

@@ -36,7 +36,7 @@ struct CommandContext {
     TerminalEvents *terminalEvents = nullptr;
     Clock *clock = nullptr;
     Control *control = nullptr; ///< for single requests
-    ReportSides reports; ///< for `status`, and for a `watch` without --once
+    ReportSides reports; ///< for `status`, `wait`, and a `watch` without --once
     Stores stores; ///< for `connect`; the other commands have a control or reports
     QString missingConfiguration; ///< what to do about a missing client id; empty if there is one
     std::stop_token stop; ///< requested when the user ends the program

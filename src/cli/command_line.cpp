@@ -2,8 +2,11 @@
 #include "cli/command_line.h"
 
 #include "cli/status_line.h"
+#include "cli/time_span.h"
 
 #include <CLI/CLI.hpp>
+
+#include <QRegularExpression>
 
 #include <sstream>
 
@@ -14,6 +17,24 @@ namespace
 {
 
 using Command = CommandLine::Command;
+
+/// Deployments that are under way are listed for this long.
+constexpr std::chrono::hours kLongestWait{7 * 24};
+
+std::function<std::string(const std::string &)> matching(const QString &pattern, const char *error)
+{
+    return [form = QRegularExpression(QRegularExpression::anchoredPattern(pattern)), error](const std::string &text) {
+        return form.match(QString::fromStdString(text)).hasMatch() ? std::string() : text + error;
+    };
+}
+
+std::string whyNoTimeout(const std::string &text)
+{
+    const auto span = parseTimeSpan(QString::fromStdString(text));
+    return span && span->count() > 0 && *span <= kLongestWait
+        ? std::string()
+        : text + " is no time such as 90s, 30m or 2h, of a week at most";
+}
 
 /// The grammar of the command line. Parsing fills m_line.
 class Grammar
@@ -34,6 +55,7 @@ public:
         addRepositories();
         addNotifications();
         addWatching();
+        addWaiting();
         addStatus();
         addDesktopCommands();
     }
@@ -151,6 +173,28 @@ private:
         watch->add_flag("--once", m_line.isOnce, "End after the first complete refresh");
         watch->add_flag("--quiet", m_line.isQuiet, "Post no desktop notifications; results still appear here");
         addJSON(watch);
+    }
+
+    void addWaiting()
+    {
+        CLI::App *wait
+            = addCommand(m_app, "wait", "Wait for the deployment that comes next, or is under way", Command::Wait);
+        addText(wait, "OWNER/REPO", m_line.awaited.repository, "The repository")
+            ->required()
+            ->check(matching(QStringLiteral("[^/\\s]+/[^/\\s]+"), " is not owner/name"));
+        addText(wait, "--environment", m_line.awaited.environment, "Only a deployment to this environment")
+            ->type_name("NAME")
+            ->check(matching(QStringLiteral(".+"), "A name is missing"));
+        addText(wait, "--commit", m_line.awaited.commit, "Only a deployment of this commit, even one that has ended")
+            ->type_name("SHA")
+            ->check(matching(QStringLiteral("[0-9A-Fa-f]{7,40}"), " is no SHA of at least seven digits"));
+        const auto keepTimeout = [this](const std::string &given) {
+            m_line.timeout = parseTimeSpan(QString::fromStdString(given)).value_or(m_line.timeout);
+        };
+        wait->add_option_function<std::string>("--timeout", keepTimeout, "Wait no longer than this; 30m otherwise")
+            ->type_name("TIME")
+            ->check(&whyNoTimeout);
+        addJSON(wait);
     }
 
     void addStatus()

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <optional>
 
 namespace velmora
@@ -14,6 +15,15 @@ enum class ExitCode : int {
     Done = 0,
     Failed = 1, ///< with a message on standard error
     WrongUsage = 2,
+    TimeOver = 3, ///< of `wait`
+    Interrupted = 130, ///< of `wait`, whose Failed tells of a deployment
+};
+
+/// The deployments for which `wait` waits. Letters may be in any case.
+struct AwaitedDeployments {
+    QString repository; ///< owner and name
+    QString environment; ///< empty for every environment
+    QString commit; ///< the beginning of its SHA; empty for every commit
 };
 
 /// What the user requested on the command line.
@@ -27,6 +37,7 @@ struct CommandLine {
         Repositories,
         Notifications,
         Watch,
+        Wait,
         Status,
         Refresh,
         Show, ///< the window of the tray item
@@ -50,6 +61,8 @@ struct CommandLine {
     std::optional<bool> onlyMine; ///< whose deployments are announced from now on; absent: as before
     QString login;
     QString format; ///< the format of the line for a bar; empty for none
+    AwaitedDeployments awaited;
+    std::chrono::seconds timeout = std::chrono::minutes(30); ///< for how long `wait` waits
     QStringList enable;
     QStringList disable;
     QStringList include;

@@ -30,6 +30,10 @@ namespace velmora
 /// Shows the reports: once after a refresh, or until the stop.
 [[nodiscard]] QCoro::Task<ExitCode> runWatch(CommandContext context, CommandLine line);
 
+/// Waits until the awaited deployment has ended, and prints it. Asks the control whether the repository is watched, and
+/// follows the reports.
+[[nodiscard]] QCoro::Task<ExitCode> runWait(CommandContext context, CommandLine line);
+
 /// Shows the state of the deployments, once or with every change. Uses only the reports of the context, not the
 /// control.
 [[nodiscard]] QCoro::Task<ExitCode> runStatus(CommandContext context, CommandLine line);

@@ -91,6 +91,11 @@ QByteArray jsonLine(const MonitorReport &report, Instant now)
     return harmlessJSON(encodeJSON(PrintedReport{report, now}, InstantForm::ISO8601));
 }
 
+QByteArray jsonLine(const DeploymentSnapshot &deployment, Instant now)
+{
+    return harmlessJSON(encodeJSON(PrintedDeployment{deployment, now}, InstantForm::ISO8601));
+}
+
 QByteArray jsonLine(const DeploymentNotification &notification)
 {
     return harmlessJSON("{\"notification\":" + encodeJSON(notification) + '}');

@@ -15,6 +15,9 @@ namespace velmora
 /// out. "saved" and "savedAt" are present for saved data only, and "elapsedSeconds" for what is under way at `now`.
 [[nodiscard]] QByteArray jsonLine(const MonitorReport &report, Instant now);
 
+/// A deployment as in the report, as one line of JSON without the line break.
+[[nodiscard]] QByteArray jsonLine(const DeploymentSnapshot &deployment, Instant now);
+
 /// The notification as one line of JSON, without the line break.
 [[nodiscard]] QByteArray jsonLine(const DeploymentNotification &notification);
 

@@ -32,6 +32,7 @@ private Q_SLOTS:
         row("installations", Command::Installations);
         row("repositories", Command::Repositories);
         row("watch", Command::Watch);
+        row("wait acme/web", Command::Wait);
         row("status", Command::Status);
         row("refresh", Command::Refresh);
         row("show", Command::Show);
@@ -65,6 +66,32 @@ private Q_SLOTS:
         const auto line = parse("watch --once --quiet --json").commandLine;
         QVERIFY(line && line->isOnce && line->isQuiet && line->isJSON);
         QVERIFY(!parse("watch").commandLine->isQuiet);
+    }
+
+    void waitTakesWhatToWaitForAndForHowLong()
+    {
+        const auto line
+            = parse("wait acme/web --environment production --commit 0123ABC --timeout 90s --json").commandLine;
+        QVERIFY(line && line->isJSON);
+        QCOMPARE(line->awaited.repository, QStringLiteral("acme/web"));
+        QCOMPARE(line->awaited.environment, QStringLiteral("production"));
+        QCOMPARE(line->awaited.commit, QStringLiteral("0123ABC"));
+        QCOMPARE(line->timeout.count(), 90);
+        const auto least = parse("wait acme/web").commandLine;
+        QVERIFY(least && !least->isJSON);
+        QVERIFY(least->awaited.environment.isEmpty() && least->awaited.commit.isEmpty());
+        QCOMPARE(least->timeout.count(), 30 * 60);
+        QCOMPARE(parse("wait acme/web --timeout 168h").commandLine->timeout.count(), 7 * 24 * 3600);
+        QCOMPARE(parse("wait acme/web --timeout=5m").commandLine->timeout.count(), 5 * 60);
+    }
+
+    void anEmptyWordOfAScriptIsNotTakenForAnyEnvironmentOrCommit()
+    {
+        for (const char *option : {"--environment", "--commit", "--timeout"}) {
+            const auto result = parseCommandLine(
+                {QStringLiteral("wait"), QStringLiteral("acme/web"), QString::fromUtf8(option), QString()});
+            QVERIFY2(!result.commandLine && result.exitCode == ExitCode::WrongUsage, option);
+        }
     }
 
     void statusTakesAFormatAndMayGoOn()
@@ -166,6 +193,18 @@ private Q_SLOTS:
         row("repositories --include a/b --exclude A/B", "a/b");
         row("installations --enable 1:2 --disable 1:2", "1:2");
         row("repositories --json=maybe", "json");
+        row("wait", "OWNER/REPO");
+        row("wait acme", "acme is not owner/name");
+        row("wait acme/web/app", "acme/web/app is not owner/name");
+        row("wait acme/web other/web", "other/web");
+        row("wait acme/web --commit 012345", "012345 is no SHA of at least seven digits");
+        row("wait acme/web --commit 01234567890123456789012345678901234567890", "is no SHA");
+        row("wait acme/web --commit main-branch", "main-branch is no SHA");
+        row("wait acme/web --timeout 30", "30 is no time such as 90s, 30m or 2h");
+        row("wait acme/web --timeout 0s", "0s is no time");
+        row("wait acme/web --timeout 1.5h", "1.5h is no time");
+        row("wait acme/web --timeout 169h", "of a week at most");
+        row("wait acme/web --timeout 9999999999h", "is no time");
     }
 
     void wrongUsageHasAMessageAndTheCodeTwo()
@@ -182,7 +221,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("prefix");
         for (const char *prefix : {"", "connect", "accounts", "accounts remove", "installations", "repositories",
-                 "watch", "status", "diagnose", "--demo watch"})
+                 "watch", "wait", "status", "diagnose", "--demo watch"})
             QTest::newRow(prefix) << QString::fromUtf8(prefix);
     }
 

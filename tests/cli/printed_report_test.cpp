@@ -90,6 +90,15 @@ private Q_SLOTS:
         QVERIFY(!jsonLine(ready, noon()).contains("elapsedSeconds"));
     }
 
+    void aDeploymentOnItsOwnHasTheFormThatItHasInTheReport()
+    {
+        MonitorReport ready = report(State::ready(noon()));
+        ready.deployments = {makeSnapshot(QStringLiteral("D_1"), DeploymentState::InProgress, noon() - 3min)};
+        const QByteArray alone = jsonLine(*ready.deployments.first(), noon());
+        QVERIFY2(alone.startsWith(json("{'id':'D_1',")) && alone.contains(json("'elapsedSeconds':180")), alone);
+        QVERIFY(jsonLine(ready, noon()).contains('[' + alone + ']'));
+    }
+
     void theTitleIsTheNumberOfActiveDeploymentsElseTheName()
     {
         MonitorReport ready = report(State::ready(noon()));

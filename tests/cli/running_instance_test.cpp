@@ -249,13 +249,13 @@ private Q_SLOTS:
         connectAndStartTray();
         m_tray->signal(SIGSTOP);
         std::vector<std::unique_ptr<ProgramRun>> runs;
-        for (const char *command : {"refresh", "watch --once", "repositories", "status"})
+        for (const char *command : {"refresh", "watch --once", "repositories", "status", "wait a/b"})
             runs.push_back(started(command));
         QByteArrayList told;
         for (const auto &run : runs)
             told.append(run->ends(60'000) ? QByteArray::number(run->code()) + ' ' + run->err() : "goes on");
         m_tray->signal(SIGCONT);
-        QCOMPARE(told, QByteArrayList(4, "1 Velmora is running already, but does not answer.\n"));
+        QCOMPARE(told, QByteArrayList(5, "1 Velmora is running already, but does not answer.\n"));
         const auto refresh = finished("refresh");
         QCOMPARE(refresh->err(), QByteArray());
         QCOMPARE(refresh->code(), 0);
