@@ -66,6 +66,7 @@ MonthOptions MonthOptions::fromEnvironment(MonthOptions defaults)
     defaults.seed = quint64(numberFrom("VELMORA_MONTH_SEED", qint64(defaults.seed)));
     defaults.days = int(numberFrom("VELMORA_MONTH_DAYS", defaults.days));
     defaults.repositories = int(numberFrom("VELMORA_MONTH_REPOSITORIES", defaults.repositories));
+    defaults.kept = int(numberFrom("VELMORA_MONTH_KEPT", defaults.kept));
     return defaults;
 }
 
@@ -74,7 +75,7 @@ Month::Month(const MonthOptions &options)
     , m_random(options.seed)
     , m_chance(options.seed + 3)
     , m_clock(firstMorning())
-    , m_github(&m_clock, &m_oracle, options.seed, options.repositories)
+    , m_github(&m_clock, &m_oracle, options.seed, options.repositories, options.kept)
     , m_desktop(&m_clock)
     , m_home(std::make_unique<QTemporaryDir>())
     , m_begin(m_clock.truth())
@@ -620,9 +621,12 @@ QString Month::where() const
                        .arg((m_clock.truth() - m_begin) / 1min);
     for (const QString &event : m_latest)
         text += u"  "_s + event + u'\n';
-    text += u"replay: VELMORA_MONTH_SEED=%1 VELMORA_MONTH_DAYS=%2 VELMORA_MONTH_REPOSITORIES=%3\n"_s.arg(m_options.seed)
-                .arg(m_options.days)
-                .arg(m_options.repositories);
+    text
+        += u"replay: VELMORA_MONTH_SEED=%1 VELMORA_MONTH_DAYS=%2 VELMORA_MONTH_REPOSITORIES=%3 VELMORA_MONTH_KEPT=%4\n"_s
+               .arg(m_options.seed)
+               .arg(m_options.days)
+               .arg(m_options.repositories)
+               .arg(m_options.kept);
     return text;
 }
 

@@ -23,7 +23,6 @@ constexpr auto kGraphQL = "/graphql";
 constexpr auto kInstallations = "/user/installations";
 constexpr int kMostSpent = 5'000;
 constexpr auto kFarFuture = "32472144000"; ///< the year 2999
-constexpr int kMostKept = 8; ///< deployments of a repository that are over
 
 simulator::SimulatorOptions optionsWith(const MonthClock *clock, quint64 seed)
 {
@@ -85,10 +84,11 @@ struct MonthGitHub::Exchange {
     bool isFollowed = false; ///< a redirect, after which the same is asked elsewhere
 };
 
-MonthGitHub::MonthGitHub(MonthClock *clock, MonthOracle *oracle, quint64 seed, int repositories)
+MonthGitHub::MonthGitHub(MonthClock *clock, MonthOracle *oracle, quint64 seed, int repositories, int kept)
     : simulator(optionsWith(clock, seed))
     , m_clock(clock)
     , m_oracle(oracle)
+    , m_kept(kept)
     , m_team(seed + 1)
     , m_weather(seed + 2)
 {
@@ -118,7 +118,7 @@ MonthGitHub::MonthGitHub(MonthClock *clock, MonthOracle *oracle, quint64 seed, i
 void MonthGitHub::addHistory()
 {
     for (int repository = 0; repository < repositoryCount(); ++repository) {
-        for (int age = kMostKept; age > 0; --age) {
+        for (int age = m_kept; age > 0; --age) {
             const auto script = makeScript(m_team, simulator.world(), repository, simulator.url());
             const auto end = simulator.now() - std::chrono::milliseconds(age * 48h).count();
             const QString id = beginDeployment(simulator.world(), script, end);
@@ -169,7 +169,7 @@ void MonthGitHub::play(const simulator::Script &script, const QString &id, qsize
 {
     if (step == script.steps.size()) {
         auto &deployments = simulator.world().change(script.repository).deployments;
-        while (deployments.size() > std::size_t(kMostKept) && !isUnderWay(deployments.back()))
+        while (deployments.size() > std::size_t(m_kept) && !isUnderWay(deployments.back()))
             deployments.pop_back();
         touch(script.repository);
         return;
@@ -324,6 +324,7 @@ void MonthGitHub::answering(const simulator::Request &request, const QString &lo
     if (m_current)
         spoil(reply, *exchange);
     exchange->response = reply.response;
+    m_corpus.add(request.path, reply.response);
     const bool isRedirect = reply.response.status >= 301 && reply.response.status <= 308;
     exchange->isFollowed = isRedirect && m_current == AnswerFault::Redirected && !hasOrigin(reply.response);
     if (request.path == kGraphQL)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "month_clock.h"
+#include "month_corpus.h"
 #include "month_oracle.h"
 
 #include "simulator/random.h"
@@ -52,8 +53,9 @@ struct MonthFault {
 class MonthGitHub final : public simulator::Bystander
 {
 public:
-    /// The pointers are not owned and outlive this object. Throws if it cannot listen.
-    MonthGitHub(MonthClock *clock, MonthOracle *oracle, quint64 seed, int repositories);
+    /// The pointers are not owned and outlive this object. `kept` is how many deployments of a repository are kept, but
+    /// for those under way. Throws if it cannot listen.
+    MonthGitHub(MonthClock *clock, MonthOracle *oracle, quint64 seed, int repositories, int kept);
 
     [[nodiscard]] static QStringList logins();
 
@@ -122,6 +124,8 @@ private:
 
     MonthClock *m_clock;
     MonthOracle *m_oracle;
+    int m_kept;
+    MonthCorpus m_corpus;
     simulator::Random m_team;
     simulator::Random m_weather;
     QList<MonthFault> m_faults;
