@@ -3,11 +3,11 @@
 #include "app/program.h"
 #include "http/proxy_lookup.h"
 #include "support/background.h"
+#include "support/freed_memory.h"
 
 #include <QApplication>
 
 #include <cstdio>
-#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -81,19 +81,6 @@ void forbidCoreFiles()
     ::setrlimit(RLIMIT_CORE, &limit);
 }
 
-/// Has large blocks given back to the system when they are freed. By itself the C library keeps up to twice the largest
-/// block that was ever freed.
-void keepLittleFreedMemory()
-{
-#ifdef __GLIBC__
-    constexpr int kLarge = 512 * 1024;
-    ::mallopt(M_MMAP_THRESHOLD, kLarge);
-    ::mallopt(M_TRIM_THRESHOLD, kLarge);
-    // Threads work seldom, and together they leave less unused in one arena than in one for each.
-    ::mallopt(M_ARENA_MAX, 1);
-#endif
-}
-
 } // namespace
 
 /// GnuTLS asks the program whether its start may be left out. It comes with libcurl, for protocols that are not used
@@ -107,7 +94,7 @@ extern "C" [[gnu::visibility("default")]] int _gnutls_global_init_skip()
 int main(int argc, char **argv)
 {
     forbidCoreFiles();
-    keepLittleFreedMemory();
+    velmora::keepLittleFreedMemory();
     // The keyring's library works on GLib's event loop, so Qt must run on that one.
     qunsetenv("QT_NO_GLIB");
     const int code = runVelmora(argc, argv);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "month.h"
 
+#include "support/freed_memory.h"
+
 #include <QCoreApplication>
 #include <QLoggingCategory>
 
@@ -12,6 +14,7 @@ using namespace velmora::testing;
 int main(int argc, char **argv)
 {
     constexpr double kMostGrowth = 1.1;
+    velmora::keepLittleFreedMemory(); // as the program does
     const QCoreApplication application(argc, argv);
     // The program warns of every fault. QT_LOGGING_RULES has the last word.
     QLoggingCategory::setFilterRules(QStringLiteral("velmora.*=false"));
