@@ -81,7 +81,7 @@ Month::Month(const MonthOptions &options)
     , m_begin(m_clock.truth())
 {
     m_realTime.start();
-    m_github.beginDeployments(options.deploymentPause, options.nightPause);
+    m_github.team.beginDeployments(options.deploymentPause, options.nightPause);
 }
 
 Month::~Month()
@@ -468,7 +468,7 @@ void Month::drawAnswerFault()
     const bool isLong = m_random.chance(30);
     fault.times = isLong ? 1'000'000 : int(m_random.between(1, 6));
     fault.until = m_clock.truth() + (isLong ? between(1min, 15min) : Duration(2h));
-    m_github.add(fault);
+    m_github.faults.add(fault);
     static const QStringList names{u"status"_s, u"unauthorized"_s, u"refused"_s, u"lost"_s, u"cut"_s, u"stalled"_s,
         u"slow"_s, u"page"_s, u"truncated"_s, u"damaged"_s, u"null"_s, u"redirected"_s, u"limited"_s, u"absurd"_s,
         u"dripped"_s};
@@ -487,24 +487,24 @@ void Month::drawQuotaFault()
 
 void Month::drawWorldFault()
 {
-    const int installation = int(m_random.between(0, m_github.installationCount() - 1));
-    const int repository = int(m_random.between(0, m_github.repositoryCount() - 1));
+    const int installation = int(m_random.between(0, m_github.team.installationCount() - 1));
+    const int repository = int(m_random.between(0, m_github.team.repositoryCount() - 1));
     const auto duration = between(1min, m_random.chance(50) ? 2h : 20h);
     switch (m_random.between(1, 5)) {
     case 1:
         note(u"suspended installation %1"_s.arg(installation));
-        m_github.setSuspended(installation, true);
-        return m_clock.inWorld(duration, [this, installation] { m_github.setSuspended(installation, false); });
+        m_github.team.setSuspended(installation, true);
+        return m_clock.inWorld(duration, [this, installation] { m_github.team.setSuspended(installation, false); });
     case 2:
         note(u"removed installation %1"_s.arg(installation));
-        m_github.setInstalled(installation, false);
-        return m_clock.inWorld(duration, [this, installation] { m_github.setInstalled(installation, true); });
+        m_github.team.setInstalled(installation, false);
+        return m_clock.inWorld(duration, [this, installation] { m_github.team.setInstalled(installation, true); });
     case 3:
         note(u"renamed repository %1"_s.arg(repository));
-        return m_github.rename(repository);
+        return m_github.team.rename(repository);
     case 4:
         note(u"transferred repository %1"_s.arg(repository));
-        return m_github.transfer(repository);
+        return m_github.team.transfer(repository);
     default:
         if (m_random.chance(70))
             return;
@@ -562,7 +562,7 @@ void Month::changeNetwork()
     note(u"no network"_s);
     if (m_app)
         m_app->wakeWatch().networkChanged(false);
-    m_github.add({AnswerFault::Refused, {}, {}, 1'000'000, m_clock.truth() + duration});
+    m_github.faults.add({AnswerFault::Refused, {}, {}, 1'000'000, m_clock.truth() + duration});
     m_clock.onMachine(duration, [this] {
         if (m_app)
             m_app->wakeWatch().networkChanged(true);
@@ -637,7 +637,7 @@ QString Month::report() const
     QString text = u"%1 simulated days, %2 repositories, seed %3\n"_s.arg(m_options.days)
                        .arg(m_options.repositories)
                        .arg(m_options.seed);
-    text += u"  %1 requests, %2 deployments\n"_s.arg(m_github.requestCount()).arg(m_github.deploymentCount());
+    text += u"  %1 requests, %2 deployments\n"_s.arg(m_github.requestCount()).arg(m_github.team.deploymentCount());
     text += u"  %1 notifications had to come and came; %2 could or not, %3 were lost in kills\n"_s
                 .arg(m_oracle.expectedCount() - m_oracle.lostCount())
                 .arg(m_oracle.undecidedCount())

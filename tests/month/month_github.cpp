@@ -22,7 +22,6 @@ constexpr auto kTokens = "/login/oauth/access_token";
 constexpr auto kGraphQL = "/graphql";
 constexpr auto kInstallations = "/user/installations";
 constexpr int kMostSpent = 5'000;
-constexpr auto kFarFuture = "32472144000"; ///< the year 2999
 
 simulator::SimulatorOptions optionsWith(const MonthClock *clock, quint64 seed)
 {
@@ -75,7 +74,6 @@ struct MonthGitHub::Exchange {
     QString refreshToken;
     simulator::Response response;
     QList<ToldRepository> told;
-    QSet<int> nullPlaces; ///< of repositories that are null in the answer
     QList<int> installations; ///< that the login sees
     bool hasToken = false;
     bool isOwnerKnown = true; ///< to the program, from an earlier answer to the same token
@@ -86,45 +84,15 @@ struct MonthGitHub::Exchange {
 
 MonthGitHub::MonthGitHub(MonthClock *clock, MonthOracle *oracle, quint64 seed, int repositories, int kept)
     : simulator(optionsWith(clock, seed))
+    , team(clock, &simulator, seed + 1, kept, [this](int repository) { m_told.remove(repository); })
+    , faults(clock, &simulator, seed + 2)
     , m_clock(clock)
     , m_oracle(oracle)
-    , m_kept(kept)
-    , m_team(seed + 1)
-    , m_weather(seed + 2)
 {
     if (!simulator.start())
         throw std::runtime_error("the stand-in for GitHub cannot listen");
-    simulator::World &world = simulator.world();
-    world = simulator::World();
     simulator.setBystander(this);
-    // Each user has a few repositories, and an organisation with many.
-    for (const QString &login : logins()) {
-        const int user = world.addOwner(login, login, false);
-        const int organisation = world.addOwner(login + "-works"_L1, login, true);
-        QList<int> own;
-        QList<int> shared;
-        for (int number = 0; number < repositories / int(logins().size()); ++number) {
-            const bool isOwn = number % 4 == 0;
-            const int repository = world.addRepository(isOwn ? user : organisation, u"service-%1"_s.arg(number));
-            (isOwn ? own : shared).append(repository);
-        }
-        world.addInstallation(user, {user}, own);
-        world.addInstallation(organisation, {user}, shared);
-    }
-    addHistory();
-}
-
-/// Deployments of the weeks before, as many as are kept, so that the first day takes as much memory as the last.
-void MonthGitHub::addHistory()
-{
-    for (int repository = 0; repository < repositoryCount(); ++repository) {
-        for (int age = m_kept; age > 0; --age) {
-            const auto script = makeScript(m_team, simulator.world(), repository, simulator.url());
-            const auto end = simulator.now() - std::chrono::milliseconds(age * 48h).count();
-            const QString id = beginDeployment(simulator.world(), script, end);
-            applyStep(simulator.world(), script, id, script.steps.last(), end);
-        }
-    }
+    team.found(logins(), repositories);
 }
 
 QStringList MonthGitHub::logins()
@@ -132,91 +100,10 @@ QStringList MonthGitHub::logins()
     return {u"mira"_s, u"tobias"_s, u"yuna"_s};
 }
 
-void MonthGitHub::beginDeployments(std::chrono::seconds longestPause, std::chrono::seconds longestAtNight)
-{
-    m_longestPause = longestPause;
-    m_longestAtNight = longestAtNight;
-    deployNext();
-}
-
-void MonthGitHub::deployNext()
-{
-    const auto sinceMidnight = m_clock->truth() - std::chrono::floor<std::chrono::days>(m_clock->truth());
-    const std::chrono::weekday day(std::chrono::floor<std::chrono::days>(m_clock->truth()));
-    const bool isAtWork
-        = day != std::chrono::Saturday && day != std::chrono::Sunday && sinceMidnight > 8h && sinceMidnight < 19h;
-    const auto longest = isAtWork ? m_longestPause : m_longestAtNight;
-    const std::chrono::seconds pause(m_team.between(1, longest.count()));
-    m_clock->inWorld(pause, [this] {
-        const int repository = int(m_team.between(0, repositoryCount() - 1));
-        simulator::Script script = makeScript(m_team, simulator.world(), repository, simulator.url());
-        if (m_team.chance(3)) // a deployment that waits for days
-            script.steps.insert(script.steps.size() - 1, {m_team.between(1, 300'000'000), u"WAITING"_s, std::nullopt});
-        if (m_team.chance(10)) // one that is run again
-            script.steps += {{m_team.between(1'000, 3'000'000), u"IN_PROGRESS"_s, std::nullopt}, script.steps.last()};
-        if (m_team.chance(5)) // one whose result changes
-            script.steps.append({m_team.between(1'000, 600'000),
-                m_team.pick(QList<QString>{u"ERROR"_s, u"FAILURE"_s, u"SUCCESS"_s, u"INACTIVE"_s}), std::nullopt});
-        const QString id = beginDeployment(simulator.world(), script, simulator.now());
-        ++m_deployments;
-        touch(repository);
-        play(script, id, 0);
-        deployNext();
-    });
-}
-
-void MonthGitHub::play(const simulator::Script &script, const QString &id, qsizetype step)
-{
-    if (step == script.steps.size()) {
-        auto &deployments = simulator.world().change(script.repository).deployments;
-        while (deployments.size() > std::size_t(m_kept) && !isUnderWay(deployments.back()))
-            deployments.pop_back();
-        touch(script.repository);
-        return;
-    }
-    m_clock->inWorld(std::chrono::milliseconds(script.steps[step].after), [this, script, id, step] {
-        applyStep(simulator.world(), script, id, script.steps[step], simulator.now());
-        touch(script.repository);
-        play(script, id, step + 1);
-    });
-}
-
 void MonthGitHub::useUp(const QString &login, int remaining, std::chrono::seconds resetAfter)
 {
     const auto reset = simulator.now() + std::chrono::milliseconds(resetAfter).count();
     simulator.limits().set(login, remaining, reset - reset % 1'000);
-}
-
-void MonthGitHub::setSuspended(int installation, bool isSuspended)
-{
-    simulator.world().changeInstallation(installation).isSuspended = isSuspended;
-}
-
-void MonthGitHub::setInstalled(int installation, bool isInstalled)
-{
-    const int user = installation / 2 * 2; // each user comes before the organisation
-    QSet<int> identities;
-    if (isInstalled)
-        identities.insert(user);
-    simulator.world().changeInstallation(installation).identities = identities;
-}
-
-void MonthGitHub::rename(int repository)
-{
-    simulator.world().change(repository).name = u"renamed-%1"_s.arg(++m_renamed);
-}
-
-/// From the user to the organisation, or back.
-void MonthGitHub::transfer(int repository)
-{
-    const auto &installations = simulator.world().installations();
-    for (int from = 0; from < installations.size(); ++from) {
-        if (!installations[from].repositories.contains(repository))
-            continue;
-        simulator.world().moveRepository(repository, from, from % 2 == 0 ? from + 1 : from - 1);
-        rename(repository);
-        return;
-    }
 }
 
 bool MonthGitHub::approve(const QString &userCode, const QString &login)
@@ -246,72 +133,6 @@ void MonthGitHub::violate(const QString &text)
         m_violation = text;
 }
 
-std::optional<simulator::MisbehaviourRule> MonthGitHub::rule(const simulator::Request &request, const QString &login)
-{
-    m_current.reset();
-    m_faults.removeIf([this](const MonthFault &fault) { return fault.times == 0 || fault.until < m_clock->truth(); });
-    for (MonthFault &fault : m_faults) {
-        if (!request.path.startsWith(fault.path) || (!fault.login.isEmpty() && fault.login != login))
-            continue;
-        --fault.times;
-        m_current = fault.fault;
-        switch (fault.fault) {
-        case AnswerFault::Status:
-        case AnswerFault::Unauthorized:
-        case AnswerFault::Refused:
-        case AnswerFault::Page:
-        case AnswerFault::Redirected:
-        case AnswerFault::Limited:
-            return refusal(fault.fault, request);
-        case AnswerFault::Absurd:
-            if (request.path == kGraphQL && m_weather.chance(50))
-                return std::nullopt;
-            return refusal(fault.fault, request);
-        default:
-            return std::nullopt;
-        }
-    }
-    return std::nullopt;
-}
-
-/// The rule for an answer whose request has no effect.
-simulator::MisbehaviourRule MonthGitHub::refusal(AnswerFault fault, const simulator::Request &request)
-{
-    static const QList<int> statuses{
-        204, 400, 402, 403, 404, 406, 408, 409, 410, 418, 422, 429, 451, 500, 501, 502, 503, 504, 520, 599};
-    simulator::MisbehaviourRule rule;
-    rule.status = m_weather.pick(statuses);
-    if (fault == AnswerFault::Unauthorized) {
-        rule.status = 401;
-    } else if (fault == AnswerFault::Refused) {
-        rule.delivery.close = simulator::Delivery::Close::Before;
-    } else if (fault == AnswerFault::Page) {
-        rule.status = m_weather.chance(70) ? 200 : 511;
-        rule.headers = {{"Content-Type", "text/html"}};
-        rule.body = "<html><body>Welcome to the hotel. Please accept our terms.</body></html>";
-    } else if (fault == AnswerFault::Redirected) {
-        const bool isElsewhere = m_weather.chance(50);
-        const QByteArray origin = isElsewhere ? "http://localhost:" + QByteArray::number(simulator.url().port()) : "";
-        rule.status = m_weather.pick(QList<int>{301, 302, 303, 307, 308});
-        rule.headers = {{"Location", origin + request.path + "?moved=1"}};
-    } else if (fault == AnswerFault::Limited) {
-        rule.status = m_weather.pick(QList<int>{403, 429});
-        if (m_weather.chance(50)) {
-            rule.headers = {{"Retry-After", QByteArray::number(m_weather.between(1, 1'800))}};
-        } else {
-            const qint64 reset = simulator.now() / 1'000 + m_weather.between(1, 3'000);
-            rule.headers = {{"X-RateLimit-Remaining", "0"}, {"X-RateLimit-Reset", QByteArray::number(reset)}};
-        }
-    } else if (fault == AnswerFault::Absurd) {
-        rule.status = m_weather.pick(QList<int>{403, 429});
-        if (m_weather.chance(50))
-            rule.headers = {{"Retry-After", "1000000000000"}};
-        else
-            rule.headers = {{"X-RateLimit-Remaining", "0"}, {"X-RateLimit-Reset", kFarFuture}};
-    }
-    return rule;
-}
-
 void MonthGitHub::answering(const simulator::Request &request, const QString &login, simulator::Reply &reply)
 {
     const auto exchange = std::make_shared<Exchange>();
@@ -321,14 +142,14 @@ void MonthGitHub::answering(const simulator::Request &request, const QString &lo
     if (request.path == kTokens)
         exchange->refreshToken = refreshTokenIn(request);
     checkArrival(*exchange, request);
-    if (m_current)
-        spoil(reply, *exchange);
+    const AnswerFaults::Damage damage = faults.spoil(reply);
+    exchange->isSpoiled = damage.isSpoiled;
     exchange->response = reply.response;
     m_corpus.add(request.path, reply.response);
     const bool isRedirect = reply.response.status >= 301 && reply.response.status <= 308;
-    exchange->isFollowed = isRedirect && m_current == AnswerFault::Redirected && !hasOrigin(reply.response);
+    exchange->isFollowed = isRedirect && faults.current() == AnswerFault::Redirected && !hasOrigin(reply.response);
     if (request.path == kGraphQL)
-        exchange->told = asked(request, login, exchange->nullPlaces);
+        exchange->told = asked(request, login, damage.nullPlaces);
     if (const auto identity = simulator.world().ownerWithLogin(login); identity && request.path == kInstallations)
         exchange->installations = simulator.world().installationsOf(*identity);
     ++m_openCount;
@@ -339,7 +160,7 @@ void MonthGitHub::answering(const simulator::Request &request, const QString &lo
         logged(status);
         finished(*exchange, status);
     };
-    const auto wait = delay(*exchange);
+    const auto wait = faults.delay(request.path == kGraphQL);
     const auto beginDrip = [this, exchange, drips = reply.delivery.keepsRest] {
         if (!drips || exchange->hasEnded)
             return;
@@ -378,91 +199,6 @@ void MonthGitHub::checkArrival(Exchange &exchange, const simulator::Request &req
         violate(what + u": more requests than the quota has"_s);
     if (m_spent.size() > 100)
         m_spent.erase(m_spent.begin());
-}
-
-/// Applies the fault to an answer that the request has earned.
-void MonthGitHub::spoil(simulator::Reply &reply, Exchange &exchange)
-{
-    simulator::Response &response = reply.response;
-    const bool isAnswer = *m_current == AnswerFault::Absurd && response.status == 200;
-    exchange.isSpoiled = *m_current != AnswerFault::Slow && !isAnswer;
-    switch (*m_current) {
-    case AnswerFault::Lost:
-    case AnswerFault::Stalled:
-        reply.delivery.close = simulator::Delivery::Close::Before;
-        break;
-    case AnswerFault::Cut:
-        reply.delivery.truncateAfter = m_weather.between(0, std::max<qint64>(0, response.body.size() - 1));
-        break;
-    case AnswerFault::Dripped:
-        if (response.status == 401) // Qt tells of it when all has come; what ends it is a limit in real time
-            break;
-        reply.delivery.truncateAfter = m_weather.between(0, std::min<qint64>(900, response.body.size() - 1));
-        reply.delivery.keepsRest = true;
-        break;
-    case AnswerFault::Absurd:
-        removePoints(response);
-        break;
-    case AnswerFault::Truncated:
-        response.body.truncate(m_weather.between(0, std::max<qint64>(0, response.body.size() - 1)));
-        break;
-    case AnswerFault::Damaged:
-        // Damage that leaves a valid answer with other content cannot be noticed.
-        for (qint64 left = m_weather.between(1, 8); left > 0; --left) {
-            const qsizetype place = response.body.indexOf('"', m_weather.between(0, response.body.size()));
-            response.body.replace(std::max<qsizetype>(0, place), 1, "\x01");
-        }
-        break;
-    case AnswerFault::NullNodes: {
-        exchange.isSpoiled = false;
-        QJsonObject body = QJsonDocument::fromJson(response.body).object();
-        QJsonObject data = body["data"_L1].toObject();
-        QJsonArray nodes = data["nodes"_L1].toArray();
-        for (int place = 0; place < nodes.size(); ++place) {
-            if (!m_weather.chance(50))
-                continue;
-            nodes[place] = QJsonValue::Null;
-            exchange.nullPlaces.insert(place);
-        }
-        if (exchange.nullPlaces.isEmpty())
-            break;
-        QJsonArray errors = body["errors"_L1].toArray();
-        for (const int place : std::as_const(exchange.nullPlaces)) {
-            errors.append(QJsonObject{{u"type"_s, u"FORBIDDEN"_s}, {u"path"_s, QJsonArray{u"nodes"_s, place}},
-                {u"message"_s, u"Resource not accessible by integration"_s}});
-        }
-        data["nodes"_L1] = nodes;
-        body["data"_L1] = data;
-        body["errors"_L1] = errors;
-        response.body = QJsonDocument(body).toJson(QJsonDocument::Compact);
-        break;
-    }
-    default:
-        break;
-    }
-}
-
-/// Makes the answer say that less than nothing is left of the quota, for ages.
-void MonthGitHub::removePoints(simulator::Response &response) const
-{
-    const qsizetype begin = response.body.lastIndexOf(R"("rateLimit":{)");
-    if (response.status != 200 || begin < 0)
-        return;
-    const qsizetype end = response.body.indexOf('}', begin) + 1;
-    response.body.replace(
-        begin, end - begin, R"("rateLimit":{"cost":1,"remaining":-5,"resetAt":"2999-01-01T00:00:00Z"})");
-    response.headers.removeIf([](const simulator::Header &header) { return header.name.startsWith("X-RateLimit"); });
-    response.headers.append({{"X-RateLimit-Remaining", "-5"}, {"X-RateLimit-Reset", kFarFuture}});
-}
-
-std::chrono::milliseconds MonthGitHub::delay(const Exchange &exchange)
-{
-    if (m_current == AnswerFault::Stalled)
-        return std::chrono::milliseconds(m_weather.between(60'000, 90'000));
-    if (m_current == AnswerFault::Slow)
-        return std::chrono::milliseconds(m_weather.between(4'000, 25'000));
-    return std::chrono::milliseconds(
-        exchange.path == kGraphQL ? m_weather.between(90, 700) : m_weather.between(60, 400));
 }
 
 void MonthGitHub::finished(Exchange &exchange, int status)

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "answer_faults.h"
 #include "month_clock.h"
 #include "month_corpus.h"
 #include "month_oracle.h"
+#include "month_team.h"
 
-#include "simulator/random.h"
-#include "simulator/script.h"
 #include "simulator/simulator.h"
 
 #include <QElapsedTimer>
@@ -19,35 +19,6 @@
 namespace velmora::testing
 {
 
-/// What is wrong with an answer.
-enum class AnswerFault {
-    Status, ///< any status but 200 and those that mean more
-    Unauthorized,
-    Refused, ///< the connection ends before the request has an effect
-    Lost, ///< the request has its effect, and the connection ends without an answer
-    Cut, ///< the connection ends in the middle of the body
-    Stalled, ///< nothing comes for a minute, then the connection ends
-    Slow, ///< the answer takes many seconds
-    Page, ///< a page of a hotel instead of an answer
-    Truncated, ///< whole by its length, but not by its content
-    Damaged, ///< some bytes are others
-    NullNodes, ///< parts of the answer are null, because of errors
-    Redirected, ///< to this or another origin
-    Limited, ///< refused, with a time at which to come back
-    Absurd, ///< refused for years, or answered with fewer points left than none
-    Dripped, ///< a beginning of the body comes, and then nothing, while the connection stays open
-};
-inline constexpr int kAnswerFaults = int(AnswerFault::Dripped) + 1;
-
-/// A fault, and the requests that it is for.
-struct MonthFault {
-    AnswerFault fault = AnswerFault::Status;
-    QByteArray path; ///< the beginning of the path; empty: any
-    QString login; ///< empty: any
-    int times = 1;
-    Instant until; ///< in true time
-};
-
 /// GitHub over a month. It answers with a simulated delay and draws faults; it tells the oracle what arrived, and sees
 /// that the program keeps the rules for requests. Broken rules are reported by throwIfViolated().
 class MonthGitHub final : public simulator::Bystander
@@ -59,17 +30,8 @@ public:
 
     [[nodiscard]] static QStringList logins();
 
-    /// What a team does, for ever: deployments of all repositories.
-    void beginDeployments(std::chrono::seconds longestPause, std::chrono::seconds longestAtNight);
-
-    void add(const MonthFault &fault) { m_faults.append(fault); }
     /// Other tools use up the quota of the login.
     void useUp(const QString &login, int remaining, std::chrono::seconds resetAfter);
-    void setSuspended(int installation, bool isSuspended);
-    void setInstalled(int installation, bool isInstalled);
-    void rename(int repository);
-    void transfer(int repository);
-
     /// The user of the program approves the code as this login.
     [[nodiscard]] bool approve(const QString &userCode, const QString &login);
     /// The program has begun anew, or the machine's clock was set: it may have forgotten its pauses.
@@ -85,16 +47,18 @@ public:
     [[nodiscard]] int openQuestions() const { return m_openQuestions; }
     [[nodiscard]] int openQuestions(const QString &login) const { return m_open.value(login); }
     [[nodiscard]] qint64 requestCount() const { return m_requests; }
-    [[nodiscard]] qint64 deploymentCount() const { return m_deployments; }
-    [[nodiscard]] int repositoryCount() const { return int(simulator.world().repositories().size()); }
-    [[nodiscard]] int installationCount() const { return int(simulator.world().installations().size()); }
     void throwIfViolated() const;
 
     [[nodiscard]] std::optional<simulator::MisbehaviourRule> rule(
-        const simulator::Request &request, const QString &login) override;
+        const simulator::Request &request, const QString &login) override
+    {
+        return faults.draw(request, login);
+    }
     void answering(const simulator::Request &request, const QString &login, simulator::Reply &reply) override;
 
-    mutable simulator::Simulator simulator;
+    simulator::Simulator simulator;
+    MonthTeam team;
+    AnswerFaults faults;
 
 private:
     struct Exchange;
@@ -103,17 +67,9 @@ private:
         QSet<int> repositories;
     };
 
-    void addHistory();
-    void deployNext();
-    void play(const simulator::Script &script, const QString &id, qsizetype step);
-    void touch(int repository) { m_told.remove(repository); }
     [[nodiscard]] std::shared_ptr<const QList<ToldDeployment>> deploymentsOf(int repository);
     [[nodiscard]] QList<ToldRepository> asked(
         const simulator::Request &request, const QString &login, const QSet<int> &nullPlaces);
-    [[nodiscard]] simulator::MisbehaviourRule refusal(AnswerFault fault, const simulator::Request &request);
-    void spoil(simulator::Reply &reply, Exchange &exchange);
-    void removePoints(simulator::Response &response) const;
-    [[nodiscard]] std::chrono::milliseconds delay(const Exchange &exchange);
     void checkArrival(Exchange &exchange, const simulator::Request &request);
     void finished(Exchange &exchange, int status);
     void adoptTokens(const Exchange &exchange);
@@ -124,12 +80,7 @@ private:
 
     MonthClock *m_clock;
     MonthOracle *m_oracle;
-    int m_kept;
     MonthCorpus m_corpus;
-    simulator::Random m_team;
-    simulator::Random m_weather;
-    QList<MonthFault> m_faults;
-    std::optional<AnswerFault> m_current; ///< of the request that is being answered
     QHash<int, std::shared_ptr<const QList<ToldDeployment>>> m_told; ///< by repository
     QHash<QString, QString> m_accessTokens; ///< logins by token
     QHash<QString, QString> m_refreshTokens;
@@ -151,11 +102,7 @@ private:
     QHash<QString, Instant> m_pausedUntil; ///< in true time
     QHash<QString, Listing> m_listings;
     std::map<std::pair<QString, qint64>, int> m_spent; ///< by login and hour
-    std::chrono::seconds m_longestPause{0};
-    std::chrono::seconds m_longestAtNight{0};
     qint64 m_requests = 0;
-    qint64 m_deployments = 0;
-    int m_renamed = 0;
     QString m_violation;
 };
 
