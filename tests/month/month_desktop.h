@@ -58,6 +58,7 @@ public:
         co_return;
     }
 
+    [[nodiscard]] bool isOpen() const { return *mood == Mood::Open; }
     /// The same keyring for the next program.
     [[nodiscard]] std::shared_ptr<MonthKeyring> successor() const
     {
