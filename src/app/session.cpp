@@ -104,7 +104,10 @@ void Session::createControl()
 
 void Session::watchMachine()
 {
-    m_wakeSources.emplace(QDBusConnection::systemBus(), &m_app->wakeWatch());
+    // Not the default connection: Qt keeps its first messages back until the event loop runs, and may then deliver a
+    // later one before them, which would report the end of a sleep before its beginning.
+    m_wakeSources.emplace(QDBusConnection::connectToBus(QDBusConnection::SystemBus, QStringLiteral("velmora system")),
+        &m_app->wakeWatch());
 }
 
 QCoro::Task<> Session::connectDemo(std::stop_token stop)

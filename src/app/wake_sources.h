@@ -13,10 +13,15 @@ class WakeWatch;
 class WakeSources
 {
 public:
-    /// logind is heard on `systemBus`. The watch is not owned and outlives the sources.
+    /// logind is heard on `systemBus`, which the sources disconnect at their end. The watch is not owned and outlives
+    /// the sources.
     WakeSources(const QDBusConnection &systemBus, WakeWatch *watch);
+    ~WakeSources();
+    WakeSources(const WakeSources &) = delete;
+    WakeSources &operator=(const WakeSources &) = delete;
 
 private:
+    QDBusConnection m_systemBus;
     LogindSleepWatch m_sleep;
     GLibNetworkWatch m_network;
 };

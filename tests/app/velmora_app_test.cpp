@@ -3,7 +3,6 @@
 
 #include "accounts/in_memory_credential_store.h"
 #include "app/renewal_grace.h"
-#include "app/wake_sources.h"
 #include "http/raw_http_server.h"
 #include "support/await.h"
 #include "support/fake_clock.h"
@@ -16,7 +15,6 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <thread>
@@ -189,23 +187,6 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return renewal->isDone && m_github->closedConnections == 1; }));
         QVERIFY(renewal->failure);
         QCOMPARE(storedToken(), QStringLiteral("old"));
-    }
-
-    void theSourcesOfThisMachineReportToTheWatch()
-    {
-        WakeWatch watch(m_clock.get());
-        {
-            // Without a system bus the network is still watched.
-            WakeSources sources(QDBusConnection(QStringLiteral("no such connection")), &watch);
-            drainEvents();
-        }
-        {
-            WakeSources ended(QDBusConnection(QStringLiteral("no such connection")), &watch);
-        }
-        // The network monitor is made on a thread, and arrives after its owner was destroyed.
-        QThreadPool::globalInstance()->waitForDone();
-        drainEvents();
-        QCOMPARE(m_clock->sleeperCount(), 0);
     }
 
 private:
