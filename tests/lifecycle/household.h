@@ -66,13 +66,14 @@ public:
     [[nodiscard]] std::optional<QJsonObject> preferences() const;
     [[nodiscard]] std::optional<QJsonObject> cache() const;
     [[nodiscard]] bool isCachePresent() const;
+    /// The file that cache() reads.
+    [[nodiscard]] QString cachePath() const;
 
     simulator::Simulator simulator;
 
 private:
     /// The suffix that distinguishes the keys of this GitHub from those of github.com.
     [[nodiscard]] QString keySuffix() const;
-    [[nodiscard]] QString cachePath() const;
 
     QTemporaryDir m_home;
 };
