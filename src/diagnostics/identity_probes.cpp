@@ -16,7 +16,7 @@ QString limitsText(const HTTPResponse &response, Instant now)
     const int status = response.statusCode.value_or(0);
     if (status == 404)
         return QStringLiteral("no rate limits");
-    const QString text = rateLimitsText(response.body, now);
+    QString text = rateLimitsText(response.body, now);
     if (status != 200 || text.isEmpty())
         return QStringLiteral("no rate limits told (HTTP %1)").arg(status);
     return text;

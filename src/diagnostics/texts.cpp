@@ -32,9 +32,9 @@ QString budgetText(const QString &name, const QJsonObject &budget, Instant now)
 {
     if (!budget.value(QLatin1String("remaining")).isDouble() || !budget.value(QLatin1String("limit")).isDouble())
         return QString();
-    const QString left = QStringLiteral("%1 %2 of %3 left")
-                             .arg(name, number(budget.value(QLatin1String("remaining")).toInteger()),
-                                 number(budget.value(QLatin1String("limit")).toInteger()));
+    QString left = QStringLiteral("%1 %2 of %3 left")
+                       .arg(name, number(budget.value(QLatin1String("remaining")).toInteger()),
+                           number(budget.value(QLatin1String("limit")).toInteger()));
     const auto reset = Instant(std::chrono::seconds(budget.value(QLatin1String("reset")).toInteger()));
     const auto minutes = std::chrono::ceil<std::chrono::minutes>(reset - now).count();
     if (minutes <= 0)
@@ -97,7 +97,7 @@ QString serverText(const std::optional<QByteArray> &version, const QByteArray &a
     const auto match = form.match(told);
     if (!match.hasMatch())
         return QStringLiteral("Enterprise Server of a version that cannot be read");
-    const QString text = QStringLiteral("Enterprise Server %1").arg(told);
+    QString text = QStringLiteral("Enterprise Server %1").arg(told);
     const std::pair found(match.captured(1).toInt(), match.captured(2).toInt());
     if (found >= kFirstWithNewAPI || apiVersion <= kOldAPI)
         return text;

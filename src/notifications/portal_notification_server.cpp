@@ -85,7 +85,7 @@ QString activationTokenIn(const QVariantList &parameters)
         if (parameter.metaType() == QMetaType::fromType<QDBusVariant>())
             parameter = parameter.value<QDBusVariant>().variant();
         const QVariantMap platform = qdbus_cast<QVariantMap>(parameter);
-        const QString token = platform.value(QStringLiteral("activation-token")).toString();
+        QString token = platform.value(QStringLiteral("activation-token")).toString();
         if (!token.isEmpty())
             return token;
     }
