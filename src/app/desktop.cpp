@@ -203,6 +203,9 @@ void Desktop::openSettings(const QString &activationToken)
     if (!m_settings)
         makeSettings();
     m_settings->open(activationToken);
+    // Which the loss of the focus does not do shortly after a question of the desktop.
+    if (m_window)
+        m_window->giveWay();
 }
 
 void Desktop::openRepositories()

@@ -51,9 +51,9 @@ private Q_SLOTS:
     {
         DismissalRule rule(DismissalRule::Focus::FollowsClicks);
         rule.opened(kOpened, kItem);
-        rule.setAsking(true, kOpened);
+        QVERIFY(!rule.setAsking(true, kOpened));
         QVERIFY(!rule.closesOnFocusLoss(kOpened + 1h, kElsewhere));
-        rule.setAsking(false, kOpened + 2h);
+        QVERIFY(rule.setAsking(false, kOpened + 2h));
         QVERIFY(!rule.closesOnFocusLoss(kOpened + 2h + 1499ms, kElsewhere));
         QVERIFY(rule.closesOnFocusLoss(kOpened + 2h + 1500ms, kElsewhere));
         rule.opened(kOpened + 2h, kItem);
@@ -64,8 +64,8 @@ private Q_SLOTS:
     {
         DismissalRule rule(DismissalRule::Focus::FollowsClicks);
         rule.opened(kOpened, kItem);
-        rule.setAsking(true, kOpened);
-        rule.setAsking(false, kOpened);
+        QVERIFY(!rule.setAsking(true, kOpened));
+        QVERIFY(!rule.setAsking(false, kOpened));
         QVERIFY(rule.closesOnFocusLoss(kOpened, kElsewhere));
     }
 

@@ -243,7 +243,7 @@ private Q_SLOTS:
         menu.close();
     }
 
-    void shouldStayOpenWhileTheDesktopAsksForAPassword()
+    void shouldStayOpenWhileTheDesktopAsksForAPasswordAndTakeTheFocusBack()
     {
         openAndActivate();
         QEnterEvent entered(QPointF(1, 1), QPointF(1, 1), QPointF(1, 1));
@@ -253,9 +253,20 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(m_other.get()));
         QVERIFY(m_window->isVisible());
         m_window->setAwaitingAnswer(false);
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
         m_now += 3s;
-        QEvent deactivated(QEvent::WindowDeactivate);
-        QCoreApplication::sendEvent(m_window.get(), &deactivated);
+        turnToAnotherWindow();
+        QTRY_VERIFY(!m_window->isVisible());
+    }
+
+    void shouldGiveWayToAnotherWindowIfThereIsAnItem()
+    {
+        openAndActivate();
+        m_window->setHasItem(false);
+        m_window->giveWay();
+        QVERIFY(m_window->isVisible());
+        m_window->setHasItem(true);
+        m_window->giveWay();
         QVERIFY(!m_window->isVisible());
     }
 

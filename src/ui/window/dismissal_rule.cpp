@@ -36,12 +36,14 @@ void DismissalRule::opened(Time now, std::optional<QPoint> anchor)
     m_clickEndsBy.reset();
 }
 
-void DismissalRule::setAsking(bool isAsking, Time now)
+bool DismissalRule::setAsking(bool isAsking, Time now)
 {
-    if (m_isQuestionShown && !isAsking)
+    const bool isOver = m_isQuestionShown && !isAsking;
+    if (isOver)
         m_answeredAt = now;
     m_isAsking = isAsking;
     m_isQuestionShown = m_isQuestionShown && isAsking;
+    return isOver;
 }
 
 bool DismissalRule::closesOnFocusLoss(Time now, QPoint pointer)

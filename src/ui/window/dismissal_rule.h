@@ -31,8 +31,9 @@ public:
     void opened(Time now, std::optional<QPoint> anchor);
     void pointerEntered() { m_wasEntered = true; }
     /// The desktop asks the user something for this program, in a window that takes the focus; or no longer does. The
-    /// window stays open meanwhile, and while the focus finds its way back.
-    void setAsking(bool isAsking, Time now);
+    /// window stays open meanwhile, and while the focus finds its way back. Returns whether a question that has taken
+    /// the focus is over.
+    bool setAsking(bool isAsking, Time now);
 
     /// Whether the window, which has just lost the focus, closes. If so, it counts as closed from now on.
     [[nodiscard]] bool closesOnFocusLoss(Time now, QPoint pointer);

@@ -106,6 +106,19 @@ void MenuBarWindow::open(std::optional<QPoint> anchor, const QString &activation
     takeFocus(activationToken);
 }
 
+void MenuBarWindow::setAwaitingAnswer(bool isAwaiting)
+{
+    // Some window managers, KWin for one, do not give the focus back to a window that is missing from the task bar.
+    if (m_dismissal.setAsking(isAwaiting, m_now()) && m_isOpen)
+        takeFocus({});
+}
+
+void MenuBarWindow::giveWay()
+{
+    if (m_isOpen && m_hasItem)
+        dismiss();
+}
+
 /// Before the window is shown, since a change of its flags hides it.
 void MenuBarWindow::adoptFrame()
 {

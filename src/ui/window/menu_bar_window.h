@@ -40,12 +40,15 @@ public:
     /// on without one, until it is opened again.
     void setHasItem(bool hasItem) { m_hasItem = hasItem; }
 
-    /// Whether the desktop asks the user something for this program. Then the loss of the focus closes nothing.
-    void setAwaitingAnswer(bool isAwaiting) { m_dismissal.setAsking(isAwaiting, m_now()); }
+    /// Whether the desktop asks the user something for this program. Then, and shortly afterwards, the loss of the
+    /// focus closes nothing. A focus that a question has taken comes back after it.
+    void setAwaitingAnswer(bool isAwaiting);
 
     /// Shows the window, or brings it to the front. `anchor` is the place of the click at the item, if known; the token
     /// is the desktop's permission to take the focus.
     void open(std::optional<QPoint> anchor, const QString &activationToken);
+    /// Closes the window if it is open behind an item, because another window of the program has opened.
+    void giveWay();
     /// Handles a click at the item: opens or closes the window.
     void toggle(std::optional<QPoint> anchor, const QString &activationToken);
 
