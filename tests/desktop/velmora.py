@@ -109,6 +109,11 @@ class Velmora:
     def wait_until_active(self):
         """Waits until the window receives keys, which is shortly after it is shown."""
         eventually(lambda: any(window.is_active for window in self.windows()), "the window to be active")
+        eventually(self.takes_keys, "the window to know that it is active")
+
+    def takes_keys(self):
+        """Whether a window is active as the program sees it, which is later than the desktop does."""
+        return any("active" in window.states for window in self._session.accessibility.program(self.pid).children())
 
     def open_by_click(self):
         self.wait_for_item()
@@ -126,7 +131,9 @@ class Velmora:
         """Opens the settings by the keys of the window, which they replace."""
         self.wait_until_active()
         self._session.screen.key("ctrl+comma")
-        return self.settings()
+        settings = self.settings()
+        self.wait_until_active()
+        return settings
 
     def settings(self):
         """Waits until only the settings are shown; returns their accessible window."""

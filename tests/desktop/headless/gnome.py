@@ -59,6 +59,8 @@ function disable() {
     exported.unexport();
 }
 """
+_SCHEMES = {"light": "'default'", "dark": "'prefer-dark'"}
+_PERMISSION = "org.gnome.desktop.notifications.application:/org/gnome/desktop/notifications/application/{}/"
 _WINDOWS = """\
 global.get_window_actors().map(actor => actor.meta_window)
     .filter(window => window.showing_on_its_workspace() && !window.minimized).map(window => {
@@ -85,8 +87,11 @@ Object.entries(Main.panel.statusArea)
     .some(([name, item]) => name.startsWith('appindicator-') && item.menu.isOpen && item.menu.numMenuItems > 0)
 """
 _NOTIFICATIONS = """\
-Main.messageTray.getSources().flatMap(source => source.notifications)
-    .map(notification => [notification.title, notification.bannerBodyText ?? ''])
+Main.messageTray.getSources().flatMap(source => source.notifications).map(notification => notification.title)
+"""
+_PRESS = """\
+Main.messageTray.getSources().flatMap(source => source.notifications).flatMap(notification => notification.actions)
+    .find(action => action.label === LABEL).callback()
 """
 
 
@@ -131,6 +136,17 @@ class GnomeShell:
         command = ["gsettings", "set", schema, key, value]
         subprocess.run(command, env=self._session.environment, check=True, timeout=60)
 
+    def choose_scheme(self, scheme):
+        """Light or dark, as in the system settings."""
+        self.set("org.gnome.desktop.interface", "color-scheme", _SCHEMES[scheme])
+
+    def scale_text(self, factor):
+        self.set("org.gnome.desktop.interface", "text-scaling-factor", str(factor))
+
+    def allow_notifications(self, application, are_allowed):
+        """The switch of the application with this id in the system settings."""
+        self.set(_PERMISSION.format(application.replace(".", "-").lower()), "enable", str(are_allowed).lower())
+
     def evaluate(self, expression):
         """The value of an expression in JavaScript in the shell."""
         succeeded, answer = self._session.bus.call(
@@ -145,8 +161,12 @@ class GnomeShell:
         return [window for window in windows if window.pid != self._program.pid]
 
     def notifications(self):
-        """Title and text of what the shell's list of notifications holds."""
-        return [tuple(texts) for texts in self.evaluate(_NOTIFICATIONS)]
+        """The titles in the shell's list of notifications."""
+        return self.evaluate(_NOTIFICATIONS)
+
+    def press_in_notification(self, label):
+        """Presses the button with this label in a notification."""
+        self.evaluate(_PRESS.replace("LABEL", json.dumps(label)))
 
     def _install_evaluator(self):
         folder = f"{self._session.environment['XDG_DATA_HOME']}/gnome-shell/extensions/{_EVALUATOR}"
@@ -214,7 +234,7 @@ class Indicators(TrayHost):
         self.click()
         eventually(lambda: self._shell.evaluate(_MENU_IS_OPEN), "the menu of the item")
 
-    def double_click(self):
-        """Waits until the only item is drawn, and activates it."""
+    def activate(self):
+        """Waits until the only item is drawn, and activates it by a double click."""
         eventually(self._is_drawn, "the item to be drawn")
         self.session.screen.double_click(*self.place())

@@ -19,6 +19,7 @@ class Keyring(Component):
     """gnome-keyring with one keyring, which `PASSWORD` opens."""
 
     name = "keyring"
+    startable = ("org.gnome.keyring.SystemPrompter", "org.gnome.keyring.PrivatePrompter")
     service = _SERVICE
 
     def __init__(self, session, state):

@@ -12,14 +12,15 @@ from .display import Screen, WaylandWindows, X11Windows
 from .gnome import GnomeShell, Indicators
 from .keyring import Keyring
 from .notifications import NotificationDaemon, NotificationLog
+from .plasma import PlasmaShell, SystemTray
 from .processes import Program, adopt_orphans, descendants, end_descendants
 from .tray import Tray
 from .waiting import eventually
+from .wallet import Wallet
 
 # PATH, and the variables of the sanitizers and of Qt's logging.
 _INHERITED = ("PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "QT_LOGGING_RULES")
 _STARTABLE = ("org.xfce.Xfconf", "org.a11y.Bus")
-_PROMPTERS = ("org.gnome.keyring.SystemPrompter", "org.gnome.keyring.PrivatePrompter")
 
 # What manages the windows, and the tray and the notification daemon that go with it.
 _DESKTOPS = {
@@ -27,18 +28,21 @@ _DESKTOPS = {
     "wayland": (WaylandWindows, "waybar", "mako"),
     "gnome-x11": (GnomeShell, "indicators", "none"),
     "gnome-wayland": (GnomeShell, "indicators", "none"),
+    "plasma-x11": (PlasmaShell, "plasma", "none"),
+    "plasma-wayland": (PlasmaShell, "plasma", "none"),
 }
 WINDOWING = tuple(_DESKTOPS)
-TRAYS = ("xfce", "lxqt", "waybar", "indicators", "none")
+_TRAY_HOSTS = {"indicators": Indicators, "plasma": SystemTray}
+TRAYS = ("xfce", "lxqt", "waybar", *_TRAY_HOSTS, "none")
 DAEMONS = ("dunst", "xfce", "mako", "none")
-KEYRINGS = ("unlocked", "locked", "absent")
+KEYRINGS = ("unlocked", "locked", "kwallet", "absent")
 
 
 class Session:
     """A private home, message bus, screen, window manager, panel, notification daemon, keyring and browser.
 
-    `windowing` is "x11" (xfwm4), "wayland" (sway), or GNOME Shell on either, which is the tray host by its extension
-    and the notification daemon as well. `tray`, `notifications` and `keyring` choose the program, or
+    `windowing` is "x11" (xfwm4), "wayland" (sway), or GNOME Shell or Plasma on either, which are the tray host and the
+    notification daemon as well, GNOME by its extension. `tray`, `notifications` and `keyring` choose the program, or
     "none" and "absent"; the components of these names start with the session unless they are named in `late`.
     Use it as a context manager: all processes started in it, and their descendants, end with it. A process may have
     one session at a time; several processes may each have one.
@@ -151,7 +155,7 @@ class Session:
         self.browser = Browser(self)
         startable = _STARTABLE + self.windows.startable
         if self._keyring != "absent":
-            startable += _PROMPTERS
+            startable += self._kind_of_keyring().startable
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.runtime_folder}/bus"
         self.environment |= {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"} if self._accessibility else {"NO_AT_BRIDGE": "1"}
         self.bus = start_bus(self, startable)
@@ -159,9 +163,12 @@ class Session:
             self.accessibility = Accessibility(self)
         self.windows.start()
         self.posted = NotificationLog(self)
-        self.keyring = self._component(Keyring, "keyring", self._keyring)
+        self.keyring = self._component(self._kind_of_keyring(), "keyring", self._keyring)
         self.notifications = self._component(NotificationDaemon, "notifications", self._notifications)
-        self.tray = self._component(Indicators if self._tray == "indicators" else Tray, "tray", self._tray)
+        self.tray = self._component(_TRAY_HOSTS.get(self._tray, Tray), "tray", self._tray)
+
+    def _kind_of_keyring(self):
+        return Wallet if self._keyring == "kwallet" else Keyring
 
     def _component(self, kind, name, choice):
         if choice in ("none", "absent"):

@@ -1,0 +1,251 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: MIT
+"""Velmora on whole desktops: GNOME, with and without the extension that shows tray items, and Plasma."""
+
+import unittest
+
+from headless import eventually
+from headless.keyring import PASSWORD
+from headless.waiting import never
+from velmora import Simulator, VelmoraTest
+
+# Seconds; longer than Velmora waits for a tray at login.
+_LONGER_THAN_PATIENCE = 12.0
+_APPLICATION = "com.tarvik.Velmora"
+_REPOSITORY = "user-1/repository-0001"
+_REFUSED = "Notifications are disabled for Velmora in System Settings."
+
+
+class Shell:
+    """What holds on every desktop."""
+
+    windowing = ""
+
+    def desktop(self, **options):
+        return self.session(self.windowing, **options)
+
+    def start_demo(self, session):
+        velmora = self.start(session, "--demo", "--background")
+        velmora.wait_for_item()
+        return velmora
+
+    def open_demo(self, session):
+        """A demo whose window was opened by its item."""
+        velmora = self.start_demo(session)
+        session.tray.activate()
+        velmora.wait_until_active()
+        return velmora
+
+    def connect(self, session):
+        """A program with an account and a deployment under way; returns GitHub, the program and its window."""
+        github = Simulator(session)
+        github.small_world([{"environment": "production", "state": "IN_PROGRESS"}])
+        velmora = self.start(session, "--background", environment=github.environment)
+        velmora.wait_for_item()
+        session.tray.activate()
+        window = velmora.window()
+        window.find("push button", "Add GitHub account").press()
+        github.approve()
+        self.permit_keyring(session)
+        window.find("label", "Deployment in progress")
+        velmora.wait_until_active()
+        return github, velmora, window
+
+    def permit_keyring(self, session):
+        """Answers what the desktop asks about its keyring when a first credential is stored: here nothing."""
+
+    def test_the_item_shows_a_number_and_its_menu_opens_the_window(self):
+        session = self.desktop()
+        velmora = self.start_demo(session)
+        item = session.tray.item()
+        eventually(lambda: item.read("Title").isdigit(), "a number in the tray")
+        self.assertEqual(item.menu()[0].label, "Open Velmora")
+        session.tray.open_menu()
+        session.screen.key("Down", "Return")
+        velmora.window().find("label", "Velmora Demo")
+
+    def test_it_follows_dark_and_light_while_it_runs(self):
+        session = self.desktop()
+        velmora = self.open_demo(session)
+        for scheme, is_dark in (("dark", True), ("light", False)):
+            session.windows.choose_scheme(scheme)
+            eventually(lambda: self.is_dark(session, velmora) == is_dark, f"the window to be {scheme}")
+
+    def test_large_text_makes_an_open_window_larger(self):
+        session = self.desktop()
+        velmora = self.open_demo(session)
+        (before,) = velmora.windows()
+        session.windows.scale_text(1.5)
+        grown = eventually(lambda: self.wider(velmora, before.width), "the window to grow")
+        session.windows.scale_text(1.0)
+        eventually(lambda: velmora.windows()[0].width < grown, "the window to shrink again")
+
+    def wider(self, velmora, width):
+        """The width of the window if it is more than this, or None."""
+        (window,) = velmora.windows()
+        return window.width if window.width > width else None
+
+    def test_a_failure_is_one_notification_whose_button_opens_the_log(self):
+        session = self.desktop()
+        github, velmora, _ = self.connect(session)
+        log = f"{github.address}/the-log"
+        github.tell("world", {"deployment": {"repository": _REPOSITORY, "state": "FAILURE", "logUrl": log}})
+        session.screen.key("ctrl+r")
+
+        def failures():
+            return [title for title in session.windows.notifications() if "failed" in title]
+
+        self.assertEqual(len(eventually(failures, "the notification")), 1)
+        session.windows.press_in_notification("View log")
+        eventually(lambda: log in [page.address for page in session.browser.opened()], "the log")
+
+    def test_a_refusal_of_notifications_is_said_until_they_are_allowed_and_switched_on(self):
+        session = self.desktop()
+        session.windows.allow_notifications(_APPLICATION, False)
+        _, velmora, _ = self.connect(session)
+        settings = velmora.open_settings()
+        session.screen.key("ctrl+3")
+        settings.find("label", _REFUSED)
+        session.windows.allow_notifications(_APPLICATION, True)
+        switch = settings.find("check box", "Notify me when deployments fail")
+        self.assertNotIn("checked", switch.states)
+        switch.do("Toggle")
+        eventually(lambda: "checked" in switch.states, "the switch to be on")
+        eventually(lambda: not settings.all("label", _REFUSED), "the refusal to go")
+
+    def test_a_locked_keyring_is_unlocked_from_the_window(self):
+        session = self.desktop()
+        _, velmora, window = self.connect(session)
+        session.keyring.lock()
+        session.screen.key("ctrl+r")
+        # The desktop asks for the password; the user declines first.
+        self.wait_for_prompt(session, velmora)
+        session.screen.key("Escape")
+        velmora.wait_until_active()
+        unlock = window.find("push button", "Unlock")
+        eventually(lambda: "sensitive" in unlock.states, "the button")
+        unlock.press()
+        self.wait_for_prompt(session, velmora)
+        self.answer_prompt(session)
+        eventually(lambda: not window.all("push button", "Unlock"), "the button to go")
+        window.find("label", "Deployment in progress")
+        self.assertFalse(session.keyring.is_locked)
+        velmora.wait_until_active()
+
+    def wait_for_prompt(self, session, velmora):
+        """Waits until the desktop asks for the password of the keyring, and the window knows that it has no focus."""
+        eventually(lambda: self.is_prompting(session), "the question for the password")
+        eventually(lambda: not velmora.takes_keys(), "the window to lose the focus")
+
+    def is_prompting(self, session):
+        raise NotImplementedError
+
+    def answer_prompt(self, session):
+        raise NotImplementedError
+
+    def test_a_tray_that_goes_and_comes_back_opens_no_window(self):
+        session = self.desktop()
+        velmora = self.start_demo(session)
+        session.tray.stop()
+        session.tray.start()
+        velmora.wait_for_item()
+        never(velmora.is_open, "a window has opened", _LONGER_THAN_PATIENCE)
+
+    def test_without_a_tray_the_window_is_the_program(self):
+        session = self.desktop(tray="none")
+        velmora = self.start(session, "--demo")
+        velmora.window()
+        velmora.wait_until_active()
+        session.screen.click(5, session.screen.height // 2)
+        never(lambda: not velmora.is_open(), "the window has closed", 2)
+
+    def is_dark(self, session, velmora):
+        (window,) = velmora.windows()
+        return session.screen.picture((window.x + 20, window.y + 40, 200, 200)).brightness() < 0.5
+
+
+class Gnome(Shell):
+    """GNOME; its tray items are shown by an extension."""
+
+    def test_a_double_click_opens_the_window_below_the_top_bar(self):
+        session = self.desktop()
+        velmora = self.open_demo(session)
+        (window,) = velmora.windows()
+        bar = session.windows.evaluate("Main.panel.height")
+        self.assertGreaterEqual(window.y, bar)
+        self.assertLess(window.y, bar + 100)
+        session.screen.key("Escape")
+        velmora.wait_until_closed()
+
+    def test_locking_the_screen_opens_no_window(self):
+        session = self.desktop()
+        velmora = self.start_demo(session)
+        session.windows.evaluate("Main.sessionMode.pushMode('unlock-dialog')")
+        never(velmora.is_open, "a window has opened", _LONGER_THAN_PATIENCE)
+        session.windows.evaluate("Main.sessionMode.popMode('unlock-dialog')")
+        velmora.wait_for_item()
+        self.assertFalse(velmora.is_open())
+
+    def is_prompting(self, session):
+        return session.windows.evaluate("Main.modalCount") > 0
+
+    def answer_prompt(self, session):
+        session.screen.type(PASSWORD)
+        session.screen.key("Return")
+
+
+class Plasma(Shell):
+    """Plasma with its own wallet, which is not running at first."""
+
+    def desktop(self, **options):
+        return super().desktop(**{"keyring": "kwallet"} | options)
+
+    def permit_keyring(self, session):
+        session.keyring.permit_creation(PASSWORD)
+
+    def is_prompting(self, session):
+        return session.keyring.is_asking()
+
+    def answer_prompt(self, session):
+        session.keyring.enter(PASSWORD)
+
+    def test_a_click_opens_the_window_and_escape_closes_it(self):
+        session = self.desktop()
+        velmora = self.open_demo(session)
+        session.screen.key("Escape")
+        velmora.wait_until_closed()
+
+    def test_a_restart_of_the_shell_or_of_its_daemon_opens_no_window(self):
+        for part in ("restart", "restart_daemon"):
+            with self.subTest(part):
+                session = self.desktop()
+                velmora = self.start_demo(session)
+                getattr(session.windows, part)()
+                velmora.wait_for_item()
+                never(velmora.is_open, "a window has opened", _LONGER_THAN_PATIENCE)
+                session.end()
+
+class GnomeX11Test(Gnome, VelmoraTest):
+    windowing = "gnome-x11"
+
+
+class GnomeWaylandTest(Gnome, VelmoraTest):
+    windowing = "gnome-wayland"
+
+
+class PlasmaX11Test(Plasma, VelmoraTest):
+    windowing = "plasma-x11"
+
+    def test_the_window_opens_above_the_panel(self):
+        session = self.desktop()
+        velmora = self.open_demo(session)
+        (window,) = velmora.windows()
+        self.assertEqual(window.y + window.height, session.windows.panel().y)
+
+
+class PlasmaWaylandTest(Plasma, VelmoraTest):
+    windowing = "plasma-wayland"
+
+
+if __name__ == "__main__":
+    unittest.main()
