@@ -74,7 +74,7 @@ public:
     /// The result is settled once the differences are known.
     OneShot<ListChanges> changeLists(const ListChanges &changes)
     {
-        const OneShot<ListChanges> done;
+        OneShot<ListChanges> done;
         QStringList changed;
         QJsonObject after;
         for (auto change = changes.begin(); change != changes.end(); ++change)

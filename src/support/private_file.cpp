@@ -145,7 +145,7 @@ std::optional<QByteArray> readRequiring(const QString &path, Requirement require
 /// The file to replace: the path itself, or the target of the link there.
 QByteArray replacedFile(const QString &path)
 {
-    const QByteArray name = QFile::encodeName(path);
+    QByteArray name = QFile::encodeName(path);
     const auto there = statusOf(name, kWrite, path);
     if (!there)
         return name;
