@@ -18,7 +18,7 @@ SIMULATOR = os.path.join(BUILD, "bin", "velmora-simulator")
 SAMPLE = os.path.join(BUILD, "tests", "sample_window")
 _SERVICE = "com.tarvik.Velmora"
 _SERVICE_OF_DEMO = "com.tarvik.Velmora.Demo"
-_SETTINGS = "Velmora Settings"
+_SETTINGS = ("Velmora Settings", "Velmora Demo Settings")
 
 
 class Simulator:
@@ -137,8 +137,8 @@ class Velmora:
 
     def settings(self):
         """Waits until only the settings are shown; returns their accessible window."""
-        eventually(lambda: [window.title for window in self.windows()] == [_SETTINGS], "the settings")
-        return self.window().find(name=_SETTINGS)
+        eventually(lambda: [window.title in _SETTINGS for window in self.windows()] == [True], "the settings")
+        return self.window().find(name=self.windows()[0].title)
 
     def click_row(self, window, part):
         """Waits for a row whose sentence contains `part`, and clicks it; returns the sentence."""

@@ -32,6 +32,7 @@ _DESKTOPS = {
     "plasma-wayland": (PlasmaShell, "plasma", "none"),
 }
 WINDOWING = tuple(_DESKTOPS)
+SHELLS = WINDOWING[2:]
 _TRAY_HOSTS = {"indicators": Indicators, "plasma": SystemTray}
 TRAYS = ("xfce", "lxqt", "waybar", *_TRAY_HOSTS, "none")
 DAEMONS = ("dunst", "xfce", "mako", "none")
