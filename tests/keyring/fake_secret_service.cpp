@@ -98,6 +98,8 @@ void FakeSecretService::disappear()
     if (m_connectionName.isEmpty())
         return;
     m_heldBack.clear();
+    // Qt closes the connection on another thread, which reads the objects that are registered.
+    m_connection.unregisterObject(kRoot, QDBusConnection::UnregisterTree);
     m_connection = QDBusConnection(QString());
     QDBusConnection::disconnectFromBus(m_connectionName);
     m_connectionName.clear();

@@ -64,7 +64,12 @@ public:
         qDBusRegisterMetaType<Accent>();
         m_bus.registerObject(kPath, this, QDBusConnection::ExportScriptableContents);
     }
-    ~FakeSettingsPortal() override { QDBusConnection::disconnectFromBus(QStringLiteral("portal")); }
+    ~FakeSettingsPortal() override
+    {
+        // Qt closes the connection on another thread, which reads the objects that are registered.
+        m_bus.unregisterObject(kPath);
+        QDBusConnection::disconnectFromBus(QStringLiteral("portal"));
+    }
 
     bool own() { return m_bus.registerService(kPortal); }
 

@@ -17,6 +17,7 @@ namespace
 {
 
 const QString kPortal = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QStringList kCommand{QStringLiteral("velmora"), QStringLiteral("--background")};
 
 } // namespace
@@ -38,11 +39,15 @@ public:
     FakePortal()
         : m_connection(QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("portal")))
     {
-        m_connection.registerObject(
-            QStringLiteral("/org/freedesktop/portal/desktop"), this, QDBusConnection::ExportScriptableSlots);
+        m_connection.registerObject(kPath, this, QDBusConnection::ExportScriptableSlots);
         m_connection.registerService(kPortal);
     }
-    ~FakePortal() override { QDBusConnection::disconnectFromBus(QStringLiteral("portal")); }
+    ~FakePortal() override
+    {
+        // Qt closes the connection on another thread, which reads the objects that are registered.
+        m_connection.unregisterObject(kPath);
+        QDBusConnection::disconnectFromBus(QStringLiteral("portal"));
+    }
 
     void respond(qsizetype index, uint response, const QVariantMap &results)
     {
