@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Tells ThreadSanitizer what it cannot see, because Qt is not built with it: that a job which is given to a pool, and a
 // call which is queued for another thread, happen after whatever the giver did before. Replaces the functions of Qt
-// through which the program does either. Only part of the tests under that sanitizer.
+// through which the program does either, and the call by which Qt starts programs. Only part of the tests under that
+// sanitizer.
 #include <QObject>
 #include <QThreadPool>
 
 #include <sanitizer/tsan_interface.h>
 
 #include <dlfcn.h>
+#include <sched.h>
 
+#include <cstdarg>
 #include <cstring>
 #include <functional>
 
@@ -16,11 +19,11 @@ namespace
 {
 
 template <typename Function>
-Function original(const char *mangledName)
+Function original(const char *mangledName, void *library = RTLD_NEXT)
 {
-    void *const found = ::dlsym(RTLD_NEXT, mangledName);
+    void *const found = ::dlsym(library, mangledName);
     if (!found)
-        qFatal("Qt has no %s", mangledName);
+        qFatal("There is no %s", mangledName);
     Function function = nullptr;
     std::memcpy(&function, &found, sizeof found);
     return function;
@@ -88,4 +91,20 @@ bool QThreadPool::waitForDone(int milliseconds)
     const bool isDone = wait(this, milliseconds);
     __tsan_acquire(this);
     return isDone;
+}
+
+/// Calls the C library itself. QProcess starts a program by a clone() that shares the memory of its parent until the
+/// program begins. ThreadSanitizer takes that for a fork: from then on it ignores what the parent does, and lets it
+/// start no thread.
+extern "C" int clone(int (*function)(void *), void *stack, int flags, void *argument, ...) noexcept
+{
+    using Clone = int (*)(int (*)(void *), void *, int, void *, ...);
+    static const auto begin = original<Clone>("clone", ::dlopen("libc.so.6", RTLD_LAZY | RTLD_NOLOAD));
+    va_list rest;
+    va_start(rest, argument);
+    auto *const parentPlace = va_arg(rest, pid_t *);
+    auto *const storage = va_arg(rest, void *);
+    auto *const childPlace = va_arg(rest, pid_t *);
+    va_end(rest);
+    return begin(function, stack, flags, argument, parentPlace, storage, childPlace);
 }
