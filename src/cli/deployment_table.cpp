@@ -80,7 +80,7 @@ struct Row {
     StateIcon icon;
     QString repository;
     QString environment;
-    QString whole; ///< the details with the elapsed time
+    QString whole; ///< the details with the elapsed time, and what the mark says
     QString details;
     QString age; ///< the last of the details
 };
@@ -103,14 +103,14 @@ constexpr int kReadableNames = 36; ///< the least room for repository and enviro
 
 const QString kSeparator = QStringLiteral(" · ");
 
-Row rowOf(const DeploymentSnapshot &deployment, Instant now)
+Row rowOf(const DeploymentSnapshot &deployment, const FailureMark &mark, Instant now)
 {
     QStringList details = revisionDetails(deployment);
     if (deployment.refName)
         details.first() = elidedMiddle(harmless(details.first()), kLongestRef);
     const QString age = relativeTime(deployment.updatedAt, now);
     details.append(age);
-    QStringList whole = details;
+    QStringList whole = details + markDetails(mark, now);
     // Only active deployments need the word: in the other sections title and symbol name the state.
     if (isActive(deployment.state)) {
         details.prepend(stateWords(deployment.state));
@@ -121,10 +121,10 @@ Row rowOf(const DeploymentSnapshot &deployment, Instant now)
 }
 
 /// The sections with as many rows as fit in `room` lines.
-QList<Section> fittingSections(const DeploymentList &deployments, Instant now, qsizetype room)
+QList<Section> fittingSections(const MonitorReport &report, Instant now, qsizetype room)
 {
-    const QList<DeploymentSection> sections = deploymentSections(deployments);
-    const qsizetype whole = deployments.size() + 2 * sections.size();
+    const QList<DeploymentSection> sections = deploymentSections(report.deployments);
+    const qsizetype whole = report.deployments.size() + 2 * sections.size();
     qsizetype left = whole <= room ? whole : room - 1; // keep a line for the number of hidden rows
     QList<Section> fitting;
     for (const auto &section : sections) {
@@ -134,7 +134,7 @@ QList<Section> fittingSections(const DeploymentList &deployments, Instant now, q
         Section shown{section.title, section.deployments.size(), {}};
         const DeploymentList first = section.deployments.first(std::min(left - 2, shown.size));
         for (const auto &deployment : first)
-            shown.rows.append(rowOf(deployment, now));
+            shown.rows.append(rowOf(deployment, report.marks.value(deployment->id), now));
         left -= 2 + first.size();
         fitting.append(shown);
     }
@@ -234,7 +234,7 @@ bool isListShown(const MonitorReport &report)
 /// The sections that fit in `room` lines. If rows are left out, the last line has their number.
 QStringList renderSections(const MonitorReport &report, Instant now, const TableStyle &style, qsizetype room)
 {
-    const QList<Section> sections = fittingSections(report.deployments, now, room);
+    const QList<Section> sections = fittingSections(report, now, room);
     const Columns columns = Columns::of(sections, style.width);
     qsizetype hidden = report.deployments.size();
     QStringList lines;

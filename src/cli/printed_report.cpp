@@ -17,6 +17,7 @@ namespace
 /// A deployment at the time of printing.
 struct PrintedDeployment : DeploymentSnapshot {
     Instant now;
+    FailureMark mark;
 };
 
 /// A report with the keys that other programs know.
@@ -31,11 +32,23 @@ std::optional<qint64> elapsedSeconds(const PrintedDeployment &deployment)
     return isActive(deployment.state) ? std::optional<qint64>(std::max<qint64>(0, elapsed.count())) : std::nullopt;
 }
 
+std::optional<QString> mendedBy(const PrintedDeployment &deployment)
+{
+    const std::optional<Mending> &mending = deployment.mark.mending;
+    return mending ? std::optional(mending->by) : std::nullopt;
+}
+
+std::optional<Instant> mendedAt(const PrintedDeployment &deployment)
+{
+    const std::optional<Mending> &mending = deployment.mark.mending;
+    return mending ? std::optional(mending->at) : std::nullopt;
+}
+
 QList<PrintedDeployment> printedDeployments(const PrintedReport &report)
 {
     QList<PrintedDeployment> printed;
     for (const DeploymentSnapshot &deployment : report.deployments)
-        printed.append({deployment, report.now});
+        printed.append({deployment, report.now, report.marks.value(deployment.id)});
     return printed;
 }
 
@@ -57,7 +70,9 @@ struct JSONTable<PrintedDeployment> {
     static constexpr auto saved
         = std::apply([](auto... field) { return std::tuple{json::computed(field.key, field.member)...}; },
             JSONTable<DeploymentSnapshot>::fields);
-    static constexpr auto fields = std::tuple_cat(saved, std::tuple{json::computed("elapsedSeconds", &elapsedSeconds)});
+    static constexpr auto fields = std::tuple_cat(saved,
+        std::tuple{json::computed("elapsedSeconds", &elapsedSeconds), json::computed("mendedBy", &mendedBy),
+            json::computed("mendedAt", &mendedAt)});
 };
 
 template <>
@@ -91,9 +106,9 @@ QByteArray jsonLine(const MonitorReport &report, Instant now)
     return harmlessJSON(encodeJSON(PrintedReport{report, now}, InstantForm::ISO8601));
 }
 
-QByteArray jsonLine(const DeploymentSnapshot &deployment, Instant now)
+QByteArray jsonLine(const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark)
 {
-    return harmlessJSON(encodeJSON(PrintedDeployment{deployment, now}, InstantForm::ISO8601));
+    return harmlessJSON(encodeJSON(PrintedDeployment{deployment, now, mark}, InstantForm::ISO8601));
 }
 
 QByteArray jsonLine(const DeploymentNotification &notification)

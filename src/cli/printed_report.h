@@ -12,11 +12,12 @@ namespace velmora
 [[nodiscard]] QString titleOf(const MonitorReport &report);
 
 /// The report as one line of JSON without the line break. Instants are ISO 8601 texts in UTC; absent values are left
-/// out. "saved" and "savedAt" are present for saved data only, and "elapsedSeconds" for what is under way at `now`.
+/// out. "saved" and "savedAt" are present for saved data only, "elapsedSeconds" for what is under way at `now`, and
+/// "mendedBy" and "mendedAt" for a failure that is mended.
 [[nodiscard]] QByteArray jsonLine(const MonitorReport &report, Instant now);
 
 /// A deployment as in the report, as one line of JSON without the line break.
-[[nodiscard]] QByteArray jsonLine(const DeploymentSnapshot &deployment, Instant now);
+[[nodiscard]] QByteArray jsonLine(const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark = {});
 
 /// The notification as one line of JSON, without the line break.
 [[nodiscard]] QByteArray jsonLine(const DeploymentNotification &notification);

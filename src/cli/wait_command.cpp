@@ -21,6 +21,7 @@ using Result = DeploymentWait::Result;
 struct Findings {
     bool isRefused = false; ///< the repository is not watched, which was printed
     std::optional<DeploymentSnapshot> deployment; ///< the awaited one
+    FailureMark mark; ///< of the deployment, which may have failed before the waiting began
     std::optional<Result> result;
     QString hint; ///< what the user has to do before there is anything to wait for
     QString message; ///< a line for each identity that failed last
@@ -93,6 +94,7 @@ QCoro::Task<> findOut(CommandContext context, AwaitedDeployments awaited, Findin
     view.show = [&](const MonitorReport &report) {
         findings->result = wait.resultAfter(report);
         findings->deployment = wait.deployment();
+        findings->mark = findings->deployment ? report.marks.value(findings->deployment->id) : FailureMark();
         findings->hint = report.hint;
         findings->message = report.message;
         progress.redraw();
@@ -136,9 +138,9 @@ ExitCode printFindings(const CommandContext &context, bool isJSON, const Finding
 {
     const Instant now = context.clock->now();
     if (findings.deployment && isJSON)
-        context.out->write(jsonLine(*findings.deployment, now) + '\n');
+        context.out->write(jsonLine(*findings.deployment, now, findings.mark) + '\n');
     else if (findings.deployment)
-        context.out->writeLine(rowSentence(*findings.deployment, now));
+        context.out->writeLine(rowSentence(*findings.deployment, now, findings.mark));
     const ExitCode code = codeOf(findings);
     const QStringList lines = code == ExitCode::Done ? QStringList() : explanation(findings);
     for (const QString &line : lines)

@@ -7,8 +7,50 @@
 namespace velmora
 {
 
+/// A failure that has a mark, as a report names it.
+struct MarkedFailure {
+    QString id;
+    std::optional<QString> mendedBy;
+    std::optional<Instant> mendedAt;
+};
+
+template <>
+struct JSONTable<MarkedFailure> {
+    using Record = MarkedFailure;
+    static constexpr auto fields = std::tuple{json::required("id", &Record::id),
+        json::optional("mendedBy", &Record::mendedBy), json::optional("mendedAt", &Record::mendedAt)};
+};
+
 namespace json
 {
+
+/// A list of the marked failures.
+template <>
+struct Codec<FailureMarks> {
+    static void decode(FailureMarks &marks, Element element, const Path &path)
+    {
+        QList<MarkedFailure> failures;
+        Codec<QList<MarkedFailure>>::decode(failures, element, path);
+        for (const MarkedFailure &failure : std::as_const(failures)) {
+            FailureMark &mark = marks[failure.id];
+            if (failure.mendedBy && failure.mendedAt)
+                mark.mending = Mending{*failure.mendedBy, *failure.mendedAt};
+        }
+    }
+    static void encode(Writer &writer, const FailureMarks &marks)
+    {
+        QList<MarkedFailure> failures;
+        for (auto mark = marks.begin(); mark != marks.end(); ++mark) {
+            MarkedFailure failure{mark.key(), std::nullopt, std::nullopt};
+            if (mark->mending) {
+                failure.mendedBy = mark->mending->by;
+                failure.mendedAt = mark->mending->at;
+            }
+            failures.append(failure);
+        }
+        Codec<QList<MarkedFailure>>::encode(writer, failures);
+    }
+};
 
 /// An enumeration as the rawValue() of one of its cases.
 template <auto... cases>
@@ -130,6 +172,8 @@ struct JSONTable<MonitorReport> {
     static constexpr auto fields
         = std::tuple{json::required("saved", &Record::isSaved), json::required("application", &Record::applicationName),
             json::required("state", &Record::state), json::required("deployments", &Record::deployments),
+            // A Velmora of an earlier version does not send them.
+            json::Field<Record, FailureMarks>{"failures", &Record::marks, json::Presence::Optional},
             json::optional("lastRefreshedAt", &Record::lastRefreshedAt), json::required("message", &Record::message),
             json::optional("unsaved", &Record::unsaved), json::required("hint", &Record::hint),
             json::optional("savedAt", &Record::savedAt)};

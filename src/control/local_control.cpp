@@ -348,6 +348,7 @@ QCoro::Task<MonitorReport> LocalControl::report(std::stop_token)
     report.applicationName = m_ports.applicationName;
     report.state = monitor->state();
     report.deployments = monitor->deployments();
+    report.marks = monitor->marks();
     // Before the first refresh the data comes from the cache; its age is the time of saving.
     report.lastRefreshedAt = monitor->lastRefreshedAt() ? monitor->lastRefreshedAt() : report.state.lastUpdatedAt;
     report.message = monitor->message();

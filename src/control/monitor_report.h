@@ -2,6 +2,7 @@
 #pragma once
 
 #include "monitor/deployment_monitor_state.h"
+#include "monitor/failure_marks.h"
 #include "notifications/deployment_notification.h"
 
 #include <QList>
@@ -17,6 +18,7 @@ struct MonitorReport {
     QString applicationName; ///< the display name of the application
     DeploymentMonitorState state;
     DeploymentList deployments;
+    FailureMarks marks; ///< of the deployments
     std::optional<Instant> lastRefreshedAt;
     QString message; ///< a line for each identity that failed
     std::optional<QString> unsaved; ///< a line for each file that could not be saved

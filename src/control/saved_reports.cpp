@@ -64,6 +64,7 @@ MonitorReport SavedReports::reportOf(const std::optional<DeploymentCachePayload>
     report.lastRefreshedAt = payload->savedAt;
     report.savedAt = payload->savedAt;
     report.deployments = filteredAndSorted(payload->deployments, m_services.clock->now());
+    report.marks = failureMarks(report.deployments, {});
     return report;
 }
 

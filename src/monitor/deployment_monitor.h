@@ -46,6 +46,8 @@ public:
 
     /// The deployments on show: unique, filtered, active ones first, newest first.
     [[nodiscard]] const DeploymentList &deployments() const { return m_shown.deployments(); }
+    /// What is known of the failures among them.
+    [[nodiscard]] const FailureMarks &marks() const { return m_shown.marks(); }
     [[nodiscard]] const DeploymentMonitorState &state() const { return m_shown.state(); }
     /// A line for each identity that failed (its login, ": ", why), and for each reason for which GitHub tells nothing
     /// of some repositories; empty when there is none.
@@ -112,7 +114,7 @@ public:
     [[nodiscard]] QCoro::Task<> processNotifications(DeploymentList previous, DeploymentList updated);
 
 Q_SIGNALS:
-    /// deployments, state, message, lastRefreshedAt or unsaved changed.
+    /// deployments, marks, state, message, lastRefreshedAt or unsaved changed.
     void changed();
 
 private:

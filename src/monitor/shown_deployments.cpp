@@ -168,6 +168,8 @@ DeploymentMonitorState ShownDeployments::currentState(
 
 void ShownDeployments::publish(Published published)
 {
+    if (!published.deployments.isSharedWith(m_published.deployments))
+        published.marks = failureMarks(published.deployments, m_published.marks);
     if (published == m_published)
         return;
     m_published = std::move(published);

@@ -4,6 +4,7 @@
 #include "model/deployment_cache.h"
 #include "monitor/deployment_fetcher.h"
 #include "monitor/deployment_monitor_state.h"
+#include "monitor/failure_marks.h"
 #include "monitor/refresh_context.h"
 
 #include <QHash>
@@ -18,8 +19,8 @@ namespace velmora
 class Clock;
 class FetchOutcomes;
 
-/// What the user sees of the deployments: the list, its state, and what went wrong. All of it changes together, and one
-/// changed() announces it.
+/// What the user sees of the deployments: the list with its marks, its state, and what went wrong. All of it changes
+/// together, and one changed() announces it. The marks are found when the list has changed.
 ///
 /// Several instants could be called the last refresh, and each has its name:
 /// - *lastRefreshedAt*: a full refresh last succeeded for at least one identity; it is published.
@@ -38,6 +39,8 @@ public:
     /// Unique, filtered, active ones first, newest first.
     [[nodiscard]] const DeploymentList &deployments() const { return m_published.deployments; }
     [[nodiscard]] bool hasActiveDeployment() const;
+    /// What is known of the failures in the list.
+    [[nodiscard]] const FailureMarks &marks() const { return m_published.marks; }
     [[nodiscard]] const DeploymentMonitorState &state() const { return m_published.state; }
     [[nodiscard]] bool isDisconnected() const { return state().state == DeploymentMonitorState::Case::Disconnected; }
     /// FetchOutcomes::message() as it was when the list was last shown.
@@ -62,6 +65,7 @@ Q_SIGNALS:
 private:
     struct Published {
         DeploymentList deployments;
+        FailureMarks marks; ///< of the deployments
         DeploymentMonitorState state = DeploymentMonitorState::loading(false);
         QString message;
         std::optional<Instant> lastRefreshedAt;

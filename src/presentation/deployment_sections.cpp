@@ -62,19 +62,28 @@ QString elapsedText(const DeploymentSnapshot &deployment, Instant now)
     return isActive(deployment.state) ? elapsedTime(deployment.createdAt, now) : QString();
 }
 
-QStringList deploymentDetails(const DeploymentSnapshot &deployment, Instant now)
+QStringList markDetails(const FailureMark &mark, Instant now)
+{
+    return mark.mending ? QStringList(QStringLiteral("mended ") + relativeTime(mark.mending->at, now)) : QStringList();
+}
+
+QStringList deploymentDetails(const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark)
 {
     QStringList details = revisionDetails(deployment);
     if (const QString elapsed = elapsedText(deployment, now); !elapsed.isEmpty())
         details.append(elapsed);
     details.append(relativeTime(deployment.updatedAt, now));
-    return details;
+    return details + markDetails(mark, now);
 }
 
-Instant nextDetailsChange(const DeploymentSnapshot &deployment, Instant now)
+Instant nextDetailsChange(const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark)
 {
-    const Instant next = nextRelativeTimeChange(deployment.updatedAt, now);
-    return isActive(deployment.state) ? std::min(next, nextRelativeTimeChange(deployment.createdAt, now)) : next;
+    Instant next = nextRelativeTimeChange(deployment.updatedAt, now);
+    if (isActive(deployment.state))
+        next = std::min(next, nextRelativeTimeChange(deployment.createdAt, now));
+    if (mark.mending)
+        next = std::min(next, nextRelativeTimeChange(mark.mending->at, now));
+    return next;
 }
 
 } // namespace velmora

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "model/shared_deployment.h"
+#include "monitor/failure_marks.h"
 
 #include <QList>
 #include <QString>
@@ -39,11 +40,16 @@ struct DeploymentSection {
 /// For how long the deployment has been under way, "for 3 minutes". Empty in its first second, and for a result.
 [[nodiscard]] QString elapsedText(const DeploymentSnapshot &deployment, Instant now);
 
-/// The parts of a deployment's second line: the revision, for how long it has been under way if it is, and the time
-/// since its last change.
-[[nodiscard]] QStringList deploymentDetails(const DeploymentSnapshot &deployment, Instant now);
+/// What the mark of a failure says, "mended 20 minutes ago". Empty if it says nothing.
+[[nodiscard]] QStringList markDetails(const FailureMark &mark, Instant now);
+
+/// The parts of a deployment's second line: the revision, for how long it has been under way if it is, the time since
+/// its last change, and markDetails().
+[[nodiscard]] QStringList deploymentDetails(
+    const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark = {});
 
 /// An instant after `now`, until which deploymentDetails() and elapsedText() stay the same.
-[[nodiscard]] Instant nextDetailsChange(const DeploymentSnapshot &deployment, Instant now);
+[[nodiscard]] Instant nextDetailsChange(
+    const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark = {});
 
 } // namespace velmora

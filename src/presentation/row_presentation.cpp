@@ -99,17 +99,17 @@ QString shownOnOneLine(const QString &text)
     return presentableText(text, kLineLimit).replace(QLatin1Char('\n'), QLatin1Char(' '));
 }
 
-QString rowSentence(const DeploymentSnapshot &deployment, Instant now)
+QString rowSentence(const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark)
 {
     QStringList parts{deployment.repositoryName, deployment.environment, stateWords(deployment.state)};
-    parts += deploymentDetails(deployment, now);
+    parts += deploymentDetails(deployment, now, mark);
     for (QString &part : parts)
         part = shownOnOneLine(part);
     parts.removeAll(QString());
     return parts.join(QStringLiteral(", "));
 }
 
-QString rowToolTip(const DeploymentSnapshot &deployment, Instant now)
+QString rowToolTip(const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark)
 {
     QStringList lines{shownOnOneLine(deployment.repositoryName),
         shownOnOneLine(deployment.environment) + QStringLiteral(" · ") + stateAndElapsed(deployment, now)};
@@ -117,6 +117,7 @@ QString rowToolTip(const DeploymentSnapshot &deployment, Instant now)
         lines.append(shownOnOneLine(*deployment.refName));
     lines.append(shownOnOneLine(deployment.commitOID));
     lines.append(relativeTime(deployment.updatedAt, now) + QStringLiteral(" · ") + localTime(deployment.updatedAt));
+    lines += markDetails(mark, now);
     if (deployment.creatorLogin)
         lines.append(QStringLiteral("Created by %1").arg(shownOnOneLine(*deployment.creatorLogin)));
     if (deployment.statusDescription)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "model/deployment_snapshot.h"
+#include "monitor/failure_marks.h"
 #include "presentation/tone.h"
 
 #include <QList>
@@ -30,12 +31,12 @@ struct StateIcon {
 /// Foreign text for one line: without control characters and line breaks, and cut to a length that fits a screen.
 [[nodiscard]] QString shownOnOneLine(const QString &text);
 
-/// The row as one sentence: "acme/web, production, failed, main, 1a2b3c4, 2 minutes ago".
-[[nodiscard]] QString rowSentence(const DeploymentSnapshot &deployment, Instant now);
+/// The row as one sentence: "acme/web, production, failed, main, 1a2b3c4, 2 minutes ago, mended now".
+[[nodiscard]] QString rowSentence(const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark = {});
 
 /// All details of a deployment and the host that a click on its row opens. Rich text, in which foreign texts are
 /// escaped.
-[[nodiscard]] QString rowToolTip(const DeploymentSnapshot &deployment, Instant now);
+[[nodiscard]] QString rowToolTip(const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark = {});
 /// "Open " and the environment. Rich text, in which the environment is escaped.
 [[nodiscard]] QString linkToolTip(const DeploymentSnapshot &deployment);
 

@@ -65,6 +65,17 @@ private Q_SLOTS:
         QCOMPARE(renderReport(storyReport(), {}, noon(), {72, 0, false}), expected);
     }
 
+    void aMendedFailureSaysSoWhereThereIsRoom()
+    {
+        MonitorReport report = storyReport();
+        report.marks = {{QStringLiteral("b"), FailureMark{Mending{QStringLiteral("c"), noon() - 20min}}}};
+        const auto row = [&](int width) {
+            return renderReport(report, {}, noon(), {width, 0, false}).at(6);
+        };
+        QCOMPARE(row(84), QStringLiteral("  ✗ tarvik/api  production  0123456 · 1 hour ago · mended 20 minutes ago"));
+        QCOMPARE(row(72), QStringLiteral("  ✗ tarvik/api  production  0123456 · 1 hour ago"));
+    }
+
     void whatIsUnderWaySaysForHowLongWhereThereIsRoom()
     {
         MonitorReport report = storyReport();

@@ -90,6 +90,18 @@ private Q_SLOTS:
         QVERIFY(!jsonLine(ready, noon()).contains("elapsedSeconds"));
     }
 
+    void aMendedFailureNamesWhatHasMendedIt()
+    {
+        MonitorReport ready = report(State::ready(noon()));
+        const auto failed = makeSnapshot(QStringLiteral("D_1"), DeploymentState::Failure, noon() - 3min);
+        ready.deployments = {failed};
+        QVERIFY(!jsonLine(ready, noon()).contains("mended"));
+        ready.marks = {{failed.id, FailureMark{Mending{QStringLiteral("D_2"), noon() - 2min}}}};
+        const QByteArray mended = json("'mendedBy':'D_2','mendedAt':'2026-05-01T11:58:00Z'}");
+        QVERIFY2(jsonLine(ready, noon()).contains(mended), jsonLine(ready, noon()));
+        QVERIFY(jsonLine(failed, noon(), ready.marks.value(failed.id)).endsWith(mended));
+    }
+
     void aDeploymentOnItsOwnHasTheFormThatItHasInTheReport()
     {
         MonitorReport ready = report(State::ready(noon()));

@@ -62,7 +62,9 @@ MonitorReport fullReport(const State &state)
     report.message = QStringLiteral("zed: one\nacme: two");
     report.unsaved = QStringLiteral("full");
     report.hint = QStringLiteral("do “this”");
-    report.deployments = {makeSnapshot(QStringLiteral("D_1"), DeploymentState::InProgress, noon() + 7us)};
+    report.deployments = {makeSnapshot(QStringLiteral("D_1"), DeploymentState::InProgress, noon() + 7us),
+        makeSnapshot(QStringLiteral("D_2"), DeploymentState::Failure, noon())};
+    report.marks = {{QStringLiteral("D_2"), FailureMark{Mending{QStringLiteral("D_3"), noon() + 9us}}}};
     change(report.deployments.first(), [](DeploymentSnapshot &deployment) {
         deployment.statusDescription = QStringLiteral("");
         deployment.logURL = WebAddress(QStringLiteral("https://ci.example/1"));

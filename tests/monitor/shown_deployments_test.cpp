@@ -167,6 +167,20 @@ private Q_SLOTS:
         }
     }
 
+    void aMarkIsPublishedWithItsList()
+    {
+        const auto failure = makeSnapshot(u"f"_s, DeploymentState::Failure, noon() - 3h);
+        m_shown->showSaved({{failure}, noon()});
+        QCOMPARE(m_shown->marks(), FailureMarks());
+        m_shown->showFetched(fetched({m_web, failure}), context());
+        const FailureMarks mended{{u"f"_s, FailureMark{Mending{u"web"_s, noon() - 1h}}}};
+        QCOMPARE(m_shown->marks(), mended);
+        m_shown->showFetched(fetched({failure}), context());
+        QCOMPARE(m_shown->marks(), mended);
+        m_shown->showDisconnected(MissingStep::Account);
+        QCOMPARE(m_shown->marks(), FailureMarks());
+    }
+
     void aThousandRandomFetchesShowTheListOfAFreshMerge()
     {
         const quint32 seed = QRandomGenerator::global()->generate();

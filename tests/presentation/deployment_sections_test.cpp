@@ -83,6 +83,18 @@ private Q_SLOTS:
         }
     }
 
+    void aMendedFailureSaysSince()
+    {
+        const auto failure = makeSnapshot(QStringLiteral("a"), DeploymentState::Failure, noon());
+        const FailureMark mended{Mending{QStringLiteral("b"), noon() + 5min + 10s}};
+        const QStringList expected{
+            QStringLiteral("0123456"), QStringLiteral("25 minutes ago"), QStringLiteral("mended 20 minutes ago")};
+        QCOMPARE(deploymentDetails(failure, noon() + 25min + 20s, mended), expected);
+        QCOMPARE(nextDetailsChange(failure, noon() + 25min + 20s, mended), noon() + 26min);
+        QCOMPARE(nextDetailsChange(failure, noon() + 25min + 5s, mended), noon() + 25min + 10s);
+        QVERIFY(markDetails({}, noon()).isEmpty());
+    }
+
     void aShortCommitIsShownWhole()
     {
         auto deployment = makeSnapshot(QStringLiteral("a"), DeploymentState::Success, noon());

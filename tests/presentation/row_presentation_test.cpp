@@ -89,6 +89,9 @@ private Q_SLOTS:
         auto nameless = deployment();
         nameless.environment.clear();
         QCOMPARE(rowSentence(nameless, noon()), text("acme/web, failed, main, 0123456, now"));
+        const FailureMark mended{Mending{text("b"), noon() + 1min}};
+        QCOMPARE(rowSentence(deployment(), noon() + 2min, mended),
+            text("acme/web, production, failed, main, 0123456, 2 minutes ago, mended 1 minute ago"));
     }
 
     void theToolTipTellsEverything()
@@ -106,6 +109,8 @@ private Q_SLOTS:
         QVERIFY(!less.contains(text("\n\n")));
         const auto waiting = makeSnapshot(text("a"), DeploymentState::Waiting, noon());
         QVERIFY(plain(rowToolTip(waiting, noon() + 2h)).contains(QStringLiteral("production · waiting for 2 hours")));
+        const FailureMark mended{Mending{text("b"), noon() + 1min}};
+        QVERIFY(plain(rowToolTip(full, noon() + 2min, mended)).contains(text("\nmended 1 minute ago\n")));
     }
 
     void theToolTipNamesTheHostToWhichAClickLeads_data()

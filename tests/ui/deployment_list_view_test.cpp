@@ -617,6 +617,28 @@ private Q_SLOTS:
         QVERIFY(log.painted.isEmpty());
     }
 
+    void aFailureThatIsMendedIsPaintedAndSaysSo()
+    {
+        const DeploymentList list{
+            snapshot(text("a"), DeploymentState::Failure), snapshot(text("b"), DeploymentState::Failure)};
+        show(list);
+        PaintLog log(m_view->viewport());
+        m_view->setDeployments(list, {{text("b"), FailureMark{Mending{text("c"), noon() - 30s}}}});
+        drainEvents();
+        QCOMPARE(log.painted, QRegion(m_view->visualRect(index(2))));
+        const auto sentence = [this](int row) {
+            return index(row).data(Qt::AccessibleTextRole).toString();
+        };
+        QVERIFY2(sentence(2).endsWith(text(", mended 30 seconds ago")), qPrintable(sentence(2)));
+        QVERIFY2(!sentence(1).contains(text("mended")), qPrintable(sentence(1)));
+        QVERIFY(index(2).data(Qt::ToolTipRole).toString().contains(text("mended 30 seconds ago")));
+        // Its time is kept up to date.
+        log.painted = {};
+        m_clock->advance(1s);
+        drainEvents();
+        QVERIFY(log.painted.contains(m_view->visualRect(index(2))));
+    }
+
     // Ages
 
     void agesStayTrueWithoutPaintingWhatDidNotChange()

@@ -27,8 +27,9 @@ DeploymentListModel::DeploymentListModel(Clock *clock, QObject *parent)
 {
 }
 
-void DeploymentListModel::setDeployments(const DeploymentList &deployments)
+void DeploymentListModel::setDeployments(const DeploymentList &deployments, const FailureMarks &marks)
 {
+    m_marks = marks;
     if (deployments.isSharedWith(m_deployments))
         return;
     replaceRows([&] {
@@ -125,9 +126,9 @@ QVariant DeploymentListModel::deploymentData(const DeploymentSnapshot &deploymen
     case Qt::DisplayRole:
         return shownOnOneLine(deployment.repositoryName);
     case Qt::ToolTipRole:
-        return rowToolTip(deployment, m_clock->now());
+        return rowToolTip(deployment, m_clock->now(), mark(deployment));
     case Qt::AccessibleTextRole:
-        return rowSentence(deployment, m_clock->now());
+        return rowSentence(deployment, m_clock->now(), mark(deployment));
     case Qt::AccessibleDescriptionRole:
         return rowKeys(deployment);
     default:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "model/shared_deployment.h"
+#include "monitor/failure_marks.h"
 #include "presentation/deployment_sections.h"
 #include "support/clock.h"
 #include "ui/controls/keyed_list_model.h"
@@ -22,12 +23,13 @@ public:
     /// The clock is not owned and outlives the model.
     explicit DeploymentListModel(Clock *clock, QObject *parent = nullptr);
 
-    /// Shows another list, which must be filtered and ordered and hold each id once. Announces one change of layout,
-    /// unless it is the same list; persistent indexes stay with their deployment.
-    void setDeployments(const DeploymentList &deployments);
+    /// Shows another list, which must be filtered and ordered and hold each id once, with its marks. Announces one
+    /// change of layout, unless it is the same list; persistent indexes stay with their deployment.
+    void setDeployments(const DeploymentList &deployments, const FailureMarks &marks = {});
 
     /// The deployment of a row; null for a header. Valid until the next setDeployments().
     [[nodiscard]] const DeploymentSnapshot *deployment(int row) const;
+    [[nodiscard]] FailureMark mark(const DeploymentSnapshot &deployment) const { return m_marks.value(deployment.id); }
     [[nodiscard]] bool isHeader(int row) const { return !rowAt(row).deployment; }
     [[nodiscard]] DeploymentSectionKind section(int row) const { return rowAt(row).section; }
     [[nodiscard]] qsizetype count(DeploymentSectionKind section) const;
@@ -55,6 +57,7 @@ private:
 
     Clock *m_clock;
     DeploymentList m_deployments;
+    FailureMarks m_marks;
     std::array<std::vector<const SharedDeployment *>, 3> m_sections; ///< of m_deployments
 };
 

@@ -65,13 +65,13 @@ void DeploymentListView::adoptFont()
 
 // Updates
 
-void DeploymentListView::setDeployments(const DeploymentList &deployments)
+void DeploymentListView::setDeployments(const DeploymentList &deployments, const FailureMarks &marks)
 {
     const std::vector<SeenRow> before = seenRows();
     const int current = currentIndex().row();
     const int offset = verticalOffset();
     const std::vector<Anchor> anchored = anchors();
-    m_model->setDeployments(deployments);
+    m_model->setDeployments(deployments, marks);
     updateGeometries();
     if (current >= 0 && !currentIndex().isValid())
         setCurrentIndex(nearestDeployment(std::min(current, m_model->rowCount() - 1), 1));
@@ -87,11 +87,13 @@ std::vector<DeploymentListView::SeenRow> DeploymentListView::seenRows() const
     std::vector<SeenRow> rows;
     for (const QModelIndex &index : visibleRows()) {
         const int row = index.row();
-        SeenRow seen{visualRect(index), {}, m_model->section(row), 0, m_places.endsSection(row)};
-        if (const auto *shown = m_model->deployment(row))
+        SeenRow seen{visualRect(index), {}, {}, m_model->section(row), 0, m_places.endsSection(row)};
+        if (const auto *shown = m_model->deployment(row)) {
             seen.deployment = *shown;
-        else
+            seen.mark = m_model->mark(*shown);
+        } else {
             seen.count = m_model->count(seen.section);
+        }
         rows.push_back(std::move(seen));
     }
     return rows;
@@ -244,7 +246,7 @@ void DeploymentListView::paintEvent(QPaintEvent *event)
         if (exposed.isEmpty())
             continue;
         if (const auto *shown = deployment(index)) {
-            m_rowView.paint(&painter, frame, exposed, *shown, rowState(index), now, palette());
+            m_rowView.paint(&painter, frame, exposed, {*shown, m_model->mark(*shown), now}, rowState(index), palette());
         } else {
             const auto section = m_model->section(index.row());
             m_sectionView.paint(&painter, frame, sectionTitle(section), m_model->count(section), palette());
@@ -296,7 +298,7 @@ void DeploymentListView::followTime()
         if (!shown)
             continue;
         hasMotion = hasMotion || shown->state == DeploymentState::InProgress;
-        const Instant change = nextDetailsChange(*shown, m_agesShownAt);
+        const Instant change = nextDetailsChange(*shown, m_agesShownAt, m_model->mark(*shown));
         due = std::min(due.value_or(change), change);
     }
     m_ages->waitFor(due);
@@ -324,7 +326,7 @@ void DeploymentListView::updateAges()
     for (const QModelIndex &index : visibleRows()) {
         const auto *shown = deployment(index);
         // After the clock was set back every age may be wrong.
-        if (shown && (now < m_agesShownAt || nextDetailsChange(*shown, m_agesShownAt) <= now))
+        if (shown && (now < m_agesShownAt || nextDetailsChange(*shown, m_agesShownAt, m_model->mark(*shown)) <= now))
             update(index);
     }
     m_agesShownAt = now;
@@ -421,7 +423,8 @@ void DeploymentListView::showToolTip(const QPoint &point, const QPoint &globalPo
         return QToolTip::hideText();
     const QRect frame = visualRect(target.index);
     const QRect place = target.isLink ? m_rowView.parts(frame, *shown).link : frame;
-    const QString text = target.isLink ? linkToolTip(*shown) : rowToolTip(*shown, m_clock->now());
+    const QString text
+        = target.isLink ? linkToolTip(*shown) : rowToolTip(*shown, m_clock->now(), m_model->mark(*shown));
     QToolTip::showText(globalPoint, text, viewport(), place);
 }
 

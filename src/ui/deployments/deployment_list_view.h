@@ -32,9 +32,9 @@ public:
     /// What the ports name outlives the view.
     explicit DeploymentListView(const DesktopPorts &ports, QWidget *parent = nullptr);
 
-    /// Shows a list that is already filtered and ordered. Selection, focus and scroll position are kept; only rows that
-    /// look different are repainted.
-    void setDeployments(const DeploymentList &deployments);
+    /// Shows a list that is already filtered and ordered, with its marks. Selection, focus and scroll position are
+    /// kept; only rows that look different are repainted.
+    void setDeployments(const DeploymentList &deployments, const FailureMarks &marks = {});
     [[nodiscard]] QList<AccessibleAction> accessibleActions(const QModelIndex &index) override;
     /// Whether icons are turning now.
     [[nodiscard]] bool isTurning() const { return m_turning.isActive(); }
@@ -86,6 +86,7 @@ private:
     struct SeenRow {
         QRect place;
         std::optional<DeploymentSnapshot> deployment; ///< nullopt for a header
+        FailureMark mark;
         DeploymentSectionKind section;
         qsizetype count = 0; ///< of the section below a header
         bool endsSection = false;

@@ -79,9 +79,10 @@ DeploymentRowView::Parts DeploymentRowView::parts(const QRect &frame, const Depl
         hasLink ? QStyle::visualRect(m_direction, frame, link) : QRect()};
 }
 
-void DeploymentRowView::paint(QPainter *painter, const QRect &frame, const QRect &exposed,
-    const DeploymentSnapshot &deployment, const State &state, Instant now, const QPalette &palette) const
+void DeploymentRowView::paint(QPainter *painter, const QRect &frame, const QRect &exposed, const Content &content,
+    const State &state, const QPalette &palette) const
 {
+    const DeploymentSnapshot &deployment = content.deployment;
     const Parts places = parts(frame, deployment);
     painter->setRenderHint(QPainter::Antialiasing);
     paintBackground(painter, frame, places, state, palette);
@@ -91,7 +92,7 @@ void DeploymentRowView::paint(QPainter *painter, const QRect &frame, const QRect
         paintSymbol(painter, icon.symbol, places.icon, toneColour(icon.tone, palette), degrees);
     }
     if (exposed.intersects(places.text))
-        paintTexts(painter, places.text, deployment, now, palette);
+        paintTexts(painter, places.text, content, palette);
     if (exposed.intersects(places.link))
         paintLink(painter, places.link, state, palette);
 }
@@ -117,9 +118,10 @@ void DeploymentRowView::paintBackground(
     }
 }
 
-void DeploymentRowView::paintTexts(QPainter *painter, const QRect &column, const DeploymentSnapshot &deployment,
-    Instant now, const QPalette &palette) const
+void DeploymentRowView::paintTexts(
+    QPainter *painter, const QRect &column, const Content &content, const QPalette &palette) const
 {
+    const DeploymentSnapshot &deployment = content.deployment;
     const QFontMetrics nameMetrics(m_nameFont);
     const QFontMetrics captionMetrics(m_captionFont);
     QString name = shownOnOneLine(deployment.repositoryName);
@@ -148,19 +150,23 @@ void DeploymentRowView::paintTexts(QPainter *painter, const QRect &column, const
     painter->setFont(m_captionFont);
     painter->setPen(toneColour(Tone::Secondary, palette));
     draw(environmentLeft, captionMetrics, baseline, environment);
-    draw(column.left(), captionMetrics, detailBaseline, detailLine(deployment, now, column.width()));
+    draw(column.left(), captionMetrics, detailBaseline, detailLine(content, column.width()));
 }
 
-/// If the line is too wide, shortens the ref first: the commit and the age matter more.
-QString DeploymentRowView::detailLine(const DeploymentSnapshot &deployment, Instant now, int width) const
+/// If the line is too wide, shortens the ref first: the commit and the age matter more. Beside a mark there is less
+/// room, and the revision gives way to it.
+QString DeploymentRowView::detailLine(const Content &content, int width) const
 {
     const QString separator = QStringLiteral(" · ");
     const QFontMetrics metrics(m_captionFont);
-    QStringList details = deploymentDetails(deployment, now);
+    QStringList details = deploymentDetails(content.deployment, content.now, content.mark);
     for (QString &detail : details)
         detail = shownOnOneLine(detail);
+    const qsizetype marks = markDetails(content.mark, content.now).size();
+    while (marks > 0 && details.size() > marks + 1 && metrics.horizontalAdvance(details.join(separator)) > width)
+        details.removeFirst();
     QString line = details.join(separator);
-    if (deployment.refName && metrics.horizontalAdvance(line) > width) {
+    if (marks == 0 && content.deployment.refName && metrics.horizontalAdvance(line) > width) {
         const QString ref = details.takeFirst();
         const QString rest = separator + details.join(separator);
         line = metrics.elidedText(ref, Qt::ElideMiddle, width - metrics.horizontalAdvance(rest)) + rest;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "model/deployment_snapshot.h"
+#include "monitor/failure_marks.h"
 
 #include <QFont>
 #include <QPalette>
@@ -19,6 +20,12 @@ namespace velmora
 class DeploymentRowView
 {
 public:
+    /// What the row shows.
+    struct Content {
+        const DeploymentSnapshot &deployment;
+        FailureMark mark;
+        Instant now;
+    };
     /// How the row is drawn, depending on mouse and keyboard.
     struct State {
         bool isHovered = false;
@@ -41,16 +48,15 @@ public:
     [[nodiscard]] int height() const;
     [[nodiscard]] Parts parts(const QRect &frame, const DeploymentSnapshot &deployment) const;
     /// Paints the parts within `exposed`; other texts are not even measured.
-    void paint(QPainter *painter, const QRect &frame, const QRect &exposed, const DeploymentSnapshot &deployment,
-        const State &state, Instant now, const QPalette &palette) const;
+    void paint(QPainter *painter, const QRect &frame, const QRect &exposed, const Content &content, const State &state,
+        const QPalette &palette) const;
 
 private:
     void paintBackground(
         QPainter *painter, const QRect &frame, const Parts &parts, const State &state, const QPalette &palette) const;
-    void paintTexts(QPainter *painter, const QRect &column, const DeploymentSnapshot &deployment, Instant now,
-        const QPalette &palette) const;
+    void paintTexts(QPainter *painter, const QRect &column, const Content &content, const QPalette &palette) const;
     void paintLink(QPainter *painter, const QRect &place, const State &state, const QPalette &palette) const;
-    [[nodiscard]] QString detailLine(const DeploymentSnapshot &deployment, Instant now, int width) const;
+    [[nodiscard]] QString detailLine(const Content &content, int width) const;
 
     QFont m_nameFont;
     QFont m_captionFont;

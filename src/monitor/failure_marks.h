@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "model/shared_deployment.h"
+
+#include <QMap>
+#include <QString>
+
+#include <optional>
+
+namespace velmora
+{
+
+/// The success that has mended a failure: of a later deployment to the same environment of the same repository, and
+/// after the failure.
+struct Mending {
+    QString by; ///< the id of the deployment that succeeded
+    Instant at; ///< when it did
+
+    friend bool operator==(const Mending &, const Mending &) = default;
+};
+
+/// What is known of a failure beside its record.
+struct FailureMark {
+    std::optional<Mending> mending; ///< the first that is known
+
+    friend bool operator==(const FailureMark &, const FailureMark &) = default;
+};
+
+/// The marks of a list, by the id of the deployment. Failures of which there is nothing to say have none, and neither
+/// has anything but a failure.
+using FailureMarks = QMap<QString, FailureMark>;
+
+/// The marks of a list that follows one with the marks `before`. A failure stays mended when its mending leaves the
+/// list, as it does when the next deployment succeeds. The time that it takes is linear, but for failures and successes
+/// that share one environment.
+[[nodiscard]] FailureMarks failureMarks(const DeploymentList &deployments, const FailureMarks &before);
+
+} // namespace velmora

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+#include "monitor/failure_marks.h"
+
+#include "support/builders.h"
+#include "support/test_main.h"
+
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+using namespace Qt::Literals::StringLiterals;
+
+/// A failure of acme/web in production at noon, and what comes after it.
+class FailureMarksTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aLaterSuccessInTheSamePlaceMendsAFailure()
+    {
+        const auto success = makeSnapshot(u"s"_s, DeploymentState::Success, noon() + 5min);
+        QCOMPARE(failureMarks({success, m_failure}, {}), mendedBy(u"s"_s, noon() + 5min));
+        auto ended = m_failure;
+        ended.state = DeploymentState::Error;
+        QCOMPARE(failureMarks({success, ended}, {}), mendedBy(u"s"_s, noon() + 5min));
+    }
+
+    void nothingElseMendsIt_data()
+    {
+        QTest::addColumn<DeploymentSnapshot>("other");
+        const auto row = [](const char *name, const auto &edit) {
+            DeploymentSnapshot other = makeSnapshot(u"s"_s, DeploymentState::Success, noon() + 5min);
+            edit(other);
+            QTest::newRow(name) << other;
+        };
+        row("another repository", [](auto &other) { other.repositoryNodeID = u"R_api"_s; });
+        row("another environment", [](auto &other) { other.environment = u"staging"_s; });
+        row("under way", [](auto &other) { other.state = DeploymentState::InProgress; });
+        row("another failure", [](auto &other) { other.state = DeploymentState::Failure; });
+        row("unknown", [](auto &other) { other.state = DeploymentState::Unknown; });
+        row("a success from before", [](auto &other) { other.createdAt = other.updatedAt = noon() - 1s; });
+        row("an older deployment that succeeds later", [](auto &other) { other.createdAt = noon() - 1s; });
+        row("a newer deployment that had succeeded already", [](auto &other) {
+            other.createdAt = noon() + 1s;
+            other.updatedAt = noon() - 1s;
+        });
+        row("one of the same instant", [](auto &other) { other.createdAt = noon(); });
+    }
+
+    void nothingElseMendsIt()
+    {
+        QFETCH(DeploymentSnapshot, other);
+        QCOMPARE(failureMarks({other, m_failure}, {}), FailureMarks());
+    }
+
+    void ofSeveralSuccessesTheFirstHasMendedIt()
+    {
+        const auto first = makeSnapshot(u"first"_s, DeploymentState::Success, noon() + 1min);
+        const auto second = makeSnapshot(u"second"_s, DeploymentState::Success, noon() + 2min);
+        QCOMPARE(failureMarks({second, first, m_failure}, {}), mendedBy(u"first"_s, noon() + 1min));
+        QCOMPARE(failureMarks({first, second, m_failure}, {}), mendedBy(u"first"_s, noon() + 1min));
+    }
+
+    void eachFailureHasItsOwn()
+    {
+        const auto success = makeSnapshot(u"s"_s, DeploymentState::Success, noon() + 5min);
+        const auto later = makeSnapshot(u"later"_s, DeploymentState::Failure, noon() + 6min);
+        auto before = makeSnapshot(u"before"_s, DeploymentState::Error, noon() - 1min);
+        FailureMarks both = mendedBy(u"s"_s, noon() + 5min);
+        both.insert(u"before"_s, both.value(u"f"_s));
+        QCOMPARE(failureMarks({later, success, m_failure, before}, {}), both);
+    }
+
+    void aFailureStaysMendedWhenTheNextSuccessHasTakenThePlaceOfTheFirst()
+    {
+        const auto mended = mendedBy(u"gone"_s, noon() + 1min);
+        const auto next = makeSnapshot(u"next"_s, DeploymentState::Success, noon() + 2min);
+        QCOMPARE(failureMarks({next, m_failure}, mended), mended);
+        QCOMPARE(failureMarks({m_failure}, mended), mended);
+    }
+
+    void whatFailsAgainIsNotMendedAnyMore()
+    {
+        const auto mended = mendedBy(u"s"_s, noon() + 1min);
+        auto again = m_failure;
+        again.updatedAt = noon() + 2min;
+        QCOMPARE(failureMarks({again}, mended), FailureMarks());
+        const auto broken = makeSnapshot(u"s"_s, DeploymentState::Failure, noon() + 2min);
+        QCOMPARE(failureMarks({broken, m_failure}, mended), FailureMarks());
+    }
+
+    void whatIsNoFailureAnyMoreHasNoMark()
+    {
+        auto repeated = m_failure;
+        repeated.state = DeploymentState::Success;
+        QCOMPARE(failureMarks({repeated}, mendedBy(u"s"_s, noon() + 1min)), FailureMarks());
+        QCOMPARE(failureMarks({}, mendedBy(u"s"_s, noon() + 1min)), FailureMarks());
+    }
+
+private:
+    static FailureMarks mendedBy(const QString &id, Instant at) { return {{u"f"_s, FailureMark{Mending{id, at}}}}; }
+
+    const DeploymentSnapshot m_failure = makeSnapshot(u"f"_s, DeploymentState::Failure, noon());
+};
+
+VELMORA_TEST(FailureMarksTest)
+#include "failure_marks_test.moc"
