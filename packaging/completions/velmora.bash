@@ -46,7 +46,7 @@ _velmora() {
     *)
       case $(_velmora_command "${COMP_WORDS[@]:1:COMP_CWORD-1}") in
         '')
-          words='connect accounts installations repositories notifications watch wait status refresh show settings quit diagnose'
+          words='connect accounts installations repositories notifications failures watch wait status refresh show settings quit diagnose'
           options+=' --background'
           ;;
         accounts)
@@ -57,6 +57,7 @@ _velmora() {
         installations) options+=' --json --enable --disable' ;;
         repositories) options+=' --json --include --exclude --all --none --refresh' ;;
         notifications) options+=' --json --enable --disable --everybody --mine' ;;
+        failures) options+=' --json --ignore-mended --count-mended' ;;
         watch) options+=' --once --json --quiet' ;;
         wait) options+=' --json --environment --commit --timeout' ;;
         status) options+=' --json --format --follow' ;;

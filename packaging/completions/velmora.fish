@@ -42,6 +42,8 @@ complete --command velmora --condition __velmora_needs_command --arguments repos
     --description 'List the repositories, and choose among them'
 complete --command velmora --condition __velmora_needs_command --arguments notifications \
     --description 'List what Velmora notifies about, and switch that'
+complete --command velmora --condition __velmora_needs_command --arguments failures \
+    --description 'List the failures, and choose which of them count'
 complete --command velmora --condition __velmora_needs_command --arguments watch --description 'Watch the deployments'
 complete --command velmora --condition __velmora_needs_command --arguments wait \
     --description 'Wait for the deployment that comes next, or is under way'
@@ -63,12 +65,12 @@ complete --command velmora --condition '__velmora_accounts_words accounts remove
 
 complete --command velmora --condition '__velmora_accounts_words accounts' --long-option json \
     --description 'Print JSON instead of text'
-for command in installations repositories notifications watch wait status
+for command in installations repositories notifications failures watch wait status
     complete --command velmora --condition "__velmora_in_command $command" --long-option json \
         --description 'Print JSON instead of text'
 end
 
-#Not completed : keys and names come from GitHub, which is too slow for completion.
+# Not completed: keys and names come from GitHub, which is too slow for completion.
 complete --command velmora --condition '__velmora_in_command installations' --long-option enable --exclusive \
     --description 'Watch this installation'
 complete --command velmora --condition '__velmora_in_command installations' --long-option disable --exclusive \
@@ -93,6 +95,11 @@ complete --command velmora --condition '__velmora_in_command notifications' --lo
     --description 'Notify about everybody\'s deployments'
 complete --command velmora --condition '__velmora_in_command notifications' --long-option mine \
     --description 'Notify only about deployments that you started'
+
+complete --command velmora --condition '__velmora_in_command failures' --long-option ignore-mended \
+    --description 'Mended failures no longer count'
+complete --command velmora --condition '__velmora_in_command failures' --long-option count-mended \
+    --description 'Mended failures count'
 
 complete --command velmora --condition '__velmora_in_command watch' --long-option once \
     --description 'End after the first complete refresh'

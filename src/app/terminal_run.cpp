@@ -146,6 +146,8 @@ QCoro::Task<ExitCode> TerminalRun::dispatch(CommandContext commandContext)
         return runRepositories(std::move(commandContext), line);
     case CommandLine::Command::Notifications:
         return runNotifications(std::move(commandContext), line);
+    case CommandLine::Command::Failures:
+        return runFailures(std::move(commandContext), line);
     case CommandLine::Command::Refresh:
         return runRefresh(std::move(commandContext));
     case CommandLine::Command::Status:

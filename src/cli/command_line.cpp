@@ -54,6 +54,7 @@ public:
         addInstallations();
         addRepositories();
         addNotifications();
+        addFailures();
         addWatching();
         addWaiting();
         addStatus();
@@ -165,6 +166,20 @@ private:
         };
         auto *mine = app->add_flag_callback("--mine", choose(true), "Notify only about deployments that you started");
         app->add_flag_callback("--everybody", choose(false), "Notify about everybody's deployments")->excludes(mine);
+    }
+
+    void addFailures()
+    {
+        CLI::App *app
+            = addCommand(m_app, "failures", "List the failures, and choose which of them count", Command::Failures);
+        addJSON(app);
+        const auto choose = [this](bool isIgnoring) {
+            return [this, isIgnoring] {
+                m_line.ignoresMended = isIgnoring;
+            };
+        };
+        auto *ignore = app->add_flag_callback("--ignore-mended", choose(true), "Mended failures no longer count");
+        app->add_flag_callback("--count-mended", choose(false), "Mended failures count")->excludes(ignore);
     }
 
     void addWatching()

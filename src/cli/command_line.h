@@ -36,6 +36,7 @@ struct CommandLine {
         Installations,
         Repositories,
         Notifications,
+        Failures,
         Watch,
         Wait,
         Status,
@@ -59,6 +60,7 @@ struct CommandLine {
     bool isAll = false;
     bool isNone = false;
     std::optional<bool> onlyMine; ///< whose deployments are announced from now on; absent: as before
+    std::optional<bool> ignoresMended; ///< whether mended failures count no longer; absent: as before
     QString login;
     QString format; ///< the format of the line for a bar; empty for none
     AwaitedDeployments awaited;

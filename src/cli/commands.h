@@ -27,6 +27,9 @@ namespace velmora
 /// Switches the named kinds of notifications, and lists all.
 [[nodiscard]] QCoro::Task<ExitCode> runNotifications(CommandContext context, CommandLine line);
 
+/// Lists the failures on show, after choosing which of them count.
+[[nodiscard]] QCoro::Task<ExitCode> runFailures(CommandContext context, CommandLine line);
+
 /// Shows the reports: once after a refresh, or until the stop.
 [[nodiscard]] QCoro::Task<ExitCode> runWatch(CommandContext context, CommandLine line);
 

@@ -78,6 +78,7 @@ private:
 /// The texts of one row, without control characters.
 struct Row {
     StateIcon icon;
+    bool isQuiet = false; ///< it does not count
     QString repository;
     QString environment;
     QString whole; ///< the details with the elapsed time, and what the mark says
@@ -91,7 +92,7 @@ using RowDetails = QString Row::*;
 /// A section, with the rows that fit.
 struct Section {
     QString title;
-    qsizetype size = 0;
+    qsizetype count = 0; ///< of the deployments that count
     QList<Row> rows;
 };
 
@@ -116,14 +117,14 @@ Row rowOf(const DeploymentSnapshot &deployment, const FailureMark &mark, Instant
         details.prepend(stateWords(deployment.state));
         whole.prepend(stateAndElapsed(deployment, now));
     }
-    return Row{stateIcon(deployment.state), harmless(deployment.repositoryName), harmless(deployment.environment),
-        harmless(whole.join(kSeparator)), harmless(details.join(kSeparator)), age};
+    return Row{stateIcon(deployment.state), !mark.isCounted, harmless(deployment.repositoryName),
+        harmless(deployment.environment), harmless(whole.join(kSeparator)), harmless(details.join(kSeparator)), age};
 }
 
 /// The sections with as many rows as fit in `room` lines.
 QList<Section> fittingSections(const MonitorReport &report, Instant now, qsizetype room)
 {
-    const QList<DeploymentSection> sections = deploymentSections(report.deployments);
+    const QList<DeploymentSection> sections = deploymentSections(report.deployments, report.marks);
     const qsizetype whole = report.deployments.size() + 2 * sections.size();
     qsizetype left = whole <= room ? whole : room - 1; // keep a line for the number of hidden rows
     QList<Section> fitting;
@@ -131,8 +132,8 @@ QList<Section> fittingSections(const MonitorReport &report, Instant now, qsizety
         // A section needs room for a blank line, its title and one deployment.
         if (left < 3)
             break;
-        Section shown{section.title, section.deployments.size(), {}};
-        const DeploymentList first = section.deployments.first(std::min(left - 2, shown.size));
+        Section shown{section.title, section.count, {}};
+        const DeploymentList first = section.deployments.first(std::min(left - 2, section.deployments.size()));
         for (const auto &deployment : first)
             shown.rows.append(rowOf(deployment, report.marks.value(deployment->id), now));
         left -= 2 + first.size();
@@ -180,11 +181,11 @@ QString renderRow(const Row &row, const Columns &columns, const TableStyle &styl
     const QString gap(kGap, QLatin1Char(' '));
     return Line(style)
         .add(QStringLiteral("  "))
-        .add(row.icon.sign, colourOf(row.icon.tone))
+        .add(row.icon.sign, row.isQuiet ? kSecondary : colourOf(row.icon.tone))
         .add(QStringLiteral(" "))
-        .add(fitted(row.repository, columns.repository))
+        .add(fitted(row.repository, columns.repository), row.isQuiet ? kSecondary : nullptr)
         .add(gap)
-        .add(fitted(row.environment, columns.environment))
+        .add(fitted(row.environment, columns.environment), row.isQuiet ? kSecondary : nullptr)
         .add(gap)
         .add(row.*columns.details, kSecondary)
         .text();
@@ -240,7 +241,7 @@ QStringList renderSections(const MonitorReport &report, Instant now, const Table
     QStringList lines;
     for (const Section &section : sections) {
         lines.append({QString(),
-            Line(style).add(section.title, kBold).addRight(QString::number(section.size), kSecondary).text()});
+            Line(style).add(section.title, kBold).addRight(QString::number(section.count), kSecondary).text()});
         for (const Row &row : section.rows)
             lines.append(renderRow(row, columns, style));
         hidden -= section.rows.size();

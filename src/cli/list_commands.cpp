@@ -3,9 +3,12 @@
 #include "cli/deployment_table.h"
 #include "cli/loading.h"
 #include "cli/plain_text.h"
+#include "cli/printed_report.h"
 #include "control/control.h"
 #include "control/control_texts.h"
 #include "presentation/accounts_presentation.h"
+#include "presentation/deployment_sections.h"
+#include "support/clock.h"
 #include "support/json.h"
 
 namespace velmora
@@ -57,6 +60,12 @@ QStringList rowOf(const ListedRepository &listed)
 QStringList rowOf(DeploymentNotificationKind kind, bool isOn)
 {
     return {yesNo(isOn), rawValue(kind)};
+}
+
+QStringList rowOf(const DeploymentSnapshot &failure, const FailureMark &mark, Instant now)
+{
+    return {yesNo(mark.isCounted), failure.repositoryName, failure.environment,
+        deploymentDetails(failure, now, mark).join(QStringLiteral(" · "))};
 }
 
 QString nothingText(const InstallationsAnswer &answer)
@@ -159,6 +168,33 @@ QCoro::Task<ExitCode> runNotifications(CommandContext context, CommandLine line)
         context.out->writeLine(choices.onlyMine ? QStringLiteral("Only deployments that you started count.")
                                                 : QStringLiteral("Everybody's deployments count."));
     }
+    co_return ExitCode::Done;
+}
+
+QCoro::Task<ExitCode> runFailures(CommandContext context, CommandLine line)
+{
+    const FailureSwitches switches{line.ignoresMended};
+    const FailuresAnswer answer = co_await context.control->failures(switches, context.stop);
+    if (!answer.refusal.isEmpty())
+        context.err->writeLine(answer.refusal);
+    if (!answer.refusal.isEmpty() || !isSaved(context, answer.unsaved))
+        co_return ExitCode::Failed;
+    const Instant now = context.clock->now();
+    if (line.isJSON) {
+        context.out->write(jsonLine(answer, now) + '\n');
+        co_return ExitCode::Done;
+    }
+    QList<QStringList> rows;
+    for (const DeploymentSnapshot &deployment : answer.deployments)
+        rows.append(rowOf(deployment, answer.marks.value(deployment.id), now));
+    if (rows.isEmpty())
+        context.out->writeLine(QStringLiteral("There are no failures."));
+    else
+        context.out->writeRawLines(renderColumns({QStringLiteral("COUNTS"), QStringLiteral("REPOSITORY"),
+                                                     QStringLiteral("ENVIRONMENT"), QStringLiteral("FAILURE")},
+            rows));
+    context.out->writeLine(answer.ignoresMended ? QStringLiteral("Mended failures no longer count.")
+                                                : QStringLiteral("Mended failures count."));
     co_return ExitCode::Done;
 }
 

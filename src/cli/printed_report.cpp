@@ -25,6 +25,10 @@ struct PrintedReport : MonitorReport {
     Instant now;
 };
 
+struct PrintedFailures : FailuresAnswer {
+    Instant now;
+};
+
 /// How long the deployment has been under way; nothing if it is not.
 std::optional<qint64> elapsedSeconds(const PrintedDeployment &deployment)
 {
@@ -44,17 +48,24 @@ std::optional<Instant> mendedAt(const PrintedDeployment &deployment)
     return mending ? std::optional(mending->at) : std::nullopt;
 }
 
-QList<PrintedDeployment> printedDeployments(const PrintedReport &report)
+/// Written only where it does not.
+std::optional<bool> counted(const PrintedDeployment &deployment)
+{
+    return deployment.mark.isCounted ? std::nullopt : std::optional(false);
+}
+
+template <typename Answer>
+QList<PrintedDeployment> printedDeployments(const Answer &answer)
 {
     QList<PrintedDeployment> printed;
-    for (const DeploymentSnapshot &deployment : report.deployments)
-        printed.append({deployment, report.now, report.marks.value(deployment.id)});
+    for (const DeploymentSnapshot &deployment : answer.deployments)
+        printed.append({deployment, answer.now, answer.marks.value(deployment.id)});
     return printed;
 }
 
 DeploymentMonitorPresentation shown(const MonitorReport &report)
 {
-    return presentation(report.state, report.deployments);
+    return presentation(report.state, report.deployments, report.marks);
 }
 
 template <typename T>
@@ -72,27 +83,33 @@ struct JSONTable<PrintedDeployment> {
             JSONTable<DeploymentSnapshot>::fields);
     static constexpr auto fields = std::tuple_cat(saved,
         std::tuple{json::computed("elapsedSeconds", &elapsedSeconds), json::computed("mendedBy", &mendedBy),
-            json::computed("mendedAt", &mendedAt)});
+            json::computed("mendedAt", &mendedAt), json::computed("counted", &counted)});
 };
 
 template <>
 struct JSONTable<PrintedReport> {
     using Report = MonitorReport;
-    static constexpr auto fields
-        = std::tuple{json::computed("saved", [](const Report &of) { return presentIf(of.isSaved, true); }),
-            json::computed("savedAt", &Report::savedAt),
-            json::computed("state", [](const Report &of) { return rawValue(of.state.state); }),
-            json::computed("title", &titleOf),
-            json::computed("symbol", [](const Report &of) { return shown(of).symbol(); }),
-            json::computed("lastRefreshedAt", &Report::lastRefreshedAt),
-            json::computed("resumeAt", [](const Report &of) { return of.state.resumeAt; }),
-            json::computed("missing",
-                [](const Report &of) {
-                    return of.state.missing ? std::optional(rawValue(*of.state.missing)) : std::nullopt;
-                }),
-            json::computed("refreshIntervalSeconds", [](const Report &of) { return of.state.refreshIntervalSeconds; }),
-            json::computed("message", [](const Report &of) { return presentIf(!of.message.isEmpty(), of.message); }),
-            json::computed("unsaved", &Report::unsaved), json::computed("deployments", &printedDeployments)};
+    static constexpr auto fields = std::tuple{
+        json::computed("saved", [](const Report &of) { return presentIf(of.isSaved, true); }),
+        json::computed("savedAt", &Report::savedAt),
+        json::computed("state", [](const Report &of) { return rawValue(of.state.state); }),
+        json::computed("title", &titleOf),
+        json::computed("symbol", [](const Report &of) { return shown(of).symbol(); }),
+        json::computed("lastRefreshedAt", &Report::lastRefreshedAt),
+        json::computed("resumeAt", [](const Report &of) { return of.state.resumeAt; }),
+        json::computed("missing",
+            [](const Report &of) {
+                return of.state.missing ? std::optional(rawValue(*of.state.missing)) : std::nullopt;
+            }),
+        json::computed("refreshIntervalSeconds", [](const Report &of) { return of.state.refreshIntervalSeconds; }),
+        json::computed("message", [](const Report &of) { return presentIf(!of.message.isEmpty(), of.message); }),
+        json::computed("unsaved", &Report::unsaved), json::computed("deployments", &printedDeployments<PrintedReport>)};
+};
+
+template <>
+struct JSONTable<PrintedFailures> {
+    static constexpr auto fields = std::tuple{json::computed("ignoresMended", &FailuresAnswer::ignoresMended),
+        json::computed("deployments", &printedDeployments<PrintedFailures>)};
 };
 
 QString titleOf(const MonitorReport &report)
@@ -109,6 +126,11 @@ QByteArray jsonLine(const MonitorReport &report, Instant now)
 QByteArray jsonLine(const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark)
 {
     return harmlessJSON(encodeJSON(PrintedDeployment{deployment, now, mark}, InstantForm::ISO8601));
+}
+
+QByteArray jsonLine(const FailuresAnswer &answer, Instant now)
+{
+    return harmlessJSON(encodeJSON(PrintedFailures{answer, now}, InstantForm::ISO8601));
 }
 
 QByteArray jsonLine(const DeploymentNotification &notification)

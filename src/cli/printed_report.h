@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "control/control_records.h"
 #include "control/monitor_report.h"
 
 #include <QByteArray>
@@ -18,6 +19,9 @@ namespace velmora
 
 /// A deployment as in the report, as one line of JSON without the line break.
 [[nodiscard]] QByteArray jsonLine(const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark = {});
+
+/// The failures as one line of JSON, without the line break: "ignoresMended", and "deployments" as in the report.
+[[nodiscard]] QByteArray jsonLine(const FailuresAnswer &answer, Instant now);
 
 /// The notification as one line of JSON, without the line break.
 [[nodiscard]] QByteArray jsonLine(const DeploymentNotification &notification);

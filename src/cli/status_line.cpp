@@ -32,11 +32,12 @@ struct Counts {
     qsizetype total = 0;
 };
 
-Counts countsOf(const DeploymentList &deployments)
+Counts countsOf(const MonitorReport &report)
 {
     Counts counts;
-    counts.total = deployments.size();
-    for (const auto &deployment : deployments) {
+    counts.total = report.deployments.size();
+    counts.failed = -uncounted(report.marks);
+    for (const auto &deployment : report.deployments) {
         counts.active += isActive(deployment.state()) ? 1 : 0;
         counts.failed += isFailure(deployment.state()) ? 1 : 0;
         counts.succeeded += deployment.state() == DeploymentState::Success ? 1 : 0;
@@ -59,7 +60,7 @@ QString stateWord(const MonitorReport &report)
     case DeploymentMonitorState::Case::Ready:
         break;
     }
-    const Counts counts = countsOf(report.deployments);
+    const Counts counts = countsOf(report);
     if (counts.active > 0)
         return QStringLiteral("active");
     return counts.failed > 0 ? QStringLiteral("failed") : QStringLiteral("ok");
@@ -76,7 +77,7 @@ QString updateTime(const MonitorReport &report)
 template <qsizetype Counts::*count>
 QString countText(const MonitorReport &report)
 {
-    return QString::number(countsOf(report.deployments).*count);
+    return QString::number(countsOf(report).*count);
 }
 
 struct Placeholder {
@@ -135,11 +136,11 @@ QString tooltipOf(const MonitorReport &report)
     if (!report.hint.isEmpty())
         lines.append(report.hint);
     qsizetype left = kMostInTooltip;
-    const auto sections = deploymentSections(report.deployments);
+    const auto sections = deploymentSections(report.deployments, report.marks);
     for (const auto &section : sections) {
         if (left <= 0)
             break;
-        lines.append(QStringLiteral("%1: %2").arg(section.title).arg(section.deployments.size()));
+        lines.append(QStringLiteral("%1: %2").arg(section.title).arg(section.count));
         for (const DeploymentSnapshot &deployment : section.deployments) {
             if (left-- <= 0)
                 break;
@@ -153,7 +154,7 @@ QString tooltipOf(const MonitorReport &report)
 
 QString mostUrgentCount(const MonitorReport &report)
 {
-    const Counts counts = countsOf(report.deployments);
+    const Counts counts = countsOf(report);
     const qsizetype count = counts.active > 0 ? counts.active : counts.failed;
     return count > 0 ? QString::number(count) : QString();
 }

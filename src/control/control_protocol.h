@@ -13,4 +13,8 @@ inline constexpr auto kControlFailure = u"com.tarvik.Velmora.Error.Failed";
 inline constexpr auto kEverybody = u"everybody";
 inline constexpr auto kMine = u"mine";
 
+// What becomes of mended failures.
+inline constexpr auto kCount = u"count";
+inline constexpr auto kIgnore = u"ignore";
+
 } // namespace velmora

@@ -12,13 +12,15 @@ struct MarkedFailure {
     QString id;
     std::optional<QString> mendedBy;
     std::optional<Instant> mendedAt;
+    std::optional<bool> counted; ///< absent: it counts
 };
 
 template <>
 struct JSONTable<MarkedFailure> {
     using Record = MarkedFailure;
-    static constexpr auto fields = std::tuple{json::required("id", &Record::id),
-        json::optional("mendedBy", &Record::mendedBy), json::optional("mendedAt", &Record::mendedAt)};
+    static constexpr auto fields
+        = std::tuple{json::required("id", &Record::id), json::optional("mendedBy", &Record::mendedBy),
+            json::optional("mendedAt", &Record::mendedAt), json::optional("counted", &Record::counted)};
 };
 
 namespace json
@@ -35,13 +37,14 @@ struct Codec<FailureMarks> {
             FailureMark &mark = marks[failure.id];
             if (failure.mendedBy && failure.mendedAt)
                 mark.mending = Mending{*failure.mendedBy, *failure.mendedAt};
+            mark.isCounted = failure.counted.value_or(true);
         }
     }
     static void encode(Writer &writer, const FailureMarks &marks)
     {
         QList<MarkedFailure> failures;
         for (auto mark = marks.begin(); mark != marks.end(); ++mark) {
-            MarkedFailure failure{mark.key(), std::nullopt, std::nullopt};
+            MarkedFailure failure{mark.key(), {}, {}, mark->isCounted ? std::nullopt : std::optional(false)};
             if (mark->mending) {
                 failure.mendedBy = mark->mending->by;
                 failure.mendedAt = mark->mending->at;
@@ -158,6 +161,14 @@ struct JSONTable<NotificationsAnswer> {
 };
 
 template <>
+struct JSONTable<FailuresAnswer> {
+    using Record = FailuresAnswer;
+    static constexpr auto fields = std::tuple{json::required("refusal", &Record::refusal),
+        json::optional("unsaved", &Record::unsaved), json::required("ignoresMended", &Record::ignoresMended),
+        json::required("deployments", &Record::deployments), json::required("failures", &Record::marks)};
+};
+
+template <>
 struct JSONTable<DeploymentMonitorState> {
     using Record = DeploymentMonitorState;
     static constexpr auto fields = std::tuple{json::required("case", &Record::state),
@@ -196,6 +207,7 @@ template QByteArray encodeJSON(const InstallationsAnswer &);
 template QByteArray encodeJSON(const RepositoriesAnswer &);
 template QByteArray encodeJSON(const NotificationChoices &);
 template QByteArray encodeJSON(const NotificationsAnswer &);
+template QByteArray encodeJSON(const FailuresAnswer &);
 template QByteArray encodeJSON(const MonitorReport &);
 template QByteArray encodeJSON(const DeploymentNotification &);
 template QList<ListedAccount> decodeJSON(QByteArrayView);
@@ -204,6 +216,7 @@ template LoadingAnswer decodeJSON(QByteArrayView);
 template InstallationsAnswer decodeJSON(QByteArrayView);
 template RepositoriesAnswer decodeJSON(QByteArrayView);
 template NotificationsAnswer decodeJSON(QByteArrayView);
+template FailuresAnswer decodeJSON(QByteArrayView);
 template MonitorReport decodeJSON(QByteArrayView);
 template DeploymentNotification decodeJSON(QByteArrayView);
 

@@ -4,6 +4,7 @@
 #include "accounts/github_account.h"
 #include "github/repository_record.h"
 #include "installations/installation_record.h"
+#include "monitor/failure_marks.h"
 #include "notifications/deployment_notification_kind.h"
 
 #include <QSet>
@@ -141,6 +142,26 @@ struct NotificationsAnswer {
     NotificationChoices choices; ///< "notifications"
 
     friend bool operator==(const NotificationsAnswer &, const NotificationsAnswer &) = default;
+};
+
+/// What to change about failures before they are listed.
+struct FailureSwitches {
+    std::optional<bool> ignoresMended;
+
+    [[nodiscard]] bool areNone() const { return !ignoresMended; }
+
+    friend bool operator==(const FailureSwitches &, const FailureSwitches &) = default;
+};
+
+/// The failures on show, after the requested switching.
+struct FailuresAnswer {
+    QString refusal; ///< why a choice was refused, in which case nothing was changed; else empty
+    std::optional<QString> unsaved; ///< why the change could not be saved
+    bool ignoresMended = false; ///< "ignoresMended": mended failures do not count
+    DeploymentList deployments; ///< "deployments"
+    FailureMarks marks; ///< "failures"
+
+    friend bool operator==(const FailuresAnswer &, const FailuresAnswer &) = default;
 };
 
 using InstallationsAnswer = ListAnswer<ListedInstallation>;

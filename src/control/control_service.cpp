@@ -153,6 +153,17 @@ QString ControlService::Notifications(
     return answer(message, Duration::Open, asking(&Control::notifications, switches));
 }
 
+QString ControlService::Failures(const QString &mended, const QDBusMessage &message)
+{
+    const QString ignore = QString::fromUtf16(kIgnore);
+    if (!mended.isEmpty() && mended != ignore && mended != QString::fromUtf16(kCount))
+        return refuse(message, QStringLiteral("“%1” is neither “count” nor “ignore”.").arg(mended));
+    FailureSwitches switches;
+    if (!mended.isEmpty())
+        switches.ignoresMended = mended == ignore;
+    return answer(message, Duration::Open, asking(&Control::failures, switches));
+}
+
 QString ControlService::Refresh(const QDBusMessage &message)
 {
     return answer(message, Duration::Open, asking(&Control::refresh));

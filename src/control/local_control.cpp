@@ -283,6 +283,30 @@ QCoro::Task<NotificationsAnswer> LocalControl::notifications(NotificationSwitche
     co_return answer;
 }
 
+QCoro::Task<FailuresAnswer> LocalControl::failures(FailureSwitches switches, std::stop_token stop)
+{
+    const QPointer<LocalControl> self(this);
+    const DeploymentMonitor *const monitor = m_stores.monitor;
+    // What has been loaded already needs not wait for a refresh that is under way.
+    if (monitor->deployments().isEmpty() && !monitor->lastRefreshedAt())
+        co_await m_stores.monitor->loadCache();
+    throwIfStopped(stop);
+    if (!self)
+        throw CancellationError();
+    if (switches.ignoresMended)
+        m_stores.settings->setIgnoresMendedFailures(*switches.ignoresMended);
+    FailuresAnswer answer;
+    if (!switches.areNone())
+        answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
+    if (!self)
+        throw CancellationError();
+    answer.ignoresMended = m_stores.settings->ignoresMendedFailures();
+    answer.deployments = monitor->deployments();
+    answer.deployments.removeIf([](const SharedDeployment &deployment) { return !isFailure(deployment.state()); });
+    answer.marks = monitor->marks();
+    co_return answer;
+}
+
 QCoro::Task<LoadingAnswer> LocalControl::refresh(std::stop_token stop)
 {
     const QPointer<LocalControl> self(this);

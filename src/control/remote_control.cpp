@@ -224,6 +224,14 @@ QCoro::Task<NotificationsAnswer> RemoteControl::notifications(NotificationSwitch
         callForLong(QStringLiteral("Notifications"), {switches.on, switches.off, whose}, stop));
 }
 
+QCoro::Task<FailuresAnswer> RemoteControl::failures(FailureSwitches switches, std::stop_token stop)
+{
+    QString mended;
+    if (switches.ignoresMended)
+        mended = QString::fromUtf16(*switches.ignoresMended ? kIgnore : kCount);
+    return decoded<FailuresAnswer>(callForLong(QStringLiteral("Failures"), {mended}, stop));
+}
+
 QCoro::Task<LoadingAnswer> RemoteControl::refresh(std::stop_token stop)
 {
     return decoded<LoadingAnswer>(callForLong(QStringLiteral("Refresh"), {}, stop));

@@ -40,6 +40,7 @@ public:
     [[nodiscard]] QCoro::Task<RepositoriesAnswer> repositories(Switches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(
         NotificationSwitches switches, std::stop_token stop) override;
+    [[nodiscard]] QCoro::Task<FailuresAnswer> failures(FailureSwitches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<MonitorReport> report(std::stop_token stop) override;
 

@@ -4,6 +4,7 @@
 #include "control/control_texts.h"
 #include "model/deployment_cache.h"
 #include "monitor/deployment_list.h"
+#include "monitor/failure_choices.h"
 #include "platform/preferences.h"
 #include "support/clock.h"
 #include "support/error.h"
@@ -64,7 +65,7 @@ MonitorReport SavedReports::reportOf(const std::optional<DeploymentCachePayload>
     report.lastRefreshedAt = payload->savedAt;
     report.savedAt = payload->savedAt;
     report.deployments = filteredAndSorted(payload->deployments, m_services.clock->now());
-    report.marks = failureMarks(report.deployments, {});
+    report.marks = failureMarks(report.deployments, {}, failureChoices(*m_services.preferences));
     return report;
 }
 

@@ -36,7 +36,7 @@ DeploymentMonitor::DeploymentMonitor(GitHubClient client, Services services, QOb
     , m_outcomes(services.rateLimits, services.clock, &m_loop, services.random)
     , m_fetcher(std::move(client), services.rateLimits, &m_outcomes)
     , m_saved(services.cache, services.clock)
-    , m_shown(&m_outcomes, services.clock)
+    , m_shown(&m_outcomes, services.clock, services.defaults)
     , m_news(services.notifier, services.defaults, services.clock)
     , m_refresher({services.clock, &m_loop, &m_outcomes, &m_fetcher, &m_saved, &m_shown, &m_news})
 {
@@ -47,7 +47,7 @@ DeploymentMonitor::DeploymentMonitor(GitHubClient client, Services services, QOb
 
 DeploymentMonitorPresentation DeploymentMonitor::presentation() const
 {
-    return velmora::presentation(state(), deployments());
+    return velmora::presentation(state(), deployments(), marks());
 }
 
 QString DeploymentMonitor::unsaved() const

@@ -64,7 +64,8 @@ QString DeploymentMonitorPresentation::title() const
     return QStringLiteral("Velmora");
 }
 
-DeploymentMonitorPresentation presentation(const DeploymentMonitorState &state, const DeploymentList &deployments)
+DeploymentMonitorPresentation presentation(
+    const DeploymentMonitorState &state, const DeploymentList &deployments, const FailureMarks &marks)
 {
     DeploymentMonitorPresentation result{state.state};
     if (state.state != DeploymentMonitorState::Case::Ready)
@@ -75,6 +76,7 @@ DeploymentMonitorPresentation presentation(const DeploymentMonitorState &state, 
         else if (isFailure(deployment.state()))
             ++result.failedCount;
     }
+    result.failedCount -= uncounted(marks);
     return result;
 }
 

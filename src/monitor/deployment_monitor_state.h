@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/shared_deployment.h"
+#include "monitor/failure_marks.h"
 
 #include <QList>
 #include <QString>
@@ -73,7 +73,7 @@ struct DeploymentMonitorState {
 /// The monitor's state in one value, from which the tray item and the terminal's first line are made.
 struct DeploymentMonitorPresentation {
     DeploymentMonitorState::Case state = DeploymentMonitorState::Case::Loading;
-    /// Of Ready: listed deployments that are under way, and that failed. Else 0.
+    /// Of Ready: listed deployments that are under way, and failures that count. Else 0.
     qsizetype activeCount = 0;
     qsizetype failedCount = 0;
 
@@ -86,6 +86,6 @@ struct DeploymentMonitorPresentation {
 };
 
 [[nodiscard]] DeploymentMonitorPresentation presentation(
-    const DeploymentMonitorState &state, const DeploymentList &deployments);
+    const DeploymentMonitorState &state, const DeploymentList &deployments, const FailureMarks &marks);
 
 } // namespace velmora

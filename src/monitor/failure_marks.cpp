@@ -56,14 +56,8 @@ FailureMarks stillMended(const FailureMarks &before, const Failures &failures)
     return marks;
 }
 
-} // namespace
-
-FailureMarks failureMarks(const DeploymentList &deployments, const FailureMarks &before)
+void markMended(const DeploymentList &deployments, const Failures &failures, FailureMarks &marks)
 {
-    const Failures failures(deployments);
-    if (failures.byPlace.isEmpty())
-        return {};
-    FailureMarks marks = stillMended(before, failures);
     for (const SharedDeployment &deployment : deployments) {
         if (deployment.state() != DeploymentState::Success || deployment.updatedAt() < failures.oldest)
             continue;
@@ -76,7 +70,25 @@ FailureMarks failureMarks(const DeploymentList &deployments, const FailureMarks 
                 mending = Mending{deployment->id, deployment.updatedAt()};
         }
     }
+}
+
+} // namespace
+
+FailureMarks failureMarks(const DeploymentList &deployments, const FailureMarks &before, const FailureChoices &choices)
+{
+    const Failures failures(deployments);
+    if (failures.byPlace.isEmpty())
+        return {};
+    FailureMarks marks = stillMended(before, failures);
+    markMended(deployments, failures, marks);
+    for (FailureMark &mark : marks)
+        mark.isCounted = !choices.ignoresMended;
     return marks;
+}
+
+qsizetype uncounted(const FailureMarks &marks)
+{
+    return std::ranges::count(marks, false, &FailureMark::isCounted);
 }
 
 } // namespace velmora

@@ -23,8 +23,16 @@ struct Mending {
 /// What is known of a failure beside its record.
 struct FailureMark {
     std::optional<Mending> mending; ///< the first that is known
+    bool isCounted = true; ///< by the item, the bars and the title of its section
 
     friend bool operator==(const FailureMark &, const FailureMark &) = default;
+};
+
+/// What the user has chosen about failures.
+struct FailureChoices {
+    bool ignoresMended = false; ///< what is mended does not count
+
+    friend bool operator==(const FailureChoices &, const FailureChoices &) = default;
 };
 
 /// The marks of a list, by the id of the deployment. Failures of which there is nothing to say have none, and neither
@@ -34,6 +42,10 @@ using FailureMarks = QMap<QString, FailureMark>;
 /// The marks of a list that follows one with the marks `before`. A failure stays mended when its mending leaves the
 /// list, as it does when the next deployment succeeds. The time that it takes is linear, but for failures and successes
 /// that share one environment.
-[[nodiscard]] FailureMarks failureMarks(const DeploymentList &deployments, const FailureMarks &before);
+[[nodiscard]] FailureMarks failureMarks(
+    const DeploymentList &deployments, const FailureMarks &before, const FailureChoices &choices);
+
+/// How many failures of the list do not count.
+[[nodiscard]] qsizetype uncounted(const FailureMarks &marks);
 
 } // namespace velmora

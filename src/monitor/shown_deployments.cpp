@@ -4,6 +4,7 @@
 #include "accounts/authentication_store.h"
 #include "installations/installation_store.h"
 #include "monitor/deployment_list.h"
+#include "monitor/failure_choices.h"
 #include "monitor/fetch_outcomes.h"
 
 #include <algorithm>
@@ -11,11 +12,15 @@
 namespace velmora
 {
 
-ShownDeployments::ShownDeployments(const FetchOutcomes *outcomes, const Clock *clock, QObject *parent)
+ShownDeployments::ShownDeployments(
+    const FetchOutcomes *outcomes, const Clock *clock, const Preferences *defaults, QObject *parent)
     : QObject(parent)
     , m_outcomes(outcomes)
     , m_clock(clock)
+    , m_defaults(defaults)
+    , m_choices(failureChoices(*defaults))
 {
+    connect(defaults, &Preferences::changed, this, &ShownDeployments::followChoices);
 }
 
 bool ShownDeployments::hasActiveDeployment() const
@@ -169,11 +174,22 @@ DeploymentMonitorState ShownDeployments::currentState(
 void ShownDeployments::publish(Published published)
 {
     if (!published.deployments.isSharedWith(m_published.deployments))
-        published.marks = failureMarks(published.deployments, m_published.marks);
+        published.marks = failureMarks(published.deployments, m_published.marks, m_choices);
     if (published == m_published)
         return;
     m_published = std::move(published);
     Q_EMIT changed();
+}
+
+/// The choice may have been made by another process.
+void ShownDeployments::followChoices(const QString &key)
+{
+    if (!isFailureChoice(key))
+        return;
+    m_choices = failureChoices(*m_defaults);
+    Published next = m_published;
+    next.marks = failureMarks(next.deployments, next.marks, m_choices);
+    publish(std::move(next));
 }
 
 } // namespace velmora

@@ -18,9 +18,10 @@ namespace velmora
 
 class Clock;
 class FetchOutcomes;
+class Preferences;
 
 /// What the user sees of the deployments: the list with its marks, its state, and what went wrong. All of it changes
-/// together, and one changed() announces it. The marks are found when the list has changed.
+/// together, and one changed() announces it. The marks are found when the list or a choice about failures has changed.
 ///
 /// Several instants could be called the last refresh, and each has its name:
 /// - *lastRefreshedAt*: a full refresh last succeeded for at least one identity; it is published.
@@ -34,7 +35,8 @@ class ShownDeployments final : public QObject
 
 public:
     /// The pointers are not owned and outlive this object.
-    ShownDeployments(const FetchOutcomes *outcomes, const Clock *clock, QObject *parent = nullptr);
+    ShownDeployments(
+        const FetchOutcomes *outcomes, const Clock *clock, const Preferences *defaults, QObject *parent = nullptr);
 
     /// Unique, filtered, active ones first, newest first.
     [[nodiscard]] const DeploymentList &deployments() const { return m_published.deployments; }
@@ -95,9 +97,12 @@ private:
         const RefreshContext &context, std::optional<Instant> lastRefreshedAt) const;
     [[nodiscard]] Published withStanding(Published published, const RefreshContext &context) const;
     void publish(Published published);
+    void followChoices(const QString &key);
 
     const FetchOutcomes *m_outcomes;
     const Clock *m_clock;
+    const Preferences *m_defaults;
+    FailureChoices m_choices;
     Published m_published;
     QHash<RefreshScope, LastFetch> m_lastFetches; ///< a full fetch follows several of active deployments
     std::optional<Instant> m_lastCompleteAt;

@@ -28,13 +28,16 @@ QString sectionTitle(DeploymentSectionKind kind)
     Q_UNREACHABLE();
 }
 
-QList<DeploymentSection> deploymentSections(const DeploymentList &deployments)
+QList<DeploymentSection> deploymentSections(const DeploymentList &deployments, const FailureMarks &marks)
 {
     using enum DeploymentSectionKind;
-    std::array sections{DeploymentSection{sectionTitle(InProgress), {}}, DeploymentSection{sectionTitle(Failed), {}},
-        DeploymentSection{sectionTitle(Completed), {}}};
-    for (const auto &deployment : deployments)
-        sections.at(static_cast<std::size_t>(sectionOf(deployment.state()))).deployments.append(deployment);
+    std::array sections{DeploymentSection{sectionTitle(InProgress), {}},
+        DeploymentSection{sectionTitle(Failed), {}, -uncounted(marks)}, DeploymentSection{sectionTitle(Completed), {}}};
+    for (const auto &deployment : deployments) {
+        DeploymentSection &section = sections.at(static_cast<std::size_t>(sectionOf(deployment.state())));
+        section.deployments.append(deployment);
+        ++section.count;
+    }
     QList<DeploymentSection> result;
     for (const auto &section : sections) {
         if (!section.deployments.isEmpty())

@@ -24,12 +24,14 @@ enum class DeploymentSectionKind {
 struct DeploymentSection {
     QString title;
     DeploymentList deployments;
+    qsizetype count = 0; ///< of the deployments that count
 
     friend bool operator==(const DeploymentSection &, const DeploymentSection &) = default;
 };
 
 /// Divides the list into "In progress", "Failed" and "Completed" and keeps its order. Empty sections are left out.
-[[nodiscard]] QList<DeploymentSection> deploymentSections(const DeploymentList &deployments);
+[[nodiscard]] QList<DeploymentSection> deploymentSections(
+    const DeploymentList &deployments, const FailureMarks &marks = {});
 
 /// The first 7 characters of the commit.
 [[nodiscard]] QString shortCommit(const DeploymentSnapshot &deployment);

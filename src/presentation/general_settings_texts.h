@@ -25,6 +25,13 @@ struct GeneralSettingsTexts {
                               "created are nobody's.");
     }
     static QString openNotificationSettings() { return QStringLiteral("&Open Notification Settings"); }
+    static QString failures() { return QStringLiteral("Failures"); }
+    static QString ignoreMended() { return QStringLiteral("&Mended failures no longer count"); }
+    static QString ignoreMendedHelp()
+    {
+        return QStringLiteral("A failure is mended when a later deployment to the same environment of its repository "
+                              "succeeds. It stays in the list, and is drawn quietly.");
+    }
     static QString startup() { return QStringLiteral("Startup"); }
     static QString launchAtLogin() { return QStringLiteral("&Launch Velmora at login"); }
     static QString startupHelp()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "settings/general_settings_store.h"
 
+#include "model/failure_preferences.h"
 #include "platform/login_item.h"
 #include "platform/preferences.h"
 #include "support/error.h"
@@ -23,6 +24,11 @@ QString permissionMessage()
 QString onlyMineKey()
 {
     return QString::fromLatin1(kOnlyMinePreference);
+}
+
+QString ignoresMendedKey()
+{
+    return QString::fromLatin1(kIgnoresMendedPreference);
 }
 
 } // namespace
@@ -165,11 +171,20 @@ void GeneralSettingsStore::setNotifiesOnlyMine(bool isRestricted)
     publishChangesSince(before);
 }
 
+void GeneralSettingsStore::setIgnoresMendedFailures(bool isIgnoring)
+{
+    const Published before = m_published;
+    m_published.ignoresMendedFailures = isIgnoring;
+    m_defaults->setValue(ignoresMendedKey(), isIgnoring);
+    publishChangesSince(before);
+}
+
 void GeneralSettingsStore::readSwitches()
 {
     for (const auto kind : kAllNotificationKinds)
         m_published.switches.at(static_cast<std::size_t>(kind)) = m_defaults->boolean(preferenceOf(kind));
     m_published.notifiesOnlyMine = m_defaults->boolean(onlyMineKey());
+    m_published.ignoresMendedFailures = m_defaults->boolean(ignoresMendedKey());
 }
 
 /// Another process may have changed a switch.

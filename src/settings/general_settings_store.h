@@ -16,7 +16,7 @@ namespace velmora
 class LoginItem;
 class Preferences;
 
-/// The general settings: what is announced, and whether Velmora starts at login.
+/// The general settings: what is announced, which failures count, and whether Velmora starts at login.
 ///
 /// Lives on the main thread. Does not throw. changed() announces fields that change together once, and only real
 /// changes. A refused switch may stay as it was without a signal, so a view must read it again when the operation has
@@ -44,6 +44,8 @@ public:
     }
     /// Whether only the deployments are announced that a connected identity has created.
     [[nodiscard]] bool notifiesOnlyMine() const { return m_published.notifiesOnlyMine; }
+    /// Whether failures no longer count once a later success has mended them.
+    [[nodiscard]] bool ignoresMendedFailures() const { return m_published.ignoresMendedFailures; }
     /// The desktop has refused notifications, and only the user can allow them there.
     [[nodiscard]] bool notificationsRequireSystemPermission() const
     {
@@ -70,6 +72,8 @@ public:
 
     /// Restricts the announcements to deployments that a connected identity has created, or lifts that.
     void setNotifiesOnlyMine(bool isRestricted);
+    /// Lets mended failures count no longer, or again.
+    void setIgnoresMendedFailures(bool isIgnoring);
 
     /// Makes Velmora start at login or not. launchAtLoginEnabled() then shows what the desktop really does. A failure
     /// is shown; a success keeps an earlier message.
@@ -89,6 +93,7 @@ private:
         bool launchAtLoginEnabled = false;
         std::array<bool, kAllNotificationKinds.size()> switches{}; ///< by kind
         bool notifiesOnlyMine = false;
+        bool ignoresMendedFailures = false;
         bool notificationsRequireSystemPermission = false;
         std::optional<QString> errorMessage;
 

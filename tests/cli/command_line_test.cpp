@@ -137,6 +137,15 @@ private Q_SLOTS:
         QCOMPARE(parse("notifications --enable failures --disable failures").exitCode, ExitCode::WrongUsage);
     }
 
+    void whichFailuresCountIsChosen()
+    {
+        const auto line = parse("failures --json").commandLine;
+        QVERIFY(line && line->command == CommandLine::Command::Failures && line->isJSON && !line->ignoresMended);
+        QCOMPARE(parse("failures --ignore-mended").commandLine->ignoresMended, std::optional(true));
+        QCOMPARE(parse("failures --count-mended").commandLine->ignoresMended, std::optional(false));
+        QCOMPARE(parse("failures --count-mended --ignore-mended").exitCode, ExitCode::WrongUsage);
+    }
+
     void namesAreTakenOneByOneAndRepeatedly()
     {
         const auto line = parse("repositories --none --include a/b --include c/d --json").commandLine;

@@ -76,6 +76,22 @@ private Q_SLOTS:
         QCOMPARE(row(72), QStringLiteral("  ✗ tarvik/api  production  0123456 · 1 hour ago"));
     }
 
+    void aFailureThatDoesNotCountIsWrittenQuietly()
+    {
+        MonitorReport report = storyReport();
+        const auto lineOf = [&](int line) {
+            return renderReport(report, {}, noon(), {72, 0, true}).at(line);
+        };
+        const QString loud = lineOf(6);
+        QVERIFY(loud.contains(QStringLiteral("\x1b[31m✗")));
+        QVERIFY(withoutColours(lineOf(5)).endsWith(QStringLiteral(" 1")));
+        report.marks = {{QStringLiteral("b"), FailureMark{std::nullopt, false}}};
+        QVERIFY(lineOf(6).contains(QStringLiteral("\x1b[2m✗")));
+        QVERIFY(lineOf(6).contains(QStringLiteral("\x1b[2mtarvik/api")));
+        QCOMPARE(withoutColours(lineOf(6)), withoutColours(loud));
+        QVERIFY(withoutColours(lineOf(5)).endsWith(QStringLiteral(" 0")));
+    }
+
     void whatIsUnderWaySaysForHowLongWhereThereIsRoom()
     {
         MonitorReport report = storyReport();

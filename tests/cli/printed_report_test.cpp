@@ -100,6 +100,17 @@ private Q_SLOTS:
         const QByteArray mended = json("'mendedBy':'D_2','mendedAt':'2026-05-01T11:58:00Z'}");
         QVERIFY2(jsonLine(ready, noon()).contains(mended), jsonLine(ready, noon()));
         QVERIFY(jsonLine(failed, noon(), ready.marks.value(failed.id)).endsWith(mended));
+        ready.marks[failed.id].isCounted = false;
+        QVERIFY(jsonLine(ready, noon()).contains(json("'mendedAt':'2026-05-01T11:58:00Z','counted':false}")));
+    }
+
+    void failuresArePrintedAsTheReportPrintsThem()
+    {
+        const auto failed = makeSnapshot(QStringLiteral("D_1"), DeploymentState::Failure, noon());
+        const FailureMark mark{std::nullopt, false};
+        const FailuresAnswer answer{{}, {}, true, {failed}, {{failed.id, mark}}};
+        QCOMPARE(jsonLine(answer, noon()),
+            json("{'ignoresMended':true,'deployments':[") + jsonLine(failed, noon(), mark) + "]}");
     }
 
     void aDeploymentOnItsOwnHasTheFormThatItHasInTheReport()

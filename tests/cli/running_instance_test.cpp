@@ -13,6 +13,9 @@ class RunningInstanceTest : public QObject, private TrayWorld
     Q_OBJECT
 
 private:
+    /// An environment of which the simulator's world knows nothing.
+    const QString kDock = QStringLiteral("dry-dock");
+
     /// The environment of a desktop with an invalid configuration.
     [[nodiscard]] QProcessEnvironment refusedEnvironment() const
     {
@@ -173,6 +176,43 @@ private Q_SLOTS:
         const auto refused = finished("notifications --enable approvals");
         QCOMPARE(refused->code(), 1);
         QVERIFY2(refused->err().contains("notification"), refused->err().constData());
+    }
+
+    void whichFailuresCountIsChosenForTheTray()
+    {
+        connectAndStartTray();
+        const QString name = firstRepository();
+        const QJsonObject failure{{QStringLiteral("repository"), name}, {QStringLiteral("environment"), kDock},
+            {QStringLiteral("state"), QStringLiteral("FAILURE")}, {QStringLiteral("ageSeconds"), 600}};
+        const auto failed = changeWorld({{QStringLiteral("deployment"), failure}}).value(QLatin1String("id"));
+        const QJsonObject success{{QStringLiteral("repository"), name}, {QStringLiteral("environment"), kDock},
+            {QStringLiteral("state"), QStringLiteral("SUCCESS")}};
+        const auto mending = changeWorld({{QStringLiteral("deployment"), success}}).value(QLatin1String("id"));
+        QCOMPARE(finished("refresh")->code(), 0);
+        const auto failureIn = [&](const QJsonObject &printed) {
+            const auto deployments = printed.value(QLatin1String("deployments")).toArray();
+            for (const auto &deployment : deployments) {
+                if (deployment.toObject().value(QLatin1String("id")) == failed)
+                    return deployment.toObject();
+            }
+            return QJsonObject();
+        };
+        const auto listed = jsonLines(finished("failures --json")->out()).last();
+        QCOMPARE(listed.value(QLatin1String("ignoresMended")), QJsonValue(false));
+        QCOMPARE(failureIn(listed).value(QLatin1String("mendedBy")), mending);
+        QVERIFY(!failureIn(listed).contains(QLatin1String("counted")));
+        const auto before = finished("status --format {failed}")->out().trimmed().toInt();
+        const auto ignoring = jsonLines(finished("failures --json --ignore-mended")->out()).last();
+        QCOMPARE(ignoring.value(QLatin1String("ignoresMended")), QJsonValue(true));
+        QCOMPARE(failureIn(ignoring).value(QLatin1String("counted")), QJsonValue(false));
+        QVERIFY(finished("status --format {failed}")->out().trimmed().toInt() < before);
+        QVERIFY(finished("failures")->out().endsWith("\nMended failures no longer count.\n"));
+        endTray();
+        startTray();
+        const auto status = jsonLines(finished("status --json")->out()).last();
+        QCOMPARE(failureIn(status).value(QLatin1String("counted")), QJsonValue(false));
+        QVERIFY(finished("failures --count-mended")->out().endsWith("\nMended failures count.\n"));
+        QCOMPARE(finished("status --format {failed}")->out().trimmed().toInt(), before);
     }
 
     void accountsAreTheTrays()

@@ -54,6 +54,19 @@ private Q_SLOTS:
         QCOMPARE(filled("{active} {failed} {succeeded} {total}", mixed), QByteArray("2 3 1 8"));
     }
 
+    void failuresThatDoNotCountAreNotCounted()
+    {
+        using enum DeploymentState;
+        MonitorReport one = report(State::ready(noon()), {Failure, Error, Success});
+        one.marks = {{QStringLiteral("D_1"), FailureMark{std::nullopt, false}}};
+        QCOMPARE(filled("{failed} {total} {state}", one), QByteArray("1 3 failed"));
+        QCOMPARE(waybar(one).value(QLatin1String("text")).toString(), QStringLiteral("1"));
+        QVERIFY(waybar(one).value(QLatin1String("tooltip")).toString().contains(QStringLiteral("Failed: 1\n")));
+        one.marks.insert(QStringLiteral("D_2"), FailureMark{std::nullopt, false});
+        QCOMPARE(filled("{failed} {total} {state}", one), QByteArray("0 3 ok"));
+        QCOMPARE(waybar(one).value(QLatin1String("text")).toString(), QString());
+    }
+
     void theStateIsOneWord_data()
     {
         using enum DeploymentState;

@@ -64,7 +64,8 @@ MonitorReport fullReport(const State &state)
     report.hint = QStringLiteral("do “this”");
     report.deployments = {makeSnapshot(QStringLiteral("D_1"), DeploymentState::InProgress, noon() + 7us),
         makeSnapshot(QStringLiteral("D_2"), DeploymentState::Failure, noon())};
-    report.marks = {{QStringLiteral("D_2"), FailureMark{Mending{QStringLiteral("D_3"), noon() + 9us}}}};
+    report.marks = {{QStringLiteral("D_2"), FailureMark{Mending{QStringLiteral("D_3"), noon() + 9us}}},
+        {QStringLiteral("D_4"), FailureMark{std::nullopt, false}}};
     change(report.deployments.first(), [](DeploymentSnapshot &deployment) {
         deployment.statusDescription = QStringLiteral("");
         deployment.logURL = WebAddress(QStringLiteral("https://ci.example/1"));

@@ -43,6 +43,11 @@ public:
         notificationSwitches = switches;
         return answer(QStringLiteral("notifications"), notificationsAnswer, stop);
     }
+    [[nodiscard]] QCoro::Task<FailuresAnswer> failures(FailureSwitches switches, std::stop_token stop) override
+    {
+        failureSwitches = switches;
+        return answer(QStringLiteral("failures"), failuresAnswer, stop);
+    }
     [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override
     {
         return answer(QStringLiteral("refresh"), loading, stop);
@@ -58,11 +63,13 @@ public:
     InstallationsAnswer installationsAnswer;
     RepositoriesAnswer repositoriesAnswer;
     NotificationsAnswer notificationsAnswer;
+    FailuresAnswer failuresAnswer;
     LoadingAnswer loading;
     MonitorReport shown;
     Switches installationSwitches;
     Switches repositorySwitches;
     NotificationSwitches notificationSwitches;
+    FailureSwitches failureSwitches;
     QStringList asked;
     QString failure; ///< thrown by every operation; empty for none
     std::exception_ptr surprise; ///< thrown likewise: an exception of an unknown type

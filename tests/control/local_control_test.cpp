@@ -294,6 +294,25 @@ private Q_SLOTS:
         QCOMPARE(refused.choices, switched.choices);
     }
 
+    void failuresAreListedAsTheyWereSeenLast()
+    {
+        f->cache.payload = {{makeSnapshot(text("s"), DeploymentState::Success, noon()),
+                                makeSnapshot(text("f"), DeploymentState::Failure, noon() - 1min)},
+            noon()};
+        build();
+        const auto listed = awaitValue(m_control->failures({}, {}));
+        QCOMPARE(listed.deployments.size(), 1);
+        QCOMPARE(listed.deployments.first()->id, text("f"));
+        QCOMPARE(listed.marks, (FailureMarks{{text("f"), FailureMark{Mending{text("s"), noon()}, true}}}));
+        QVERIFY(!listed.ignoresMended && !listed.unsaved);
+        QVERIFY(f->github.restRequests.isEmpty() && f->github.queries.isEmpty());
+        const auto switched = awaitValue(m_control->failures({true}, {}));
+        QVERIFY(switched.ignoresMended);
+        QCOMPARE(uncounted(switched.marks), 1);
+        QVERIFY(m_settings->ignoresMendedFailures());
+        QCOMPARE(report().marks, switched.marks);
+    }
+
     void installationsAreSwitchedBeforeTheyAreListed()
     {
         buildAlice();

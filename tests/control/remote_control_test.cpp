@@ -149,6 +149,9 @@ private Q_SLOTS:
         control.installationsAnswer.refusal = QStringLiteral("unknown");
         control.repositoriesAnswer.loading = control.loading;
         control.notificationsAnswer = {QStringLiteral("no"), QStringLiteral("full"), {true, false, true, true}};
+        control.failuresAnswer = {QStringLiteral("no"), QStringLiteral("full"), true,
+            {makeSnapshot(QStringLiteral("D"), DeploymentState::Failure, noon())},
+            {{QStringLiteral("D"), FailureMark{Mending{QStringLiteral("S"), noon()}, false}}}};
         control.shown.applicationName = QStringLiteral("Velmora");
         control.shown.deployments = {makeSnapshot(QStringLiteral("D"), DeploymentState::Failure, noon())};
         QVERIFY(awaitValue(m_remote->locate({})));
@@ -167,6 +170,10 @@ private Q_SLOTS:
             QCOMPARE(awaitValue(m_remote->notifications(kinds, {})), control.notificationsAnswer);
             QCOMPARE(control.notificationSwitches, kinds);
         }
+        for (const std::optional<bool> ignores : {std::optional<bool>(), std::optional(true), std::optional(false)}) {
+            QCOMPARE(awaitValue(m_remote->failures({ignores}, {})), control.failuresAnswer);
+            QCOMPARE(control.failureSwitches, FailureSwitches{ignores});
+        }
         QCOMPARE(awaitValue(m_remote->refresh({})), control.loading);
         QCOMPARE(awaitValue(m_remote->report({})), control.shown);
         QVERIFY(control.asked.contains(QStringLiteral("remove Alice")));
@@ -182,6 +189,9 @@ private Q_SLOTS:
         const QDBusMessage whose = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
             QStringLiteral("Notifications"), {QStringList(), QStringList(), QStringLiteral("theirs")});
         QVERIFY(whose.errorMessage().contains(QStringLiteral("“theirs”")));
+        const QDBusMessage mended = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
+            QStringLiteral("Failures"), {QStringLiteral("forget")});
+        QVERIFY(mended.errorMessage().contains(QStringLiteral("“forget”")));
         QVERIFY(m_running->control.asked.isEmpty());
     }
 

@@ -86,6 +86,18 @@ private Q_SLOTS:
         QCOMPARE(shown.deployments, DeploymentList{recent});
     }
 
+    void savedFailuresAreMarkedLikeLiveOnes()
+    {
+        rememberAnAccount();
+        const auto failure = makeSnapshot(QStringLiteral("D_f"), DeploymentState::Failure, noon() - 1h);
+        const auto success = makeSnapshot(QStringLiteral("D_s"), DeploymentState::Success, noon() - 5min);
+        m_cache.payload = DeploymentCachePayload{{success, failure}, noon() - 1min};
+        const Mending mending{success.id, noon() - 5min};
+        QCOMPARE(report().marks, (FailureMarks{{failure.id, FailureMark{mending, true}}}));
+        m_preferences.values[QStringLiteral("general.ignoresMendedFailures")] = true;
+        QCOMPARE(report().marks, (FailureMarks{{failure.id, FailureMark{mending, false}}}));
+    }
+
     void anotherProcessThatSavesIsNoticed()
     {
         const QTemporaryDir folder;

@@ -52,7 +52,7 @@ private Q_SLOTS:
         DeploymentList list;
         for (const auto deploymentState : deployments)
             list.append(makeSnapshot(QString::number(list.size()), deploymentState, noon()));
-        const auto result = presentation(monitorState, list);
+        const auto result = presentation(monitorState, list, {});
         QCOMPARE(result.symbol(), symbol);
         QCOMPARE(result.title(), title);
     }
@@ -61,12 +61,24 @@ private Q_SLOTS:
     {
         const DeploymentList list{makeSnapshot(QStringLiteral("a"), DeploymentState::InProgress, noon()),
             makeSnapshot(QStringLiteral("b"), DeploymentState::Error, noon())};
-        const auto ready = presentation(DeploymentMonitorState::ready(noon()), list);
+        const auto ready = presentation(DeploymentMonitorState::ready(noon()), list, {});
         QCOMPARE(ready.activeCount, 1);
         QCOMPARE(ready.failedCount, 1);
-        const auto stale = presentation(DeploymentMonitorState::stale(noon()), list);
+        const auto stale = presentation(DeploymentMonitorState::stale(noon()), list, {});
         QCOMPARE(stale.activeCount, 0);
         QCOMPARE(stale.failedCount, 0);
+    }
+
+    void aFailureThatDoesNotCountIsNotCounted()
+    {
+        const DeploymentList list{makeSnapshot(QStringLiteral("a"), DeploymentState::Failure, noon()),
+            makeSnapshot(QStringLiteral("b"), DeploymentState::Error, noon())};
+        FailureMarks marks{{QStringLiteral("a"), FailureMark{std::nullopt, false}}};
+        const auto ready = DeploymentMonitorState::ready(noon());
+        QCOMPARE(presentation(ready, list, marks).failedCount, 1);
+        marks.insert(QStringLiteral("b"), FailureMark{std::nullopt, false});
+        QCOMPARE(presentation(ready, list, marks).symbol(), QStringLiteral("checkmark.circle"));
+        QCOMPARE(presentation(DeploymentMonitorState::stale(noon()), list, marks).failedCount, 0);
     }
 
     void everyStateHasItsName()

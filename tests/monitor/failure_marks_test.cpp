@@ -20,10 +20,10 @@ private Q_SLOTS:
     void aLaterSuccessInTheSamePlaceMendsAFailure()
     {
         const auto success = makeSnapshot(u"s"_s, DeploymentState::Success, noon() + 5min);
-        QCOMPARE(failureMarks({success, m_failure}, {}), mendedBy(u"s"_s, noon() + 5min));
+        QCOMPARE(marks({success, m_failure}, {}), mendedBy(u"s"_s, noon() + 5min));
         auto ended = m_failure;
         ended.state = DeploymentState::Error;
-        QCOMPARE(failureMarks({success, ended}, {}), mendedBy(u"s"_s, noon() + 5min));
+        QCOMPARE(marks({success, ended}, {}), mendedBy(u"s"_s, noon() + 5min));
     }
 
     void nothingElseMendsIt_data()
@@ -51,15 +51,15 @@ private Q_SLOTS:
     void nothingElseMendsIt()
     {
         QFETCH(DeploymentSnapshot, other);
-        QCOMPARE(failureMarks({other, m_failure}, {}), FailureMarks());
+        QCOMPARE(marks({other, m_failure}, {}), FailureMarks());
     }
 
     void ofSeveralSuccessesTheFirstHasMendedIt()
     {
         const auto first = makeSnapshot(u"first"_s, DeploymentState::Success, noon() + 1min);
         const auto second = makeSnapshot(u"second"_s, DeploymentState::Success, noon() + 2min);
-        QCOMPARE(failureMarks({second, first, m_failure}, {}), mendedBy(u"first"_s, noon() + 1min));
-        QCOMPARE(failureMarks({first, second, m_failure}, {}), mendedBy(u"first"_s, noon() + 1min));
+        QCOMPARE(marks({second, first, m_failure}, {}), mendedBy(u"first"_s, noon() + 1min));
+        QCOMPARE(marks({first, second, m_failure}, {}), mendedBy(u"first"_s, noon() + 1min));
     }
 
     void eachFailureHasItsOwn()
@@ -69,15 +69,15 @@ private Q_SLOTS:
         auto before = makeSnapshot(u"before"_s, DeploymentState::Error, noon() - 1min);
         FailureMarks both = mendedBy(u"s"_s, noon() + 5min);
         both.insert(u"before"_s, both.value(u"f"_s));
-        QCOMPARE(failureMarks({later, success, m_failure, before}, {}), both);
+        QCOMPARE(marks({later, success, m_failure, before}, {}), both);
     }
 
     void aFailureStaysMendedWhenTheNextSuccessHasTakenThePlaceOfTheFirst()
     {
         const auto mended = mendedBy(u"gone"_s, noon() + 1min);
         const auto next = makeSnapshot(u"next"_s, DeploymentState::Success, noon() + 2min);
-        QCOMPARE(failureMarks({next, m_failure}, mended), mended);
-        QCOMPARE(failureMarks({m_failure}, mended), mended);
+        QCOMPARE(marks({next, m_failure}, mended), mended);
+        QCOMPARE(marks({m_failure}, mended), mended);
     }
 
     void whatFailsAgainIsNotMendedAnyMore()
@@ -85,20 +85,37 @@ private Q_SLOTS:
         const auto mended = mendedBy(u"s"_s, noon() + 1min);
         auto again = m_failure;
         again.updatedAt = noon() + 2min;
-        QCOMPARE(failureMarks({again}, mended), FailureMarks());
+        QCOMPARE(marks({again}, mended), FailureMarks());
         const auto broken = makeSnapshot(u"s"_s, DeploymentState::Failure, noon() + 2min);
-        QCOMPARE(failureMarks({broken, m_failure}, mended), FailureMarks());
+        QCOMPARE(marks({broken, m_failure}, mended), FailureMarks());
     }
 
     void whatIsNoFailureAnyMoreHasNoMark()
     {
         auto repeated = m_failure;
         repeated.state = DeploymentState::Success;
-        QCOMPARE(failureMarks({repeated}, mendedBy(u"s"_s, noon() + 1min)), FailureMarks());
-        QCOMPARE(failureMarks({}, mendedBy(u"s"_s, noon() + 1min)), FailureMarks());
+        QCOMPARE(marks({repeated}, mendedBy(u"s"_s, noon() + 1min)), FailureMarks());
+        QCOMPARE(marks({}, mendedBy(u"s"_s, noon() + 1min)), FailureMarks());
+    }
+
+    void aMendedFailureCountsUntilTheUserChoosesOtherwise()
+    {
+        const auto success = makeSnapshot(u"s"_s, DeploymentState::Success, noon() + 5min);
+        const auto later = makeSnapshot(u"later"_s, DeploymentState::Failure, noon() + 6min);
+        const DeploymentList list{later, success, m_failure};
+        QCOMPARE(uncounted(marks(list, {})), 0);
+        const FailureMarks ignored = failureMarks(list, marks(list, {}), FailureChoices{true});
+        QCOMPARE(uncounted(ignored), 1);
+        QVERIFY(!ignored.value(u"f"_s).isCounted);
+        QVERIFY(ignored.value(u"later"_s).isCounted);
+        QCOMPARE(failureMarks(list, ignored, {}), marks(list, {}));
     }
 
 private:
+    static FailureMarks marks(const DeploymentList &list, const FailureMarks &before)
+    {
+        return failureMarks(list, before, {});
+    }
     static FailureMarks mendedBy(const QString &id, Instant at) { return {{u"f"_s, FailureMark{Mending{id, at}}}}; }
 
     const DeploymentSnapshot m_failure = makeSnapshot(u"f"_s, DeploymentState::Failure, noon());

@@ -32,7 +32,7 @@ private Q_SLOTS:
         awaitValue(f->installations->refresh(f->authentication.get()));
         m_loop = std::make_unique<PollingLoop>(&f->clock);
         m_outcomes = std::make_unique<FetchOutcomes>(f->ledger, &f->clock, m_loop.get(), [] { return 0.0; });
-        m_shown = std::make_unique<ShownDeployments>(m_outcomes.get(), &f->clock);
+        m_shown = std::make_unique<ShownDeployments>(m_outcomes.get(), &f->clock, &f->defaults);
     }
     void cleanup()
     {
@@ -181,12 +181,35 @@ private Q_SLOTS:
         QCOMPARE(m_shown->marks(), FailureMarks());
     }
 
+    void aChoiceAboutFailuresIsFollowedAtOnce()
+    {
+        const auto failure = makeSnapshot(u"f"_s, DeploymentState::Failure, noon() - 3h);
+        m_shown->showFetched(fetched({m_web, failure}), context());
+        const auto list = m_shown->deployments();
+        const QSignalSpy changes(m_shown.get(), &ShownDeployments::changed);
+        f->defaults.setValue(u"general.ignoresMendedFailures"_s, true);
+        QCOMPARE(changes.count(), 1);
+        QCOMPARE(uncounted(m_shown->marks()), 1);
+        QVERIFY(m_shown->deployments().isSharedWith(list));
+        f->defaults.setValue(u"general.successNotificationsEnabled"_s, false);
+        QCOMPARE(changes.count(), 1);
+        // The choice holds for what comes, and for the next program.
+        const auto other = makeSnapshot(u"other"_s, DeploymentState::Failure, noon() - 2h);
+        m_shown->showFetched(fetched({m_web, failure, other}), context());
+        QCOMPARE(uncounted(m_shown->marks()), 2);
+        ShownDeployments next(m_outcomes.get(), &f->clock, &f->defaults);
+        next.showSaved({m_shown->deployments(), noon()});
+        QCOMPARE(next.marks(), m_shown->marks());
+        f->defaults.setValue(u"general.ignoresMendedFailures"_s, false);
+        QCOMPARE(uncounted(m_shown->marks()), 0);
+    }
+
     void aThousandRandomFetchesShowTheListOfAFreshMerge()
     {
         const quint32 seed = QRandomGenerator::global()->generate();
         qInfo("seed %u", seed);
         QRandomGenerator random(seed);
-        ShownDeployments fresh(m_outcomes.get(), &f->clock);
+        ShownDeployments fresh(m_outcomes.get(), &f->clock, &f->defaults);
         auto next = fetched({m_web});
         int repeated = 0;
         for (int i = 0; i < 1000; ++i) {

@@ -39,7 +39,7 @@ class ManualTest(unittest.TestCase):
             options |= help_text.options
             commands.add(" ".join(words))
         commands.remove("")
-        self.assertEqual(set(re.findall(r"--[a-z]+", page)), options)
+        self.assertEqual(set(re.findall(r"--[a-z]+(?:-[a-z]+)*", page)), options)
         section = page.partition("\nCOMMANDS\n")[2].partition("\nOPTIONS\n")[0]
         self.assertEqual(set(re.findall(r"^ {7}([a-z]+(?: remove)?)", section, re.MULTILINE)), commands)
 

@@ -35,7 +35,7 @@ private Q_SLOTS:
         QFETCH(DeploymentState, state);
         QFETCH(QString, title);
         const DeploymentList list{makeSnapshot(QStringLiteral("a"), state, noon())};
-        const QList expected{DeploymentSection{title, list}};
+        const QList expected{DeploymentSection{title, list, 1}};
         QCOMPARE(deploymentSections(list), expected);
     }
 
@@ -46,9 +46,13 @@ private Q_SLOTS:
         const auto b = makeSnapshot(QStringLiteral("b"), Failure, noon());
         const auto c = makeSnapshot(QStringLiteral("c"), Queued, noon());
         const auto d = makeSnapshot(QStringLiteral("d"), Error, noon());
-        const QList expected{DeploymentSection{QStringLiteral("In progress"), {c}},
-            DeploymentSection{QStringLiteral("Failed"), {b, d}}, DeploymentSection{QStringLiteral("Completed"), {a}}};
+        QList expected{DeploymentSection{QStringLiteral("In progress"), {c}, 1},
+            DeploymentSection{QStringLiteral("Failed"), {b, d}, 2},
+            DeploymentSection{QStringLiteral("Completed"), {a}, 1}};
         QCOMPARE(deploymentSections({a, b, c, d}), expected);
+        // What does not count stays in its section.
+        expected[1].count = 1;
+        QCOMPARE(deploymentSections({a, b, c, d}, {{b.id, FailureMark{std::nullopt, false}}}), expected);
         QVERIFY(deploymentSections({}).isEmpty());
     }
 

@@ -445,6 +445,24 @@ private Q_SLOTS:
         QVERIFY(m_store->notifiesOnlyMine());
     }
 
+    void mendedFailuresCountUntilThatIsSwitchedOff()
+    {
+        const QString ignoresMended = QStringLiteral("general.ignoresMendedFailures");
+        build();
+        QVERIFY(!m_store->ignoresMendedFailures());
+        QVERIFY(!m_defaults->value(ignoresMended));
+        m_store->setIgnoresMendedFailures(true);
+        QVERIFY(m_store->ignoresMendedFailures());
+        QVERIFY(m_defaults->boolean(ignoresMended));
+        QCOMPARE(m_changes->count(), 1);
+        m_defaults->setValue(ignoresMended, false);
+        QVERIFY(!m_store->ignoresMendedFailures());
+        QCOMPARE(m_changes->count(), 2);
+        m_defaults->setValue(ignoresMended, true);
+        build();
+        QVERIFY(m_store->ignoresMendedFailures());
+    }
+
     void whatAnotherProcessStoresIsFollowed()
     {
         build();

@@ -639,6 +639,32 @@ private Q_SLOTS:
         QVERIFY(log.painted.contains(m_view->visualRect(index(2))));
     }
 
+    void aFailureThatDoesNotCountIsDrawnQuietlyAndLeftOutOfTheTitle()
+    {
+        const DeploymentList list{
+            snapshot(text("a"), DeploymentState::Failure), snapshot(text("b"), DeploymentState::Failure)};
+        show(list);
+        const auto hasRed = [this] {
+            const QImage image = m_view->viewport()->grab(m_view->visualRect(index(1))).toImage();
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x) {
+                    const QColor colour = image.pixelColor(x, y);
+                    if (colour.red() > colour.green() + 60 && colour.red() > colour.blue() + 60)
+                        return true;
+                }
+            }
+            return false;
+        };
+        QVERIFY(hasRed());
+        QCOMPARE(index(0).data(Qt::AccessibleTextRole).toString(), text("Failed, 2"));
+        PaintLog log(m_view->viewport());
+        m_view->setDeployments(list, {{text("a"), FailureMark{std::nullopt, false}}});
+        drainEvents();
+        QCOMPARE(log.painted, QRegion(m_view->visualRect(index(0))) + m_view->visualRect(index(1)));
+        QVERIFY(!hasRed());
+        QCOMPARE(index(0).data(Qt::AccessibleTextRole).toString(), text("Failed, 1"));
+    }
+
     // Ages
 
     void agesStayTrueWithoutPaintingWhatDidNotChange()

@@ -38,6 +38,9 @@ const QString kEverybodys = QStringLiteral("everybody's deployments");
 const QString kOnlyMine = QStringLiteral("only those I started");
 const QString kWhoseHelp = QStringLiteral(
     "Yours are the deployments that a connected account has created. Those that a bot has created are nobody's.");
+const QString kMended = QStringLiteral("Mended failures no longer count");
+const QString kMendedHelp = QStringLiteral("A failure is mended when a later deployment to the same environment of its "
+                                           "repository succeeds. It stays in the list, and is drawn quietly.");
 const QString kStartupHelp = QStringLiteral("Keep deployment monitoring available after you sign in to your computer.");
 
 } // namespace
@@ -64,12 +67,12 @@ private Q_SLOTS:
     void everyTextIsThereInItsOrder()
     {
         QCOMPARE(shownTexts(*m_view),
-            (QStringList{
-                QStringLiteral("Notifications"), kHelp, kWhose, kWhoseHelp, QStringLiteral("Startup"), kStartupHelp}));
+            (QStringList{QStringLiteral("Notifications"), kHelp, kWhose, kWhoseHelp, QStringLiteral("Startup"),
+                kStartupHelp, QStringLiteral("Failures"), kMendedHelp}));
         QStringList switches;
         for (const auto *control : m_view->findChildren<SwitchControl *>())
             switches.append(withoutMnemonic(control->text()));
-        QCOMPARE(switches, (QStringList{kFailures, kSuccesses, kApprovals, kLaunch}));
+        QCOMPARE(switches, (QStringList{kFailures, kSuccesses, kApprovals, kLaunch, kMended}));
     }
 
     void thePartsStandInTheirOrder()
@@ -81,6 +84,7 @@ private Q_SLOTS:
             control(kSuccesses), control(kApprovals), shownLabel(*m_view, kHelp), shownButton(*m_view, kOpen),
             shownLabel(*m_view, kWhose), shownLabel(*m_view, kWhoseHelp),
             shownLabel(*m_view, QStringLiteral("Startup")), control(kLaunch), shownLabel(*m_view, kStartupHelp),
+            shownLabel(*m_view, QStringLiteral("Failures")), control(kMended), shownLabel(*m_view, kMendedHelp),
             shownLabel(*m_view, QStringLiteral("No autostart here"))};
         int above = -1;
         for (const QWidget *part : expected) {
@@ -152,6 +156,16 @@ private Q_SLOTS:
         QVERIFY(!m_store->notifiesOnlyMine());
     }
 
+    void mendedFailuresAreSwitchedWithoutAQuestion()
+    {
+        QVERIFY(!control(kMended)->isChecked());
+        toggle(kMended);
+        QVERIFY(m_store->ignoresMendedFailures());
+        QVERIFY(control(kMended)->isChecked());
+        m_store->setIgnoresMendedFailures(false);
+        QVERIFY(!control(kMended)->isChecked());
+    }
+
     void aWheelOverTheChoiceOnlyScrolls()
     {
         auto *whose = m_view->findChild<QComboBox *>();
@@ -212,7 +226,7 @@ private Q_SLOTS:
         refuse();
         shownButton(*m_view, kOpen)->click();
         QCOMPARE(m_opener.opened, 1);
-        QCOMPARE(shownTexts(*m_view).size(), 7);
+        QCOMPARE(shownTexts(*m_view).size(), 9);
     }
 
     void aRefusalBeforeItIsOpenedLeavesNoEmptyLine()
@@ -256,13 +270,13 @@ private Q_SLOTS:
 
     void theErrorSectionComesAndGoesWithTheMessage()
     {
-        QCOMPARE(shownCards(), 2);
-        refuse();
         QCOMPARE(shownCards(), 3);
+        refuse();
+        QCOMPARE(shownCards(), 4);
         QVERIFY(shownLabel(*m_view, kRefused));
         m_notifier.immediate = true;
         toggle(kSuccesses);
-        QCOMPARE(shownCards(), 2);
+        QCOMPARE(shownCards(), 3);
         QVERIFY(!shownLabel(*m_view, kRefused));
     }
 
@@ -314,7 +328,7 @@ private Q_SLOTS:
             if (button->isVisibleTo(m_view.get()) && !button->text().isEmpty())
                 mnemonics.append(button->shortcut().toString());
         }
-        QCOMPARE(mnemonics.size(), 5);
+        QCOMPARE(mnemonics.size(), 6);
         QVERIFY(!mnemonics.contains(QString()));
         QCOMPARE(mnemonics.removeDuplicates(), 0);
         // The mnemonics of the tabs.

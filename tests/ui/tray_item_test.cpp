@@ -120,7 +120,18 @@ private Q_SLOTS:
         DeploymentList list;
         for (const auto one : deployments)
             list.append(makeSnapshot(QString::number(list.size()), one, noon()));
-        QCOMPARE(trayStatusLine(monitorState, list), line);
+        QCOMPARE(trayStatusLine(monitorState, list, {}), line);
+    }
+
+    void shouldNotSpeakOfFailuresThatDoNotCount()
+    {
+        const DeploymentList list{makeSnapshot(QStringLiteral("a"), DeploymentState::Failure, noon()),
+            makeSnapshot(QStringLiteral("b"), DeploymentState::Failure, noon())};
+        FailureMarks marks{{QStringLiteral("a"), FailureMark{std::nullopt, false}}};
+        const auto ready = DeploymentMonitorState::ready(noon());
+        QCOMPARE(trayStatusLine(ready, list, marks), QStringLiteral("1 failed"));
+        marks.insert(QStringLiteral("b"), FailureMark{std::nullopt, false});
+        QCOMPARE(trayStatusLine(ready, list, marks), QStringLiteral("GitHub deployments"));
     }
 
     void shouldHaveAMenuThatOpensFirst()

@@ -78,7 +78,8 @@ const DeploymentSnapshot *DeploymentListModel::deployment(int row) const
 
 qsizetype DeploymentListModel::count(DeploymentSectionKind section) const
 {
-    return static_cast<qsizetype>(m_sections.at(place(section)).size());
+    const auto listed = static_cast<qsizetype>(m_sections.at(place(section)).size());
+    return section == DeploymentSectionKind::Failed ? listed - uncounted(m_marks) : listed;
 }
 
 std::vector<int> DeploymentListModel::headerRows() const

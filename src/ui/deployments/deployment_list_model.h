@@ -32,6 +32,7 @@ public:
     [[nodiscard]] FailureMark mark(const DeploymentSnapshot &deployment) const { return m_marks.value(deployment.id); }
     [[nodiscard]] bool isHeader(int row) const { return !rowAt(row).deployment; }
     [[nodiscard]] DeploymentSectionKind section(int row) const { return rowAt(row).section; }
+    /// The number in the section's title: of its deployments that count.
     [[nodiscard]] qsizetype count(DeploymentSectionKind section) const;
     /// The rows of the headers, ascending.
     [[nodiscard]] std::vector<int> headerRows() const;

@@ -89,7 +89,8 @@ void DeploymentRowView::paint(QPainter *painter, const QRect &frame, const QRect
     if (exposed.intersects(places.icon)) {
         const StateIcon icon = stateIcon(deployment.state);
         const int degrees = deployment.state == DeploymentState::InProgress ? state.turnedBy : 0;
-        paintSymbol(painter, icon.symbol, places.icon, toneColour(icon.tone, palette), degrees);
+        const Tone tone = content.mark.isCounted ? icon.tone : Tone::Secondary;
+        paintSymbol(painter, icon.symbol, places.icon, toneColour(tone, palette), degrees);
     }
     if (exposed.intersects(places.text))
         paintTexts(painter, places.text, content, palette);
@@ -145,7 +146,7 @@ void DeploymentRowView::paintTexts(
     };
 
     painter->setFont(m_nameFont);
-    painter->setPen(toneColour(Tone::Primary, palette));
+    painter->setPen(toneColour(content.mark.isCounted ? Tone::Primary : Tone::Secondary, palette));
     draw(column.left(), nameMetrics, baseline, name);
     painter->setFont(m_captionFont);
     painter->setPen(toneColour(Tone::Secondary, palette));

@@ -16,7 +16,7 @@ namespace velmora
 {
 
 /// Draws one deployment: the icon of its state, repository and environment above ref, commit and age, and a link if the
-/// environment has an address.
+/// environment has an address. A failure that does not count is drawn in the colour of secondary text.
 class DeploymentRowView
 {
 public:

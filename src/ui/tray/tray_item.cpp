@@ -46,9 +46,10 @@ QString countsInWords(const DeploymentMonitorPresentation &presentation)
 
 } // namespace
 
-QString trayStatusLine(const DeploymentMonitorState &state, const DeploymentList &deployments)
+QString trayStatusLine(
+    const DeploymentMonitorState &state, const DeploymentList &deployments, const FailureMarks &marks)
 {
-    const QString counts = countsInWords(presentation(state, deployments));
+    const QString counts = countsInWords(presentation(state, deployments, marks));
     return counts.isEmpty() ? statusText(state, deployments) : counts;
 }
 
@@ -69,7 +70,7 @@ TrayItem::Shown TrayItem::wanted() const
     const auto presentation = m_monitor->presentation();
     const bool isCounting = !TrayIcon::countText(presentation).isEmpty();
     return {isCounting ? presentation.title() : m_applicationName,
-        trayStatusLine(m_monitor->state(), m_monitor->deployments()), presentation};
+        trayStatusLine(m_monitor->state(), m_monitor->deployments(), m_monitor->marks()), presentation};
 }
 
 void TrayItem::update()

@@ -15,7 +15,8 @@ class DeploymentMonitor;
 class StatusItem;
 
 /// The line below the title: "2 in progress, 1 failed", or the status of the monitor if both are zero.
-[[nodiscard]] QString trayStatusLine(const DeploymentMonitorState &state, const DeploymentList &deployments);
+[[nodiscard]] QString trayStatusLine(
+    const DeploymentMonitorState &state, const DeploymentList &deployments, const FailureMarks &marks);
 
 /// Shows the monitor's presentation in the tray, and turns clicks and menu entries into signals.
 class TrayItem final : public QObject

@@ -65,6 +65,7 @@ GeneralSettingsView::GeneralSettingsView(
     , m_successes(new SwitchControl(Texts::notifySuccesses()))
     , m_waiting(new SwitchControl(Texts::notifyWaiting()))
     , m_whose(new ChoiceBox)
+    , m_ignoreMended(new SwitchControl(Texts::ignoreMended()))
     , m_launchAtLogin(new SwitchControl(Texts::launchAtLogin()))
     , m_openSettings(new QPushButton(Texts::openNotificationSettings()))
     , m_openFailure(explanation(QString()))
@@ -93,6 +94,9 @@ QWidget *GeneralSettingsView::makeContent()
     layout->addSpacing(kSectionGap);
     layout->addWidget(sectionHeader(Texts::startup()));
     layout->addWidget(makeStartup());
+    layout->addSpacing(kSectionGap);
+    layout->addWidget(sectionHeader(Texts::failures()));
+    layout->addWidget(makeFailures());
     layout->addSpacing(kSectionGap);
     m_errorSection->addRow(m_error);
     layout->addWidget(m_errorSection);
@@ -130,6 +134,14 @@ QWidget *GeneralSettingsView::makeWhose()
     return row;
 }
 
+Card *GeneralSettingsView::makeFailures()
+{
+    auto *card = new Card;
+    card->addRow(m_ignoreMended);
+    card->addRow(explanation(Texts::ignoreMendedHelp()));
+    return card;
+}
+
 Card *GeneralSettingsView::makeStartup()
 {
     auto *card = new Card;
@@ -151,6 +163,7 @@ void GeneralSettingsView::connectControls()
     connectKind(m_waiting, DeploymentNotificationKind::Waiting);
     connect(m_whose, &QComboBox::activated, this,
         [this](int choice) { m_settings->setNotifiesOnlyMine(choice == kOnlyMine); });
+    connect(m_ignoreMended, &SwitchControl::clicked, m_settings, &GeneralSettingsStore::setIgnoresMendedFailures);
     connect(m_launchAtLogin, &SwitchControl::clicked, this, [this](bool enabled) {
         // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): it takes the captured view for null
         launch(switchLaunchAtLogin(this, m_settings, enabled), "Switching the start at login");
@@ -177,6 +190,7 @@ void GeneralSettingsView::showSettings()
     m_successes->setChecked(m_settings->successNotificationsEnabled());
     m_waiting->setChecked(m_settings->notificationsEnabled(DeploymentNotificationKind::Waiting));
     m_whose->setCurrentIndex(m_settings->notifiesOnlyMine() ? kOnlyMine : kEverybodys);
+    m_ignoreMended->setChecked(m_settings->ignoresMendedFailures());
     m_launchAtLogin->setChecked(m_settings->launchAtLoginEnabled());
     const bool needsPermission = m_settings->notificationsRequireSystemPermission();
     m_openSettings->setVisible(needsPermission);

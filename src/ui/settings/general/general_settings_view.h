@@ -41,6 +41,7 @@ private:
     [[nodiscard]] QWidget *makeContent();
     [[nodiscard]] Card *makeNotifications();
     [[nodiscard]] QWidget *makeWhose();
+    [[nodiscard]] Card *makeFailures();
     [[nodiscard]] Card *makeStartup();
     void connectControls();
     void showSettings();
@@ -56,6 +57,7 @@ private:
     SwitchControl *m_successes;
     SwitchControl *m_waiting;
     QComboBox *m_whose; ///< whose deployments are announced: everybody's, or only the user's
+    SwitchControl *m_ignoreMended;
     SwitchControl *m_launchAtLogin;
     QPushButton *m_openSettings;
     TextLabel *m_openFailure; ///< why the desktop's page cannot be opened
