@@ -42,7 +42,7 @@ _velmora() {
       esac
       ;;
     # Names come from GitHub, too.
-    --include | --exclude | --environment | --commit | --timeout) ;;
+    --include | --exclude | --dismiss | --restore | --environment | --commit | --timeout) ;;
     *)
       case $(_velmora_command "${COMP_WORDS[@]:1:COMP_CWORD-1}") in
         '')
@@ -57,7 +57,7 @@ _velmora() {
         installations) options+=' --json --enable --disable' ;;
         repositories) options+=' --json --include --exclude --all --none --refresh' ;;
         notifications) options+=' --json --enable --disable --everybody --mine' ;;
-        failures) options+=' --json --ignore-mended --count-mended' ;;
+        failures) options+=' --json --dismiss --restore --dismiss-all --restore-all --ignore-mended --count-mended' ;;
         watch) options+=' --once --json --quiet' ;;
         wait) options+=' --json --environment --commit --timeout' ;;
         status) options+=' --json --format --follow' ;;

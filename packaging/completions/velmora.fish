@@ -96,6 +96,14 @@ complete --command velmora --condition '__velmora_in_command notifications' --lo
 complete --command velmora --condition '__velmora_in_command notifications' --long-option mine \
     --description 'Notify only about deployments that you started'
 
+complete --command velmora --condition '__velmora_in_command failures' --long-option dismiss --exclusive \
+    --description 'Do not count this failure'
+complete --command velmora --condition '__velmora_in_command failures' --long-option restore --exclusive \
+    --description 'Count this failure again'
+complete --command velmora --condition '__velmora_in_command failures' --long-option dismiss-all \
+    --description 'Count no failure'
+complete --command velmora --condition '__velmora_in_command failures' --long-option restore-all \
+    --description 'Count every failure'
 complete --command velmora --condition '__velmora_in_command failures' --long-option ignore-mended \
     --description 'Mended failures no longer count'
 complete --command velmora --condition '__velmora_in_command failures' --long-option count-mended \

@@ -173,6 +173,14 @@ private:
         CLI::App *app
             = addCommand(m_app, "failures", "List the failures, and choose which of them count", Command::Failures);
         addJSON(app);
+        addNames(app, "--dismiss", m_line.dismiss, "NAME",
+            "Do not count this failure: its id, owner/name:environment, or owner/name");
+        addNames(app, "--restore", m_line.restore, "NAME", "Count this failure again");
+        auto *all = app->add_flag("--dismiss-all", m_line.isAll, "Count no failure, before --restore is applied");
+        auto *none = app->add_flag("--restore-all", m_line.isNone, "Count every failure, before --dismiss is applied");
+        all->excludes(none);
+        all->excludes("--dismiss");
+        none->excludes("--restore");
         const auto choose = [this](bool isIgnoring) {
             return [this, isIgnoring] {
                 m_line.ignoresMended = isIgnoring;
@@ -287,6 +295,8 @@ private:
             return QStringLiteral("%1 is both enabled and disabled.\n").arg(key);
         if (const QString name = common(m_line.include, m_line.exclude); !name.isEmpty())
             return QStringLiteral("%1 is both included and excluded.\n").arg(name);
+        if (const QString name = common(m_line.dismiss, m_line.restore); !name.isEmpty())
+            return QStringLiteral("%1 is both dismissed and restored.\n").arg(name);
         return QString();
     }
 

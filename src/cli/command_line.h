@@ -60,6 +60,8 @@ struct CommandLine {
     bool isAll = false;
     bool isNone = false;
     std::optional<bool> onlyMine; ///< whose deployments are announced from now on; absent: as before
+    QStringList dismiss;
+    QStringList restore;
     std::optional<bool> ignoresMended; ///< whether mended failures count no longer; absent: as before
     QString login;
     QString format; ///< the format of the line for a bar; empty for none

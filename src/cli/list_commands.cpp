@@ -173,7 +173,9 @@ QCoro::Task<ExitCode> runNotifications(CommandContext context, CommandLine line)
 
 QCoro::Task<ExitCode> runFailures(CommandContext context, CommandLine line)
 {
-    const FailureSwitches switches{line.ignoresMended};
+    FailureSwitches switches{line.ignoresMended, {std::nullopt, line.dismiss, line.restore}};
+    if (line.isAll || line.isNone)
+        switches.dismissed.all = line.isAll;
     const FailuresAnswer answer = co_await context.control->failures(switches, context.stop);
     if (!answer.refusal.isEmpty())
         context.err->writeLine(answer.refusal);

@@ -48,6 +48,12 @@ std::optional<Instant> mendedAt(const PrintedDeployment &deployment)
     return mending ? std::optional(mending->at) : std::nullopt;
 }
 
+/// Written only where it is.
+std::optional<bool> dismissed(const PrintedDeployment &deployment)
+{
+    return deployment.mark.isDismissed ? std::optional(true) : std::nullopt;
+}
+
 /// Written only where it does not.
 std::optional<bool> counted(const PrintedDeployment &deployment)
 {
@@ -83,7 +89,8 @@ struct JSONTable<PrintedDeployment> {
             JSONTable<DeploymentSnapshot>::fields);
     static constexpr auto fields = std::tuple_cat(saved,
         std::tuple{json::computed("elapsedSeconds", &elapsedSeconds), json::computed("mendedBy", &mendedBy),
-            json::computed("mendedAt", &mendedAt), json::computed("counted", &counted)});
+            json::computed("mendedAt", &mendedAt), json::computed("dismissed", &dismissed),
+            json::computed("counted", &counted)});
 };
 
 template <>

@@ -86,4 +86,24 @@ Choices chooseRepositories(const QStringList &names, const QList<RepositoryRecor
     return choose(names, QStringLiteral("repository"), candidates, QString());
 }
 
+Choices chooseFailures(const QStringList &names, const DeploymentList &failures)
+{
+    QList<Candidate> candidates;
+    QMultiHash<QString, QString> byName;
+    for (const DeploymentSnapshot &failure : failures) {
+        const QString place = failure.repositoryName + QLatin1Char(':') + failure.environment;
+        candidates.append({failure.id, place, place});
+        for (const QString &name : {failure.id, failure.repositoryName, place})
+            byName.insert(name.toCaseFolded(), failure.id);
+    }
+    Choices choices;
+    for (const QString &name : names) {
+        const QStringList named = byName.values(name.toCaseFolded());
+        if (named.isEmpty())
+            return {{}, unknownText(QStringLiteral("failure"), name, candidates)};
+        choices.ids.unite(QSet<QString>(named.begin(), named.end()));
+    }
+    return choices;
+}
+
 } // namespace velmora

@@ -3,6 +3,7 @@
 
 #include "github/repository_record.h"
 #include "installations/installation_record.h"
+#include "model/shared_deployment.h"
 
 #include <QList>
 #include <QSet>
@@ -13,18 +14,21 @@ namespace velmora
 
 /// The records that names on the command line refer to.
 struct Choices {
-    QSet<QString> ids; ///< the keys of the installations, or the node ids of the repositories
+    QSet<QString> ids; ///< the keys of the installations, or the node ids of the repositories or deployments
     QString error; ///< why the first unknown or ambiguous name was refused, with the known names; empty on success
 
     friend bool operator==(const Choices &, const Choices &) = default;
 };
 
-// Both take time proportional to the number of names plus that of records.
+// All take time proportional to the number of names plus that of records.
 
 /// A key is that of an installation, or the login of its account if only one installation is on that account.
 [[nodiscard]] Choices chooseInstallations(const QStringList &keys, const QList<InstallationRecord> &installations);
 
 /// A name is "owner/name", ignoring case, or a node id.
 [[nodiscard]] Choices chooseRepositories(const QStringList &names, const QList<RepositoryRecord> &repositories);
+
+/// A name is "owner/name" or "owner/name:environment", ignoring case, for all failures there, or the id of one.
+[[nodiscard]] Choices chooseFailures(const QStringList &names, const DeploymentList &failures);
 
 } // namespace velmora

@@ -30,8 +30,8 @@ public:
     [[nodiscard]] virtual QCoro::Task<NotificationsAnswer> notifications(
         NotificationSwitches switches, std::stop_token stop)
         = 0;
-    /// Changes which failures count, and lists those on show; where nothing was loaded yet, those that were saved. Asks
-    /// GitHub for nothing.
+    /// Changes which failures count, nothing if a name is unknown, and lists those on show; where nothing was loaded
+    /// yet, those that were saved. Asks GitHub for nothing.
     [[nodiscard]] virtual QCoro::Task<FailuresAnswer> failures(FailureSwitches switches, std::stop_token stop) = 0;
     /// Loads installations and deployments from GitHub, once and completely.
     [[nodiscard]] virtual QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) = 0;

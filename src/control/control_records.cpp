@@ -13,14 +13,15 @@ struct MarkedFailure {
     std::optional<QString> mendedBy;
     std::optional<Instant> mendedAt;
     std::optional<bool> counted; ///< absent: it counts
+    std::optional<bool> dismissed; ///< absent: it is not
 };
 
 template <>
 struct JSONTable<MarkedFailure> {
     using Record = MarkedFailure;
-    static constexpr auto fields
-        = std::tuple{json::required("id", &Record::id), json::optional("mendedBy", &Record::mendedBy),
-            json::optional("mendedAt", &Record::mendedAt), json::optional("counted", &Record::counted)};
+    static constexpr auto fields = std::tuple{json::required("id", &Record::id),
+        json::optional("mendedBy", &Record::mendedBy), json::optional("mendedAt", &Record::mendedAt),
+        json::optional("counted", &Record::counted), json::optional("dismissed", &Record::dismissed)};
 };
 
 namespace json
@@ -38,17 +39,23 @@ struct Codec<FailureMarks> {
             if (failure.mendedBy && failure.mendedAt)
                 mark.mending = Mending{*failure.mendedBy, *failure.mendedAt};
             mark.isCounted = failure.counted.value_or(true);
+            mark.isDismissed = failure.dismissed.value_or(false);
         }
     }
     static void encode(Writer &writer, const FailureMarks &marks)
     {
         QList<MarkedFailure> failures;
         for (auto mark = marks.begin(); mark != marks.end(); ++mark) {
-            MarkedFailure failure{mark.key(), {}, {}, mark->isCounted ? std::nullopt : std::optional(false)};
+            MarkedFailure failure;
+            failure.id = mark.key();
             if (mark->mending) {
                 failure.mendedBy = mark->mending->by;
                 failure.mendedAt = mark->mending->at;
             }
+            if (!mark->isCounted)
+                failure.counted = false;
+            if (mark->isDismissed)
+                failure.dismissed = true;
             failures.append(failure);
         }
         Codec<QList<MarkedFailure>>::encode(writer, failures);

@@ -25,7 +25,7 @@ inline constexpr qsizetype kMostNames = 10'000;
 /// Which records to switch before they are listed. An installation is named by its key or account, a repository as
 /// owner/name.
 struct Switches {
-    std::optional<bool> all; ///< of repositories only: switches every one, before the named ones
+    std::optional<bool> all; ///< of repositories and failures only: switches every one, before the named ones
     QStringList on;
     QStringList off;
 
@@ -144,11 +144,13 @@ struct NotificationsAnswer {
     friend bool operator==(const NotificationsAnswer &, const NotificationsAnswer &) = default;
 };
 
-/// What to change about failures before they are listed.
+/// What to change about failures before they are listed. A failure is named by the id of its deployment; owner/name and
+/// owner/name:environment name all that are there.
 struct FailureSwitches {
     std::optional<bool> ignoresMended;
+    Switches dismissed;
 
-    [[nodiscard]] bool areNone() const { return !ignoresMended; }
+    [[nodiscard]] bool areNone() const { return !ignoresMended && dismissed.areNone(); }
 
     friend bool operator==(const FailureSwitches &, const FailureSwitches &) = default;
 };

@@ -52,6 +52,16 @@ QString tooManyText()
     return QStringLiteral("At most %1 names can be given at once.").arg(kMostNames);
 }
 
+bool isNoWord(const QString &all)
+{
+    return !all.isEmpty() && all != QLatin1String("all") && all != QLatin1String("none");
+}
+
+QString noWordText(const QString &all)
+{
+    return QStringLiteral("“%1” is neither “all” nor “none”.").arg(all);
+}
+
 /// The caller may have left before the watcher was set up.
 QCoro::Task<> stopUnlessPresent(QDBusConnection bus, QString caller, std::stop_source stop)
 {
@@ -129,8 +139,8 @@ QString ControlService::Installations(
 QString ControlService::Repositories(
     const QString &all, const QStringList &include, const QStringList &exclude, const QDBusMessage &message)
 {
-    if (!all.isEmpty() && all != QLatin1String("all") && all != QLatin1String("none"))
-        return refuse(message, QStringLiteral("“%1” is neither “all” nor “none”.").arg(all));
+    if (isNoWord(all))
+        return refuse(message, noWordText(all));
     Switches switches{std::nullopt, include, exclude};
     if (areTooMany(switches))
         return refuse(message, tooManyText());
@@ -153,12 +163,19 @@ QString ControlService::Notifications(
     return answer(message, Duration::Open, asking(&Control::notifications, switches));
 }
 
-QString ControlService::Failures(const QString &mended, const QDBusMessage &message)
+QString ControlService::Failures(const QString &all, const QStringList &dismiss, const QStringList &restore,
+    const QString &mended, const QDBusMessage &message)
 {
+    if (isNoWord(all))
+        return refuse(message, noWordText(all));
     const QString ignore = QString::fromUtf16(kIgnore);
     if (!mended.isEmpty() && mended != ignore && mended != QString::fromUtf16(kCount))
         return refuse(message, QStringLiteral("“%1” is neither “count” nor “ignore”.").arg(mended));
-    FailureSwitches switches;
+    FailureSwitches switches{std::nullopt, {std::nullopt, dismiss, restore}};
+    if (areTooMany(switches.dismissed))
+        return refuse(message, tooManyText());
+    if (!all.isEmpty())
+        switches.dismissed.all = all == QLatin1String("all");
     if (!mended.isEmpty())
         switches.ignoresMended = mended == ignore;
     return answer(message, Duration::Open, asking(&Control::failures, switches));

@@ -52,8 +52,9 @@ public Q_SLOTS: // NOLINT(readability-redundant-access-specifiers)
     /// `whose` is "everybody", "mine" or empty.
     QString Notifications(
         const QStringList &enable, const QStringList &disable, const QString &whose, const QDBusMessage &message);
-    /// `mended` is "count", "ignore" or empty.
-    QString Failures(const QString &mended, const QDBusMessage &message);
+    /// `all` is "all", "none" or empty, `mended` "count", "ignore" or empty.
+    QString Failures(const QString &all, const QStringList &dismiss, const QStringList &restore, const QString &mended,
+        const QDBusMessage &message);
     /// Answers when everything has been loaded.
     QString Refresh(const QDBusMessage &message);
     /// Answers with a MonitorReport.

@@ -41,6 +41,12 @@ std::optional<QString> nothingIfEmpty(const QString &text)
     return text.isEmpty() ? std::nullopt : std::optional(text);
 }
 
+DeploymentList failuresIn(DeploymentList deployments)
+{
+    deployments.removeIf([](const SharedDeployment &deployment) { return !isFailure(deployment.state()); });
+    return deployments;
+}
+
 QCoro::Task<std::optional<QString>> whyChangeIsLost(Preferences *preferences, std::stop_token stop)
 {
     const QString reason = co_await whyNotSaved(preferences, stop);
@@ -293,18 +299,38 @@ QCoro::Task<FailuresAnswer> LocalControl::failures(FailureSwitches switches, std
     throwIfStopped(stop);
     if (!self)
         throw CancellationError();
-    if (switches.ignoresMended)
-        m_stores.settings->setIgnoresMendedFailures(*switches.ignoresMended);
     FailuresAnswer answer;
+    answer.refusal = choose(switches);
     if (!switches.areNone())
         answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
     if (!self)
         throw CancellationError();
     answer.ignoresMended = m_stores.settings->ignoresMendedFailures();
-    answer.deployments = monitor->deployments();
-    answer.deployments.removeIf([](const SharedDeployment &deployment) { return !isFailure(deployment.state()); });
+    answer.deployments = failuresIn(monitor->deployments());
     answer.marks = monitor->marks();
     co_return answer;
+}
+
+/// Returns why a name was refused, in which case nothing is changed.
+QString LocalControl::choose(const FailureSwitches &switches)
+{
+    const DeploymentList failures = failuresIn(m_stores.monitor->deployments());
+    const Choices dismissed = chooseFailures(switches.dismissed.on, failures);
+    const Choices restored = chooseFailures(switches.dismissed.off, failures);
+    const QString refusal = dismissed.error.isEmpty() ? restored.error : dismissed.error;
+    if (!refusal.isEmpty())
+        return refusal;
+    if (switches.ignoresMended)
+        m_stores.settings->setIgnoresMendedFailures(*switches.ignoresMended);
+    if (switches.dismissed.all) {
+        QSet<QString> all;
+        for (const DeploymentSnapshot &failure : failures)
+            all.insert(failure.id);
+        m_stores.monitor->setDismissed(all, *switches.dismissed.all);
+    }
+    m_stores.monitor->setDismissed(dismissed.ids, true);
+    m_stores.monitor->setDismissed(restored.ids, false);
+    return QString();
 }
 
 QCoro::Task<LoadingAnswer> LocalControl::refresh(std::stop_token stop)

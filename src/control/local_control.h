@@ -32,6 +32,7 @@ public:
 
 private:
     QCoro::Task<LoadingAnswer> loadInstallations(std::stop_token stop);
+    [[nodiscard]] QString choose(const FailureSwitches &switches);
     [[nodiscard]] QString hint() const;
     [[nodiscard]] const WebAddress &installationURL() const;
     [[nodiscard]] LoadingAnswer refreshed() const;

@@ -229,7 +229,8 @@ QCoro::Task<FailuresAnswer> RemoteControl::failures(FailureSwitches switches, st
     QString mended;
     if (switches.ignoresMended)
         mended = QString::fromUtf16(*switches.ignoresMended ? kIgnore : kCount);
-    return decoded<FailuresAnswer>(callForLong(QStringLiteral("Failures"), {mended}, stop));
+    return decoded<FailuresAnswer>(callForLong(QStringLiteral("Failures"),
+        {wordFor(switches.dismissed.all), switches.dismissed.on, switches.dismissed.off, mended}, stop));
 }
 
 QCoro::Task<LoadingAnswer> RemoteControl::refresh(std::stop_token stop)

@@ -105,6 +105,10 @@ public:
     void hold() { m_loop.hold(); }
     void release() { m_loop.release(); }
 
+    /// Dismisses the failures on show with these ids: they count no longer until their state changes. Or counts them
+    /// again.
+    void setDismissed(const QSet<QString> &ids, bool isDismissed) { m_shown.setDismissed(ids, isDismissed); }
+
     /// Fills the list from the cache, the first time that it is called. Waits for a running refresh first.
     [[nodiscard]] QCoro::Task<> loadCache();
 

@@ -48,10 +48,12 @@ FailureMarks stillMended(const FailureMarks &before, const Failures &failures)
 {
     FailureMarks marks;
     for (auto mark = before.begin(); mark != before.end(); ++mark) {
+        if (!mark->mending)
+            continue;
         const auto failure = failures.updatedAt.constFind(mark.key());
         const bool isListed = failure != failures.updatedAt.constEnd();
         if (isListed && mark->mending->at >= *failure && !failures.updatedAt.contains(mark->mending->by))
-            marks.insert(mark.key(), *mark);
+            marks[mark.key()].mending = mark->mending;
     }
     return marks;
 }
@@ -72,6 +74,18 @@ void markMended(const DeploymentList &deployments, const Failures &failures, Fai
     }
 }
 
+void markDismissed(const Failures &failures, const QSet<QString> &dismissed, FailureMarks &marks)
+{
+    if (dismissed.isEmpty())
+        return;
+    for (const DeploymentList &sharing : failures.byPlace) {
+        for (const DeploymentSnapshot &failure : sharing) {
+            if (dismissed.contains(resultKey(failure)))
+                marks[failure.id].isDismissed = true;
+        }
+    }
+}
+
 } // namespace
 
 FailureMarks failureMarks(const DeploymentList &deployments, const FailureMarks &before, const FailureChoices &choices)
@@ -81,8 +95,9 @@ FailureMarks failureMarks(const DeploymentList &deployments, const FailureMarks 
         return {};
     FailureMarks marks = stillMended(before, failures);
     markMended(deployments, failures, marks);
+    markDismissed(failures, choices.dismissed, marks);
     for (FailureMark &mark : marks)
-        mark.isCounted = !choices.ignoresMended;
+        mark.isCounted = !mark.isDismissed && !(mark.mending && choices.ignoresMended);
     return marks;
 }
 

@@ -4,6 +4,7 @@
 #include "model/shared_deployment.h"
 
 #include <QMap>
+#include <QSet>
 #include <QString>
 
 #include <optional>
@@ -24,6 +25,7 @@ struct Mending {
 struct FailureMark {
     std::optional<Mending> mending; ///< the first that is known
     bool isCounted = true; ///< by the item, the bars and the title of its section
+    bool isDismissed = false; ///< by the user, in its present state
 
     friend bool operator==(const FailureMark &, const FailureMark &) = default;
 };
@@ -31,6 +33,7 @@ struct FailureMark {
 /// What the user has chosen about failures.
 struct FailureChoices {
     bool ignoresMended = false; ///< what is mended does not count
+    QSet<QString> dismissed; ///< by their resultKey(); these do not count either
 
     friend bool operator==(const FailureChoices &, const FailureChoices &) = default;
 };

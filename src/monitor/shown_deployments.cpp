@@ -13,7 +13,7 @@ namespace velmora
 {
 
 ShownDeployments::ShownDeployments(
-    const FetchOutcomes *outcomes, const Clock *clock, const Preferences *defaults, QObject *parent)
+    const FetchOutcomes *outcomes, const Clock *clock, Preferences *defaults, QObject *parent)
     : QObject(parent)
     , m_outcomes(outcomes)
     , m_clock(clock)
@@ -177,8 +177,21 @@ void ShownDeployments::publish(Published published)
         published.marks = failureMarks(published.deployments, m_published.marks, m_choices);
     if (published == m_published)
         return;
+    const bool isOtherList = !published.deployments.isSharedWith(m_published.deployments);
     m_published = std::move(published);
+    if (isOtherList && !m_choices.dismissed.isEmpty())
+        forgetChanged(m_defaults, deployments());
     Q_EMIT changed();
+}
+
+void ShownDeployments::setDismissed(const QSet<QString> &ids, bool isDismissed)
+{
+    DeploymentList failures;
+    for (const SharedDeployment &deployment : deployments()) {
+        if (isFailure(deployment.state()) && ids.contains(deployment->id))
+            failures.append(deployment);
+    }
+    velmora::setDismissed(m_defaults, failures, isDismissed, deployments(), m_clock->now());
 }
 
 /// The choice may have been made by another process.

@@ -36,7 +36,7 @@ class ShownDeployments final : public QObject
 public:
     /// The pointers are not owned and outlive this object.
     ShownDeployments(
-        const FetchOutcomes *outcomes, const Clock *clock, const Preferences *defaults, QObject *parent = nullptr);
+        const FetchOutcomes *outcomes, const Clock *clock, Preferences *defaults, QObject *parent = nullptr);
 
     /// Unique, filtered, active ones first, newest first.
     [[nodiscard]] const DeploymentList &deployments() const { return m_published.deployments; }
@@ -59,6 +59,9 @@ public:
     void showFetched(const FetchedDeployments &fetched, const RefreshContext &context);
     /// Drops the deployments that no listed identity can reach.
     void dropUnreachable(const RefreshContext &context);
+
+    /// Dismisses the listed failures with these ids until their state changes, or counts them again.
+    void setDismissed(const QSet<QString> &ids, bool isDismissed);
 
 Q_SIGNALS:
     /// Any of it changed.
@@ -101,7 +104,7 @@ private:
 
     const FetchOutcomes *m_outcomes;
     const Clock *m_clock;
-    const Preferences *m_defaults;
+    Preferences *m_defaults;
     FailureChoices m_choices;
     Published m_published;
     QHash<RefreshScope, LastFetch> m_lastFetches; ///< a full fetch follows several of active deployments

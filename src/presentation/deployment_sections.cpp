@@ -67,7 +67,12 @@ QString elapsedText(const DeploymentSnapshot &deployment, Instant now)
 
 QStringList markDetails(const FailureMark &mark, Instant now)
 {
-    return mark.mending ? QStringList(QStringLiteral("mended ") + relativeTime(mark.mending->at, now)) : QStringList();
+    QStringList details;
+    if (mark.mending)
+        details.append(QStringLiteral("mended ") + relativeTime(mark.mending->at, now));
+    if (mark.isDismissed)
+        details.append(QStringLiteral("dismissed"));
+    return details;
 }
 
 QStringList deploymentDetails(const DeploymentSnapshot &deployment, Instant now, const FailureMark &mark)

@@ -42,7 +42,7 @@ struct DeploymentSection {
 /// For how long the deployment has been under way, "for 3 minutes". Empty in its first second, and for a result.
 [[nodiscard]] QString elapsedText(const DeploymentSnapshot &deployment, Instant now);
 
-/// What the mark of a failure says, "mended 20 minutes ago". Empty if it says nothing.
+/// What the mark of a failure says, "mended 20 minutes ago" and "dismissed". Empty if it says nothing.
 [[nodiscard]] QStringList markDetails(const FailureMark &mark, Instant now);
 
 /// The parts of a deployment's second line: the revision, for how long it has been under way if it is, the time since

@@ -176,4 +176,22 @@ QList<RowAction> rowActions(const DeploymentSnapshot &deployment)
     return actions;
 }
 
+std::optional<RowAction> dismissal(const DeploymentSnapshot &deployment, const FailureMark &mark)
+{
+    if (!isFailure(deployment.state))
+        return std::nullopt;
+    return mark.isDismissed ? RowAction{RowActionKind::Restore, QStringLiteral("Restore")}
+                            : RowAction{RowActionKind::Dismiss, QStringLiteral("Dismiss")};
+}
+
+QString dismissAllText()
+{
+    return QStringLiteral("Dismiss all");
+}
+
+QString dismissalKey()
+{
+    return QStringLiteral("Delete dismisses the failure.");
+}
+
 } // namespace velmora

@@ -56,6 +56,8 @@ enum class RowActionKind {
     CopyCommit,
     CopyDetailsLink,
     CopyEnvironmentLink,
+    Dismiss,
+    Restore,
 };
 struct RowAction {
     RowActionKind kind;
@@ -66,5 +68,11 @@ struct RowAction {
 
 /// The actions of the context menu of a row, in their order.
 [[nodiscard]] QList<RowAction> rowActions(const DeploymentSnapshot &deployment);
+/// The last of them: dismisses a failure, or takes that back. Nothing for what is no failure.
+[[nodiscard]] std::optional<RowAction> dismissal(const DeploymentSnapshot &deployment, const FailureMark &mark);
+/// The action on all failures, in the title of their section.
+[[nodiscard]] QString dismissAllText();
+/// What the key for a dismissal does, in words.
+[[nodiscard]] QString dismissalKey();
 
 } // namespace velmora

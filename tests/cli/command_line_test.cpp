@@ -144,6 +144,15 @@ private Q_SLOTS:
         QCOMPARE(parse("failures --ignore-mended").commandLine->ignoresMended, std::optional(true));
         QCOMPARE(parse("failures --count-mended").commandLine->ignoresMended, std::optional(false));
         QCOMPARE(parse("failures --count-mended --ignore-mended").exitCode, ExitCode::WrongUsage);
+        const auto named = parse("failures --restore-all --dismiss a/b --dismiss c/d:e").commandLine;
+        QVERIFY(named && named->isNone && !named->isAll && named->restore.isEmpty());
+        QCOMPARE(named->dismiss, (QStringList{QStringLiteral("a/b"), QStringLiteral("c/d:e")}));
+        const auto all = parse("failures --dismiss-all --restore a/b").commandLine;
+        QVERIFY(all && all->isAll && !all->isNone);
+        QCOMPARE(all->restore, QStringList{QStringLiteral("a/b")});
+        for (const char *wrong : {"failures --dismiss-all --restore-all", "failures --dismiss-all --dismiss a/b",
+                 "failures --restore-all --restore a/b", "failures --dismiss a/b --restore A/b"})
+            QCOMPARE(parse(wrong).exitCode, ExitCode::WrongUsage);
     }
 
     void namesAreTakenOneByOneAndRepeatedly()

@@ -102,6 +102,8 @@ private Q_SLOTS:
         QVERIFY(jsonLine(failed, noon(), ready.marks.value(failed.id)).endsWith(mended));
         ready.marks[failed.id].isCounted = false;
         QVERIFY(jsonLine(ready, noon()).contains(json("'mendedAt':'2026-05-01T11:58:00Z','counted':false}")));
+        ready.marks[failed.id] = FailureMark{std::nullopt, false, true};
+        QVERIFY(jsonLine(ready, noon()).contains(json("'dismissed':true,'counted':false}")));
     }
 
     void failuresArePrintedAsTheReportPrintsThem()

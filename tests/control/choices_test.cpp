@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "control/choices.h"
 
+#include "support/builders.h"
 #include "support/test_main.h"
 
 #include <QTest>
 
 using namespace velmora;
+using namespace velmora::testing;
 
 class ChoicesTest : public QObject
 {
@@ -46,7 +48,34 @@ private:
 
     static QSet<QString> ids(const char *only) { return {QString::fromUtf8(only)}; }
 
+    static DeploymentSnapshot failure(const char *id, const char *repository, const char *environment)
+    {
+        DeploymentSnapshot failure = makeSnapshot(QString::fromUtf8(id), DeploymentState::Failure, noon());
+        failure.repositoryName = QString::fromUtf8(repository);
+        failure.environment = QString::fromUtf8(environment);
+        return failure;
+    }
+
 private Q_SLOTS:
+    void aFailureIsNamedByItsIdItsPlaceOrItsRepository()
+    {
+        const DeploymentList failures{failure("D_1", "acme/web", "production"), failure("D_2", "acme/web", "a:b"),
+            failure("D_3", "acme/api", "production"), failure("D_4", "acme/web", "production")};
+        const auto named = [&](const QStringList &names) {
+            return chooseFailures(names, failures).ids;
+        };
+        QCOMPARE(named({QStringLiteral("D_1")}), ids("D_1"));
+        QCOMPARE(named({QStringLiteral("ACME/web:a:B")}), ids("D_2"));
+        QCOMPARE(named({QStringLiteral("acme/web:production")}), ids("D_1") + ids("D_4"));
+        QCOMPARE(named({QStringLiteral("acme/web"), QStringLiteral("D_3")}).size(), 4);
+        QVERIFY(named({}).isEmpty());
+        const Choices unknown = chooseFailures({QStringLiteral("D_3"), QStringLiteral("acme/tea")}, failures);
+        QVERIFY(unknown.ids.isEmpty());
+        QVERIFY2(
+            unknown.error.startsWith(QStringLiteral("There is no failure acme/tea. There is: acme/web:production")),
+            qPrintable(unknown.error));
+    }
+
     void anInstallationIsNamedByItsKey() { QCOMPARE(chooseOne("2:10").ids, ids("2:10")); }
 
     void anInstallationIsNamedByItsAccountWhereThereIsOneOnly() { QCOMPARE(chooseOne("ZED").ids, ids("1:11")); }

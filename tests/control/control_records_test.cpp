@@ -65,7 +65,8 @@ MonitorReport fullReport(const State &state)
     report.deployments = {makeSnapshot(QStringLiteral("D_1"), DeploymentState::InProgress, noon() + 7us),
         makeSnapshot(QStringLiteral("D_2"), DeploymentState::Failure, noon())};
     report.marks = {{QStringLiteral("D_2"), FailureMark{Mending{QStringLiteral("D_3"), noon() + 9us}}},
-        {QStringLiteral("D_4"), FailureMark{std::nullopt, false}}};
+        {QStringLiteral("D_4"), FailureMark{std::nullopt, false}},
+        {QStringLiteral("D_5"), FailureMark{std::nullopt, false, true}}};
     change(report.deployments.first(), [](DeploymentSnapshot &deployment) {
         deployment.statusDescription = QStringLiteral("");
         deployment.logURL = WebAddress(QStringLiteral("https://ci.example/1"));

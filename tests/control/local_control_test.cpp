@@ -296,8 +296,8 @@ private Q_SLOTS:
 
     void failuresAreListedAsTheyWereSeenLast()
     {
-        f->cache.payload = {{makeSnapshot(text("s"), DeploymentState::Success, noon()),
-                                makeSnapshot(text("f"), DeploymentState::Failure, noon() - 1min)},
+        f->cache.payload = DeploymentCachePayload{{makeSnapshot(text("s"), DeploymentState::Success, noon()),
+                                                      makeSnapshot(text("f"), DeploymentState::Failure, noon() - 1min)},
             noon()};
         build();
         const auto listed = awaitValue(m_control->failures({}, {}));
@@ -306,11 +306,34 @@ private Q_SLOTS:
         QCOMPARE(listed.marks, (FailureMarks{{text("f"), FailureMark{Mending{text("s"), noon()}, true}}}));
         QVERIFY(!listed.ignoresMended && !listed.unsaved);
         QVERIFY(f->github.restRequests.isEmpty() && f->github.queries.isEmpty());
-        const auto switched = awaitValue(m_control->failures({true}, {}));
+        const auto switched = awaitValue(m_control->failures({true, {}}, {}));
         QVERIFY(switched.ignoresMended);
         QCOMPARE(uncounted(switched.marks), 1);
         QVERIFY(m_settings->ignoresMendedFailures());
         QCOMPARE(report().marks, switched.marks);
+    }
+
+    void failuresAreDismissedBeforeTheyAreListed()
+    {
+        f->cache.payload = DeploymentCachePayload{{makeSnapshot(text("f"), DeploymentState::Failure, noon()),
+                                                      makeSnapshot(text("g"), DeploymentState::Error, noon() - 1min)},
+            noon()};
+        build();
+        const auto after = [this](const Switches &dismissed) {
+            return awaitValue(m_control->failures({std::nullopt, dismissed}, {}));
+        };
+        const auto one = after({std::nullopt, {text("f")}, {}});
+        QCOMPARE(one.refusal, QString());
+        QCOMPARE(one.deployments.size(), 2);
+        QCOMPARE(one.marks, (FailureMarks{{text("f"), FailureMark{std::nullopt, false, true}}}));
+        const auto refused = awaitValue(m_control->failures({true, {std::nullopt, {text("g"), text("tea")}, {}}}, {}));
+        QVERIFY2(refused.refusal.startsWith(text("There is no failure tea. ")), qPrintable(refused.refusal));
+        QCOMPARE(refused.marks, one.marks);
+        QVERIFY(!refused.ignoresMended);
+        QCOMPARE(uncounted(after({true, {}, {text("g")}}).marks), 1);
+        QCOMPARE(uncounted(after({true, {}, {}}).marks), 2);
+        QCOMPARE(report().marks.size(), 2);
+        QCOMPARE(uncounted(after({false, {}, {}}).marks), 0);
     }
 
     void installationsAreSwitchedBeforeTheyAreListed()

@@ -171,8 +171,9 @@ private Q_SLOTS:
             QCOMPARE(control.notificationSwitches, kinds);
         }
         for (const std::optional<bool> ignores : {std::optional<bool>(), std::optional(true), std::optional(false)}) {
-            QCOMPARE(awaitValue(m_remote->failures({ignores}, {})), control.failuresAnswer);
-            QCOMPARE(control.failureSwitches, FailureSwitches{ignores});
+            const Switches names{ignores, {QStringLiteral("a/b")}, {QStringLiteral("D"), QStringLiteral("ö")}};
+            QCOMPARE(awaitValue(m_remote->failures({ignores, names}, {})), control.failuresAnswer);
+            QCOMPARE(control.failureSwitches, (FailureSwitches{ignores, names}));
         }
         QCOMPARE(awaitValue(m_remote->refresh({})), control.loading);
         QCOMPARE(awaitValue(m_remote->report({})), control.shown);
@@ -190,8 +191,11 @@ private Q_SLOTS:
             QStringLiteral("Notifications"), {QStringList(), QStringList(), QStringLiteral("theirs")});
         QVERIFY(whose.errorMessage().contains(QStringLiteral("“theirs”")));
         const QDBusMessage mended = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
-            QStringLiteral("Failures"), {QStringLiteral("forget")});
+            QStringLiteral("Failures"), {QString(), QStringList(), QStringList(), QStringLiteral("forget")});
         QVERIFY(mended.errorMessage().contains(QStringLiteral("“forget”")));
+        const QDBusMessage all = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
+            QStringLiteral("Failures"), {QStringLiteral("every"), QStringList(), QStringList(), QString()});
+        QVERIFY(all.errorMessage().contains(QStringLiteral("“every”")));
         QVERIFY(m_running->control.asked.isEmpty());
     }
 

@@ -104,11 +104,30 @@ private Q_SLOTS:
         const auto later = makeSnapshot(u"later"_s, DeploymentState::Failure, noon() + 6min);
         const DeploymentList list{later, success, m_failure};
         QCOMPARE(uncounted(marks(list, {})), 0);
-        const FailureMarks ignored = failureMarks(list, marks(list, {}), FailureChoices{true});
+        FailureChoices ignoring;
+        ignoring.ignoresMended = true;
+        const FailureMarks ignored = failureMarks(list, marks(list, {}), ignoring);
         QCOMPARE(uncounted(ignored), 1);
         QVERIFY(!ignored.value(u"f"_s).isCounted);
         QVERIFY(ignored.value(u"later"_s).isCounted);
         QCOMPARE(failureMarks(list, ignored, {}), marks(list, {}));
+    }
+
+    void aDismissedFailureDoesNotCountInTheStateInWhichItWasDismissed()
+    {
+        FailureChoices choices;
+        choices.dismissed = {u"f:failure"_s, u"s:success"_s, u"gone:failure"_s};
+        const auto success = makeSnapshot(u"s"_s, DeploymentState::Success, noon() - 5min);
+        const FailureMarks dismissed = failureMarks({m_failure, success}, {}, choices);
+        QCOMPARE(dismissed, (FailureMarks{{u"f"_s, FailureMark{std::nullopt, false, true}}}));
+        QCOMPARE(uncounted(dismissed), 1);
+        auto ended = m_failure;
+        ended.state = DeploymentState::Error;
+        QCOMPARE(failureMarks({ended, success}, dismissed, choices), FailureMarks());
+        const auto mending = makeSnapshot(u"s"_s, DeploymentState::Success, noon() + 5min);
+        QCOMPARE(failureMarks({mending, m_failure}, dismissed, choices),
+            (FailureMarks{{u"f"_s, FailureMark{Mending{u"s"_s, noon() + 5min}, false, true}}}));
+        QCOMPARE(failureMarks({m_failure}, dismissed, {}), FailureMarks());
     }
 
 private:

@@ -204,6 +204,26 @@ private Q_SLOTS:
         QCOMPARE(uncounted(m_shown->marks()), 0);
     }
 
+    void aDismissedFailureCountsAgainWhenItsStateHasChanged()
+    {
+        auto failure = makeSnapshot(u"f"_s, DeploymentState::Failure, noon() - 30min);
+        m_shown->showFetched(fetched({failure, m_web}), context());
+        const QSignalSpy changes(m_shown.get(), &ShownDeployments::changed);
+        m_shown->setDismissed({u"web"_s, u"unknown"_s}, true);
+        QCOMPARE(changes.count(), 0);
+        m_shown->setDismissed({u"f"_s}, true);
+        QCOMPARE(changes.count(), 1);
+        QCOMPARE(uncounted(m_shown->marks()), 1);
+        m_shown->setDismissed({u"f"_s}, false);
+        QCOMPARE(uncounted(m_shown->marks()), 0);
+        m_shown->setDismissed({u"f"_s}, true);
+        failure.state = DeploymentState::InProgress;
+        m_shown->showFetched(fetched({failure, m_web}), context());
+        failure.state = DeploymentState::Failure;
+        m_shown->showFetched(fetched({failure, m_web}), context());
+        QCOMPARE(m_shown->marks(), FailureMarks());
+    }
+
     void aThousandRandomFetchesShowTheListOfAFreshMerge()
     {
         const quint32 seed = QRandomGenerator::global()->generate();

@@ -97,6 +97,9 @@ private Q_SLOTS:
         QCOMPARE(nextDetailsChange(failure, noon() + 25min + 20s, mended), noon() + 26min);
         QCOMPARE(nextDetailsChange(failure, noon() + 25min + 5s, mended), noon() + 25min + 10s);
         QVERIFY(markDetails({}, noon()).isEmpty());
+        const FailureMark dismissed{mended.mending, false, true};
+        QCOMPARE(deploymentDetails(failure, noon() + 25min + 20s, dismissed),
+            expected + QStringList(QStringLiteral("dismissed")));
     }
 
     void aShortCommitIsShownWhole()

@@ -227,6 +227,18 @@ private Q_SLOTS:
         QVERIFY(rowKeys(snapshot).isEmpty());
     }
 
+    void onlyAFailureCanBeDismissed()
+    {
+        using enum RowActionKind;
+        QCOMPARE(dismissal(deployment(), {}), std::optional(RowAction{Dismiss, text("Dismiss")}));
+        QCOMPARE(dismissal(deployment(), FailureMark{std::nullopt, false}),
+            std::optional(RowAction{Dismiss, text("Dismiss")}));
+        QCOMPARE(dismissal(deployment(), FailureMark{std::nullopt, false, true}),
+            std::optional(RowAction{Restore, text("Restore")}));
+        for (const auto state : {DeploymentState::Success, DeploymentState::InProgress, DeploymentState::Unknown})
+            QVERIFY(!dismissal(makeSnapshot(text("a"), state, noon()), {}));
+    }
+
     void theMenuOffersWhatCanBeDone()
     {
         using enum RowActionKind;

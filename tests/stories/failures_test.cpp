@@ -57,8 +57,55 @@ private Q_SLOTS:
         QCOMPARE(story.program.app().monitor().marks(), marks);
     }
 
+    void aDismissedFailureIsQuietUntilItsStateChanges()
+    {
+        Story story;
+        const QString failure = somethingHasFailed(story);
+        dismissAll(story);
+        QCOMPARE(failed(story), 0);
+        QCOMPARE(story.program.shows(), QStringList(u"octo/web production failure"_s));
+        story.program.restarts();
+        QCOMPARE(failed(story), 0);
+        story.time.passes(kFullPoll);
+        QCOMPARE(failed(story), 0);
+        story.github.fails(story.github.deploys(u"octo/web"_s));
+        story.time.passes(kFullPoll);
+        QCOMPARE(failed(story), 1);
+        story.github.sets(failure, u"IN_PROGRESS"_s);
+        story.time.passes(kFullPoll);
+        story.github.fails(failure);
+        story.time.passes(kFullPoll);
+        QCOMPARE(failed(story), 2);
+    }
+
+    void aFailureThatIsGoneForAWhileStaysDismissed()
+    {
+        Story story;
+        somethingHasFailed(story);
+        dismissAll(story);
+        story.user.removes(u"octo"_s);
+        QCOMPARE(story.program.shows(), QStringList());
+        story.user.connects(u"octo"_s);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.program.shows(), QStringList(u"octo/web production failure"_s));
+        QCOMPARE(failed(story), 0);
+    }
+
+    void whatAnotherProgramDismissesIsFollowed()
+    {
+        Story story;
+        somethingHasFailed(story);
+        {
+            StoryProgram terminal(story.program);
+            const FailuresAnswer answer = awaitValue(terminal.control().failures({std::nullopt, {true, {}, {}}}, {}));
+            QCOMPARE(uncounted(answer.marks), 1);
+            terminal.comesToRest();
+        }
+        QVERIFY(waitUntil([&] { return failed(story) == 0; }));
+    }
+
 private:
-    static void somethingHasFailed(Story &story)
+    static QString somethingHasFailed(Story &story)
     {
         story.github.installs(u"octo"_s, {u"web"_s});
         story.user.connects(u"octo"_s);
@@ -66,6 +113,13 @@ private:
         story.time.passes(kFullPoll);
         story.github.fails(deployment);
         story.time.passes(kFullPoll);
+        return deployment;
+    }
+    static void dismissAll(Story &story)
+    {
+        const FailuresAnswer answer = awaitValue(story.program.control().failures({std::nullopt, {true, {}, {}}}, {}));
+        QCOMPARE(uncounted(answer.marks), answer.deployments.size());
+        story.program.comesToRest();
     }
 
     /// The failures that the item counts.
@@ -77,7 +131,7 @@ private:
     }
     static void choose(Story &story, bool ignoresMended)
     {
-        const FailuresAnswer answer = awaitValue(story.program.control().failures({ignoresMended}, {}));
+        const FailuresAnswer answer = awaitValue(story.program.control().failures({ignoresMended, {}}, {}));
         QCOMPARE(answer.ignoresMended, ignoresMended);
         story.program.comesToRest();
     }

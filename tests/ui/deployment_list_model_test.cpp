@@ -212,6 +212,12 @@ private Q_SLOTS:
             QStringLiteral("acme/web, production, failed, 0123456, 2 minutes ago"));
         QVERIFY(m_model->index(1).data(Qt::ToolTipRole).toString().contains(deployment.commitOID));
         QCOMPARE(m_model->index(1).data(Qt::AccessibleDescriptionRole),
+            QStringLiteral("Return opens the deployments page. Delete dismisses the failure."));
+        m_model->setDeployments({deployment}, {{deployment.id, FailureMark{std::nullopt, false, true}}});
+        QCOMPARE(m_model->index(0).data(Qt::AccessibleTextRole), QStringLiteral("Failed, 0"));
+        QCOMPARE(m_model->index(1).data(Qt::AccessibleTextRole),
+            QStringLiteral("acme/web, production, failed, 0123456, 2 minutes ago, dismissed"));
+        QCOMPARE(m_model->index(1).data(Qt::AccessibleDescriptionRole),
             QStringLiteral("Return opens the deployments page."));
         QVERIFY(m_model->data({}, Qt::DisplayRole).isNull());
     }

@@ -18,6 +18,7 @@
 #include <QPaintEvent>
 #include <QProxyStyle>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QTest>
 #include <QTextDocument>
 #include <QToolTip>
@@ -520,6 +521,79 @@ private Q_SLOTS:
         QCOMPARE(m_opener->opened, QStringList{text("https://shop.example/a")});
     }
 
+    // Dismissing
+
+    void theKeyDismissesTheCurrentFailureAndShiftAllOfThem()
+    {
+        showFailures();
+        QSignalSpy chosen(m_view.get(), &DeploymentListView::dismissalChosen);
+        takeFocus(Qt::TabFocusReason);
+        press(Qt::Key_Delete);
+        QCOMPARE(chosen.takeFirst(), (QVariantList{QVariant::fromValue(QSet<QString>{text("a")}), true}));
+        press(Qt::Key_End);
+        QCOMPARE(currentID(), text("c"));
+        press(Qt::Key_Delete);
+        press(Qt::Key_Delete, Qt::ControlModifier);
+        QVERIFY(chosen.isEmpty());
+        press(Qt::Key_Delete, Qt::ShiftModifier);
+        QCOMPARE(chosen.takeFirst(), (QVariantList{QVariant::fromValue(QSet<QString>{text("a"), text("b")}), true}));
+        QVERIFY(m_opener->opened.isEmpty());
+    }
+
+    void theTitleOfTheFailuresDismissesAllThatAreNotDismissed()
+    {
+        const auto list = showFailures();
+        const QSize row = m_view->visualRect(index(0)).size();
+        QSignalSpy chosen(m_view.get(), &DeploymentListView::dismissalChosen);
+        const auto clickAlong = [&](int header) {
+            const QRect place = m_view->visualRect(index(header));
+            for (int x = 0; x < row.width(); x += 4)
+                click(QPoint(x, place.center().y() + 3));
+        };
+        clickAlong(3);
+        QVERIFY(chosen.isEmpty());
+        clickAlong(0);
+        QVERIFY2(chosen.size() > 5 && chosen.size() < row.width() / 8, qPrintable(QString::number(chosen.size())));
+        QCOMPARE(chosen.takeFirst(), (QVariantList{QVariant::fromValue(QSet<QString>{text("a"), text("b")}), true}));
+        chosen.clear();
+        FailureMarks marks{{text("a"), FailureMark{std::nullopt, false, true}}};
+        m_view->setDeployments(list, marks);
+        clickAlong(0);
+        QCOMPARE(chosen.takeFirst(), (QVariantList{QVariant::fromValue(QSet<QString>{text("b")}), true}));
+        chosen.clear();
+        marks.insert(text("b"), FailureMark{std::nullopt, false, true});
+        m_view->setDeployments(list, marks);
+        clickAlong(0);
+        press(Qt::Key_Delete, Qt::ShiftModifier);
+        QVERIFY(chosen.isEmpty());
+        QVERIFY(!m_view->currentIndex().isValid());
+    }
+
+    void theMenuDismissesAFailureAndTakesThatBack()
+    {
+        const auto list = showFailures();
+        QSignalSpy chosen(m_view.get(), &DeploymentListView::dismissalChosen);
+        const auto choose = [&](int row, const char *entry) {
+            QContextMenuEvent event(QContextMenuEvent::Mouse, rowPoint(row), QPoint());
+            QCoreApplication::sendEvent(m_view->viewport(), &event);
+            auto *menu = m_view->findChild<QMenu *>();
+            QAction *found = nullptr;
+            for (QAction *action : menu->actions())
+                found = action->text() == text(entry) ? action : found;
+            if (found)
+                found->trigger();
+            delete menu;
+            return found != nullptr;
+        };
+        QVERIFY(!choose(4, "Dismiss"));
+        QVERIFY(!choose(2, "Restore"));
+        QVERIFY(choose(2, "Dismiss"));
+        QCOMPARE(chosen.takeFirst(), (QVariantList{QVariant::fromValue(QSet<QString>{text("b")}), true}));
+        m_view->setDeployments(list, {{text("b"), FailureMark{std::nullopt, false, true}}});
+        QVERIFY(choose(2, "Restore"));
+        QCOMPARE(chosen.takeFirst(), (QVariantList{QVariant::fromValue(QSet<QString>{text("b")}), false}));
+    }
+
     // Refreshes
 
     void selectionAndFocusSurviveARefresh()
@@ -833,17 +907,25 @@ private Q_SLOTS:
         deployment.environmentURL = WebAddress(text("https://acme.example"));
         show({deployment});
         auto *list = QAccessible::queryAccessibleInterface(m_view.get());
-        QVERIFY(list->child(0)->actionInterface()->actionNames().isEmpty());
         auto *row = list->child(1)->actionInterface();
         QCOMPARE(row->actionNames(),
             (QStringList{QAccessibleActionInterface::pressAction(), text("Open environment"), text("Copy commit ID"),
-                text("Copy link to log"), text("Copy link to environment")}));
+                text("Copy link to log"), text("Copy link to environment"), text("Dismiss")}));
         QCOMPARE(row->localizedActionDescription(QAccessibleActionInterface::pressAction()), text("Open log"));
         row->doAction(QAccessibleActionInterface::pressAction());
         row->doAction(text("Open environment"));
         drainEvents();
         QCOMPARE(m_opener->opened, (QStringList{text("https://ci.example/log"), text("https://acme.example")}));
         QVERIFY(!list->child(1)->state().selected);
+        const QSignalSpy chosen(m_view.get(), &DeploymentListView::dismissalChosen);
+        row->doAction(text("Dismiss"));
+        QCOMPARE(list->child(0)->actionInterface()->actionNames(), QStringList(text("Dismiss all")));
+        list->child(0)->actionInterface()->doAction(text("Dismiss all"));
+        QCOMPARE(chosen.size(), 0);
+        drainEvents();
+        QCOMPARE(chosen.size(), 2);
+        m_view->setDeployments({snapshot(text("b"), DeploymentState::Success)});
+        QVERIFY(list->child(0)->actionInterface()->actionNames().isEmpty());
     }
 
     void assistiveTechnologyKeepsARowThatMovesAndLosesOneThatGoes()
@@ -875,6 +957,14 @@ private:
         return deployment ? deployment->id : QString();
     }
 
+    /// The failures "a" and "b", and a success "c".
+    DeploymentList showFailures()
+    {
+        const DeploymentList list{snapshot(text("a"), DeploymentState::Failure),
+            snapshot(text("b"), DeploymentState::Error), snapshot(text("c"), DeploymentState::Success)};
+        show(list);
+        return list;
+    }
     void show(const DeploymentList &deployments)
     {
         m_view->setDeployments(deployments);

@@ -193,6 +193,24 @@ private Q_SLOTS:
         QCOMPARE(list()->model()->rowCount(), 3);
     }
 
+    void aFailureThatIsDismissedIsCountedNoLonger()
+    {
+        connectWithDeployments({{text("a"), text("FAILURE")}, {text("b"), text("FAILURE")}});
+        m_fixture->refreshAll();
+        show();
+        QCOMPARE(m_fixture->monitor->presentation().failedCount, 2);
+        auto *list = m_view->findChild<DeploymentListView *>();
+        QVERIFY(list);
+        QTest::keyClick(list, Qt::Key_Down);
+        QTest::keyClick(list, Qt::Key_Delete);
+        QCOMPARE(m_fixture->monitor->presentation().failedCount, 1);
+        QCOMPARE(list->model()->index(0, 0).data(Qt::AccessibleTextRole).toString(), text("Failed, 1"));
+        QTest::keyClick(list, Qt::Key_Delete, Qt::ShiftModifier);
+        QCOMPARE(m_fixture->monitor->presentation().failedCount, 0);
+        QCOMPARE(list->model()->index(0, 0).data(Qt::AccessibleTextRole).toString(), text("Failed, 0"));
+        QCOMPARE(list->model()->rowCount(), 3);
+    }
+
     void anEmptyListSaysSo()
     {
         connectWithDeployments({});

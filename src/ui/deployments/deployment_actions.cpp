@@ -6,6 +6,8 @@
 
 #include <QMenu>
 
+#include <utility>
+
 namespace velmora
 {
 
@@ -22,16 +24,46 @@ QKeySequence shortcut(RowActionKind action)
         return Qt::CTRL | Qt::Key_Return;
     case RowActionKind::CopyCommit:
         return QKeySequence::Copy;
+    case RowActionKind::Dismiss:
+        return Qt::Key_Delete;
     case RowActionKind::CopyDetailsLink:
     case RowActionKind::CopyEnvironmentLink:
+    case RowActionKind::Restore:
         return {};
     }
     Q_UNREACHABLE();
 }
 
-bool opensSomething(RowActionKind action)
+/// The groups of the menu, between which it has separators.
+enum class Group {
+    Open,
+    Copy,
+    Dismiss,
+};
+
+Group groupOf(RowActionKind action)
 {
-    return action == RowActionKind::OpenDetails || action == RowActionKind::OpenEnvironment;
+    switch (action) {
+    case RowActionKind::OpenDetails:
+    case RowActionKind::OpenEnvironment:
+        return Group::Open;
+    case RowActionKind::CopyCommit:
+    case RowActionKind::CopyDetailsLink:
+    case RowActionKind::CopyEnvironmentLink:
+        return Group::Copy;
+    case RowActionKind::Dismiss:
+    case RowActionKind::Restore:
+        return Group::Dismiss;
+    }
+    Q_UNREACHABLE();
+}
+
+QList<RowAction> allActions(const DeploymentSnapshot &deployment, const FailureMark &mark)
+{
+    QList<RowAction> actions = rowActions(deployment);
+    if (const auto last = dismissal(deployment, mark))
+        actions.append(*last);
+    return actions;
 }
 
 } // namespace
@@ -45,23 +77,28 @@ DeploymentActions::DeploymentActions(URLOpener *urlOpener, Pasteboard *pasteboar
 
 void DeploymentActions::perform(RowActionKind action, const DeploymentSnapshot &deployment)
 {
+    if (groupOf(action) == Group::Dismiss) {
+        if (isFailure(deployment.state))
+            Q_EMIT dismissalChosen({deployment.id}, action == RowActionKind::Dismiss);
+        return;
+    }
     const bool isDetails = action == RowActionKind::OpenDetails || action == RowActionKind::CopyDetailsLink;
     const auto address = isDetails ? rowAddress(deployment) : environmentAddress(deployment);
     if (action == RowActionKind::CopyCommit)
         m_pasteboard->setText(deployment.commitOID);
-    else if (address && opensSomething(action))
+    else if (address && groupOf(action) == Group::Open)
         m_urlOpener->open(*address);
     else if (address)
         m_pasteboard->setText(address->text());
 }
 
-void DeploymentActions::addTo(QMenu *menu, const DeploymentSnapshot &deployment)
+void DeploymentActions::addTo(QMenu *menu, const DeploymentSnapshot &deployment, const FailureMark &mark)
 {
-    bool opened = false;
-    for (const RowAction &entry : rowActions(deployment)) {
-        if (opened && !opensSomething(entry.kind))
+    const QList<RowAction> actions = allActions(deployment, mark);
+    Group group = groupOf(actions.first().kind);
+    for (const RowAction &entry : actions) {
+        if (std::exchange(group, groupOf(entry.kind)) != groupOf(entry.kind))
             menu->addSeparator();
-        opened = opensSomething(entry.kind);
         auto *action = menu->addAction(entry.text);
         action->setShortcut(shortcut(entry.kind));
         action->setShortcutVisibleInContextMenu(true);
@@ -70,10 +107,10 @@ void DeploymentActions::addTo(QMenu *menu, const DeploymentSnapshot &deployment)
     }
 }
 
-QList<AccessibleAction> DeploymentActions::accessible(const DeploymentSnapshot &deployment)
+QList<AccessibleAction> DeploymentActions::accessible(const DeploymentSnapshot &deployment, const FailureMark &mark)
 {
     QList<AccessibleAction> actions;
-    for (const RowAction &action : rowActions(deployment)) {
+    for (const RowAction &action : allActions(deployment, mark)) {
         const auto later = [this, deployment, kind = action.kind] {
             perform(kind, deployment);
         };

@@ -6,6 +6,7 @@
 #include "ui/accessibility/accessible_list.h"
 
 #include <QObject>
+#include <QSet>
 
 class QMenu;
 
@@ -15,7 +16,8 @@ namespace velmora
 class Pasteboard;
 class URLOpener;
 
-/// Opens and copies what belongs to a deployment, for clicks, keys, the context menu and assistive technology.
+/// Opens and copies what belongs to a deployment, and dismisses failures, for clicks, keys, the context menu and
+/// assistive technology.
 class DeploymentActions final : public QObject
 {
     Q_OBJECT
@@ -24,12 +26,17 @@ public:
     /// The ports are not owned and outlive the object.
     DeploymentActions(URLOpener *urlOpener, Pasteboard *pasteboard, QObject *parent = nullptr);
 
-    /// Does nothing if the deployment has no such address.
+    /// Does nothing if the deployment has no such address, or is no failure that could be dismissed.
     void perform(RowActionKind action, const DeploymentSnapshot &deployment);
     /// Adds an entry for each action. The entries keep the deployment, since its row may go while the menu is open.
-    void addTo(QMenu *menu, const DeploymentSnapshot &deployment);
+    void addTo(QMenu *menu, const DeploymentSnapshot &deployment, const FailureMark &mark = {});
     /// The same actions; they run after the call that starts them has returned, which must not wait for a browser.
-    [[nodiscard]] QList<AccessibleAction> accessible(const DeploymentSnapshot &deployment);
+    [[nodiscard]] QList<AccessibleAction> accessible(
+        const DeploymentSnapshot &deployment, const FailureMark &mark = {});
+
+Q_SIGNALS:
+    /// The user wants the failure with this id dismissed, or that taken back.
+    void dismissalChosen(const QSet<QString> &ids, bool isDismissed);
 
 private:
     URLOpener *m_urlOpener;

@@ -82,6 +82,22 @@ qsizetype DeploymentListModel::count(DeploymentSectionKind section) const
     return section == DeploymentSectionKind::Failed ? listed - uncounted(m_marks) : listed;
 }
 
+QSet<QString> DeploymentListModel::undismissed() const
+{
+    QSet<QString> ids;
+    for (const SharedDeployment *failure : m_sections.at(place(DeploymentSectionKind::Failed))) {
+        if (!mark(*failure).isDismissed)
+            ids.insert((*failure)->id);
+    }
+    return ids;
+}
+
+bool DeploymentListModel::hasUndismissed() const
+{
+    const auto dismissed = std::ranges::count(m_marks, true, &FailureMark::isDismissed);
+    return static_cast<qsizetype>(m_sections.at(place(DeploymentSectionKind::Failed)).size()) > dismissed;
+}
+
 std::vector<int> DeploymentListModel::headerRows() const
 {
     std::vector<int> headers;
@@ -131,10 +147,20 @@ QVariant DeploymentListModel::deploymentData(const DeploymentSnapshot &deploymen
     case Qt::AccessibleTextRole:
         return rowSentence(deployment, m_clock->now(), mark(deployment));
     case Qt::AccessibleDescriptionRole:
-        return rowKeys(deployment);
+        return keysOf(deployment);
     default:
         return {};
     }
+}
+
+QString DeploymentListModel::keysOf(const DeploymentSnapshot &deployment) const
+{
+    QStringList keys{rowKeys(deployment)};
+    const auto action = dismissal(deployment, mark(deployment));
+    if (action && action->kind == RowActionKind::Dismiss)
+        keys.append(dismissalKey());
+    keys.removeAll(QString());
+    return keys.join(QLatin1Char(' '));
 }
 
 Qt::ItemFlags DeploymentListModel::flags(const QModelIndex &index) const

@@ -34,6 +34,10 @@ public:
     [[nodiscard]] DeploymentSectionKind section(int row) const { return rowAt(row).section; }
     /// The number in the section's title: of its deployments that count.
     [[nodiscard]] qsizetype count(DeploymentSectionKind section) const;
+    /// The ids of the failures that are not dismissed.
+    [[nodiscard]] QSet<QString> undismissed() const;
+    /// Whether there is one.
+    [[nodiscard]] bool hasUndismissed() const;
     /// The rows of the headers, ascending.
     [[nodiscard]] std::vector<int> headerRows() const;
 
@@ -54,6 +58,7 @@ private:
     [[nodiscard]] Row rowAt(int row) const;
     void fillSections();
     [[nodiscard]] QVariant titleData(DeploymentSectionKind section, int role) const;
+    [[nodiscard]] QString keysOf(const DeploymentSnapshot &deployment) const;
     [[nodiscard]] QVariant deploymentData(const DeploymentSnapshot &deployment, int role) const;
 
     Clock *m_clock;

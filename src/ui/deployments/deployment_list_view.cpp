@@ -54,6 +54,7 @@ DeploymentListView::DeploymentListView(const DesktopPorts &ports, QWidget *paren
     setModel(m_model);
     // Otherwise the base makes the first row current when focus comes from the mouse or the window.
     setCurrentIndex({});
+    connect(m_actions, &DeploymentActions::dismissalChosen, this, &DeploymentListView::dismissalChosen);
     connect(m_ages, &AgeTicker::ticked, this, &DeploymentListView::updateAges);
 }
 
@@ -87,12 +88,12 @@ std::vector<DeploymentListView::SeenRow> DeploymentListView::seenRows() const
     std::vector<SeenRow> rows;
     for (const QModelIndex &index : visibleRows()) {
         const int row = index.row();
-        SeenRow seen{visualRect(index), {}, {}, m_model->section(row), 0, m_places.endsSection(row)};
+        SeenRow seen{visualRect(index), {}, {}, {}, m_places.endsSection(row)};
         if (const auto *shown = m_model->deployment(row)) {
             seen.deployment = *shown;
             seen.mark = m_model->mark(*shown);
         } else {
-            seen.count = m_model->count(seen.section);
+            seen.header = header(index);
         }
         rows.push_back(std::move(seen));
     }
@@ -248,10 +249,17 @@ void DeploymentListView::paintEvent(QPaintEvent *event)
         if (const auto *shown = deployment(index)) {
             m_rowView.paint(&painter, frame, exposed, {*shown, m_model->mark(*shown), now}, rowState(index), palette());
         } else {
-            const auto section = m_model->section(index.row());
-            m_sectionView.paint(&painter, frame, sectionTitle(section), m_model->count(section), palette());
+            m_sectionView.paint(&painter, frame, header(index), palette());
         }
     }
+}
+
+DeploymentSectionView::Header DeploymentListView::header(const QModelIndex &index) const
+{
+    const auto section = m_model->section(index.row());
+    const bool hasAction = section == DeploymentSectionKind::Failed && m_model->hasUndismissed();
+    return {sectionTitle(section), m_model->count(section), hasAction ? dismissAllText() : QString(),
+        m_hovered.index == index && m_hovered.isLink};
 }
 
 DeploymentRowView::State DeploymentListView::rowState(const QModelIndex &index) const
@@ -341,8 +349,10 @@ DeploymentListView::Target DeploymentListView::targetAt(const QPoint &point) con
     const QRect frame = visualRect(index);
     const auto *shown = deployment(index);
     // indexAt() counts the padding below a section to its last row; here it belongs to none.
-    if (!shown || !viewport()->rect().contains(point) || !frame.contains(point))
+    if (!viewport()->rect().contains(point) || !frame.contains(point))
         return {};
+    if (!shown)
+        return m_sectionView.actionPlace(frame, header(index)).contains(point) ? Target{index, true} : Target();
     return {index, m_rowView.parts(frame, *shown).link.contains(point)};
 }
 
@@ -382,7 +392,8 @@ void DeploymentListView::mousePressEvent(QMouseEvent *event)
     setHovered(target);
     if (event->button() != Qt::LeftButton || !target.index.isValid())
         return;
-    setCurrentIndex(target.index);
+    if (deployment(target.index))
+        setCurrentIndex(target.index);
     setPressed(target);
 }
 
@@ -398,8 +409,12 @@ void DeploymentListView::mouseReleaseEvent(QMouseEvent *event)
         return;
     const Target pressed = m_pressed;
     setPressed({});
+    if (!pressed.index.isValid() || targetAt(event->position().toPoint()) != pressed)
+        return;
     const auto *shown = deployment(pressed.index);
-    if (shown && targetAt(event->position().toPoint()) == pressed)
+    if (!shown)
+        dismissAll();
+    else
         m_actions->perform(pressed.isLink ? RowActionKind::OpenEnvironment : RowActionKind::OpenDetails, *shown);
 }
 
@@ -446,7 +461,7 @@ void DeploymentListView::showMenu(const QModelIndex &index, const QPoint &global
         return;
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    m_actions->addTo(menu, *shown);
+    m_actions->addTo(menu, *shown, m_model->mark(*shown));
     menu->popup(globalPoint);
 }
 
@@ -501,10 +516,20 @@ void DeploymentListView::keyPressEvent(QKeyEvent *event)
             m_actions->perform(isPress ? RowActionKind::OpenDetails : RowActionKind::OpenEnvironment, *shown);
     } else if (shown && event->matches(QKeySequence::Copy)) {
         m_actions->perform(RowActionKind::CopyCommit, *shown);
+    } else if (event->key() == Qt::Key_Delete && modifiers == Qt::ShiftModifier) {
+        dismissAll();
+    } else if (shown && event->key() == Qt::Key_Delete && modifiers == Qt::NoModifier) {
+        m_actions->perform(RowActionKind::Dismiss, *shown);
     } else {
         showsCurrentRow(true);
         QAbstractItemView::keyPressEvent(event);
     }
+}
+
+void DeploymentListView::dismissAll()
+{
+    if (m_model->hasUndismissed())
+        Q_EMIT dismissalChosen(m_model->undismissed(), true);
 }
 
 void DeploymentListView::showsCurrentRow(bool shows)
@@ -551,8 +576,14 @@ void DeploymentListView::selectionChanged(const QItemSelection &selected, const 
 
 QList<AccessibleAction> DeploymentListView::accessibleActions(const QModelIndex &index)
 {
-    const auto *shown = deployment(index);
-    return shown ? m_actions->accessible(*shown) : QList<AccessibleAction>();
+    if (const auto *shown = deployment(index))
+        return m_actions->accessible(*shown, m_model->mark(*shown));
+    if (!index.isValid() || header(index).action.isEmpty())
+        return {};
+    const auto dismiss = [this] {
+        QMetaObject::invokeMethod(this, &DeploymentListView::dismissAll, Qt::QueuedConnection);
+    };
+    return {{dismissAllText(), dismissAllText(), dismiss}};
 }
 
 } // namespace velmora

@@ -19,7 +19,8 @@ class DeploymentActions;
 class DeploymentListModel;
 
 /// The deployments in sections. A click on a row opens its log, a click on its link opens the environment. Return and
-/// Control+Return do the same for the current row.
+/// Control+Return do the same for the current row. Delete dismisses a failure; Shift+Delete, and a click in the title
+/// of their section, dismiss all.
 ///
 /// The cost depends on the visible rows only: Qt's own views measure every row, here positions are computed. While the
 /// view is shown, ages are repainted when they change, and the icons of deployments in progress turn. While it is
@@ -45,6 +46,10 @@ public:
     /// setDeployments() has repainted what changed; the base would repaint everything.
     void doItemsLayout() override { updateGeometries(); }
     void keyboardSearch(const QString &search) override;
+
+Q_SIGNALS:
+    /// The user wants the failures with these ids dismissed, or that taken back.
+    void dismissalChosen(const QSet<QString> &ids, bool isDismissed);
 
 protected:
     bool viewportEvent(QEvent *event) override;
@@ -75,7 +80,7 @@ protected:
     [[nodiscard]] QRegion visualRegionForSelection(const QItemSelection &) const override { return {}; }
 
 private:
-    /// The row under the mouse, or the link in that row.
+    /// The row under the mouse, or the link in that row. A header is only a target with its link, the action on all.
     struct Target {
         QPersistentModelIndex index;
         bool isLink = false;
@@ -87,8 +92,7 @@ private:
         QRect place;
         std::optional<DeploymentSnapshot> deployment; ///< nullopt for a header
         FailureMark mark;
-        DeploymentSectionKind section;
-        qsizetype count = 0; ///< of the section below a header
+        DeploymentSectionView::Header header; ///< empty for a deployment
         bool endsSection = false;
 
         friend bool operator==(const SeenRow &, const SeenRow &) = default;
@@ -115,6 +119,8 @@ private:
     void showToolTip(const QPoint &point, const QPoint &globalPoint);
     void showMenu(const QModelIndex &index, const QPoint &globalPoint);
     [[nodiscard]] DeploymentRowView::State rowState(const QModelIndex &index) const;
+    [[nodiscard]] DeploymentSectionView::Header header(const QModelIndex &index) const;
+    void dismissAll();
     void showsCurrentRow(bool shows);
     void followTime();
     void updateAges();

@@ -17,6 +17,8 @@ namespace
 constexpr int kPaddingAbove = 10;
 constexpr int kPaddingBelow = 4;
 constexpr int kSectionEnd = 4;
+/// The distance of an action's text from the edges of what reacts to a click.
+constexpr int kActionPadding = 4;
 
 int digitWidth(const QFontMetrics &metrics)
 {
@@ -45,22 +47,45 @@ int DeploymentSectionView::sectionEnd() const
     return kSectionEnd;
 }
 
-void DeploymentSectionView::paint(
-    QPainter *painter, const QRect &frame, const QString &title, qsizetype count, const QPalette &palette) const
+QRect DeploymentSectionView::lineIn(const QRect &frame)
 {
-    const QRect line = frame.adjusted(kRowMargin, kPaddingAbove, -kRowMargin, -kPaddingBelow);
-    const QString digits = QString::number(count);
+    return frame.adjusted(kRowMargin, kPaddingAbove, -kRowMargin, -kPaddingBelow);
+}
+
+QRect DeploymentSectionView::actionPlace(const QRect &frame, const Header &header) const
+{
+    if (header.action.isEmpty())
+        return {};
+    const int countWidth = monospacedDigitsWidth(m_countFont, QString::number(header.count));
+    const int width = QFontMetrics(m_countFont).horizontalAdvance(header.action) + 2 * kActionPadding;
+    const QRect line = lineIn(frame);
+    const QRect place(line.right() + 1 - countWidth - kRowGap - width, line.top() - kActionPadding, width,
+        line.height() + 2 * kActionPadding);
+    return QStyle::visualRect(m_direction, line, place);
+}
+
+void DeploymentSectionView::paint(
+    QPainter *painter, const QRect &frame, const Header &header, const QPalette &palette) const
+{
+    const QRect line = lineIn(frame);
+    const QString digits = QString::number(header.count);
     const int countWidth = monospacedDigitsWidth(m_countFont, digits);
+    const QRect action = actionPlace(frame, header);
     const QRect countPlace = QStyle::visualRect(m_direction, line, line.adjusted(line.width() - countWidth, 0, 0, 0));
-    const QRect titlePlace = QStyle::visualRect(m_direction, line, line.adjusted(0, 0, -countWidth - kRowGap, 0));
+    const QRect titlePlace = QStyle::visualRect(
+        m_direction, line, line.adjusted(0, 0, -countWidth - kRowGap - (action.isEmpty() ? 0 : action.width()), 0));
 
     painter->setPen(toneColour(Tone::Secondary, palette));
     painter->setFont(m_titleFont);
     painter->drawText(titlePlace,
         static_cast<int>(QStyle::visualAlignment(m_direction, Qt::AlignLeft | Qt::AlignVCenter)),
-        painter->fontMetrics().elidedText(title, Qt::ElideRight, titlePlace.width()));
+        painter->fontMetrics().elidedText(header.title, Qt::ElideRight, titlePlace.width()));
     painter->setFont(m_countFont);
     paintMonospacedDigits(painter, countPlace, digits);
+    if (action.isEmpty())
+        return;
+    painter->setPen(toneColour(header.isActionLit ? Tone::Blue : Tone::Secondary, palette));
+    painter->drawText(action, Qt::AlignCenter | Qt::TextSingleLine, header.action);
 }
 
 int monospacedDigitsWidth(const QFont &font, const QString &digits)

@@ -11,10 +11,20 @@ class QPainter;
 namespace velmora
 {
 
-/// Draws the header of a section: its title at the start, the number of its deployments at the end.
+/// Draws the header of a section: its title at the start, the number of its deployments at the end, and before that an
+/// action on all of them, if there is one.
 class DeploymentSectionView
 {
 public:
+    struct Header {
+        QString title;
+        qsizetype count = 0;
+        QString action; ///< empty for none
+        bool isActionLit = false; ///< the mouse is over it
+
+        friend bool operator==(const Header &, const Header &) = default;
+    };
+
     DeploymentSectionView() = default;
     DeploymentSectionView(const QFont &font, Qt::LayoutDirection direction);
 
@@ -22,10 +32,13 @@ public:
     [[nodiscard]] int headerHeight() const;
     [[nodiscard]] int sectionEnd() const;
 
-    void paint(
-        QPainter *painter, const QRect &frame, const QString &title, qsizetype count, const QPalette &palette) const;
+    void paint(QPainter *painter, const QRect &frame, const Header &header, const QPalette &palette) const;
+    /// The area in which a click means the action; empty without one.
+    [[nodiscard]] QRect actionPlace(const QRect &frame, const Header &header) const;
 
 private:
+    [[nodiscard]] static QRect lineIn(const QRect &frame);
+
     QFont m_titleFont;
     QFont m_countFont;
     Qt::LayoutDirection m_direction = Qt::LeftToRight;

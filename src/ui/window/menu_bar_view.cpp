@@ -100,6 +100,7 @@ void MenuBarView::makeContents()
         &AuthenticationStore::startConnecting);
     m_loading = makeLoadingView();
     m_list = new DeploymentListView(m_ports, this);
+    connect(m_list, &DeploymentListView::dismissalChosen, m_stores.monitor, &DeploymentMonitor::setDismissed);
     makeMissingSteps();
     m_noDeployments = new EmptyStateView(
         {QStringLiteral("checkmark.circle"), noDeploymentsText(), noDeploymentsExplanation()}, this);
