@@ -66,7 +66,21 @@ class Shell:
 
     def test_it_follows_dark_and_light_while_it_runs(self):
         session = self.desktop()
+        self.follow_schemes(session, self.open_demo(session))
+
+    def test_it_follows_dark_and_light_beside_a_portal(self):
+        session = self.desktop(portal=True)
         velmora = self.open_demo(session)
+        eventually(lambda: session.bus.has("org.freedesktop.portal.Desktop"), "the portal")
+        self.follow_schemes(session, velmora)
+
+    def test_it_is_dark_from_its_start(self):
+        session = self.desktop()
+        session.windows.choose_scheme("dark")
+        velmora = self.open_demo(session)
+        eventually(lambda: self.is_dark(session, velmora), "the window to be dark")
+
+    def follow_schemes(self, session, velmora):
         for scheme, is_dark in (("dark", True), ("light", False)):
             session.windows.choose_scheme(scheme)
             eventually(lambda: self.is_dark(session, velmora) == is_dark, f"the window to be {scheme}")

@@ -21,6 +21,8 @@ from .wallet import Wallet
 # PATH, and the variables of the sanitizers and of Qt's logging.
 _INHERITED = ("PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "QT_LOGGING_RULES")
 _STARTABLE = ("org.xfce.Xfconf", "org.a11y.Bus")
+_PORTAL = ("org.freedesktop.portal.Desktop", "org.freedesktop.impl.portal.PermissionStore")
+_PORTAL += tuple(f"org.freedesktop.impl.portal.desktop.{backend}" for backend in ("gnome", "gtk", "kde"))
 
 # What manages the windows, and the tray and the notification daemon that go with it.
 _DESKTOPS = {
@@ -45,6 +47,7 @@ class Session:
     `windowing` is "x11" (xfwm4), "wayland" (sway), or GNOME Shell or Plasma on either, which are the tray host and the
     notification daemon as well, GNOME by its extension. `tray`, `notifications` and `keyring` choose the program, or
     "none" and "absent"; the components of these names start with the session unless they are named in `late`.
+    With `portal`, the bus can start the desktop portal.
     Use it as a context manager: all processes started in it, and their descendants, end with it. A process may have
     one session at a time; several processes may each have one.
 
@@ -53,13 +56,14 @@ class Session:
     """
 
     def __init__(self, windowing="x11", tray=None, notifications=None, keyring="unlocked", *, accessibility=True,
-                 size=(1280, 800), late=()):  # fmt: skip
+                 portal=False, size=(1280, 800), late=()):  # fmt: skip
         self.is_on_wayland = windowing.endswith("wayland")
         self._windows, own_tray, own_notifications = _DESKTOPS[windowing]
         self._tray = tray or own_tray
         self._notifications = notifications or own_notifications
         self._keyring = keyring
         self._accessibility = accessibility
+        self._portal = portal
         self._size = size
         self._late = late
         self._programs = []
@@ -155,6 +159,8 @@ class Session:
         # Activated programs inherit the bus's environment, which therefore needs screen and browser.
         self.browser = Browser(self)
         startable = _STARTABLE + self.windows.startable
+        if self._portal:
+            startable += _PORTAL
         if self._keyring != "absent":
             startable += self._kind_of_keyring().startable
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.runtime_folder}/bus"
