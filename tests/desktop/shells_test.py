@@ -239,11 +239,31 @@ class Plasma(Shell):
                 never(velmora.is_open, "a window has opened", _LONGER_THAN_PATIENCE)
                 session.end()
 
+class Wayland:
+    """What holds where the compositor places the window."""
+
+    def test_the_header_moves_the_window_which_has_no_frame_and_stays_open(self):
+        session = self.desktop()
+        velmora = self.open_demo(session)
+        shown = velmora.window()
+        eventually(lambda: shown.all("list item"), "the deployments")
+        (window,) = velmora.windows()
+        # With a frame it would be larger than its content.
+        content = shown.children()[0].place[2:]
+        self.assertEqual((window.width, window.height), content)
+        start = (window.x + window.width // 2, window.y + 20)
+        session.screen.drag(start, (start[0] + 100, start[1] + 80))
+        eventually(lambda: [moved.x - window.x for moved in velmora.windows()] == [100], "the window to be moved")
+        velmora.wait_until_active()
+        session.screen.key("Escape")
+        velmora.wait_until_closed()
+
+
 class GnomeX11Test(Gnome, VelmoraTest):
     windowing = "gnome-x11"
 
 
-class GnomeWaylandTest(Gnome, VelmoraTest):
+class GnomeWaylandTest(Wayland, Gnome, VelmoraTest):
     windowing = "gnome-wayland"
 
 
@@ -257,7 +277,7 @@ class PlasmaX11Test(Plasma, VelmoraTest):
         self.assertEqual(window.y + window.height, session.windows.panel().y)
 
 
-class PlasmaWaylandTest(Plasma, VelmoraTest):
+class PlasmaWaylandTest(Wayland, Plasma, VelmoraTest):
     windowing = "plasma-wayland"
 
 

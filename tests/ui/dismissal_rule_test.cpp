@@ -60,6 +60,19 @@ private Q_SLOTS:
         QVERIFY(rule.closesOnFocusLoss(kOpened + 2h + 100ms, kElsewhere));
     }
 
+    void shouldStayOpenWhileItIsMovedAndNoLonger()
+    {
+        DismissalRule rule(DismissalRule::Focus::FollowsClicks);
+        rule.opened(kOpened, std::nullopt);
+        rule.moveStarted();
+        QVERIFY(!rule.closesOnFocusLoss(kOpened + 1h, kElsewhere));
+        rule.pointerEntered();
+        QVERIFY(rule.closesOnFocusLoss(kOpened + 1h, kElsewhere));
+        rule.moveStarted();
+        rule.opened(kOpened + 2h, std::nullopt);
+        QVERIFY(rule.closesOnFocusLoss(kOpened + 3h, kElsewhere));
+    }
+
     void shouldWaitForNoFocusThatNoQuestionHasTaken()
     {
         DismissalRule rule(DismissalRule::Focus::FollowsClicks);

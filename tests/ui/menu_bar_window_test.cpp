@@ -106,7 +106,7 @@ private Q_SLOTS:
     {
         m_window = std::make_unique<MenuBarWindow>(new FlowingContent, MenuBarWindow::Placement::ByCompositor);
         m_window->open(std::nullopt, QString());
-        QCOMPARE(m_window->size(), QSize(360, 200));
+        QCOMPARE(m_window->size(), QSize(362, 202));
     }
 
     void shouldCloseOnASecondClickAtTheItemAndOpenOnTheNext()
@@ -313,9 +313,9 @@ private Q_SLOTS:
     {
         make(MenuBarWindow::Placement::ByCompositor);
         m_window->open(kItem, QString());
-        QCOMPARE(m_window->minimumSize(), QSize(360, 400));
-        QCOMPARE(m_window->maximumSize(), QSize(360, 400));
-        QVERIFY(!m_window->windowFlags().testFlag(Qt::FramelessWindowHint));
+        QCOMPARE(m_window->minimumSize(), QSize(362, 402));
+        QCOMPARE(m_window->maximumSize(), QSize(362, 402));
+        QVERIFY(m_window->windowFlags().testFlag(Qt::FramelessWindowHint));
         QCOMPARE(m_window->windowType(), Qt::Window);
     }
 

@@ -31,9 +31,16 @@ void DismissalRule::opened(Time now, std::optional<QPoint> anchor)
     m_openedAt = now;
     m_anchor = anchor;
     m_wasEntered = false;
+    m_isMoving = false;
     m_isQuestionShown = false;
     m_answeredAt.reset();
     m_clickEndsBy.reset();
+}
+
+void DismissalRule::pointerEntered()
+{
+    m_wasEntered = true;
+    m_isMoving = false;
 }
 
 bool DismissalRule::setAsking(bool isAsking, Time now)
@@ -49,6 +56,8 @@ bool DismissalRule::setAsking(bool isAsking, Time now)
 bool DismissalRule::closesOnFocusLoss(Time now, QPoint pointer)
 {
     m_isQuestionShown = m_isAsking;
+    if (m_isMoving)
+        return false;
     if (m_isQuestionShown || (m_answeredAt && now - *m_answeredAt < kWayBack))
         return false;
     if (m_focus == Focus::MayFollowPointer && !m_wasEntered && now - m_openedAt < kWayToWindow)

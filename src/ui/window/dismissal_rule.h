@@ -29,7 +29,10 @@ public:
 
     /// `anchor` is the place of the click at the item in screen coordinates, if known.
     void opened(Time now, std::optional<QPoint> anchor);
-    void pointerEntered() { m_wasEntered = true; }
+    /// The pointer is over the window; a move has ended.
+    void pointerEntered();
+    /// The user moves the window. Some compositors take focus and pointer from it meanwhile.
+    void moveStarted() { m_isMoving = true; }
     /// The desktop asks the user something for this program, in a window that takes the focus; or no longer does. The
     /// window stays open meanwhile, and while the focus finds its way back. Returns whether a question that has taken
     /// the focus is over.
@@ -46,6 +49,7 @@ private:
     Time m_openedAt;
     std::optional<QPoint> m_anchor;
     bool m_wasEntered = false;
+    bool m_isMoving = false;
     bool m_isAsking = false;
     bool m_isQuestionShown = false; ///< it has taken the focus
     std::optional<Time> m_answeredAt;

@@ -13,6 +13,7 @@
 #include <QPainter>
 #include <QScreen>
 #include <QVBoxLayout>
+#include <QWindow>
 
 #include <algorithm>
 
@@ -25,11 +26,15 @@ namespace
 /// A user who looks again soon does not wait for the window to be made anew.
 constexpr std::chrono::minutes kUntilUnused{1};
 
-Qt::WindowFlags flagsFor(MenuBarWindow::Placement placement)
+/// Behind an item the window is like the desktop's own pop-ups: the title in it is enough, and a frame that Qt draws,
+/// where the compositor draws none, would double the memory.
+Qt::WindowFlags flagsFor(bool hasItem, MenuBarWindow::Placement placement)
 {
+    if (!hasItem)
+        return Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint;
     if (placement == MenuBarWindow::Placement::AtItem)
         return Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
-    return Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint;
+    return Qt::Window | Qt::FramelessWindowHint;
 }
 
 DismissalRule::Focus focusFor(MenuBarWindow::Placement placement)
@@ -62,8 +67,7 @@ std::optional<QPoint> usableAnchor(std::optional<QPoint> anchor)
 } // namespace
 
 MenuBarWindow::MenuBarWindow(QWidget *content, Placement placement, Now now)
-    : QWidget(nullptr, flagsFor(placement))
-    , m_placementAtItem(placement)
+    : QWidget(nullptr, flagsFor(true, placement))
     , m_placement(placement)
     , m_now(std::move(now))
     , m_dismissal(focusFor(placement))
@@ -122,9 +126,9 @@ void MenuBarWindow::giveWay()
 /// Before the window is shown, since a change of its flags hides it.
 void MenuBarWindow::adoptFrame()
 {
-    m_placement = m_hasItem ? m_placementAtItem : Placement::ByCompositor;
-    setWindowFlags(flagsFor(m_placement));
-    const int border = m_placement == Placement::AtItem ? 1 : 0;
+    m_hasFrame = !m_hasItem;
+    setWindowFlags(flagsFor(m_hasItem, m_placement));
+    const int border = m_hasFrame ? 0 : 1;
     layout()->setContentsMargins(border, border, border, border);
 }
 
@@ -169,7 +173,7 @@ void MenuBarWindow::fit()
     const QRect place
         = placedWindow({wantedSize(), m_anchor, m_pointer, screenAreas(), QGuiApplication::layoutDirection()});
     setFixedSize(place.size());
-    if (m_placement == Placement::AtItem)
+    if (m_placement == Placement::AtItem && !m_hasFrame)
         move(place.topLeft());
 }
 
@@ -203,6 +207,21 @@ void MenuBarWindow::keyPressEvent(QKeyEvent *event)
         QWidget::keyPressEvent(event);
 }
 
+/// The free areas of the window move it where the compositor has placed it.
+void MenuBarWindow::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton && m_placement == Placement::ByCompositor && !m_hasFrame)
+        startMove();
+    else
+        QWidget::mousePressEvent(event);
+}
+
+void MenuBarWindow::startMove()
+{
+    m_dismissal.moveStarted();
+    windowHandle()->startSystemMove();
+}
+
 void MenuBarWindow::enterEvent(QEnterEvent *event)
 {
     m_dismissal.pointerEntered();
@@ -212,7 +231,7 @@ void MenuBarWindow::enterEvent(QEnterEvent *event)
 void MenuBarWindow::paintEvent(QPaintEvent *event)
 {
     QWidget::paintEvent(event);
-    if (m_placement != Placement::AtItem)
+    if (m_hasFrame)
         return;
     QPainter painter(this);
     painter.setPen(separatorColour(palette()));

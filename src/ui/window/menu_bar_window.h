@@ -24,7 +24,7 @@ class MenuBarWindow final : public QWidget
 public:
     enum class Placement {
         AtItem, ///< without a frame, beside the panel
-        ByCompositor, ///< an ordinary window of fixed size, which compositors let float
+        ByCompositor, ///< a window of fixed size, which compositors let float, and that its free areas move
     };
     /// The source of the time, for tests.
     using Now = std::function<DismissalRule::Time()>;
@@ -56,6 +56,7 @@ protected:
     bool event(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
     void enterEvent(QEnterEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
@@ -64,12 +65,13 @@ private:
     void fit();
     [[nodiscard]] QSize wantedSize() const;
     void focusLost();
+    void startMove();
     void takeFocus(const QString &activationToken);
     void dismiss();
     void giveBackMemory();
 
-    Placement m_placementAtItem; ///< where the desktop has an item
-    Placement m_placement; ///< of the window as it is
+    Placement m_placement; ///< where the desktop has an item
+    bool m_hasFrame = false; ///< the window as it is
     bool m_hasItem = true;
     Now m_now;
     QTimer m_unused{this}; ///< runs from the closing on

@@ -123,6 +123,14 @@ class Screen:
         self.xdotool("click", "--repeat", "2", "--delay", "80", 1)
         eventually(lambda: not self._is_button_pressed(), "the clicks to be passed on")
 
+    def drag(self, start, end):
+        """Moves the pointer from a place to another one with the first button pressed."""
+        halfway = [(here + there) // 2 for here, there in zip(start, end)]
+        self.move_pointer(*start)
+        # Compositors begin a move once the program has asked for it.
+        self.xdotool("mousedown", 1, "sleep", 0.3, "mousemove", *halfway, "sleep", 0.3, "mousemove", *end,
+                     "sleep", 0.3, "mouseup", 1)  # fmt: skip
+
     def key(self, *keys):
         """Presses keys or chords such as "Escape" or "ctrl+r" in turn."""
         self.xdotool("key", "--delay", "20", *keys)
