@@ -163,6 +163,8 @@ void MonthOracle::setListed(const QString &login, const QSet<int> &repositories)
 void MonthOracle::considerPartly(const ToldRepository &repository)
 {
     for (const ToldDeployment &deployment : *repository.deployments) {
+        if (standingOf(deployment.state) == Standing::Active)
+            m_stale.insert(deployment.id);
         const QString key = keyOf(deployment);
         if (isOff(key))
             leaveOpen(key);

@@ -135,8 +135,9 @@ private:
     QSet<int> m_perhapsAnswered; ///< by answers to a query of which others were spoiled
     QHash<QString, Seen> m_held; ///< deployments of the list that counts, by id
     /// Deployments that GitHub has not told of since they were in an older list, which does not count in the first
-    /// fetch of a run, but may in the first of another account, later in the run or in the next one; or since their
-    /// repository was not listed while other accounts were not yet. What becomes of them may be news.
+    /// fetch of a run, but may in the first of another account, later in the run or in the next one; since their
+    /// repository was not listed while other accounts were not yet; or since they were under way in a fetch that may
+    /// not have counted. What becomes of them may be news.
     QSet<QString> m_stale;
     bool m_isHandOverSure = true; ///< of m_held, for repositories that have not been answered
     std::optional<Instant> m_savedAt;

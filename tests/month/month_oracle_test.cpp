@@ -283,6 +283,17 @@ private Q_SLOTS:
         QCOMPARE(run.oracle.expectedCount(), 0);
         run.oracle.announced(u"D:failure"_s);
     }
+
+    void theEndOfWhatWasUnderWayInASpoiledFetchMayBeNewsInTheNextRun()
+    {
+        Run run;
+        run.oracle.spoiled(kLogin);
+        run.tells(u"IN_PROGRESS"_s);
+        run.restarts(MonthOracle::End::Orderly, 1min);
+        run.tells(u"SUCCESS"_s);
+        QCOMPARE(run.oracle.expectedCount(), 0);
+        run.oracle.announced(u"D:success"_s);
+    }
 };
 
 VELMORA_TEST(MonthOracleTest)
