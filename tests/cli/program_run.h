@@ -106,6 +106,8 @@ public:
         winsize size{24, 80, 0, 0};
         m_isOpen = ::openpty(&m_master, &m_slave, nullptr, nullptr, &size) == 0;
         ::fcntl(m_master, F_SETFL, O_NONBLOCK);
+        // A program that had this end itself would wait forever to write when the test is killed.
+        ::fcntl(m_master, F_SETFD, FD_CLOEXEC);
     }
     ~PseudoTerminal()
     {
