@@ -317,7 +317,7 @@ QString LocalControl::choose(const FailureSwitches &switches)
     const DeploymentList failures = failuresIn(m_stores.monitor->deployments());
     const Choices dismissed = chooseFailures(switches.dismissed.on, failures);
     const Choices restored = chooseFailures(switches.dismissed.off, failures);
-    const QString refusal = dismissed.error.isEmpty() ? restored.error : dismissed.error;
+    QString refusal = dismissed.error.isEmpty() ? restored.error : dismissed.error;
     if (!refusal.isEmpty())
         return refusal;
     if (switches.ignoresMended)
