@@ -218,8 +218,8 @@ void MenuBarWindow::mousePressEvent(QMouseEvent *event)
 
 void MenuBarWindow::startMove()
 {
-    m_dismissal.moveStarted();
-    windowHandle()->startSystemMove();
+    if (windowHandle()->startSystemMove())
+        m_dismissal.moveStarted();
 }
 
 void MenuBarWindow::enterEvent(QEnterEvent *event)
