@@ -51,7 +51,7 @@ ResultAnnouncer::ResultAnnouncer(
     DeploymentNotifying *notifier, Preferences *defaults, const Clock *clock, QObject *parent)
     : QObject(parent)
     , m_notifier(notifier)
-    , m_defaults(defaults)
+    , m_choices(defaults)
     , m_results(defaults, clock)
 {
 }
@@ -96,7 +96,7 @@ void ResultAnnouncer::sortOut(
             continue;
         if (isFirst && isHistory(result, before.value({&result}, DeploymentState::Unknown), keys))
             changes.history.append(result);
-        else if (isEnabled(result))
+        else if (m_choices.isAnnounced(result))
             changes.waiting.append(result);
     }
     std::ranges::stable_sort(
@@ -113,19 +113,6 @@ void ResultAnnouncer::recordHistory(const DeploymentList &previous, const Deploy
             && isHistory(deployment, before.value({&deployment}, DeploymentState::Unknown), keys);
     });
     m_scope.launch(m_results.keep(changes), "Recording history");
-}
-
-bool ResultAnnouncer::isEnabled(const DeploymentSnapshot &result) const
-{
-    const auto kind = announcedKind(result.state);
-    if (!kind || !m_defaults->boolean(preferenceOf(*kind)))
-        return false;
-    return isMine(result) || !m_defaults->boolean(QString::fromLatin1(kOnlyMinePreference));
-}
-
-bool ResultAnnouncer::isMine(const DeploymentSnapshot &result) const
-{
-    return result.creatorLogin && m_logins.contains(*result.creatorLogin, Qt::CaseInsensitive);
 }
 
 /// Whether the deployment was approved before the desktop was ready to announce that it waits.
@@ -165,7 +152,7 @@ QCoro::Task<> ResultAnnouncer::postQueue()
 QCoro::Task<> ResultAnnouncer::post(DeploymentSnapshot result)
 {
     const auto kind = announcedKind(result.state);
-    if (!kind || !isEnabled(result) || isOver(result)) {
+    if (!kind || !m_choices.isAnnounced(result) || isOver(result)) {
         m_results.giveUp(result);
         co_return;
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "monitor/announcement_choices.h"
 #include "monitor/remembered_results.h"
 #include "notifications/deployment_notifying.h"
 #include "support/task_scope.h"
@@ -12,7 +13,7 @@ namespace velmora
 {
 
 /// Posts at most one notification for each deployment and result, over all processes and runs of the profile: what was
-/// announced is remembered in the preferences. Which kinds are posted is read from the preferences each time.
+/// announced is remembered in the preferences. AnnouncementChoices says which results are posted.
 ///
 /// Notifications are posted in order, one at a time, from a queue that holds up no refresh. The queue is saved: what a
 /// process has not posted when it ends, the next one posts.
@@ -25,9 +26,8 @@ public:
     ResultAnnouncer(
         DeploymentNotifying *notifier, Preferences *defaults, const Clock *clock, QObject *parent = nullptr);
 
-    /// The logins of the connected identities. What they have created are the user's own deployments, to which a
-    /// preference may restrict the notifications.
-    void setLogins(const QStringList &logins) { m_logins = logins; }
+    /// See AnnouncementChoices.
+    void setLogins(const QStringList &logins) { m_choices.setLogins(logins); }
 
     /// Whether process() was called in this run.
     [[nodiscard]] bool hasCompletedLiveRefresh() const { return m_hasCompletedLiveRefresh; }
@@ -47,8 +47,6 @@ public:
 private:
     using States = QHash<DeploymentID, DeploymentState>;
 
-    [[nodiscard]] bool isEnabled(const DeploymentSnapshot &result) const;
-    [[nodiscard]] bool isMine(const DeploymentSnapshot &result) const;
     [[nodiscard]] bool isQueued(const DeploymentSnapshot &result) const;
     [[nodiscard]] bool isOver(const DeploymentSnapshot &result) const;
     [[nodiscard]] QCoro::Task<> take(const DeploymentList &previous, const DeploymentList &updated);
@@ -58,10 +56,9 @@ private:
     QCoro::Task<> post(DeploymentSnapshot result);
 
     DeploymentNotifying *m_notifier;
-    Preferences *m_defaults;
+    AnnouncementChoices m_choices;
     RememberedResults m_results;
     bool m_hasCompletedLiveRefresh = false;
-    QStringList m_logins;
     DeploymentList m_latest; ///< the list of the last process()
     DeploymentList m_queue; ///< the first is the one that is being posted
     bool m_isPosting = false;

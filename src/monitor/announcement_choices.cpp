@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#include "monitor/announcement_choices.h"
+
+#include "notifications/deployment_notification_kind.h"
+
+namespace velmora
+{
+
+bool AnnouncementChoices::isAnnounced(const DeploymentSnapshot &result) const
+{
+    const auto kind = announcedKind(result.state);
+    if (!kind || !m_defaults->boolean(preferenceOf(*kind)))
+        return false;
+    return isMine(result) || !m_defaults->boolean(QString::fromLatin1(kOnlyMinePreference));
+}
+
+bool AnnouncementChoices::isMine(const DeploymentSnapshot &result) const
+{
+    return result.creatorLogin && m_logins.contains(*result.creatorLogin, Qt::CaseInsensitive);
+}
+
+} // namespace velmora
