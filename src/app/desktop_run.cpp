@@ -95,6 +95,7 @@ QCoro::Task<> DesktopRun::runDesktop()
     appearance.start();
     m_desktop = std::make_unique<Desktop>(session()->app(), context().bus, m_options);
     connect(m_desktop.get(), &Desktop::quitRequested, this, &Run::endRequested);
+    session()->setWindowOpener([this](const QString &activationToken) { open(activationToken); });
     const OneShot<> ended;
     const auto end = [ended] {
         ended.resolve();
@@ -105,6 +106,7 @@ QCoro::Task<> DesktopRun::runDesktop()
     co_await ended;
     // A Velmora that is started from now on finds none to ask, and runs itself.
     withdraw();
+    session()->setWindowOpener({});
     m_desktop.reset();
 }
 

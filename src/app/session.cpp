@@ -82,8 +82,8 @@ DeploymentNotifying *Session::notifierFor(const AppEnvironment &environment)
     const CommandLine &line = m_context->line;
     const bool isForDesktop = line.isForDesktop();
     if (isForDesktop || (isFollowing(line) && !line.isQuiet && m_context->bus.isConnected())) {
-        m_desktopNotifications
-            = desktopNotificationService(m_context->bus, *environment.urlOpener, environment.applicationName);
+        m_desktopNotifications = desktopNotificationService(
+            m_context->bus, *environment.urlOpener, *m_context->clock, environment.applicationName);
     }
     if (isForDesktop)
         return &m_observedNotifier.emplace(m_desktopNotifications.get());
@@ -116,6 +116,12 @@ QCoro::Task<> Session::connectDemo(std::stop_token stop)
         co_return;
     co_await Demo::connectAccounts(&m_app->authentication(), std::move(stop));
     m_demo->handOver();
+}
+
+void Session::setWindowOpener(std::function<void(const QString &activationToken)> openWindow)
+{
+    if (m_desktopNotifications)
+        m_desktopNotifications->setWindowOpener(std::move(openWindow));
 }
 
 void Session::save()

@@ -11,6 +11,7 @@
 #include "notifications/user_notification_service.h"
 #include "notifications/waiting_notifier.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -48,6 +49,10 @@ public:
     /// Connects the demo's accounts and hands the demo over to the user. Does nothing for a real profile. Throws
     /// ConfigurationError, and CancellationError on a stop or when the session ends. Call it after start().
     [[nodiscard]] QCoro::Task<> connectDemo(std::stop_token stop);
+
+    /// Sets what opens the window for a click on a notification, as UserNotificationService describes. Call it after
+    /// start().
+    void setWindowOpener(std::function<void(const QString &activationToken)> openWindow);
 
     /// Writes what is not yet saved of the preferences.
     void save();

@@ -26,4 +26,11 @@ QCoro::Task<> ObservedNotifier::notify(DeploymentSnapshot deployment, Deployment
     return m_notifier->notify(std::move(deployment), kind);
 }
 
+QCoro::Task<> ObservedNotifier::notifyGroup(DeploymentList deployments, DeploymentNotificationKind kind)
+{
+    if (!deployments.isEmpty())
+        Q_EMIT posted(deploymentNotification(deployments, kind));
+    return m_notifier->notifyGroup(std::move(deployments), kind);
+}
+
 } // namespace velmora

@@ -8,7 +8,7 @@
 namespace velmora
 {
 
-/// Forwards every result to another notifier and emits posted() for it, even if the other notifier fails.
+/// Forwards everything to another notifier and emits posted() for each notification, even if the other notifier fails.
 class ObservedNotifier final : public QObject, public DeploymentNotifying
 {
     Q_OBJECT
@@ -20,6 +20,7 @@ public:
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;
     [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<> notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind) override;
+    [[nodiscard]] QCoro::Task<> notifyGroup(DeploymentList deployments, DeploymentNotificationKind kind) override;
 
 Q_SIGNALS:
     void posted(const velmora::DeploymentNotification &notification);

@@ -28,12 +28,18 @@ QCoro::Task<> BackgroundNotifier::untilReady(std::stop_token)
 
 QCoro::Task<> BackgroundNotifier::notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind)
 {
+    const DeploymentList alone{std::move(deployment)};
+    return notifyGroup(alone, kind);
+}
+
+QCoro::Task<> BackgroundNotifier::notifyGroup(DeploymentList deployments, DeploymentNotificationKind kind)
+{
     if (m_notifier)
-        m_deliveries.launch(deliver(deployment, kind), "Announcing a result");
+        m_deliveries.launch(deliver(deployments, kind), "Announcing results");
     co_return;
 }
 
-QCoro::Task<> BackgroundNotifier::deliver(DeploymentSnapshot deployment, DeploymentNotificationKind kind)
+QCoro::Task<> BackgroundNotifier::deliver(DeploymentList deployments, DeploymentNotificationKind kind)
 {
     const QPointer<BackgroundNotifier> self(this);
     const std::stop_token stop = m_deliveries.stopToken();
@@ -44,7 +50,7 @@ QCoro::Task<> BackgroundNotifier::deliver(DeploymentSnapshot deployment, Deploym
     throwIfStopped(stop);
     QString failure;
     try {
-        co_await notifier->notify(deployment, kind);
+        co_await notifier->notifyGroup(deployments, kind);
     } catch (const Error &error) {
         failure = error.description();
     }

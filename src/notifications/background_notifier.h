@@ -25,13 +25,14 @@ public:
     [[nodiscard]] QCoro::Task<bool> requestAuthorizationIfNeeded() override;
     [[nodiscard]] QCoro::Task<> untilReady(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<> notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind) override;
+    [[nodiscard]] QCoro::Task<> notifyGroup(DeploymentList deployments, DeploymentNotificationKind kind) override;
 
 Q_SIGNALS:
     /// The notifier refused a result. The same reason is not repeated until it has accepted one.
     void failed(const QString &description);
 
 private:
-    QCoro::Task<> deliver(DeploymentSnapshot deployment, DeploymentNotificationKind kind);
+    QCoro::Task<> deliver(DeploymentList deployments, DeploymentNotificationKind kind);
     void recordFailure(const QString &description);
 
     DeploymentNotifying *m_notifier;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/deployment_snapshot.h"
+#include "model/shared_deployment.h"
 #include "notifications/deployment_notification_kind.h"
 
 #include <QCoroTask>
@@ -26,6 +26,9 @@ public:
     [[nodiscard]] virtual QCoro::Task<> untilReady(std::stop_token stop) = 0;
     /// Posts the notification of the deployment.
     [[nodiscard]] virtual QCoro::Task<> notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind) = 0;
+    /// Posts one notification for all of the deployments. A click on it opens the window. A single deployment gets the
+    /// notification of notify(); an empty list gets none.
+    [[nodiscard]] virtual QCoro::Task<> notifyGroup(DeploymentList deployments, DeploymentNotificationKind kind) = 0;
 
     [[nodiscard]] QCoro::Task<> notifyFailure(DeploymentSnapshot deployment)
     {

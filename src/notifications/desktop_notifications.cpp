@@ -69,11 +69,11 @@ QString desktopNotificationServiceName(const DesktopSession &session)
     return session.isSandboxed ? PortalNotificationServer::serviceName() : FreedesktopNotificationServer::serviceName();
 }
 
-std::unique_ptr<UserNotificationService> desktopNotificationService(
-    const QDBusConnection &bus, URLOpener &opener, const QString &appName, const DesktopSession &session)
+std::unique_ptr<UserNotificationService> desktopNotificationService(const QDBusConnection &bus, URLOpener &opener,
+    const Clock &clock, const QString &appName, const DesktopSession &session)
 {
     return std::make_unique<UserNotificationService>(
-        desktopNotificationServer(bus, session, appName), desktopNotificationPermission(bus, session), opener);
+        desktopNotificationServer(bus, session, appName), desktopNotificationPermission(bus, session), opener, clock);
 }
 
 } // namespace velmora

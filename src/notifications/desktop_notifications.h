@@ -31,10 +31,10 @@ struct DesktopSession {
 /// The name of that service on the session bus.
 [[nodiscard]] QString desktopNotificationServiceName(const DesktopSession &session = DesktopSession::present());
 
-/// A service that uses the adapters of this session. `appName` is the sender of its notifications. `opener` must
-/// outlive the service.
+/// A service that uses the adapters of this session. `appName` is the sender of its notifications. `opener` and
+/// `clock` must outlive the service.
 [[nodiscard]] std::unique_ptr<UserNotificationService> desktopNotificationService(const QDBusConnection &bus,
-    URLOpener &opener, const QString &appName = QStringLiteral("Velmora"),
+    URLOpener &opener, const Clock &clock, const QString &appName = QStringLiteral("Velmora"),
     const DesktopSession &session = DesktopSession::present());
 
 } // namespace velmora

@@ -47,12 +47,12 @@ QString serverOf(const QString &handle)
     return handle.section(QLatin1Char('/'), 0, 0);
 }
 
-/// Both open the same page: some servers show no buttons, others show the default action as a button.
+/// Both open the same: some servers show no buttons, others show the default action as a button.
 QStringList actionsFor(const NotificationRequest &request)
 {
-    if (!request.hasActions)
+    if (request.openLabel.isEmpty())
         return {};
-    return {QStringLiteral("default"), QStringLiteral("Open"), viewLogAction(), QStringLiteral("View log")};
+    return {QStringLiteral("default"), QStringLiteral("Open"), viewLogAction(), request.openLabel};
 }
 
 } // namespace
@@ -139,6 +139,8 @@ QDBusMessage FreedesktopNotificationServer::notifyCall(const NotificationRequest
     };
     if (request.playsSound)
         hints.insert(QStringLiteral("sound-name"), QStringLiteral("message-new-instant"));
+    if (request.suppressesSound)
+        hints.insert(QStringLiteral("suppress-sound"), true);
     constexpr int kServersOwnDuration = -1;
     QDBusMessage call = callTo(request.server, QStringLiteral("Notify"));
     call << m_appName << replaced << m_desktopEntry << request.summary << request.body << actionsFor(request) << hints

@@ -35,8 +35,9 @@ struct NotificationRequest {
     QString body;
     NotificationUrgency urgency = NotificationUrgency::Normal;
     QString category; ///< a category of the desktop notification protocol
-    bool hasActions = false; ///< the default action, and a button for it
+    QString openLabel; ///< the words on the button of the default action; empty: the notification has no actions
     bool playsSound = false;
+    bool suppressesSound = false; ///< keeps a server that plays sounds by itself from it
 
     friend bool operator==(const NotificationRequest &, const NotificationRequest &) = default;
 };

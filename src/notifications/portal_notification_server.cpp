@@ -67,14 +67,16 @@ QVariantMap propertiesOf(const NotificationRequest &request)
         {QStringLiteral("body"), request.body},
         {QStringLiteral("priority"), priorityOf(request.urgency)},
     };
-    if (request.hasActions) {
+    if (!request.openLabel.isEmpty()) {
         const QVariantMap button{
-            {QStringLiteral("label"), QStringLiteral("View log")}, {QStringLiteral("action"), openAction()}};
+            {QStringLiteral("label"), request.openLabel}, {QStringLiteral("action"), openAction()}};
         properties.insert(QStringLiteral("default-action"), openAction());
         properties.insert(QStringLiteral("buttons"), QVariant::fromValue(QList<QVariantMap>{button}));
     }
     if (request.playsSound)
         properties.insert(QStringLiteral("sound"), QStringLiteral("default"));
+    if (request.suppressesSound)
+        properties.insert(QStringLiteral("sound"), QStringLiteral("silent"));
     return properties;
 }
 

@@ -2,6 +2,7 @@
 #include "notifications/user_notification_service.h"
 
 #include "notifications/deployment_notification.h"
+#include "notifications/notification_bursts.h"
 #include "notifications/notification_error.h"
 #include "notifications/notification_text.h"
 #include "notifications/posted_notifications.h"
@@ -31,9 +32,25 @@ QString categoryOf(DeploymentNotificationKind kind)
     Q_UNREACHABLE();
 }
 
-NotificationRequest requestFor(const DeploymentNotification &notification, DeploymentNotificationKind kind,
-    const NotificationCapabilities &capabilities)
+/// A notification and how it is posted.
+struct Announcement {
+    DeploymentNotification content;
+    DeploymentNotificationKind kind;
+    bool isGrowth = false; ///< of a group that was announced before, with a sound
+};
+
+/// The words on the button, empty if a click could not open anything.
+QString openLabel(const DeploymentNotification &notification, bool opensWindow)
 {
+    if (notification.url.isEmpty())
+        return opensWindow ? QStringLiteral("Open Velmora") : QString();
+    return notification.url.isOpenable() ? QStringLiteral("View log") : QString();
+}
+
+NotificationRequest requestFor(
+    const Announcement &announcement, const NotificationCapabilities &capabilities, bool opensWindow)
+{
+    const DeploymentNotification &notification = announcement.content;
     const BodyFormat format = capabilities.interpretsMarkup ? BodyFormat::Markup : BodyFormat::PlainText;
     return NotificationRequest{
         .server = capabilities.server,
@@ -44,10 +61,10 @@ NotificationRequest requestFor(const DeploymentNotification &notification, Deplo
         // A failed deployment is no emergency of the machine. A success is not Low either: some desktops only list such
         // notifications without showing them.
         .urgency = NotificationUrgency::Normal,
-        .category = categoryOf(kind),
-        // No button if it could not open anything.
-        .hasActions = capabilities.hasActions && notification.url.isOpenable(),
-        .playsSound = capabilities.playsSounds,
+        .category = categoryOf(announcement.kind),
+        .openLabel = capabilities.hasActions ? openLabel(notification, opensWindow) : QString(),
+        .playsSound = capabilities.playsSounds && !announcement.isGrowth,
+        .suppressesSound = capabilities.playsSounds && announcement.isGrowth,
     };
 }
 
@@ -60,14 +77,15 @@ struct UserNotificationService::State {
     std::chrono::milliseconds bound;
     std::chrono::milliseconds pause;
     PostedNotifications posted;
+    NotificationBursts bursts;
+    std::function<void(const QString &)> openWindow; ///< empty if there is no window
 
     static QCoro::Task<bool> authorize(std::shared_ptr<State> state);
     static QCoro::Task<bool> isSilent(std::shared_ptr<State> state);
     static QCoro::Task<> untilReady(std::shared_ptr<State> state, std::stop_token stop);
-    static QCoro::Task<> post(
-        std::shared_ptr<State> state, DeploymentNotification notification, DeploymentNotificationKind kind);
-    static QCoro::Task<QString> postOnce(std::shared_ptr<State> state, DeploymentNotification notification,
-        DeploymentNotificationKind kind, QDeadlineTimer deadline);
+    static QCoro::Task<> post(std::shared_ptr<State> state, Announcement announcement);
+    static QCoro::Task<QString> postOnce(
+        std::shared_ptr<State> state, Announcement announcement, QDeadlineTimer deadline);
 };
 
 QCoro::Task<bool> UserNotificationService::State::authorize(std::shared_ptr<State> state)
@@ -109,23 +127,22 @@ QCoro::Task<> UserNotificationService::State::untilReady(std::shared_ptr<State> 
     }
 }
 
-QCoro::Task<QString> UserNotificationService::State::postOnce(std::shared_ptr<State> state,
-    DeploymentNotification notification, DeploymentNotificationKind kind, QDeadlineTimer deadline)
+QCoro::Task<QString> UserNotificationService::State::postOnce(
+    std::shared_ptr<State> state, Announcement announcement, QDeadlineTimer deadline)
 {
     const auto capabilities = co_await state->server->capabilities(deadline);
-    auto request = requestFor(notification, kind, capabilities);
-    request.replacedHandle = state->posted.handleOf(notification.identifier);
+    auto request = requestFor(announcement, capabilities, static_cast<bool>(state->openWindow));
+    request.replacedHandle = state->posted.handleOf(request.identifier);
     const QString handle = co_await state->server->post(std::move(request), deadline);
     co_return handle;
 }
 
-QCoro::Task<> UserNotificationService::State::post(
-    std::shared_ptr<State> state, DeploymentNotification notification, DeploymentNotificationKind kind)
+QCoro::Task<> UserNotificationService::State::post(std::shared_ptr<State> state, Announcement announcement)
 {
     const QDeadlineTimer deadline(state->bound);
     QString handle;
     try {
-        handle = co_await postOnce(state, notification, kind, deadline);
+        handle = co_await postOnce(state, announcement, deadline);
     } catch (const NotificationError &error) {
         if (error.kind() != NotificationError::Kind::ServerChanged)
             throw;
@@ -133,19 +150,20 @@ QCoro::Task<> UserNotificationService::State::post(
     // The server ended between two calls. Its successor may have other abilities and does not know the handles.
     if (handle.isEmpty()) {
         state->posted.clear();
-        handle = co_await postOnce(state, notification, kind, deadline);
+        handle = co_await postOnce(state, announcement, deadline);
     }
     // Two simultaneous posts of one identifier do not replace each other: withdraw the earlier one.
-    const QString superseded = state->posted.note(notification.identifier, handle, notification.url);
+    const QString superseded = state->posted.note(announcement.content.identifier, handle, announcement.content.url);
     if (!superseded.isEmpty())
         state->server->withdraw(superseded);
 }
 
 UserNotificationService::UserNotificationService(std::shared_ptr<NotificationServer> server,
-    std::shared_ptr<NotificationPermission> permission, URLOpener &opener, std::chrono::milliseconds bound,
-    std::chrono::milliseconds pause)
+    std::shared_ptr<NotificationPermission> permission, URLOpener &opener, const Clock &clock,
+    std::chrono::milliseconds bound, std::chrono::milliseconds pause)
     : m_state(std::make_shared<State>())
     , m_opener(opener)
+    , m_clock(clock)
 {
     m_state->server = std::move(server);
     m_state->permission = std::move(permission);
@@ -168,7 +186,30 @@ QCoro::Task<> UserNotificationService::untilReady(std::stop_token stop)
 
 QCoro::Task<> UserNotificationService::notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind)
 {
-    return State::post(m_state, deploymentNotification(deployment, kind), kind);
+    // A result that is on show already replaces its notification, and is no further one of a burst.
+    const bool isShown = !m_state->posted.handleOf(resultKey(deployment)).isEmpty();
+    const auto group = isShown ? std::nullopt : m_state->bursts.add(deployment, kind, m_clock.now());
+    if (!group)
+        return State::post(m_state, {deploymentNotification(deployment, kind), kind});
+    const bool isGrowth = group->count() > NotificationBursts::kAlone + 1;
+    return State::post(m_state, {group->notification(), kind, isGrowth});
+}
+
+QCoro::Task<> UserNotificationService::notifyGroup(DeploymentList deployments, DeploymentNotificationKind kind)
+{
+    if (deployments.isEmpty())
+        co_return;
+    if (deployments.size() == 1) {
+        co_await notify(deployments.constFirst(), kind);
+        co_return;
+    }
+    const Announcement announcement{deploymentNotification(deployments, kind), kind};
+    co_await State::post(m_state, announcement);
+}
+
+void UserNotificationService::setWindowOpener(std::function<void(const QString &activationToken)> openWindow)
+{
+    m_state->openWindow = std::move(openWindow);
 }
 
 void UserNotificationService::watchServer()
@@ -194,6 +235,11 @@ void UserNotificationService::openClicked(const QString &handle)
     const auto click = m_state->posted.takeClick(handle);
     if (!click)
         return;
+    if (click->url.isEmpty()) {
+        if (m_state->openWindow)
+            m_state->openWindow(click->activationToken);
+        return;
+    }
     if (!click->url.isOpenable() || !m_opener.open(click->url, click->activationToken))
         qCWarning(log) << "The page of a notification could not be opened.";
 }

@@ -24,4 +24,9 @@ QCoro::Task<> WaitingNotifier::notify(DeploymentSnapshot, DeploymentNotification
     co_return;
 }
 
+QCoro::Task<> WaitingNotifier::notifyGroup(DeploymentList, DeploymentNotificationKind)
+{
+    co_return;
+}
+
 } // namespace velmora

@@ -95,6 +95,23 @@ private Q_SLOTS:
         QCOMPARE(desktop.announced, expected);
     }
 
+    void aGroupIsOneNotificationForTheObserverAndTheDesktop()
+    {
+        FakeNotifier desktop;
+        BackgroundNotifier background(&desktop);
+        ObservedNotifier notifier(&background);
+        const QSignalSpy posted(&notifier, &ObservedNotifier::posted);
+        const DeploymentList deployments{failed(QStringLiteral("D1")), failed(QStringLiteral("D2"))};
+        awaitValue(notifier.notifyGroup(deployments, DeploymentNotificationKind::Failure));
+        QCOMPARE(posted.size(), 1);
+        QCOMPARE(posted.at(0).at(0).value<DeploymentNotification>(),
+            deploymentNotification(deployments, DeploymentNotificationKind::Failure));
+        QCOMPARE(desktop.announced, QStringList(QStringLiteral("failure D1 D2")));
+        awaitValue(notifier.notifyGroup({}, DeploymentNotificationKind::Failure));
+        QCOMPARE(posted.size(), 1);
+        QCOMPARE(desktop.announced.size(), 1);
+    }
+
     void whatADesktopHasNotGotIsDroppedWithTheNotifier()
     {
         FakeNotifier first;

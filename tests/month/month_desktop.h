@@ -154,6 +154,12 @@ public:
         note(deployment);
         co_await m_service->notify(deployment, kind);
     }
+    [[nodiscard]] QCoro::Task<> notifyGroup(DeploymentList deployments, DeploymentNotificationKind kind) override
+    {
+        for (const DeploymentSnapshot &deployment : std::as_const(deployments))
+            note(deployment);
+        co_await m_service->notifyGroup(deployments, kind);
+    }
 
     /// The first broken rule; empty for none. A coroutine of the program would swallow an exception.
     QString violation;
@@ -183,6 +189,7 @@ private:
 struct MonthDesktop {
     explicit MonthDesktop(MonthClock *clock)
         : notifications(std::make_shared<MonthNotificationServer>(clock))
+        , service(notifications, std::make_shared<UnrestrictedNotificationPermission>(), browser, *clock)
     {
     }
 
@@ -190,7 +197,7 @@ struct MonthDesktop {
     FakeURLOpener browser;
     std::shared_ptr<MonthKeyring> keyring = std::make_shared<MonthKeyring>();
     std::shared_ptr<MonthNotificationServer> notifications;
-    UserNotificationService service{notifications, std::make_shared<UnrestrictedNotificationPermission>(), browser};
+    UserNotificationService service;
 };
 
 } // namespace velmora::testing

@@ -4,6 +4,7 @@
 #include "running_daemon.h"
 #include "support/await.h"
 #include "support/builders.h"
+#include "support/fake_clock.h"
 #include "support/fake_notification_server.h"
 #include "support/hostile_texts.h"
 #include "support/test_main.h"
@@ -85,8 +86,8 @@ private Q_SLOTS:
             QStringList{QStringLiteral("-config"), m_folder->filePath(QStringLiteral("dunstrc"))});
         m_daemon->start();
         m_opener = std::make_unique<FakeURLOpener>();
-        m_service = desktopNotificationService(
-            connectToTestBus(QStringLiteral("client")), *m_opener, QStringLiteral("Velmora"), DesktopSession());
+        m_service = desktopNotificationService(connectToTestBus(QStringLiteral("client")), *m_opener, m_clock,
+            QStringLiteral("Velmora"), DesktopSession());
     }
     void cleanup()
     {
@@ -103,6 +104,7 @@ private Q_SLOTS:
             deployment.repositoryName = QStringLiteral("acme/web%1").arg(i);
             deployment.statusDescription = texts.at(i).given;
             awaitValue(m_service->notifyFailure(deployment));
+            m_clock.advance(std::chrono::minutes(1));
             // Closed each time, because drawing a full screen is slow.
             std::ignore = callNotificationService(kCommands, QStringLiteral("NotificationCloseAll"));
         }
@@ -230,6 +232,7 @@ private:
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<RunningDaemon> m_daemon;
     std::unique_ptr<FakeURLOpener> m_opener;
+    FakeClock m_clock;
     std::unique_ptr<UserNotificationService> m_service;
 };
 

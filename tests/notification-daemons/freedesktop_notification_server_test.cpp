@@ -5,6 +5,7 @@
 #include "notifications/desktop_notifications.h"
 #include "support/await.h"
 #include "support/builders.h"
+#include "support/fake_clock.h"
 #include "support/fake_notification_server.h"
 #include "support/test_main.h"
 
@@ -322,7 +323,7 @@ private:
         const DesktopSession session;
         return std::make_unique<UserNotificationService>(
             desktopNotificationServer(bus, session, QStringLiteral("Velmora Demo")),
-            desktopNotificationPermission(bus, session), *m_opener, bound);
+            desktopNotificationPermission(bus, session), *m_opener, m_clock, bound);
     }
 
     /// Completes a call to the daemon; messages that were sent before it have then arrived, too.
@@ -340,6 +341,7 @@ private:
 
     std::unique_ptr<FakeNotificationDaemon> m_daemon;
     std::unique_ptr<FakeURLOpener> m_opener;
+    FakeClock m_clock;
     std::unique_ptr<UserNotificationService> m_service;
 };
 

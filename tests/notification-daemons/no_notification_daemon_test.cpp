@@ -3,6 +3,7 @@
 #include "notifications/desktop_notifications.h"
 #include "support/await.h"
 #include "support/builders.h"
+#include "support/fake_clock.h"
 #include "support/fake_notification_server.h"
 #include "support/test_main.h"
 
@@ -73,7 +74,8 @@ private Q_SLOTS:
         const QDBusConnection none
             = QDBusConnection::connectToBus(QStringLiteral("unix:path=/nonexistent/bus"), QStringLiteral("none"));
         QVERIFY(!none.isConnected());
-        const auto service = desktopNotificationService(none, m_opener, QStringLiteral("Velmora"), DesktopSession());
+        const auto service
+            = desktopNotificationService(none, m_opener, m_clock, QStringLiteral("Velmora"), DesktopSession());
         const NotificationError expected(Kind::NoServer);
         QVERIFY(await(service->requestAuthorizationIfNeeded()).failedWith(expected));
         QVERIFY(await(service->notifyFailure(failed())).failedWith(expected));
@@ -103,10 +105,11 @@ private:
     std::unique_ptr<UserNotificationService> makeService(const DesktopSession &session)
     {
         return desktopNotificationService(
-            connectToTestBus(QStringLiteral("client")), m_opener, QStringLiteral("Velmora"), session);
+            connectToTestBus(QStringLiteral("client")), m_opener, m_clock, QStringLiteral("Velmora"), session);
     }
 
     FakeURLOpener m_opener;
+    FakeClock m_clock;
 };
 
 VELMORA_TEST(NoNotificationDaemonTest)

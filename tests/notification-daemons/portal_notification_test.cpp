@@ -4,6 +4,7 @@
 #include "notifications/desktop_notifications.h"
 #include "support/await.h"
 #include "support/builders.h"
+#include "support/fake_clock.h"
 #include "support/fake_notification_server.h"
 #include "support/hostile_texts.h"
 #include "support/test_main.h"
@@ -203,11 +204,12 @@ private:
         const QDBusConnection bus = connectToTestBus(QStringLiteral("client"));
         return std::make_unique<UserNotificationService>(
             desktopNotificationServer(bus, session, QStringLiteral("Velmora")),
-            desktopNotificationPermission(bus, session), *m_opener, bound);
+            desktopNotificationPermission(bus, session), *m_opener, m_clock, bound);
     }
 
     std::unique_ptr<FakePortal> m_portal;
     std::unique_ptr<FakeURLOpener> m_opener;
+    FakeClock m_clock;
     std::unique_ptr<UserNotificationService> m_service;
 };
 

@@ -4,6 +4,7 @@
 #include "running_daemon.h"
 #include "support/await.h"
 #include "support/builders.h"
+#include "support/fake_clock.h"
 #include "support/fake_notification_server.h"
 #include "support/hostile_texts.h"
 #include "support/test_main.h"
@@ -160,8 +161,8 @@ private Q_SLOTS:
         m_daemon = std::make_unique<RunningDaemon>(daemonProgram(), QStringList());
         m_daemon->start();
         m_opener = std::make_unique<FakeURLOpener>();
-        m_service = desktopNotificationService(
-            connectToTestBus(QStringLiteral("client")), *m_opener, QStringLiteral("Velmora"), DesktopSession());
+        m_service = desktopNotificationService(connectToTestBus(QStringLiteral("client")), *m_opener, m_clock,
+            QStringLiteral("Velmora"), DesktopSession());
     }
     void cleanup()
     {
@@ -243,6 +244,7 @@ private Q_SLOTS:
 private:
     std::unique_ptr<RunningDaemon> m_daemon;
     std::unique_ptr<FakeURLOpener> m_opener;
+    FakeClock m_clock;
     std::unique_ptr<UserNotificationService> m_service;
 };
 

@@ -3,6 +3,7 @@
 
 #include "support/await.h"
 #include "support/builders.h"
+#include "support/fake_clock.h"
 #include "support/fake_notification_server.h"
 #include "support/hostile_texts.h"
 #include "support/test_main.h"
@@ -47,7 +48,9 @@ private Q_SLOTS:
         m_server = std::make_shared<FakeNotificationServer>();
         m_permission = std::make_shared<FakeNotificationPermission>();
         m_opener = std::make_unique<FakeURLOpener>();
-        m_service = std::make_unique<UserNotificationService>(m_server, m_permission, *m_opener);
+        m_service = std::make_unique<UserNotificationService>(m_server, m_permission, *m_opener, m_clock);
+        m_failures = 0;
+        m_windowTokens.clear();
     }
 
     void aFailureIsPostedWithItsTextsAndHints()
@@ -61,8 +64,9 @@ private Q_SLOTS:
             .body = QStringLiteral("production\nThe deployment did not complete successfully."),
             .urgency = NotificationUrgency::Normal,
             .category = QStringLiteral("transfer.error"),
-            .hasActions = true,
+            .openLabel = QStringLiteral("View log"),
             .playsSound = false,
+            .suppressesSound = false,
         };
         QCOMPARE(m_server->requests, QList{expected});
     }
@@ -122,7 +126,7 @@ private Q_SLOTS:
         m_server->able.hasActions = false;
         m_server->able.playsSounds = true;
         awaitValue(m_service->notifyFailure(failed()));
-        QVERIFY(!m_server->requests.at(0).hasActions);
+        QCOMPARE(m_server->requests.at(0).openLabel, QString());
         QVERIFY(m_server->requests.at(0).playsSound);
     }
 
@@ -292,7 +296,7 @@ private Q_SLOTS:
         auto deployment = failed();
         deployment.logURL = WebAddress(address);
         awaitValue(m_service->notifyFailure(deployment));
-        QVERIFY(m_server->requests.at(0).hasActions);
+        QCOMPARE(m_server->requests.at(0).openLabel, QStringLiteral("View log"));
         Q_EMIT m_server->activated(QStringLiteral("1"));
         QCOMPARE(m_opener->opened, QStringList{kDeploymentsPage});
     }
@@ -303,7 +307,7 @@ private Q_SLOTS:
         deployment.logURL = WebAddress(QStringLiteral("file:///etc/passwd"));
         deployment.repositoryURL = WebAddress(QStringLiteral("ssh://host/x"));
         awaitValue(m_service->notifyFailure(deployment));
-        QVERIFY(!m_server->requests.at(0).hasActions);
+        QCOMPARE(m_server->requests.at(0).openLabel, QString());
         Q_EMIT m_server->activated(QStringLiteral("1"));
         QCOMPARE(m_opener->opened, QStringList());
     }
@@ -316,6 +320,180 @@ private Q_SLOTS:
         QCOMPARE(m_opener->opened.size(), 1);
         awaitValue(m_service->notifyFailure(failed()));
         QCOMPARE(m_server->requests.at(1).replacedHandle, QStringLiteral("1"));
+    }
+
+    void aBurstIsThreeNotificationsAndOneThatGrows()
+    {
+        failMany(9);
+        QStringList posted;
+        for (const NotificationRequest &request : std::as_const(m_server->requests))
+            posted.append(request.summary + QStringLiteral(" replaces ") + request.replacedHandle);
+        const QStringList expected{QStringLiteral("acme/web1 failed replaces "),
+            QStringLiteral("acme/web2 failed replaces "), QStringLiteral("acme/web3 failed replaces "),
+            QStringLiteral("4 deployments failed replaces "), QStringLiteral("5 deployments failed replaces 4"),
+            QStringLiteral("6 deployments failed replaces 4"), QStringLiteral("7 deployments failed replaces 4"),
+            QStringLiteral("8 deployments failed replaces 4"), QStringLiteral("9 deployments failed replaces 4")};
+        QCOMPARE(posted, expected);
+        const NotificationRequest last = m_server->requests.constLast();
+        QCOMPARE(last.body, QStringLiteral("acme/web1, acme/web2, acme/web3 and 6 more"));
+        QCOMPARE(last.identifier, QStringLiteral("group:D1:failure"));
+        QCOMPARE(last.urgency, NotificationUrgency::Normal);
+        QCOMPARE(last.category, QStringLiteral("transfer.error"));
+    }
+
+    void afterHalfAMinuteResultsComeByThemselvesAgain()
+    {
+        failMany(4);
+        m_clock.advance(std::chrono::seconds(31));
+        awaitValue(m_service->notifyFailure(failed()));
+        QCOMPARE(m_server->requests.constLast().summary, QStringLiteral("acme/web failed"));
+    }
+
+    void aResultThatIsOnShowIsNoFurtherOneOfABurst()
+    {
+        for (int i = 0; i < 5; ++i)
+            awaitValue(m_service->notifyFailure(failed()));
+        QCOMPARE(m_server->requests.constLast().summary, QStringLiteral("acme/web failed"));
+        QCOMPARE(m_server->requests.constLast().replacedHandle, QStringLiteral("1"));
+    }
+
+    void aClickOnAGroupOpensTheWindowOnceForEachRevision()
+    {
+        followWindow();
+        failMany(4);
+        QCOMPARE(m_server->requests.constLast().openLabel, QStringLiteral("Open Velmora"));
+        Q_EMIT m_server->activationTokenReceived(QStringLiteral("4"), QStringLiteral("token"));
+        Q_EMIT m_server->activated(QStringLiteral("4"));
+        Q_EMIT m_server->activated(QStringLiteral("4"));
+        QCOMPARE(m_windowTokens, QStringList{QStringLiteral("token")});
+        failMany(1);
+        Q_EMIT m_server->activated(QStringLiteral("4"));
+        const QStringList expected{QStringLiteral("token"), QString()};
+        QCOMPARE(m_windowTokens, expected);
+        QCOMPARE(m_opener->opened, QStringList());
+    }
+
+    void aGroupHasNoActionWithoutAWindowOrWhereTheServerHasNone()
+    {
+        failMany(4);
+        QCOMPARE(m_server->requests.constLast().openLabel, QString());
+        Q_EMIT m_server->activated(QStringLiteral("4"));
+        followWindow();
+        m_server->able.hasActions = false;
+        failMany(1);
+        QCOMPARE(m_server->requests.constLast().openLabel, QString());
+        QCOMPARE(m_windowTokens, QStringList());
+        QCOMPARE(m_opener->opened, QStringList());
+    }
+
+    void aGroupSoundsOnlyWhenItAppears()
+    {
+        m_server->able.playsSounds = true;
+        failMany(6);
+        QList<bool> played;
+        QList<bool> suppressed;
+        for (const NotificationRequest &request : std::as_const(m_server->requests)) {
+            played.append(request.playsSound);
+            suppressed.append(request.suppressesSound);
+        }
+        QCOMPARE(played, (QList<bool>{true, true, true, true, false, false}));
+        QCOMPARE(suppressed, (QList<bool>{false, false, false, false, true, true}));
+    }
+
+    void onAServerWithoutSoundsAGroupSuppressesNone()
+    {
+        failMany(5);
+        QVERIFY(!m_server->requests.constLast().playsSound);
+        QVERIFY(!m_server->requests.constLast().suppressesSound);
+    }
+
+    void aNewServerInTheMiddleOfABurstShowsTheWholeGroup()
+    {
+        m_server->able.playsSounds = true;
+        failMany(5);
+        Q_EMIT m_server->serverGone();
+        failMany(1);
+        const NotificationRequest request = m_server->requests.constLast();
+        QCOMPARE(request.summary, QStringLiteral("6 deployments failed"));
+        QCOMPARE(request.replacedHandle, QString());
+        QVERIFY(!request.playsSound);
+        failMany(1);
+        QCOMPARE(m_server->requests.constLast().summary, QStringLiteral("7 deployments failed"));
+        QCOMPARE(m_server->requests.constLast().replacedHandle, QStringLiteral("5"));
+    }
+
+    void aServerThatChangesDuringThePostOfAGroupIsAskedAgain()
+    {
+        followWindow();
+        failMany(4);
+        m_server->failures.push_back(std::make_exception_ptr(NotificationError(Kind::ServerChanged)));
+        m_server->onFailure = [this] {
+            m_server->able = {QStringLiteral("second"), false, false, false};
+        };
+        failMany(1);
+        const NotificationRequest request = m_server->requests.constLast();
+        QCOMPARE(request.server, QStringLiteral("second"));
+        QCOMPARE(request.summary, QStringLiteral("5 deployments failed"));
+        QCOMPARE(request.replacedHandle, QString());
+        QCOMPARE(request.openLabel, QString());
+    }
+
+    void whatTheServerRefusedCountsInItsGroupAllTheSame()
+    {
+        failMany(2);
+        m_server->failures.push_back(
+            std::make_exception_ptr(NotificationError(Kind::Failed, QStringLiteral("com.example.Refused"))));
+        QVERIFY(await(m_service->notifyFailure(failed(QStringLiteral("X")))).failedWithType<NotificationError>());
+        failMany(1);
+        QCOMPARE(m_server->requests.constLast().summary, QStringLiteral("4 deployments failed"));
+    }
+
+    void aGroupThatWasDismissedComesBackWithTheNextResult()
+    {
+        failMany(5);
+        Q_EMIT m_server->closed(QStringLiteral("4"), NotificationCloseReason::Dismissed);
+        failMany(1);
+        QCOMPARE(m_server->requests.constLast().summary, QStringLiteral("6 deployments failed"));
+        QCOMPARE(m_server->requests.constLast().replacedHandle, QString());
+    }
+
+    void theNamesOfAGroupAreEscapedWhereMarkupIsInterpreted()
+    {
+        auto hostile = failed(QStringLiteral("X"));
+        hostile.repositoryName = QStringLiteral("<b>&\n");
+        const DeploymentList deployments{hostile, failed()};
+        awaitValue(m_service->notifyGroup(deployments, DeploymentNotificationKind::Failure));
+        QCOMPARE(m_server->requests.constLast().body, QStringLiteral("&lt;b&gt;&amp;\n, acme/web"));
+    }
+
+    void aGroupIsOneNotificationAndNoPartOfABurst()
+    {
+        followWindow();
+        m_server->able.playsSounds = true;
+        const DeploymentList deployments{succeeded(), succeeded(QStringLiteral("D2"))};
+        awaitValue(m_service->notifyGroup(deployments, DeploymentNotificationKind::Success));
+        QCOMPARE(m_server->requests.size(), 1);
+        const NotificationRequest request = m_server->requests.constFirst();
+        QCOMPARE(request.summary, QStringLiteral("2 deployments succeeded"));
+        QCOMPARE(request.body, QStringLiteral("acme/web and 1 more"));
+        QCOMPARE(request.category, QStringLiteral("transfer.complete"));
+        QVERIFY(request.playsSound);
+        Q_EMIT m_server->activated(QStringLiteral("1"));
+        QCOMPARE(m_windowTokens.size(), 1);
+        for (int i = 0; i < 3; ++i)
+            awaitValue(m_service->notifySuccess(succeeded(QStringLiteral("S%1").arg(i))));
+        QCOMPARE(m_server->requests.constLast().summary, QStringLiteral("acme/web deployed"));
+    }
+
+    void aGroupOfOneIsItsOwnNotificationAndAGroupOfNoneIsNothing()
+    {
+        awaitValue(m_service->notifyGroup({}, DeploymentNotificationKind::Failure));
+        QCOMPARE(m_server->requests.size(), 0);
+        awaitValue(m_service->notifyGroup({SharedDeployment(failed())}, DeploymentNotificationKind::Failure));
+        QCOMPARE(m_server->requests.size(), 1);
+        QCOMPARE(m_server->requests.constFirst().summary, QStringLiteral("acme/web failed"));
+        Q_EMIT m_server->activated(QStringLiteral("1"));
+        QCOMPARE(m_opener->opened, QStringList{kDeploymentsPage});
     }
 
     void theSwitchOfTheDesktopIsTheAnswer()
@@ -353,7 +531,7 @@ private Q_SLOTS:
     void aServerThatDoesNotAnswerIsAskedAgainUntilItDoes()
     {
         m_service = std::make_unique<UserNotificationService>(
-            m_server, m_permission, *m_opener, UserNotificationService::kBound, std::chrono::milliseconds(1));
+            m_server, m_permission, *m_opener, m_clock, UserNotificationService::kBound, std::chrono::milliseconds(1));
         m_server->isSilent = true;
         const auto ready = start(m_service->untilReady({}));
         QVERIFY(waitUntil([this] { return m_server->deadlines.size() > 3; }));
@@ -430,9 +608,28 @@ private Q_SLOTS:
     }
 
 private:
+    /// Announces the failures of this many more deployments, each of a repository of its own.
+    void failMany(int count)
+    {
+        for (int i = 0; i < count; ++i) {
+            ++m_failures;
+            auto deployment = failed(QStringLiteral("D%1").arg(m_failures));
+            deployment.repositoryName = QStringLiteral("acme/web%1").arg(m_failures);
+            awaitValue(m_service->notifyFailure(deployment));
+        }
+    }
+
+    void followWindow()
+    {
+        m_service->setWindowOpener([this](const QString &activationToken) { m_windowTokens.append(activationToken); });
+    }
+
     std::shared_ptr<FakeNotificationServer> m_server;
     std::shared_ptr<FakeNotificationPermission> m_permission;
     std::unique_ptr<FakeURLOpener> m_opener;
+    FakeClock m_clock;
+    int m_failures = 0;
+    QStringList m_windowTokens; ///< of each time that the window was opened
     std::unique_ptr<UserNotificationService> m_service;
 };
 

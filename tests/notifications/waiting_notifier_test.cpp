@@ -25,6 +25,7 @@ private Q_SLOTS:
         stop.request_stop();
         QVERIFY(waitUntil([&] { return ready->isDone; }));
         QVERIFY(ready->failedWithType<CancellationError>());
+        QVERIFY(start(notifier.notifyGroup({}, DeploymentNotificationKind::Failure))->isDone);
     }
 };
 

@@ -28,6 +28,12 @@ inline constexpr std::chrono::seconds kFullPoll{35};
 class StoryDesktop
 {
 public:
+    /// The clock is not owned and outlives the desktop.
+    explicit StoryDesktop(const Clock *clock)
+        : notifier(notificationServer, std::make_shared<UnrestrictedNotificationPermission>(), browser, *clock)
+    {
+    }
+
     /// All announced notifications, oldest first, such as "octo/web failed".
     [[nodiscard]] QStringList notifications() const;
 
@@ -36,8 +42,7 @@ public:
     std::shared_ptr<FakeNotificationServer> notificationServer = std::make_shared<FakeNotificationServer>();
     std::shared_ptr<LockableCredentialStore> keyring
         = std::make_shared<LockableCredentialStore>(std::make_shared<InMemoryCredentialStore>());
-    UserNotificationService notifier{
-        notificationServer, std::make_shared<UnrestrictedNotificationPermission>(), browser};
+    UserNotificationService notifier;
 };
 
 /// The application of a story, with its profile in a temporary folder. It starts with its construction.
@@ -159,7 +164,7 @@ class Story
 public:
     FakeClock clock;
     StoryGitHub github{&clock};
-    StoryDesktop desktop;
+    StoryDesktop desktop{&clock};
     StoryProgram program{&github, &desktop, &clock};
     StoryTime time{&clock, &program};
     StoryUser user{&program, &github, &time};

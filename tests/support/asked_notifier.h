@@ -29,6 +29,8 @@ public:
     [[nodiscard]] QCoro::Task<> untilReady(std::stop_token) override { co_return; }
     [[nodiscard]] QCoro::Task<> notify(DeploymentSnapshot, DeploymentNotificationKind) override { co_return; }
 
+    [[nodiscard]] QCoro::Task<> notifyGroup(DeploymentList, DeploymentNotificationKind) override { co_return; }
+
     QList<OneShot<bool>> questions;
     std::optional<bool> immediate;
     std::exception_ptr immediateFailure;

@@ -14,7 +14,7 @@
 namespace velmora::testing
 {
 
-/// Records announcements as "failure ID", "success ID" and "waiting ID", in order.
+/// Records announcements as "failure ID", "success ID" and "waiting ID", in order, those of a group as "failure ID ID".
 class FakeNotifier final : public DeploymentNotifying
 {
 public:
@@ -30,8 +30,16 @@ public:
     }
     [[nodiscard]] QCoro::Task<> notify(DeploymentSnapshot deployment, DeploymentNotificationKind kind) override
     {
-        constexpr std::array kWords{"failure ", "success ", "waiting "};
-        co_await announce(QString::fromLatin1(kWords.at(static_cast<std::size_t>(kind))) + deployment.id);
+        co_await announce(word(kind) + deployment.id);
+    }
+    [[nodiscard]] QCoro::Task<> notifyGroup(DeploymentList deployments, DeploymentNotificationKind kind) override
+    {
+        if (deployments.isEmpty())
+            co_return;
+        QStringList ids;
+        for (const DeploymentSnapshot &deployment : std::as_const(deployments))
+            ids.append(deployment.id);
+        co_await announce(word(kind) + ids.join(QLatin1Char(' ')));
     }
 
     QStringList announced;
@@ -40,6 +48,12 @@ public:
     std::optional<OneShot<>> gate; ///< announcements wait for it
 
 private:
+    static QString word(DeploymentNotificationKind kind)
+    {
+        constexpr std::array kWords{"failure ", "success ", "waiting "};
+        return QString::fromLatin1(kWords.at(static_cast<std::size_t>(kind)));
+    }
+
     QCoro::Task<> announce(QString text)
     {
         announced.append(text);
