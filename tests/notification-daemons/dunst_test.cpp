@@ -16,6 +16,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
+
 using namespace velmora;
 using namespace velmora::testing;
 
@@ -85,6 +87,7 @@ private Q_SLOTS:
         m_daemon = std::make_unique<RunningDaemon>(QStringLiteral("dunst"),
             QStringList{QStringLiteral("-config"), m_folder->filePath(QStringLiteral("dunstrc"))});
         m_daemon->start();
+        m_failures = 0;
         m_opener = std::make_unique<FakeURLOpener>();
         m_service = desktopNotificationService(connectToTestBus(QStringLiteral("client")), *m_opener, m_clock,
             QStringLiteral("Velmora"), DesktopSession());
@@ -166,6 +169,49 @@ private Q_SLOTS:
         QCOMPARE(m_opener->opened, QStringList{QStringLiteral("https://github.com/acme/web/deployments")});
     }
 
+    void aBurstIsThreeNotificationsAndOneThatGrows()
+    {
+        failMany(9);
+        QCOMPARE(displayedCount(), 4U);
+        const QList<QVariantMap> received = closeAllAndReadHistory();
+        const QStringList expected{QStringLiteral("9 deployments failed"), QStringLiteral("acme/web1 failed"),
+            QStringLiteral("acme/web2 failed"), QStringLiteral("acme/web3 failed")};
+        QCOMPARE(summariesOf(received), expected);
+        QVERIFY(std::ranges::any_of(received, [](const QVariantMap &notification) {
+            return notification.value(QStringLiteral("body"))
+                == QStringLiteral("acme/web1, acme/web2, acme/web3 and 6 more");
+        }));
+    }
+
+    void aDaemonThatRestartsInTheMiddleOfABurstShowsTheWholeGroupOnce()
+    {
+        failMany(6);
+        m_daemon->end();
+        m_daemon->start();
+        // The daemon numbers from the start again; one of these gets the number that the group had.
+        for (int i = 0; i < 4; ++i)
+            postAsAnotherProgram(QStringLiteral("mail"));
+        failMany(3);
+        QCOMPARE(displayedCount(), 5U);
+        const QString mail = QStringLiteral("mail");
+        const QStringList expected{QStringLiteral("9 deployments failed"), mail, mail, mail, mail};
+        QCOMPARE(summariesOf(closeAllAndReadHistory()), expected);
+    }
+
+    void theActionOfAGroupOpensTheWindow()
+    {
+        int openings = 0;
+        m_service->setWindowOpener([&openings](const QString &) { ++openings; });
+        const DeploymentList deployments{failed(), failed(QStringLiteral("D2"))};
+        awaitValue(m_service->notifyGroup(deployments, DeploymentNotificationKind::Failure));
+        QCOMPARE(displayedCount(), 1U);
+        std::ignore = callNotificationService(kCommands, QStringLiteral("NotificationAction"), {0U});
+        QVERIFY(becomesTrue([&openings] { return openings > 0; }));
+        drainEvents();
+        QCOMPARE(openings, 1);
+        QCOMPARE(m_opener->opened, QStringList());
+    }
+
     void aNotificationThatWasDismissedIsNotReplaced()
     {
         awaitValue(m_service->notifyFailure(failed()));
@@ -208,6 +254,17 @@ private Q_SLOTS:
     }
 
 private:
+    /// Announces the failures of this many more deployments, each of a repository of its own.
+    void failMany(int count)
+    {
+        for (int i = 0; i < count; ++i) {
+            ++m_failures;
+            auto deployment = failed(QStringLiteral("D%1").arg(m_failures));
+            deployment.repositoryName = QStringLiteral("acme/web%1").arg(m_failures);
+            awaitValue(m_service->notifyFailure(deployment));
+        }
+    }
+
     [[nodiscard]] QByteArray pathOf(const char *name) const
     {
         return QFile::encodeName(m_folder->filePath(QString::fromLatin1(name)));
@@ -233,6 +290,7 @@ private:
     std::unique_ptr<RunningDaemon> m_daemon;
     std::unique_ptr<FakeURLOpener> m_opener;
     FakeClock m_clock;
+    int m_failures = 0;
     std::unique_ptr<UserNotificationService> m_service;
 };
 

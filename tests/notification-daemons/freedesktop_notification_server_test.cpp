@@ -111,6 +111,61 @@ private Q_SLOTS:
         QCOMPARE(notified.at(5).toStringList(), QStringList());
     }
 
+    void aGroupThatGrowsReplacesItsNotificationAndSoundsOnlyOnce()
+    {
+        m_daemon->capabilities = {QStringLiteral("sound"), QStringLiteral("actions")};
+        m_service->setWindowOpener([](const QString &) {});
+        for (int i = 0; i < 6; ++i)
+            awaitValue(m_service->notifyFailure(failed(QStringLiteral("D%1").arg(i))));
+        QList<uint> replaced;
+        QStringList sounds;
+        for (const QVariantList &notified : std::as_const(m_daemon->notified)) {
+            const QVariantMap hints = hintsOf(notified);
+            replaced.append(notified.at(1).toUInt());
+            sounds.append(hints.value(QStringLiteral("sound-name"), QStringLiteral("none")).toString());
+            QCOMPARE(hints.value(QStringLiteral("suppress-sound")).toBool(), sounds.size() > 4);
+        }
+        QCOMPARE(replaced, (QList<uint>{0, 0, 0, 0, 4, 4}));
+        const QString heard = QStringLiteral("message-new-instant");
+        const QString none = QStringLiteral("none");
+        QCOMPARE(sounds, (QStringList{heard, heard, heard, heard, none, none}));
+        const QVariantList last = m_daemon->notified.constLast();
+        QCOMPARE(last.at(3).toString(), QStringLiteral("6 deployments failed"));
+        const QStringList actions{QStringLiteral("default"), QStringLiteral("Open"), QStringLiteral("view-log"),
+            QStringLiteral("Open Velmora")};
+        QCOMPARE(last.at(5).toStringList(), actions);
+    }
+
+    void theTokenOfAGroupGoesToTheWindow()
+    {
+        QStringList tokens;
+        m_service->setWindowOpener([&tokens](const QString &activationToken) { tokens.append(activationToken); });
+        const DeploymentList deployments{failed(), failed(QStringLiteral("D2"))};
+        awaitValue(m_service->notifyGroup(deployments, DeploymentNotificationKind::Failure));
+        m_daemon->emitSignal(QStringLiteral("ActivationToken"), {1U, QStringLiteral("token")});
+        m_daemon->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+        m_daemon->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("view-log")});
+        settle();
+        QCOMPARE(tokens, QStringList{QStringLiteral("token")});
+        QCOMPARE(m_opener->opened, QStringList());
+    }
+
+    void aServerThatIsReplacedInTheMiddleOfABurstGetsTheWholeGroup()
+    {
+        for (int i = 0; i < 5; ++i)
+            awaitValue(m_service->notifyFailure(failed(QStringLiteral("D%1").arg(i))));
+        FakeNotificationDaemon next(QStringLiteral("next"));
+        m_daemon->disappear();
+        next.appear();
+        drainEvents();
+        for (int i = 5; i < 7; ++i)
+            awaitValue(m_service->notifyFailure(failed(QStringLiteral("D%1").arg(i))));
+        QCOMPARE(next.notified.size(), 2);
+        QCOMPARE(next.notified.at(0).at(1).toUInt(), 0U);
+        QCOMPARE(next.notified.at(1).at(1).toUInt(), 1U);
+        QCOMPARE(next.notified.at(1).at(3).toString(), QStringLiteral("7 deployments failed"));
+    }
+
     void theCapabilitiesAreAskedForOnceAndAgainOfEveryNewServer()
     {
         auto deployment = failed();

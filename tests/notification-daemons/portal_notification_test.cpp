@@ -12,6 +12,7 @@
 #include <QDBusArgument>
 #include <QElapsedTimer>
 #include <QRegularExpression>
+#include <QSet>
 #include <QTest>
 
 using namespace velmora;
@@ -126,6 +127,46 @@ private Q_SLOTS:
         m_portal->activate(m_portal->added.at(0).name, QStringLiteral("open"), {QStringLiteral("target"), platform});
         QVERIFY(waitUntil([this] { return !m_opener->opened.isEmpty(); }));
         QCOMPARE(m_opener->opened, QStringList{kPage + QStringLiteral(" token")});
+    }
+
+    void aGroupKeepsItsNameAsItGrowsAndSoundsOnlyOnce()
+    {
+        m_portal->version = 2;
+        for (int i = 0; i < 6; ++i)
+            awaitValue(m_service->notifyFailure(failed(QStringLiteral("D%1").arg(i))));
+        QStringList sounds;
+        QStringList names;
+        for (const auto &[name, properties] : std::as_const(m_portal->added)) {
+            sounds.append(properties.value(QStringLiteral("sound")).toString());
+            names.append(name);
+        }
+        const QString heard = QStringLiteral("default");
+        const QString silent = QStringLiteral("silent");
+        QCOMPARE(sounds, (QStringList{heard, heard, heard, heard, silent, silent}));
+        QCOMPARE(names.at(4), names.at(3));
+        QCOMPARE(names.at(5), names.at(3));
+        QCOMPARE(QSet<QString>(names.begin(), names.end()).size(), 4);
+        const QVariantMap last = m_portal->added.constLast().properties;
+        QCOMPARE(last.value(QStringLiteral("title")).toString(), QStringLiteral("6 deployments failed"));
+        // There is no window to open.
+        QVERIFY(!last.contains(QStringLiteral("default-action")));
+        QVERIFY(!last.contains(QStringLiteral("buttons")));
+    }
+
+    void aClickOnAGroupOpensTheWindowWithTheToken()
+    {
+        QStringList tokens;
+        m_service->setWindowOpener([&tokens](const QString &activationToken) { tokens.append(activationToken); });
+        const DeploymentList deployments{failed(), failed(QStringLiteral("D2"))};
+        awaitValue(m_service->notifyGroup(deployments, DeploymentNotificationKind::Failure));
+        const auto sent = m_portal->added.at(0).properties.value(QStringLiteral("buttons")).value<QDBusArgument>();
+        const auto buttons = qdbus_cast<QList<QVariantMap>>(sent);
+        QCOMPARE(buttons.value(0).value(QStringLiteral("label")).toString(), QStringLiteral("Open Velmora"));
+        const QVariantMap platform{{QStringLiteral("activation-token"), QStringLiteral("token")}};
+        m_portal->activate(m_portal->added.at(0).name, QStringLiteral("open"), {QStringLiteral("target"), platform});
+        QVERIFY(waitUntil([&tokens] { return !tokens.isEmpty(); }));
+        QCOMPARE(tokens, QStringList{QStringLiteral("token")});
+        QCOMPARE(m_opener->opened, QStringList());
     }
 
     void thePermissionIsThatOfTheStore_data()

@@ -160,6 +160,7 @@ private Q_SLOTS:
     {
         m_daemon = std::make_unique<RunningDaemon>(daemonProgram(), QStringList());
         m_daemon->start();
+        m_failures = 0;
         m_opener = std::make_unique<FakeURLOpener>();
         m_service = desktopNotificationService(connectToTestBus(QStringLiteral("client")), *m_opener, m_clock,
             QStringLiteral("Velmora"), DesktopSession());
@@ -229,6 +230,32 @@ private Q_SLOTS:
         QCOMPARE(m_opener->opened, QStringList{QStringLiteral("https://github.com/acme/web/deployments")});
     }
 
+    void aBurstIsThreeNotificationsAndOneThatGrows()
+    {
+        m_service->setWindowOpener([](const QString &) {});
+        failMany(9);
+        QVERIFY(becomesTrue([] { return windows().size() == 4; }));
+        const LogEntry last = receivedNotifications(9).value(8);
+        QCOMPARE(last.value("summary"), QStringLiteral("9 deployments failed"));
+        QCOMPARE(last.value("body"), QStringLiteral("acme/web1, acme/web2, acme/web3 and 6 more"));
+        QCOMPARE(last.value("action-label-1"), QStringLiteral("Open Velmora"));
+    }
+
+    void aClickOnTheButtonOfAGroupOpensTheWindowOnce()
+    {
+        int openings = 0;
+        m_service->setWindowOpener([&openings](const QString &) { ++openings; });
+        const DeploymentList deployments{failed(), failed(QStringLiteral("D2"))};
+        awaitValue(m_service->notifyGroup(deployments, DeploymentNotificationKind::Failure));
+        QVERIFY(becomesTrue([] { return windows().size() == 1; }));
+        click(buttonOf(windows().constFirst()));
+        QVERIFY(becomesTrue([&openings] { return openings > 0; }));
+        QVERIFY(becomesTrue([] { return windows().isEmpty(); }));
+        drainEvents();
+        QCOMPARE(openings, 1);
+        QCOMPARE(m_opener->opened, QStringList());
+    }
+
     void afterARestartNoNotificationOfAnotherProgramIsOverwritten()
     {
         awaitValue(m_service->notifyFailure(failed()));
@@ -242,9 +269,21 @@ private Q_SLOTS:
     }
 
 private:
+    /// Announces the failures of this many more deployments, each of a repository of its own.
+    void failMany(int count)
+    {
+        for (int i = 0; i < count; ++i) {
+            ++m_failures;
+            auto deployment = failed(QStringLiteral("D%1").arg(m_failures));
+            deployment.repositoryName = QStringLiteral("acme/web%1").arg(m_failures);
+            awaitValue(m_service->notifyFailure(deployment));
+        }
+    }
+
     std::unique_ptr<RunningDaemon> m_daemon;
     std::unique_ptr<FakeURLOpener> m_opener;
     FakeClock m_clock;
+    int m_failures = 0;
     std::unique_ptr<UserNotificationService> m_service;
 };
 

@@ -172,6 +172,38 @@ private Q_SLOTS:
         QCOMPARE(story.desktop.notifications().size(), 1);
     }
 
+    void aBurstIsAnnouncedByThreeAndOneThatTellsHowMany()
+    {
+        Story story;
+        QStringList repositories;
+        for (int number = 1; number <= 9; ++number)
+            repositories.append(u"service-%1"_s.arg(number));
+        story.github.installs(u"octo"_s, repositories);
+        story.user.connects(u"octo"_s);
+        QStringList deployments;
+        for (const QString &repository : std::as_const(repositories))
+            deployments.append(story.github.deploys(u"octo/"_s + repository));
+        story.time.passes(kFullPoll);
+        for (const QString &deployment : std::as_const(deployments))
+            story.github.fails(deployment);
+        story.time.passes(kFullPoll);
+        const QStringList posted = story.desktop.notifications();
+        QCOMPARE(posted.size(), 9);
+        QCOMPARE(posted.at(3), u"4 deployments failed"_s);
+        QCOMPARE(posted.at(8), u"9 deployments failed"_s);
+        const NotificationRequest last = story.desktop.notificationServer->requests.constLast();
+        QCOMPARE(last.replacedHandle, u"4"_s);
+        QVERIFY(last.body.endsWith(u" and 6 more"_s));
+        // Each of them counts as announced.
+        story.program.restarts();
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications().size(), 9);
+        story.github.fails(story.github.deploys(u"octo/service-1"_s));
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications().size(), 10);
+        QCOMPARE(story.desktop.notifications().constLast(), u"octo/service-1 failed"_s);
+    }
+
     void onlyTheUsersOwnDeploymentsAreAnnouncedWhereThatIsChosen()
     {
         Story story;
