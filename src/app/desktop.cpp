@@ -116,6 +116,8 @@ MenuBarWindow &Desktop::window()
     connect(m_view, &MenuBarView::settingsRequested, this, [this] { openSettings(); });
     connect(m_view, &MenuBarView::repositoriesRequested, this, &Desktop::openRepositories);
     connect(m_view, &MenuBarView::quitRequested, this, &Desktop::quitRequested);
+    connect(m_view, &MenuBarView::closeRequested, m_window.get(), &QWidget::close);
+    connect(m_window.get(), &MenuBarWindow::frameChanged, m_view, &MenuBarView::setFrame);
     m_view->setNotice(m_notice);
     m_window->setHasItem(m_notice.isEmpty());
     const auto *const authentication = &m_app->authentication();

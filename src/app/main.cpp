@@ -2,6 +2,7 @@
 #include "app/display_probe.h"
 #include "app/program.h"
 #include "http/proxy_lookup.h"
+#include "platform/window_frames.h"
 #include "support/background.h"
 #include "support/freed_memory.h"
 
@@ -20,6 +21,7 @@ std::unique_ptr<QCoreApplication> makeApplication(const CommandLine &line, int &
 {
     if (line.isForDesktop() && isDisplayNamed()) {
         endQuietlyWithoutDisplay();
+        switchOffQtFrames();
         auto application = std::make_unique<QApplication>(argc, argv);
         // The tray item stays when the last window is closed.
         QApplication::setQuitOnLastWindowClosed(false);

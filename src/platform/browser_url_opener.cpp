@@ -2,6 +2,7 @@
 #include "platform/browser_url_opener.h"
 
 #include "platform/activation_token.h"
+#include "platform/window_frames.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -40,7 +41,7 @@ public:
 
 QProcessEnvironment environmentWith(const QString &activationToken)
 {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment environment = environmentWithQtFrames();
     if (isActivationToken(activationToken)) {
         environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), activationToken);
         // The name of the same token on X11.

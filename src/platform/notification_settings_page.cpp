@@ -2,6 +2,7 @@
 #include "platform/notification_settings_page.h"
 
 #include "platform/current_desktops.h"
+#include "platform/window_frames.h"
 
 #include <QProcess>
 #include <QStandardPaths>
@@ -36,6 +37,7 @@ bool startDetached(const QString &program, const QStringList &arguments)
     QProcess process;
     process.setProgram(program);
     process.setArguments(arguments);
+    process.setProcessEnvironment(environmentWithQtFrames());
     // Discard its output, which would go to Velmora's terminal.
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());

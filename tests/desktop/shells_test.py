@@ -264,7 +264,37 @@ class GnomeX11Test(Gnome, VelmoraTest):
 
 
 class GnomeWaylandTest(Wayland, Gnome, VelmoraTest):
+    """The compositor draws no frames, so that the windows have a title bar of their own."""
+
     windowing = "gnome-wayland"
+
+    def test_the_settings_are_moved_by_their_title_bar_and_have_a_button_that_closes_them(self):
+        session = self.desktop()
+        velmora = self.open_demo(session)
+        velmora.open_settings()
+        self.move_and_close(session, velmora, "Velmora Demo Settings")
+
+    def test_the_window_without_a_tray_is_moved_by_its_title_and_has_a_button_that_closes_it(self):
+        session = self.desktop(tray="none")
+        velmora = self.start(session, "--demo")
+        window = velmora.window()
+        velmora.wait_until_active()
+        eventually(lambda: window.all("list item"), "the deployments")
+        self.move_and_close(session, velmora, "Velmora Demo")
+
+    def move_and_close(self, session, velmora, title):
+        (window,) = velmora.windows()
+        x, y = velmora.window().find("label", title).middle
+        start = (window.x + x, window.y + y)
+        # With a frame that Qt draws, this maximised a window of a fixed size.
+        session.screen.double_click(*start)
+        session.screen.drag(start, (start[0] + 60, start[1] + 40))
+        moved = (window.x + 60, window.y + 40, window.width, window.height)
+        eventually(lambda: [(w.x, w.y, w.width, w.height) for w in velmora.windows()] == [moved],
+                   "the window to be moved")
+        velmora.wait_until_active()
+        session.click(velmora.window().find("push button", "Close"))
+        velmora.wait_until_closed()
 
 
 class PlasmaX11Test(Plasma, VelmoraTest):

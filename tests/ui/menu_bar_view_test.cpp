@@ -68,6 +68,27 @@ private Q_SLOTS:
                 text("Add GitHub account"), text("Quit")}));
     }
 
+    void theTitleIsLeftToTheFrameOfTheWindow()
+    {
+        using Frame = FramedWindow::Frame;
+        show();
+        auto *const close = m_view->findChild<MenuBarHeader *>()->findChildren<QToolButton *>().last();
+        QCOMPARE(shownTexts().constFirst(), text("Velmora"));
+        QVERIFY(!close->isVisible());
+        m_view->setFrame(Frame::Desktop);
+        QVERIFY(!shownTexts().contains(text("Velmora")));
+        QVERIFY(!close->isVisible());
+        m_view->setFrame(Frame::Window);
+        QCOMPARE(shownTexts().constFirst(), text("Velmora"));
+        const QSignalSpy closed(m_view.get(), &MenuBarView::closeRequested);
+        QCOMPARE(close->accessibleName(), text("Close"));
+        close->click();
+        QCOMPARE(closed.size(), 1);
+        m_view->setFrame(Frame::None);
+        QCOMPARE(shownTexts().constFirst(), text("Velmora"));
+        QVERIFY(!close->isVisible());
+    }
+
     void theCodeIsShownRatherThanTheInvitation()
     {
         show();

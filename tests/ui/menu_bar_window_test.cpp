@@ -347,16 +347,34 @@ private Q_SLOTS:
         QCOMPARE(m_window->size(), QSize(362, 402));
     }
 
+    void shouldLeaveTitleAndCloseButtonToItsContentWhereTheDesktopDrawsNoFrame()
+    {
+        using Frame = FramedWindow::Frame;
+        make(MenuBarWindow::Placement::ByCompositor, Frame::Window);
+        QList<Frame> frames;
+        connect(m_window.get(), &MenuBarWindow::frameChanged, this, [&](Frame frame) { frames.append(frame); });
+        m_window->setHasItem(false);
+        m_window->open(std::nullopt, QString());
+        QCOMPARE(frames, QList{Frame::Window});
+        QVERIFY(m_window->windowFlags().testFlag(Qt::FramelessWindowHint));
+        QCOMPARE(m_window->size(), QSize(362, 402));
+        m_window->close();
+        m_window->setHasItem(true);
+        m_window->open(std::nullopt, QString());
+        QCOMPARE(frames, (QList{Frame::Window, Frame::None}));
+    }
+
     void shouldPlaceItselfOnlyOnX11()
     {
         QCOMPARE(MenuBarWindow::placementOfPlatform(), MenuBarWindow::Placement::ByCompositor);
     }
 
 private:
-    void make(MenuBarWindow::Placement placement)
+    void make(MenuBarWindow::Placement placement, MenuBarWindow::Frame frame = MenuBarWindow::Frame::Desktop)
     {
         m_content = new Content;
-        m_window = std::make_unique<MenuBarWindow>(m_content, placement, [this] { return m_now; });
+        m_window = std::make_unique<MenuBarWindow>(
+            m_content, placement, [this] { return m_now; }, frame);
         m_other = std::make_unique<QWidget>();
     }
     void openAndActivate()

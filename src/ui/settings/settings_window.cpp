@@ -20,7 +20,7 @@ namespace velmora
 
 SettingsWindow::SettingsWindow(const Stores &stores, const DesktopPorts &ports, SettingsPageOpener *settingsPageOpener,
     AvatarLoading *avatars, QWidget *parent)
-    : QWidget(parent, Qt::Window)
+    : FramedWindow(frameOfPlatform(), parent)
     , m_preferences(stores.preferences)
     , m_urlOpener(ports.urlOpener)
     , m_view(new SettingsView(stores, ports, settingsPageOpener, avatars))
@@ -30,9 +30,7 @@ SettingsWindow::SettingsWindow(const Stores &stores, const DesktopPorts &ports, 
     setWindowTitle(QStringLiteral("Settings"));
     // Qt would quit the program with its last window, but it lives on in the tray.
     setAttribute(Qt::WA_QuitOnClose, false);
-    auto *layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
+    QVBoxLayout *const layout = contentLayout();
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(m_view);
     m_unsaved->setContentsMargins(kRowMargin, kRowMargin, kRowMargin, kRowMargin);

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "ui/settings/settings_view.h"
-
-#include <QWidget>
+#include "ui/window/framed_window.h"
 
 namespace velmora
 {
@@ -16,7 +15,7 @@ class URLOpener;
 /// open.
 ///
 /// Escape and Ctrl+W close it. Closing only hides it, so it opens again in the same state.
-class SettingsWindow final : public QWidget
+class SettingsWindow final : public FramedWindow
 {
     Q_OBJECT
 

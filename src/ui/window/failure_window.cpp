@@ -22,7 +22,7 @@ constexpr int kGap = 12;
 } // namespace
 
 FailureWindow::FailureWindow(const QString &applicationName, const QString &reason, QWidget *parent)
-    : QWidget(parent, Qt::Window)
+    : FramedWindow(frameOfPlatform(), parent)
 {
     installAccessible<FailureWindow, AccessibleWindow>();
     setWindowTitle(applicationName);
@@ -36,16 +36,17 @@ FailureWindow::FailureWindow(const QString &applicationName, const QString &reas
     connect(quit, &QPushButton::clicked, this, &QWidget::close);
     auto *escape = new QShortcut(Qt::Key_Escape, this);
     connect(escape, &QShortcut::activated, this, &QWidget::close);
-    auto *layout = new QVBoxLayout(this);
+    auto *layout = new QVBoxLayout;
     layout->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
     layout->setSpacing(kGap);
     layout->addWidget(title);
     layout->addWidget(message);
     layout->addStretch();
     layout->addWidget(quit, 0, Qt::AlignRight);
+    contentLayout()->addLayout(layout);
     quit->setFocus();
     // A fixed size makes tiling window managers let the window float.
-    setFixedSize(kWidth, layout->totalHeightForWidth(kWidth));
+    setFixedSize(kWidth, contentLayout()->totalHeightForWidth(kWidth));
 }
 
 void FailureWindow::closeEvent(QCloseEvent *event)

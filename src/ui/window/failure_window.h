@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QWidget>
+#include "ui/window/framed_window.h"
 
 namespace velmora
 {
 
 /// Shows why the program cannot start, when there is no terminal for the message. Stays open until the user closes it,
 /// by its button or otherwise.
-class FailureWindow final : public QWidget
+class FailureWindow final : public FramedWindow
 {
     Q_OBJECT
 

@@ -3,12 +3,10 @@
 
 #include "presentation/row_presentation.h"
 #include "ui/controls/symbols.h"
-#include "ui/controls/text_label.h"
 #include "ui/deployments/row_metrics.h"
 
 #include <QHBoxLayout>
 #include <QPushButton>
-#include <QToolButton>
 
 namespace velmora
 {
@@ -38,15 +36,16 @@ QToolButton *iconButton(const QString &label, QStringView symbol, QWidget *paren
 
 MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     : QWidget(parent)
+    , m_title(new TextLabel(TextSize::Title, TextLabel::Overflow::Elide, this))
     , m_status(new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, this))
     , m_unlock(new QPushButton(QStringLiteral("Unlock"), this))
     , m_notice(new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap, this))
     , m_settings(iconButton(QStringLiteral("Settings"), u"gearshape", this))
     , m_refresh(iconButton(QStringLiteral("Refresh"), u"arrow.clockwise", this))
+    , m_close(iconButton(QStringLiteral("Close"), u"xmark", this))
 {
-    auto *name = new TextLabel(TextSize::Title, TextLabel::Overflow::Elide, this);
-    name->setText(title);
-    name->setWeight(QFont::DemiBold);
+    m_title->setText(title);
+    m_title->setWeight(QFont::DemiBold);
     m_status->setTone(Tone::Secondary);
     for (TextLabel *&line : m_explanation) {
         // Wrapped, because the advice is at the end of a reason.
@@ -62,13 +61,16 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     m_notice->hide();
     m_settings->setToolTip(QStringLiteral("Open Settings"));
     setRefreshing(false);
+    m_close->setToolTip(QStringLiteral("Close"));
+    m_close->hide();
+    connect(m_close, &QToolButton::clicked, this, &MenuBarHeader::closeRequested);
     connect(m_settings, &QToolButton::clicked, this, &MenuBarHeader::settingsRequested);
     connect(m_refresh, &QToolButton::clicked, this, &MenuBarHeader::refreshRequested);
     connect(m_unlock, &QPushButton::clicked, this, &MenuBarHeader::refreshRequested);
 
     auto *texts = new QVBoxLayout;
     texts->setSpacing(1);
-    texts->addWidget(name);
+    texts->addWidget(m_title);
     texts->addWidget(m_status);
     for (auto *line : m_explanation)
         texts->addWidget(line);
@@ -78,6 +80,7 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     row->addSpacing(kRowGap);
     row->addWidget(m_settings);
     row->addWidget(m_refresh);
+    row->addWidget(m_close);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(kRowMargin, kMargin, kMargin, kMargin);
     layout->addLayout(row);

@@ -170,6 +170,7 @@ void MenuBarView::connectStores()
     connect(m_updateTime, &AgeTicker::ticked, this, &MenuBarView::showUpdateTime);
     connect(m_header, &MenuBarHeader::settingsRequested, this, &MenuBarView::settingsRequested);
     connect(m_header, &MenuBarHeader::refreshRequested, this, &MenuBarView::refresh);
+    connect(m_header, &MenuBarHeader::closeRequested, this, &MenuBarView::closeRequested);
     connect(m_stores.monitor, &DeploymentMonitor::changed, this, &MenuBarView::followStores);
     connect(m_stores.authentication, &AuthenticationStore::sessionsChanged, this, &MenuBarView::followStores);
     connect(m_stores.authentication, &AuthenticationStore::lockedChanged, this, &MenuBarView::followStores);
@@ -262,6 +263,12 @@ void MenuBarView::showUpdateTime()
         m_updated->setText(text);
     const bool hasAge = updatedAt && m_isShown;
     m_updateTime->waitFor(hasAge ? std::optional(nextRelativeTimeChange(*updatedAt, now)) : std::nullopt);
+}
+
+void MenuBarView::setFrame(FramedWindow::Frame frame)
+{
+    m_header->setTitleShown(frame != FramedWindow::Frame::Desktop);
+    m_header->setCloseOffered(frame == FramedWindow::Frame::Window);
 }
 
 void MenuBarView::setNotice(const QString &notice)

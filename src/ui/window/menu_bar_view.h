@@ -5,6 +5,7 @@
 #include "platform/desktop_ports.h"
 #include "presentation/menu_bar_presentation.h"
 #include "support/task_scope.h"
+#include "ui/window/framed_window.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -44,6 +45,8 @@ public:
     [[nodiscard]] QSize sizeHint() const override;
 
 public Q_SLOTS:
+    /// The frame of the window has a title as well, and a button to close it. Without either, the view offers both.
+    void setFrame(velmora::FramedWindow::Frame frame);
     /// Unlocks the accounts, then refreshes the installations and all deployments. Does nothing while a refresh runs.
     void refresh();
 
@@ -52,6 +55,7 @@ Q_SIGNALS:
     /// The user wants to choose repositories.
     void repositoriesRequested();
     void quitRequested();
+    void closeRequested();
 
 protected:
     bool event(QEvent *event) override;

@@ -3,14 +3,12 @@
 
 #include "support/freed_memory.h"
 #include "ui/accessibility/accessible_part.h"
-#include "ui/controls/tones.h"
 #include "ui/window/window_activation.h"
 #include "ui/window/window_placement.h"
 
 #include <QApplication>
 #include <QCursor>
 #include <QKeyEvent>
-#include <QPainter>
 #include <QScreen>
 #include <QVBoxLayout>
 #include <QWindow>
@@ -26,11 +24,10 @@ namespace
 /// A user who looks again soon does not wait for the window to be made anew.
 constexpr std::chrono::minutes kUntilUnused{1};
 
-/// Behind an item the window is like the desktop's own pop-ups: the title in it is enough, and a frame that Qt draws,
-/// where the compositor draws none, would double the memory.
-Qt::WindowFlags flagsFor(bool hasItem, MenuBarWindow::Placement placement)
+/// Behind an item the window is like the desktop's own pop-ups.
+Qt::WindowFlags flagsFor(FramedWindow::Frame frame, MenuBarWindow::Placement placement)
 {
-    if (!hasItem)
+    if (frame == FramedWindow::Frame::Desktop)
         return Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint;
     if (placement == MenuBarWindow::Placement::AtItem)
         return Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
@@ -66,16 +63,16 @@ std::optional<QPoint> usableAnchor(std::optional<QPoint> anchor)
 
 } // namespace
 
-MenuBarWindow::MenuBarWindow(QWidget *content, Placement placement, Now now)
-    : QWidget(nullptr, flagsFor(true, placement))
+MenuBarWindow::MenuBarWindow(QWidget *content, Placement placement, Now now, Frame frame)
+    : FramedWindow(Frame::None)
     , m_placement(placement)
+    , m_ordinaryFrame(frame)
     , m_now(std::move(now))
     , m_dismissal(focusFor(placement))
 {
     installAccessible<MenuBarWindow, AccessibleWindow>();
-    auto *const layout = new QVBoxLayout(this);
-    layout->setSizeConstraint(QLayout::SetNoConstraint);
-    layout->addWidget(content);
+    contentLayout()->setSizeConstraint(QLayout::SetNoConstraint);
+    contentLayout()->addWidget(content);
     m_unused.setSingleShot(true);
     m_unused.setInterval(kUntilUnused);
     connect(&m_unused, &QTimer::timeout, this, &MenuBarWindow::giveBackMemory);
@@ -126,10 +123,9 @@ void MenuBarWindow::giveWay()
 /// Before the window is shown, since a change of its flags hides it.
 void MenuBarWindow::adoptFrame()
 {
-    m_hasFrame = !m_hasItem;
-    setWindowFlags(flagsFor(m_hasItem, m_placement));
-    const int border = m_hasFrame ? 0 : 1;
-    layout()->setContentsMargins(border, border, border, border);
+    const Frame frame = m_hasItem ? Frame::None : m_ordinaryFrame;
+    setFrame(frame == Frame::Desktop ? frame : Frame::None, flagsFor(frame, m_placement));
+    Q_EMIT frameChanged(frame);
 }
 
 void MenuBarWindow::dismiss()
@@ -173,7 +169,7 @@ void MenuBarWindow::fit()
     const QRect place
         = placedWindow({wantedSize(), m_anchor, m_pointer, screenAreas(), QGuiApplication::layoutDirection()});
     setFixedSize(place.size());
-    if (m_placement == Placement::AtItem && !m_hasFrame)
+    if (m_placement == Placement::AtItem && frame() == Frame::None)
         move(place.topLeft());
 }
 
@@ -210,7 +206,7 @@ void MenuBarWindow::keyPressEvent(QKeyEvent *event)
 /// The free areas of the window move it where the compositor has placed it.
 void MenuBarWindow::mousePressEvent(QMouseEvent *event)
 {
-    if (event->button() == Qt::LeftButton && m_placement == Placement::ByCompositor && !m_hasFrame)
+    if (event->button() == Qt::LeftButton && m_placement == Placement::ByCompositor && frame() == Frame::None)
         startMove();
     else
         QWidget::mousePressEvent(event);
@@ -226,16 +222,6 @@ void MenuBarWindow::enterEvent(QEnterEvent *event)
 {
     m_dismissal.pointerEntered();
     QWidget::enterEvent(event);
-}
-
-void MenuBarWindow::paintEvent(QPaintEvent *event)
-{
-    QWidget::paintEvent(event);
-    if (m_hasFrame)
-        return;
-    QPainter painter(this);
-    painter.setPen(separatorColour(palette()));
-    painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
 } // namespace velmora

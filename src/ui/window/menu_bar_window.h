@@ -2,9 +2,9 @@
 #pragma once
 
 #include "ui/window/dismissal_rule.h"
+#include "ui/window/framed_window.h"
 
 #include <QTimer>
-#include <QWidget>
 
 #include <functional>
 #include <optional>
@@ -17,7 +17,7 @@ namespace velmora
 /// It closes on Escape, when the user turns to another window, and on a second click at the item. It can be opened
 /// again after closing, so the program must not quit with its last window. Where there is no item, it is an ordinary
 /// window that stays beside others. A minute after closing it gives back the memory that it took to be shown.
-class MenuBarWindow final : public QWidget
+class MenuBarWindow final : public FramedWindow
 {
     Q_OBJECT
 
@@ -29,9 +29,9 @@ public:
     /// The source of the time, for tests.
     using Now = std::function<DismissalRule::Time()>;
 
-    /// Takes ownership of the content.
-    explicit MenuBarWindow(
-        QWidget *content, Placement placement = placementOfPlatform(), Now now = &std::chrono::steady_clock::now);
+    /// Takes ownership of the content. `frame` is that of the window where there is no item.
+    explicit MenuBarWindow(QWidget *content, Placement placement = placementOfPlatform(),
+        Now now = &std::chrono::steady_clock::now, Frame frame = frameOfPlatform());
 
     /// AtItem on X11, the only platform that lets a program place its windows.
     [[nodiscard]] static Placement placementOfPlatform();
@@ -52,13 +52,16 @@ public:
     /// Handles a click at the item: opens or closes the window.
     void toggle(std::optional<QPoint> anchor, const QString &activationToken);
 
+Q_SIGNALS:
+    /// Before the window opens. Frame::Window: the content has to show the title, and a button that closes the window.
+    void frameChanged(velmora::FramedWindow::Frame frame);
+
 protected:
     bool event(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void enterEvent(QEnterEvent *event) override;
-    void paintEvent(QPaintEvent *event) override;
 
 private:
     void adoptFrame();
@@ -71,7 +74,7 @@ private:
     void giveBackMemory();
 
     Placement m_placement; ///< where the desktop has an item
-    bool m_hasFrame = false; ///< the window as it is
+    Frame m_ordinaryFrame; ///< where it has none
     bool m_hasItem = true;
     Now m_now;
     QTimer m_unused{this}; ///< runs from the closing on
