@@ -259,7 +259,20 @@ class Wayland:
         velmora.wait_until_closed()
 
 
-class GnomeX11Test(Gnome, VelmoraTest):
+class X11:
+    """What holds where a program hears of all clicks."""
+
+    def test_a_click_on_the_bare_desktop_closes_the_window(self):
+        session = self.desktop()
+        velmora = self.open_demo(session)
+        (window,) = velmora.windows()
+        session.screen.click(window.x + 20, window.y + 20)
+        never(lambda: not velmora.is_open(), "a click inside has closed the window", 2)
+        session.screen.click(100, session.screen.height // 2)
+        velmora.wait_until_closed()
+
+
+class GnomeX11Test(X11, Gnome, VelmoraTest):
     windowing = "gnome-x11"
 
 
@@ -297,7 +310,7 @@ class GnomeWaylandTest(Wayland, Gnome, VelmoraTest):
         velmora.wait_until_closed()
 
 
-class PlasmaX11Test(Plasma, VelmoraTest):
+class PlasmaX11Test(X11, Plasma, VelmoraTest):
     windowing = "plasma-x11"
 
     def test_the_window_opens_above_the_panel(self):

@@ -38,7 +38,8 @@ public:
     /// the focus is over.
     bool setAsking(bool isAsking, Time now);
 
-    /// Whether the window, which has just lost the focus, closes. If so, it counts as closed from now on.
+    /// Whether the window, which has just lost the focus or beside which the user has clicked, closes. If so, it counts
+    /// as closed from now on.
     [[nodiscard]] bool closesOnFocusLoss(Time now, QPoint pointer);
     /// Whether a click at the item belongs to the click that closed the window and therefore opens nothing. True at
     /// most once for each closing.

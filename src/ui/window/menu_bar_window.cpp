@@ -75,6 +75,7 @@ MenuBarWindow::MenuBarWindow(QWidget *content, Placement placement, Now now, Fra
     contentLayout()->addWidget(content);
     m_unused.setSingleShot(true);
     m_unused.setInterval(kUntilUnused);
+    connect(&m_presses, &PointerPresses::pressed, this, &MenuBarWindow::pressedSomewhere);
     connect(&m_unused, &QTimer::timeout, this, &MenuBarWindow::giveBackMemory);
     adoptFrame();
 }
@@ -97,6 +98,7 @@ void MenuBarWindow::open(std::optional<QPoint> anchor, const QString &activation
     if (!m_isOpen) {
         m_isOpen = true;
         m_unused.stop();
+        m_presses.setListening(true);
         adoptFrame();
         m_anchor = usableAnchor(anchor);
         m_pointer = QCursor::pos();
@@ -140,6 +142,7 @@ void MenuBarWindow::closeEvent(QCloseEvent *event)
 {
     m_isOpen = false;
     m_unused.start();
+    m_presses.setListening(false);
     QWidget::closeEvent(event);
 }
 
@@ -183,13 +186,20 @@ bool MenuBarWindow::event(QEvent *event)
     return isHandled;
 }
 
+/// On some desktops a click on the background or the panel moves no focus.
+void MenuBarWindow::pressedSomewhere()
+{
+    if (!QApplication::topLevelAt(QCursor::pos()))
+        focusLost();
+}
+
 void MenuBarWindow::focusLost()
 {
     if (!m_hasItem)
         return;
     // The focus went to a menu or a dialog of this window.
     const QWidget *const now = QApplication::activeWindow();
-    if (QApplication::activePopupWidget() != nullptr || (now != nullptr && isAncestorOf(now)))
+    if (QApplication::activePopupWidget() != nullptr || (now != nullptr && now != this && isAncestorOf(now)))
         return;
     if (m_dismissal.closesOnFocusLoss(m_now(), QCursor::pos()))
         dismiss();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/pointer_presses.h"
 #include "ui/window/dismissal_rule.h"
 #include "ui/window/framed_window.h"
 
@@ -14,9 +15,10 @@ namespace velmora
 
 /// The window behind the tray item. Its size follows its content, within the screen.
 ///
-/// It closes on Escape, when the user turns to another window, and on a second click at the item. It can be opened
-/// again after closing, so the program must not quit with its last window. Where there is no item, it is an ordinary
-/// window that stays beside others. A minute after closing it gives back the memory that it took to be shown.
+/// It closes on Escape, when the user turns to another window or clicks elsewhere, and on a second click at the item.
+/// It can be opened again after closing, so the program must not quit with its last window. Where there is no item, it
+/// is an ordinary window that stays beside others. A minute after closing it gives back the memory that it took to be
+/// shown.
 class MenuBarWindow final : public FramedWindow
 {
     Q_OBJECT
@@ -67,6 +69,7 @@ private:
     void adoptFrame();
     void fit();
     [[nodiscard]] QSize wantedSize() const;
+    void pressedSomewhere();
     void focusLost();
     void startMove();
     void takeFocus(const QString &activationToken);
@@ -78,6 +81,7 @@ private:
     bool m_hasItem = true;
     Now m_now;
     QTimer m_unused{this}; ///< runs from the closing on
+    PointerPresses m_presses; ///< while the window is open
     DismissalRule m_dismissal;
     std::optional<QPoint> m_anchor;
     QPoint m_pointer; ///< where the pointer was when the window opened
