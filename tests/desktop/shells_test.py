@@ -2,6 +2,8 @@
 # SPDX-License-Identifier: MIT
 """Velmora on whole desktops: GNOME, with and without the extension that shows tray items, and Plasma."""
 
+import math
+import re
 import unittest
 
 from headless import eventually
@@ -259,6 +261,47 @@ class Wayland:
         velmora.wait_until_closed()
 
 
+    def test_window_and_settings_are_sharp_and_whole_at_every_scale(self):
+        widths = set()
+        for scale in (1, 1.25, 1.5, 2):
+            with self.subTest(scale):
+                session = self.desktop(scales=(scale,), size=(1920, 1200))
+                velmora = self.open_traced_demo(session)
+                # Below the greater scale the compositor makes it smaller, which stays sharp.
+                self.assertEqual(self.buffer_scale(velmora), math.ceil(scale))
+                widths.add(self.whole_window(session, velmora, scale).width)
+                velmora.open_settings()
+                self.assertEqual(self.buffer_scale(velmora), math.ceil(scale))
+                self.whole_window(session, velmora, scale)
+                session.end()
+        self.assertEqual(len(widths), 1)
+
+    def open_traced_demo(self, session):
+        """A demo that prints what it tells the compositor; its window is open. (The tracing leaks.)"""
+        velmora = self.start(session, "--demo", "--background",
+                             environment={"WAYLAND_DEBUG": "1", "ASAN_OPTIONS": "detect_leaks=0"})  # fmt: skip
+        velmora.wait_for_item()
+        session.tray.item().activate(0, 0)
+        velmora.wait_until_active()
+        return velmora
+
+    def buffer_scale(self, velmora):
+        """The pixels for a point in the last window that was shown."""
+        return int(re.findall(r"wl_surface@\d+\.set_buffer_scale\((\d)\)", velmora.program.output())[-1])
+
+    def whole_window(self, session, velmora, scale):
+        """The only window, after a look whether the screen holds it, and whether it holds its texts."""
+        (window,) = velmora.windows()
+        self.assertGreaterEqual(window.x, 0)
+        self.assertLessEqual(window.x + window.width, session.screen.width / scale)
+        self.assertLessEqual(window.y + window.height, session.screen.height / scale)
+        for label in velmora.window().all("label"):
+            x, _, width, _ = label.place
+            self.assertGreaterEqual(x, 0)
+            self.assertLessEqual(x + width, window.width, label)
+        return window
+
+
 class X11:
     """What holds where a program hears of all clicks."""
 
@@ -308,6 +351,16 @@ class GnomeWaylandTest(Wayland, Gnome, VelmoraTest):
         velmora.wait_until_active()
         session.click(velmora.window().find("push button", "Close"))
         velmora.wait_until_closed()
+
+
+    def test_the_window_is_sharp_on_each_of_two_screens(self):
+        session = self.desktop(scales=(1, 2))
+        velmora = self.open_traced_demo(session)
+        self.assertEqual(self.buffer_scale(velmora), 1)
+        session.windows.move_to_screen(velmora.pid, 1)
+        eventually(lambda: self.buffer_scale(velmora) == 2, "the window to be drawn anew")
+        session.windows.move_to_screen(velmora.pid, 0)
+        eventually(lambda: self.buffer_scale(velmora) == 1, "the window to be drawn anew")
 
 
 class PlasmaX11Test(X11, Plasma, VelmoraTest):

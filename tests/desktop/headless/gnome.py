@@ -69,6 +69,10 @@ global.get_window_actors().map(actor => actor.meta_window)
                 window.has_focus()];
     })
 """
+_MOVE = """\
+global.get_window_actors().map(actor => actor.meta_window).find(window => window.get_pid() === PID)
+    .move_to_monitor(NUMBER)
+"""
 _ITEM_PLACE = """\
 (() => {
     const [item] = Object.entries(Main.panel.statusArea).filter(([name, _]) => name.startsWith('appindicator-'))
@@ -119,6 +123,8 @@ class GnomeShell:
         start_bus(self._session, (), "system-bus").close()
         for schema, key, value in _SETTINGS:
             self.set(schema, key, value)
+        # It would round the scale otherwise.
+        self.set("org.gnome.mutter", "experimental-features", "['scale-monitor-framebuffer']")
         self.set(_SHELL.lower(), "enabled-extensions", f"['{_EVALUATOR}']")
         if not self._session.is_on_wayland:
             # Tells programs the scale of texts.
@@ -146,6 +152,10 @@ class GnomeShell:
     def allow_notifications(self, application, are_allowed):
         """The switch of the application with this id in the system settings."""
         self.set(_PERMISSION.format(application.replace(".", "-").lower()), "enable", str(are_allowed).lower())
+
+    def move_to_screen(self, pid, number):
+        """Moves the only window of the process to another screen."""
+        self.evaluate(_MOVE.replace("PID", str(pid)).replace("NUMBER", str(number)))
 
     def evaluate(self, expression):
         """The value of an expression in JavaScript in the shell."""
@@ -182,6 +192,9 @@ class GnomeShell:
         command = ["gnome-shell", "--x11", "--sm-disable"]
         if self._session.is_on_wayland:
             environment["MUTTER_DEBUG_DUMMY_MODE_SPECS"] = f"{self._screen.width}x{self._screen.height}"
+            scales = self._session.scales
+            environment["MUTTER_DEBUG_NUM_DUMMY_MONITORS"] = str(len(scales))
+            environment["MUTTER_DEBUG_DUMMY_MONITOR_SCALES"] = ",".join(map(str, scales))
             # Without Xwayland, which would look for a free display number among those of other sessions.
             command = ["gnome-shell", "--nested", "--wayland", "--no-x11", "--wayland-display", _WAYLAND_SOCKET]
         self._program = self._session.launch("shell", command, environment=environment)

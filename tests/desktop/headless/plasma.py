@@ -170,8 +170,10 @@ class PlasmaShell:
             environment |= {"KWIN_COMPOSE": "Q", "DISPLAY": self._screen.name}
             environment.pop("WAYLAND_DISPLAY")
             # Without Xwayland, which would look for a free display number among those of other sessions.
-            command = [self._compositor(), "--x11-display", self._screen.name, "--width", str(self._screen.width),
-                       "--height", str(self._screen.height), "--socket", _WAYLAND_SOCKET, "--no-lockscreen"]
+            (scale,) = self._session.scales
+            width, height = (str(round(pixels / scale)) for pixels in (self._screen.width, self._screen.height))
+            command = [self._compositor(), "--x11-display", self._screen.name, "--width", width, "--height", height,
+                       "--scale", str(scale), "--socket", _WAYLAND_SOCKET, "--no-lockscreen"]
         self._manager = self._session.launch("window-manager", command, environment=environment)
         self._manager.until(lambda: self._session.bus.has(_WINDOW_MANAGER))
 
