@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/browser_url_opener.h"
 
+#include "platform/window_frames.h"
 #include "support/await.h"
 #include "support/test_main.h"
 
@@ -64,6 +65,17 @@ private Q_SLOTS:
         const QList<QByteArray> expected{seen, seen, "https://example.com/"};
         QCOMPARE(outcome(), expected);
         QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+    }
+
+    void theBrowserMayDrawItsFramesEvenIfThisProgramDoesNot()
+    {
+        switchOffQtFrames();
+        QVERIFY(qEnvironmentVariableIsSet("QT_WAYLAND_DISABLE_WINDOWDECORATION"));
+        installOpener("printf '%s\\n' \"${QT_WAYLAND_DISABLE_WINDOWDECORATION-none}\" "
+                      ">\"$VELMORA_TEST_OUTCOME.new\"\nmv \"$VELMORA_TEST_OUTCOME.new\" \"$VELMORA_TEST_OUTCOME\"\n");
+        QVERIFY(m_opener.open(WebAddress(QStringLiteral("https://example.com/"))));
+        QCOMPARE(outcome(), QList<QByteArray>{"none"});
+        qunsetenv("QT_WAYLAND_DISABLE_WINDOWDECORATION");
     }
 
     void anActivationTokenOpensNothingButAWebAddress()
