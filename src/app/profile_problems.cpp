@@ -3,6 +3,7 @@
 
 #include "app/run_context.h"
 #include "cli/terminal.h"
+#include "monitor/environments.h"
 #include "platform/file_preferences.h"
 
 namespace velmora
@@ -22,6 +23,12 @@ void reportProblems(FilePreferences *preferences, const RunContext &context)
     QObject::connect(preferences, &Preferences::damageFound, preferences, report);
     if (context.line.isForDesktop())
         QObject::connect(preferences, &Preferences::failureChanged, preferences, reportFailure);
+}
+
+void reportProblems(Environments *environments, const RunContext &context)
+{
+    QObject::connect(environments, &Environments::damageFound, environments,
+        [err = context.err](const QString &message) { err->writeLine(message); });
 }
 
 } // namespace velmora

@@ -4,6 +4,7 @@
 namespace velmora
 {
 
+class Environments;
 class FilePreferences;
 struct RunContext;
 
@@ -11,5 +12,8 @@ struct RunContext;
 /// that cannot be saved later on are reported for a desktop run only; the commands of the terminal report them
 /// themselves. Neither is owned; the terminal outlives the preferences.
 void reportProblems(FilePreferences *preferences, const RunContext &context);
+
+/// Writes to standard error when the record of environments cannot be read. Nothing is owned, as above.
+void reportProblems(Environments *environments, const RunContext &context);
 
 } // namespace velmora

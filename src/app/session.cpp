@@ -47,6 +47,7 @@ void Session::createStores()
     environment.notifier = notifierFor(environment);
     VelmoraApp &app = m_app.emplace(std::move(environment));
     reportProblems(&app.files().preferences, *m_context);
+    reportProblems(&app.monitor().environments(), *m_context);
     if (m_demo)
         Demo::fillPreferences(&app.files().preferences);
     createControl();

@@ -53,6 +53,8 @@ ProfileFiles::ProfileFiles(const XDGDirectories &directories, const AppConfigura
     : preferences(inFolder(directories.configuration, QStringLiteral("preferences.json")), clock)
     , accountPreferences(&preferences, configuration.loginOrigin())
     , cache(configuration.loginOrigin().folderIn(directories.cache))
+    , environmentsPath(
+          inFolder(configuration.loginOrigin().folderIn(directories.cache), QStringLiteral("environments.json")))
 {
     if (configuration.originInFiles)
         fileEarlierProfile(&preferences, directories.cache, *configuration.originInFiles);
@@ -124,6 +126,7 @@ DeploymentMonitor::Services VelmoraApp::monitorServices()
     services.clock = &m_clock;
     services.rateLimits = m_rateLimits;
     services.random = m_environment.random;
+    services.environmentsPath = m_files.environmentsPath;
     return services;
 }
 

@@ -53,6 +53,7 @@ struct ProfileFiles {
     FilePreferences preferences; ///< of the whole profile
     OriginPreferences accountPreferences; ///< those of them that belong to the accounts of this GitHub
     JSONDeploymentCache cache;
+    QString environmentsPath; ///< the file of the record of environments; empty for none
 };
 
 /// The stores and the objects that live as long, declared in the order in which they need each other. Nothing is asked

@@ -11,6 +11,8 @@ bool AnnouncementChoices::isAnnounced(const DeploymentSnapshot &result) const
     const auto kind = announcedKind(result.state);
     if (!kind || !m_defaults->boolean(preferenceOf(*kind)))
         return false;
+    if (m_environmentRules.current().choice(result) != EnvironmentChoice::Notify)
+        return false;
     return isMine(result) || !m_defaults->boolean(QString::fromLatin1(kOnlyMinePreference));
 }
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "model/deployment_snapshot.h"
-#include "platform/preferences.h"
+#include "monitor/environment_choices.h"
 
 #include <QStringList>
 
@@ -17,6 +16,7 @@ public:
     /// The preferences are not owned and outlive this object.
     explicit AnnouncementChoices(const Preferences *defaults)
         : m_defaults(defaults)
+        , m_environmentRules(defaults)
     {
     }
 
@@ -30,6 +30,7 @@ private:
     [[nodiscard]] bool isMine(const DeploymentSnapshot &result) const;
 
     const Preferences *m_defaults;
+    StoredEnvironmentRules m_environmentRules;
     QStringList m_logins;
 };
 

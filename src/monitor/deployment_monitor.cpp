@@ -36,12 +36,17 @@ DeploymentMonitor::DeploymentMonitor(GitHubClient client, Services services, QOb
     , m_outcomes(services.rateLimits, services.clock, &m_loop, services.random)
     , m_fetcher(std::move(client), services.rateLimits, &m_outcomes)
     , m_saved(services.cache, services.clock)
+    , m_environments(services.defaults, services.clock, services.environmentsPath)
     , m_shown(&m_outcomes, services.clock, services.defaults)
     , m_news(services.notifier, services.defaults, services.clock)
-    , m_refresher({services.clock, &m_loop, &m_outcomes, &m_fetcher, &m_saved, &m_shown, &m_news})
+    , m_refresher({services.clock, &m_loop, &m_outcomes, &m_fetcher, &m_saved, &m_environments, &m_shown, &m_news})
 {
-    connect(&m_shown, &ShownDeployments::changed, this, &DeploymentMonitor::changed);
+    connect(&m_shown, &ShownDeployments::changed, this, [this] {
+        m_environments.see(m_shown.deployments());
+        Q_EMIT changed();
+    });
     connect(&m_saved, &SavedDeployments::failureChanged, this, &DeploymentMonitor::changed);
+    connect(&m_environments, &Environments::failureChanged, this, &DeploymentMonitor::changed);
     connect(m_defaults, &Preferences::failureChanged, this, &DeploymentMonitor::changed);
 }
 
@@ -52,7 +57,7 @@ DeploymentMonitorPresentation DeploymentMonitor::presentation() const
 
 QString DeploymentMonitor::unsaved() const
 {
-    QStringList lines{m_defaults->failure(), m_saved.failure()};
+    QStringList lines{m_defaults->failure(), m_saved.failure(), m_environments.failure()};
     lines.removeAll(QString());
     return lines.join(QLatin1Char('\n'));
 }
@@ -135,8 +140,10 @@ QCoro::Task<> DeploymentMonitor::refreshDueAndSaveAgain(RefreshContext context)
 {
     const QPointer<DeploymentMonitor> self(this);
     co_await m_refresher.refreshDue(context);
-    if (self)
-        co_await m_saved.saveAgain(deployments());
+    if (!self)
+        co_return;
+    m_environments.saveAgain();
+    co_await m_saved.saveAgain(m_shown.deployments());
 }
 
 QCoro::Task<> DeploymentMonitor::refreshAll(

@@ -4,6 +4,7 @@
 #include "monitor/deployment_fetcher.h"
 #include "monitor/deployment_news.h"
 #include "monitor/deployment_refresher.h"
+#include "monitor/environments.h"
 #include "monitor/fetch_outcomes.h"
 #include "monitor/identity_follower.h"
 #include "monitor/polling_loop.h"
@@ -40,20 +41,26 @@ public:
         std::shared_ptr<RateLimitLedger> rateLimits;
         /// A number from 0 to below 1, evenly spread; spreads the retries of many machines.
         std::function<double()> random;
+        /// The file of the record of environments; empty to keep it in memory.
+        QString environmentsPath = {};
     };
 
     DeploymentMonitor(GitHubClient client, Services services, QObject *parent = nullptr);
 
     /// The deployments on show: unique, filtered, active ones first, newest first.
-    [[nodiscard]] const DeploymentList &deployments() const { return m_shown.deployments(); }
+    [[nodiscard]] const DeploymentList &deployments() const { return m_shown.listed().deployments; }
     /// What is known of the failures among them.
-    [[nodiscard]] const FailureMarks &marks() const { return m_shown.marks(); }
+    [[nodiscard]] const FailureMarks &marks() const { return m_shown.listed().marks; }
+    /// What the user has hidden by choices about environments, in the same order. Nothing counts these.
+    [[nodiscard]] const MarkedDeployments &hidden() const { return m_shown.hidden(); }
+    /// The environments that were seen, and the choices about them.
+    [[nodiscard]] Environments &environments() { return m_environments; }
     [[nodiscard]] const DeploymentMonitorState &state() const { return m_shown.state(); }
     /// A line for each identity that failed (its login, ": ", why), and for each reason for which GitHub tells nothing
     /// of some repositories; empty when there is none.
     [[nodiscard]] const QString &message() const { return m_shown.message(); }
-    /// What could not be saved, and why: a line for the settings and one for the deployments; empty when all is saved.
-    /// Both are tried again.
+    /// What could not be saved, and why: a line for the settings, one for the deployments and one for the record of
+    /// environments; empty when all is saved. All are tried again.
     [[nodiscard]] QString unsaved() const;
     /// When a full refresh last succeeded for at least one identity.
     [[nodiscard]] std::optional<Instant> lastRefreshedAt() const { return m_shown.lastRefreshedAt(); }
@@ -118,7 +125,7 @@ public:
     [[nodiscard]] QCoro::Task<> processNotifications(DeploymentList previous, DeploymentList updated);
 
 Q_SIGNALS:
-    /// deployments, marks, state, message, lastRefreshedAt or unsaved changed.
+    /// deployments, marks, hidden, state, message, lastRefreshedAt or unsaved changed.
     void changed();
 
 private:
@@ -143,6 +150,7 @@ private:
     FetchOutcomes m_outcomes;
     DeploymentFetcher m_fetcher;
     SavedDeployments m_saved;
+    Environments m_environments;
     ShownDeployments m_shown;
     DeploymentNews m_news;
     DeploymentRefresher m_refresher;

@@ -6,6 +6,7 @@
 #include "monitor/deployment_fetcher.h"
 #include "monitor/deployment_list.h"
 #include "monitor/deployment_news.h"
+#include "monitor/environments.h"
 #include "monitor/fetch_outcomes.h"
 #include "monitor/polling_loop.h"
 #include "monitor/saved_deployments.h"
@@ -26,6 +27,9 @@ DeploymentRefresher::DeploymentRefresher(const Parts &parts, QObject *parent)
 QCoro::Task<> DeploymentRefresher::loadSaved()
 {
     const QPointer<DeploymentRefresher> self(this);
+    co_await m_parts.environments->load();
+    if (!self)
+        co_return;
     const auto payload = co_await m_parts.saved->load();
     if (!self || !payload)
         co_return;

@@ -18,6 +18,7 @@ namespace velmora
 class Clock;
 class DeploymentFetcher;
 class DeploymentNews;
+class Environments;
 class FetchOutcomes;
 class PollingLoop;
 class SavedDeployments;
@@ -38,6 +39,7 @@ public:
         FetchOutcomes *outcomes = nullptr;
         DeploymentFetcher *fetcher = nullptr;
         SavedDeployments *saved = nullptr;
+        Environments *environments = nullptr;
         ShownDeployments *shown = nullptr;
         DeploymentNews *news = nullptr;
     };
@@ -47,7 +49,8 @@ public:
     /// Whether requests are under way.
     [[nodiscard]] bool isRefreshing() const { return m_requests.use_count() > 1; }
 
-    /// Shows the saved list; does nothing after the first time. Comes before every other operation.
+    /// Shows the saved list, and reads the record of environments; does nothing after the first time. Comes before
+    /// every other operation.
     [[nodiscard]] QCoro::Task<> loadSaved();
     /// Fetches what is due at the time of the context: see decide(). Identities that failed and may be asked again, and
     /// new ones, are due always.

@@ -101,6 +101,18 @@ FailureMarks failureMarks(const DeploymentList &deployments, const FailureMarks 
     return marks;
 }
 
+MarkedDeployments marked(const DeploymentList &part, const FailureMarks &marks, const DeploymentList &others)
+{
+    MarkedDeployments result{part, part.isEmpty() ? FailureMarks() : marks};
+    if (result.marks.isEmpty())
+        return result;
+    for (const SharedDeployment &other : others) {
+        if (isFailure(other.state()))
+            result.marks.remove(other->id);
+    }
+    return result;
+}
+
 qsizetype uncounted(const FailureMarks &marks)
 {
     return std::ranges::count(marks, false, &FailureMark::isCounted);

@@ -48,6 +48,18 @@ using FailureMarks = QMap<QString, FailureMark>;
 [[nodiscard]] FailureMarks failureMarks(
     const DeploymentList &deployments, const FailureMarks &before, const FailureChoices &choices);
 
+/// Deployments with their marks.
+struct MarkedDeployments {
+    DeploymentList deployments;
+    FailureMarks marks;
+
+    friend bool operator==(const MarkedDeployments &, const MarkedDeployments &) = default;
+};
+
+/// The part of a list with these marks that `others` leave, with its own marks.
+[[nodiscard]] MarkedDeployments marked(
+    const DeploymentList &part, const FailureMarks &marks, const DeploymentList &others);
+
 /// How many failures of the list do not count.
 [[nodiscard]] qsizetype uncounted(const FailureMarks &marks);
 

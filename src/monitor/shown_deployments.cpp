@@ -19,6 +19,7 @@ ShownDeployments::ShownDeployments(
     , m_clock(clock)
     , m_defaults(defaults)
     , m_choices(failureChoices(*defaults))
+    , m_environmentRules(defaults)
 {
     connect(defaults, &Preferences::changed, this, &ShownDeployments::followChoices);
 }
@@ -173,8 +174,10 @@ DeploymentMonitorState ShownDeployments::currentState(
 
 void ShownDeployments::publish(Published published)
 {
-    if (!published.deployments.isSharedWith(m_published.deployments))
+    if (!published.deployments.isSharedWith(m_published.deployments)) {
         published.marks = failureMarks(published.deployments, m_published.marks, m_choices);
+        divide(published);
+    }
     if (published == m_published)
         return;
     const bool isOtherList = !published.deployments.isSharedWith(m_published.deployments);
@@ -197,12 +200,23 @@ void ShownDeployments::setDismissed(const QSet<QString> &ids, bool isDismissed)
 /// The choice may have been made by another process.
 void ShownDeployments::followChoices(const QString &key)
 {
-    if (!isFailureChoice(key))
+    if (!isFailureChoice(key) && !isEnvironmentChoice(key))
         return;
     m_choices = failureChoices(*m_defaults);
     Published next = m_published;
     next.marks = failureMarks(next.deployments, next.marks, m_choices);
+    divide(next);
     publish(std::move(next));
+}
+
+void ShownDeployments::divide(Published &published)
+{
+    const DividedDeployments parts = divided(published.deployments, m_environmentRules.current());
+    published.listed = marked(parts.listed, published.marks, parts.hidden);
+    published.hidden = marked(parts.hidden, published.marks, parts.listed);
+    // An equal list is published as the same one.
+    if (published.listed.deployments == m_published.listed.deployments)
+        published.listed.deployments = m_published.listed.deployments;
 }
 
 } // namespace velmora

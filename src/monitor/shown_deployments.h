@@ -4,6 +4,7 @@
 #include "model/deployment_cache.h"
 #include "monitor/deployment_fetcher.h"
 #include "monitor/deployment_monitor_state.h"
+#include "monitor/environment_choices.h"
 #include "monitor/failure_marks.h"
 #include "monitor/refresh_context.h"
 
@@ -20,8 +21,9 @@ class Clock;
 class FetchOutcomes;
 class Preferences;
 
-/// What the user sees of the deployments: the list with its marks, its state, and what went wrong. All of it changes
-/// together, and one changed() announces it. The marks are found when the list or a choice about failures has changed.
+/// What is known of the deployments, and what the user sees of it: the list with its marks, its state, and what went
+/// wrong. All of it changes together, and one changed() announces it. Marks are found, and the list is divided by the
+/// choices about environments, when the list or such a choice has changed.
 ///
 /// Several instants could be called the last refresh, and each has its name:
 /// - *lastRefreshedAt*: a full refresh last succeeded for at least one identity; it is published.
@@ -38,11 +40,16 @@ public:
     ShownDeployments(
         const FetchOutcomes *outcomes, const Clock *clock, Preferences *defaults, QObject *parent = nullptr);
 
-    /// Unique, filtered, active ones first, newest first.
+    /// Unique, filtered, active ones first, newest first. With those that the user has hidden: they are fetched, saved
+    /// and known to the announcer like all others.
     [[nodiscard]] const DeploymentList &deployments() const { return m_published.deployments; }
+    /// What the user sees of them, in the same order, with its marks: the same list while nothing is hidden.
+    [[nodiscard]] const MarkedDeployments &listed() const { return m_published.listed; }
+    /// What is known of the failures in listed().
+    [[nodiscard]] const FailureMarks &marks() const { return listed().marks; }
+    /// What the user has hidden, in the same order.
+    [[nodiscard]] const MarkedDeployments &hidden() const { return m_published.hidden; }
     [[nodiscard]] bool hasActiveDeployment() const;
-    /// What is known of the failures in the list.
-    [[nodiscard]] const FailureMarks &marks() const { return m_published.marks; }
     [[nodiscard]] const DeploymentMonitorState &state() const { return m_published.state; }
     [[nodiscard]] bool isDisconnected() const { return state().state == DeploymentMonitorState::Case::Disconnected; }
     /// FetchOutcomes::message() as it was when the list was last shown.
@@ -71,6 +78,8 @@ private:
     struct Published {
         DeploymentList deployments;
         FailureMarks marks; ///< of the deployments
+        MarkedDeployments listed; ///< of the deployments
+        MarkedDeployments hidden; ///< of the deployments
         DeploymentMonitorState state = DeploymentMonitorState::loading(false);
         QString message;
         std::optional<Instant> lastRefreshedAt;
@@ -101,11 +110,13 @@ private:
     [[nodiscard]] Published withStanding(Published published, const RefreshContext &context) const;
     void publish(Published published);
     void followChoices(const QString &key);
+    void divide(Published &published);
 
     const FetchOutcomes *m_outcomes;
     const Clock *m_clock;
     Preferences *m_defaults;
     FailureChoices m_choices;
+    StoredEnvironmentRules m_environmentRules;
     Published m_published;
     QHash<RefreshScope, LastFetch> m_lastFetches; ///< a full fetch follows several of active deployments
     std::optional<Instant> m_lastCompleteAt;

@@ -70,6 +70,22 @@ private Q_SLOTS:
         QVERIFY(!isAnnounced(Failure));
     }
 
+    void onlyEnvironmentsOfWhichTheUserIsNotifiedCount()
+    {
+        using enum EnvironmentChoice;
+        switchAllOn();
+        for (const EnvironmentChoice choice : {Hide, Show, Notify}) {
+            storeEnvironmentChoices(&m_defaults, {{{u"prod*"_s, choice}}, false});
+            QCOMPARE(isAnnounced(Failure), choice == Notify);
+        }
+        storeEnvironmentChoices(&m_defaults, {{{u"production"_s, Show, u"R_other"_s, u"acme/other"_s}}, false});
+        QVERIFY(isAnnounced(Failure));
+        storeEnvironmentChoices(&m_defaults, {{}, true});
+        QVERIFY(isAnnounced(Failure));
+        storeEnvironmentChoices(&m_defaults, {{{u"*"_s, Show}}, true});
+        QVERIFY(!isAnnounced(Failure));
+    }
+
 private:
     void switchAllOn()
     {

@@ -130,6 +130,19 @@ private Q_SLOTS:
         QCOMPARE(failureMarks({m_failure}, dismissed, {}), FailureMarks());
     }
 
+    void thePartsOfAListHaveMarksOfTheirOwn()
+    {
+        const auto other = makeSnapshot(u"other"_s, DeploymentState::Failure, noon() + 1min);
+        const auto success = makeSnapshot(u"s"_s, DeploymentState::Success, noon() + 5min);
+        const FailureMarks all = marks({success, other, m_failure}, {});
+        QCOMPARE(all.size(), 2);
+        const MarkedDeployments part = marked({m_failure, success}, all, {other});
+        QCOMPARE(part.deployments, (DeploymentList{m_failure, success}));
+        QCOMPARE(part.marks.keys(), QStringList(u"f"_s));
+        QCOMPARE(marked({other}, all, {m_failure, success}).marks.keys(), QStringList(u"other"_s));
+        QCOMPARE(marked({}, all, {}), MarkedDeployments());
+    }
+
 private:
     static FailureMarks marks(const DeploymentList &list, const FailureMarks &before)
     {

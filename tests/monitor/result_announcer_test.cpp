@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "monitor/result_announcer.h"
 
+#include "monitor/environment_choices.h"
 #include "platform/file_preferences.h"
 #include "support/await.h"
 #include "support/builders.h"
@@ -449,6 +450,24 @@ private Q_SLOTS:
         defaults->values[QStringLiteral("general.notifiesOnlyMine")] = false;
         run(announcer, updated, updated + DeploymentList{by("late", QStringLiteral("zed"))});
         QCOMPARE(notifier.announced, texts({"failure mine", "failure late"}));
+    }
+
+    void aChoiceAboutAnEnvironmentThatIsTakenBackAnnouncesNothingOld()
+    {
+        auto announcer = std::make_unique<ResultAnnouncer>(&notifier, defaults.get(), &clock);
+        run(*announcer, {}, {});
+        const DeploymentList underWay{make("a", InProgress), make("b", InProgress)};
+        const DeploymentList failed{make("a", Failure), make("b", InProgress)};
+        run(*announcer, {}, underWay);
+        storeEnvironmentChoices(defaults.get(), {{{QStringLiteral("production"), EnvironmentChoice::Hide}}, false});
+        run(*announcer, underWay, failed);
+        storeEnvironmentChoices(defaults.get(), {});
+        run(*announcer, failed, failed);
+        QCOMPARE(notifier.announced, QStringList());
+        // Nor does the next program.
+        announcer = std::make_unique<ResultAnnouncer>(&notifier, defaults.get(), &clock);
+        run(*announcer, failed, {make("a", Failure), make("b", Success)});
+        QCOMPARE(notifier.announced, texts({"success b"}));
     }
 
     void aRepeatedIdInThePreviousListEndsTheProgram()

@@ -224,6 +224,49 @@ private Q_SLOTS:
         QCOMPARE(m_shown->marks(), FailureMarks());
     }
 
+    void whatIsHiddenIsKnownAndNotListed()
+    {
+        auto preview = makeSnapshot(u"p"_s, DeploymentState::InProgress, noon() - 1min);
+        preview.environment = u"preview-1"_s;
+        auto failed = makeSnapshot(u"f"_s, DeploymentState::Failure, noon() - 3h);
+        failed.environment = u"preview-2"_s;
+        auto success = makeSnapshot(u"s"_s, DeploymentState::Success, noon() - 2h);
+        success.environment = u"preview-2"_s;
+        m_shown->showFetched(fetched({preview, failed, success, m_web}), context());
+        const auto all = m_shown->deployments();
+        QVERIFY(m_shown->listed().deployments.isSharedWith(all));
+        QCOMPARE(m_shown->marks().size(), 1);
+        const QSignalSpy changes(m_shown.get(), &ShownDeployments::changed);
+        chooseEnvironments({{{u"preview-*"_s, EnvironmentChoice::Hide}}, false});
+        QCOMPARE(changes.count(), 1);
+        QCOMPARE(m_shown->listed(), (MarkedDeployments{{m_web}, {}}));
+        QCOMPARE(m_shown->hidden().deployments, (DeploymentList{preview, success, failed}));
+        QCOMPARE(m_shown->hidden().marks.keys(), QStringList(u"f"_s));
+        QVERIFY(m_shown->deployments().isSharedWith(all));
+        QVERIFY(m_shown->hasActiveDeployment());
+        // The same choice holds for what comes, and for the next program.
+        const auto listed = m_shown->listed().deployments;
+        m_shown->showFetched(fetched({preview, failed, m_web}), context());
+        QVERIFY(m_shown->listed().deployments.isSharedWith(listed));
+        QCOMPARE(m_shown->hidden().deployments.size(), 2);
+        ShownDeployments next(m_outcomes.get(), &f->clock, &f->defaults);
+        next.showSaved({m_shown->deployments(), noon()});
+        QCOMPARE(next.listed(), m_shown->listed());
+        // What was found out of hidden ones is not lost.
+        chooseEnvironments({});
+        QCOMPARE(m_shown->marks().keys(), QStringList(u"f"_s));
+        QVERIFY(m_shown->hidden().deployments.isEmpty());
+    }
+
+    void whatIsOnlySilencedIsListed()
+    {
+        m_shown->showFetched(fetched({m_web}), context());
+        const QSignalSpy changes(m_shown.get(), &ShownDeployments::changed);
+        chooseEnvironments({{{u"*"_s, EnvironmentChoice::Show}}, true});
+        QCOMPARE(m_shown->listed().deployments, DeploymentList{m_web});
+        QCOMPARE(changes.count(), 0);
+    }
+
     void aThousandRandomFetchesShowTheListOfAFreshMerge()
     {
         const quint32 seed = QRandomGenerator::global()->generate();
@@ -259,6 +302,8 @@ private Q_SLOTS:
     }
 
 private:
+    void chooseEnvironments(const EnvironmentChoices &choices) { storeEnvironmentChoices(&f->defaults, choices); }
+
     static constexpr qint64 kAlice = 1;
     static constexpr qint64 kBob = 2;
 
