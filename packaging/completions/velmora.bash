@@ -42,11 +42,11 @@ _velmora() {
       esac
       ;;
     # Names come from GitHub, too.
-    --include | --exclude | --dismiss | --restore | --environment | --commit | --timeout) ;;
+    --include | --exclude | --dismiss | --restore | --notify | --show | --hide | --environment | --commit | --timeout) ;;
     *)
       case $(_velmora_command "${COMP_WORDS[@]:1:COMP_CWORD-1}") in
         '')
-          words='connect accounts installations repositories notifications failures watch wait status refresh show settings quit diagnose'
+          words='connect accounts installations repositories notifications failures environments watch wait status refresh show settings quit diagnose'
           options+=' --background'
           ;;
         accounts)
@@ -58,6 +58,7 @@ _velmora() {
         repositories) options+=' --json --include --exclude --all --none --refresh' ;;
         notifications) options+=' --json --enable --disable --everybody --mine' ;;
         failures) options+=' --json --dismiss --restore --dismiss-all --restore-all --ignore-mended --count-mended' ;;
+        environments) options+=' --json --notify --show --hide --only-production --every' ;;
         watch) options+=' --once --json --quiet' ;;
         wait) options+=' --json --environment --commit --timeout' ;;
         status) options+=' --json --format --follow' ;;

@@ -1,11 +1,11 @@
-#SPDX - License - Identifier : MIT
-#Completion of velmora for fish.
+# SPDX-License-Identifier: MIT
+# Completion of velmora for fish.
 
 function __velmora_logins
     velmora accounts --json 2>/dev/null | string match --all --regex --groups-only '"login":"([A-Za-z0-9_-]+)"'
 end
 
-#The words of the command before the cursor, without options.
+# The words of the command before the cursor, without options.
 function __velmora_command
     set --local words (commandline --tokenize --cut-at-cursor --current-process)
     string match --invert -- '-*' $words[2..]
@@ -44,6 +44,8 @@ complete --command velmora --condition __velmora_needs_command --arguments notif
     --description 'List what Velmora notifies about, and switch that'
 complete --command velmora --condition __velmora_needs_command --arguments failures \
     --description 'List the failures, and choose which of them count'
+complete --command velmora --condition __velmora_needs_command --arguments environments \
+    --description 'List the environments, and choose what becomes of them'
 complete --command velmora --condition __velmora_needs_command --arguments watch --description 'Watch the deployments'
 complete --command velmora --condition __velmora_needs_command --arguments wait \
     --description 'Wait for the deployment that comes next, or is under way'
@@ -65,7 +67,7 @@ complete --command velmora --condition '__velmora_accounts_words accounts remove
 
 complete --command velmora --condition '__velmora_accounts_words accounts' --long-option json \
     --description 'Print JSON instead of text'
-for command in installations repositories notifications failures watch wait status
+for command in installations repositories notifications failures environments watch wait status
     complete --command velmora --condition "__velmora_in_command $command" --long-option json \
         --description 'Print JSON instead of text'
 end
@@ -108,6 +110,17 @@ complete --command velmora --condition '__velmora_in_command failures' --long-op
     --description 'Mended failures no longer count'
 complete --command velmora --condition '__velmora_in_command failures' --long-option count-mended \
     --description 'Mended failures count'
+
+complete --command velmora --condition '__velmora_in_command environments' --long-option notify --exclusive \
+    --description 'Notify about this environment'
+complete --command velmora --condition '__velmora_in_command environments' --long-option show --exclusive \
+    --description 'List it without notifications'
+complete --command velmora --condition '__velmora_in_command environments' --long-option hide --exclusive \
+    --description 'Neither list it nor notify about it'
+complete --command velmora --condition '__velmora_in_command environments' --long-option only-production \
+    --description 'Of what is not named, notify only about production'
+complete --command velmora --condition '__velmora_in_command environments' --long-option every \
+    --description 'Notify about every environment that is not named'
 
 complete --command velmora --condition '__velmora_in_command watch' --long-option once \
     --description 'End after the first complete refresh'

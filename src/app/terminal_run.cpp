@@ -148,6 +148,8 @@ QCoro::Task<ExitCode> TerminalRun::dispatch(CommandContext commandContext)
         return runNotifications(std::move(commandContext), line);
     case CommandLine::Command::Failures:
         return runFailures(std::move(commandContext), line);
+    case CommandLine::Command::Environments:
+        return runEnvironments(std::move(commandContext), line);
     case CommandLine::Command::Refresh:
         return runRefresh(std::move(commandContext));
     case CommandLine::Command::Status:

@@ -55,6 +55,7 @@ public:
         addRepositories();
         addNotifications();
         addFailures();
+        addEnvironments();
         addWatching();
         addWaiting();
         addStatus();
@@ -190,6 +191,26 @@ private:
         app->add_flag_callback("--count-mended", choose(false), "Mended failures count")->excludes(ignore);
     }
 
+    void addEnvironments()
+    {
+        CLI::App *app = addCommand(
+            m_app, "environments", "List the environments, and choose what becomes of them", Command::Environments);
+        addJSON(app);
+        addNames(app, "--notify", m_line.notify, "NAME",
+            "Notify about this environment: its name, a pattern with *, or owner/name:environment");
+        addNames(app, "--show", m_line.show, "NAME", "List it without notifications");
+        addNames(app, "--hide", m_line.hide, "NAME", "Neither list it nor notify about it");
+        const auto choose = [this](bool onlyProduction) {
+            return [this, onlyProduction] {
+                m_line.onlyProduction = onlyProduction;
+            };
+        };
+        auto *only = app->add_flag_callback(
+            "--only-production", choose(true), "Of what is not named, notify only about production");
+        app->add_flag_callback("--every", choose(false), "Notify about every environment that is not named")
+            ->excludes(only);
+    }
+
     void addWatching()
     {
         CLI::App *watch = addCommand(m_app, "watch", "Watch the deployments", Command::Watch);
@@ -297,6 +318,10 @@ private:
             return QStringLiteral("%1 is both included and excluded.\n").arg(name);
         if (const QString name = common(m_line.dismiss, m_line.restore); !name.isEmpty())
             return QStringLiteral("%1 is both dismissed and restored.\n").arg(name);
+        if (const QString name = common(m_line.notify, m_line.show + m_line.hide); !name.isEmpty())
+            return QStringLiteral("%1 is to be notified about, and is not.\n").arg(name);
+        if (const QString name = common(m_line.show, m_line.hide); !name.isEmpty())
+            return QStringLiteral("%1 is both shown and hidden.\n").arg(name);
         return QString();
     }
 

@@ -37,6 +37,7 @@ struct CommandLine {
         Repositories,
         Notifications,
         Failures,
+        Environments,
         Watch,
         Wait,
         Status,
@@ -63,6 +64,10 @@ struct CommandLine {
     QStringList dismiss;
     QStringList restore;
     std::optional<bool> ignoresMended; ///< whether mended failures count no longer; absent: as before
+    QStringList notify; ///< environments
+    QStringList show; ///< environments
+    QStringList hide; ///< environments
+    std::optional<bool> onlyProduction; ///< what is not chosen is announced only if it is production; absent: as before
     QString login;
     QString format; ///< the format of the line for a bar; empty for none
     AwaitedDeployments awaited;

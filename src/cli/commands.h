@@ -30,6 +30,9 @@ namespace velmora
 /// Lists the failures on show, after choosing which of them count.
 [[nodiscard]] QCoro::Task<ExitCode> runFailures(CommandContext context, CommandLine line);
 
+/// Lists the environments of the last 30 days, after choosing about them.
+[[nodiscard]] QCoro::Task<ExitCode> runEnvironments(CommandContext context, CommandLine line);
+
 /// Shows the reports: once after a refresh, or until the stop.
 [[nodiscard]] QCoro::Task<ExitCode> runWatch(CommandContext context, CommandLine line);
 

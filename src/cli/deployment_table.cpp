@@ -264,7 +264,9 @@ QStringList renderReport(
     const MonitorReport &report, const QStringList &announcements, Instant now, const TableStyle &style)
 {
     QStringList lines = renderHead(report, announcements, now, style);
-    const qsizetype room = style.height > 0 ? style.height - lines.size() : std::numeric_limits<qsizetype>::max();
+    const qsizetype below = report.hidden.isEmpty() ? 0 : 2;
+    const qsizetype room
+        = style.height > 0 ? style.height - lines.size() - below : std::numeric_limits<qsizetype>::max();
     if (!isListShown(report)) {
         lines.append({QString(), Line(style).add(loadingDeploymentsText()).text()});
     } else if (!report.deployments.isEmpty()) {
@@ -273,6 +275,8 @@ QStringList renderReport(
         lines.append({QString(), Line(style).add(noDeploymentsText(), kBold).text(),
             Line(style).add(noDeploymentsExplanation()).text()});
     }
+    if (!report.hidden.isEmpty())
+        lines.append({QString(), Line(style).add(hiddenText(report.hidden.size()), kSecondary).text()});
     if (style.height > 0)
         lines = lines.first(std::min<qsizetype>(lines.size(), style.height));
     return lines;

@@ -24,13 +24,15 @@ std::optional<DeploymentWait::Result> resultOf(DeploymentState state)
 
 std::optional<DeploymentWait::Result> DeploymentWait::resultAfter(const MonitorReport &report)
 {
+    // A script waits for what it names, whether windows list it or not.
+    const DeploymentList all = report.hidden.isEmpty() ? report.deployments : report.deployments + report.hidden;
     if (!m_deployment && isCurrent(report.state))
-        choose(report.deployments);
+        choose(all);
     if (!m_deployment)
         return std::nullopt;
-    const auto found = std::ranges::find_if(
-        report.deployments, [this](const SharedDeployment &listed) { return listed->id == m_deployment->id; });
-    if (found == report.deployments.end())
+    const auto found
+        = std::ranges::find_if(all, [this](const SharedDeployment &known) { return known->id == m_deployment->id; });
+    if (found == all.end())
         return isCurrent(report.state) ? std::optional(Result::Gone) : std::nullopt;
     m_deployment = **found;
     return resultOf(m_deployment->state);

@@ -68,6 +68,12 @@ QStringList rowOf(const DeploymentSnapshot &failure, const FailureMark &mark, In
         deploymentDetails(failure, now, mark).join(QStringLiteral(" · "))};
 }
 
+QStringList rowOf(const ListedEnvironment &listed)
+{
+    const QString scope = listed.repository ? *listed.repository + QLatin1Char(':') : QString();
+    return {rawValue(listed.choice), scope + listed.environment, QString::number(listed.repositories)};
+}
+
 QString nothingText(const InstallationsAnswer &answer)
 {
     return notInstalledText(answer.installationURL);
@@ -168,6 +174,32 @@ QCoro::Task<ExitCode> runNotifications(CommandContext context, CommandLine line)
         context.out->writeLine(choices.onlyMine ? QStringLiteral("Only deployments that you started count.")
                                                 : QStringLiteral("Everybody's deployments count."));
     }
+    co_return ExitCode::Done;
+}
+
+QCoro::Task<ExitCode> runEnvironments(CommandContext context, CommandLine line)
+{
+    const EnvironmentSwitches switches{line.notify, line.show, line.hide, line.onlyProduction};
+    const EnvironmentsAnswer answer = co_await context.control->environments(switches, context.stop);
+    if (!answer.refusal.isEmpty())
+        context.err->writeLine(answer.refusal);
+    if (!answer.refusal.isEmpty() || !isSaved(context, answer.unsaved))
+        co_return ExitCode::Failed;
+    const ListedEnvironments &choices = answer.choices;
+    if (line.isJSON) {
+        context.out->write(harmlessJSON(encodeJSON(choices)) + '\n');
+        co_return ExitCode::Done;
+    }
+    QList<QStringList> rows;
+    for (const ListedEnvironment &listed : choices.environments)
+        rows.append(rowOf(listed));
+    if (rows.isEmpty())
+        context.out->writeLine(QStringLiteral("No environment was seen in the last 30 days."));
+    else
+        context.out->writeRawLines(renderColumns(
+            {QStringLiteral("CHOICE"), QStringLiteral("ENVIRONMENT"), QStringLiteral("REPOSITORIES")}, rows));
+    if (choices.onlyProduction)
+        context.out->writeLine(QStringLiteral("Of what is not chosen, only production is announced."));
     co_return ExitCode::Done;
 }
 

@@ -96,21 +96,24 @@ struct JSONTable<PrintedDeployment> {
 template <>
 struct JSONTable<PrintedReport> {
     using Report = MonitorReport;
-    static constexpr auto fields = std::tuple{
-        json::computed("saved", [](const Report &of) { return presentIf(of.isSaved, true); }),
-        json::computed("savedAt", &Report::savedAt),
-        json::computed("state", [](const Report &of) { return rawValue(of.state.state); }),
-        json::computed("title", &titleOf),
-        json::computed("symbol", [](const Report &of) { return shown(of).symbol(); }),
-        json::computed("lastRefreshedAt", &Report::lastRefreshedAt),
-        json::computed("resumeAt", [](const Report &of) { return of.state.resumeAt; }),
-        json::computed("missing",
-            [](const Report &of) {
-                return of.state.missing ? std::optional(rawValue(*of.state.missing)) : std::nullopt;
-            }),
-        json::computed("refreshIntervalSeconds", [](const Report &of) { return of.state.refreshIntervalSeconds; }),
-        json::computed("message", [](const Report &of) { return presentIf(!of.message.isEmpty(), of.message); }),
-        json::computed("unsaved", &Report::unsaved), json::computed("deployments", &printedDeployments<PrintedReport>)};
+    static constexpr auto fields
+        = std::tuple{json::computed("saved", [](const Report &of) { return presentIf(of.isSaved, true); }),
+            json::computed("savedAt", &Report::savedAt),
+            json::computed("state", [](const Report &of) { return rawValue(of.state.state); }),
+            json::computed("title", &titleOf),
+            json::computed("symbol", [](const Report &of) { return shown(of).symbol(); }),
+            json::computed("lastRefreshedAt", &Report::lastRefreshedAt),
+            json::computed("resumeAt", [](const Report &of) { return of.state.resumeAt; }),
+            json::computed("missing",
+                [](const Report &of) {
+                    return of.state.missing ? std::optional(rawValue(*of.state.missing)) : std::nullopt;
+                }),
+            json::computed("refreshIntervalSeconds", [](const Report &of) { return of.state.refreshIntervalSeconds; }),
+            json::computed("message", [](const Report &of) { return presentIf(!of.message.isEmpty(), of.message); }),
+            json::computed("unsaved", &Report::unsaved),
+            json::computed(
+                "hidden", [](const Report &of) { return presentIf<qint64>(!of.hidden.isEmpty(), of.hidden.size()); }),
+            json::computed("deployments", &printedDeployments<PrintedReport>)};
 };
 
 template <>

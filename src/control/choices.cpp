@@ -2,6 +2,7 @@
 #include "control/choices.h"
 
 #include <QHash>
+#include <QRegularExpression>
 
 namespace velmora
 {
@@ -84,6 +85,28 @@ Choices chooseRepositories(const QStringList &names, const QList<RepositoryRecor
     for (const auto &record : repositories)
         candidates.append({record.id(), record.repository.nameWithOwner, record.repository.nameWithOwner});
     return choose(names, QStringLiteral("repository"), candidates, QString());
+}
+
+NamedEnvironments chooseEnvironments(
+    const QStringList &targets, EnvironmentChoice choice, const Environments &environments)
+{
+    static const QRegularExpression form(QStringLiteral("^([^/\\s:*]+/[^/\\s:*]+):(.+)$"));
+    NamedEnvironments named;
+    for (const QString &target : targets) {
+        if (target.isEmpty())
+            return {{}, QStringLiteral("The name of an environment is missing.")};
+        const auto match = form.match(target);
+        if (!match.hasMatch() || environments.isSeen(target)) {
+            named.rules.append({target, choice});
+            continue;
+        }
+        const QString name = match.captured(1);
+        const auto repository = environments.repositoryNamed(name);
+        if (!repository)
+            return {{}, QStringLiteral("%1 has had no deployment in the last 30 days.").arg(quoted(name))};
+        named.rules.append({match.captured(2), choice, *repository, name});
+    }
+    return named;
 }
 
 Choices chooseFailures(const QStringList &names, const DeploymentList &failures)

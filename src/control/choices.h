@@ -4,6 +4,7 @@
 #include "github/repository_record.h"
 #include "installations/installation_record.h"
 #include "model/shared_deployment.h"
+#include "monitor/environments.h"
 
 #include <QList>
 #include <QSet>
@@ -30,5 +31,16 @@ struct Choices {
 
 /// A name is "owner/name" or "owner/name:environment", ignoring case, for all failures there, or the id of one.
 [[nodiscard]] Choices chooseFailures(const QStringList &names, const DeploymentList &failures);
+
+/// The choices about environments that a request names.
+struct NamedEnvironments {
+    QList<EnvironmentRule> rules;
+    QString error; ///< why the first of them was refused; empty on success
+};
+
+/// A target is the name of an environment, a pattern with `*`, or owner/name:environment, where the repository must
+/// have had a deployment in the last 30 days.
+[[nodiscard]] NamedEnvironments chooseEnvironments(
+    const QStringList &targets, EnvironmentChoice choice, const Environments &environments);
 
 } // namespace velmora

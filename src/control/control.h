@@ -33,6 +33,11 @@ public:
     /// Changes which failures count, nothing if a name is unknown, and lists those on show; where nothing was loaded
     /// yet, those that were saved. Asks GitHub for nothing.
     [[nodiscard]] virtual QCoro::Task<FailuresAnswer> failures(FailureSwitches switches, std::stop_token stop) = 0;
+    /// Chooses about environments, nothing if a repository is unknown, and lists those of the last 30 days. Asks GitHub
+    /// for nothing.
+    [[nodiscard]] virtual QCoro::Task<EnvironmentsAnswer> environments(
+        EnvironmentSwitches switches, std::stop_token stop)
+        = 0;
     /// Loads installations and deployments from GitHub, once and completely.
     [[nodiscard]] virtual QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) = 0;
 };

@@ -17,4 +17,8 @@ inline constexpr auto kMine = u"mine";
 inline constexpr auto kCount = u"count";
 inline constexpr auto kIgnore = u"ignore";
 
+// The environments of which the user is notified unless chosen otherwise.
+inline constexpr auto kProduction = u"production";
+inline constexpr auto kEveryEnvironment = u"every";
+
 } // namespace velmora

@@ -97,6 +97,11 @@ template <>
 struct Codec<MissingStep> : NamedCases<Account, Installation, Access, Selection> {
 };
 
+using enum EnvironmentChoice;
+template <>
+struct Codec<EnvironmentChoice> : NamedCases<Notify, Show, Hide> {
+};
+
 using State = DeploymentMonitorState::Case;
 template <>
 struct Codec<State> : NamedCases<State::Loading, State::Ready, State::Stale, State::RateLimited, State::Disconnected> {
@@ -176,6 +181,28 @@ struct JSONTable<FailuresAnswer> {
 };
 
 template <>
+struct JSONTable<ListedEnvironment> {
+    using Record = ListedEnvironment;
+    static constexpr auto fields = std::tuple{json::required("environment", &Record::environment),
+        json::optional("repository", &Record::repository), json::required("repositories", &Record::repositories),
+        json::required("choice", &Record::choice), json::required("chosen", &Record::isChosen)};
+};
+
+template <>
+struct JSONTable<ListedEnvironments> {
+    using Record = ListedEnvironments;
+    static constexpr auto fields = std::tuple{json::required("onlyProduction", &Record::onlyProduction),
+        json::required("environments", &Record::environments)};
+};
+
+template <>
+struct JSONTable<EnvironmentsAnswer> {
+    using Record = EnvironmentsAnswer;
+    static constexpr auto fields = std::tuple{json::required("refusal", &Record::refusal),
+        json::optional("unsaved", &Record::unsaved), json::required("choices", &Record::choices)};
+};
+
+template <>
 struct JSONTable<DeploymentMonitorState> {
     using Record = DeploymentMonitorState;
     static constexpr auto fields = std::tuple{json::required("case", &Record::state),
@@ -192,6 +219,7 @@ struct JSONTable<MonitorReport> {
             json::required("state", &Record::state), json::required("deployments", &Record::deployments),
             // A Velmora of an earlier version does not send them.
             json::Field<Record, FailureMarks>{"failures", &Record::marks, json::Presence::Optional},
+            json::Field<Record, DeploymentList>{"hidden", &Record::hidden, json::Presence::Optional},
             json::optional("lastRefreshedAt", &Record::lastRefreshedAt), json::required("message", &Record::message),
             json::optional("unsaved", &Record::unsaved), json::required("hint", &Record::hint),
             json::optional("savedAt", &Record::savedAt)};
@@ -215,6 +243,8 @@ template QByteArray encodeJSON(const RepositoriesAnswer &);
 template QByteArray encodeJSON(const NotificationChoices &);
 template QByteArray encodeJSON(const NotificationsAnswer &);
 template QByteArray encodeJSON(const FailuresAnswer &);
+template QByteArray encodeJSON(const ListedEnvironments &);
+template QByteArray encodeJSON(const EnvironmentsAnswer &);
 template QByteArray encodeJSON(const MonitorReport &);
 template QByteArray encodeJSON(const DeploymentNotification &);
 template QList<ListedAccount> decodeJSON(QByteArrayView);
@@ -224,6 +254,7 @@ template InstallationsAnswer decodeJSON(QByteArrayView);
 template RepositoriesAnswer decodeJSON(QByteArrayView);
 template NotificationsAnswer decodeJSON(QByteArrayView);
 template FailuresAnswer decodeJSON(QByteArrayView);
+template EnvironmentsAnswer decodeJSON(QByteArrayView);
 template MonitorReport decodeJSON(QByteArrayView);
 template DeploymentNotification decodeJSON(QByteArrayView);
 
@@ -257,6 +288,17 @@ QList<ListedAccount> listedAccounts(const QList<GitHubAccountSession> &sessions)
     QList<ListedAccount> listed;
     for (const auto &[account, status] : sessions)
         listed.append({account.id, account.login, status, account.avatarURL, std::nullopt});
+    return listed;
+}
+
+QList<ListedEnvironment> listedEnvironments(const QList<EnvironmentLine> &lines)
+{
+    QList<ListedEnvironment> listed;
+    for (const EnvironmentLine &line : lines) {
+        const EnvironmentRule &rule = line.rule;
+        const auto repository = rule.repositoryID.isEmpty() ? std::nullopt : std::optional(rule.repositoryName);
+        listed.append({rule.pattern, repository, line.repositories, rule.choice, line.isChosen});
+    }
     return listed;
 }
 

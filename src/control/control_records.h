@@ -4,6 +4,7 @@
 #include "accounts/github_account.h"
 #include "github/repository_record.h"
 #include "installations/installation_record.h"
+#include "monitor/environment_lines.h"
 #include "monitor/failure_marks.h"
 #include "notifications/deployment_notification_kind.h"
 
@@ -164,6 +165,52 @@ struct FailuresAnswer {
     FailureMarks marks; ///< "failures"
 
     friend bool operator==(const FailuresAnswer &, const FailuresAnswer &) = default;
+};
+
+/// What to choose about environments before they are listed. Each is the name of an environment, a pattern with `*`, or
+/// owner/name:environment.
+struct EnvironmentSwitches {
+    QStringList notify;
+    QStringList show;
+    QStringList hide;
+    std::optional<bool> onlyProduction;
+
+    [[nodiscard]] bool areNone() const
+    {
+        return !onlyProduction && notify.isEmpty() && show.isEmpty() && hide.isEmpty();
+    }
+
+    friend bool operator==(const EnvironmentSwitches &, const EnvironmentSwitches &) = default;
+};
+
+/// An environment, or those that a pattern names.
+struct ListedEnvironment {
+    QString environment; ///< "environment": its name or pattern
+    std::optional<QString> repository; ///< "repository": the owner/name of which alone it is; absent for every one
+    qint64 repositories = 0; ///< "repositories": how many have had deployments there in the last 30 days
+    EnvironmentChoice choice = EnvironmentChoice::Notify; ///< "choice": its rawValue()
+    bool isChosen = false; ///< "chosen": by its name or pattern
+
+    friend bool operator==(const ListedEnvironment &, const ListedEnvironment &) = default;
+};
+
+/// What the user has chosen about environments.
+struct ListedEnvironments {
+    bool onlyProduction = false; ///< "onlyProduction": what is not chosen is announced only if it is production
+    QList<ListedEnvironment> environments; ///< "environments"
+
+    friend bool operator==(const ListedEnvironments &, const ListedEnvironments &) = default;
+};
+
+[[nodiscard]] QList<ListedEnvironment> listedEnvironments(const QList<EnvironmentLine> &lines);
+
+/// The environments, after the requested choosing.
+struct EnvironmentsAnswer {
+    QString refusal; ///< why a choice was refused, in which case nothing was changed; else empty
+    std::optional<QString> unsaved; ///< why the change could not be saved
+    ListedEnvironments choices; ///< "choices"
+
+    friend bool operator==(const EnvironmentsAnswer &, const EnvironmentsAnswer &) = default;
 };
 
 using InstallationsAnswer = ListAnswer<ListedInstallation>;

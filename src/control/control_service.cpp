@@ -181,6 +181,20 @@ QString ControlService::Failures(const QString &all, const QStringList &dismiss,
     return answer(message, Duration::Open, asking(&Control::failures, switches));
 }
 
+QString ControlService::Environments(const QString &announced, const QStringList &notify, const QStringList &show,
+    const QStringList &hide, const QDBusMessage &message)
+{
+    const QString production = QString::fromUtf16(kProduction);
+    if (!announced.isEmpty() && announced != production && announced != QString::fromUtf16(kEveryEnvironment))
+        return refuse(message, QStringLiteral("“%1” is neither “production” nor “every”.").arg(announced));
+    if (notify.size() + show.size() + hide.size() > kMostNames)
+        return refuse(message, tooManyText());
+    EnvironmentSwitches switches{notify, show, hide, std::nullopt};
+    if (!announced.isEmpty())
+        switches.onlyProduction = announced == production;
+    return answer(message, Duration::Open, asking(&Control::environments, switches));
+}
+
 QString ControlService::Refresh(const QDBusMessage &message)
 {
     return answer(message, Duration::Open, asking(&Control::refresh));

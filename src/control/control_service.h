@@ -55,6 +55,9 @@ public Q_SLOTS: // NOLINT(readability-redundant-access-specifiers)
     /// `all` is "all", "none" or empty, `mended` "count", "ignore" or empty.
     QString Failures(const QString &all, const QStringList &dismiss, const QStringList &restore, const QString &mended,
         const QDBusMessage &message);
+    /// `announced` is "production", "every" or empty.
+    QString Environments(const QString &announced, const QStringList &notify, const QStringList &show,
+        const QStringList &hide, const QDBusMessage &message);
     /// Answers when everything has been loaded.
     QString Refresh(const QDBusMessage &message);
     /// Answers with a MonitorReport.

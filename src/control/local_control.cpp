@@ -333,6 +333,44 @@ QString LocalControl::choose(const FailureSwitches &switches)
     return QString();
 }
 
+QCoro::Task<EnvironmentsAnswer> LocalControl::environments(EnvironmentSwitches switches, std::stop_token stop)
+{
+    const QPointer<LocalControl> self(this);
+    if (!m_stores.monitor->environments().isLoaded())
+        co_await m_stores.monitor->loadCache();
+    throwIfStopped(stop);
+    if (!self)
+        throw CancellationError();
+    EnvironmentsAnswer answer;
+    answer.refusal = choose(switches);
+    if (!switches.areNone())
+        answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
+    if (!self)
+        throw CancellationError();
+    const Environments &environments = m_stores.monitor->environments();
+    answer.choices.onlyProduction = environments.choices().onlyProduction;
+    answer.choices.environments = listedEnvironments(environments.lines());
+    co_return answer;
+}
+
+/// Returns why a name was refused, in which case nothing is changed.
+QString LocalControl::choose(const EnvironmentSwitches &switches)
+{
+    Environments &environments = m_stores.monitor->environments();
+    QList<EnvironmentRule> rules;
+    for (const auto &[targets, choice] : {std::pair(switches.notify, EnvironmentChoice::Notify),
+             std::pair(switches.show, EnvironmentChoice::Show), std::pair(switches.hide, EnvironmentChoice::Hide)}) {
+        const NamedEnvironments named = chooseEnvironments(targets, choice, environments);
+        if (!named.error.isEmpty())
+            return named.error;
+        rules += named.rules;
+    }
+    if (switches.onlyProduction)
+        environments.setOnlyProduction(*switches.onlyProduction);
+    environments.choose(rules);
+    return QString();
+}
+
 QCoro::Task<LoadingAnswer> LocalControl::refresh(std::stop_token stop)
 {
     const QPointer<LocalControl> self(this);
@@ -399,6 +437,7 @@ QCoro::Task<MonitorReport> LocalControl::report(std::stop_token)
     report.state = monitor->state();
     report.deployments = monitor->deployments();
     report.marks = monitor->marks();
+    report.hidden = monitor->hidden().deployments;
     // Before the first refresh the data comes from the cache; its age is the time of saving.
     report.lastRefreshedAt = monitor->lastRefreshedAt() ? monitor->lastRefreshedAt() : report.state.lastUpdatedAt;
     report.message = monitor->message();

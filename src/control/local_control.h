@@ -26,6 +26,8 @@ public:
     [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(
         NotificationSwitches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<FailuresAnswer> failures(FailureSwitches switches, std::stop_token stop) override;
+    [[nodiscard]] QCoro::Task<EnvironmentsAnswer> environments(
+        EnvironmentSwitches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<MonitorReport> report(std::stop_token stop) override;
     void start() override;
@@ -33,6 +35,7 @@ public:
 private:
     QCoro::Task<LoadingAnswer> loadInstallations(std::stop_token stop);
     [[nodiscard]] QString choose(const FailureSwitches &switches);
+    [[nodiscard]] QString choose(const EnvironmentSwitches &switches);
     [[nodiscard]] QString hint() const;
     [[nodiscard]] const WebAddress &installationURL() const;
     [[nodiscard]] LoadingAnswer refreshed() const;

@@ -19,6 +19,7 @@ struct MonitorReport {
     DeploymentMonitorState state;
     DeploymentList deployments;
     FailureMarks marks; ///< of the deployments
+    DeploymentList hidden; ///< what the user has hidden by choices about environments
     std::optional<Instant> lastRefreshedAt;
     QString message; ///< a line for each identity that failed
     std::optional<QString> unsaved; ///< a line for each file that could not be saved

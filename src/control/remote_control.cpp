@@ -233,6 +233,15 @@ QCoro::Task<FailuresAnswer> RemoteControl::failures(FailureSwitches switches, st
         {wordFor(switches.dismissed.all), switches.dismissed.on, switches.dismissed.off, mended}, stop));
 }
 
+QCoro::Task<EnvironmentsAnswer> RemoteControl::environments(EnvironmentSwitches switches, std::stop_token stop)
+{
+    QString announced;
+    if (switches.onlyProduction)
+        announced = QString::fromUtf16(*switches.onlyProduction ? kProduction : kEveryEnvironment);
+    return decoded<EnvironmentsAnswer>(
+        callForLong(QStringLiteral("Environments"), {announced, switches.notify, switches.show, switches.hide}, stop));
+}
+
 QCoro::Task<LoadingAnswer> RemoteControl::refresh(std::stop_token stop)
 {
     return decoded<LoadingAnswer>(callForLong(QStringLiteral("Refresh"), {}, stop));

@@ -41,6 +41,8 @@ public:
     [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(
         NotificationSwitches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<FailuresAnswer> failures(FailureSwitches switches, std::stop_token stop) override;
+    [[nodiscard]] QCoro::Task<EnvironmentsAnswer> environments(
+        EnvironmentSwitches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<MonitorReport> report(std::stop_token stop) override;
 

@@ -4,6 +4,7 @@
 #include "control/control_texts.h"
 #include "model/deployment_cache.h"
 #include "monitor/deployment_list.h"
+#include "monitor/environment_choices.h"
 #include "monitor/failure_choices.h"
 #include "platform/preferences.h"
 #include "support/clock.h"
@@ -64,8 +65,13 @@ MonitorReport SavedReports::reportOf(const std::optional<DeploymentCachePayload>
     report.state = DeploymentMonitorState::stale(payload->savedAt);
     report.lastRefreshedAt = payload->savedAt;
     report.savedAt = payload->savedAt;
-    report.deployments = filteredAndSorted(payload->deployments, m_services.clock->now());
-    report.marks = failureMarks(report.deployments, {}, failureChoices(*m_services.preferences));
+    const DeploymentList all = filteredAndSorted(payload->deployments, m_services.clock->now());
+    const EnvironmentRules rules(environmentChoices(*m_services.preferences));
+    const DividedDeployments parts = divided(all, rules);
+    const FailureMarks marks = failureMarks(all, {}, failureChoices(*m_services.preferences));
+    report.deployments = parts.listed;
+    report.marks = marked(parts.listed, marks, parts.hidden).marks;
+    report.hidden = parts.hidden;
     return report;
 }
 

@@ -24,6 +24,8 @@ QString sectionTitle(DeploymentSectionKind kind)
         return QStringLiteral("Failed");
     case DeploymentSectionKind::Completed:
         return QStringLiteral("Completed");
+    case DeploymentSectionKind::Hidden:
+        return QStringLiteral("Hidden");
     }
     Q_UNREACHABLE();
 }
@@ -44,6 +46,16 @@ QList<DeploymentSection> deploymentSections(const DeploymentList &deployments, c
             result.append(section);
     }
     return result;
+}
+
+QString hiddenText(qsizetype count)
+{
+    return QStringLiteral("%1 hidden by your choices").arg(count);
+}
+
+QString hiddenActionText(bool areShown)
+{
+    return areShown ? QStringLiteral("Hide again") : QStringLiteral("Show");
 }
 
 QString shortCommit(const DeploymentSnapshot &deployment)

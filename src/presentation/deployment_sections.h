@@ -15,8 +15,10 @@ enum class DeploymentSectionKind {
     InProgress,
     Failed,
     Completed,
+    Hidden, ///< by the user's choices, in whatever state
 };
 
+/// The section of what is not hidden.
 [[nodiscard]] DeploymentSectionKind sectionOf(DeploymentState state);
 [[nodiscard]] QString sectionTitle(DeploymentSectionKind kind);
 
@@ -32,6 +34,11 @@ struct DeploymentSection {
 /// Divides the list into "In progress", "Failed" and "Completed" and keeps its order. Empty sections are left out.
 [[nodiscard]] QList<DeploymentSection> deploymentSections(
     const DeploymentList &deployments, const FailureMarks &marks = {});
+
+/// "12 hidden by your choices".
+[[nodiscard]] QString hiddenText(qsizetype count);
+/// What a click on that text does: shows them, or hides them again.
+[[nodiscard]] QString hiddenActionText(bool areShown);
 
 /// The first 7 characters of the commit.
 [[nodiscard]] QString shortCommit(const DeploymentSnapshot &deployment);

@@ -37,6 +37,7 @@ private Q_SLOTS:
         row("refresh", Command::Refresh);
         row("show", Command::Show);
         row("settings", Command::Settings);
+        row("environments", Command::Environments);
         row("quit", Command::Quit);
         row("diagnose", Command::Diagnose);
         row("--is-configured", Command::IsConfigured);
@@ -135,6 +136,21 @@ private Q_SLOTS:
         QCOMPARE(parse("notifications --everybody --mine").exitCode, ExitCode::WrongUsage);
         QCOMPARE(parse("notifications --enable tea").exitCode, ExitCode::WrongUsage);
         QCOMPARE(parse("notifications --enable failures --disable failures").exitCode, ExitCode::WrongUsage);
+    }
+
+    void whatBecomesOfEnvironmentsIsChosen()
+    {
+        const auto line
+            = parse("environments --json --hide preview-* --hide ci --show a/b:staging --notify prod").commandLine;
+        QVERIFY(line && line->command == CommandLine::Command::Environments && line->isJSON && !line->onlyProduction);
+        QCOMPARE(line->hide, (QStringList{QStringLiteral("preview-*"), QStringLiteral("ci")}));
+        QCOMPARE(line->show, QStringList(QStringLiteral("a/b:staging")));
+        QCOMPARE(line->notify, QStringList(QStringLiteral("prod")));
+        QCOMPARE(parse("environments --only-production").commandLine->onlyProduction, std::optional(true));
+        QCOMPARE(parse("environments --every").commandLine->onlyProduction, std::optional(false));
+        for (const char *wrong : {"environments --only-production --every", "environments --hide a --show A",
+                 "environments --notify a --hide A", "environments --notify a --show a"})
+            QCOMPARE(parse(wrong).exitCode, ExitCode::WrongUsage);
     }
 
     void whichFailuresCountIsChosen()

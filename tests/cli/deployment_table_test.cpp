@@ -65,6 +65,22 @@ private Q_SLOTS:
         QCOMPARE(renderReport(storyReport(), {}, noon(), {72, 0, false}), expected);
     }
 
+    void whatIsHiddenIsSaidAtTheEnd()
+    {
+        MonitorReport report = storyReport();
+        report.hidden = {report.deployments.takeLast(), report.deployments.takeLast()};
+        const QString said = QStringLiteral("2 hidden by your choices");
+        QCOMPARE(renderReport(report, {}, noon(), {72, 0, false}).mid(4), (QStringList{QString(), said}));
+        // There is room for it, whatever is left out.
+        const QStringList low = renderReport(report, {}, noon(), {72, 6, false});
+        QCOMPARE(low.size(), 6);
+        QCOMPARE(low.last(), said);
+        report.deployments.clear();
+        const QStringList none = renderReport(report, {}, noon(), {72, 0, false});
+        QCOMPARE(none.last(), said);
+        QVERIFY(none.contains(QStringLiteral("No recent deployments")));
+    }
+
     void aMendedFailureSaysSoWhereThereIsRoom()
     {
         MonitorReport report = storyReport();

@@ -55,6 +55,17 @@ private:
     const QString m_new = QStringLiteral("new");
 
 private Q_SLOTS:
+    void whatIsHiddenInWindowsIsWaitedForLikeAnything()
+    {
+        DeploymentWait wait = waitFor();
+        MonitorReport report = reportOf({});
+        report.hidden = {created("hidden", DeploymentState::InProgress)};
+        QVERIFY(!wait.resultAfter(report));
+        QCOMPARE(idOf(wait), QStringLiteral("hidden"));
+        report.hidden = {created("hidden", DeploymentState::Success)};
+        QCOMPARE(wait.resultAfter(report), std::optional(Result::Succeeded));
+    }
+
     void whatIsUnderWayAtTheStartIsFollowedToItsEnd_data()
     {
         QTest::addColumn<DeploymentState>("last");

@@ -106,6 +106,15 @@ private Q_SLOTS:
         QVERIFY(jsonLine(ready, noon()).contains(json("'dismissed':true,'counted':false}")));
     }
 
+    void howManyAreHiddenIsPrintedWhereThereAreAny()
+    {
+        MonitorReport ready = report(State::ready(noon()));
+        QVERIFY(!jsonLine(ready, noon()).contains("hidden"));
+        ready.hidden = {makeSnapshot(QStringLiteral("D_9"), DeploymentState::Success, noon())};
+        QVERIFY(jsonLine(ready, noon()).contains(json("'hidden':1,")));
+        QVERIFY(!jsonLine(ready, noon()).contains("D_9"));
+    }
+
     void failuresArePrintedAsTheReportPrintsThem()
     {
         const auto failed = makeSnapshot(QStringLiteral("D_1"), DeploymentState::Failure, noon());

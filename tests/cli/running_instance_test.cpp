@@ -215,6 +215,37 @@ private Q_SLOTS:
         QCOMPARE(finished("status --format {failed}")->out().trimmed().toInt(), before);
     }
 
+    void whatIsHiddenIsHiddenInTheTray()
+    {
+        connectAndStartTray();
+        const QString name = firstRepository();
+        const QJsonObject preview{{QStringLiteral("repository"), name}, {QStringLiteral("environment"), kDock},
+            {QStringLiteral("state"), QStringLiteral("SUCCESS")}};
+        const auto id = changeWorld({{QStringLiteral("deployment"), preview}}).value(QLatin1String("id")).toString();
+        QCOMPARE(finished("refresh")->code(), 0);
+        const auto isListed = [&] {
+            return finished("status --json")->out().contains(id.toUtf8());
+        };
+        QVERIFY(isListed());
+        const QString hide = QStringLiteral("environments --json --hide ") + kDock;
+        const auto listed = jsonLines(finished(hide.toUtf8().constData())->out()).last();
+        QCOMPARE(listed.value(QLatin1String("onlyProduction")), QJsonValue(false));
+        QVERIFY(!isListed());
+        QVERIFY(jsonLines(finished("status --json")->out()).last().value(QLatin1String("hidden")).toInt() >= 1);
+        endTray();
+        startTray();
+        QVERIFY(!isListed());
+        const QByteArray table = finished("environments --only-production")->out();
+        QVERIFY2(table.startsWith("CHOICE") && table.contains("hide    " + kDock.toUtf8()), table);
+        QVERIFY2(table.endsWith("\nOf what is not chosen, only production is announced.\n"), table);
+        const QString notify = QStringLiteral("environments --every --notify ") + kDock;
+        QVERIFY(finished(notify.toUtf8().constData())->out().contains("notify  " + kDock.toUtf8()));
+        QVERIFY(isListed());
+        const auto refused = finished("environments --hide nobody/nothing:x");
+        QCOMPARE(refused->code(), 1);
+        QVERIFY2(refused->err().contains("nobody/nothing has had no deployment"), refused->err());
+    }
+
     void accountsAreTheTrays()
     {
         connectAndStartTray();

@@ -62,6 +62,7 @@ MonitorReport fullReport(const State &state)
     report.message = QStringLiteral("zed: one\nacme: two");
     report.unsaved = QStringLiteral("full");
     report.hint = QStringLiteral("do “this”");
+    report.hidden = {makeSnapshot(QStringLiteral("D_6"), DeploymentState::Success, noon() + 5us)};
     report.deployments = {makeSnapshot(QStringLiteral("D_1"), DeploymentState::InProgress, noon() + 7us),
         makeSnapshot(QStringLiteral("D_2"), DeploymentState::Failure, noon())};
     report.marks = {{QStringLiteral("D_2"), FailureMark{Mending{QStringLiteral("D_3"), noon() + 9us}}},
@@ -116,6 +117,18 @@ private Q_SLOTS:
                  "'installation':'1:10','account':'acme','included':true,'monitored':true},"
                  "{'id':'R_2','name':'acme/api','url':'https://github.com/acme/api','private':false,"
                  "'installation':'1:10','account':'acme','included':true,'monitored':false}]"));
+    }
+
+    void anEnvironmentNamesItsRepositoryWhereItIsOnlyThere()
+    {
+        const EnvironmentLine previews{{QStringLiteral("preview-*"), EnvironmentChoice::Hide}, 3, true};
+        const EnvironmentLine staging{
+            {QStringLiteral("staging"), EnvironmentChoice::Show, QStringLiteral("R_1"), QStringLiteral("acme/web")}, 1,
+            false};
+        QCOMPARE(encodeJSON(ListedEnvironments{true, listedEnvironments({previews, staging})}),
+            json("{'onlyProduction':true,'environments':[{'environment':'preview-*','repositories':3,'choice':'hide',"
+                 "'chosen':true},{'environment':'staging','repository':'acme/web','repositories':1,'choice':'show',"
+                 "'chosen':false}]}"));
     }
 
     void aReportArrivesExactlyInEveryState()

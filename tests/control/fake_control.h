@@ -48,6 +48,12 @@ public:
         failureSwitches = switches;
         return answer(QStringLiteral("failures"), failuresAnswer, stop);
     }
+    [[nodiscard]] QCoro::Task<EnvironmentsAnswer> environments(
+        EnvironmentSwitches switches, std::stop_token stop) override
+    {
+        environmentSwitches = switches;
+        return answer(QStringLiteral("environments"), environmentsAnswer, stop);
+    }
     [[nodiscard]] QCoro::Task<LoadingAnswer> refresh(std::stop_token stop) override
     {
         return answer(QStringLiteral("refresh"), loading, stop);
@@ -64,12 +70,14 @@ public:
     RepositoriesAnswer repositoriesAnswer;
     NotificationsAnswer notificationsAnswer;
     FailuresAnswer failuresAnswer;
+    EnvironmentsAnswer environmentsAnswer;
     LoadingAnswer loading;
     MonitorReport shown;
     Switches installationSwitches;
     Switches repositorySwitches;
     NotificationSwitches notificationSwitches;
     FailureSwitches failureSwitches;
+    EnvironmentSwitches environmentSwitches;
     QStringList asked;
     QString failure; ///< thrown by every operation; empty for none
     std::exception_ptr surprise; ///< thrown likewise: an exception of an unknown type

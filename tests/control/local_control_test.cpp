@@ -336,6 +336,50 @@ private Q_SLOTS:
         QCOMPARE(uncounted(after({false, {}, {}}).marks), 0);
     }
 
+    void environmentsAreChosenAboutBeforeTheyAreListed()
+    {
+        auto preview = makeSnapshot(text("p"), DeploymentState::Failure, noon() - 1h);
+        preview.environment = text("preview-7");
+        f->cache.payload
+            = DeploymentCachePayload{{makeSnapshot(text("w"), DeploymentState::Success, noon() - 2h), preview}, noon()};
+        build();
+        const auto after = [this](const EnvironmentSwitches &switches) {
+            return awaitValue(m_control->environments(switches, {}));
+        };
+        using enum EnvironmentChoice;
+        const QList<ListedEnvironment> seen{
+            {text("preview-7"), std::nullopt, 1, Notify, false}, {text("production"), std::nullopt, 1, Notify, false}};
+        QCOMPARE(after({}).choices, (ListedEnvironments{false, seen}));
+        const auto hidden = after({{}, {text("Acme/WEB:production")}, {text("preview-*")}, std::nullopt});
+        QVERIFY(hidden.refusal.isEmpty() && !hidden.unsaved);
+        QCOMPARE(hidden.choices.environments,
+            (QList<ListedEnvironment>{{text("preview-*"), std::nullopt, 1, Hide, true}, seen.last(),
+                {text("production"), text("acme/web"), 1, Show, true}}));
+        QCOMPARE(report().deployments.size(), 1);
+        QCOMPARE(report().hidden, DeploymentList{preview});
+        QCOMPARE(report().marks, FailureMarks());
+        const auto refused = after({{text("preview-*")}, {text("acme/tea:production")}, {}, true});
+        QCOMPARE(refused.refusal, text("acme/tea has had no deployment in the last 30 days."));
+        QCOMPARE(refused.choices, hidden.choices);
+        const auto missing = after({{QString()}, {}, {}, {}});
+        QCOMPARE(missing.refusal, text("The name of an environment is missing."));
+        QCOMPARE(missing.choices, hidden.choices);
+        QVERIFY(after({{}, {}, {}, true}).choices.onlyProduction);
+        QVERIFY(!after({{}, {}, {}, false}).choices.onlyProduction);
+    }
+
+    void anEnvironmentMayLookLikeARepositorysOwn()
+    {
+        auto odd = makeSnapshot(text("o"), DeploymentState::Success, noon() - 1h);
+        odd.environment = text("Europe/West:1");
+        f->cache.payload = DeploymentCachePayload{{odd}, noon()};
+        build();
+        const auto answer = awaitValue(m_control->environments({{}, {}, {text("europe/west:1")}, {}}, {}));
+        QCOMPARE(answer.refusal, QString());
+        QVERIFY(!answer.choices.environments.first().repository);
+        QCOMPARE(report().hidden.size(), 1);
+    }
+
     void installationsAreSwitchedBeforeTheyAreListed()
     {
         buildAlice();

@@ -175,6 +175,16 @@ private Q_SLOTS:
             QCOMPARE(awaitValue(m_remote->failures({ignores, names}, {})), control.failuresAnswer);
             QCOMPARE(control.failureSwitches, (FailureSwitches{ignores, names}));
         }
+        control.environmentsAnswer = {QStringLiteral("no"), QStringLiteral("full"),
+            {true,
+                {{QStringLiteral("preview-*"), std::nullopt, 3, EnvironmentChoice::Hide, true},
+                    {QStringLiteral("ci"), QStringLiteral("a/b"), 1, EnvironmentChoice::Show, false}}}};
+        for (const std::optional<bool> only : {std::optional<bool>(), std::optional(true), std::optional(false)}) {
+            const EnvironmentSwitches named{{QStringLiteral("production")}, {QStringLiteral("a/b:ö")},
+                {QStringLiteral("preview-*"), QStringLiteral("ci")}, only};
+            QCOMPARE(awaitValue(m_remote->environments(named, {})), control.environmentsAnswer);
+            QCOMPARE(control.environmentSwitches, named);
+        }
         QCOMPARE(awaitValue(m_remote->refresh({})), control.loading);
         QCOMPARE(awaitValue(m_remote->report({})), control.shown);
         QVERIFY(control.asked.contains(QStringLiteral("remove Alice")));
@@ -196,6 +206,9 @@ private Q_SLOTS:
         const QDBusMessage all = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
             QStringLiteral("Failures"), {QStringLiteral("every"), QStringList(), QStringList(), QString()});
         QVERIFY(all.errorMessage().contains(QStringLiteral("“every”")));
+        const QDBusMessage announced = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
+            QStringLiteral("Environments"), {QStringLiteral("staging"), QStringList(), QStringList(), QStringList()});
+        QVERIFY(announced.errorMessage().contains(QStringLiteral("“staging”")));
         QVERIFY(m_running->control.asked.isEmpty());
     }
 

@@ -2,6 +2,7 @@
 #include "control/saved_reports.h"
 
 #include "model/json_deployment_cache.h"
+#include "monitor/environment_choices.h"
 #include "support/await.h"
 #include "support/builders.h"
 #include "support/fake_cache.h"
@@ -96,6 +97,21 @@ private Q_SLOTS:
         QCOMPARE(report().marks, (FailureMarks{{failure.id, FailureMark{mending, true}}}));
         m_preferences.values[QStringLiteral("general.ignoresMendedFailures")] = true;
         QCOMPARE(report().marks, (FailureMarks{{failure.id, FailureMark{mending, false}}}));
+    }
+
+    void whatIsHiddenIsNotListedInWhatWasSavedEither()
+    {
+        rememberAnAccount();
+        auto preview = makeSnapshot(QStringLiteral("D_p"), DeploymentState::Failure, noon() - 1h);
+        preview.environment = QStringLiteral("preview-1");
+        auto success = makeSnapshot(QStringLiteral("D_s"), DeploymentState::Success, noon() - 5min);
+        success.environment = preview.environment;
+        const auto listed = makeSnapshot(QStringLiteral("D_l"), DeploymentState::Success, noon() - 2h);
+        m_cache.payload = DeploymentCachePayload{{success, preview, listed}, noon() - 1min};
+        storeEnvironmentChoices(&m_preferences, {{{QStringLiteral("preview-*"), EnvironmentChoice::Hide}}, false});
+        QCOMPARE(report().deployments, DeploymentList{listed});
+        QCOMPARE(report().hidden, (DeploymentList{success, preview}));
+        QCOMPARE(report().marks, FailureMarks());
     }
 
     void anotherProcessThatSavesIsNoticed()

@@ -75,6 +75,11 @@ void StoryGitHub::suspends(const QString &login, bool isSuspended)
     }
 }
 
+void StoryGitHub::renames(const QString &repositoryName, const QString &name)
+{
+    simulator.world().change(repository(repositoryName)).name = name;
+}
+
 QString StoryGitHub::deploys(const QString &repositoryName, const QString &environment, const QString &creator)
 {
     simulator::Script script;

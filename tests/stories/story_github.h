@@ -28,6 +28,9 @@ public:
     /// Suspends all installations of the App on this account, or ends their suspension.
     void suspends(const QString &login, bool isSuspended = true);
 
+    /// Gives a repository another name.
+    void renames(const QString &repositoryName, const QString &name);
+
     /// Begins a deployment in progress; returns its identifier.
     QString deploys(const QString &repository, const QString &environment = QStringLiteral("production"),
         const QString &creator = QStringLiteral("github-actions"));
