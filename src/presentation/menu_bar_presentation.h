@@ -29,7 +29,7 @@ struct MenuBarSituation {
     bool hasPendingAuthorization = false;
     bool hasAccount = false;
     DeploymentMonitorState monitor;
-    bool hasDeployments = false;
+    bool hasDeployments = false; ///< be they listed or hidden
 };
 
 [[nodiscard]] MenuBarContent menuBarContent(const MenuBarSituation &situation);

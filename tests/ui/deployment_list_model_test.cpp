@@ -222,6 +222,38 @@ private Q_SLOTS:
         QVERIFY(m_model->data({}, Qt::DisplayRole).isNull());
     }
 
+    void whatIsHiddenIsALineAtTheEndUntilItIsShown()
+    {
+        const DeploymentList list{snapshot("a", Failure), snapshot("b", Success)};
+        const MarkedDeployments hidden{{snapshot("p", InProgress), snapshot("f", Failure)},
+            {{QStringLiteral("f"), FailureMark{std::nullopt, false, true}}}};
+        m_model->setDeployments(list, {}, hidden);
+        QCOMPARE(readable(*m_model), words("[Failed 1]|a|[Completed 1]|b|[Hidden 2]"));
+        const QPersistentModelIndex line = m_model->index(4);
+        QCOMPARE(line.data(), QStringLiteral("2 hidden by your choices"));
+        QCOMPARE(line.data(Qt::AccessibleTextRole), line.data());
+        QVERIFY(line.flags().testFlag(Qt::ItemIsSelectable));
+        m_model->setShowsHidden(true);
+        QCOMPARE(readable(*m_model), words("[Failed 1]|a|[Completed 1]|b|[Hidden 2]|p|f"));
+        QCOMPARE(m_model->headerRows(), (std::vector<int>{0, 2, 4}));
+        QCOMPARE(line.row(), 4);
+        QVERIFY(m_model->mark(*m_model->deployment(6)).isDismissed);
+        QCOMPARE(m_model->undismissed(), QSet<QString>{QStringLiteral("a")});
+        // It stays so for what comes, until nothing is hidden.
+        m_model->setDeployments({list.first()}, {}, {{snapshot("q", Success)}, {}});
+        QCOMPARE(readable(*m_model), words("[Failed 1]|a|[Hidden 1]|q"));
+        m_model->setDeployments({}, {}, hidden);
+        QCOMPARE(readable(*m_model), words("[Hidden 2]|p|f"));
+        m_model->setShowsHidden(false);
+        QCOMPARE(readable(*m_model), words("[Hidden 2]"));
+        m_model->setShowsHidden(true);
+        m_model->setDeployments({list.first()});
+        QVERIFY(!m_model->showsHidden());
+        m_model->setShowsHidden(true);
+        QVERIFY(!m_model->showsHidden());
+        QCOMPARE(readable(*m_model), words("[Failed 1]|a"));
+    }
+
     void onlyDeploymentsCanBeSelected()
     {
         m_model->setDeployments({snapshot("a", Failure)});

@@ -594,6 +594,66 @@ private Q_SLOTS:
         QCOMPARE(chosen.takeFirst(), (QVariantList{QVariant::fromValue(QSet<QString>{text("b")}), false}));
     }
 
+    void aClickAnywhereOnTheLineOfWhatIsHiddenShowsItAndHidesItAgain()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        hide({snapshot(text("h"), DeploymentState::Success)});
+        QCOMPARE(m_view->model()->rowCount(), 3);
+        click(rowPoint(2));
+        QCOMPARE(m_view->model()->rowCount(), 4);
+        click(rowPoint(3));
+        QCOMPARE(m_opener->opened, QStringList{text("https://ci.example/h")});
+        const QRect line = m_view->visualRect(index(2));
+        click(QPoint(line.right() - 12, line.center().y() + 3));
+        QCOMPARE(m_view->model()->rowCount(), 3);
+    }
+
+    void theKeyboardReachesTheLineOfWhatIsHidden()
+    {
+        show({snapshot(text("a"), DeploymentState::Success)});
+        hide({snapshot(text("h"), DeploymentState::Success)});
+        takeFocus(Qt::TabFocusReason);
+        press(Qt::Key_End);
+        QCOMPARE(m_view->currentIndex(), index(2));
+        press(Qt::Key_Space);
+        QCOMPARE(m_view->model()->rowCount(), 4);
+        QCOMPARE(m_view->currentIndex(), index(2));
+        press(Qt::Key_Down);
+        QCOMPARE(currentID(), text("h"));
+        press(Qt::Key_Up);
+        press(Qt::Key_Return);
+        QCOMPARE(m_view->model()->rowCount(), 3);
+        QVERIFY(m_opener->opened.isEmpty());
+        press(Qt::Key_Up);
+        QCOMPARE(currentID(), text("a"));
+    }
+
+    void assistiveTechnologyShowsWhatIsHidden()
+    {
+        show({});
+        hide({snapshot(text("h"), DeploymentState::Success)});
+        auto actions = m_view->accessibleActions(index(0));
+        QCOMPARE(actions.size(), 1);
+        QCOMPARE(actions.first().name, QAccessibleActionInterface::pressAction());
+        QCOMPARE(actions.first().description, text("Show"));
+        actions.first().perform();
+        drainEvents();
+        QCOMPARE(m_view->model()->rowCount(), 2);
+        QCOMPARE(m_view->accessibleActions(index(0)).first().description, text("Hide again"));
+    }
+
+    void whatIsHiddenIsShownBelowItsLineHoweverLongTheListIs()
+    {
+        show(finished(100));
+        hide({snapshot(text("h"), DeploymentState::InProgress)});
+        m_view->scrollToBottom();
+        click(m_view->visualRect(index(101)).center());
+        QVERIFY(m_view->viewport()->rect().contains(m_view->visualRect(index(102))));
+        QVERIFY(m_view->isTurning());
+        const auto *bar = m_view->verticalScrollBar();
+        QCOMPARE(bar->value(), bar->maximum());
+    }
+
     // Refreshes
 
     void selectionAndFocusSurviveARefresh()
@@ -967,11 +1027,14 @@ private:
     }
     void show(const DeploymentList &deployments)
     {
+        m_shown = deployments;
         m_view->setDeployments(deployments);
         m_view->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
         drainEvents();
     }
+    /// Hides these beside what is shown.
+    void hide(const DeploymentList &hidden) { m_view->setDeployments(m_shown, {}, {hidden, {}}); }
     void takeFocus(Qt::FocusReason reason)
     {
         m_view->clearFocus();
@@ -1017,6 +1080,7 @@ private:
     std::unique_ptr<FakeClock> m_clock;
     std::unique_ptr<FakeURLOpener> m_opener;
     std::unique_ptr<FakePasteboard> m_pasteboard;
+    DeploymentList m_shown;
     std::unique_ptr<DeploymentListView> m_view;
 };
 

@@ -9,10 +9,11 @@ namespace velmora
 namespace
 {
 
-constexpr std::array kSections{
-    DeploymentSectionKind::InProgress, DeploymentSectionKind::Failed, DeploymentSectionKind::Completed};
+constexpr std::array kSections{DeploymentSectionKind::InProgress, DeploymentSectionKind::Failed,
+    DeploymentSectionKind::Completed, DeploymentSectionKind::Hidden};
 /// Keys of the headers. No deployment identifier begins with a control character.
-constexpr std::array<QStringView, 3> kHeaderKeys{u"\u0001in progress", u"\u0001failed", u"\u0001completed"};
+constexpr std::array<QStringView, 4> kHeaderKeys{
+    u"\u0001in progress", u"\u0001failed", u"\u0001completed", u"\u0001hidden"};
 
 constexpr std::size_t place(DeploymentSectionKind section)
 {
@@ -27,13 +28,29 @@ DeploymentListModel::DeploymentListModel(Clock *clock, QObject *parent)
 {
 }
 
-void DeploymentListModel::setDeployments(const DeploymentList &deployments, const FailureMarks &marks)
+void DeploymentListModel::setDeployments(
+    const DeploymentList &deployments, const FailureMarks &marks, const MarkedDeployments &hidden)
 {
     m_marks = marks;
-    if (deployments.isSharedWith(m_deployments))
+    m_hidden.marks = hidden.marks;
+    const bool isSameHidden = hidden.deployments.isEmpty() ? m_hidden.deployments.isEmpty()
+                                                           : hidden.deployments.isSharedWith(m_hidden.deployments);
+    if (deployments.isSharedWith(m_deployments) && isSameHidden)
         return;
     replaceRows([&] {
         m_deployments = deployments;
+        m_hidden.deployments = hidden.deployments;
+        m_showsHidden = m_showsHidden && !hidden.deployments.isEmpty();
+        fillSections();
+    });
+}
+
+void DeploymentListModel::setShowsHidden(bool shows)
+{
+    if (shows == m_showsHidden || m_hidden.deployments.isEmpty())
+        return;
+    replaceRows([&] {
+        m_showsHidden = shows;
         fillSections();
     });
 }
@@ -44,13 +61,23 @@ void DeploymentListModel::fillSections()
         section.clear();
     for (const auto &deployment : std::as_const(m_deployments))
         m_sections.at(place(sectionOf(deployment.state()))).push_back(&deployment);
+    if (!m_showsHidden)
+        return;
+    for (const auto &deployment : std::as_const(m_hidden.deployments))
+        m_sections.at(place(DeploymentSectionKind::Hidden)).push_back(&deployment);
+}
+
+bool DeploymentListModel::hasHeader(DeploymentSectionKind section) const
+{
+    return section == DeploymentSectionKind::Hidden ? !m_hidden.deployments.isEmpty()
+                                                    : !m_sections.at(place(section)).empty();
 }
 
 DeploymentListModel::Row DeploymentListModel::rowAt(int row) const
 {
     for (const auto section : kSections) {
         const auto &deployments = m_sections.at(place(section));
-        const int rows = deployments.empty() ? 0 : static_cast<int>(deployments.size()) + 1;
+        const int rows = hasHeader(section) ? static_cast<int>(deployments.size()) + 1 : 0;
         if (row >= 0 && row < rows)
             return {row == 0 ? nullptr : deployments[static_cast<std::size_t>(row - 1)], section};
         row -= rows;
@@ -76,8 +103,21 @@ const DeploymentSnapshot *DeploymentListModel::deployment(int row) const
     return shown.deployment ? &**shown.deployment : nullptr;
 }
 
+FailureMark DeploymentListModel::mark(const DeploymentSnapshot &deployment) const
+{
+    const auto found = m_marks.constFind(deployment.id);
+    return found == m_marks.constEnd() ? m_hidden.marks.value(deployment.id) : *found;
+}
+
+QString DeploymentListModel::title(DeploymentSectionKind section) const
+{
+    return section == DeploymentSectionKind::Hidden ? hiddenText(count(section)) : sectionTitle(section);
+}
+
 qsizetype DeploymentListModel::count(DeploymentSectionKind section) const
 {
+    if (section == DeploymentSectionKind::Hidden)
+        return m_hidden.deployments.size();
     const auto listed = static_cast<qsizetype>(m_sections.at(place(section)).size());
     return section == DeploymentSectionKind::Failed ? listed - uncounted(m_marks) : listed;
 }
@@ -102,19 +142,22 @@ std::vector<int> DeploymentListModel::headerRows() const
 {
     std::vector<int> headers;
     int row = 0;
-    for (const auto &deployments : m_sections) {
-        if (deployments.empty())
+    for (const auto section : kSections) {
+        if (!hasHeader(section))
             continue;
         headers.push_back(row);
-        row += 1 + static_cast<int>(deployments.size());
+        row += 1 + static_cast<int>(m_sections.at(place(section)).size());
     }
     return headers;
 }
 
 int DeploymentListModel::rowCount(const QModelIndex &parent) const
 {
-    const auto headers = std::ranges::count_if(m_sections, [](const auto &section) { return !section.empty(); });
-    return parent.isValid() ? 0 : static_cast<int>(m_deployments.size() + headers);
+    if (parent.isValid())
+        return 0;
+    const auto headers = std::ranges::count_if(kSections, [this](auto section) { return hasHeader(section); });
+    const auto shown = m_showsHidden ? m_hidden.deployments.size() : 0;
+    return static_cast<int>(m_deployments.size() + shown + headers);
 }
 
 QVariant DeploymentListModel::data(const QModelIndex &index, int role) const
@@ -129,9 +172,11 @@ QVariant DeploymentListModel::titleData(DeploymentSectionKind section, int role)
 {
     switch (role) {
     case Qt::DisplayRole:
-        return sectionTitle(section);
+        return title(section);
     case Qt::AccessibleTextRole:
-        return QStringLiteral("%1, %2").arg(sectionTitle(section)).arg(count(section));
+        return section == DeploymentSectionKind::Hidden
+            ? title(section)
+            : QStringLiteral("%1, %2").arg(title(section)).arg(count(section));
     default:
         return {};
     }
@@ -168,7 +213,8 @@ Qt::ItemFlags DeploymentListModel::flags(const QModelIndex &index) const
     if (!index.isValid())
         return Qt::NoItemFlags;
     const Qt::ItemFlags all = Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
-    return isHeader(index.row()) ? all : all | Qt::ItemIsSelectable;
+    const bool isLine = isHeader(index.row()) && section(index.row()) != DeploymentSectionKind::Hidden;
+    return isLine ? all : all | Qt::ItemIsSelectable;
 }
 
 } // namespace velmora

@@ -13,8 +13,8 @@
 namespace velmora
 {
 
-/// The deployments as rows: for each section that is not empty, a header and the deployments below it. Texts are made
-/// when a view asks for them.
+/// The deployments as rows: for each section that is not empty, a header and the deployments below it. Those below the
+/// header of what is hidden are rows only while showsHidden(). Texts are made when a view asks for them.
 class DeploymentListModel final : public KeyedListModel
 {
     Q_OBJECT
@@ -23,16 +23,25 @@ public:
     /// The clock is not owned and outlives the model.
     explicit DeploymentListModel(Clock *clock, QObject *parent = nullptr);
 
-    /// Shows another list, which must be filtered and ordered and hold each id once, with its marks. Announces one
-    /// change of layout, unless it is the same list; persistent indexes stay with their deployment.
-    void setDeployments(const DeploymentList &deployments, const FailureMarks &marks = {});
+    /// Shows another list, which must be filtered and ordered and hold each id once, with its marks, and what is hidden
+    /// of it. Announces one change of layout, unless it is the same list; persistent indexes stay with their
+    /// deployment.
+    void setDeployments(
+        const DeploymentList &deployments, const FailureMarks &marks = {}, const MarkedDeployments &hidden = {});
+
+    /// Whether what is hidden has rows. Ends when nothing is hidden.
+    [[nodiscard]] bool showsHidden() const { return m_showsHidden; }
+    void setShowsHidden(bool shows);
 
     /// The deployment of a row; null for a header. Valid until the next setDeployments().
     [[nodiscard]] const DeploymentSnapshot *deployment(int row) const;
-    [[nodiscard]] FailureMark mark(const DeploymentSnapshot &deployment) const { return m_marks.value(deployment.id); }
+    [[nodiscard]] FailureMark mark(const DeploymentSnapshot &deployment) const;
     [[nodiscard]] bool isHeader(int row) const { return !rowAt(row).deployment; }
     [[nodiscard]] DeploymentSectionKind section(int row) const { return rowAt(row).section; }
-    /// The number in the section's title: of its deployments that count.
+    /// The title of the section, which has the number of what is hidden.
+    [[nodiscard]] QString title(DeploymentSectionKind section) const;
+    /// The number beside the section's title: of its deployments that count. Of Hidden, which no number stands beside,
+    /// that of all.
     [[nodiscard]] qsizetype count(DeploymentSectionKind section) const;
     /// The ids of the failures that are not dismissed.
     [[nodiscard]] QSet<QString> undismissed() const;
@@ -56,6 +65,7 @@ private:
     };
 
     [[nodiscard]] Row rowAt(int row) const;
+    [[nodiscard]] bool hasHeader(DeploymentSectionKind section) const;
     void fillSections();
     [[nodiscard]] QVariant titleData(DeploymentSectionKind section, int role) const;
     [[nodiscard]] QString keysOf(const DeploymentSnapshot &deployment) const;
@@ -64,7 +74,9 @@ private:
     Clock *m_clock;
     DeploymentList m_deployments;
     FailureMarks m_marks;
-    std::array<std::vector<const SharedDeployment *>, 3> m_sections; ///< of m_deployments
+    MarkedDeployments m_hidden;
+    bool m_showsHidden = false;
+    std::array<std::vector<const SharedDeployment *>, 4> m_sections; ///< of m_deployments, and of m_hidden if shown
 };
 
 } // namespace velmora

@@ -66,13 +66,19 @@ void DeploymentListView::adoptFont()
 
 // Updates
 
-void DeploymentListView::setDeployments(const DeploymentList &deployments, const FailureMarks &marks)
+void DeploymentListView::setDeployments(
+    const DeploymentList &deployments, const FailureMarks &marks, const MarkedDeployments &hidden)
+{
+    changeRows([&] { m_model->setDeployments(deployments, marks, hidden); });
+}
+
+void DeploymentListView::changeRows(const std::function<void()> &change)
 {
     const std::vector<SeenRow> before = seenRows();
     const int current = currentIndex().row();
     const int offset = verticalOffset();
     const std::vector<Anchor> anchored = anchors();
-    m_model->setDeployments(deployments, marks);
+    change();
     updateGeometries();
     if (current >= 0 && !currentIndex().isValid())
         setCurrentIndex(nearestDeployment(std::min(current, m_model->rowCount() - 1), 1));
@@ -257,9 +263,17 @@ void DeploymentListView::paintEvent(QPaintEvent *event)
 DeploymentSectionView::Header DeploymentListView::header(const QModelIndex &index) const
 {
     const auto section = m_model->section(index.row());
-    const bool hasAction = section == DeploymentSectionKind::Failed && m_model->hasUndismissed();
-    return {sectionTitle(section), m_model->count(section), hasAction ? dismissAllText() : QString(),
-        m_hovered.index == index && m_hovered.isLink};
+    DeploymentSectionView::Header header;
+    header.title = m_model->title(section);
+    header.isActionLit = m_hovered.index == index && m_hovered.isLink;
+    header.hasFocus = m_showsCurrentRow && hasFocus() && currentIndex() == index;
+    if (section == DeploymentSectionKind::Hidden)
+        header.action = hiddenActionText(m_model->showsHidden());
+    else
+        header.count = m_model->count(section);
+    if (section == DeploymentSectionKind::Failed && m_model->hasUndismissed())
+        header.action = dismissAllText();
+    return header;
 }
 
 DeploymentRowView::State DeploymentListView::rowState(const QModelIndex &index) const
@@ -351,8 +365,10 @@ DeploymentListView::Target DeploymentListView::targetAt(const QPoint &point) con
     // indexAt() counts the padding below a section to its last row; here it belongs to none.
     if (!viewport()->rect().contains(point) || !frame.contains(point))
         return {};
-    if (!shown)
-        return m_sectionView.actionPlace(frame, header(index)).contains(point) ? Target{index, true} : Target();
+    if (!shown) {
+        const bool isAction = isHiddenLine(index) || m_sectionView.actionPlace(frame, header(index)).contains(point);
+        return isAction ? Target{index, true} : Target();
+    }
     return {index, m_rowView.parts(frame, *shown).link.contains(point)};
 }
 
@@ -392,7 +408,7 @@ void DeploymentListView::mousePressEvent(QMouseEvent *event)
     setHovered(target);
     if (event->button() != Qt::LeftButton || !target.index.isValid())
         return;
-    if (deployment(target.index))
+    if (deployment(target.index) || isHiddenLine(target.index))
         setCurrentIndex(target.index);
     setPressed(target);
 }
@@ -412,7 +428,9 @@ void DeploymentListView::mouseReleaseEvent(QMouseEvent *event)
     if (!pressed.index.isValid() || targetAt(event->position().toPoint()) != pressed)
         return;
     const auto *shown = deployment(pressed.index);
-    if (!shown)
+    if (isHiddenLine(pressed.index))
+        toggleHidden();
+    else if (!shown)
         dismissAll();
     else
         m_actions->perform(pressed.isLink ? RowActionKind::OpenEnvironment : RowActionKind::OpenDetails, *shown);
@@ -467,10 +485,24 @@ void DeploymentListView::showMenu(const QModelIndex &index, const QPoint &global
 
 // Keys, focus and assistive technology
 
-/// The first row from `row` on, in steps of 1 or -1, that is no header.
+bool DeploymentListView::isHiddenLine(const QModelIndex &index) const
+{
+    return index.isValid() && m_model->isHeader(index.row())
+        && m_model->section(index.row()) == DeploymentSectionKind::Hidden;
+}
+
+void DeploymentListView::toggleHidden()
+{
+    changeRows([this] { m_model->setShowsHidden(!m_model->showsHidden()); });
+    // What the user has asked for is below, perhaps out of sight.
+    if (m_model->showsHidden())
+        scrollTo(m_model->index(m_model->headerRows().back()), PositionAtTop);
+}
+
+/// The first row from `row` on, in steps of 1 or -1, that is no header. The line of what is hidden is as good.
 QModelIndex DeploymentListView::nearestDeployment(int row, int step) const
 {
-    while (row >= 0 && row < m_model->rowCount() && m_model->isHeader(row))
+    while (row >= 0 && row < m_model->rowCount() && m_model->isHeader(row) && !isHiddenLine(m_model->index(row)))
         row += step;
     return m_model->index(row);
 }
@@ -514,6 +546,9 @@ void DeploymentListView::keyPressEvent(QKeyEvent *event)
         // Holding the key down must not open the page repeatedly.
         if (!event->isAutoRepeat())
             m_actions->perform(isPress ? RowActionKind::OpenDetails : RowActionKind::OpenEnvironment, *shown);
+    } else if (isPress && isHiddenLine(currentIndex())) {
+        if (!event->isAutoRepeat())
+            toggleHidden();
     } else if (shown && event->matches(QKeySequence::Copy)) {
         m_actions->perform(RowActionKind::CopyCommit, *shown);
     } else if (event->key() == Qt::Key_Delete && modifiers == Qt::ShiftModifier) {
@@ -580,10 +615,13 @@ QList<AccessibleAction> DeploymentListView::accessibleActions(const QModelIndex 
         return m_actions->accessible(*shown, m_model->mark(*shown));
     if (!index.isValid() || header(index).action.isEmpty())
         return {};
-    const auto dismiss = [this] {
-        QMetaObject::invokeMethod(this, &DeploymentListView::dismissAll, Qt::QueuedConnection);
+    const bool isHidden = isHiddenLine(index);
+    const auto perform = [this, isHidden] {
+        const auto action = isHidden ? &DeploymentListView::toggleHidden : &DeploymentListView::dismissAll;
+        QMetaObject::invokeMethod(this, action, Qt::QueuedConnection);
     };
-    return {{dismissAllText(), dismissAllText(), dismiss}};
+    const QString name = header(index).action;
+    return {{isHidden ? QAccessibleActionInterface::pressAction() : name, name, perform}};
 }
 
 } // namespace velmora

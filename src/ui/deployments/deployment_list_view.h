@@ -11,6 +11,8 @@
 
 #include <QBasicTimer>
 
+#include <functional>
+
 namespace velmora
 {
 
@@ -20,7 +22,8 @@ class DeploymentListModel;
 
 /// The deployments in sections. A click on a row opens its log, a click on its link opens the environment. Return and
 /// Control+Return do the same for the current row. Delete dismisses a failure; Shift+Delete, and a click in the title
-/// of their section, dismiss all.
+/// of their section, dismiss all. A click on the line that counts what is hidden, and Return on it, show that until the
+/// next hide().
 ///
 /// The cost depends on the visible rows only: Qt's own views measure every row, here positions are computed. While the
 /// view is shown, ages are repainted when they change, and the icons of deployments in progress turn. While it is
@@ -33,9 +36,10 @@ public:
     /// What the ports name outlives the view.
     explicit DeploymentListView(const DesktopPorts &ports, QWidget *parent = nullptr);
 
-    /// Shows a list that is already filtered and ordered, with its marks. Selection, focus and scroll position are
-    /// kept; only rows that look different are repainted.
-    void setDeployments(const DeploymentList &deployments, const FailureMarks &marks = {});
+    /// Shows a list that is already filtered and ordered, with its marks, and how much is hidden of it. Selection,
+    /// focus and scroll position are kept; only rows that look different are repainted.
+    void setDeployments(
+        const DeploymentList &deployments, const FailureMarks &marks = {}, const MarkedDeployments &hidden = {});
     [[nodiscard]] QList<AccessibleAction> accessibleActions(const QModelIndex &index) override;
     /// Whether icons are turning now.
     [[nodiscard]] bool isTurning() const { return m_turning.isActive(); }
@@ -80,7 +84,8 @@ protected:
     [[nodiscard]] QRegion visualRegionForSelection(const QItemSelection &) const override { return {}; }
 
 private:
-    /// The row under the mouse, or the link in that row. A header is only a target with its link, the action on all.
+    /// The row under the mouse, or the link in that row. A header is only a target with its link, the action on all;
+    /// that of what is hidden is one all over.
     struct Target {
         QPersistentModelIndex index;
         bool isLink = false;
@@ -121,6 +126,10 @@ private:
     [[nodiscard]] DeploymentRowView::State rowState(const QModelIndex &index) const;
     [[nodiscard]] DeploymentSectionView::Header header(const QModelIndex &index) const;
     void dismissAll();
+    [[nodiscard]] bool isHiddenLine(const QModelIndex &index) const;
+    void toggleHidden();
+    /// Changes the model by `change` and repaints what looks different.
+    void changeRows(const std::function<void()> &change);
     void showsCurrentRow(bool shows);
     void followTime();
     void updateAges();

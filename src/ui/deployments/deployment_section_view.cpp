@@ -19,6 +19,7 @@ constexpr int kPaddingBelow = 4;
 constexpr int kSectionEnd = 4;
 /// The distance of an action's text from the edges of what reacts to a click.
 constexpr int kActionPadding = 4;
+constexpr qreal kCorner = 4;
 
 int digitWidth(const QFontMetrics &metrics)
 {
@@ -26,6 +27,11 @@ int digitWidth(const QFontMetrics &metrics)
     for (char16_t digit = u'0'; digit <= u'9'; ++digit)
         width = std::max(width, metrics.horizontalAdvance(QChar(digit)));
     return width;
+}
+
+QString digitsOf(const DeploymentSectionView::Header &header)
+{
+    return header.count ? QString::number(*header.count) : QString();
 }
 
 } // namespace
@@ -56,7 +62,7 @@ QRect DeploymentSectionView::actionPlace(const QRect &frame, const Header &heade
 {
     if (header.action.isEmpty())
         return {};
-    const int countWidth = monospacedDigitsWidth(m_countFont, QString::number(header.count));
+    const int countWidth = monospacedDigitsWidth(m_countFont, digitsOf(header));
     const int width = QFontMetrics(m_countFont).horizontalAdvance(header.action) + 2 * kActionPadding;
     const QRect line = lineIn(frame);
     const QRect place(line.right() + 1 - countWidth - kRowGap - width, line.top() - kActionPadding, width,
@@ -68,7 +74,7 @@ void DeploymentSectionView::paint(
     QPainter *painter, const QRect &frame, const Header &header, const QPalette &palette) const
 {
     const QRect line = lineIn(frame);
-    const QString digits = QString::number(header.count);
+    const QString digits = digitsOf(header);
     const int countWidth = monospacedDigitsWidth(m_countFont, digits);
     const QRect action = actionPlace(frame, header);
     const QRect countPlace = QStyle::visualRect(m_direction, line, line.adjusted(line.width() - countWidth, 0, 0, 0));
@@ -84,8 +90,13 @@ void DeploymentSectionView::paint(
     paintMonospacedDigits(painter, countPlace, digits);
     if (action.isEmpty())
         return;
-    painter->setPen(toneColour(header.isActionLit ? Tone::Blue : Tone::Secondary, palette));
+    painter->setPen(toneColour(header.isActionLit || header.hasFocus ? Tone::Blue : Tone::Secondary, palette));
     painter->drawText(action, Qt::AlignCenter | Qt::TextSingleLine, header.action);
+    if (!header.hasFocus)
+        return;
+    painter->setPen(QPen(palette.color(QPalette::Active, QPalette::Highlight), 1.5));
+    painter->setBrush(Qt::NoBrush);
+    painter->drawRoundedRect(QRectF(action).adjusted(0.75, 0.75, -0.75, -0.75), kCorner, kCorner);
 }
 
 int monospacedDigitsWidth(const QFont &font, const QString &digits)

@@ -6,6 +6,8 @@
 #include <QRect>
 #include <QString>
 
+#include <optional>
+
 class QPainter;
 
 namespace velmora
@@ -18,9 +20,10 @@ class DeploymentSectionView
 public:
     struct Header {
         QString title;
-        qsizetype count = 0;
+        std::optional<qsizetype> count; ///< nullopt for none
         QString action; ///< empty for none
         bool isActionLit = false; ///< the mouse is over it
+        bool hasFocus = false; ///< the keyboard is at it
 
         friend bool operator==(const Header &, const Header &) = default;
     };

@@ -232,9 +232,9 @@ void MenuBarView::showStores()
     m_connectionPrompt->button()->setEnabled(canStartConnecting(authentication.connectionState()));
     m_connectionPrompt->setError(authentication.errorMessage().value_or(QString()));
     m_noAccess->setDescription(noAccessDescription(m_stores.installations->installations()));
-    m_list->setDeployments(monitor.deployments(), monitor.marks());
+    m_list->setDeployments(monitor.deployments(), monitor.marks(), monitor.hidden());
     showContent(menuBarContent({authentication.pendingAuthorization().has_value(), !authentication.sessions().isEmpty(),
-        monitor.state(), !monitor.deployments().isEmpty()}));
+        monitor.state(), !monitor.deployments().isEmpty() || !monitor.hidden().deployments.isEmpty()}));
     showUpdateTime();
 }
 
