@@ -45,7 +45,7 @@ private Q_SLOTS:
 
     void cleanup() { qunsetenv("XDG_ACTIVATION_TOKEN"); }
 
-    void thereAreThreeTabsInTheirOrder()
+    void thereAreFourTabsInTheirOrder()
     {
         QStringList labels;
         for (int i = 0; i < view()->count(); ++i) {
@@ -53,7 +53,8 @@ private Q_SLOTS:
             QVERIFY(!view()->tabIcon(i).isNull());
         }
         QCOMPARE(labels,
-            (QStringList{QStringLiteral("Accounts"), QStringLiteral("Repositories"), QStringLiteral("General")}));
+            (QStringList{QStringLiteral("Accounts"), QStringLiteral("Repositories"), QStringLiteral("Environments"),
+                QStringLiteral("General")}));
         QCOMPARE(view()->tab(), Tab::Accounts);
     }
 
@@ -142,7 +143,7 @@ private Q_SLOTS:
     {
         QFETCH(int, key);
         QFETCH(int, modifiers);
-        for (const Tab tab : {Tab::Accounts, Tab::Repositories, Tab::General}) {
+        for (const Tab tab : {Tab::Accounts, Tab::Repositories, Tab::Environments, Tab::General}) {
             open();
             view()->showTab(tab);
             press(static_cast<Qt::Key>(key), Qt::KeyboardModifiers(modifiers));
@@ -165,6 +166,8 @@ private Q_SLOTS:
         press(Qt::Key_2, Qt::ControlModifier);
         QCOMPARE(view()->tab(), Tab::Repositories);
         press(Qt::Key_3, Qt::ControlModifier);
+        QCOMPARE(view()->tab(), Tab::Environments);
+        press(Qt::Key_4, Qt::ControlModifier);
         QCOMPARE(view()->tab(), Tab::General);
         press(Qt::Key_1, Qt::ControlModifier);
         QCOMPARE(view()->tab(), Tab::Accounts);
@@ -173,11 +176,11 @@ private Q_SLOTS:
     void controlTabGoesAround()
     {
         open();
-        for (const Tab expected : {Tab::Repositories, Tab::General, Tab::Accounts}) {
+        for (const Tab expected : {Tab::Repositories, Tab::Environments, Tab::General, Tab::Accounts}) {
             press(Qt::Key_Tab, Qt::ControlModifier);
             QCOMPARE(view()->tab(), expected);
         }
-        for (const Tab expected : {Tab::General, Tab::Repositories}) {
+        for (const Tab expected : {Tab::General, Tab::Environments, Tab::Repositories}) {
             press(Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
             QCOMPARE(view()->tab(), expected);
         }
@@ -224,6 +227,8 @@ private Q_SLOTS:
     void mnemonicsChooseTheTab()
     {
         open();
+        press(Qt::Key_V, Qt::AltModifier);
+        QCOMPARE(view()->tab(), Tab::Environments);
         press(Qt::Key_G, Qt::AltModifier);
         QCOMPARE(view()->tab(), Tab::General);
         press(Qt::Key_R, Qt::AltModifier);
@@ -237,8 +242,11 @@ private Q_SLOTS:
         open();
         QVERIFY(view()->currentWidget()->isAncestorOf(QApplication::focusWidget()));
         press(Qt::Key_2, Qt::ControlModifier);
-        QVERIFY(m_window->findChild<SearchField *>()->hasFocus());
+        QVERIFY(view()->currentWidget()->findChild<SearchField *>()->hasFocus());
         press(Qt::Key_3, Qt::ControlModifier);
+        QVERIFY(view()->currentWidget()->isAncestorOf(QApplication::focusWidget()));
+        QVERIFY(qobject_cast<SearchField *>(QApplication::focusWidget()));
+        press(Qt::Key_4, Qt::ControlModifier);
         QVERIFY(view()->currentWidget()->isAncestorOf(QApplication::focusWidget()));
         QVERIFY(qobject_cast<SwitchControl *>(QApplication::focusWidget()));
         press(Qt::Key_1, Qt::ControlModifier);
@@ -257,9 +265,10 @@ private Q_SLOTS:
     void noMnemonicIsTakenTwiceOnATab()
     {
         open();
-        for (const Tab tab : {Tab::Accounts, Tab::Repositories, Tab::General}) {
+        for (const Tab tab : {Tab::Accounts, Tab::Repositories, Tab::Environments, Tab::General}) {
             view()->showTab(tab);
-            QSet<QString> taken{QStringLiteral("Alt+A"), QStringLiteral("Alt+R"), QStringLiteral("Alt+G")};
+            QSet<QString> taken{
+                QStringLiteral("Alt+A"), QStringLiteral("Alt+R"), QStringLiteral("Alt+V"), QStringLiteral("Alt+G")};
             for (const auto *button : view()->currentWidget()->findChildren<QAbstractButton *>()) {
                 const QString key = button->shortcut().toString();
                 if (key.isEmpty())
@@ -276,7 +285,7 @@ private Q_SLOTS:
         font.setPixelSize(60);
         m_window->setFont(font);
         open();
-        for (const Tab tab : {Tab::Accounts, Tab::Repositories, Tab::General}) {
+        for (const Tab tab : {Tab::Accounts, Tab::Repositories, Tab::Environments, Tab::General}) {
             view()->showTab(tab);
             drainEvents();
             QVERIFY(!m_window->grab().isNull());

@@ -69,7 +69,7 @@ private Q_SLOTS:
             {"arrow.up.circle.fill", "exclamationmark.triangle.fill", "checkmark.circle", "arrow.triangle.2.circlepath",
                 "exclamationmark.circle", "clock.badge.exclamationmark", "arrow.up.circle.dotted", "gearshape",
                 "arrow.clockwise", "clock", "pause.circle.fill", "checkmark.circle.fill", "xmark.circle.fill",
-                "minus.circle", "questionmark.circle", "arrow.up.right", "person.2", "folder", "plus",
+                "minus.circle", "questionmark.circle", "arrow.up.right", "person.2", "folder", "plus", "square.stack",
                 "person.crop.circle.badge.plus", "person.crop.circle.fill", "magnifyingglass"})
             QTest::newRow(name) << QString::fromLatin1(name);
     }
@@ -88,7 +88,7 @@ private Q_SLOTS:
     void everyTwoPicturesDiffer()
     {
         const QStringList names = symbolNames();
-        QCOMPARE(names.size(), 23);
+        QCOMPARE(names.size(), 24);
         for (qsizetype i = 0; i < names.size(); ++i) {
             for (qsizetype j = 0; j < i; ++j)
                 QVERIFY2(painted(names.at(i), 16, Qt::black) != painted(names.at(j), 16, Qt::black),

@@ -15,6 +15,16 @@ constexpr int kSlack = 64;
 
 } // namespace
 
+int KeyedListModel::rowOf(QStringView wanted) const
+{
+    const int count = rowCount();
+    for (int row = 0; row < count; ++row) {
+        if (key(row) == wanted)
+            return row;
+    }
+    return -1;
+}
+
 void KeyedListModel::replaceRows(const std::function<void()> &replace)
 {
     Q_EMIT layoutAboutToBeChanged();

@@ -13,6 +13,11 @@ class KeyedListModel : public QAbstractListModel
 {
     Q_OBJECT
 
+public:
+    [[nodiscard]] QString keyOf(int row) const { return key(row).toString(); }
+    /// The row with the key; -1 if there is none. Looks at one row after the other.
+    [[nodiscard]] int rowOf(QStringView wanted) const;
+
 protected:
     using QAbstractListModel::QAbstractListModel;
 
@@ -24,6 +29,21 @@ protected:
     /// selection and current row of a view, stay with their keys; those of a key that has gone become invalid. The cost
     /// is that of finding these few keys among the new rows.
     void replaceRows(const std::function<void()> &replace);
+    /// Takes over rows whose keys are those of the present ones, and announces which have changed.
+    template <typename Rows>
+    void takeOver(Rows &rows, const Rows &next)
+    {
+        const auto size = rows.size();
+        for (std::size_t i = 0; i < size; ++i) {
+            const std::size_t first = i;
+            while (i < size && rows[i] != next[i]) {
+                rows[i] = next[i];
+                ++i;
+            }
+            if (i > first)
+                Q_EMIT dataChanged(index(static_cast<int>(first)), index(static_cast<int>(i - 1)));
+        }
+    }
 };
 
 } // namespace velmora

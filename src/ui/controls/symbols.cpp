@@ -70,6 +70,7 @@ const std::array kSymbols{
     Symbol{u"person.crop.circle.fill", {{{"filled/circle"}, {"filled/user", square(4.5, 3.5, 15), CutOut}}}},
     Symbol{u"plus", {{{"outline/plus"}}}},
     Symbol{u"questionmark.circle", {{{"outline/help-circle"}}}},
+    Symbol{u"square.stack", {{{"outline/stack-2"}}}},
     Symbol{u"xmark", {{{"outline/x"}}}},
     Symbol{u"xmark.circle.fill", {{{"filled/circle-x"}}}},
 };

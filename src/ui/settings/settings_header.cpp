@@ -33,7 +33,8 @@ SettingsHeader::SettingsHeader(const QString &title, const QString &help, QWidge
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(kGap);
     layout->addLayout(texts, 1);
-    layout->addWidget(button, 0, Qt::AlignVCenter);
+    if (button)
+        layout->addWidget(button, 0, Qt::AlignVCenter);
 }
 
 } // namespace velmora

@@ -6,13 +6,13 @@
 namespace velmora
 {
 
-/// The top of a tab: a title above a help text, and a button at the end.
+/// The top of a tab: a title above a help text, and perhaps a button at the end.
 class SettingsHeader final : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// Takes ownership of the button.
+    /// Takes ownership of the button, which may be null.
     SettingsHeader(const QString &title, const QString &help, QWidget *button, QWidget *parent = nullptr);
 };
 

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "ui/settings/settings_view.h"
 
+#include "monitor/deployment_monitor.h"
 #include "monitor/stores.h"
 #include "ui/controls/symbols.h"
 #include "ui/settings/accounts/accounts_settings_view.h"
+#include "ui/settings/environments/environments_settings_view.h"
 #include "ui/settings/general/general_settings_view.h"
 #include "ui/settings/repositories/repositories_settings_view.h"
 #include "ui/window/refresh_keys.h"
@@ -42,11 +44,14 @@ SettingsView::SettingsView(const Stores &stores, const DesktopPorts &ports, Sett
     setDocumentMode(true);
     auto *accountsTab = new AccountsSettingsView(stores, ports, avatars);
     auto *repositoriesTab = new RepositoriesSettingsView(stores.authentication, stores.installations);
+    auto *environmentsTab = new EnvironmentsSettingsView(&stores.monitor->environments());
     auto *generalTab = new GeneralSettingsView(stores.settings, settingsPageOpener);
     addPage(QStringLiteral("&Accounts"), QStringLiteral("person.2"), accountsTab,
         [accountsTab] { accountsTab->refresh(); });
     addPage(QStringLiteral("&Repositories"), QStringLiteral("folder"), repositoriesTab,
         [repositoriesTab] { repositoriesTab->refresh(); });
+    // Nothing is loaded for it but what the others load.
+    addPage(QStringLiteral("En&vironments"), QStringLiteral("square.stack"), environmentsTab, [] {});
     addPage(
         QStringLiteral("&General"), QStringLiteral("gearshape"), generalTab, [generalTab] { generalTab->refresh(); });
     addShortcuts();
@@ -83,6 +88,7 @@ void SettingsView::addShortcuts()
     onKey(Qt::CTRL | Qt::Key_1, [this] { enter(0); });
     onKey(Qt::CTRL | Qt::Key_2, [this] { enter(1); });
     onKey(Qt::CTRL | Qt::Key_3, [this] { enter(2); });
+    onKey(Qt::CTRL | Qt::Key_4, [this] { enter(3); });
     onRefreshKeys(this, [this] { m_refreshes.at(currentIndex())(); });
 }
 

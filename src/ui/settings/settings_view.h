@@ -14,10 +14,10 @@ class SettingsPageOpener;
 struct DesktopPorts;
 struct Stores;
 
-/// The three tabs of the settings. Its size is fixed: 620 by 440 points, more with a large font, less on a small
+/// The four tabs of the settings. Its size is fixed: 620 by 440 points, more with a large font, less on a small
 /// screen.
 ///
-/// Ctrl+Tab and Ctrl+Shift+Tab go to the next and the previous tab, Ctrl+1 to Ctrl+3 to a certain one. The refresh keys
+/// Ctrl+Tab and Ctrl+Shift+Tab go to the next and the previous tab, Ctrl+1 to Ctrl+4 to a certain one. The refresh keys
 /// reload the tab on show.
 class SettingsView final : public QTabWidget
 {
@@ -28,6 +28,7 @@ public:
     enum class Tab {
         Accounts,
         Repositories,
+        Environments,
         General,
     };
 

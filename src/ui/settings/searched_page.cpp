@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: MIT
+#include "ui/settings/searched_page.h"
+
+#include "presentation/repositories_presentation.h"
+#include "presentation/repositories_settings_texts.h"
+#include "ui/controls/card.h"
+#include "ui/controls/empty_state_view.h"
+#include "ui/controls/scrolling_page.h"
+#include "ui/controls/search_field.h"
+#include "ui/controls/searched_list_view.h"
+#include "ui/settings/settings_header.h"
+
+#include <QKeyEvent>
+#include <QShortcut>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+namespace velmora
+{
+
+namespace
+{
+
+constexpr int kPadding = 20;
+constexpr int kSpacing = 10;
+constexpr int kGap = 8;
+constexpr int kLeastArea = 120;
+constexpr int kListPadding = 4;
+
+QWidget *makeResults(QWidget *list)
+{
+    auto *card = new Card(kListPadding);
+    card->addRow(list);
+    return card;
+}
+
+} // namespace
+
+SearchedPage::SearchedPage(
+    const Heading &heading, SearchedListView *list, const QList<QWidget *> &controls, QWidget *button, QWidget *parent)
+    : QWidget(parent)
+    , m_search(new SearchField(heading.search))
+    , m_list(list)
+    , m_area(new QStackedWidget)
+    , m_noResults(new EmptyStateView({QStringLiteral("magnifyingglass"), QString(), QString()}))
+    , m_results(makeResults(list))
+{
+    m_list->setAccessibleName(heading.title);
+    for (QWidget *content : {m_results, static_cast<QWidget *>(m_noResults)})
+        m_area->addWidget(content);
+    m_area->setMinimumHeight(kLeastArea);
+
+    auto *row = new QHBoxLayout;
+    row->setSpacing(kGap);
+    row->addWidget(m_search, 1);
+    for (QWidget *control : controls)
+        row->addWidget(control);
+    auto *content = new QWidget;
+    m_layout = new QVBoxLayout(content);
+    m_layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
+    m_layout->setSpacing(kSpacing);
+    m_layout->addWidget(new SettingsHeader(heading.title, heading.subtitle, button));
+    m_layout->addLayout(row);
+    m_layout->addWidget(m_area, 1);
+
+    auto *page = new ScrollingPage(this);
+    page->setContent(content);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(page);
+    setFocusProxy(m_search);
+    connectKeys();
+}
+
+void SearchedPage::connectKeys()
+{
+    connect(m_search, &SearchField::leftAtBottom, m_list, &SearchedListView::focusRow);
+    connect(m_list, &SearchedListView::leftAtTop, this, [this] { m_search->setFocus(Qt::OtherFocusReason); });
+    auto *find = new QShortcut(QKeySequence::Find, this);
+    find->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(find, &QShortcut::activated, m_search, [this] {
+        m_search->setFocus(Qt::ShortcutFocusReason);
+        m_search->selectAll();
+    });
+}
+
+void SearchedPage::showList()
+{
+    m_area->setCurrentWidget(m_results);
+}
+
+void SearchedPage::showNothing(const QString &nothing, const QString &nothingHelp)
+{
+    const QString text = m_search->text();
+    m_noResults->setTitle(text.isEmpty() ? nothing : noResultsTitle(text));
+    m_noResults->setDescription(text.isEmpty() ? nothingHelp : RepositoriesSettingsTexts::noResultsHelp());
+    m_area->setCurrentWidget(m_noResults);
+}
+
+void SearchedPage::showInstead(QWidget *content)
+{
+    if (m_area->indexOf(content) < 0)
+        m_area->addWidget(content);
+    m_area->setCurrentWidget(content);
+}
+
+void SearchedPage::addBelow(QWidget *widget)
+{
+    m_layout->addWidget(widget);
+}
+
+void SearchedPage::keyPressEvent(QKeyEvent *event)
+{
+    const bool isCommand = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    const bool isText = !event->text().isEmpty() && event->text().at(0).isPrint();
+    if (!isCommand && (isText || event->key() == Qt::Key_Backspace))
+        return m_search->typeKey(*event);
+    QWidget::keyPressEvent(event);
+}
+
+} // namespace velmora
