@@ -202,6 +202,31 @@ class Gnome(Shell):
         velmora.wait_for_item()
         self.assertFalse(velmora.is_open())
 
+    def test_a_first_keyring_is_declined_and_then_made_while_connecting(self):
+        session = self.desktop(keyring="new")
+        github = Simulator(session)
+        github.small_world([{"environment": "production", "state": "IN_PROGRESS"}])
+        velmora = self.start(session, "--background", environment=github.environment)
+        velmora.wait_for_item()
+        session.tray.activate()
+        window = velmora.window()
+        window.find("push button", "Add GitHub account").press()
+        self.wait_for_prompt(session, velmora)
+        session.screen.key("Escape")
+        window.find("label", "The keyring was not unlocked. Try again and unlock it when you are asked.")
+        window.find("push button", "Add GitHub account").press()
+        self.wait_for_prompt(session, velmora)
+        session.screen.type(PASSWORD)
+        session.screen.key("Tab")
+        session.screen.type(PASSWORD)
+        session.screen.key("Return")
+        window.find("push button", "Copy code")
+        # One was asked for before the keyring was declined.
+        for code in github.ask("GET", "codes")["userCodes"]:
+            github.tell("approve", {"userCode": code})
+        window.find("label", "Deployment in progress")
+        self.assertEqual(len(session.keyring.items()), 1)
+
     def is_prompting(self, session):
         return session.windows.evaluate("Main.modalCount") > 0
 

@@ -16,7 +16,7 @@ PASSWORD = "a password of nothing"
 
 
 class Keyring(Component):
-    """gnome-keyring with one keyring, which `PASSWORD` opens."""
+    """gnome-keyring with one keyring, which `PASSWORD` opens, or "new", with none."""
 
     name = "keyring"
     startable = ("org.gnome.keyring.SystemPrompter", "org.gnome.keyring.PrivatePrompter")
@@ -29,9 +29,9 @@ class Keyring(Component):
         self._state = state
 
     def start(self):
-        """Starts the keyring in the state that the session was created with: unlocked or locked."""
+        """Starts the keyring in the state that the session was created with: unlocked, locked or new."""
         # The password creates the first keyring; later it unlocks it, as at a login.
-        self.unlocks = self._state == "unlocked" or not self._exists()
+        self.unlocks = self._state == "unlocked" or (self._state == "locked" and not self._exists())
         self.standard_input = PASSWORD.encode() if self.unlocks else None
         command = self.arguments
         self.arguments = command + ["--unlock"] if self.unlocks else command
@@ -43,7 +43,8 @@ class Keyring(Component):
     def is_ready(self):
         # The default keyring appears shortly after the service.
         try:
-            return self.session.bus.call(_SERVICE, _PATH, _INTERFACE, "ReadAlias", "(s)", "default")[0] != "/"
+            is_there = self.session.bus.call(_SERVICE, _PATH, _INTERFACE, "ReadAlias", "(s)", "default")[0] != "/"
+            return is_there or self._state == "new"
         except BusError:
             return False
 

@@ -38,7 +38,7 @@ SHELLS = WINDOWING[2:]
 _TRAY_HOSTS = {"indicators": Indicators, "plasma": SystemTray}
 TRAYS = ("xfce", "lxqt", "waybar", *_TRAY_HOSTS, "none")
 DAEMONS = ("dunst", "xfce", "mako", "none")
-KEYRINGS = ("unlocked", "locked", "kwallet", "absent")
+KEYRINGS = ("unlocked", "locked", "new", "kwallet", "absent")
 
 
 class Session:
