@@ -157,6 +157,10 @@ class GnomeShell:
         """Moves the only window of the process to another screen."""
         self.evaluate(_MOVE.replace("PID", str(pid)).replace("NUMBER", str(number)))
 
+    def tidy(self):
+        """Takes away what the shell says about this machine."""
+        self.evaluate("Main.messageTray.getSources().forEach(source => source.destroy())")
+
     def evaluate(self, expression):
         """The value of an expression in JavaScript in the shell."""
         succeeded, answer = self._session.bus.call(

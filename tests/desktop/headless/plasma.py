@@ -43,6 +43,14 @@ for (const window of workspace.clientList()) {
 print("MARK end");
 """
 
+_PLAIN_BACKGROUND = """\
+for (const desktop of desktops()) {
+    desktop.wallpaperPlugin = "org.kde.color";
+    desktop.currentConfigGroup = ["Wallpaper", "org.kde.color", "General"];
+    desktop.writeConfig("Color", "61,90,110");
+}
+"""
+
 
 class PlasmaShell:
     """KWin, kded and plasmashell; on Wayland KWin is nested in the screen."""
@@ -108,6 +116,10 @@ class PlasmaShell:
         self._write("kdeglobals", ["General"], "font", font)
         self._run("dbus-send", "--session", "--type=signal", "/KGlobalSettings",
                   "org.kde.KGlobalSettings.notifyChange", f"int32:{_FONT_CHANGED}", "int32:0")  # fmt: skip
+
+    def tidy(self):
+        """Takes away the background picture, which has a licence of its own."""
+        self.evaluate(_PLAIN_BACKGROUND)
 
     def evaluate(self, script):
         """What a script of Plasma's desktop scripting prints."""
