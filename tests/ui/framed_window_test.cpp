@@ -48,7 +48,7 @@ private Q_SLOTS:
         window.show();
         QCOMPARE(window.frame(), FramedWindow::Frame::Desktop);
         QVERIFY(!window.windowFlags().testFlag(Qt::FramelessWindowHint));
-        QVERIFY(!window.titleBar()->isVisible());
+        QVERIFY(!window.titleBar());
         QCOMPARE(window.contentPlace(), QPoint(0, 0));
     }
 
@@ -91,7 +91,7 @@ private Q_SLOTS:
         Window window(FramedWindow::Frame::Window);
         window.setFrame(FramedWindow::Frame::None, Qt::Window | Qt::FramelessWindowHint);
         window.show();
-        QVERIFY(!window.titleBar()->isVisible());
+        QVERIFY(!window.titleBar());
         QCOMPARE(window.contentPlace(), QPoint(1, 1));
         const QImage picture = window.grab().toImage();
         QVERIFY(picture.pixelColor(0, 0) != picture.pixelColor(1, 1));

@@ -13,11 +13,9 @@ namespace velmora
 
 FramedWindow::FramedWindow(Frame frame, QWidget *parent)
     : QWidget(parent, Qt::Window)
-    , m_titleBar(new TitleBar(this))
     , m_layout(new QVBoxLayout(this))
 {
     m_layout->setSpacing(0);
-    m_layout->addWidget(m_titleBar);
     setFrame(frame, Qt::Window);
 }
 
@@ -30,7 +28,12 @@ void FramedWindow::setFrame(Frame frame, Qt::WindowFlags flags)
 {
     m_frame = frame;
     setWindowFlags(frame == Frame::Window ? Qt::Window | Qt::FramelessWindowHint : flags);
-    m_titleBar->setVisible(frame == Frame::Window);
+    delete m_titleBar;
+    m_titleBar = nullptr;
+    if (frame == Frame::Window) {
+        m_titleBar = new TitleBar(this);
+        m_layout->insertWidget(0, m_titleBar);
+    }
     const int border = frame == Frame::Desktop ? 0 : 1;
     m_layout->setContentsMargins(border, border, border, border);
 }

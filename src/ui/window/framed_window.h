@@ -41,7 +41,7 @@ protected:
 
 private:
     Frame m_frame = Frame::Desktop;
-    QWidget *m_titleBar;
+    QWidget *m_titleBar = nullptr; ///< only if the window draws its frame
     QVBoxLayout *m_layout;
 };
 

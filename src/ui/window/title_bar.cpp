@@ -27,6 +27,7 @@ TitleBar::TitleBar(QWidget *window)
 {
     m_title->setWeight(QFont::DemiBold);
     m_title->setAlignment(Qt::AlignCenter);
+    m_title->setText(window->windowTitle());
     auto *close = new QToolButton(this);
     close->setAccessibleName(QStringLiteral("Close"));
     close->setToolTip(QStringLiteral("Close"));
