@@ -30,7 +30,8 @@ QString bodyText(const DeploymentNotification &notification, BodyFormat format)
 {
     const QString subtitle = onOneLine(presentableText(notification.subtitle, kSubtitleLimit));
     const QString body = presentableText(notification.body, kBodyLimit);
-    const QString separator = subtitle.isEmpty() || body.isEmpty() ? QString() : QStringLiteral("\n");
+    // Some desktops join the lines, GNOME's list for one.
+    const QString separator = subtitle.isEmpty() || body.isEmpty() ? QString() : QStringLiteral(":\n");
     const QString text = subtitle + separator + body;
     // Apostrophes need no escaping outside tags, and some servers do not know their entity.
     return format == BodyFormat::Markup ? text.toHtmlEscaped() : text;

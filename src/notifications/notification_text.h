@@ -17,7 +17,8 @@ enum class BodyFormat {
 /// The first line, in bold. Not escaped, since every server takes it as plain text.
 [[nodiscard]] QString summaryText(const DeploymentNotification &notification);
 
-/// The subtitle on its own line, then the body, since servers have no separate subtitle. Empty parts take no line.
+/// The subtitle with a colon, and the body on the next line, since servers have no separate subtitle. An empty part
+/// takes no line.
 [[nodiscard]] QString bodyText(const DeploymentNotification &notification, BodyFormat format);
 
 } // namespace velmora

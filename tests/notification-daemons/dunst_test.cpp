@@ -119,7 +119,7 @@ private Q_SLOTS:
             const QVariantMap &notification = received.at(texts.size() - 1 - i);
             const QString summary = QStringLiteral("acme/web%1 failed").arg(i);
             const QString first
-                = QStringLiteral("production") + (text.shown.isEmpty() ? QString() : QStringLiteral("\n"));
+                = QStringLiteral("production") + (text.shown.isEmpty() ? QString() : QStringLiteral(":\n"));
             const QString body = notification.value(QStringLiteral("body")).toString();
             const QString message = notification.value(QStringLiteral("message")).toString();
             QCOMPARE(notification.value(QStringLiteral("summary")).toString(), summary);

@@ -86,7 +86,7 @@ private Q_SLOTS:
         QCOMPARE(notified.at(2).toString(), QStringLiteral("com.tarvik.Velmora"));
         QCOMPARE(notified.at(3).toString(), QStringLiteral("acme/web failed"));
         QCOMPARE(
-            notified.at(4).toString(), QStringLiteral("production\nThe deployment did not complete successfully."));
+            notified.at(4).toString(), QStringLiteral("production:\nThe deployment did not complete successfully."));
         const QStringList actions{
             QStringLiteral("default"), QStringLiteral("Open"), QStringLiteral("view-log"), QStringLiteral("View log")};
         QCOMPARE(notified.at(5).toStringList(), actions);
@@ -173,7 +173,7 @@ private Q_SLOTS:
         awaitValue(m_service->notifyFailure(deployment));
         awaitValue(m_service->notifyFailure(deployment));
         QCOMPARE(m_daemon->capabilityQuestions, 1);
-        QCOMPARE(m_daemon->notified.at(1).at(4).toString(), QStringLiteral("production\n&lt;b&gt;"));
+        QCOMPARE(m_daemon->notified.at(1).at(4).toString(), QStringLiteral("production:\n&lt;b&gt;"));
 
         FakeNotificationDaemon next(QStringLiteral("next"));
         next.capabilities = {QStringLiteral("body")};
@@ -182,7 +182,7 @@ private Q_SLOTS:
         drainEvents();
         awaitValue(m_service->notifyFailure(deployment));
         QCOMPARE(next.capabilityQuestions, 1);
-        QCOMPARE(next.notified.at(0).at(4).toString(), QStringLiteral("production\n<b>"));
+        QCOMPARE(next.notified.at(0).at(4).toString(), QStringLiteral("production:\n<b>"));
     }
 
     void theSameIdentifierReplacesByItsNumber()

@@ -57,7 +57,7 @@ private Q_SLOTS:
         const QVariantMap properties = m_portal->added.at(0).properties;
         QCOMPARE(properties.value(QStringLiteral("title")).toString(), QStringLiteral("acme/web failed"));
         QCOMPARE(properties.value(QStringLiteral("body")).toString(),
-            QStringLiteral("production\nThe deployment did not complete successfully."));
+            QStringLiteral("production:\nThe deployment did not complete successfully."));
         QCOMPARE(properties.value(QStringLiteral("priority")).toString(), QStringLiteral("normal"));
         QCOMPARE(properties.value(QStringLiteral("default-action")).toString(), QStringLiteral("open"));
         QVERIFY(!properties.contains(QStringLiteral("sound")));
@@ -84,7 +84,7 @@ private Q_SLOTS:
             deployment.statusDescription = text.given;
             awaitValue(m_service->notifyFailure(deployment));
             const QString first
-                = QStringLiteral("production") + (text.shown.isEmpty() ? QString() : QStringLiteral("\n"));
+                = QStringLiteral("production") + (text.shown.isEmpty() ? QString() : QStringLiteral(":\n"));
             QCOMPARE(
                 m_portal->added.constLast().properties.value(QStringLiteral("body")).toString(), first + text.shown);
         }

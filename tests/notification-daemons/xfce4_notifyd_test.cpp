@@ -190,7 +190,7 @@ private Q_SLOTS:
             const HostileText &text = texts.at(i);
             const LogEntry &entry = received.at(i);
             const QString first
-                = QStringLiteral("production") + (text.shown.isEmpty() ? QString() : QStringLiteral("\n"));
+                = QStringLiteral("production") + (text.shown.isEmpty() ? QString() : QStringLiteral(":\n"));
             const QString body = entry.value("body");
             QCOMPARE(entry.value("summary"), QStringLiteral("acme/web%1 failed").arg(i));
             if (body != first + text.markup || shownText(body) != first + text.shown)

@@ -25,8 +25,8 @@ private Q_SLOTS:
     void theSubtitleIsTheFirstLineOfTheBody()
     {
         const auto given = notification(QString(), QStringLiteral("production"), QStringLiteral("All good"));
-        QCOMPARE(bodyText(given, BodyFormat::PlainText), QStringLiteral("production\nAll good"));
-        QCOMPARE(bodyText(given, BodyFormat::Markup), QStringLiteral("production\nAll good"));
+        QCOMPARE(bodyText(given, BodyFormat::PlainText), QStringLiteral("production:\nAll good"));
+        QCOMPARE(bodyText(given, BodyFormat::Markup), QStringLiteral("production:\nAll good"));
     }
 
     void aPartThatIsEmptyTakesNoLine()
@@ -58,7 +58,7 @@ private Q_SLOTS:
     {
         const auto given = notification(QStringLiteral("a\nb\u2028c"), QStringLiteral("d\ne"), QStringLiteral("f"));
         QCOMPARE(summaryText(given), QStringLiteral("a b c"));
-        QCOMPARE(bodyText(given, BodyFormat::PlainText), QStringLiteral("d e\nf"));
+        QCOMPARE(bodyText(given, BodyFormat::PlainText), QStringLiteral("d e:\nf"));
     }
 
     void everyPartHasItsLength()
@@ -68,7 +68,7 @@ private Q_SLOTS:
         QCOMPARE(summaryText(given).size(), 200);
         const QStringList lines = bodyText(given, BodyFormat::PlainText).split(QLatin1Char('\n'));
         QCOMPARE(lines.size(), 2);
-        QCOMPARE(lines.at(0).size(), 200);
+        QCOMPARE(lines.at(0).size(), 201); // with the colon
         QCOMPARE(lines.at(1).size(), 500);
     }
 

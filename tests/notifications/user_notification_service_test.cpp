@@ -61,7 +61,7 @@ private Q_SLOTS:
             .identifier = QStringLiteral("D1:failure"),
             .replacedHandle = {},
             .summary = QStringLiteral("acme/web failed"),
-            .body = QStringLiteral("production\nThe deployment did not complete successfully."),
+            .body = QStringLiteral("production:\nThe deployment did not complete successfully."),
             .urgency = NotificationUrgency::Normal,
             .category = QStringLiteral("transfer.error"),
             .openLabel = QStringLiteral("View log"),
@@ -79,7 +79,7 @@ private Q_SLOTS:
         const NotificationRequest request = m_server->requests.value(0);
         QCOMPARE(request.identifier, QStringLiteral("D1:success"));
         QCOMPARE(request.summary, QStringLiteral("acme/web deployed"));
-        QCOMPARE(request.body, QStringLiteral("production\nRolled out to 3 regions"));
+        QCOMPARE(request.body, QStringLiteral("production:\nRolled out to 3 regions"));
         QCOMPARE(request.urgency, NotificationUrgency::Normal);
         QCOMPARE(request.category, QStringLiteral("transfer.complete"));
     }
@@ -105,7 +105,7 @@ private Q_SLOTS:
         QFETCH(HostileText, text);
         auto deployment = failed();
         deployment.statusDescription = text.given;
-        const QString prefix = text.shown.isEmpty() ? QStringLiteral("production") : QStringLiteral("production\n");
+        const QString prefix = text.shown.isEmpty() ? QStringLiteral("production") : QStringLiteral("production:\n");
         m_server->able.interpretsMarkup = false;
         awaitValue(m_service->notifyFailure(deployment));
         m_server->able.interpretsMarkup = true;
@@ -207,10 +207,10 @@ private Q_SLOTS:
         awaitValue(m_service->notifyFailure(deployment));
         QCOMPARE(m_server->requests.size(), 3);
         QCOMPARE(m_server->requests.at(1).server, QStringLiteral("first"));
-        QCOMPARE(m_server->requests.at(1).body, QStringLiteral("production\n&lt;b&gt;"));
+        QCOMPARE(m_server->requests.at(1).body, QStringLiteral("production:\n&lt;b&gt;"));
         QCOMPARE(m_server->requests.at(2).server, QStringLiteral("second"));
         QCOMPARE(m_server->requests.at(2).replacedHandle, QString());
-        QCOMPARE(m_server->requests.at(2).body, QStringLiteral("production\n<b>"));
+        QCOMPARE(m_server->requests.at(2).body, QStringLiteral("production:\n<b>"));
     }
 
     void aServerThatChangesTwiceIsAnError()
