@@ -1,18 +1,22 @@
 // SPDX-License-Identifier: MIT
-// Searches, paints and switches in a list of 100 to 10,000 repositories.
+// Searches, paints and switches in a list of 100 to 10,000 repositories, and searches in one of 100 to 20,000
+// deployments.
 #include "accounts/authentication_store.h"
 #include "accounts/in_memory_credential_store.h"
 #include "installations/installation_store.h"
 #include "platform/preferences.h"
 #include "support/clock.h"
+#include "ui/deployments/deployment_list_view.h"
 #include "ui/settings/repositories/repository_list_model.h"
 #include "ui/settings/repositories/repository_list_view.h"
+#include "ui/window/deployment_finder.h"
 
 #include <QApplication>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLineEdit>
 #include <QUrlQuery>
 
 #include <benchmark/benchmark.h>
@@ -156,17 +160,77 @@ struct Shown {
     RepositoryListView view;
 };
 
-/// From the key press to the painted list. The searches find fewer and fewer repositories; the last one finds all.
+/// 20 deployments of each repository, in a mixed order, on the screen, painted once. They share their texts as those do
+/// that come in one answer.
+struct ShownDeployments {
+    explicit ShownDeployments(int count)
+    {
+        DesktopPorts ports;
+        ports.clock = &clock;
+        finder = std::make_unique<DeploymentFinder>(new DeploymentListView(ports));
+        const QStringList environments{
+            QStringLiteral("production"), QStringLiteral("staging"), QStringLiteral("preview")};
+        const QStringList creators{QStringLiteral("github-actions"), QStringLiteral("octocat")};
+        QStringList repositories;
+        for (int i = 0; i < std::max(1, count / 20); ++i)
+            repositories.append(QStringLiteral("owner-%1/service-%2").arg(i % 40).arg(i * 10, 5, 10, QLatin1Char('0')));
+        QList<DeploymentSnapshot> records(count);
+        for (int i = 0; i < count; ++i) {
+            DeploymentSnapshot &record = records[i];
+            record.id = QStringLiteral("DE_kwDOABCDEF4%1").arg(i, 12, 10, QLatin1Char('0'));
+            record.repositoryName = repositories.at((i * 7919) % repositories.size());
+            record.environment = environments.at(i % 3);
+            record.creatorLogin = creators.at(i % 2);
+            record.commitOID = QStringLiteral("%1").arg(i, 40, 16, QLatin1Char('0'));
+            record.state = i % 3 == 0 ? DeploymentState::Failure : DeploymentState::Success;
+            record.updatedAt = clock.now() - std::chrono::seconds(i);
+        }
+        finder->resize(kSize);
+        finder->setDeployments(sharedList(records), {});
+        finder->show();
+        paint();
+    }
+    void paint()
+    {
+        QCoreApplication::processEvents();
+        benchmark::DoNotOptimize(finder->grab());
+    }
+
+    SystemClock clock;
+    std::unique_ptr<DeploymentFinder> finder;
+};
+
+/// Finding fewer and fewer; the last one finds all.
+const QStringList &searches()
+{
+    static const QStringList texts{QStringLiteral("s"), QStringLiteral("se"), QStringLiteral("service-00"),
+        QStringLiteral("7"), QStringLiteral("none"), QString()};
+    return texts;
+}
+
+/// From the key press to the painted list.
+void typeALetterAmongDeployments(benchmark::State &state)
+{
+    ShownDeployments shown(static_cast<int>(state.range(0)));
+    auto *field = shown.finder->findChild<QLineEdit *>();
+    qsizetype next = 0;
+    for ([[maybe_unused]] auto turn : state) {
+        field->setText(searches().at(next));
+        shown.paint();
+        next = (next + 1) % searches().size();
+    }
+}
+BENCHMARK(typeALetterAmongDeployments)->Arg(100)->Arg(20'000)->Unit(benchmark::kMillisecond);
+
+/// The same for repositories.
 void typeALetter(benchmark::State &state)
 {
     Shown shown(static_cast<int>(state.range(0)));
-    const QStringList searches{QStringLiteral("s"), QStringLiteral("se"), QStringLiteral("service-00"),
-        QStringLiteral("7"), QStringLiteral("none"), QString()};
     qsizetype next = 0;
     for ([[maybe_unused]] auto turn : state) {
-        shown.model.setSearch(searches.at(next));
+        shown.model.setSearch(searches().at(next));
         shown.paint();
-        next = (next + 1) % searches.size();
+        next = (next + 1) % searches().size();
     }
 }
 BENCHMARK(typeALetter)->RangeMultiplier(10)->Range(100, 10'000)->Unit(benchmark::kMillisecond);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "story.h"
 
+#include "presentation/deployment_search.h"
 #include "support/test_main.h"
 
 #include <QTest>
@@ -219,6 +220,28 @@ private Q_SLOTS:
         story.time.passes(kFullPoll);
         QCOMPARE(story.program.shows().size(), 2);
         QCOMPARE(story.desktop.notifications(), QStringList(u"octo/web failed"_s));
+    }
+
+    void aDeploymentIsFoundByWhatTheUserKnowsOfIt()
+    {
+        Story story;
+        story.github.installs(u"octo"_s, {u"web"_s, u"api"_s});
+        story.user.connects(u"octo"_s);
+        std::ignore = story.github.deploys(u"octo/web"_s, u"production"_s, u"Mira"_s);
+        std::ignore = story.github.deploys(u"octo/api"_s, u"staging"_s);
+        story.time.passes(kFullPoll);
+        const auto found = [&story](const QString &text) {
+            return DeploymentSearch(text).found(story.program.app().monitor().deployments()).size();
+        };
+        QCOMPARE(found(u"OCTO"_s), 2);
+        QCOMPARE(found(u"mira web"_s), 1);
+        QCOMPARE(found(u"mira api"_s), 0);
+        // What comes later is found as well.
+        std::ignore = story.github.deploys(u"octo/api"_s, u"production"_s, u"mira"_s);
+        story.time.passes(kFullPoll);
+        QCOMPARE(found(u"mira api"_s), 1);
+        story.program.restarts();
+        QCOMPARE(found(u"mira"_s), 2);
     }
 
 private:

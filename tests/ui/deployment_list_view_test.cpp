@@ -295,29 +295,38 @@ private Q_SLOTS:
         QCOMPARE(currentID(), text("0"));
     }
 
-    void lettersFindRepositoriesAndNoTitles()
+    void escapeLettersAndBackspaceAreLeftToTheWindow_data()
     {
-        auto other = snapshot(text("b"), DeploymentState::Success);
-        other.repositoryName = text("zoo/app");
-        show({snapshot(text("a"), DeploymentState::Failure), other});
-        takeFocus(Qt::TabFocusReason);
-        // Make every letter begin a new search.
-        const int interval = QApplication::keyboardInputInterval();
-        QApplication::setKeyboardInputInterval(-1);
-        press(Qt::Key_Z);
-        QCOMPARE(currentID(), text("b"));
-        press(Qt::Key_F);
-        QCOMPARE(currentID(), text("b"));
-        QApplication::setKeyboardInputInterval(interval);
+        QTest::addColumn<Qt::Key>("key");
+        QTest::addColumn<QString>("typed");
+        QTest::newRow("Escape") << Qt::Key_Escape << QStringLiteral("\x1b");
+        QTest::newRow("a letter") << Qt::Key_Z << QStringLiteral("z");
+        QTest::newRow("Backspace") << Qt::Key_Backspace << QStringLiteral("\b");
     }
-
-    void escapeIsLeftToTheWindow()
+    void escapeLettersAndBackspaceAreLeftToTheWindow()
     {
+        QFETCH(Qt::Key, key);
+        QFETCH(QString, typed);
         show(finished(1));
         takeFocus(Qt::TabFocusReason);
-        QKeyEvent event(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier, QStringLiteral("\x1b"));
+        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, typed);
         QCoreApplication::sendEvent(m_view.get(), &event);
         QVERIFY(!event.isAccepted());
+    }
+
+    void theFirstDeploymentTakesTheFocusOnRequestAndIsLeftAtTheTop()
+    {
+        show(finished(2));
+        const QSignalSpy left(m_view.get(), &DeploymentListView::leftAtTop);
+        m_view->focusFirstRow();
+        QVERIFY(m_view->hasFocus());
+        QCOMPARE(m_view->currentIndex().row(), 1);
+        press(Qt::Key_Down);
+        press(Qt::Key_Up);
+        QCOMPARE(left.size(), 0);
+        press(Qt::Key_Up);
+        QCOMPARE(left.size(), 1);
+        QCOMPARE(m_view->currentIndex().row(), 1);
     }
 
     void keysDoNothingInAnEmptyList()

@@ -18,6 +18,13 @@ SearchField::SearchField(const QString &placeholder, QWidget *parent)
     addAction(symbolIcon(u"magnifyingglass"), QLineEdit::LeadingPosition);
 }
 
+bool SearchField::isTyping(const QKeyEvent &event)
+{
+    const bool isCommand = event.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    const bool isText = !event.text().isEmpty() && event.text().at(0).isPrint();
+    return !isCommand && (isText || event.key() == Qt::Key_Backspace);
+}
+
 void SearchField::typeKey(const QKeyEvent &event)
 {
     setFocus(Qt::OtherFocusReason);

@@ -15,6 +15,8 @@ public:
     /// `placeholder` also becomes the accessible name.
     explicit SearchField(const QString &placeholder, QWidget *parent = nullptr);
 
+    /// Whether the key is text, or Backspace, and no command: it belongs to a search when no other control uses it.
+    [[nodiscard]] static bool isTyping(const QKeyEvent &event);
     /// Takes the focus and handles the key as its own.
     void typeKey(const QKeyEvent &event);
 

@@ -3,6 +3,7 @@
 
 #include "ui/accessibility/accessible_part.h"
 #include "ui/controls/keyed_list_model.h"
+#include "ui/controls/search_field.h"
 
 #include <QAccessible>
 #include <QKeyEvent>
@@ -71,9 +72,7 @@ void SearchedListView::focusRow()
 void SearchedListView::keyPressEvent(QKeyEvent *event)
 {
     const bool isCommand = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
-    const bool isText
-        = !isCommand && !event->text().isEmpty() && event->text().at(0).isPrint() && event->key() != Qt::Key_Space;
-    if (isText || event->key() == Qt::Key_Backspace)
+    if (SearchField::isTyping(*event) && event->key() != Qt::Key_Space)
         return event->ignore();
     if (event->key() == Qt::Key_Up && !isCommand && currentIndex().row() <= 0) {
         Q_EMIT leftAtTop();

@@ -6,6 +6,7 @@
 #include "ui/accessibility/accessible_part.h"
 #include "ui/controls/age_ticker.h"
 #include "ui/controls/motion.h"
+#include "ui/controls/search_field.h"
 #include "ui/deployments/deployment_actions.h"
 #include "ui/deployments/deployment_list_model.h"
 
@@ -555,7 +556,11 @@ void DeploymentListView::keyPressEvent(QKeyEvent *event)
         dismissAll();
     } else if (shown && event->key() == Qt::Key_Delete && modifiers == Qt::NoModifier) {
         m_actions->perform(RowActionKind::Dismiss, *shown);
+    } else if (SearchField::isTyping(*event)) {
+        event->ignore();
     } else {
+        if (event->key() == Qt::Key_Up && currentIndex().isValid() && currentIndex() == nearestDeployment(0, 1))
+            Q_EMIT leftAtTop();
         showsCurrentRow(true);
         QAbstractItemView::keyPressEvent(event);
     }
@@ -585,13 +590,10 @@ void DeploymentListView::focusInEvent(QFocusEvent *event)
     QAbstractItemView::focusInEvent(event);
 }
 
-void DeploymentListView::keyboardSearch(const QString &search)
+void DeploymentListView::focusFirstRow()
 {
-    const QPersistentModelIndex before = currentIndex();
-    QAbstractItemView::keyboardSearch(search);
-    // Headers are not selectable.
-    if (currentIndex().isValid() && !deployment(currentIndex()))
-        setCurrentIndex(before);
+    setFocus(Qt::TabFocusReason);
+    setCurrentIndex(nearestDeployment(0, 1));
 }
 
 void DeploymentListView::currentChanged(const QModelIndex &current, const QModelIndex &previous)

@@ -23,7 +23,7 @@ class DeploymentListModel;
 /// The deployments in sections. A click on a row opens its log, a click on its link opens the environment. Return and
 /// Control+Return do the same for the current row. Delete dismisses a failure; Shift+Delete, and a click in the title
 /// of their section, dismiss all. A click on the line that counts what is hidden, and Return on it, show that until the
-/// next hide().
+/// next hide(). Text that is typed is left to the parent.
 ///
 /// The cost depends on the visible rows only: Qt's own views measure every row, here positions are computed. While the
 /// view is shown, ages are repainted when they change, and the icons of deployments in progress turn. While it is
@@ -49,9 +49,14 @@ public:
     void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
     /// setDeployments() has repainted what changed; the base would repaint everything.
     void doItemsLayout() override { updateGeometries(); }
-    void keyboardSearch(const QString &search) override;
+
+public Q_SLOTS:
+    /// Takes the focus, at the first deployment.
+    void focusFirstRow();
 
 Q_SIGNALS:
+    /// Up was pressed on the first deployment.
+    void leftAtTop();
     /// The user wants the failures with these ids dismissed, or that taken back.
     void dismissalChosen(const QSet<QString> &ids, bool isDismissed);
 

@@ -111,9 +111,7 @@ void SearchedPage::addBelow(QWidget *widget)
 
 void SearchedPage::keyPressEvent(QKeyEvent *event)
 {
-    const bool isCommand = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
-    const bool isText = !event->text().isEmpty() && event->text().at(0).isPrint();
-    if (!isCommand && (isText || event->key() == Qt::Key_Backspace))
+    if (SearchField::isTyping(*event))
         return m_search->typeKey(*event);
     QWidget::keyPressEvent(event);
 }

@@ -17,12 +17,14 @@
 #include "ui/controls/unopened_page_row.h"
 #include "ui/deployments/deployment_list_view.h"
 #include "ui/deployments/row_metrics.h"
+#include "ui/window/deployment_finder.h"
 #include "ui/window/device_code_panel.h"
 #include "ui/window/menu_bar_header.h"
 #include "ui/window/refresh_keys.h"
 
 #include <QApplication>
 #include <QHideEvent>
+#include <QKeyEvent>
 #include <QPushButton>
 #include <QShortcut>
 #include <QToolButton>
@@ -99,8 +101,9 @@ void MenuBarView::makeContents()
     connect(m_connectionPrompt->button(), &QPushButton::clicked, m_stores.authentication,
         &AuthenticationStore::startConnecting);
     m_loading = makeLoadingView();
-    m_list = new DeploymentListView(m_ports, this);
-    connect(m_list, &DeploymentListView::dismissalChosen, m_stores.monitor, &DeploymentMonitor::setDismissed);
+    auto *list = new DeploymentListView(m_ports);
+    connect(list, &DeploymentListView::dismissalChosen, m_stores.monitor, &DeploymentMonitor::setDismissed);
+    m_list = new DeploymentFinder(list, this);
     makeMissingSteps();
     m_noDeployments = new EmptyStateView(
         {QStringLiteral("checkmark.circle"), noDeploymentsText(), noDeploymentsExplanation()}, this);
@@ -183,6 +186,10 @@ void MenuBarView::addShortcuts()
         return new QShortcut(keys, this);
     };
     onRefreshKeys(this, [this] { refresh(); });
+    connect(add(QKeySequence::Find), &QShortcut::activated, this, [this] {
+        if (m_content == MenuBarContent::List)
+            m_list->find();
+    });
     connect(add(Qt::CTRL | Qt::Key_Comma), &QShortcut::activated, this, &MenuBarView::settingsRequested);
     connect(add(Qt::CTRL | Qt::Key_Q), &QShortcut::activated, this, &MenuBarView::quitRequested);
 }
@@ -335,10 +342,16 @@ void MenuBarView::hideEvent(QHideEvent *event)
     m_updateTime->waitFor(std::nullopt);
     // Dropped, so that a hidden window holds no memory and opens at the top of the list.
     if (!event->spontaneous()) {
-        m_list->setDeployments({});
+        m_list->setDeployments({}, {});
         m_ports.urlOpener->forgetUnopened();
     }
     QWidget::hideEvent(event);
+}
+
+void MenuBarView::keyPressEvent(QKeyEvent *event)
+{
+    if (m_content != MenuBarContent::List || !m_list->takeKey(*event))
+        QWidget::keyPressEvent(event);
 }
 
 bool MenuBarView::event(QEvent *event)

@@ -14,7 +14,7 @@ namespace velmora
 {
 
 class AgeTicker;
-class DeploymentListView;
+class DeploymentFinder;
 class EmptyStateView;
 class MenuBarHeader;
 class MessageRow;
@@ -24,7 +24,8 @@ class TextLabel;
 /// last update.
 ///
 /// Shows the stores and forwards actions; all state but isRefreshing() belongs to the stores. The view fixes its size
-/// to its sizeHint(). While it is hidden, it does not follow the stores, holds no deployments, and runs no timer.
+/// to its sizeHint(). Letters that are typed anywhere in it look for deployments among those on show. While it is
+/// hidden, it does not follow the stores, holds no deployments, and runs no timer.
 class MenuBarView final : public QWidget
 {
     Q_OBJECT
@@ -62,6 +63,7 @@ protected:
     void changeEvent(QEvent *event) override;
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     void makeContents();
@@ -89,7 +91,7 @@ private:
     QWidget *m_codePanel = nullptr;
     EmptyStateView *m_connectionPrompt = nullptr;
     QWidget *m_loading = nullptr;
-    DeploymentListView *m_list = nullptr;
+    DeploymentFinder *m_list = nullptr;
     EmptyStateView *m_notInstalled = nullptr;
     EmptyStateView *m_noAccess = nullptr;
     EmptyStateView *m_nothingSelected = nullptr;
