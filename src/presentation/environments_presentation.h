@@ -14,16 +14,15 @@ struct EnvironmentsSettingsTexts {
     static QString title() { return QStringLiteral("Environments"); }
     static QString subtitle()
     {
-        return QStringLiteral("Choose what becomes of their deployments: Notify as usual, Show without notifications, "
-                              "or Hide.");
+        return QStringLiteral("Notify as usual, show without notifications, or hide altogether.");
     }
     static QString search() { return QStringLiteral("Search environments"); }
     static QString onlyProduction() { return QStringLiteral("Only &production"); }
     static QString onlyProductionHelp()
     {
-        return QStringLiteral("“Only production” lists everything and announces only environments whose name is, or "
-                              "begins with, “production” or “prod”, and “github-pages”. What you choose afterwards "
-                              "comes first.");
+        return QStringLiteral("Production is “production”, “prod”, a name that begins with one of these words, and "
+                              "“github-pages”. Everything else is listed, but not announced unless you choose so "
+                              "afterwards.");
     }
     static QString none() { return QStringLiteral("No environments yet"); }
     static QString noneHelp()

@@ -58,7 +58,7 @@ class EndTest(VelmoraTest):
         self.desktop.tray.item().choose("Settings…")
         window = self.velmora.settings()
         self.velmora.wait_until_active()
-        self.desktop.screen.key("ctrl+3")
+        self.desktop.screen.key("ctrl+4")
         return window.find("check box", _NOTIFY_FAILURES)
 
     def test_a_choice_of_the_last_moment_is_kept(self):

@@ -74,7 +74,7 @@ class FailuresTest(VelmoraTest):
         self.assertRegex(self.row("production").name, r", 1 hour ago, mended 3\d minutes ago$")
         self.assertNotIn("mended", self.row("staging").name)
         settings = self.velmora.open_settings()
-        self.desktop.screen.key("ctrl+3")
+        self.desktop.screen.key("ctrl+4")
         settings.find("check box", _IGNORE_MENDED)
 
         self.desktop.screen.key("alt+m")

@@ -66,7 +66,7 @@ class Settings:
         self.expect_focus("text", "Search repositories")
 
     def enter_general(self):
-        self.enter("ctrl+3", "Startup")
+        self.enter("ctrl+4", "Startup")
 
     def code(self):
         """Waits for the code in the panel."""

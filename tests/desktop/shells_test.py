@@ -120,7 +120,7 @@ class Shell:
         session.windows.allow_notifications(_APPLICATION, False)
         _, velmora, _ = self.connect(session)
         settings = velmora.open_settings()
-        session.screen.key("ctrl+3")
+        session.screen.key("ctrl+4")
         settings.find("label", _REFUSED)
         session.windows.allow_notifications(_APPLICATION, True)
         switch = settings.find("check box", "Notify me when deployments fail")

@@ -52,11 +52,10 @@ private Q_SLOTS:
         open();
         const QStringList texts = shownTexts(*m_view);
         QCOMPARE(texts.at(0), u"Environments"_s);
-        QCOMPARE(texts.at(1),
-            u"Choose what becomes of their deployments: Notify as usual, Show without notifications, or Hide."_s);
+        QCOMPARE(texts.at(1), u"Notify as usual, show without notifications, or hide altogether."_s);
         QCOMPARE(texts.last(),
-            u"“Only production” lists everything and announces only environments whose name is, or begins with, "
-            u"“production” or “prod”, and “github-pages”. What you choose afterwards comes first."_s);
+            u"Production is “production”, “prod”, a name that begins with one of these words, and “github-pages”. "
+            u"Everything else is listed, but not announced unless you choose so afterwards."_s);
         QCOMPARE(field()->placeholderText(), u"Search environments"_s);
         QCOMPARE(list()->accessibleName(), u"Environments"_s);
         QCOMPARE(onlyProduction()->name(), u"Only production"_s);
