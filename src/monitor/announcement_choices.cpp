@@ -6,7 +6,14 @@
 namespace velmora
 {
 
-bool AnnouncementChoices::isAnnounced(const DeploymentSnapshot &result) const
+Announcement AnnouncementChoices::announcementOf(const DeploymentSnapshot &result) const
+{
+    if (!isWanted(result))
+        return Announcement::None;
+    return m_muted.isMuted(result.repositoryNodeID) ? Announcement::Silent : Announcement::Posted;
+}
+
+bool AnnouncementChoices::isWanted(const DeploymentSnapshot &result) const
 {
     const auto kind = announcedKind(result.state);
     if (!kind || !m_defaults->boolean(preferenceOf(*kind)))

@@ -1,37 +1,54 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "model/deployment_snapshot.h"
 #include "monitor/environment_choices.h"
+#include "monitor/muted_repositories.h"
 
 #include <QStringList>
 
 namespace velmora
 {
 
-/// Which results the user wants announced. Reads the choices from the preferences with each question, so that a new
+/// What the user has chosen to become of a result.
+enum class Announcement {
+    None, ///< it is not announced; what the user does not want to be told of at all needs no note either
+    Silent, ///< it is noted and never announced, even if the user chooses otherwise later
+    Posted,
+};
+
+/// The one owner of the question what becomes of a result. It reads the choices with each question, so that a new
 /// choice counts for what already waits.
 class AnnouncementChoices
 {
 public:
-    /// The preferences are not owned and outlive this object.
-    explicit AnnouncementChoices(const Preferences *defaults)
+    /// The pointers are not owned and outlive this object.
+    AnnouncementChoices(Preferences *defaults, const Clock *clock)
         : m_defaults(defaults)
         , m_environmentRules(defaults)
+        , m_muted(defaults, clock)
     {
     }
 
     /// The logins of the connected identities. What they have created are the user's own deployments.
     void setLogins(const QStringList &logins) { m_logins = logins; }
 
-    /// Whether the result is to be announced. False for a state that is none.
-    [[nodiscard]] bool isAnnounced(const DeploymentSnapshot &result) const;
+    /// None for a state that is no result.
+    [[nodiscard]] Announcement announcementOf(const DeploymentSnapshot &result) const;
+
+    [[nodiscard]] MutedRepositories &muted() { return m_muted; }
+
+    /// Forgets the choices whose time is over. To be called now and then.
+    void forgetOver() { m_muted.forgetOver(); }
 
 private:
+    [[nodiscard]] bool isWanted(const DeploymentSnapshot &result) const;
     [[nodiscard]] bool isMine(const DeploymentSnapshot &result) const;
 
     const Preferences *m_defaults;
     StoredEnvironmentRules m_environmentRules;
     QStringList m_logins;
+    MutedRepositories m_muted;
 };
 
 } // namespace velmora

@@ -129,6 +129,7 @@ QCoro::Task<> DeploymentMonitor::tick(
 {
     if (m_loop.isHeld())
         co_return;
+    announcements().forgetOver();
     const RefreshContext context{authentication, installations, now};
     const Work work = [this, context] {
         return refreshDueAndSaveAgain(context);

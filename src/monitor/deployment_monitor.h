@@ -116,6 +116,9 @@ public:
     /// again.
     void setDismissed(const QSet<QString> &ids, bool isDismissed) { m_shown.setDismissed(ids, isDismissed); }
 
+    /// What the user has chosen to be announced.
+    [[nodiscard]] AnnouncementChoices &announcements() { return m_news.choices(); }
+
     /// Fills the list from the cache, the first time that it is called. Waits for a running refresh first.
     [[nodiscard]] QCoro::Task<> loadCache();
 

@@ -45,7 +45,7 @@ DeploymentList DeploymentNews::comparable(const DeploymentList &shown) const
 void DeploymentNews::recordFetch(const RefreshContext &context, const QList<RepositoryRecord> &fetched,
     const DeploymentList &previous, const DeploymentList &updated)
 {
-    m_announcer.setLogins(loginsOf(*context.authentication));
+    choices().setLogins(loginsOf(*context.authentication));
     const auto newcomers = addAnswered(fetched);
     forgetUnmonitored(context);
     if (newcomers.isEmpty() || !m_announcer.hasCompletedLiveRefresh())

@@ -20,6 +20,9 @@ public:
     /// The pointers are not owned and outlive this object.
     DeploymentNews(DeploymentNotifying *notifier, Preferences *defaults, const Clock *clock);
 
+    /// What the user has chosen to be announced.
+    [[nodiscard]] AnnouncementChoices &choices() { return m_announcer.choices(); }
+
     /// The saved list was loaded. When it was saved less than an hour ago, the Velmora that saved it hands over to this
     /// one, and what happened since is news.
     void adoptSaved(Instant savedAt, Instant now);

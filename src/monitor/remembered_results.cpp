@@ -85,6 +85,10 @@ QCoro::Task<> RememberedResults::keep(Changes changes)
         lists = {{kFailuresKey, {}}, {kSuccessesKey, {}}};
     for (const DeploymentSnapshot &result : changes.history)
         lists[listOf(result)].added.append(resultKey(result));
+    for (const DeploymentSnapshot &result : changes.silenced) {
+        lists[listOf(result)].added.append(resultKey(result));
+        lists[kWaitingKey].removed.append(resultKey(result));
+    }
     for (const DeploymentSnapshot &result : changes.waiting)
         lists[kWaitingKey].added.append(resultKey(result));
     const bool isNewDay = m_day != today();
@@ -118,7 +122,7 @@ void RememberedResults::renewDays(const Changes &changes, bool isNewDay, ListCha
 {
     auto [kept, waiting] = keys();
     kept += waiting;
-    for (const DeploymentSnapshot &result : changes.history + changes.waiting)
+    for (const DeploymentSnapshot &result : changes.history + changes.silenced + changes.waiting)
         kept.insert(resultKey(result));
     const auto days = daysByKey();
     for (const QString &key : std::as_const(kept)) {

@@ -33,6 +33,7 @@ public:
         DeploymentList history; ///< results that are not to be announced
         DeploymentList waiting; ///< results that are to be announced
         DeploymentList seen; ///< the list, in which results are seen
+        DeploymentList silenced = {}; ///< like the history; those that waited do so no longer
     };
 
     /// The pointers are not owned and outlive this object.

@@ -51,7 +51,7 @@ ResultAnnouncer::ResultAnnouncer(
     DeploymentNotifying *notifier, Preferences *defaults, const Clock *clock, QObject *parent)
     : QObject(parent)
     , m_notifier(notifier)
-    , m_choices(defaults)
+    , m_choices(defaults, clock)
     , m_results(defaults, clock)
 {
 }
@@ -84,7 +84,7 @@ QCoro::Task<> ResultAnnouncer::take(const DeploymentList &previous, const Deploy
     return m_results.keep(changes);
 }
 
-/// Sorts the results into history and those to be posted, which are ordered by their kind.
+/// Sorts the results into history, what is not to be posted, and what is. The last is ordered by their kind.
 void ResultAnnouncer::sortOut(
     const DeploymentList &results, const States &before, bool isFirst, RememberedResults::Changes &changes) const
 {
@@ -96,7 +96,9 @@ void ResultAnnouncer::sortOut(
             continue;
         if (isFirst && isHistory(result, before.value({&result}, DeploymentState::Unknown), keys))
             changes.history.append(result);
-        else if (m_choices.isAnnounced(result))
+        else if (const auto announcement = m_choices.announcementOf(result); announcement == Announcement::Silent)
+            changes.silenced.append(result);
+        else if (announcement == Announcement::Posted)
             changes.waiting.append(result);
     }
     std::ranges::stable_sort(
@@ -152,13 +154,14 @@ QCoro::Task<> ResultAnnouncer::postQueue()
 QCoro::Task<> ResultAnnouncer::post(DeploymentSnapshot result)
 {
     const auto kind = announcedKind(result.state);
-    if (!kind || !m_choices.isAnnounced(result) || isOver(result)) {
+    const Announcement announcement = m_choices.announcementOf(result);
+    if (!kind || announcement == Announcement::None || isOver(result)) {
         m_results.giveUp(result);
         co_return;
     }
     const QPointer<ResultAnnouncer> self(this);
     const bool isOurs = co_await m_results.claim(result);
-    if (!self || !isOurs)
+    if (!self || !isOurs || announcement == Announcement::Silent)
         co_return;
     try {
         co_await m_notifier->notify(result, *kind);

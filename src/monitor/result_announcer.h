@@ -26,8 +26,8 @@ public:
     ResultAnnouncer(
         DeploymentNotifying *notifier, Preferences *defaults, const Clock *clock, QObject *parent = nullptr);
 
-    /// See AnnouncementChoices.
-    void setLogins(const QStringList &logins) { m_choices.setLogins(logins); }
+    /// What the user has chosen to be announced.
+    [[nodiscard]] AnnouncementChoices &choices() { return m_choices; }
 
     /// Whether process() was called in this run.
     [[nodiscard]] bool hasCompletedLiveRefresh() const { return m_hasCompletedLiveRefresh; }

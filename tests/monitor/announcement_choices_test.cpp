@@ -3,6 +3,7 @@
 
 #include "notifications/deployment_notification_kind.h"
 #include "support/builders.h"
+#include "support/fake_clock.h"
 #include "support/fake_preferences.h"
 #include "support/test_main.h"
 
@@ -10,6 +11,7 @@
 
 using namespace velmora;
 using namespace velmora::testing;
+using namespace std::chrono_literals;
 using namespace Qt::Literals::StringLiterals;
 
 class AnnouncementChoicesTest final : public QObject
@@ -20,19 +22,25 @@ private:
     using enum DeploymentState;
 
     FakePreferences m_defaults;
-    AnnouncementChoices m_choices{&m_defaults};
+    FakeClock m_clock{noon()};
+    AnnouncementChoices m_choices{&m_defaults, &m_clock};
 
-    [[nodiscard]] bool isAnnounced(DeploymentState state, const std::optional<QString> &creator = std::nullopt) const
+    [[nodiscard]] Announcement announcementOf(DeploymentState state) const
+    {
+        return m_choices.announcementOf(makeSnapshot(u"id"_s, state, noon()));
+    }
+    [[nodiscard]] bool isPosted(DeploymentState state, const std::optional<QString> &creator = std::nullopt) const
     {
         DeploymentSnapshot result = makeSnapshot(u"id"_s, state, noon());
         result.creatorLogin = creator;
-        return m_choices.isAnnounced(result);
+        return m_choices.announcementOf(result) == Announcement::Posted;
     }
 
 private Q_SLOTS:
     void init()
     {
         m_defaults.values.clear();
+        m_clock.setNow(noon());
         m_choices.setLogins({});
     }
 
@@ -43,11 +51,11 @@ private Q_SLOTS:
             {Waiting, u"general.waitingNotificationsEnabled"_s}};
         for (auto each = switches.begin(); each != switches.end(); ++each) {
             m_defaults.values.clear();
-            QVERIFY(!isAnnounced(each.key()));
+            QVERIFY(!isPosted(each.key()));
             m_defaults.values[*each] = true;
-            QVERIFY(isAnnounced(each.key()));
+            QVERIFY(isPosted(each.key()));
             for (auto other = switches.begin(); other != switches.end(); ++other)
-                QCOMPARE(isAnnounced(other.key()), *other == *each);
+                QCOMPARE(isPosted(other.key()), *other == *each);
         }
     }
 
@@ -55,19 +63,32 @@ private Q_SLOTS:
     {
         switchAllOn();
         for (const DeploymentState state : {Queued, Pending, InProgress, Inactive, Unknown})
-            QVERIFY(!isAnnounced(state));
+            QCOMPARE(announcementOf(state), Announcement::None);
     }
 
     void whereOnlyTheUsersOwnAreChosenTheCreatorDecidesInLettersOfAnyCase()
     {
         switchAllOn();
         m_choices.setLogins({u"mira"_s, u"octocat"_s});
-        QVERIFY(isAnnounced(Failure, u"zed"_s));
-        QVERIFY(isAnnounced(Failure));
+        QVERIFY(isPosted(Failure, u"zed"_s));
+        QVERIFY(isPosted(Failure));
         m_defaults.values[QString::fromLatin1(kOnlyMinePreference)] = true;
-        QVERIFY(isAnnounced(Failure, u"OctoCat"_s));
-        QVERIFY(!isAnnounced(Failure, u"zed"_s));
-        QVERIFY(!isAnnounced(Failure));
+        QVERIFY(isPosted(Failure, u"OctoCat"_s));
+        QVERIFY(!isPosted(Failure, u"zed"_s));
+        QVERIFY(!isPosted(Failure));
+    }
+
+    void whatIsMutedIsNotedAndNotPosted()
+    {
+        m_choices.muted().mute(u"R_web"_s, noon() + 1h);
+        QCOMPARE(announcementOf(Failure), Announcement::None);
+        switchAllOn();
+        QCOMPARE(announcementOf(Failure), Announcement::Silent);
+        QCOMPARE(announcementOf(InProgress), Announcement::None);
+        m_clock.advance(1h);
+        QCOMPARE(announcementOf(Failure), Announcement::Posted);
+        m_choices.forgetOver();
+        QCOMPARE(m_defaults.stringList(u"repositories.muted"_s), QStringList());
     }
 
     void onlyEnvironmentsOfWhichTheUserIsNotifiedCount()

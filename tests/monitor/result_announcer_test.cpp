@@ -441,7 +441,7 @@ private Q_SLOTS:
             by("bot", QStringLiteral("github-actions")), by("nobody", std::nullopt)};
         defaults->values[QStringLiteral("general.notifiesOnlyMine")] = true;
         ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
-        announcer.setLogins(texts({"mira", "octocat"}));
+        announcer.choices().setLogins(texts({"mira", "octocat"}));
         run(announcer, {}, {});
         run(announcer, {}, updated);
         QCOMPARE(notifier.announced, texts({"failure mine"}));
@@ -468,6 +468,57 @@ private Q_SLOTS:
         announcer = std::make_unique<ResultAnnouncer>(&notifier, defaults.get(), &clock);
         run(*announcer, failed, {make("a", Failure), make("b", Success)});
         QCOMPARE(notifier.announced, texts({"success b"}));
+    }
+
+    void whatIsMutedIsNotedAndNeverAnnounced()
+    {
+        const DeploymentList before{make("muted", InProgress)};
+        const DeploymentList after{make("muted", Failure)};
+        {
+            ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+            announcer.choices().muted().mute(QStringLiteral("R_web"));
+            run(announcer, {}, before);
+            run(announcer, before, after);
+            QCOMPARE(defaults->stringList(kFailures), texts({"muted:failure"}));
+            announcer.choices().muted().unmute(QStringLiteral("R_web"));
+            run(announcer, before, after);
+        }
+        ResultAnnouncer next(&notifier, defaults.get(), &clock);
+        run(next, before, after);
+        QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void whatIsMutedWhileItWaitsIsNotedAndNeverAnnounced()
+    {
+        const DeploymentList after{make("late", Failure)};
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        notifier.busy.emplace();
+        run(announcer, {}, after);
+        QCOMPARE(defaults->stringList(kWaiting), texts({"late:failure"}));
+        announcer.choices().muted().mute(QStringLiteral("R_web"));
+        {
+            // Another run finds it waiting.
+            ResultAnnouncer next(&notifier, defaults.get(), &clock);
+            run(next, {}, after);
+            QCOMPARE(defaults->stringList(kFailures), texts({"late:failure"}));
+            QCOMPARE(defaults->stringList(kWaiting), QStringList());
+        }
+        notifier.busy->resolve();
+        QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void whatIsMutedBeforeTheDesktopIsReadyIsNoted()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        notifier.busy.emplace();
+        run(announcer, {}, {make("late", Failure)});
+        announcer.choices().muted().mute(QStringLiteral("R_web"));
+        notifier.busy->resolve();
+        QCOMPARE(defaults->stringList(kFailures), texts({"late:failure"}));
+        QCOMPARE(defaults->stringList(kWaiting), QStringList());
+        QCOMPARE(notifier.announced, QStringList());
     }
 
     void aRepeatedIdInThePreviousListEndsTheProgram()
