@@ -4,6 +4,7 @@
 #include "accounts/authentication_store.h"
 #include "accounts/in_memory_credential_store.h"
 #include "installations/installation_store.h"
+#include "monitor/muted_repositories.h"
 #include "platform/preferences.h"
 #include "support/clock.h"
 #include "ui/deployments/deployment_list_view.h"
@@ -114,6 +115,8 @@ public:
     }
 
     [[nodiscard]] InstallationStore &store() { return *m_store; }
+    [[nodiscard]] Preferences &preferences() { return m_defaults; }
+    [[nodiscard]] Clock &clock() { return m_clock; }
 
 private:
     static QCoro::Task<> noting(QCoro::Task<> task, bool *isDone)
@@ -142,7 +145,8 @@ constexpr QSize kSize(556, 250);
 struct Shown {
     explicit Shown(int count)
         : loaded(count)
-        , model(&loaded.store())
+        , muted(&loaded.preferences(), &loaded.clock())
+        , model(&loaded.store(), &muted, &loaded.clock())
         , view(&model)
     {
         view.resize(kSize);
@@ -156,6 +160,7 @@ struct Shown {
     }
 
     Loaded loaded;
+    MutedRepositories muted;
     RepositoryListModel model;
     RepositoryListView view;
 };

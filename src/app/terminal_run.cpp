@@ -144,6 +144,9 @@ QCoro::Task<ExitCode> TerminalRun::dispatch(CommandContext commandContext)
         return runInstallations(std::move(commandContext), line);
     case CommandLine::Command::Repositories:
         return runRepositories(std::move(commandContext), line);
+    case CommandLine::Command::Mute:
+    case CommandLine::Command::Unmute:
+        return runMute(std::move(commandContext), line);
     case CommandLine::Command::Notifications:
         return runNotifications(std::move(commandContext), line);
     case CommandLine::Command::Failures:

@@ -20,6 +20,7 @@ using Command = CommandLine::Command;
 
 /// Deployments that are under way are listed for this long.
 constexpr std::chrono::hours kLongestWait{7 * 24};
+constexpr std::chrono::hours kLongestSilence{365 * 24};
 
 std::function<std::string(const std::string &)> matching(const QString &pattern, const char *error)
 {
@@ -34,6 +35,14 @@ std::string whyNoTimeout(const std::string &text)
     return span && span->count() > 0 && *span <= kLongestWait
         ? std::string()
         : text + " is no time such as 90s, 30m or 2h, of a week at most";
+}
+
+std::string whyNoDuration(const std::string &text)
+{
+    const auto span = parseTimeSpan(QString::fromStdString(text));
+    return span && span->count() > 0 && *span <= kLongestSilence
+        ? std::string()
+        : text + " is no time such as 90s, 30m or 8h, of a year at most";
 }
 
 /// The grammar of the command line. Parsing fills m_line.
@@ -53,6 +62,7 @@ public:
         addAccountCommands();
         addInstallations();
         addRepositories();
+        addMuting();
         addNotifications();
         addFailures();
         addEnvironments();
@@ -151,6 +161,31 @@ private:
         none->excludes("--exclude");
     }
 
+    static void addRepository(CLI::App *app, QString &repository)
+    {
+        addText(app, "OWNER/REPO", repository, "The repository")
+            ->required()
+            ->check(matching(QStringLiteral("[^/\\s]+/[^/\\s]+"), " is not owner/name"));
+    }
+
+    void addMuting()
+    {
+        CLI::App *mute
+            = addCommand(m_app, "mute", "List the deployments of a repository without notifications", Command::Mute);
+        addRepository(mute, m_line.repository);
+        const auto keepDuration = [this](const std::string &given) {
+            m_line.duration = parseTimeSpan(QString::fromStdString(given));
+        };
+        mute->add_option_function<std::string>("--for", keepDuration, "Only for this long")
+            ->type_name("TIME")
+            ->check(&whyNoDuration);
+        addJSON(mute);
+        CLI::App *unmute
+            = addCommand(m_app, "unmute", "Notify about the repository's deployments again", Command::Unmute);
+        addRepository(unmute, m_line.repository);
+        addJSON(unmute);
+    }
+
     void addNotifications()
     {
         CLI::App *app = addCommand(
@@ -223,9 +258,7 @@ private:
     {
         CLI::App *wait
             = addCommand(m_app, "wait", "Wait for the deployment that comes next, or is under way", Command::Wait);
-        addText(wait, "OWNER/REPO", m_line.awaited.repository, "The repository")
-            ->required()
-            ->check(matching(QStringLiteral("[^/\\s]+/[^/\\s]+"), " is not owner/name"));
+        addRepository(wait, m_line.awaited.repository);
         addText(wait, "--environment", m_line.awaited.environment, "Only a deployment to this environment")
             ->type_name("NAME")
             ->check(matching(QStringLiteral(".+"), "A name is missing"));

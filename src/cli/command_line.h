@@ -35,6 +35,8 @@ struct CommandLine {
         RemoveAccount,
         Installations,
         Repositories,
+        Mute,
+        Unmute,
         Notifications,
         Failures,
         Environments,
@@ -68,6 +70,8 @@ struct CommandLine {
     QStringList show; ///< environments
     QStringList hide; ///< environments
     std::optional<bool> onlyProduction; ///< what is not chosen is announced only if it is production; absent: as before
+    QString repository; ///< owner and name, of `mute` and `unmute`
+    std::optional<std::chrono::seconds> duration; ///< for how long; absent: until it is taken back
     QString login;
     QString format; ///< the format of the line for a bar; empty for none
     AwaitedDeployments awaited;

@@ -24,6 +24,9 @@ namespace velmora
 /// Loads the repositories from GitHub, includes and excludes the named ones, and lists them.
 [[nodiscard]] QCoro::Task<ExitCode> runRepositories(CommandContext context, CommandLine line);
 
+/// Mutes or unmutes the repository, and says so.
+[[nodiscard]] QCoro::Task<ExitCode> runMute(CommandContext context, CommandLine line);
+
 /// Switches the named kinds of notifications, and lists all.
 [[nodiscard]] QCoro::Task<ExitCode> runNotifications(CommandContext context, CommandLine line);
 

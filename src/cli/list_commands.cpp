@@ -8,6 +8,7 @@
 #include "control/control_texts.h"
 #include "presentation/accounts_presentation.h"
 #include "presentation/deployment_sections.h"
+#include "presentation/muting_texts.h"
 #include "support/clock.h"
 #include "support/json.h"
 
@@ -33,28 +34,35 @@ QStringList headerOf(const QList<ListedInstallation> &)
         QStringLiteral("REPOSITORIES"), QStringLiteral("SEEN BY")};
 }
 
-QStringList headerOf(const QList<ListedRepository> &)
+/// The last column is there only if a repository is muted.
+QStringList headerOf(const QList<ListedRepository> &list)
 {
-    return {QStringLiteral("WATCHED"), QStringLiteral("REPOSITORY"), QStringLiteral("VISIBILITY"),
+    QStringList header{QStringLiteral("WATCHED"), QStringLiteral("REPOSITORY"), QStringLiteral("VISIBILITY"),
         QStringLiteral("INSTALLED ON")};
+    if (std::ranges::any_of(list, &ListedRepository::isMuted))
+        header.append(QStringLiteral("NOTIFICATIONS"));
+    return header;
 }
 
-QStringList rowOf(const ListedAccount &listed)
+QStringList rowOf(const ListedAccount &listed, Instant)
 {
     return {listed.login, sessionStatusText(listed.status)};
 }
 
-QStringList rowOf(const ListedInstallation &listed)
+QStringList rowOf(const ListedInstallation &listed, Instant)
 {
     return {listed.isSuspended ? QStringLiteral("suspended") : yesNo(listed.isEnabled), listed.key, listed.account,
         listed.type, listed.repositorySelection, listed.identity};
 }
 
-QStringList rowOf(const ListedRepository &listed)
+QStringList rowOf(const ListedRepository &listed, Instant now)
 {
     const bool isOff = listed.isIncluded && !listed.isMonitored;
-    return {isOff ? QStringLiteral("installation off") : yesNo(listed.isIncluded), listed.name,
+    QStringList row{isOff ? QStringLiteral("installation off") : yesNo(listed.isIncluded), listed.name,
         listed.isPrivate ? QStringLiteral("private") : QStringLiteral("public"), listed.account};
+    if (listed.isMuted)
+        row.append(mutedText(Term{now, listed.mutedUntil}, now));
+    return row;
 }
 
 QStringList rowOf(DeploymentNotificationKind kind, bool isOn)
@@ -90,9 +98,9 @@ void print(const CommandContext &context, bool isJSON, const QList<Listed> &list
 {
     QList<QStringList> rows;
     for (const Listed &listed : list)
-        rows.append(rowOf(listed));
+        rows.append(rowOf(listed, context.clock->now()));
     if (isJSON)
-        context.out->write(harmlessJSON(encodeJSON(list)) + '\n');
+        context.out->write(harmlessJSON(encodeJSON(list, InstantForm::ISO8601)) + '\n');
     else if (list.isEmpty())
         context.out->writeLine(nothing);
     else
@@ -153,6 +161,30 @@ QCoro::Task<ExitCode> runRepositories(CommandContext context, CommandLine line)
     if (line.isAll || line.isNone)
         switches.all = line.isAll;
     return loadAndPrint(context, line.isJSON, context.control->repositories(switches, context.stop));
+}
+
+QCoro::Task<ExitCode> runMute(CommandContext context, CommandLine line)
+{
+    const Instant now = context.clock->now();
+    const auto until = line.duration ? std::optional<Instant>(now + *line.duration) : std::nullopt;
+    const MutingSwitch muting{line.repository, line.command == CommandLine::Command::Mute, until};
+    const QString text = QStringLiteral("Loading repositories from GitHub…");
+    const MutingAnswer answer = co_await withProgress(context, text, context.control->mute(muting, context.stop));
+    const ExitCode loaded = reportLoading(context, answer.loading);
+    if (!answer.loading.hasAccounts)
+        co_return loaded;
+    if (!answer.refusal.isEmpty())
+        context.err->writeLine(answer.refusal);
+    if (!answer.refusal.isEmpty() || !isSaved(context, answer.unsaved))
+        co_return ExitCode::Failed;
+    if (line.isJSON)
+        context.out->write(jsonLine(answer) + '\n');
+    else if (answer.isMuted)
+        context.out->writeLine(
+            QStringLiteral("%1 is %2.").arg(answer.repository, mutedText(Term{now, answer.mutedUntil}, now)));
+    else
+        context.out->writeLine(QStringLiteral("%1 is not muted.").arg(answer.repository));
+    co_return ExitCode::Done;
 }
 
 QCoro::Task<ExitCode> runNotifications(CommandContext context, CommandLine line)

@@ -29,6 +29,9 @@ struct PrintedFailures : FailuresAnswer {
     Instant now;
 };
 
+struct PrintedMuting : MutingAnswer {
+};
+
 /// How long the deployment has been under way; nothing if it is not.
 std::optional<qint64> elapsedSeconds(const PrintedDeployment &deployment)
 {
@@ -122,6 +125,12 @@ struct JSONTable<PrintedFailures> {
         json::computed("deployments", &printedDeployments<PrintedFailures>)};
 };
 
+template <>
+struct JSONTable<PrintedMuting> {
+    static constexpr auto fields = std::tuple{json::computed("repository", &MutingAnswer::repository),
+        json::computed("muted", &MutingAnswer::isMuted), json::computed("mutedUntil", &MutingAnswer::mutedUntil)};
+};
+
 QString titleOf(const MonitorReport &report)
 {
     const DeploymentMonitorPresentation presented = shown(report);
@@ -141,6 +150,11 @@ QByteArray jsonLine(const DeploymentSnapshot &deployment, Instant now, const Fai
 QByteArray jsonLine(const FailuresAnswer &answer, Instant now)
 {
     return harmlessJSON(encodeJSON(PrintedFailures{answer, now}, InstantForm::ISO8601));
+}
+
+QByteArray jsonLine(const MutingAnswer &answer)
+{
+    return harmlessJSON(encodeJSON(PrintedMuting{answer}, InstantForm::ISO8601));
 }
 
 QByteArray jsonLine(const DeploymentNotification &notification)

@@ -24,6 +24,9 @@ namespace velmora
 /// The failures as one line of JSON, without the line break: "ignoresMended", and "deployments" as in the report.
 [[nodiscard]] QByteArray jsonLine(const FailuresAnswer &answer, Instant now);
 
+/// "repository", "muted" and "mutedUntil" as one line of JSON, without the line break.
+[[nodiscard]] QByteArray jsonLine(const MutingAnswer &answer);
+
 /// The notification as one line of JSON, without the line break.
 [[nodiscard]] QByteArray jsonLine(const DeploymentNotification &notification);
 

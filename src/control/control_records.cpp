@@ -132,7 +132,10 @@ struct JSONTable<ListedRepository> {
     static constexpr auto fields = std::tuple{json::required("id", &Record::id), json::required("name", &Record::name),
         json::required("url", &Record::url), json::required("private", &Record::isPrivate),
         json::required("installation", &Record::installation), json::required("account", &Record::account),
-        json::required("included", &Record::isIncluded), json::required("monitored", &Record::isMonitored)};
+        json::required("included", &Record::isIncluded), json::required("monitored", &Record::isMonitored),
+        // A Velmora of an earlier version sends neither.
+        json::Field<Record, bool>{"muted", &Record::isMuted, json::Presence::Optional},
+        json::optional("mutedUntil", &Record::mutedUntil)};
 };
 
 template <>
@@ -203,6 +206,15 @@ struct JSONTable<EnvironmentsAnswer> {
 };
 
 template <>
+struct JSONTable<MutingAnswer> {
+    using Record = MutingAnswer;
+    static constexpr auto fields
+        = std::tuple{json::required("loading", &Record::loading), json::required("refusal", &Record::refusal),
+            json::optional("unsaved", &Record::unsaved), json::required("repository", &Record::repository),
+            json::required("muted", &Record::isMuted), json::optional("mutedUntil", &Record::mutedUntil)};
+};
+
+template <>
 struct JSONTable<DeploymentMonitorState> {
     using Record = DeploymentMonitorState;
     static constexpr auto fields = std::tuple{json::required("case", &Record::state),
@@ -236,6 +248,10 @@ struct JSONTable<DeploymentNotification> {
 template QByteArray encodeJSON(const QList<ListedAccount> &);
 template QByteArray encodeJSON(const QList<ListedInstallation> &);
 template QByteArray encodeJSON(const QList<ListedRepository> &);
+template QByteArray encodeJSON(const QList<ListedAccount> &, InstantForm);
+template QByteArray encodeJSON(const QList<ListedInstallation> &, InstantForm);
+template QByteArray encodeJSON(const QList<ListedRepository> &, InstantForm);
+template QByteArray encodeJSON(const MutingAnswer &);
 template QByteArray encodeJSON(const RemovalAnswer &);
 template QByteArray encodeJSON(const LoadingAnswer &);
 template QByteArray encodeJSON(const InstallationsAnswer &);
@@ -252,6 +268,7 @@ template RemovalAnswer decodeJSON(QByteArrayView);
 template LoadingAnswer decodeJSON(QByteArrayView);
 template InstallationsAnswer decodeJSON(QByteArrayView);
 template RepositoriesAnswer decodeJSON(QByteArrayView);
+template MutingAnswer decodeJSON(QByteArrayView);
 template NotificationsAnswer decodeJSON(QByteArrayView);
 template FailuresAnswer decodeJSON(QByteArrayView);
 template EnvironmentsAnswer decodeJSON(QByteArrayView);
@@ -314,14 +331,17 @@ QList<ListedInstallation> listedInstallations(
     return listed;
 }
 
-QList<ListedRepository> listedRepositories(const QList<RepositoryRecord> &repositories, const QSet<QString> &monitored)
+QList<ListedRepository> listedRepositories(
+    const QList<RepositoryRecord> &repositories, const QSet<QString> &monitored, const MutedRepositories &muted)
 {
     QList<ListedRepository> listed;
     for (const auto &record : repositories) {
         const auto &repository = record.repository;
+        const auto muting = muted.muting(record.id());
         listed.append({record.id(), repository.nameWithOwner, repository.url, repository.isPrivate,
             installationKey(record.identityID, record.installationID), record.installationAccount.login,
-            record.isIncluded, monitored.contains(record.id())});
+            record.isIncluded, monitored.contains(record.id()), muting.has_value(),
+            muting ? muting->until : std::nullopt});
     }
     return listed;
 }

@@ -6,6 +6,7 @@
 #include "installations/installation_record.h"
 #include "monitor/environment_lines.h"
 #include "monitor/failure_marks.h"
+#include "monitor/muted_repositories.h"
 #include "notifications/deployment_notification_kind.h"
 
 #include <QSet>
@@ -70,6 +71,8 @@ struct ListedRepository {
     QString account; ///< "account": the login of the account with the installation
     bool isIncluded = true; ///< "included": whether the user lets Velmora monitor it
     bool isMonitored = true; ///< "monitored": included, and its installation is enabled
+    bool isMuted = false; ///< "muted": its results are not announced
+    std::optional<Instant> mutedUntil = {}; ///< "mutedUntil"; absent: until it is unmuted
 
     static constexpr std::string_view kPlural = "repositories"; ///< the key of their list in an answer
     friend bool operator==(const ListedRepository &, const ListedRepository &) = default;
@@ -80,7 +83,7 @@ struct ListedRepository {
     const QList<InstallationRecord> &installations, const QList<GitHubAccountSession> &sessions);
 /// `monitored` holds the node ids of the monitored repositories.
 [[nodiscard]] QList<ListedRepository> listedRepositories(
-    const QList<RepositoryRecord> &repositories, const QSet<QString> &monitored);
+    const QList<RepositoryRecord> &repositories, const QSet<QString> &monitored, const MutedRepositories &muted);
 
 /// The result of removing an account.
 struct RemovalAnswer {
@@ -211,6 +214,27 @@ struct EnvironmentsAnswer {
     ListedEnvironments choices; ///< "choices"
 
     friend bool operator==(const EnvironmentsAnswer &, const EnvironmentsAnswer &) = default;
+};
+
+/// Whether a repository, named as owner/name, is to be muted, and until when.
+struct MutingSwitch {
+    QString name;
+    bool isMuted = true;
+    std::optional<Instant> until; ///< absent: until it is unmuted
+
+    friend bool operator==(const MutingSwitch &, const MutingSwitch &) = default;
+};
+
+/// The repository after that.
+struct MutingAnswer {
+    LoadingAnswer loading; ///< of the repositories, which are loaded only if the name is not known
+    QString refusal; ///< why the name was refused; empty on success
+    std::optional<QString> unsaved; ///< why the change could not be saved
+    QString repository; ///< "repository": owner and name
+    bool isMuted = false; ///< "muted"
+    std::optional<Instant> mutedUntil; ///< "mutedUntil"
+
+    friend bool operator==(const MutingAnswer &, const MutingAnswer &) = default;
 };
 
 using InstallationsAnswer = ListAnswer<ListedInstallation>;

@@ -62,6 +62,11 @@ QString noWordText(const QString &all)
     return QStringLiteral("“%1” is neither “all” nor “none”.").arg(all);
 }
 
+QString noInstantText(const QString &until)
+{
+    return QStringLiteral("“%1” is no instant such as 2026-05-01T12:00:00Z.").arg(until);
+}
+
 /// The caller may have left before the watcher was set up.
 QCoro::Task<> stopUnlessPresent(QDBusConnection bus, QString caller, std::stop_source stop)
 {
@@ -147,6 +152,19 @@ QString ControlService::Repositories(
     if (!all.isEmpty())
         switches.all = all == QLatin1String("all");
     return answer(message, Duration::Open, asking(&Control::repositories, switches));
+}
+
+QString ControlService::Mute(const QString &name, const QString &until, const QDBusMessage &message)
+{
+    const auto end = parseISO8601(until);
+    if (!end && !until.isEmpty())
+        return refuse(message, noInstantText(until));
+    return answer(message, Duration::Open, asking(&Control::mute, MutingSwitch{name, true, end}));
+}
+
+QString ControlService::Unmute(const QString &name, const QDBusMessage &message)
+{
+    return answer(message, Duration::Open, asking(&Control::mute, MutingSwitch{name, false, std::nullopt}));
 }
 
 QString ControlService::Notifications(

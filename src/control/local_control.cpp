@@ -259,8 +259,66 @@ QCoro::Task<RepositoriesAnswer> LocalControl::repositories(Switches switches, st
         answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
     if (!self)
         throw CancellationError();
-    answer.listed = listedRepositories(store->repositories(), idsOf(store->monitoredRepositories()));
+    answer.listed = listedRepositories(
+        store->repositories(), idsOf(store->monitoredRepositories()), m_stores.monitor->announcements().muted());
     co_return answer;
+}
+
+/// Those of the installations, and those of which a deployment is listed, which are known without GitHub.
+QList<RepositoryRecord> LocalControl::knownRepositories() const
+{
+    QList<RepositoryRecord> known = m_stores.installations->repositories();
+    for (const DeploymentSnapshot &deployment : m_stores.monitor->deployments()) {
+        RepositoryRecord record;
+        record.repository.nodeID = deployment.repositoryNodeID;
+        record.repository.nameWithOwner = deployment.repositoryName;
+        known.append(record);
+    }
+    return known;
+}
+
+QCoro::Task<MutingAnswer> LocalControl::mute(MutingSwitch muting, std::stop_token stop)
+{
+    const QPointer<LocalControl> self(this);
+    co_await loadCache(stop);
+    if (!self)
+        throw CancellationError();
+    MutingAnswer answer;
+    answer.loading = {true, true, {}};
+    const QStringList names(muting.name);
+    Choices chosen = chooseRepositories(names, knownRepositories());
+    if (!chosen.error.isEmpty()) {
+        answer.loading = co_await loadInstallations(stop);
+        if (!self)
+            throw CancellationError();
+        chosen = chooseRepositories(names, m_stores.installations->repositories());
+    }
+    answer.refusal = chosen.error;
+    if (!answer.refusal.isEmpty())
+        co_return answer;
+    const QString id = *chosen.ids.cbegin();
+    const QList<RepositoryRecord> known = knownRepositories();
+    answer.repository = std::ranges::find(known, id, &RepositoryRecord::id)->repository.nameWithOwner;
+    MutedRepositories &muted = m_stores.monitor->announcements().muted();
+    if (muting.isMuted)
+        muted.mute(id, muting.until);
+    else
+        muted.unmute(id);
+    answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
+    if (!self)
+        throw CancellationError();
+    const auto term = muted.muting(id);
+    answer.isMuted = term.has_value();
+    answer.mutedUntil = term ? term->until : std::nullopt;
+    co_return answer;
+}
+
+/// What has been loaded already needs not wait for a refresh that is under way.
+QCoro::Task<> LocalControl::loadCache(std::stop_token stop)
+{
+    if (m_stores.monitor->deployments().isEmpty() && !m_stores.monitor->lastRefreshedAt())
+        co_await m_stores.monitor->loadCache();
+    throwIfStopped(stop);
 }
 
 QCoro::Task<NotificationsAnswer> LocalControl::notifications(NotificationSwitches switches, std::stop_token stop)
@@ -292,13 +350,10 @@ QCoro::Task<NotificationsAnswer> LocalControl::notifications(NotificationSwitche
 QCoro::Task<FailuresAnswer> LocalControl::failures(FailureSwitches switches, std::stop_token stop)
 {
     const QPointer<LocalControl> self(this);
-    const DeploymentMonitor *const monitor = m_stores.monitor;
-    // What has been loaded already needs not wait for a refresh that is under way.
-    if (monitor->deployments().isEmpty() && !monitor->lastRefreshedAt())
-        co_await m_stores.monitor->loadCache();
-    throwIfStopped(stop);
+    co_await loadCache(stop);
     if (!self)
         throw CancellationError();
+    const DeploymentMonitor *const monitor = m_stores.monitor;
     FailuresAnswer answer;
     answer.refusal = choose(switches);
     if (!switches.areNone())

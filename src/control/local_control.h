@@ -23,6 +23,7 @@ public:
     [[nodiscard]] QCoro::Task<RemovalAnswer> removeAccount(QString login, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<InstallationsAnswer> installations(Switches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<RepositoriesAnswer> repositories(Switches switches, std::stop_token stop) override;
+    [[nodiscard]] QCoro::Task<MutingAnswer> mute(MutingSwitch muting, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(
         NotificationSwitches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<FailuresAnswer> failures(FailureSwitches switches, std::stop_token stop) override;
@@ -34,8 +35,10 @@ public:
 
 private:
     QCoro::Task<LoadingAnswer> loadInstallations(std::stop_token stop);
+    QCoro::Task<> loadCache(std::stop_token stop);
     [[nodiscard]] QString choose(const FailureSwitches &switches);
     [[nodiscard]] QString choose(const EnvironmentSwitches &switches);
+    [[nodiscard]] QList<RepositoryRecord> knownRepositories() const;
     [[nodiscard]] QString hint() const;
     [[nodiscard]] const WebAddress &installationURL() const;
     [[nodiscard]] LoadingAnswer refreshed() const;

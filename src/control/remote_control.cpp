@@ -215,6 +215,14 @@ QCoro::Task<RepositoriesAnswer> RemoteControl::repositories(Switches switches, s
         callForLong(QStringLiteral("Repositories"), {wordFor(switches.all), switches.on, switches.off}, stop));
 }
 
+QCoro::Task<MutingAnswer> RemoteControl::mute(MutingSwitch muting, std::stop_token stop)
+{
+    if (!muting.isMuted)
+        return decoded<MutingAnswer>(callForLong(QStringLiteral("Unmute"), {muting.name}, stop));
+    const QString until = muting.until ? toISO8601(*muting.until) : QString();
+    return decoded<MutingAnswer>(callForLong(QStringLiteral("Mute"), {muting.name, until}, stop));
+}
+
 QCoro::Task<NotificationsAnswer> RemoteControl::notifications(NotificationSwitches switches, std::stop_token stop)
 {
     QString whose;

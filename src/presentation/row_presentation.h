@@ -58,6 +58,8 @@ enum class RowActionKind {
     CopyEnvironmentLink,
     Dismiss,
     Restore,
+    Mute,
+    Unmute,
 };
 struct RowAction {
     RowActionKind kind;

@@ -171,6 +171,21 @@ private Q_SLOTS:
             QCOMPARE(parse(wrong).exitCode, ExitCode::WrongUsage);
     }
 
+    void aRepositoryIsMutedForATimeOrUntilItIsUnmuted()
+    {
+        const auto mute = parse("mute acme/web --for 8h --json").commandLine;
+        QVERIFY(mute && mute->command == CommandLine::Command::Mute && mute->isJSON);
+        QCOMPARE(mute->repository, QStringLiteral("acme/web"));
+        QCOMPARE(mute->duration, std::optional<std::chrono::seconds>(std::chrono::hours(8)));
+        QVERIFY(!parse("mute acme/web").commandLine->duration);
+        QVERIFY(parse("mute acme/web --for 8760h").commandLine);
+        const auto unmute = parse("unmute acme/web").commandLine;
+        QVERIFY(unmute && unmute->command == CommandLine::Command::Unmute && !unmute->isJSON);
+        for (const char *wrong : {"mute", "unmute", "mute web", "mute acme/web --for 0s", "mute acme/web --for 8",
+                 "mute acme/web --for 8761h", "unmute acme/web --for 8h"})
+            QCOMPARE(parse(wrong).exitCode, ExitCode::WrongUsage);
+    }
+
     void namesAreTakenOneByOneAndRepeatedly()
     {
         const auto line = parse("repositories --none --include a/b --include c/d --json").commandLine;

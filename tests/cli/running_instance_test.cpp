@@ -246,6 +246,32 @@ private Q_SLOTS:
         QVERIFY2(refused->err().contains("nobody/nothing has had no deployment"), refused->err());
     }
 
+    void aRepositoryIsMutedInTheTray()
+    {
+        connectAndStartTray();
+        const QByteArray name = firstRepository().toUtf8();
+        const auto first = [&] {
+            return array(finished("repositories --json")->out()).first().toObject();
+        };
+        QCOMPARE(finished(("mute " + name).constData())->out(), name + " is muted.\n");
+        QCOMPARE(first().value(QLatin1String("muted")), QJsonValue(true));
+        QVERIFY(finished("repositories")->out().contains("NOTIFICATIONS"));
+        const auto muted = jsonLines(finished(("mute " + name + " --for 8h --json").constData())->out()).last();
+        QCOMPARE(muted.value(QLatin1String("repository")).toString().toUtf8(), name);
+        QCOMPARE(muted.value(QLatin1String("muted")), QJsonValue(true));
+        QVERIFY(muted.value(QLatin1String("mutedUntil")).toString().endsWith(QLatin1Char('Z')));
+        QCOMPARE(first().value(QLatin1String("mutedUntil")), muted.value(QLatin1String("mutedUntil")));
+        endTray();
+        startTray();
+        QCOMPARE(first().value(QLatin1String("mutedUntil")), muted.value(QLatin1String("mutedUntil")));
+        QCOMPARE(finished(("unmute " + name).constData())->out(), name + " is not muted.\n");
+        QCOMPARE(first().value(QLatin1String("muted")), QJsonValue(false));
+        QVERIFY(!finished("repositories")->out().contains("NOTIFICATIONS"));
+        const auto refused = finished("mute nobody/nothing");
+        QCOMPARE(refused->code(), 1);
+        QVERIFY(refused->err().startsWith("There is no repository nobody/nothing. There is: "));
+    }
+
     void accountsAreTheTrays()
     {
         connectAndStartTray();

@@ -4,6 +4,8 @@
 #include "control/monitor_report.h"
 #include "support/builders.h"
 #include "support/error.h"
+#include "support/fake_clock.h"
+#include "support/fake_preferences.h"
 #include "support/json.h"
 #include "support/test_main.h"
 
@@ -110,13 +112,28 @@ private Q_SLOTS:
 
     void aRepositoryIsMonitoredOrNot()
     {
+        FakePreferences defaults;
+        const FakeClock clock(noon());
+        MutedRepositories muted(&defaults, &clock);
+        muted.mute(QStringLiteral("R_2"), Instant(std::chrono::sys_days(std::chrono::year(2027) / 1 / 1)));
         const auto listed = listedRepositories(
-            {repository("R_1", "acme/web"), repository("R_2", "acme/api")}, {QStringLiteral("R_1")});
+            {repository("R_1", "acme/web"), repository("R_2", "acme/api")}, {QStringLiteral("R_1")}, muted);
         QCOMPARE(encodeJSON(listed),
             json("[{'id':'R_1','name':'acme/web','url':'https://github.com/acme/web','private':false,"
-                 "'installation':'1:10','account':'acme','included':true,'monitored':true},"
+                 "'installation':'1:10','account':'acme','included':true,'monitored':true,'muted':false},"
                  "{'id':'R_2','name':'acme/api','url':'https://github.com/acme/api','private':false,"
-                 "'installation':'1:10','account':'acme','included':true,'monitored':false}]"));
+                 "'installation':'1:10','account':'acme','included':true,'monitored':false,'muted':true,"
+                 "'mutedUntil':820454400.0}]"));
+        RepositoriesAnswer answer;
+        answer.listed = listed;
+        compareAfterTheWay(answer);
+    }
+
+    void aMutingArrives()
+    {
+        compareAfterTheWay(MutingAnswer{{true, false, {QStringLiteral("alice: no")}}, QStringLiteral("no"),
+            QStringLiteral("full"), QStringLiteral("acme/web"), true, noon() + 1us});
+        compareAfterTheWay(MutingAnswer());
     }
 
     void anEnvironmentNamesItsRepositoryWhereItIsOnlyThere()

@@ -37,6 +37,11 @@ public:
         repositorySwitches = switches;
         return answer(QStringLiteral("repositories"), repositoriesAnswer, stop);
     }
+    [[nodiscard]] QCoro::Task<MutingAnswer> mute(MutingSwitch muting, std::stop_token stop) override
+    {
+        mutingSwitch = muting;
+        return answer(QStringLiteral("mute"), mutingAnswer, stop);
+    }
     [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(
         NotificationSwitches switches, std::stop_token stop) override
     {
@@ -68,6 +73,7 @@ public:
     RemovalAnswer removal;
     InstallationsAnswer installationsAnswer;
     RepositoriesAnswer repositoriesAnswer;
+    MutingAnswer mutingAnswer;
     NotificationsAnswer notificationsAnswer;
     FailuresAnswer failuresAnswer;
     EnvironmentsAnswer environmentsAnswer;
@@ -75,6 +81,7 @@ public:
     MonitorReport shown;
     Switches installationSwitches;
     Switches repositorySwitches;
+    MutingSwitch mutingSwitch;
     NotificationSwitches notificationSwitches;
     FailureSwitches failureSwitches;
     EnvironmentSwitches environmentSwitches;

@@ -294,6 +294,39 @@ private Q_SLOTS:
         QCOMPARE(refused.choices, switched.choices);
     }
 
+    void aRepositoryIsMutedAndUnmutedByItsName()
+    {
+        buildAlice();
+        const auto muted = awaitValue(m_control->mute({text("Alice/A"), true, noon() + 8h}, {}));
+        QCOMPARE(muted, (MutingAnswer{{true, true, {}}, {}, {}, text("alice/a"), true, noon() + 8h}));
+        QVERIFY(f->monitor->announcements().muted().isMuted(text("R_a")));
+        const auto listed = repositories({});
+        QCOMPARE(listed.listed.first().mutedUntil, std::optional(noon() + 8h));
+        QVERIFY(listed.listed.first().isMuted && !listed.listed.last().isMuted);
+        const auto unmuted = awaitValue(m_control->mute({text("alice/a"), false, std::nullopt}, {}));
+        QCOMPARE(unmuted, (MutingAnswer{{true, true, {}}, {}, {}, text("alice/a"), false, std::nullopt}));
+        QVERIFY(!f->monitor->announcements().muted().isMuted(text("R_a")));
+    }
+
+    void anUnknownRepositoryIsNotMuted()
+    {
+        buildAlice();
+        const auto refused = awaitValue(m_control->mute({text("alice/tea"), true, std::nullopt}, {}));
+        QCOMPARE(refused.refusal, text("There is no repository alice/tea. There is: alice/a, alice/b."));
+        QVERIFY(refused.loading.isComplete && !refused.isMuted);
+        QVERIFY(!f->defaults.values.contains(text("repositories.muted")));
+    }
+
+    void whatIsListedIsMutedWithoutGitHub()
+    {
+        f->cache.payload = DeploymentCachePayload{{makeSnapshot(text("s"), DeploymentState::Success, noon())}, noon()};
+        build();
+        const auto muted = awaitValue(m_control->mute({text("acme/web"), true, std::nullopt}, {}));
+        QCOMPARE(muted, (MutingAnswer{{true, true, {}}, {}, {}, text("acme/web"), true, std::nullopt}));
+        QVERIFY(f->monitor->announcements().muted().isMuted(text("R_web")));
+        QVERIFY(f->github.restRequests.isEmpty() && f->github.queries.isEmpty());
+    }
+
     void failuresAreListedAsTheyWereSeenLast()
     {
         f->cache.payload = DeploymentCachePayload{{makeSnapshot(text("s"), DeploymentState::Success, noon()),

@@ -165,6 +165,13 @@ private Q_SLOTS:
             QCOMPARE(awaitValue(m_remote->repositories(names, {})), control.repositoriesAnswer);
             QCOMPARE(control.repositorySwitches, names);
         }
+        control.mutingAnswer = {control.loading, QStringLiteral("no"), {}, QStringLiteral("a/b"), true, noon()};
+        for (const MutingSwitch &muting : {MutingSwitch{QStringLiteral("a/b"), true, std::nullopt},
+                 MutingSwitch{QStringLiteral("a/ö"), true, noon() + 1us},
+                 MutingSwitch{QStringLiteral("a/b"), false, std::nullopt}}) {
+            QCOMPARE(awaitValue(m_remote->mute(muting, {})), control.mutingAnswer);
+            QCOMPARE(control.mutingSwitch, muting);
+        }
         for (const std::optional<bool> onlyMine : {std::optional<bool>(), std::optional(true), std::optional(false)}) {
             const NotificationSwitches kinds{{QStringLiteral("approvals")}, {QStringLiteral("successes")}, onlyMine};
             QCOMPARE(awaitValue(m_remote->notifications(kinds, {})), control.notificationsAnswer);
@@ -209,6 +216,9 @@ private Q_SLOTS:
         const QDBusMessage announced = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
             QStringLiteral("Environments"), {QStringLiteral("staging"), QStringList(), QStringList(), QStringList()});
         QVERIFY(announced.errorMessage().contains(QStringLiteral("“staging”")));
+        const QDBusMessage until = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
+            QStringLiteral("Mute"), {QStringLiteral("a/b"), QStringLiteral("later")});
+        QVERIFY(until.errorMessage().contains(QStringLiteral("“later”")));
         QVERIFY(m_running->control.asked.isEmpty());
     }
 

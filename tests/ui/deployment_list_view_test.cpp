@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "ui/deployments/deployment_list_view.h"
 
+#include "monitor/muted_repositories.h"
 #include "support/await.h"
 #include "support/builders.h"
 #include "support/fake_clock.h"
 #include "support/fake_pasteboard.h"
+#include "support/fake_preferences.h"
 #include "support/fake_url_opener.h"
 #include "support/palettes.h"
 #include "support/test_main.h"
@@ -661,6 +663,29 @@ private Q_SLOTS:
         QVERIFY(m_view->isTurning());
         const auto *bar = m_view->verticalScrollBar();
         QCOMPARE(bar->value(), bar->maximum());
+    }
+
+    void theMenuMutesTheRepositoryWhereThatIsOffered()
+    {
+        FakePreferences defaults;
+        MutedRepositories muted(&defaults, m_clock.get());
+        auto deployment = snapshot(text("a"), DeploymentState::Success);
+        deployment.repositoryName = text("acme/&web");
+        show({deployment});
+        const auto last = [&] {
+            auto *menu = openMenu(rowPoint(1));
+            const QString entry = menu->actions().last()->text();
+            menu->actions().last()->trigger();
+            closeMenu(menu);
+            return entry;
+        };
+        QCOMPARE(last(), text("Copy link to environment"));
+        m_view->offerMuting(&muted);
+        QCOMPARE(last(), text("Mute acme/&&web"));
+        QVERIFY(muted.isMuted(deployment.repositoryNodeID));
+        QCOMPARE(m_view->accessibleActions(m_view->model()->index(1, 0)).last().name, text("Unmute acme/&web"));
+        QCOMPARE(last(), text("Unmute acme/&&web"));
+        QVERIFY(!muted.isMuted(deployment.repositoryNodeID));
     }
 
     // Refreshes

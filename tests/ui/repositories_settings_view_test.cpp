@@ -11,8 +11,10 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QHelpEvent>
 #include <QScrollBar>
 #include <QTest>
+#include <QToolTip>
 
 using namespace velmora;
 using namespace velmora::testing;
@@ -312,6 +314,70 @@ private Q_SLOTS:
         QVERIFY(field()->hasFocus());
     }
 
+    void aClickOnTheBellMutesTheRepositoryAndSwitchesNothing()
+    {
+        load();
+        open();
+        QTest::mouseClick(list()->viewport(), Qt::LeftButton, {}, bell(1));
+        QVERIFY(muted().isMuted(QStringLiteral("R_acme/web")));
+        QVERIFY(m_fixture->installations->repositories().at(1).isIncluded);
+        QTest::mouseClick(list()->viewport(), Qt::LeftButton, {}, bell(1));
+        QVERIFY(!muted().isMuted(QStringLiteral("R_acme/web")));
+        // What begins on the bell and ends beside it means neither.
+        QTest::mousePress(list()->viewport(), Qt::LeftButton, {}, bell(1));
+        QTest::mouseRelease(list()->viewport(), Qt::LeftButton, {}, bell(1) - QPoint(200, 0));
+        QVERIFY(!muted().isMuted(QStringLiteral("R_acme/web")));
+        QVERIFY(m_fixture->installations->repositories().at(1).isIncluded);
+    }
+
+    void theBellSaysWhatItDoes()
+    {
+        load();
+        open();
+        QHelpEvent event(QEvent::ToolTip, bell(1), list()->viewport()->mapToGlobal(bell(1)));
+        QCoreApplication::sendEvent(list()->viewport(), &event);
+        QVERIFY2(QToolTip::text().contains(QStringLiteral("Mute acme/web (Ctrl+M)")), qPrintable(QToolTip::text()));
+        QToolTip::hideText();
+    }
+
+    void theBellLooksDifferentWhereTheRepositoryIsMuted()
+    {
+        load();
+        open();
+        const QImage before = list()->viewport()->grab().toImage();
+        muted().mute(QStringLiteral("R_acme/web"));
+        QVERIFY(list()->viewport()->grab().toImage() != before);
+    }
+
+    void aKeyMutesTheFocusedRepository()
+    {
+        load();
+        open();
+        list()->setFocus();
+        QTest::keyClick(list(), Qt::Key_M, Qt::ControlModifier);
+        QVERIFY(field()->text().isEmpty());
+        list()->setCurrentIndex(list()->model()->index(1, 0));
+        QTest::keyClick(list(), Qt::Key_M, Qt::ControlModifier);
+        QVERIFY(muted().isMuted(QStringLiteral("R_acme/web")));
+        QKeyEvent repeated(QEvent::KeyPress, Qt::Key_M, Qt::ControlModifier, QString(), true);
+        QCoreApplication::sendEvent(list(), &repeated);
+        QVERIFY(muted().isMuted(QStringLiteral("R_acme/web")));
+        QTest::keyClick(list(), Qt::Key_M, Qt::ControlModifier);
+        QVERIFY(!muted().isMuted(QStringLiteral("R_acme/web")));
+    }
+
+    void assistiveTechnologyMutesARepository()
+    {
+        load();
+        open();
+        const auto actions = list()->accessibleActions(list()->model()->index(1, 0));
+        QCOMPARE(actions.size(), 2);
+        QCOMPARE(actions.at(1).name, QStringLiteral("Mute acme/web"));
+        actions.at(1).perform();
+        QVERIFY(muted().isMuted(QStringLiteral("R_acme/web")));
+        QCOMPARE(list()->accessibleActions(list()->model()->index(1, 0)).at(1).name, QStringLiteral("Unmute acme/web"));
+    }
+
     void theRowWithTheFocusKeepsItWhileItIsFound()
     {
         load();
@@ -376,7 +442,8 @@ private Q_SLOTS:
         auto *off = interface->child(1);
         QCOMPARE(off->text(QAccessible::Name), QStringLiteral("acme/web, not monitored"));
         QVERIFY(!off->state().checked);
-        QCOMPARE(off->actionInterface()->actionNames(), QStringList{QAccessibleActionInterface::toggleAction()});
+        QCOMPARE(off->actionInterface()->actionNames(),
+            (QStringList{QAccessibleActionInterface::toggleAction(), QStringLiteral("Mute acme/web")}));
         off->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
         QVERIFY(off->state().checked);
         QVERIFY(!m_fixture->defaults.stringList(QStringLiteral("github.excludedRepositories"))
@@ -438,7 +505,7 @@ private:
     void open()
     {
         m_view = std::make_unique<RepositoriesSettingsView>(
-            m_fixture->authentication.get(), m_fixture->installations.get());
+            m_fixture->authentication.get(), m_fixture->installations.get(), &muted(), &m_fixture->clock);
         m_view->resize(596, 388);
         m_view->show();
         QVERIFY(QTest::qWaitForWindowActive(m_view.get()));
@@ -447,6 +514,17 @@ private:
     BusyButton *refreshButton() { return m_view->findChild<BusyButton *>(); }
     SearchField *field() { return m_view->findChild<SearchField *>(); }
     RepositoryListView *list() { return m_view->findChild<RepositoryListView *>(); }
+
+    MutedRepositories &muted() { return m_fixture->monitor->announcements().muted(); }
+
+    /// The middle of the bell of the row.
+    QPoint bell(int row)
+    {
+        QStyleOptionViewItem option;
+        option.initFrom(list());
+        option.rect = list()->visualRect(list()->model()->index(row, 0));
+        return RepositoryRowDelegate::bellPlace(option).center();
+    }
 
     void clickRow(int row)
     {

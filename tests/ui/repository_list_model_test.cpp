@@ -5,6 +5,7 @@
 #include "support/test_main.h"
 
 #include <QAbstractItemModelTester>
+#include <QLocale>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -35,7 +36,7 @@ private Q_SLOTS:
         m_fixture = std::make_unique<MonitorFixture>();
         m_fixture->connect(1, QStringLiteral("alice"));
         load({QStringLiteral("acme/api"), QStringLiteral("acme/web"), QStringLiteral("beta/site")}, Build::Yes);
-        m_model = std::make_unique<RepositoryListModel>(m_fixture->installations.get());
+        m_model = std::make_unique<RepositoryListModel>(m_fixture->installations.get(), &muted(), &m_fixture->clock);
         m_tester = std::make_unique<QAbstractItemModelTester>(
             m_model.get(), QAbstractItemModelTester::FailureReportingMode::QtTest);
     }
@@ -72,7 +73,38 @@ private Q_SLOTS:
         QCOMPARE(changes.first().at(1).toModelIndex().row(), 1);
     }
 
-    void nothingButTheSwitchCanBeSet()
+    void mutingARowChangesThatRow()
+    {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
+        const QModelIndex row = m_model->index(1);
+        QVERIFY(!row.data(RepositoryListModel::MutedRole).toBool());
+        QCOMPARE(row.data(RepositoryListModel::MutingRole).toString(), QStringLiteral("Mute acme/web (Ctrl+M)"));
+        QSignalSpy changes(m_model.get(), &QAbstractItemModel::dataChanged);
+        QVERIFY(m_model->setData(row, true, RepositoryListModel::MutedRole));
+        QVERIFY(muted().isMuted(QStringLiteral("R_acme/web")));
+        QVERIFY(row.data(RepositoryListModel::MutedRole).toBool());
+        QCOMPARE(row.data(Qt::AccessibleTextRole).toString(), QStringLiteral("acme/web, monitored, muted"));
+        QCOMPARE(changes.size(), 1);
+        QCOMPARE(changes.first().at(0).toModelIndex().row(), 1);
+        QCOMPARE(changes.first().at(1).toModelIndex().row(), 1);
+        muted().mute(QStringLiteral("R_acme/web"), m_fixture->clock.now() + std::chrono::hours(1));
+        QCOMPARE(row.data(RepositoryListModel::MutingRole).toString(),
+            QStringLiteral("Muted until 13:00\nUnmute acme/web (Ctrl+M)"));
+        QVERIFY(m_model->setData(row, false, RepositoryListModel::MutedRole));
+        QVERIFY(!muted().isMuted(QStringLiteral("R_acme/web")));
+        QCOMPARE(row.data(Qt::AccessibleTextRole).toString(), QStringLiteral("acme/web, monitored"));
+    }
+
+    void theEndOfAMutingIsFollowed()
+    {
+        muted().mute(QStringLiteral("R_acme/web"), m_fixture->clock.now() + std::chrono::hours(1));
+        QVERIFY(m_model->index(1).data(RepositoryListModel::MutedRole).toBool());
+        m_fixture->clock.advance(std::chrono::hours(1));
+        muted().forgetOver();
+        QVERIFY(!m_model->index(1).data(RepositoryListModel::MutedRole).toBool());
+    }
+
+    void nothingButTheSwitchAndTheBellCanBeSet()
     {
         QVERIFY(!m_model->setData(m_model->index(0), QStringLiteral("x"), Qt::DisplayRole));
         QVERIFY(!m_model->setData({}, Qt::Unchecked, Qt::CheckStateRole));
@@ -193,6 +225,8 @@ private Q_SLOTS:
     }
 
 private:
+    MutedRepositories &muted() { return m_fixture->monitor->announcements().muted(); }
+
     enum class Build {
         No,
         Yes,

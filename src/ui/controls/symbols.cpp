@@ -51,6 +51,8 @@ const std::array kSymbols{
     Symbol{u"arrow.up.circle.dotted", {{{"outline/circle-dotted"}, {"outline/arrow-up", square(5, 5, 14)}}}},
     Symbol{u"arrow.up.circle.fill", {{{"filled/circle-arrow-up"}}}},
     Symbol{u"arrow.up.right", {{{"outline/arrow-up-right"}}}},
+    Symbol{u"bell", {{{"outline/bell"}}}},
+    Symbol{u"bell.slash", {{{"outline/bell-off"}}}},
     Symbol{u"checkmark.circle", {{{"outline/circle-check"}}}},
     Symbol{u"checkmark.circle.fill", {{{"filled/circle-check"}}}},
     Symbol{u"clock", {{{"outline/clock"}}}},

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "ui/deployments/deployment_actions.h"
 
+#include "monitor/muted_repositories.h"
 #include "platform/pasteboard.h"
 #include "platform/url_opener.h"
+#include "presentation/muting_texts.h"
 
 #include <QMenu>
 
@@ -29,6 +31,8 @@ QKeySequence shortcut(RowActionKind action)
     case RowActionKind::CopyDetailsLink:
     case RowActionKind::CopyEnvironmentLink:
     case RowActionKind::Restore:
+    case RowActionKind::Mute:
+    case RowActionKind::Unmute:
         return {};
     }
     Q_UNREACHABLE();
@@ -39,6 +43,7 @@ enum class Group {
     Open,
     Copy,
     Dismiss,
+    Mute,
 };
 
 Group groupOf(RowActionKind action)
@@ -54,16 +59,17 @@ Group groupOf(RowActionKind action)
     case RowActionKind::Dismiss:
     case RowActionKind::Restore:
         return Group::Dismiss;
+    case RowActionKind::Mute:
+    case RowActionKind::Unmute:
+        return Group::Mute;
     }
     Q_UNREACHABLE();
 }
 
-QList<RowAction> allActions(const DeploymentSnapshot &deployment, const FailureMark &mark)
+/// Without the meaning that an ampersand has in menus.
+QString menuText(QString text)
 {
-    QList<RowAction> actions = rowActions(deployment);
-    if (const auto last = dismissal(deployment, mark))
-        actions.append(*last);
-    return actions;
+    return text.replace(QLatin1Char('&'), QStringLiteral("&&"));
 }
 
 } // namespace
@@ -75,6 +81,19 @@ DeploymentActions::DeploymentActions(URLOpener *urlOpener, Pasteboard *pasteboar
 {
 }
 
+QList<RowAction> DeploymentActions::allActions(const DeploymentSnapshot &deployment, const FailureMark &mark) const
+{
+    QList<RowAction> actions = rowActions(deployment);
+    if (const auto action = dismissal(deployment, mark))
+        actions.append(*action);
+    if (m_muted) {
+        const bool isMuted = m_muted->isMuted(deployment.repositoryNodeID);
+        actions.append(
+            {isMuted ? RowActionKind::Unmute : RowActionKind::Mute, mutingAction(deployment.repositoryName, isMuted)});
+    }
+    return actions;
+}
+
 void DeploymentActions::perform(RowActionKind action, const DeploymentSnapshot &deployment)
 {
     if (groupOf(action) == Group::Dismiss) {
@@ -82,6 +101,10 @@ void DeploymentActions::perform(RowActionKind action, const DeploymentSnapshot &
             Q_EMIT dismissalChosen({deployment.id}, action == RowActionKind::Dismiss);
         return;
     }
+    if (action == RowActionKind::Mute)
+        return m_muted->mute(deployment.repositoryNodeID);
+    if (action == RowActionKind::Unmute)
+        return m_muted->unmute(deployment.repositoryNodeID);
     const bool isDetails = action == RowActionKind::OpenDetails || action == RowActionKind::CopyDetailsLink;
     const auto address = isDetails ? rowAddress(deployment) : environmentAddress(deployment);
     if (action == RowActionKind::CopyCommit)
@@ -99,7 +122,7 @@ void DeploymentActions::addTo(QMenu *menu, const DeploymentSnapshot &deployment,
     for (const RowAction &entry : actions) {
         if (std::exchange(group, groupOf(entry.kind)) != groupOf(entry.kind))
             menu->addSeparator();
-        auto *action = menu->addAction(entry.text);
+        auto *action = menu->addAction(menuText(entry.text));
         action->setShortcut(shortcut(entry.kind));
         action->setShortcutVisibleInContextMenu(true);
         connect(

@@ -13,11 +13,12 @@ class QMenu;
 namespace velmora
 {
 
+class MutedRepositories;
 class Pasteboard;
 class URLOpener;
 
-/// Opens and copies what belongs to a deployment, and dismisses failures, for clicks, keys, the context menu and
-/// assistive technology.
+/// Opens and copies what belongs to a deployment, dismisses failures and mutes repositories, for clicks, keys, the
+/// context menu and assistive technology.
 class DeploymentActions final : public QObject
 {
     Q_OBJECT
@@ -25,6 +26,9 @@ class DeploymentActions final : public QObject
 public:
     /// The ports are not owned and outlive the object.
     DeploymentActions(URLOpener *urlOpener, Pasteboard *pasteboard, QObject *parent = nullptr);
+
+    /// Offers to mute the repository of a deployment. `muted` is not owned and outlives the object.
+    void offerMuting(MutedRepositories *muted) { m_muted = muted; }
 
     /// Does nothing if the deployment has no such address, or is no failure that could be dismissed.
     void perform(RowActionKind action, const DeploymentSnapshot &deployment);
@@ -39,8 +43,11 @@ Q_SIGNALS:
     void dismissalChosen(const QSet<QString> &ids, bool isDismissed);
 
 private:
+    [[nodiscard]] QList<RowAction> allActions(const DeploymentSnapshot &deployment, const FailureMark &mark) const;
+
     URLOpener *m_urlOpener;
     Pasteboard *m_pasteboard;
+    MutedRepositories *m_muted = nullptr;
 };
 
 } // namespace velmora

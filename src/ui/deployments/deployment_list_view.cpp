@@ -59,6 +59,11 @@ DeploymentListView::DeploymentListView(const DesktopPorts &ports, QWidget *paren
     connect(m_ages, &AgeTicker::ticked, this, &DeploymentListView::updateAges);
 }
 
+void DeploymentListView::offerMuting(MutedRepositories *muted)
+{
+    m_actions->offerMuting(muted);
+}
+
 void DeploymentListView::adoptFont()
 {
     m_rowView = DeploymentRowView(font(), layoutDirection());

@@ -19,6 +19,7 @@ namespace velmora
 class AgeTicker;
 class DeploymentActions;
 class DeploymentListModel;
+class MutedRepositories;
 
 /// The deployments in sections. A click on a row opens its log, a click on its link opens the environment. Return and
 /// Control+Return do the same for the current row. Delete dismisses a failure; Shift+Delete, and a click in the title
@@ -49,6 +50,8 @@ public:
     void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
     /// setDeployments() has repainted what changed; the base would repaint everything.
     void doItemsLayout() override { updateGeometries(); }
+    /// The menu of a row offers to mute its repository. `muted` is not owned and outlives the view.
+    void offerMuting(MutedRepositories *muted);
 
 public Q_SLOTS:
     /// Takes the focus, at the first deployment.

@@ -3,6 +3,7 @@
 
 #include "monitor/deployment_monitor.h"
 #include "monitor/stores.h"
+#include "platform/desktop_ports.h"
 #include "ui/controls/symbols.h"
 #include "ui/settings/accounts/accounts_settings_view.h"
 #include "ui/settings/environments/environments_settings_view.h"
@@ -43,8 +44,9 @@ SettingsView::SettingsView(const Stores &stores, const DesktopPorts &ports, Sett
 {
     setDocumentMode(true);
     auto *accountsTab = new AccountsSettingsView(stores, ports, avatars);
-    auto *repositoriesTab = new RepositoriesSettingsView(stores.authentication, stores.installations);
     auto *environmentsTab = new EnvironmentsSettingsView(&stores.monitor->environments());
+    auto *repositoriesTab = new RepositoriesSettingsView(
+        stores.authentication, stores.installations, &stores.monitor->announcements().muted(), ports.clock);
     auto *generalTab = new GeneralSettingsView(stores.settings, settingsPageOpener);
     addPage(QStringLiteral("&Accounts"), QStringLiteral("person.2"), accountsTab,
         [accountsTab] { accountsTab->refresh(); });

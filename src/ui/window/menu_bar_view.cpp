@@ -103,6 +103,7 @@ void MenuBarView::makeContents()
     m_loading = makeLoadingView();
     auto *list = new DeploymentListView(m_ports);
     connect(list, &DeploymentListView::dismissalChosen, m_stores.monitor, &DeploymentMonitor::setDismissed);
+    list->offerMuting(&m_stores.monitor->announcements().muted());
     m_list = new DeploymentFinder(list, this);
     makeMissingSteps();
     m_noDeployments = new EmptyStateView(

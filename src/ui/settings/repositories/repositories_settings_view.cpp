@@ -59,12 +59,12 @@ QWidget *makeResults(QWidget *list)
 
 } // namespace
 
-RepositoriesSettingsView::RepositoriesSettingsView(
-    AuthenticationStore *authentication, InstallationStore *installations, QWidget *parent)
+RepositoriesSettingsView::RepositoriesSettingsView(AuthenticationStore *authentication,
+    InstallationStore *installations, MutedRepositories *muted, const Clock *clock, QWidget *parent)
     : QWidget(parent)
     , m_authentication(authentication)
     , m_installations(installations)
-    , m_model(new RepositoryListModel(installations, this))
+    , m_model(new RepositoryListModel(installations, muted, clock, this))
     , m_refresh(new BusyButton(QStringLiteral("arrow.clockwise"), Texts::refresh()))
     , m_search(new SearchField(Texts::search()))
     , m_enableAll(new QPushButton(Texts::enableAll()))

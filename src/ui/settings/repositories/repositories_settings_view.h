@@ -16,7 +16,9 @@ class AuthenticationStore;
 class BusyButton;
 class EmptyStateView;
 class InstallationStore;
+class Clock;
 class MessageRow;
+class MutedRepositories;
 class RepositoryListModel;
 class RepositoryListView;
 class SearchField;
@@ -31,9 +33,9 @@ class RepositoriesSettingsView final : public QWidget
     Q_OBJECT
 
 public:
-    /// The stores are not owned and outlive the view.
-    RepositoriesSettingsView(
-        AuthenticationStore *authentication, InstallationStore *installations, QWidget *parent = nullptr);
+    /// The stores and the clock are not owned and outlive the view.
+    RepositoriesSettingsView(AuthenticationStore *authentication, InstallationStore *installations,
+        MutedRepositories *muted, const Clock *clock, QWidget *parent = nullptr);
 
 public Q_SLOTS:
     /// Unlocks the accounts and loads everything from GitHub again. Does nothing while a refresh runs.

@@ -2,16 +2,23 @@
 #include "ui/settings/repositories/repository_list_model.h"
 
 #include "installations/installation_store.h"
+#include "monitor/muted_repositories.h"
+#include "presentation/muting_texts.h"
+#include "support/clock.h"
 
 namespace velmora
 {
 
-RepositoryListModel::RepositoryListModel(InstallationStore *installations, QObject *parent)
+RepositoryListModel::RepositoryListModel(
+    InstallationStore *installations, MutedRepositories *muted, const Clock *clock, QObject *parent)
     : KeyedListModel(parent)
     , m_installations(installations)
+    , m_muted(muted)
+    , m_clock(clock)
     , m_rows(found())
 {
-    connect(m_installations, &InstallationStore::repositoriesChanged, this, &RepositoryListModel::followStore);
+    connect(m_installations, &InstallationStore::repositoriesChanged, this, &RepositoryListModel::followStores);
+    connect(m_muted, &MutedRepositories::changed, this, &RepositoryListModel::followStores);
 }
 
 RepositoryListModel::Rows RepositoryListModel::found() const
@@ -19,8 +26,8 @@ RepositoryListModel::Rows RepositoryListModel::found() const
     Rows rows;
     for (const RepositoryRecord &record : m_installations->repositories()) {
         if (m_search.finds(record))
-            rows.push_back(
-                {record.id(), record.repository.nameWithOwner, record.installationAccount.login, record.isIncluded});
+            rows.push_back({record.id(), record.repository.nameWithOwner, record.installationAccount.login,
+                record.isIncluded, m_muted->muting(record.id())});
     }
     return rows;
 }
@@ -57,24 +64,50 @@ QVariant RepositoryListModel::data(const QModelIndex &index, int role) const
     case Qt::CheckStateRole:
         return row.isIncluded ? Qt::Checked : Qt::Unchecked;
     case Qt::AccessibleTextRole:
-        return monitoringSentence(row.name, row.isIncluded);
+        return sentence(row);
     case Qt::AccessibleDescriptionRole:
     case LoginRole:
         return row.login;
     case NodeIDRole:
         return row.nodeID;
+    case MutedRole:
+        return row.muting.has_value();
+    case MutingRole:
+        return bellHelp(row);
     default:
         return {};
     }
 }
 
+QString RepositoryListModel::sentence(const Row &row) const
+{
+    const QString muted = mutedText(row.muting, m_clock->now());
+    const QString monitored = monitoringSentence(row.name, row.isIncluded);
+    return muted.isEmpty() ? monitored : monitored + QStringLiteral(", ") + muted;
+}
+
+QString RepositoryListModel::bellHelp(const Row &row) const
+{
+    QString muted = mutedText(row.muting, m_clock->now());
+    const QString action = mutingAction(row.name, row.muting.has_value()) + QStringLiteral(" (Ctrl+M)");
+    if (muted.isEmpty())
+        return action;
+    muted[0] = muted.at(0).toUpper();
+    return muted + QLatin1Char('\n') + action;
+}
+
 bool RepositoryListModel::setData(const QModelIndex &index, const QVariant &value, int role)
 {
-    if (role != Qt::CheckStateRole || !index.isValid() || !checkIndex(index))
+    if ((role != Qt::CheckStateRole && role != MutedRole) || !index.isValid() || !checkIndex(index))
         return false;
-    // Copied, because the store's signals may remove the row before it returns.
+    // Copied, because the signals of a store may remove the row before it returns.
     const QString nodeID = m_rows.at(static_cast<std::size_t>(index.row())).nodeID;
-    m_installations->setRepository(nodeID, value.value<Qt::CheckState>() == Qt::Checked);
+    if (role == Qt::CheckStateRole)
+        m_installations->setRepository(nodeID, value.value<Qt::CheckState>() == Qt::Checked);
+    else if (value.toBool())
+        m_muted->mute(nodeID);
+    else
+        m_muted->unmute(nodeID);
     return true;
 }
 
@@ -85,7 +118,7 @@ Qt::ItemFlags RepositoryListModel::flags(const QModelIndex &index) const
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable | Qt::ItemNeverHasChildren;
 }
 
-void RepositoryListModel::followStore()
+void RepositoryListModel::followStores()
 {
     Rows next = found();
     if (!std::ranges::equal(m_rows, next, {}, &Row::nodeID, &Row::nodeID))

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "ui/settings/repositories/repository_list_view.h"
 
+#include "presentation/muting_texts.h"
 #include "ui/accessibility/accessible_part.h"
 #include "ui/controls/switch_painting.h"
+#include "ui/controls/symbols.h"
 #include "ui/controls/text_label.h"
 #include "ui/settings/repositories/repository_list_model.h"
 
@@ -22,12 +24,14 @@ constexpr int kPadding = 3; ///< above and below the text
 constexpr int kInset = 2; ///< above and below the row
 constexpr int kSide = 8; ///< before the text and after the switch
 constexpr int kGap = 12;
+constexpr int kBellMargin = 1;
 constexpr qreal kCorner = 6;
 
 /// The positions of the parts of a row.
 struct RowGeometry {
     QRect name;
     QRect login;
+    QRect bell;
     QRect knob;
 };
 
@@ -45,7 +49,8 @@ RowGeometry geometryOf(const QStyleOptionViewItem &option)
 {
     const QRect content = option.rect.adjusted(kSide, kInset + kPadding, -kSide, -kInset - kPadding);
     const QSize knob = switchSize(option.fontMetrics);
-    const int width = content.width() - knob.width() - kGap;
+    const QSize bell(knob.height(), knob.height());
+    const int width = content.width() - knob.width() - bell.width() - 2 * kGap;
     const int nameHeight = QFontMetrics(nameFont(option)).height();
     const int loginHeight = QFontMetrics(loginFont(option)).height();
     const int top = content.top() + (content.height() - nameHeight - loginHeight) / 2;
@@ -53,7 +58,9 @@ RowGeometry geometryOf(const QStyleOptionViewItem &option)
     geometry.name = QRect(content.left(), top, width, nameHeight);
     geometry.login = QRect(content.left(), top + nameHeight, width, loginHeight);
     geometry.knob = QStyle::alignedRect(Qt::LeftToRight, Qt::AlignRight | Qt::AlignVCenter, knob, content);
-    for (QRect *part : {&geometry.name, &geometry.login, &geometry.knob})
+    geometry.bell = QStyle::alignedRect(
+        Qt::LeftToRight, Qt::AlignRight | Qt::AlignVCenter, bell, content.adjusted(0, 0, -knob.width() - kGap, 0));
+    for (QRect *part : {&geometry.name, &geometry.login, &geometry.bell, &geometry.knob})
         *part = QStyle::visualRect(option.direction, option.rect, *part);
     return geometry;
 }
@@ -87,6 +94,11 @@ void RepositoryRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem 
     painter->setPen(toneColour(Tone::Secondary, option.palette));
     paintText(painter, option, geometry.login, index.data(RepositoryListModel::LoginRole).toString(), Qt::ElideRight);
 
+    const bool isMuted = index.data(RepositoryListModel::MutedRole).toBool();
+    paintSymbol(painter, isMuted ? u"bell.slash" : u"bell",
+        QRectF(geometry.bell).adjusted(kBellMargin, kBellMargin, -kBellMargin, -kBellMargin),
+        toneColour(isMuted ? Tone::Orange : Tone::Secondary, option.palette));
+
     SwitchLook look;
     look.isOn = index.data(Qt::CheckStateRole).value<Qt::CheckState>() == Qt::Checked;
     look.isHovered = isHovered;
@@ -96,12 +108,17 @@ void RepositoryRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem 
     painter->restore();
 }
 
+QRect RepositoryRowDelegate::bellPlace(const QStyleOptionViewItem &option)
+{
+    return geometryOf(option).bell.adjusted(-kGap / 2, 0, kGap / 2, 0);
+}
+
 QSize RepositoryRowDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
     Q_UNUSED(index)
     const int text = QFontMetrics(nameFont(option)).height() + QFontMetrics(loginFont(option)).height();
     const QSize knob = switchSize(option.fontMetrics);
-    return {knob.width() + kGap + 2 * kSide, std::max(text, knob.height()) + 2 * (kPadding + kInset)};
+    return {knob.width() + knob.height() + 2 * (kGap + kSide), std::max(text, knob.height()) + 2 * (kPadding + kInset)};
 }
 
 bool RepositoryRowDelegate::helpEvent(
@@ -112,9 +129,13 @@ bool RepositoryRowDelegate::helpEvent(
     const QString name = index.data(Qt::DisplayRole).toString();
     const QFontMetrics metrics(nameFont(option));
     const bool isCut = metrics.horizontalAdvance(name) > geometryOf(option).name.width();
+    const QString help = bellPlace(option).contains(event->pos())
+        ? index.data(RepositoryListModel::MutingRole).toString()
+        : isCut ? name
+                : QString();
     // Converted to rich text, so that markup in the name is not interpreted.
     QToolTip::showText(
-        event->globalPos(), isCut ? Qt::convertFromPlainText(name, Qt::WhiteSpaceNormal) : QString(), view);
+        event->globalPos(), help.isEmpty() ? QString() : Qt::convertFromPlainText(help, Qt::WhiteSpaceNormal), view);
     return true;
 }
 
@@ -148,13 +169,49 @@ RepositoryListView::RepositoryListView(RepositoryListModel *model, QWidget *pare
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     viewport()->setAutoFillBackground(false);
-    connect(this, &QListView::clicked, this, &RepositoryListView::toggle);
+    connect(this, &QListView::clicked, this, &RepositoryListView::click);
     connect(model, &QAbstractItemModel::modelAboutToBeReset, this,
         [this] { m_focused = currentIndex().data(RepositoryListModel::NodeIDRole).toString(); });
     connect(model, &QAbstractItemModel::modelReset, this, &RepositoryListView::restoreFocus);
     connect(model, &QAbstractItemModel::layoutAboutToBeChanged, this, [this] { m_focusedRow = currentIndex().row(); });
     connect(model, &QAbstractItemModel::layoutChanged, this, &RepositoryListView::focusNeighbour);
     connect(model, &QAbstractItemModel::dataChanged, this, &RepositoryListView::announce);
+}
+
+void RepositoryListView::click(const QModelIndex &index)
+{
+    if (isOnBell(index, m_pressed) != isOnBell(index, m_released))
+        return;
+    if (isOnBell(index, m_released))
+        toggleMuted(index);
+    else
+        toggle(index);
+}
+
+bool RepositoryListView::isOnBell(const QModelIndex &index, const QPoint &point) const
+{
+    QStyleOptionViewItem option;
+    initViewItemOption(&option);
+    option.rect = visualRect(index);
+    return RepositoryRowDelegate::bellPlace(option).contains(point);
+}
+
+void RepositoryListView::toggleMuted(const QModelIndex &index)
+{
+    if (index.isValid())
+        m_model->setData(index, !index.data(RepositoryListModel::MutedRole).toBool(), RepositoryListModel::MutedRole);
+}
+
+void RepositoryListView::mousePressEvent(QMouseEvent *event)
+{
+    m_pressed = event->position().toPoint();
+    QListView::mousePressEvent(event);
+}
+
+void RepositoryListView::mouseReleaseEvent(QMouseEvent *event)
+{
+    m_released = event->position().toPoint();
+    QListView::mouseReleaseEvent(event);
 }
 
 void RepositoryListView::toggle(const QModelIndex &index)
@@ -168,7 +225,12 @@ QList<AccessibleAction> RepositoryListView::accessibleActions(const QModelIndex 
     const auto perform = [this, row = QPersistentModelIndex(index)] {
         toggle(row);
     };
-    return {{QAccessibleActionInterface::toggleAction(), {}, perform}};
+    const auto mute = [this, row = QPersistentModelIndex(index)] {
+        toggleMuted(row);
+    };
+    const QString muting
+        = mutingAction(index.data(Qt::DisplayRole).toString(), index.data(RepositoryListModel::MutedRole).toBool());
+    return {{QAccessibleActionInterface::toggleAction(), {}, perform}, {muting, muting, mute}};
 }
 
 void RepositoryListView::restoreFocus()
@@ -209,6 +271,12 @@ void RepositoryListView::focusRow()
 void RepositoryListView::keyPressEvent(QKeyEvent *event)
 {
     const bool isCommand = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    if (event->modifiers() == Qt::ControlModifier && event->key() == Qt::Key_M) {
+        // Holding the keys down must not switch repeatedly.
+        if (!event->isAutoRepeat())
+            toggleMuted(currentIndex());
+        return;
+    }
     const bool isText
         = !isCommand && !event->text().isEmpty() && event->text().at(0).isPrint() && event->key() != Qt::Key_Space;
     if (isText || event->key() == Qt::Key_Backspace)

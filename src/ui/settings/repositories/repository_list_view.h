@@ -11,7 +11,8 @@ namespace velmora
 
 class RepositoryListModel;
 
-/// Draws a row of a RepositoryListModel: the name above the login, and a switch at the end. Space switches the row.
+/// Draws a row of a RepositoryListModel: the name above the login, and a bell and a switch at the end. Space switches
+/// the row, and Control M mutes it.
 class RepositoryRowDelegate final : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -20,6 +21,8 @@ public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+    /// Where a click means the bell.
+    [[nodiscard]] static QRect bellPlace(const QStyleOptionViewItem &option);
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
         const QModelIndex &index) override;
@@ -29,8 +32,9 @@ protected:
         const QModelIndex &index) override;
 };
 
-/// The list of repositories. A click on a row switches it, and so does Space on the focused row; printable keys and
-/// Backspace are left to the parent. The focused row keeps the focus as long as the search finds it.
+/// The list of repositories. A click on a row switches it, and so does Space on the focused row; a click on its bell,
+/// and Control M, mute or unmute it. Printable keys and Backspace are left to the parent. The focused row keeps the
+/// focus as long as the search finds it.
 class RepositoryListView final : public QListView, public AccessibleRows
 {
     Q_OBJECT
@@ -49,18 +53,25 @@ Q_SIGNALS:
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
     /// Treats a double click as two clicks.
     void mouseDoubleClickEvent(QMouseEvent *event) override { mousePressEvent(event); }
     void changeEvent(QEvent *event) override;
 
 private:
+    void click(const QModelIndex &index);
     void toggle(const QModelIndex &index);
+    void toggleMuted(const QModelIndex &index);
+    [[nodiscard]] bool isOnBell(const QModelIndex &index, const QPoint &point) const;
     void restoreFocus();
     void focusNeighbour();
     void announce(const QModelIndex &first, const QModelIndex &last);
 
     RepositoryListModel *m_model;
     QString m_focused; ///< the node id of the focused row, during a reset of the model
+    QPoint m_pressed; ///< where the mouse was pressed last
+    QPoint m_released; ///< where it was released
     int m_focusedRow = -1; ///< the row with the focus, during a change of layout
 };
 
