@@ -42,11 +42,11 @@ _velmora() {
       esac
       ;;
     # Names come from GitHub, too.
-    --include | --exclude | --dismiss | --restore | --notify | --show | --hide | --environment | --commit | --timeout) ;;
+    --include | --exclude | --dismiss | --restore | --notify | --show | --hide | --environment | --commit | --timeout | --for) ;;
     *)
       case $(_velmora_command "${COMP_WORDS[@]:1:COMP_CWORD-1}") in
         '')
-          words='connect accounts installations repositories notifications failures environments watch wait status refresh show settings quit diagnose'
+          words='connect accounts installations repositories mute unmute notifications failures environments watch wait status refresh show settings quit diagnose'
           options+=' --background'
           ;;
         accounts)
@@ -56,6 +56,8 @@ _velmora() {
         accounts-remove) [[ $current == -* ]] || words=$(_velmora_logins) ;;
         installations) options+=' --json --enable --disable' ;;
         repositories) options+=' --json --include --exclude --all --none --refresh' ;;
+        mute) options+=' --json --for' ;;
+        unmute) options+=' --json' ;;
         notifications) options+=' --json --enable --disable --everybody --mine' ;;
         failures) options+=' --json --dismiss --restore --dismiss-all --restore-all --ignore-mended --count-mended' ;;
         environments) options+=' --json --notify --show --hide --only-production --every' ;;

@@ -40,6 +40,10 @@ complete --command velmora --condition __velmora_needs_command --arguments insta
     --description 'List where the App is installed, and switch that'
 complete --command velmora --condition __velmora_needs_command --arguments repositories \
     --description 'List the repositories, and choose among them'
+complete --command velmora --condition __velmora_needs_command --arguments mute \
+    --description 'List the deployments of a repository without notifications'
+complete --command velmora --condition __velmora_needs_command --arguments unmute \
+    --description "Notify about the repository's deployments again"
 complete --command velmora --condition __velmora_needs_command --arguments notifications \
     --description 'List what Velmora notifies about, and switch that'
 complete --command velmora --condition __velmora_needs_command --arguments failures \
@@ -67,7 +71,7 @@ complete --command velmora --condition '__velmora_accounts_words accounts remove
 
 complete --command velmora --condition '__velmora_accounts_words accounts' --long-option json \
     --description 'Print JSON instead of text'
-for command in installations repositories notifications failures environments watch wait status
+for command in installations repositories mute unmute notifications failures environments watch wait status
     complete --command velmora --condition "__velmora_in_command $command" --long-option json \
         --description 'Print JSON instead of text'
 end
@@ -77,6 +81,9 @@ complete --command velmora --condition '__velmora_in_command installations' --lo
     --description 'Watch this installation'
 complete --command velmora --condition '__velmora_in_command installations' --long-option disable --exclusive \
     --description 'Do not watch this installation'
+
+complete --command velmora --condition '__velmora_in_command mute' --long-option for --exclusive \
+    --description 'Only for this long'
 
 complete --command velmora --condition '__velmora_in_command repositories' --long-option include --exclusive \
     --description 'Watch this repository'

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+#include "story.h"
+
+#include "support/test_main.h"
+
+#include <QTest>
+
+using namespace velmora;
+using namespace velmora::testing;
+using namespace std::chrono_literals;
+using namespace Qt::Literals::StringLiterals;
+
+/// Repositories that are muted.
+class SilenceStories final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aMutedRepositoryIsListedAndCountedAndAnnouncesNothing()
+    {
+        Story story;
+        twoRepositoriesAreWatched(story);
+        mutes(story, u"octo/web"_s, true);
+        fails(story, u"octo/web"_s);
+        fails(story, u"octo/api"_s);
+        QCOMPARE(story.program.shows().size(), 2);
+        QCOMPARE(story.program.app().monitor().presentation().failedCount, 2);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"octo/api failed"_s));
+        // It stays muted, and what was silent is not made up for.
+        story.program.restarts();
+        fails(story, u"octo/web"_s);
+        mutes(story, u"octo/web"_s, false);
+        story.time.passes(kFullPoll);
+        story.program.restarts();
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications().size(), 1);
+        fails(story, u"octo/web"_s);
+        QCOMPARE(story.desktop.notifications(), (QStringList{u"octo/api failed"_s, u"octo/web failed"_s}));
+    }
+
+    void aMutingEndsByItselfAndIsForgotten()
+    {
+        Story story;
+        twoRepositoriesAreWatched(story);
+        mutes(story, u"octo/web"_s, true, story.clock.now() + 8h);
+        QCOMPARE(story.program.app().stores().preferences->stringList(u"repositories.muted"_s).size(), 1);
+        fails(story, u"octo/web"_s);
+        story.time.passesAsleep(8h);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.program.app().stores().preferences->stringList(u"repositories.muted"_s), QStringList());
+        QCOMPARE(story.desktop.notifications(), QStringList());
+        fails(story, u"octo/web"_s);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"octo/web failed"_s));
+    }
+
+    void whatAnotherProgramMutesIsSilentAtOnce()
+    {
+        Story story;
+        twoRepositoriesAreWatched(story);
+        {
+            StoryProgram terminal(story.program);
+            std::ignore = awaitValue(terminal.control().mute({u"octo/web"_s, true, std::nullopt}, {}));
+            terminal.comesToRest();
+        }
+        fails(story, u"octo/web"_s);
+        QCOMPARE(story.desktop.notifications(), QStringList());
+    }
+
+private:
+    static void twoRepositoriesAreWatched(Story &story)
+    {
+        story.github.installs(u"octo"_s, {u"web"_s, u"api"_s});
+        story.user.connects(u"octo"_s);
+        story.time.passes(kFullPoll);
+    }
+
+    static void fails(Story &story, const QString &repository)
+    {
+        story.github.fails(story.github.deploys(repository));
+        story.time.passes(kFullPoll);
+    }
+
+    static void mutes(
+        Story &story, const QString &repository, bool isMuted, std::optional<Instant> until = std::nullopt)
+    {
+        const MutingAnswer answer = awaitValue(story.program.control().mute({repository, isMuted, until}, {}));
+        QCOMPARE(answer.refusal, QString());
+        QCOMPARE(answer.isMuted, isMuted);
+        story.program.comesToRest();
+    }
+};
+
+VELMORA_TEST(SilenceStories)
+#include "silence_test.moc"
