@@ -126,6 +126,7 @@ private Q_SLOTS:
                  "'mutedUntil':820454400.0}]"));
         RepositoriesAnswer answer;
         answer.listed = listed;
+        answer.installationURL = WebAddress(QStringLiteral("https://github.com/apps/velmora"));
         compareAfterTheWay(answer);
     }
 

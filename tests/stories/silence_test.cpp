@@ -62,6 +62,8 @@ private Q_SLOTS:
             std::ignore = awaitValue(terminal.control().mute({u"octo/web"_s, true, std::nullopt}, {}));
             terminal.comesToRest();
         }
+        const Preferences *const preferences = story.program.app().stores().preferences;
+        QVERIFY(waitUntil([&] { return !preferences->stringList(u"repositories.muted"_s).isEmpty(); }));
         fails(story, u"octo/web"_s);
         QCOMPARE(story.desktop.notifications(), QStringList());
     }
