@@ -97,14 +97,14 @@ private Q_SLOTS:
         switchAllOn();
         for (const EnvironmentChoice choice : {Hide, Show, Notify}) {
             storeEnvironmentChoices(&m_defaults, {{{u"prod*"_s, choice}}, false});
-            QCOMPARE(isAnnounced(Failure), choice == Notify);
+            QCOMPARE(isPosted(Failure), choice == Notify);
         }
         storeEnvironmentChoices(&m_defaults, {{{u"production"_s, Show, u"R_other"_s, u"acme/other"_s}}, false});
-        QVERIFY(isAnnounced(Failure));
+        QVERIFY(isPosted(Failure));
         storeEnvironmentChoices(&m_defaults, {{}, true});
-        QVERIFY(isAnnounced(Failure));
+        QVERIFY(isPosted(Failure));
         storeEnvironmentChoices(&m_defaults, {{{u"*"_s, Show}}, true});
-        QVERIFY(!isAnnounced(Failure));
+        QVERIFY(!isPosted(Failure));
     }
 
 private:
