@@ -66,6 +66,13 @@ class Shell:
         session.screen.key("Down", "Return")
         velmora.window().find("label", "Velmora Demo")
 
+    def test_starting_it_again_opens_the_window_of_the_one_that_runs(self):
+        session = self.desktop()
+        velmora = self.start_demo(session)
+        again = self.start(session, "--demo")
+        eventually(lambda: again.program.exit_code == 0, "the second one to end")
+        velmora.window().find("label", "Velmora Demo")
+
     def test_it_follows_dark_and_light_while_it_runs(self):
         session = self.desktop()
         self.follow_schemes(session, self.open_demo(session))
