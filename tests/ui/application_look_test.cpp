@@ -109,6 +109,8 @@ private Q_SLOTS:
         QCOMPARE(palette.color(QPalette::Button).rgb(), qRgb(4, 5, 6));
         QCOMPARE(palette.color(QPalette::Text).rgb(), qRgb(200, 201, 202));
         QCOMPARE(palette.color(QPalette::Disabled, QPalette::Text).rgb(), qRgb(100, 101, 102));
+        // The one of the palette at the start may be as dark as the ground of this scheme.
+        QCOMPARE(palette.color(QPalette::PlaceholderText).rgb(), qRgb(100, 101, 102));
     }
 
     void aSchemeWithoutTheMainColoursLeavesThePaletteAsItWas()

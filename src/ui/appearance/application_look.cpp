@@ -71,7 +71,7 @@ void setHighlight(QPalette *palette, const QColor &colour)
     palette->setColor(QPalette::HighlightedText, textOn(colour));
 }
 
-/// The palette of a Plasma scheme; roles that the scheme lacks are those of `start`.
+/// The palette of a Plasma scheme; roles that the scheme lacks are those of `start`, which may be lighter or darker.
 QPalette plasmaPalette(const QHash<QString, QRgb> &scheme, const QPalette &start)
 {
     using Entry = std::pair<QPalette::ColorRole, const char *>;
@@ -95,6 +95,9 @@ QPalette plasmaPalette(const QHash<QString, QRgb> &scheme, const QPalette &start
         const auto colour = scheme.constFind(QLatin1String(name));
         palette.setColor(role, colour == scheme.cend() ? start.color(role) : QColor(*colour));
     }
+    if (!scheme.contains(QStringLiteral("View/ForegroundInactive")))
+        palette.setColor(
+            QPalette::PlaceholderText, halfway(palette.color(QPalette::Text), palette.color(QPalette::Base)));
     dimDisabled(&palette);
     return palette;
 }

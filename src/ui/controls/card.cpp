@@ -12,7 +12,7 @@ namespace velmora
 namespace
 {
 
-constexpr int kSpacing = 6;
+constexpr int kSpacing = 8;
 constexpr qreal kCorner = 8;
 
 } // namespace

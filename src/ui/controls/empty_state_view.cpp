@@ -15,7 +15,7 @@ namespace
 
 constexpr int kSymbolSide = 44;
 constexpr int kMargin = 24;
-constexpr int kGap = 6;
+constexpr int kGap = 8;
 
 TextLabel *wrappedLabel(TextSize size, const QString &text, QWidget *parent)
 {

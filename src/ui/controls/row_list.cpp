@@ -14,7 +14,7 @@ namespace
 
 constexpr int kCardPadding = 4;
 constexpr int kRowSide = 8; ///< left and right of a row
-constexpr int kGap = 3; ///< above and below a row
+constexpr int kGap = 4; ///< above and below a row
 
 QList<QWidget *> tabStopsOf(QWidget *widget)
 {

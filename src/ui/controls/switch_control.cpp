@@ -18,7 +18,7 @@ namespace
 {
 
 constexpr int kGap = 12; ///< between the label and the switch
-constexpr int kPadding = 3; ///< above and below
+constexpr int kPadding = 4; ///< above and below
 constexpr int kLineGap = 1;
 /// The longest label in average characters; a longer one is elided, because names from outside may have any length.
 constexpr int kMostColumns = 60;

@@ -17,7 +17,7 @@ namespace velmora
 namespace
 {
 
-constexpr int kGap = 6;
+constexpr int kGap = 8;
 
 } // namespace
 

@@ -17,13 +17,13 @@ namespace velmora
 namespace
 {
 
-constexpr int kPadding = 7;
+constexpr int kPadding = 8;
 constexpr int kLineGap = 1;
 constexpr int kLinkSide = 28;
-constexpr int kLinkSymbolSide = 15;
+constexpr int kLinkSymbolSide = 16;
 constexpr int kCornerRadius = 6;
 /// The distance of a row's highlight from the edges of the list.
-constexpr int kLightMargin = 5;
+constexpr int kLightMargin = 4;
 
 void paintLight(QPainter *painter, const QRect &place, const QColor &colour)
 {

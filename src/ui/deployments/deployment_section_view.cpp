@@ -14,7 +14,7 @@ namespace velmora
 namespace
 {
 
-constexpr int kPaddingAbove = 10;
+constexpr int kPaddingAbove = 12;
 constexpr int kPaddingBelow = 4;
 constexpr int kSectionEnd = 4;
 /// The distance of an action's text from the edges of what reacts to a click.

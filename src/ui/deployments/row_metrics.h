@@ -7,7 +7,7 @@ namespace velmora
 // Measures shared by rows and headers of the list, in device independent pixels.
 
 /// From the edge of the list to its content.
-inline constexpr int kRowMargin = 14;
+inline constexpr int kRowMargin = 12;
 /// Between two neighbouring items of a row.
 inline constexpr int kRowGap = 8;
 /// The width of the column of state icons, and the side of an icon.

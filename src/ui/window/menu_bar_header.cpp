@@ -14,7 +14,7 @@ namespace velmora
 namespace
 {
 
-constexpr int kMargin = 10;
+constexpr int kMargin = 12;
 constexpr int kButtonSymbol = 18;
 /// Of one reason; the rest is in the tooltip.
 constexpr int kMostLines = 3;
@@ -75,7 +75,7 @@ MenuBarHeader::MenuBarHeader(const QString &title, QWidget *parent)
     for (auto *line : m_explanation)
         texts->addWidget(line);
     auto *row = new QHBoxLayout;
-    row->setSpacing(2);
+    row->setSpacing(4);
     row->addLayout(texts, 1);
     row->addSpacing(kRowGap);
     row->addWidget(m_settings);

@@ -47,7 +47,7 @@ constexpr int kWidth = 360;
 /// With a large font the window is this many line heights wide instead.
 constexpr int kWidthInLines = 20;
 constexpr int kSpinnerSide = 28;
-constexpr int kFooterMargin = 6;
+constexpr int kFooterMargin = 8;
 
 } // namespace
 

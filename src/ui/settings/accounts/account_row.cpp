@@ -17,8 +17,8 @@ namespace
 using Texts = AccountsSettingsTexts;
 
 constexpr int kAvatar = 36;
-constexpr int kGap = 10;
-constexpr int kSmallGap = 5;
+constexpr int kGap = 12;
+constexpr int kSmallGap = 4;
 
 /// The dot between two texts; never shorter than its size hint.
 class Dot final : public TextLabel

@@ -31,7 +31,7 @@ namespace
 using Texts = AccountsSettingsTexts;
 
 constexpr int kPadding = 12;
-constexpr int kSpacing = 10;
+constexpr int kSpacing = 12;
 constexpr int kLeastList = 120;
 
 } // namespace

@@ -22,7 +22,7 @@ namespace
 
 using Texts = AccountsSettingsTexts;
 
-constexpr int kSpacing = 5;
+constexpr int kSpacing = 4;
 constexpr int kLeastList = 120;
 
 } // namespace

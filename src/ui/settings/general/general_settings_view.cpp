@@ -24,7 +24,7 @@ namespace
 using Texts = GeneralSettingsTexts;
 
 constexpr int kPadding = 12;
-constexpr int kSpacing = 6;
+constexpr int kSpacing = 8;
 constexpr int kSectionGap = 12;
 
 // The rows of the choice whose deployments are announced.
