@@ -8,6 +8,7 @@
 #include "ui/controls/message_row.h"
 #include "ui/controls/progress_spinner.h"
 #include "ui/controls/row_list.h"
+#include "ui/controls/search_field.h"
 #include "ui/controls/text_label.h"
 #include "ui/controls/unopened_page_row.h"
 #include "ui/window/device_code_panel.h"
@@ -21,6 +22,7 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
+#include <QToolButton>
 #include <QToolTip>
 
 using namespace velmora;
@@ -71,6 +73,22 @@ class SmallPartsTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // The search field
+
+    void aSearchIsClearedByAButtonThatIsThereWhileThereIsText()
+    {
+        SearchField field(text("Search"));
+        field.show();
+        auto *const clear = field.findChildren<QToolButton *>().last();
+        QCOMPARE(QAccessible::queryAccessibleInterface(clear)->text(QAccessible::Name), text("Clear"));
+        QVERIFY(!clear->isVisible());
+        QTest::keyClicks(&field, text("web"));
+        QVERIFY(clear->isVisible());
+        clear->click();
+        QCOMPARE(field.text(), QString());
+        QVERIFY(!clear->isVisible());
+    }
+
     // Labels
 
     void textIsShownLiterally()

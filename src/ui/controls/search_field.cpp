@@ -14,8 +14,13 @@ SearchField::SearchField(const QString &placeholder, QWidget *parent)
 {
     setPlaceholderText(placeholder);
     setAccessibleName(placeholder);
-    setClearButtonEnabled(true);
     addAction(symbolIcon(u"magnifyingglass"), QLineEdit::LeadingPosition);
+    // Qt's own button has the same dark symbol on a dark ground.
+    QAction *const clear = addAction(symbolIcon(u"xmark.circle.fill"), QLineEdit::TrailingPosition);
+    clear->setText(QStringLiteral("Clear"));
+    clear->setVisible(false);
+    connect(clear, &QAction::triggered, this, &QLineEdit::clear);
+    connect(this, &QLineEdit::textChanged, clear, [clear](const QString &text) { clear->setVisible(!text.isEmpty()); });
 }
 
 bool SearchField::isTyping(const QKeyEvent &event)
