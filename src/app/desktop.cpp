@@ -8,6 +8,7 @@
 #include "platform/current_desktops.h"
 #include "platform/fallback_status_item.h"
 #include "platform/status_notifier_item.h"
+#include "support/freed_memory.h"
 #include "support/task_scope.h"
 #include "ui/settings/settings_window.h"
 #include "ui/tray/tray_item.h"
@@ -34,6 +35,8 @@ constexpr auto kPatience = 2s;
 constexpr auto kPatienceForReturn = 10s;
 /// How much longer the fallback item may take to appear.
 constexpr auto kWindowDelay = 1s;
+/// When nothing is left of the start.
+constexpr auto kUntilSettled = 15s;
 
 /// A connection of the item's own, since the item closes it.
 QDBusConnection itemConnection(const QDBusConnection &bus)
@@ -157,6 +160,7 @@ void Desktop::start()
         open();
     if (m_options.opensSettingsAtStart)
         openSettings();
+    QTimer::singleShot(kUntilSettled, this, &unmapUnusedCode);
     m_trayPatience.start((m_options.isBackground ? kPatienceAtLogin : kPatience) + kWindowDelay);
 }
 

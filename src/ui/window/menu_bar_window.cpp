@@ -152,6 +152,7 @@ void MenuBarWindow::giveBackMemory()
     // drawing them anew would delay the opening.
     destroy();
     returnFreedMemory();
+    unmapUnusedCode();
 }
 
 void MenuBarWindow::takeFocus(const QString &activationToken)
