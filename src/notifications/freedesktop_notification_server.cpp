@@ -26,6 +26,11 @@ QString viewLogAction()
     return QStringLiteral("view-log");
 }
 
+QString muteAction()
+{
+    return QStringLiteral("mute");
+}
+
 QDBusMessage callTo(const QString &server, const QString &method)
 {
     return QDBusMessage::createMethodCall(server, objectPath(), FreedesktopNotificationServer::serviceName(), method);
@@ -47,12 +52,15 @@ QString serverOf(const QString &handle)
     return handle.section(QLatin1Char('/'), 0, 0);
 }
 
-/// Both open the same: some servers show no buttons, others show the default action as a button.
+/// The first two open the same: some servers show no buttons, others show the default action as a button.
 QStringList actionsFor(const NotificationRequest &request)
 {
-    if (request.openLabel.isEmpty())
-        return {};
-    return {QStringLiteral("default"), QStringLiteral("Open"), viewLogAction(), request.openLabel};
+    QStringList actions;
+    if (!request.openLabel.isEmpty())
+        actions << QStringLiteral("default") << QStringLiteral("Open") << viewLogAction() << request.openLabel;
+    if (!request.muteLabel.isEmpty())
+        actions << muteAction() << request.muteLabel;
+    return actions;
 }
 
 } // namespace
@@ -181,8 +189,11 @@ void FreedesktopNotificationServer::receiveAction(const QDBusMessage &message)
         return;
     const QVariantList arguments = message.arguments();
     const QString action = arguments.at(1).toString();
+    const QString handle = handleFor(message.service(), arguments.at(0).toUInt());
     if (action == QLatin1String("default") || action == viewLogAction())
-        Q_EMIT activated(handleFor(message.service(), arguments.at(0).toUInt()));
+        Q_EMIT activated(handle, NotificationAction::Open);
+    else if (action == muteAction())
+        Q_EMIT activated(handle, NotificationAction::Mute);
 }
 
 } // namespace velmora

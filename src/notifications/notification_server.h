@@ -26,6 +26,12 @@ enum class NotificationUrgency : uchar {
     Critical = 2, ///< stays until dismissed, even above full-screen windows
 };
 
+/// What the user can do with a notification.
+enum class NotificationAction {
+    Open, ///< by a click on it, or by its button
+    Mute,
+};
+
 /// One notification, ready for a server.
 struct NotificationRequest {
     QString server; ///< from the capabilities that the texts were made for
@@ -35,7 +41,8 @@ struct NotificationRequest {
     QString body;
     NotificationUrgency urgency = NotificationUrgency::Normal;
     QString category; ///< a category of the desktop notification protocol
-    QString openLabel; ///< the words on the button of the default action; empty: the notification has no actions
+    QString openLabel; ///< the words on the button that does the same as a click; empty: neither does anything
+    QString muteLabel; ///< the words on the button that mutes; empty: no such button
     bool playsSound = false;
     bool suppressesSound = false; ///< keeps a server that plays sounds by itself from it
 
@@ -73,8 +80,8 @@ Q_SIGNALS:
     void closed(const QString &handle, velmora::NotificationCloseReason reason);
     /// Precedes the activation that it belongs to. Only some servers send tokens.
     void activationTokenReceived(const QString &handle, const QString &token);
-    /// The user has clicked the notification or its button. May come several times for one click.
-    void activated(const QString &handle);
+    /// The user has clicked the notification or one of its buttons. May come several times for one click.
+    void activated(const QString &handle, velmora::NotificationAction action);
     /// The server is gone, and all its handles are invalid.
     void serverGone();
 };

@@ -13,6 +13,7 @@ namespace
 constexpr qsizetype kTitleLimit = 200;
 constexpr qsizetype kSubtitleLimit = 200;
 constexpr qsizetype kBodyLimit = 500;
+constexpr qsizetype kButtonLimit = 30;
 
 QString onOneLine(QString text)
 {
@@ -35,6 +36,12 @@ QString bodyText(const DeploymentNotification &notification, BodyFormat format)
     const QString text = subtitle + separator + body;
     // Apostrophes need no escaping outside tags, and some servers do not know their entity.
     return format == BodyFormat::Markup ? text.toHtmlEscaped() : text;
+}
+
+QString muteText(const DeploymentSnapshot &deployment)
+{
+    const QString name = deployment.repositoryName.section(QLatin1Char('/'), -1);
+    return QStringLiteral("Mute ") + onOneLine(presentableText(name, kButtonLimit));
 }
 
 } // namespace velmora

@@ -21,4 +21,7 @@ enum class BodyFormat {
 /// takes no line.
 [[nodiscard]] QString bodyText(const DeploymentNotification &notification, BodyFormat format);
 
+/// The words on the button that mutes the repository, which is named without its owner: "Mute web".
+[[nodiscard]] QString muteText(const DeploymentSnapshot &deployment);
+
 } // namespace velmora

@@ -34,6 +34,16 @@ QString openAction()
     return QStringLiteral("open");
 }
 
+QString muteAction()
+{
+    return QStringLiteral("mute");
+}
+
+QVariantMap button(const QString &label, const QString &action)
+{
+    return {{QStringLiteral("label"), label}, {QStringLiteral("action"), action}};
+}
+
 QDBusMessage callTo(const QString &method)
 {
     return QDBusMessage::createMethodCall(
@@ -67,12 +77,15 @@ QVariantMap propertiesOf(const NotificationRequest &request)
         {QStringLiteral("body"), request.body},
         {QStringLiteral("priority"), priorityOf(request.urgency)},
     };
+    QList<QVariantMap> buttons;
     if (!request.openLabel.isEmpty()) {
-        const QVariantMap button{
-            {QStringLiteral("label"), request.openLabel}, {QStringLiteral("action"), openAction()}};
         properties.insert(QStringLiteral("default-action"), openAction());
-        properties.insert(QStringLiteral("buttons"), QVariant::fromValue(QList<QVariantMap>{button}));
+        buttons.append(button(request.openLabel, openAction()));
     }
+    if (!request.muteLabel.isEmpty())
+        buttons.append(button(request.muteLabel, muteAction()));
+    if (!buttons.isEmpty())
+        properties.insert(QStringLiteral("buttons"), QVariant::fromValue(buttons));
     if (request.playsSound)
         properties.insert(QStringLiteral("sound"), QStringLiteral("default"));
     if (request.suppressesSound)
@@ -168,13 +181,14 @@ void PortalNotificationServer::receiveAction(const QDBusMessage &message)
     if (message.signature() != QLatin1String("ssav"))
         return;
     const QVariantList arguments = message.arguments();
-    if (arguments.at(1).toString() != openAction())
+    const QString action = arguments.at(1).toString();
+    if (action != openAction() && action != muteAction())
         return;
     const QString handle = arguments.at(0).toString();
     const QString token = activationTokenIn(qdbus_cast<QVariantList>(arguments.at(2)));
     if (!token.isEmpty())
         Q_EMIT activationTokenReceived(handle, token);
-    Q_EMIT activated(handle);
+    Q_EMIT activated(handle, action == muteAction() ? NotificationAction::Mute : NotificationAction::Open);
 }
 
 } // namespace velmora

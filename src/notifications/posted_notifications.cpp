@@ -13,11 +13,12 @@ QString PostedNotifications::handleOf(const QString &identifier) const
     return found == m_entries.end() ? QString() : found->handle;
 }
 
-QString PostedNotifications::note(const QString &identifier, const QString &handle, const WebAddress &url)
+QString PostedNotifications::note(const QString &identifier, const QString &handle, const Targets &targets)
 {
     const QString earlier = handleOf(identifier);
     m_entries.removeIf([&](const Entry &entry) { return entry.identifier == identifier || entry.handle == handle; });
-    m_entries.append(Entry{.identifier = identifier, .handle = handle, .url = url, .activationToken = {}});
+    m_entries.append(
+        Entry{.identifier = identifier, .handle = handle, .targets = targets, .activationToken = {}, .taken = {}});
     if (m_entries.size() > m_capacity)
         m_entries.removeFirst();
     return earlier == handle ? QString() : earlier;
@@ -29,13 +30,14 @@ void PostedNotifications::recordActivationToken(const QString &handle, const QSt
         entry->activationToken = token;
 }
 
-std::optional<PostedNotifications::Click> PostedNotifications::takeClick(const QString &handle)
+std::optional<PostedNotifications::Click> PostedNotifications::takeClick(
+    const QString &handle, NotificationAction action)
 {
     Entry *const entry = entryWith(handle);
-    if (!entry || entry->isClicked)
+    if (!entry || entry->taken.contains(action))
         return std::nullopt;
-    entry->isClicked = true;
-    return Click{.url = entry->url, .activationToken = std::exchange(entry->activationToken, QString())};
+    entry->taken.append(action);
+    return Click{.targets = entry->targets, .activationToken = std::exchange(entry->activationToken, QString())};
 }
 
 void PostedNotifications::forget(const QString &handle)

@@ -37,18 +37,28 @@ struct Announcement {
     DeploymentNotification content;
     DeploymentNotificationKind kind;
     bool isGrowth = false; ///< of a group that was announced before, with a sound
+    QString repositoryNodeID = {}; ///< of the one repository that it is about; empty for a group
+    QString muteLabel = {}; ///< the words on the button that mutes it
 };
+
+Announcement announcementOf(const DeploymentSnapshot &deployment, DeploymentNotificationKind kind)
+{
+    return {.content = deploymentNotification(deployment, kind),
+        .kind = kind,
+        .repositoryNodeID = deployment.repositoryNodeID,
+        .muteLabel = muteText(deployment)};
+}
 
 /// The words on the button, empty if a click could not open anything.
 QString openLabel(const DeploymentNotification &notification, bool opensWindow)
 {
     if (notification.url.isEmpty())
         return opensWindow ? QStringLiteral("Open Velmora") : QString();
-    return notification.url.isOpenable() ? QStringLiteral("View log") : QString();
+    return notification.url.isOpenable() ? QStringLiteral("Open log") : QString();
 }
 
 NotificationRequest requestFor(
-    const Announcement &announcement, const NotificationCapabilities &capabilities, bool opensWindow)
+    const Announcement &announcement, const NotificationCapabilities &capabilities, bool opensWindow, bool mutes)
 {
     const DeploymentNotification &notification = announcement.content;
     const BodyFormat format = capabilities.interpretsMarkup ? BodyFormat::Markup : BodyFormat::PlainText;
@@ -63,6 +73,7 @@ NotificationRequest requestFor(
         .urgency = NotificationUrgency::Normal,
         .category = categoryOf(announcement.kind),
         .openLabel = capabilities.hasActions ? openLabel(notification, opensWindow) : QString(),
+        .muteLabel = capabilities.hasActions && mutes ? announcement.muteLabel : QString(),
         .playsSound = capabilities.playsSounds && !announcement.isGrowth,
         .suppressesSound = capabilities.playsSounds && announcement.isGrowth,
     };
@@ -79,6 +90,7 @@ struct UserNotificationService::State {
     PostedNotifications posted;
     NotificationBursts bursts;
     std::function<void(const QString &)> openWindow; ///< empty if there is no window
+    std::function<void(const QString &)> mute; ///< empty if nothing can be muted
 
     static QCoro::Task<bool> authorize(std::shared_ptr<State> state);
     static QCoro::Task<bool> isSilent(std::shared_ptr<State> state);
@@ -131,7 +143,8 @@ QCoro::Task<QString> UserNotificationService::State::postOnce(
     std::shared_ptr<State> state, Announcement announcement, QDeadlineTimer deadline)
 {
     const auto capabilities = co_await state->server->capabilities(deadline);
-    auto request = requestFor(announcement, capabilities, static_cast<bool>(state->openWindow));
+    auto request
+        = requestFor(announcement, capabilities, static_cast<bool>(state->openWindow), static_cast<bool>(state->mute));
     request.replacedHandle = state->posted.handleOf(request.identifier);
     const QString handle = co_await state->server->post(std::move(request), deadline);
     co_return handle;
@@ -153,7 +166,8 @@ QCoro::Task<> UserNotificationService::State::post(std::shared_ptr<State> state,
         handle = co_await postOnce(state, announcement, deadline);
     }
     // Two simultaneous posts of one identifier do not replace each other: withdraw the earlier one.
-    const QString superseded = state->posted.note(announcement.content.identifier, handle, announcement.content.url);
+    const PostedNotifications::Targets targets{announcement.content.url, announcement.repositoryNodeID};
+    const QString superseded = state->posted.note(announcement.content.identifier, handle, targets);
     if (!superseded.isEmpty())
         state->server->withdraw(superseded);
 }
@@ -190,7 +204,7 @@ QCoro::Task<> UserNotificationService::notify(DeploymentSnapshot deployment, Dep
     const bool isShown = !m_state->posted.handleOf(resultKey(deployment)).isEmpty();
     const auto group = isShown ? std::nullopt : m_state->bursts.add(deployment, kind, m_clock.now());
     if (!group)
-        return State::post(m_state, {deploymentNotification(deployment, kind), kind});
+        return State::post(m_state, announcementOf(deployment, kind));
     const bool isGrowth = group->count() > NotificationBursts::kAlone + 1;
     return State::post(m_state, {group->notification(), kind, isGrowth});
 }
@@ -212,6 +226,11 @@ void UserNotificationService::setWindowOpener(std::function<void(const QString &
     m_state->openWindow = std::move(openWindow);
 }
 
+void UserNotificationService::setMuting(std::function<void(const QString &repositoryNodeID)> mute)
+{
+    m_state->mute = std::move(mute);
+}
+
 void UserNotificationService::watchServer()
 {
     // m_context ends the connections before the state is destroyed.
@@ -226,22 +245,25 @@ void UserNotificationService::watchServer()
     QObject::connect(server, &NotificationServer::serverGone, &m_context, [posted] { posted->clear(); });
     QObject::connect(server, &NotificationServer::activationTokenReceived, &m_context,
         [posted](const QString &handle, const QString &token) { posted->recordActivationToken(handle, token); });
-    QObject::connect(
-        server, &NotificationServer::activated, &m_context, [this](const QString &handle) { openClicked(handle); });
+    QObject::connect(server, &NotificationServer::activated, &m_context,
+        [this](const QString &handle, NotificationAction action) { perform(action, handle); });
 }
 
-void UserNotificationService::openClicked(const QString &handle)
+void UserNotificationService::perform(NotificationAction action, const QString &handle)
 {
-    const auto click = m_state->posted.takeClick(handle);
+    const auto click = m_state->posted.takeClick(handle, action);
     if (!click)
         return;
-    if (click->url.isEmpty()) {
+    const auto &[url, repositoryNodeID] = click->targets;
+    if (action == NotificationAction::Mute) {
+        if (m_state->mute && !repositoryNodeID.isEmpty())
+            m_state->mute(repositoryNodeID);
+    } else if (url.isEmpty()) {
         if (m_state->openWindow)
             m_state->openWindow(click->activationToken);
-        return;
-    }
-    if (!click->url.isOpenable() || !m_opener.open(click->url, click->activationToken))
+    } else if (!url.isOpenable() || !m_opener.open(url, click->activationToken)) {
         qCWarning(log) << "The page of a notification could not be opened.";
+    }
 }
 
 } // namespace velmora

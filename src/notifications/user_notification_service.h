@@ -14,7 +14,8 @@
 namespace velmora
 {
 
-/// Posts one desktop notification for a deployment that failed, succeeded or waits, and opens its page on a click.
+/// Posts one desktop notification for a deployment that failed, succeeded or waits, and opens its page on a click. A
+/// button mutes its repository.
 ///
 /// Of results of one kind that come faster than three in 30 seconds, three are posted by themselves. The others are
 /// folded into one notification that grows: each replaces the one before. It counts all results of the burst, those
@@ -50,12 +51,14 @@ public:
     /// Sets what opens the window, for a click on the notification of a group; the token allows the window to take the
     /// focus, and is empty where the server sends none. Without it such a notification has no action.
     void setWindowOpener(std::function<void(const QString &activationToken)> openWindow);
+    /// Sets what mutes a repository, for the button of its notifications. Without it they have no such button.
+    void setMuting(std::function<void(const QString &repositoryNodeID)> mute);
 
 private:
     struct State;
 
     void watchServer();
-    void openClicked(const QString &handle);
+    void perform(NotificationAction action, const QString &handle);
 
     std::shared_ptr<State> m_state;
     URLOpener &m_opener;

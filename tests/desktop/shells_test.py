@@ -119,7 +119,7 @@ class Shell:
             return [title for title in session.windows.notifications() if "failed" in title]
 
         self.assertEqual(len(eventually(failures, "the notification")), 1)
-        session.windows.press_in_notification("View log")
+        session.windows.press_in_notification("Open log")
         eventually(lambda: log in [page.address for page in session.browser.opened()], "the log")
 
     def test_a_refusal_of_notifications_is_said_until_they_are_allowed_and_switched_on(self):

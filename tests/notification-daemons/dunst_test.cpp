@@ -80,9 +80,11 @@ private Q_SLOTS:
         writeFile(QStringLiteral("rule"),
             "#!/bin/sh\nenv | grep ^DUNST_ >>\"" + pathOf("seen.new") + "\"\nmv \"" + pathOf("seen.new") + "\" \""
                 + pathOf("seen") + "\"\n");
+        writeFile(QStringLiteral("menu"), "#!/bin/sh\ngrep Mute\n");
         writeFile(QStringLiteral("dunstrc"),
-            "[global]\nmarkup = full\nhistory_length = 500\nnotification_limit = 0\nstack_duplicates = false\n"
-            "format = \"%s\\n%b\"\n[everything]\nscript = "
+            "[global]\ndmenu = " + pathOf("menu")
+                + "\nmarkup = full\nhistory_length = 500\nnotification_limit = 0\nstack_duplicates = false\n"
+                  "format = \"%s\\n%b\"\n[everything]\nscript = "
                 + pathOf("rule") + "\n");
         m_daemon = std::make_unique<RunningDaemon>(QStringLiteral("dunst"),
             QStringList{QStringLiteral("-config"), m_folder->filePath(QStringLiteral("dunstrc"))});
@@ -209,6 +211,19 @@ private Q_SLOTS:
         QVERIFY(becomesTrue([&openings] { return openings > 0; }));
         drainEvents();
         QCOMPARE(openings, 1);
+        QCOMPARE(m_opener->opened, QStringList());
+    }
+
+    void theMenuOfTheNotificationMutesTheRepository()
+    {
+        QStringList muted;
+        m_service->setMuting([&muted](const QString &repositoryNodeID) { muted.append(repositoryNodeID); });
+        awaitValue(m_service->notifyFailure(failed()));
+        // The menu program of this daemon chooses the line that mutes.
+        std::ignore = callNotificationService(kCommands, QStringLiteral("ContextMenuCall"));
+        QVERIFY(becomesTrue([&muted] { return !muted.isEmpty(); }));
+        drainEvents();
+        QCOMPARE(muted, QStringList(QStringLiteral("R_web")));
         QCOMPARE(m_opener->opened, QStringList());
     }
 

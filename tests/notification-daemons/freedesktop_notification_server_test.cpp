@@ -88,7 +88,7 @@ private Q_SLOTS:
         QCOMPARE(
             notified.at(4).toString(), QStringLiteral("production:\nThe deployment did not complete successfully."));
         const QStringList actions{
-            QStringLiteral("default"), QStringLiteral("Open"), QStringLiteral("view-log"), QStringLiteral("View log")};
+            QStringLiteral("default"), QStringLiteral("Open"), QStringLiteral("view-log"), QStringLiteral("Open log")};
         QCOMPARE(notified.at(5).toStringList(), actions);
         const QVariantMap expected{{QStringLiteral("desktop-entry"), QStringLiteral("com.tarvik.Velmora")},
             {QStringLiteral("urgency"), QVariant::fromValue<uchar>(1)},
@@ -134,6 +134,27 @@ private Q_SLOTS:
         const QStringList actions{QStringLiteral("default"), QStringLiteral("Open"), QStringLiteral("view-log"),
             QStringLiteral("Open Velmora")};
         QCOMPARE(last.at(5).toStringList(), actions);
+    }
+
+    void theButtonThatMutesIsTheLastOneAndMutesOnce()
+    {
+        QStringList muted;
+        m_service->setMuting([&muted](const QString &repositoryNodeID) { muted.append(repositoryNodeID); });
+        awaitValue(m_service->notifyFailure(failed()));
+        const QStringList actions{QStringLiteral("default"), QStringLiteral("Open"), QStringLiteral("view-log"),
+            QStringLiteral("Open log"), QStringLiteral("mute"), QStringLiteral("Mute web")};
+        QCOMPARE(m_daemon->notified.at(0).at(5).toStringList(), actions);
+        m_daemon->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("unmute")});
+        m_daemon->emitSignal(QStringLiteral("ActionInvoked"), {2U, QStringLiteral("mute")});
+        m_daemon->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("mute")});
+        m_daemon->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("mute")});
+        settle();
+        QCOMPARE(muted, QStringList(QStringLiteral("R_web")));
+        QCOMPARE(m_opener->opened, QStringList());
+        m_daemon->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+        m_daemon->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("view-log")});
+        settle();
+        QCOMPARE(m_opener->opened.size(), 1);
     }
 
     void theTokenOfAGroupGoesToTheWindow()

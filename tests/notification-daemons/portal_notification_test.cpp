@@ -65,7 +65,7 @@ private Q_SLOTS:
         QCOMPARE(sent.currentSignature(), QStringLiteral("aa{sv}"));
         const auto buttons = qdbus_cast<QList<QVariantMap>>(sent);
         const QVariantMap expected{
-            {QStringLiteral("label"), QStringLiteral("View log")}, {QStringLiteral("action"), QStringLiteral("open")}};
+            {QStringLiteral("label"), QStringLiteral("Open log")}, {QStringLiteral("action"), QStringLiteral("open")}};
         QCOMPARE(buttons, QList<QVariantMap>{expected});
     }
 
@@ -118,6 +118,26 @@ private Q_SLOTS:
         QVERIFY(waitUntil([this] { return !m_opener->opened.isEmpty(); }));
         awaitValue(m_service->notifyFailure(failed()));
         QCOMPARE(m_opener->opened, QStringList{kPage});
+    }
+
+    void theSecondButtonMutesTheRepositoryOnce()
+    {
+        QStringList muted;
+        m_service->setMuting([&muted](const QString &repositoryNodeID) { muted.append(repositoryNodeID); });
+        awaitValue(m_service->notifyFailure(failed()));
+        const auto sent = m_portal->added.at(0).properties.value(QStringLiteral("buttons")).value<QDBusArgument>();
+        const auto buttons = qdbus_cast<QList<QVariantMap>>(sent);
+        QCOMPARE(buttons.size(), 2);
+        const QVariantMap expected{
+            {QStringLiteral("label"), QStringLiteral("Mute web")}, {QStringLiteral("action"), QStringLiteral("mute")}};
+        QCOMPARE(buttons.at(1), expected);
+        const QString name = m_portal->added.at(0).name;
+        m_portal->activate(name, QStringLiteral("mute"), {});
+        m_portal->activate(name, QStringLiteral("mute"), {});
+        QVERIFY(waitUntil([&muted] { return !muted.isEmpty(); }));
+        awaitValue(m_service->notifyFailure(failed()));
+        QCOMPARE(muted, QStringList(QStringLiteral("R_web")));
+        QCOMPARE(m_opener->opened, QStringList());
     }
 
     void theTokenOfNewerPortalsGoesToTheBrowser()

@@ -205,7 +205,7 @@ private Q_SLOTS:
         const LogEntry entry = receivedNotifications(1).value(0);
         QCOMPARE(entry.value("action-id-0"), QStringLiteral("default"));
         QCOMPARE(entry.value("action-id-1"), QStringLiteral("view-log"));
-        QCOMPARE(entry.value("action-label-1"), QStringLiteral("View log"));
+        QCOMPARE(entry.value("action-label-1"), QStringLiteral("Open log"));
         QCOMPARE(entry.value("app_name"), QStringLiteral("com.tarvik.Velmora"));
     }
 
@@ -228,6 +228,23 @@ private Q_SLOTS:
         QVERIFY(becomesTrue([] { return windows().isEmpty(); }));
         drainEvents();
         QCOMPARE(m_opener->opened, QStringList{QStringLiteral("https://github.com/acme/web/deployments")});
+    }
+
+    void aClickOnTheLastButtonMutesTheRepository()
+    {
+        QStringList muted;
+        m_service->setMuting([&muted](const QString &repositoryNodeID) { muted.append(repositoryNodeID); });
+        awaitValue(m_service->notifyFailure(failed()));
+        const LogEntry entry = receivedNotifications(1).value(0);
+        QCOMPARE(entry.value("action-id-2"), QStringLiteral("mute"));
+        QCOMPARE(entry.value("action-label-2"), QStringLiteral("Mute web"));
+        QVERIFY(becomesTrue([] { return windows().size() == 1; }));
+        click(buttonOf(windows().constFirst()));
+        QVERIFY(becomesTrue([&muted] { return !muted.isEmpty(); }));
+        QVERIFY(becomesTrue([] { return windows().isEmpty(); }));
+        drainEvents();
+        QCOMPARE(muted, QStringList(QStringLiteral("R_web")));
+        QCOMPARE(m_opener->opened, QStringList());
     }
 
     void aBurstIsThreeNotificationsAndOneThatGrows()

@@ -72,6 +72,30 @@ private Q_SLOTS:
         QCOMPARE(lines.at(1).size(), 500);
     }
 
+    void theButtonNamesTheRepositoryWithoutItsOwner_data()
+    {
+        QTest::addColumn<QString>("repository");
+        QTest::addColumn<QString>("label");
+        QTest::newRow("ordinary") << QStringLiteral("acme/web") << QStringLiteral("Mute web");
+        QTest::newRow("without an owner") << QStringLiteral("web") << QStringLiteral("Mute web");
+        QTest::newRow("lines") << QStringLiteral("acme/a\nb") << QStringLiteral("Mute a b");
+    }
+    void theButtonNamesTheRepositoryWithoutItsOwner()
+    {
+        QFETCH(QString, repository);
+        QFETCH(QString, label);
+        DeploymentSnapshot deployment;
+        deployment.repositoryName = repository;
+        QCOMPARE(muteText(deployment), label);
+    }
+
+    void theButtonHasALength()
+    {
+        DeploymentSnapshot deployment;
+        deployment.repositoryName = QStringLiteral("acme/") + QStringLiteral("x").repeated(100);
+        QCOMPARE(muteText(deployment).size(), 35);
+    }
+
     void theLengthIsThatOfTheTextAsItIsShown()
     {
         const auto given = notification({}, {}, QStringLiteral("&").repeated(500));

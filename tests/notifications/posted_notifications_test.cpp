@@ -14,8 +14,10 @@ const QString kFirst = QStringLiteral("D1:failure");
 const QString kSecond = QStringLiteral("D2:failure");
 const QString kHandle = QStringLiteral("7");
 const QString kOtherHandle = QStringLiteral("8");
-const WebAddress kPage(QStringLiteral("https://example.com/1"));
-const WebAddress kOtherPage(QStringLiteral("https://example.com/2"));
+const PostedNotifications::Targets kPage{WebAddress(QStringLiteral("https://example.com/1")), QStringLiteral("R_web")};
+const PostedNotifications::Targets kOtherPage{
+    WebAddress(QStringLiteral("https://example.com/2")), QStringLiteral("R_api")};
+constexpr auto kOpen = NotificationAction::Open;
 
 } // namespace
 
@@ -39,7 +41,20 @@ private Q_SLOTS:
         posted.note(kFirst, kHandle, kPage);
         QCOMPARE(posted.note(kFirst, kHandle, kOtherPage), QString());
         QCOMPARE(posted.count(), 1);
-        QCOMPARE(posted.takeClick(kHandle)->url, kOtherPage);
+        QCOMPARE(posted.takeClick(kHandle, kOpen)->targets, kOtherPage);
+    }
+
+    void eachActionIsTakenOnceForARevision()
+    {
+        PostedNotifications posted;
+        posted.note(kFirst, kHandle, kPage);
+        QCOMPARE(posted.takeClick(kHandle, NotificationAction::Mute)->targets, kPage);
+        QVERIFY(!posted.takeClick(kHandle, NotificationAction::Mute));
+        QVERIFY(posted.takeClick(kHandle, kOpen));
+        QVERIFY(!posted.takeClick(kHandle, kOpen));
+        QVERIFY(!posted.takeClick(kHandle, NotificationAction::Mute));
+        posted.note(kFirst, kHandle, kPage);
+        QVERIFY(posted.takeClick(kHandle, NotificationAction::Mute));
     }
 
     void aSecondHandleForTheSameIdentifierSupersedesTheFirst()
@@ -48,7 +63,7 @@ private Q_SLOTS:
         posted.note(kFirst, kHandle, kPage);
         QCOMPARE(posted.note(kFirst, kOtherHandle, kPage), kHandle);
         QCOMPARE(posted.handleOf(kFirst), kOtherHandle);
-        QVERIFY(!posted.takeClick(kHandle));
+        QVERIFY(!posted.takeClick(kHandle, kOpen));
     }
 
     void aHandleThatTheServerUsesAgainBelongsToTheLaterIdentifier()
@@ -57,18 +72,18 @@ private Q_SLOTS:
         posted.note(kFirst, kHandle, kPage);
         QCOMPARE(posted.note(kSecond, kHandle, kOtherPage), QString());
         QCOMPARE(posted.handleOf(kFirst), QString());
-        QCOMPARE(posted.takeClick(kHandle)->url, kOtherPage);
+        QCOMPARE(posted.takeClick(kHandle, kOpen)->targets, kOtherPage);
     }
 
     void oneRevisionIsClickedOnce()
     {
         PostedNotifications posted;
         posted.note(kFirst, kHandle, kPage);
-        const PostedNotifications::Click expected{.url = kPage, .activationToken = {}};
-        QCOMPARE(posted.takeClick(kHandle), expected);
-        QVERIFY(!posted.takeClick(kHandle));
+        const PostedNotifications::Click expected{.targets = kPage, .activationToken = {}};
+        QCOMPARE(posted.takeClick(kHandle, kOpen), expected);
+        QVERIFY(!posted.takeClick(kHandle, kOpen));
         posted.note(kFirst, kHandle, kPage);
-        QCOMPARE(posted.takeClick(kHandle), expected);
+        QCOMPARE(posted.takeClick(kHandle, kOpen), expected);
     }
 
     void anActivationTokenGoesWithTheNextClickOfItsNotification()
@@ -79,8 +94,8 @@ private Q_SLOTS:
         posted.recordActivationToken(kHandle, QStringLiteral("old"));
         posted.recordActivationToken(kHandle, QStringLiteral("token"));
         posted.recordActivationToken(QStringLiteral("99"), QStringLiteral("foreign"));
-        QCOMPARE(posted.takeClick(kOtherHandle)->activationToken, QString());
-        QCOMPARE(posted.takeClick(kHandle)->activationToken, QStringLiteral("token"));
+        QCOMPARE(posted.takeClick(kOtherHandle, kOpen)->activationToken, QString());
+        QCOMPARE(posted.takeClick(kHandle, kOpen)->activationToken, QStringLiteral("token"));
     }
 
     void anActivationTokenIsNotKeptForTheNextRevision()
@@ -89,7 +104,7 @@ private Q_SLOTS:
         posted.note(kFirst, kHandle, kPage);
         posted.recordActivationToken(kHandle, QStringLiteral("token"));
         posted.note(kFirst, kHandle, kPage);
-        QCOMPARE(posted.takeClick(kHandle)->activationToken, QString());
+        QCOMPARE(posted.takeClick(kHandle, kOpen)->activationToken, QString());
     }
 
     void whatIsForgottenIsNeitherReplacedNorClicked()
@@ -99,7 +114,7 @@ private Q_SLOTS:
         posted.note(kSecond, kOtherHandle, kPage);
         posted.forget(kHandle);
         QCOMPARE(posted.handleOf(kFirst), QString());
-        QVERIFY(!posted.takeClick(kHandle));
+        QVERIFY(!posted.takeClick(kHandle, kOpen));
         QCOMPARE(posted.handleOf(kSecond), kOtherHandle);
         posted.clear();
         QCOMPARE(posted.count(), 0);

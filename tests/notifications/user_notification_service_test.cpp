@@ -51,6 +51,7 @@ private Q_SLOTS:
         m_service = std::make_unique<UserNotificationService>(m_server, m_permission, *m_opener, m_clock);
         m_failures = 0;
         m_windowTokens.clear();
+        m_muted.clear();
     }
 
     void aFailureIsPostedWithItsTextsAndHints()
@@ -64,7 +65,8 @@ private Q_SLOTS:
             .body = QStringLiteral("production:\nThe deployment did not complete successfully."),
             .urgency = NotificationUrgency::Normal,
             .category = QStringLiteral("transfer.error"),
-            .openLabel = QStringLiteral("View log"),
+            .openLabel = QStringLiteral("Open log"),
+            .muteLabel = {},
             .playsSound = false,
             .suppressesSound = false,
         };
@@ -189,9 +191,9 @@ private Q_SLOTS:
         firstGate.resolve();
         QVERIFY(first->isDone);
         QCOMPARE(m_server->withdrawn, QStringList{QStringLiteral("1")});
-        Q_EMIT m_server->activated(QStringLiteral("1"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
         QCOMPARE(m_opener->opened, QStringList());
-        Q_EMIT m_server->activated(QStringLiteral("2"));
+        Q_EMIT m_server->activated(QStringLiteral("2"), NotificationAction::Open);
         QCOMPARE(m_opener->opened, QStringList{kDeploymentsPage});
     }
 
@@ -245,21 +247,21 @@ private Q_SLOTS:
     {
         awaitValue(m_service->notifyFailure(failedWithLog("https://ci.example/1")));
         awaitValue(m_service->notifyFailure(failed(QStringLiteral("D2"))));
-        Q_EMIT m_server->activated(QStringLiteral("1"));
-        Q_EMIT m_server->activated(QStringLiteral("1"));
-        Q_EMIT m_server->activated(QStringLiteral("1"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
         QCOMPARE(m_opener->opened, QStringList{QStringLiteral("https://ci.example/1")});
-        Q_EMIT m_server->activated(QStringLiteral("2"));
+        Q_EMIT m_server->activated(QStringLiteral("2"), NotificationAction::Open);
         QCOMPARE(m_opener->opened.value(1), kDeploymentsPage);
     }
 
     void aReplacementCanBeClickedAgainAndOpensItsOwnPage()
     {
         awaitValue(m_service->notifyFailure(failedWithLog("https://ci.example/1")));
-        Q_EMIT m_server->activated(QStringLiteral("1"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
         awaitValue(m_service->notifyFailure(failedWithLog("https://ci.example/2")));
-        Q_EMIT m_server->activated(QStringLiteral("1"));
-        Q_EMIT m_server->activated(QStringLiteral("1"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
         const QStringList expected{QStringLiteral("https://ci.example/1"), QStringLiteral("https://ci.example/2")};
         QCOMPARE(m_opener->opened, expected);
     }
@@ -267,7 +269,7 @@ private Q_SLOTS:
     void aClickOnTheNotificationOfAnotherProgramOpensNothing()
     {
         awaitValue(m_service->notifyFailure(failed()));
-        Q_EMIT m_server->activated(QStringLiteral("2"));
+        Q_EMIT m_server->activated(QStringLiteral("2"), NotificationAction::Open);
         QCOMPARE(m_opener->opened, QStringList());
     }
 
@@ -275,7 +277,7 @@ private Q_SLOTS:
     {
         awaitValue(m_service->notifyFailure(failed()));
         Q_EMIT m_server->activationTokenReceived(QStringLiteral("1"), QStringLiteral("token"));
-        Q_EMIT m_server->activated(QStringLiteral("1"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
         QCOMPARE(m_opener->opened, QStringList{kDeploymentsPage + QStringLiteral(" token")});
     }
 
@@ -296,8 +298,8 @@ private Q_SLOTS:
         auto deployment = failed();
         deployment.logURL = WebAddress(address);
         awaitValue(m_service->notifyFailure(deployment));
-        QCOMPARE(m_server->requests.at(0).openLabel, QStringLiteral("View log"));
-        Q_EMIT m_server->activated(QStringLiteral("1"));
+        QCOMPARE(m_server->requests.at(0).openLabel, QStringLiteral("Open log"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
         QCOMPARE(m_opener->opened, QStringList{kDeploymentsPage});
     }
 
@@ -308,7 +310,7 @@ private Q_SLOTS:
         deployment.repositoryURL = WebAddress(QStringLiteral("ssh://host/x"));
         awaitValue(m_service->notifyFailure(deployment));
         QCOMPARE(m_server->requests.at(0).openLabel, QString());
-        Q_EMIT m_server->activated(QStringLiteral("1"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
         QCOMPARE(m_opener->opened, QStringList());
     }
 
@@ -316,7 +318,7 @@ private Q_SLOTS:
     {
         awaitValue(m_service->notifyFailure(failed()));
         m_opener->works = false;
-        Q_EMIT m_server->activated(QStringLiteral("1"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
         QCOMPARE(m_opener->opened.size(), 1);
         awaitValue(m_service->notifyFailure(failed()));
         QCOMPARE(m_server->requests.at(1).replacedHandle, QStringLiteral("1"));
@@ -363,11 +365,11 @@ private Q_SLOTS:
         failMany(4);
         QCOMPARE(m_server->requests.constLast().openLabel, QStringLiteral("Open Velmora"));
         Q_EMIT m_server->activationTokenReceived(QStringLiteral("4"), QStringLiteral("token"));
-        Q_EMIT m_server->activated(QStringLiteral("4"));
-        Q_EMIT m_server->activated(QStringLiteral("4"));
+        Q_EMIT m_server->activated(QStringLiteral("4"), NotificationAction::Open);
+        Q_EMIT m_server->activated(QStringLiteral("4"), NotificationAction::Open);
         QCOMPARE(m_windowTokens, QStringList{QStringLiteral("token")});
         failMany(1);
-        Q_EMIT m_server->activated(QStringLiteral("4"));
+        Q_EMIT m_server->activated(QStringLiteral("4"), NotificationAction::Open);
         const QStringList expected{QStringLiteral("token"), QString()};
         QCOMPARE(m_windowTokens, expected);
         QCOMPARE(m_opener->opened, QStringList());
@@ -377,7 +379,7 @@ private Q_SLOTS:
     {
         failMany(4);
         QCOMPARE(m_server->requests.constLast().openLabel, QString());
-        Q_EMIT m_server->activated(QStringLiteral("4"));
+        Q_EMIT m_server->activated(QStringLiteral("4"), NotificationAction::Open);
         followWindow();
         m_server->able.hasActions = false;
         failMany(1);
@@ -478,7 +480,7 @@ private Q_SLOTS:
         QCOMPARE(request.body, QStringLiteral("acme/web and 1 more"));
         QCOMPARE(request.category, QStringLiteral("transfer.complete"));
         QVERIFY(request.playsSound);
-        Q_EMIT m_server->activated(QStringLiteral("1"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
         QCOMPARE(m_windowTokens.size(), 1);
         for (int i = 0; i < 3; ++i)
             awaitValue(m_service->notifySuccess(succeeded(QStringLiteral("S%1").arg(i))));
@@ -492,8 +494,65 @@ private Q_SLOTS:
         awaitValue(m_service->notifyGroup({SharedDeployment(failed())}, DeploymentNotificationKind::Failure));
         QCOMPARE(m_server->requests.size(), 1);
         QCOMPARE(m_server->requests.constFirst().summary, QStringLiteral("acme/web failed"));
-        Q_EMIT m_server->activated(QStringLiteral("1"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
         QCOMPARE(m_opener->opened, QStringList{kDeploymentsPage});
+    }
+
+    void aButtonMutesTheRepositoryOnce()
+    {
+        followMuting();
+        awaitValue(m_service->notifyFailure(failed()));
+        QCOMPARE(m_server->requests.constLast().muteLabel, QStringLiteral("Mute web"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Mute);
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Mute);
+        QCOMPARE(m_muted, QStringList(QStringLiteral("R_web")));
+        QCOMPARE(m_opener->opened, QStringList());
+    }
+
+    void aRepeatedClickAfterMutingOpensThePageOnce()
+    {
+        followMuting();
+        awaitValue(m_service->notifyFailure(failed()));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Mute);
+        for (int i = 0; i < 3; ++i)
+            Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Mute);
+        QCOMPARE(m_opener->opened, QStringList{kDeploymentsPage});
+        QCOMPARE(m_muted.size(), 1);
+    }
+
+    void thereIsNoButtonThatMutesWithoutMutingOrOnAServerWithoutActions()
+    {
+        awaitValue(m_service->notifyFailure(failed()));
+        QCOMPARE(m_server->requests.constLast().muteLabel, QString());
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Mute);
+        followMuting();
+        m_server->able.hasActions = false;
+        awaitValue(m_service->notifyFailure(failed()));
+        QCOMPARE(m_server->requests.constLast().muteLabel, QString());
+        QCOMPARE(m_muted, QStringList());
+    }
+
+    void aGroupMutesNothing()
+    {
+        followMuting();
+        followWindow();
+        failMany(4);
+        QCOMPARE(m_server->requests.constLast().muteLabel, QString());
+        Q_EMIT m_server->activated(QStringLiteral("4"), NotificationAction::Mute);
+        QCOMPARE(m_muted, QStringList());
+        Q_EMIT m_server->activated(QStringLiteral("3"), NotificationAction::Mute);
+        QCOMPARE(m_muted, QStringList(QStringLiteral("R_web")));
+    }
+
+    void whereNoPageCanBeOpenedTheRepositoryCanStillBeMuted()
+    {
+        followMuting();
+        auto deployment = failed();
+        deployment.repositoryURL = WebAddress(QStringLiteral("ssh://host/x"));
+        awaitValue(m_service->notifyFailure(deployment));
+        QCOMPARE(m_server->requests.constLast().openLabel, QString());
+        QCOMPARE(m_server->requests.constLast().muteLabel, QStringLiteral("Mute web"));
     }
 
     void theSwitchOfTheDesktopIsTheAnswer()
@@ -593,7 +652,7 @@ private Q_SLOTS:
         awaitValue(m_service->notifyFailure(failed()));
         m_service.reset();
         Q_EMIT m_server->activationTokenReceived(QStringLiteral("1"), QStringLiteral("token"));
-        Q_EMIT m_server->activated(QStringLiteral("1"));
+        Q_EMIT m_server->activated(QStringLiteral("1"), NotificationAction::Open);
         Q_EMIT m_server->closed(QStringLiteral("1"), NotificationCloseReason::Dismissed);
         Q_EMIT m_server->serverGone();
         QCOMPARE(m_opener->opened, QStringList());
@@ -619,6 +678,11 @@ private:
         }
     }
 
+    void followMuting()
+    {
+        m_service->setMuting([this](const QString &repositoryNodeID) { m_muted.append(repositoryNodeID); });
+    }
+
     void followWindow()
     {
         m_service->setWindowOpener([this](const QString &activationToken) { m_windowTokens.append(activationToken); });
@@ -629,6 +693,7 @@ private:
     std::unique_ptr<FakeURLOpener> m_opener;
     FakeClock m_clock;
     int m_failures = 0;
+    QStringList m_muted; ///< the repositories, each time
     QStringList m_windowTokens; ///< of each time that the window was opened
     std::unique_ptr<UserNotificationService> m_service;
 };
