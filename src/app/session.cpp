@@ -50,6 +50,11 @@ void Session::createStores()
     reportProblems(&app.monitor().environments(), *m_context);
     if (m_demo)
         Demo::fillPreferences(&app.files().preferences);
+    if (m_desktopNotifications) {
+        m_desktopNotifications->setMuting([&app](const QString &repositoryNodeID) {
+            app.monitor().announcements().muted().mute(repositoryNodeID);
+        });
+    }
     createControl();
 }
 

@@ -2,11 +2,12 @@
 # SPDX-License-Identifier: MIT
 """Notifications of results, as each daemon shows them."""
 
+import json
 import subprocess
 import unittest
 
 from headless import eventually
-from velmora import Simulator, VelmoraTest
+from velmora import PROGRAM, Simulator, VelmoraTest
 
 _REPOSITORY = "user-1/repository-0001"
 _SERVICE = ("org.freedesktop.Notifications", "/org/freedesktop/Notifications")
@@ -46,12 +47,12 @@ class NewsTest(VelmoraTest):
     def close_notification(self, number):
         self.desktop.bus.call(*_SERVICE, _SERVICE[0], "CloseNotification", "(u)", number)
 
-    def activate(self, daemon):
-        """Has the daemon activate its only notification, as a click does."""
+    def activate(self, daemon, action="default"):
+        """Has the daemon activate its only notification, as a click does, or by another action."""
         if daemon == "dunst":
             self.desktop.bus.call(*_SERVICE, "org.dunstproject.cmd0", "NotificationAction", "(u)", 0)
         else:
-            subprocess.run(["makoctl", "invoke"], env=self.desktop.environment, check=True, timeout=60)
+            subprocess.run(["makoctl", "invoke", action], env=self.desktop.environment, check=True, timeout=60)
 
     def expect_burst(self):
         """Waits for a burst of nine; returns the number of the notification that grew."""
@@ -70,6 +71,23 @@ class NewsTest(VelmoraTest):
         self.assertEqual([one.replaces for one in posted[4:]], [group] * 5)
         self.assertNotEqual(group, 0)
         return group
+
+    def test_a_button_mutes_the_repository(self):
+        self.start_velmora("wayland", "mako")
+        (deployment,) = self.deploy(1)
+        self.close_window()
+        self.end_in_failure([deployment])
+        (posted,) = eventually(self.desktop.posted.posted, "the notification")
+        self.assertEqual(posted.actions[-2:], ("mute", "Mute repository-0001"))
+        opened = self.desktop.browser.opened()
+        self.activate("mako", "mute")
+        eventually(self.is_muted, "the repository to be muted")
+        self.assertEqual(self.desktop.browser.opened(), opened)
+        self.assertFalse(self.velmora.is_open())
+
+    def is_muted(self):
+        listing = self.desktop.start("velmora-list", [PROGRAM, "repositories", "--json"], self.github.environment)
+        return listing.wait() == 0 and json.loads(listing.output())[0].get("muted", False)
 
     def test_a_burst_is_three_notifications_and_one_that_grows_and_opens_the_window(self):
         for windowing, daemon in (("x11", "dunst"), ("x11", "xfce"), ("wayland", "mako")):

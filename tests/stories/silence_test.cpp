@@ -38,6 +38,30 @@ private Q_SLOTS:
         QCOMPARE(story.desktop.notifications(), (QStringList{u"octo/api failed"_s, u"octo/web failed"_s}));
     }
 
+    void theButtonOfANotificationMutesItsRepository()
+    {
+        Story story;
+        twoRepositoriesAreWatched(story);
+        fails(story, u"octo/web"_s);
+        auto &server = *story.desktop.notificationServer;
+        const QStringList opened = story.desktop.browser.opened;
+        QCOMPARE(server.requests.constLast().muteLabel, u"Mute web"_s);
+        for (int i = 0; i < 2; ++i)
+            Q_EMIT server.activated(u"1"_s, NotificationAction::Mute);
+        story.program.comesToRest();
+        QCOMPARE(story.desktop.browser.opened, opened);
+        fails(story, u"octo/web"_s);
+        fails(story, u"octo/api"_s);
+        QCOMPARE(story.desktop.notifications(), (QStringList{u"octo/web failed"_s, u"octo/api failed"_s}));
+        // The log of the first can still be opened, once.
+        for (int i = 0; i < 2; ++i)
+            Q_EMIT server.activated(u"1"_s, NotificationAction::Open);
+        QCOMPARE(story.desktop.browser.opened.size(), opened.size() + 1);
+        story.program.restarts();
+        fails(story, u"octo/web"_s);
+        QCOMPARE(story.desktop.notifications().size(), 2);
+    }
+
     void aMutingEndsByItselfAndIsForgotten()
     {
         Story story;

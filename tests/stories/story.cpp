@@ -54,6 +54,8 @@ void StoryProgram::starts()
 {
     m_app = std::make_unique<VelmoraApp>(environment(&m_desktop->notifier));
     m_control = std::make_unique<LocalControl>(m_app->stores(), m_app->ports());
+    m_desktop->notifier.setMuting(
+        [this](const QString &repositoryNodeID) { m_app->monitor().announcements().muted().mute(repositoryNodeID); });
     m_app->monitor().start(&m_app->authentication(), &m_app->installations());
     awaitValue(m_app->settings().prepareNotifications());
     comesToRest();
@@ -69,6 +71,7 @@ void StoryProgram::runsOnce()
 
 void StoryProgram::ends()
 {
+    m_desktop->notifier.setMuting({});
     m_control.reset();
     m_app.reset();
     // Work under way ends in the event loop.
