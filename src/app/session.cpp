@@ -51,9 +51,8 @@ void Session::createStores()
     if (m_demo)
         Demo::fillPreferences(&app.files().preferences);
     if (m_desktopNotifications) {
-        m_desktopNotifications->setMuting([&app](const QString &repositoryNodeID) {
-            app.monitor().announcements().muted().mute(repositoryNodeID);
-        });
+        m_desktopNotifications->setMuting(
+            [&app](const QString &repositoryNodeID) { app.monitor().announcements().muted().mute(repositoryNodeID); });
     }
     createControl();
 }
