@@ -77,12 +77,14 @@ void TwoLineRow::paint(QPainter *painter, const QString &name, const QString &de
     paintText(painter, m_option, m_details, details, Qt::ElideRight);
 }
 
-void TwoLineRow::showToolTip(
-    const QHelpEvent &event, QWidget *view, const QString &name, const QString &otherwise) const
+void TwoLineRow::showToolTip(const QHelpEvent &event, QWidget *view, const QString &name) const
 {
     const bool isCut = QFontMetrics(nameFont(m_option)).horizontalAdvance(name) > m_name.width();
-    const QString text = isCut ? name : otherwise;
-    // Converted to rich text, so that markup in the name is not interpreted.
+    showPlainToolTip(event, view, isCut ? name : QString());
+}
+
+void showPlainToolTip(const QHelpEvent &event, QWidget *view, const QString &text)
+{
     QToolTip::showText(
         event.globalPos(), text.isEmpty() ? QString() : Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal), view);
 }

@@ -23,9 +23,8 @@ public:
     [[nodiscard]] const QRect &control() const { return m_control; }
     /// Paints the light behind a row under the mouse or with the focus, and both texts. The details may be empty.
     void paint(QPainter *painter, const QString &name, const QString &details) const;
-    /// Shows the name as a tooltip where the row cuts it, or else `otherwise`, and hides the last one where that is
-    /// empty.
-    void showToolTip(const QHelpEvent &event, QWidget *view, const QString &name, const QString &otherwise = {}) const;
+    /// Shows the name as a tooltip where the row cuts it, and none where it does not.
+    void showToolTip(const QHelpEvent &event, QWidget *view, const QString &name) const;
 
 private:
     QStyleOptionViewItem m_option;
@@ -33,5 +32,8 @@ private:
     QRect m_details;
     QRect m_control;
 };
+
+/// Shows the text as a tooltip, and none if it is empty. Markup in it is not interpreted.
+void showPlainToolTip(const QHelpEvent &event, QWidget *view, const QString &text);
 
 } // namespace velmora

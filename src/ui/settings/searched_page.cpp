@@ -36,16 +36,19 @@ QWidget *makeResults(QWidget *list)
 
 } // namespace
 
-SearchedPage::SearchedPage(
-    const Heading &heading, SearchedListView *list, const QList<QWidget *> &controls, QWidget *button, QWidget *parent)
+SearchedPage::SearchedPage(const Heading &heading, QWidget *parent)
     : QWidget(parent)
+    , m_heading(heading)
     , m_search(new SearchField(heading.search))
-    , m_list(list)
     , m_area(new QStackedWidget)
     , m_noResults(new EmptyStateView({QStringLiteral("magnifyingglass"), QString(), QString()}))
-    , m_results(makeResults(list))
 {
-    m_list->setAccessibleName(heading.title);
+}
+
+void SearchedPage::compose(SearchedListView *list, const QList<QWidget *> &controls, QWidget *button)
+{
+    list->setAccessibleName(m_heading.title);
+    m_results = makeResults(list);
     for (QWidget *content : {m_results, static_cast<QWidget *>(m_noResults)})
         m_area->addWidget(content);
     m_area->setMinimumHeight(kLeastArea);
@@ -59,7 +62,7 @@ SearchedPage::SearchedPage(
     m_layout = new QVBoxLayout(content);
     m_layout->setContentsMargins(kPadding, kPadding, kPadding, kPadding);
     m_layout->setSpacing(kSpacing);
-    m_layout->addWidget(new SettingsHeader(heading.title, heading.subtitle, button));
+    m_layout->addWidget(new SettingsHeader(m_heading.title, m_heading.subtitle, button));
     m_layout->addLayout(row);
     m_layout->addWidget(m_area, 1);
 
@@ -69,13 +72,13 @@ SearchedPage::SearchedPage(
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(page);
     setFocusProxy(m_search);
-    connectKeys();
+    connectKeys(list);
 }
 
-void SearchedPage::connectKeys()
+void SearchedPage::connectKeys(SearchedListView *list)
 {
-    connect(m_search, &SearchField::leftAtBottom, m_list, &SearchedListView::focusRow);
-    connect(m_list, &SearchedListView::leftAtTop, this, [this] { m_search->setFocus(Qt::OtherFocusReason); });
+    connect(m_search, &SearchField::leftAtBottom, list, &SearchedListView::focusRow);
+    connect(list, &SearchedListView::leftAtTop, this, [this] { m_search->setFocus(Qt::OtherFocusReason); });
     auto *find = new QShortcut(QKeySequence::Find, this);
     find->setContext(Qt::WidgetWithChildrenShortcut);
     connect(find, &QShortcut::activated, m_search, [this] {
@@ -97,10 +100,13 @@ void SearchedPage::showNothing(const QString &nothing, const QString &nothingHel
     m_area->setCurrentWidget(m_noResults);
 }
 
+void SearchedPage::addInstead(QWidget *content)
+{
+    m_area->addWidget(content);
+}
+
 void SearchedPage::showInstead(QWidget *content)
 {
-    if (m_area->indexOf(content) < 0)
-        m_area->addWidget(content);
     m_area->setCurrentWidget(content);
 }
 

@@ -26,16 +26,19 @@ protected:
         QString search;
     };
 
-    /// Takes ownership of the list and of the controls beside the field. `button`, if any, stands in the header.
-    SearchedPage(const Heading &heading, SearchedListView *list, const QList<QWidget *> &controls, QWidget *button,
-        QWidget *parent = nullptr);
+    explicit SearchedPage(const Heading &heading, QWidget *parent = nullptr);
 
+    /// Lays the page out, once, before all that follows. Takes ownership of the list and of the controls beside the
+    /// field. `button`, if any, stands in the header.
+    void compose(SearchedListView *list, const QList<QWidget *> &controls, QWidget *button = nullptr);
     [[nodiscard]] SearchField *search() const { return m_search; }
     /// Shows the list.
     void showList();
     /// Shows in place of the list that there is none: for the text in the field, or `nothing` while that is empty.
     void showNothing(const QString &nothing, const QString &nothingHelp);
-    /// Shows this in place of the list. Takes ownership.
+    /// Adds what can stand in place of the list. Takes ownership.
+    void addInstead(QWidget *content);
+    /// Shows in place of the list what was added for that.
     void showInstead(QWidget *content);
     /// Adds this below the list. Takes ownership.
     void addBelow(QWidget *widget);
@@ -43,13 +46,13 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
-    void connectKeys();
+    void connectKeys(SearchedListView *list);
 
+    Heading m_heading;
     SearchField *m_search;
-    SearchedListView *m_list;
     QStackedWidget *m_area;
     EmptyStateView *m_noResults;
-    QWidget *m_results;
+    QWidget *m_results = nullptr; ///< the list
     QVBoxLayout *m_layout = nullptr;
 };
 

@@ -15,20 +15,12 @@ namespace velmora
 using Texts = EnvironmentsSettingsTexts;
 
 EnvironmentsSettingsView::EnvironmentsSettingsView(Environments *environments, QWidget *parent)
-    : EnvironmentsSettingsView(
-        environments, new EnvironmentListModel(environments), new SwitchControl(Texts::onlyProduction()), parent)
-{
-}
-
-EnvironmentsSettingsView::EnvironmentsSettingsView(
-    Environments *environments, EnvironmentListModel *model, SwitchControl *onlyProduction, QWidget *parent)
-    : SearchedPage({Texts::title(), Texts::subtitle(), Texts::search()}, new EnvironmentListView(model),
-        {onlyProduction}, nullptr, parent)
+    : SearchedPage({Texts::title(), Texts::subtitle(), Texts::search()}, parent)
     , m_environments(environments)
-    , m_model(model)
-    , m_onlyProduction(onlyProduction)
+    , m_model(new EnvironmentListModel(environments, this))
+    , m_onlyProduction(new SwitchControl(Texts::onlyProduction()))
 {
-    m_model->setParent(this);
+    compose(new EnvironmentListView(m_model), {m_onlyProduction});
     auto *help = new TextLabel(TextSize::Caption, TextLabel::Overflow::Wrap);
     help->setTone(Tone::Secondary);
     help->setText(Texts::onlyProductionHelp());

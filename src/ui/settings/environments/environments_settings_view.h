@@ -22,9 +22,6 @@ public:
     explicit EnvironmentsSettingsView(Environments *environments, QWidget *parent = nullptr);
 
 private:
-    EnvironmentsSettingsView(
-        Environments *environments, EnvironmentListModel *model, SwitchControl *onlyProduction, QWidget *parent);
-
     void follow();
 
     Environments *m_environments;

@@ -42,12 +42,6 @@ void RepositoryListModel::setSearch(const QString &text)
     endResetModel();
 }
 
-int RepositoryListModel::rowOf(const QString &nodeID) const
-{
-    const auto row = std::ranges::find(m_rows, nodeID, &Row::nodeID);
-    return row == m_rows.end() ? -1 : static_cast<int>(row - m_rows.begin());
-}
-
 int RepositoryListModel::rowCount(const QModelIndex &parent) const
 {
     return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
@@ -121,25 +115,10 @@ Qt::ItemFlags RepositoryListModel::flags(const QModelIndex &index) const
 void RepositoryListModel::followStores()
 {
     Rows next = found();
-    if (!std::ranges::equal(m_rows, next, {}, &Row::nodeID, &Row::nodeID))
-        replaceRows([&] { m_rows = std::move(next); });
+    if (std::ranges::equal(m_rows, next, {}, &Row::nodeID, &Row::nodeID))
+        takeOver(m_rows, next);
     else
-        showChanges(next);
-}
-
-/// Takes over rows that are in the places of the present ones.
-void RepositoryListModel::showChanges(const Rows &next)
-{
-    const auto size = m_rows.size();
-    for (std::size_t i = 0; i < size; ++i) {
-        const std::size_t first = i;
-        while (i < size && m_rows[i] != next[i]) {
-            m_rows[i] = next[i];
-            ++i;
-        }
-        if (i > first)
-            Q_EMIT dataChanged(index(static_cast<int>(first)), index(static_cast<int>(i - 1)));
-    }
+        replaceRows([&] { m_rows = std::move(next); });
 }
 
 } // namespace velmora

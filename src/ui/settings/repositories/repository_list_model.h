@@ -37,8 +37,6 @@ public:
     /// Shows the repositories that match the text.
     void setSearch(const QString &text);
     [[nodiscard]] QString search() const { return m_search.text(); }
-    /// The row of the repository; -1 if it is not shown.
-    [[nodiscard]] int rowOf(const QString &nodeID) const;
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
@@ -64,7 +62,6 @@ private:
     [[nodiscard]] QString sentence(const Row &row) const;
     [[nodiscard]] QString bellHelp(const Row &row) const;
     void followStores();
-    void showChanges(const Rows &next);
 
     InstallationStore *m_installations;
     MutedRepositories *m_muted;

@@ -2,17 +2,15 @@
 #include "ui/settings/repositories/repository_list_view.h"
 
 #include "presentation/muting_texts.h"
-#include "ui/accessibility/accessible_part.h"
 #include "ui/controls/switch_painting.h"
 #include "ui/controls/symbols.h"
-#include "ui/controls/text_label.h"
+#include "ui/controls/tones.h"
+#include "ui/controls/two_line_row.h"
 #include "ui/settings/repositories/repository_list_model.h"
 
-#include <QAccessible>
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QToolTip>
 
 namespace velmora
 {
@@ -20,105 +18,66 @@ namespace velmora
 namespace
 {
 
-constexpr int kPadding = 3; ///< above and below the text
-constexpr int kInset = 2; ///< above and below the row
-constexpr int kSide = 8; ///< before the text and after the switch
 constexpr int kGap = 12;
 constexpr int kBellMargin = 1;
-constexpr qreal kCorner = 6;
 
-/// The positions of the parts of a row.
-struct RowGeometry {
-    QRect name;
-    QRect login;
+/// The bell and the switch at the end of a row.
+struct Controls {
     QRect bell;
     QRect knob;
 };
 
-QFont nameFont(const QStyleOptionViewItem &option)
+QSize controlsSize(const QStyleOptionViewItem &option)
 {
-    return styledFont(option.font, TextSize::Body, QFont::Medium);
-}
-
-QFont loginFont(const QStyleOptionViewItem &option)
-{
-    return styledFont(option.font, TextSize::Caption);
-}
-
-RowGeometry geometryOf(const QStyleOptionViewItem &option)
-{
-    const QRect content = option.rect.adjusted(kSide, kInset + kPadding, -kSide, -kInset - kPadding);
     const QSize knob = switchSize(option.fontMetrics);
-    const QSize bell(knob.height(), knob.height());
-    const int width = content.width() - knob.width() - bell.width() - 2 * kGap;
-    const int nameHeight = QFontMetrics(nameFont(option)).height();
-    const int loginHeight = QFontMetrics(loginFont(option)).height();
-    const int top = content.top() + (content.height() - nameHeight - loginHeight) / 2;
-    RowGeometry geometry;
-    geometry.name = QRect(content.left(), top, width, nameHeight);
-    geometry.login = QRect(content.left(), top + nameHeight, width, loginHeight);
-    geometry.knob = QStyle::alignedRect(Qt::LeftToRight, Qt::AlignRight | Qt::AlignVCenter, knob, content);
-    geometry.bell = QStyle::alignedRect(
-        Qt::LeftToRight, Qt::AlignRight | Qt::AlignVCenter, bell, content.adjusted(0, 0, -knob.width() - kGap, 0));
-    for (QRect *part : {&geometry.name, &geometry.login, &geometry.bell, &geometry.knob})
-        *part = QStyle::visualRect(option.direction, option.rect, *part);
-    return geometry;
+    return {knob.height() + kGap + knob.width(), knob.height()};
 }
 
-void paintText(QPainter *painter, const QStyleOptionViewItem &option, const QRect &frame, const QString &text,
-    Qt::TextElideMode elision)
+TwoLineRow rowOf(const QStyleOptionViewItem &option)
 {
-    const auto start = QStyle::visualAlignment(option.direction, Qt::AlignLeft | Qt::AlignVCenter);
-    painter->drawText(frame, static_cast<int>(start) | Qt::TextSingleLine,
-        painter->fontMetrics().elidedText(text, elision, frame.width()));
+    return TwoLineRow(option, controlsSize(option));
+}
+
+Controls controlsOf(const QStyleOptionViewItem &option)
+{
+    const QRect place = rowOf(option).control();
+    const QRect bell(place.topLeft(), QSize(place.height(), place.height()));
+    const QRect knob = place.adjusted(place.height() + kGap, 0, 0, 0);
+    return {QStyle::visualRect(option.direction, place, bell), QStyle::visualRect(option.direction, place, knob)};
 }
 
 } // namespace
 
 void RepositoryRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
-    const bool isHovered = option.state.testFlag(QStyle::State_MouseOver);
-    const bool hasFocus = option.state.testFlag(QStyle::State_HasFocus);
-    const RowGeometry geometry = geometryOf(option);
+    const Controls controls = controlsOf(option);
     painter->save();
-    if (isHovered || hasFocus) {
-        painter->setRenderHint(QPainter::Antialiasing);
-        painter->setPen(Qt::NoPen);
-        painter->setBrush(hoverColour(option.palette));
-        painter->drawRoundedRect(option.rect.adjusted(0, kInset / 2, 0, -kInset / 2), kCorner, kCorner);
-    }
-    painter->setFont(nameFont(option));
-    painter->setPen(toneColour(Tone::Primary, option.palette));
-    paintText(painter, option, geometry.name, index.data(Qt::DisplayRole).toString(), Qt::ElideMiddle);
-    painter->setFont(loginFont(option));
-    painter->setPen(toneColour(Tone::Secondary, option.palette));
-    paintText(painter, option, geometry.login, index.data(RepositoryListModel::LoginRole).toString(), Qt::ElideRight);
+    rowOf(option).paint(
+        painter, index.data(Qt::DisplayRole).toString(), index.data(RepositoryListModel::LoginRole).toString());
 
     const bool isMuted = index.data(RepositoryListModel::MutedRole).toBool();
     paintSymbol(painter, isMuted ? u"bell.slash" : u"bell",
-        QRectF(geometry.bell).adjusted(kBellMargin, kBellMargin, -kBellMargin, -kBellMargin),
+        QRectF(controls.bell).adjusted(kBellMargin, kBellMargin, -kBellMargin, -kBellMargin),
         toneColour(isMuted ? Tone::Orange : Tone::Secondary, option.palette));
 
     SwitchLook look;
     look.isOn = index.data(Qt::CheckStateRole).value<Qt::CheckState>() == Qt::Checked;
-    look.isHovered = isHovered;
-    look.hasFocus = hasFocus;
+    look.isHovered = option.state.testFlag(QStyle::State_MouseOver);
+    look.hasFocus = option.state.testFlag(QStyle::State_HasFocus);
     look.direction = option.direction;
-    paintSwitch(painter, geometry.knob, look, option.palette);
+    paintSwitch(painter, controls.knob, look, option.palette);
     painter->restore();
 }
 
 QRect RepositoryRowDelegate::bellPlace(const QStyleOptionViewItem &option)
 {
-    return geometryOf(option).bell.adjusted(-kGap / 2, 0, kGap / 2, 0);
+    return controlsOf(option).bell.adjusted(-kGap / 2, 0, kGap / 2, 0);
 }
 
 QSize RepositoryRowDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
     Q_UNUSED(index)
-    const int text = QFontMetrics(nameFont(option)).height() + QFontMetrics(loginFont(option)).height();
-    const QSize knob = switchSize(option.fontMetrics);
-    return {knob.width() + knob.height() + 2 * (kGap + kSide), std::max(text, knob.height()) + 2 * (kPadding + kInset)};
+    return TwoLineRow::size(option, controlsSize(option));
 }
 
 bool RepositoryRowDelegate::helpEvent(
@@ -126,16 +85,10 @@ bool RepositoryRowDelegate::helpEvent(
 {
     if (event->type() != QEvent::ToolTip)
         return QStyledItemDelegate::helpEvent(event, view, option, index);
-    const QString name = index.data(Qt::DisplayRole).toString();
-    const QFontMetrics metrics(nameFont(option));
-    const bool isCut = metrics.horizontalAdvance(name) > geometryOf(option).name.width();
-    const QString help = bellPlace(option).contains(event->pos())
-        ? index.data(RepositoryListModel::MutingRole).toString()
-        : isCut ? name
-                : QString();
-    // Converted to rich text, so that markup in the name is not interpreted.
-    QToolTip::showText(
-        event->globalPos(), help.isEmpty() ? QString() : Qt::convertFromPlainText(help, Qt::WhiteSpaceNormal), view);
+    if (bellPlace(option).contains(event->pos()))
+        showPlainToolTip(*event, view, index.data(RepositoryListModel::MutingRole).toString());
+    else
+        rowOf(option).showToolTip(*event, view, index.data(Qt::DisplayRole).toString());
     return true;
 }
 
@@ -154,28 +107,11 @@ bool RepositoryRowDelegate::editorEvent(
 }
 
 RepositoryListView::RepositoryListView(RepositoryListModel *model, QWidget *parent)
-    : QListView(parent)
+    : SearchedListView(model, parent)
     , m_model(model)
 {
-    installAccessible<RepositoryListView, AccessibleList>();
-    setModel(model);
     setItemDelegate(new RepositoryRowDelegate(this));
-    // All rows have the same size, so that of 10,000 rows Qt measures only one.
-    setUniformItemSizes(true);
-    setMouseTracking(true);
-    setFrameShape(QFrame::NoFrame);
-    setSelectionMode(QAbstractItemView::SingleSelection);
-    setEditTriggers(QAbstractItemView::NoEditTriggers);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
-    viewport()->setAutoFillBackground(false);
     connect(this, &QListView::clicked, this, &RepositoryListView::click);
-    connect(model, &QAbstractItemModel::modelAboutToBeReset, this,
-        [this] { m_focused = currentIndex().data(RepositoryListModel::NodeIDRole).toString(); });
-    connect(model, &QAbstractItemModel::modelReset, this, &RepositoryListView::restoreFocus);
-    connect(model, &QAbstractItemModel::layoutAboutToBeChanged, this, [this] { m_focusedRow = currentIndex().row(); });
-    connect(model, &QAbstractItemModel::layoutChanged, this, &RepositoryListView::focusNeighbour);
-    connect(model, &QAbstractItemModel::dataChanged, this, &RepositoryListView::announce);
 }
 
 void RepositoryListView::click(const QModelIndex &index)
@@ -205,13 +141,13 @@ void RepositoryListView::toggleMuted(const QModelIndex &index)
 void RepositoryListView::mousePressEvent(QMouseEvent *event)
 {
     m_pressed = event->position().toPoint();
-    QListView::mousePressEvent(event);
+    SearchedListView::mousePressEvent(event);
 }
 
 void RepositoryListView::mouseReleaseEvent(QMouseEvent *event)
 {
     m_released = event->position().toPoint();
-    QListView::mouseReleaseEvent(event);
+    SearchedListView::mouseReleaseEvent(event);
 }
 
 void RepositoryListView::toggle(const QModelIndex &index)
@@ -233,66 +169,13 @@ QList<AccessibleAction> RepositoryListView::accessibleActions(const QModelIndex 
     return {{QAccessibleActionInterface::toggleAction(), {}, perform}, {muting, muting, mute}};
 }
 
-void RepositoryListView::restoreFocus()
-{
-    const int row = m_focused.isEmpty() ? -1 : m_model->rowOf(m_focused);
-    m_focused.clear();
-    if (row < 0)
-        return scrollToTop();
-    setCurrentIndex(m_model->index(row));
-}
-
-/// Gives the focus of a row that has gone to the one in its place.
-void RepositoryListView::focusNeighbour()
-{
-    if (m_focusedRow >= 0 && !currentIndex().isValid())
-        setCurrentIndex(m_model->index(std::min(m_focusedRow, m_model->rowCount() - 1)));
-}
-
-void RepositoryListView::announce(const QModelIndex &first, const QModelIndex &last)
-{
-    const QModelIndex current = currentIndex();
-    if (!current.isValid() || current.row() < first.row() || current.row() > last.row() || !hasFocus())
-        return;
-    QAccessibleEvent event(this, QAccessible::NameChanged);
-    event.setChild(current.row());
-    QAccessible::updateAccessibility(&event);
-}
-
-void RepositoryListView::focusRow()
-{
-    if (m_model->rowCount() == 0)
-        return;
-    if (!currentIndex().isValid())
-        setCurrentIndex(m_model->index(0));
-    setFocus(Qt::OtherFocusReason);
-}
-
 void RepositoryListView::keyPressEvent(QKeyEvent *event)
 {
-    const bool isCommand = event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
-    if (event->modifiers() == Qt::ControlModifier && event->key() == Qt::Key_M) {
-        // Holding the keys down must not switch repeatedly.
-        if (!event->isAutoRepeat())
-            toggleMuted(currentIndex());
-        return;
-    }
-    const bool isText
-        = !isCommand && !event->text().isEmpty() && event->text().at(0).isPrint() && event->key() != Qt::Key_Space;
-    if (isText || event->key() == Qt::Key_Backspace)
-        return event->ignore();
-    if (event->key() == Qt::Key_Up && !isCommand && currentIndex().row() <= 0) {
-        Q_EMIT leftAtTop();
-        return;
-    }
-    QListView::keyPressEvent(event);
-}
-
-void RepositoryListView::changeEvent(QEvent *event)
-{
-    QListView::changeEvent(event);
-    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
-        scheduleDelayedItemsLayout();
+    if (event->modifiers() != Qt::ControlModifier || event->key() != Qt::Key_M)
+        return SearchedListView::keyPressEvent(event);
+    // Holding the keys down must not switch repeatedly.
+    if (!event->isAutoRepeat())
+        toggleMuted(currentIndex());
 }
 
 } // namespace velmora
