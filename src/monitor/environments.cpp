@@ -45,13 +45,39 @@ Environments::Environments(Preferences *defaults, const Clock *clock, QString pa
     m_pool.setMaxThreadCount(1);
     connect(defaults, &Preferences::changed, this, [this](const QString &key) {
         if (isEnvironmentChoice(key))
-            Q_EMIT changed();
+            announce();
     });
 }
 
 Environments::~Environments()
 {
     m_pool.waitForDone();
+}
+
+const QList<EnvironmentLine> &Environments::lines() const
+{
+    if (!m_lines)
+        m_lines = environmentLines(m_seen, choices());
+    return *m_lines;
+}
+
+EnvironmentRule Environments::ruleOf(const DeploymentSnapshot &deployment) const
+{
+    const EnvironmentChoices chosen = choices();
+    const EnvironmentChoice choice = EnvironmentRules(chosen).choice(deployment);
+    const QString environment = deployment.environment.toCaseFolded();
+    for (const EnvironmentRule &rule : chosen.rules) {
+        if (rule.repositoryID == deployment.repositoryNodeID && rule.choice == choice
+            && isNamed(environment, rule.pattern.toCaseFolded()))
+            return rule;
+    }
+    return {patternOfLine(deployment.environment, lines()), choice};
+}
+
+void Environments::announce()
+{
+    m_lines.reset();
+    Q_EMIT changed();
 }
 
 std::optional<QString> Environments::repositoryNamed(const QString &name) const
@@ -101,7 +127,7 @@ QCoro::Task<> Environments::load()
     m_seen.forgetOld(today());
     if (!reading.failure.isEmpty())
         Q_EMIT damageFound(QStringLiteral("The record of environments begins anew: ") + reading.failure);
-    Q_EMIT changed();
+    announce();
 }
 
 QDate Environments::today() const
@@ -123,7 +149,7 @@ void Environments::see(const DeploymentList &deployments)
         return;
     m_isUnsaved = true;
     save();
-    Q_EMIT changed();
+    announce();
 }
 
 void Environments::saveAgain()

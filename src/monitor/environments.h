@@ -35,8 +35,11 @@ public:
     ~Environments() override;
 
     [[nodiscard]] EnvironmentChoices choices() const { return environmentChoices(*m_defaults); }
-    /// What can be chosen about, with the choices. Takes time in proportion to the record.
-    [[nodiscard]] QList<EnvironmentLine> lines() const { return environmentLines(m_seen, choices()); }
+    /// What can be chosen about, with the choices. The first call after a change takes time in
+    /// proportion to the record.
+    [[nodiscard]] const QList<EnvironmentLine> &lines() const;
+    /// The rule of the line that decides about the deployment.
+    [[nodiscard]] EnvironmentRule ruleOf(const DeploymentSnapshot &deployment) const;
     /// The node id of a repository that was seen, by its owner and name in any case.
     [[nodiscard]] std::optional<QString> repositoryNamed(const QString &name) const;
 
@@ -71,6 +74,7 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] QDate today() const;
+    void announce();
     void save();
     QCoro::Task<> write();
     void setFailure(const QString &failure);
@@ -79,6 +83,7 @@ private:
     const Clock *m_clock;
     QString m_path;
     SeenEnvironments m_seen;
+    mutable std::optional<QList<EnvironmentLine>> m_lines; ///< since the last change
     DeploymentList m_lastSeen; ///< the list of the last see()
     QDate m_day; ///< of the last see()
     bool m_isLoaded = false;

@@ -52,9 +52,9 @@ QString environmentSentence(const EnvironmentLine &line)
     return line.rule.target() + QStringLiteral(", ") + choiceText(line.rule.choice);
 }
 
-QString environmentAction(EnvironmentChoice choice, const QString &pattern)
+QString environmentAction(EnvironmentChoice choice, const QString &line)
 {
-    const QString name = presentableText(pattern, kLongestInMenu).replace(QLatin1Char('\n'), QLatin1Char(' '));
+    const QString name = presentableText(line, kLongestInMenu).replace(QLatin1Char('\n'), QLatin1Char(' '));
     switch (choice) {
     case EnvironmentChoice::Notify:
         return QStringLiteral("Notify about %1").arg(name);

@@ -54,7 +54,7 @@ private:
 /// What assistive technology reads for a line: "preview-*, Hide".
 [[nodiscard]] QString environmentSentence(const EnvironmentLine &line);
 
-/// What a menu offers for the line with this name or pattern: "Show preview-* without notifications".
-[[nodiscard]] QString environmentAction(EnvironmentChoice choice, const QString &pattern);
+/// What a menu offers for the line of this name: "Show preview-* without notifications".
+[[nodiscard]] QString environmentAction(EnvironmentChoice choice, const QString &line);
 
 } // namespace velmora

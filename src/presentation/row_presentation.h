@@ -60,6 +60,9 @@ enum class RowActionKind {
     Restore,
     Mute,
     Unmute,
+    NotifyEnvironment,
+    ShowEnvironment,
+    HideEnvironment,
 };
 struct RowAction {
     RowActionKind kind;

@@ -93,6 +93,15 @@ class EnvironmentsTest(VelmoraTest):
         self.expect_listed("production", "staging", "preview-116", "preview-117", "preview-118")
         self.assertIn(["hide", "preview-*", "1"], self.terminal())
 
+    def test_the_terminal_and_the_menu_choose_the_same(self):
+        self.assertIn(["notify", "preview-*", "1"], self.terminal())
+        row = next(row for row in self.window.all("list item") if ", preview-117, " in row.name)
+        row.do("Hide preview-*")
+        self.expect_listed("production", "staging")
+        self.terminal("--show", "preview-*", "--hide", f"{_REPOSITORY}:staging")
+        self.expect_listed("production", "preview-116", "preview-117", "preview-118")
+        self.assertIn(["hide", f"{_REPOSITORY}:staging", "1"], self.terminal())
+
     def test_only_production_is_one_click(self):
         settings = self.open_tab()
         self.desktop.screen.key("alt+p")

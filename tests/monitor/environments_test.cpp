@@ -186,6 +186,19 @@ private Q_SLOTS:
         QCOMPARE(names(), QStringList(u"ci"_s));
     }
 
+    void theLineThatDecidesAboutADeploymentIsThatOfItsRepositoryOrItsEnvironment()
+    {
+        see({to(u"preview-1"_s), to(u"preview-2"_s), to(u"preview-3"_s), to(u"ci"_s)});
+        QCOMPARE(m_environments->ruleOf(to(u"preview-1"_s)), (EnvironmentRule{u"preview-*"_s, Notify}));
+        const EnvironmentRule hidden{u"prev*"_s, Hide, u"R_web"_s, u"acme/web"_s};
+        m_environments->choose({{u"preview-*"_s, Show}, hidden});
+        QCOMPARE(m_environments->ruleOf(to(u"preview-1"_s)), hidden);
+        QCOMPARE(m_environments->ruleOf(to(u"ci"_s)), (EnvironmentRule{u"ci"_s, Notify}));
+        auto other = to(u"preview-9"_s);
+        other.repositoryNodeID = u"R_other"_s;
+        QCOMPARE(m_environments->ruleOf(other), (EnvironmentRule{u"preview-*"_s, Show}));
+    }
+
     void choicesAreStoredAndFollowed()
     {
         QSignalSpy changes(m_environments.get(), &Environments::changed);

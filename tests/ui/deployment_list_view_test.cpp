@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ui/deployments/deployment_list_view.h"
 
+#include "monitor/environments.h"
 #include "monitor/muted_repositories.h"
 #include "support/await.h"
 #include "support/builders.h"
@@ -686,6 +687,52 @@ private Q_SLOTS:
         QCOMPARE(m_view->accessibleActions(m_view->model()->index(1, 0)).last().name, text("Unmute acme/&web"));
         QCOMPARE(last(), text("Unmute acme/&&web"));
         QVERIFY(!muted.isMuted(deployment.repositoryNodeID));
+    }
+
+    void theMenuChoosesAboutTheLineOfTheEnvironment()
+    {
+        FakePreferences defaults;
+        Environments environments(&defaults, m_clock.get(), QString());
+        DeploymentList previews;
+        for (const char *environment : {"preview-1", "preview-2", "preview-&3"}) {
+            auto preview = snapshot(text(environment), DeploymentState::Success);
+            preview.environment = text(environment);
+            previews.append(preview);
+        }
+        environments.see(previews);
+        show(previews);
+        m_view->offerChoices(&environments);
+        const auto lastOf = [&](int row) {
+            QStringList entries;
+            QContextMenuEvent event(QContextMenuEvent::Mouse, rowPoint(row), QPoint());
+            QCoreApplication::sendEvent(m_view->viewport(), &event);
+            auto *menu = m_view->findChild<QMenu *>();
+            for (const QAction *action : menu->actions())
+                entries.append(action->text());
+            delete menu;
+            return entries.last(2);
+        };
+        const auto actionOf = [&](int row, const char *name) {
+            const auto actions = m_view->accessibleActions(index(row));
+            const auto found = std::ranges::find(actions, text(name), &AccessibleAction::name);
+            QVERIFY2(found != actions.end(), name);
+            found->perform();
+            drainEvents();
+        };
+        QCOMPARE(lastOf(1), (QStringList{text("Show preview-1 without notifications"), text("Hide preview-1")}));
+        QCOMPARE(lastOf(3).last(), text("Hide preview-&&3"));
+        previews.append(previews.first());
+        change(previews.last(), [](DeploymentSnapshot &deployment) { deployment.environment = text("preview-4"); });
+        environments.see(previews);
+        QCOMPARE(lastOf(1), (QStringList{text("Show preview-* without notifications"), text("Hide preview-*")}));
+        actionOf(1, "Hide preview-*");
+        QCOMPARE(environments.choices().rules, (QList<EnvironmentRule>{{text("preview-*"), EnvironmentChoice::Hide}}));
+        QCOMPARE(
+            lastOf(2), (QStringList{text("Notify about preview-*"), text("Show preview-* without notifications")}));
+        actionOf(2, "Show preview-* without notifications");
+        actionOf(2, "Notify about preview-*");
+        QCOMPARE(
+            environments.choices().rules, (QList<EnvironmentRule>{{text("preview-*"), EnvironmentChoice::Notify}}));
     }
 
     // Refreshes

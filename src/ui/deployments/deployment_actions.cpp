@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "ui/deployments/deployment_actions.h"
 
+#include "monitor/environments.h"
 #include "monitor/muted_repositories.h"
 #include "platform/pasteboard.h"
 #include "platform/url_opener.h"
+#include "presentation/environments_presentation.h"
 #include "presentation/muting_texts.h"
 
 #include <QMenu>
@@ -33,6 +35,9 @@ QKeySequence shortcut(RowActionKind action)
     case RowActionKind::Restore:
     case RowActionKind::Mute:
     case RowActionKind::Unmute:
+    case RowActionKind::NotifyEnvironment:
+    case RowActionKind::ShowEnvironment:
+    case RowActionKind::HideEnvironment:
         return {};
     }
     Q_UNREACHABLE();
@@ -61,9 +66,26 @@ Group groupOf(RowActionKind action)
         return Group::Dismiss;
     case RowActionKind::Mute:
     case RowActionKind::Unmute:
+    case RowActionKind::NotifyEnvironment:
+    case RowActionKind::ShowEnvironment:
+    case RowActionKind::HideEnvironment:
         return Group::Mute;
     }
     Q_UNREACHABLE();
+}
+
+std::optional<EnvironmentChoice> choiceOf(RowActionKind action)
+{
+    switch (action) {
+    case RowActionKind::NotifyEnvironment:
+        return EnvironmentChoice::Notify;
+    case RowActionKind::ShowEnvironment:
+        return EnvironmentChoice::Show;
+    case RowActionKind::HideEnvironment:
+        return EnvironmentChoice::Hide;
+    default:
+        return std::nullopt;
+    }
 }
 
 /// Without the meaning that an ampersand has in menus.
@@ -91,6 +113,21 @@ QList<RowAction> DeploymentActions::allActions(const DeploymentSnapshot &deploym
         actions.append(
             {isMuted ? RowActionKind::Unmute : RowActionKind::Mute, mutingAction(deployment.repositoryName, isMuted)});
     }
+    return actions + choices(deployment);
+}
+
+/// The choices that do not hold for the deployment now.
+QList<RowAction> DeploymentActions::choices(const DeploymentSnapshot &deployment) const
+{
+    using enum RowActionKind;
+    QList<RowAction> actions;
+    if (!m_environments)
+        return actions;
+    const EnvironmentRule present = m_environments->ruleOf(deployment);
+    for (const RowActionKind kind : {NotifyEnvironment, ShowEnvironment, HideEnvironment}) {
+        if (choiceOf(kind) != present.choice)
+            actions.append({kind, environmentAction(*choiceOf(kind), present.target())});
+    }
     return actions;
 }
 
@@ -105,6 +142,11 @@ void DeploymentActions::perform(RowActionKind action, const DeploymentSnapshot &
         return m_muted->mute(deployment.repositoryNodeID);
     if (action == RowActionKind::Unmute)
         return m_muted->unmute(deployment.repositoryNodeID);
+    if (const auto choice = choiceOf(action)) {
+        EnvironmentRule rule = m_environments->ruleOf(deployment);
+        rule.choice = *choice;
+        return m_environments->choose({rule});
+    }
     const bool isDetails = action == RowActionKind::OpenDetails || action == RowActionKind::CopyDetailsLink;
     const auto address = isDetails ? rowAddress(deployment) : environmentAddress(deployment);
     if (action == RowActionKind::CopyCommit)

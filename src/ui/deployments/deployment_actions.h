@@ -13,12 +13,13 @@ class QMenu;
 namespace velmora
 {
 
+class Environments;
 class MutedRepositories;
 class Pasteboard;
 class URLOpener;
 
-/// Opens and copies what belongs to a deployment, dismisses failures and mutes repositories, for clicks, keys, the
-/// context menu and assistive technology.
+/// Opens and copies what belongs to a deployment, dismisses failures, mutes repositories and chooses about
+/// environments, for clicks, keys, the context menu and assistive technology.
 class DeploymentActions final : public QObject
 {
     Q_OBJECT
@@ -29,6 +30,10 @@ public:
 
     /// Offers to mute the repository of a deployment. `muted` is not owned and outlives the object.
     void offerMuting(MutedRepositories *muted) { m_muted = muted; }
+
+    /// Offers to choose what becomes of the environment of a deployment, or of the line to which it belongs.
+    /// `environments` is not owned and outlives the object.
+    void offerChoices(Environments *environments) { m_environments = environments; }
 
     /// Does nothing if the deployment has no such address, or is no failure that could be dismissed.
     void perform(RowActionKind action, const DeploymentSnapshot &deployment);
@@ -44,10 +49,12 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] QList<RowAction> allActions(const DeploymentSnapshot &deployment, const FailureMark &mark) const;
+    [[nodiscard]] QList<RowAction> choices(const DeploymentSnapshot &deployment) const;
 
     URLOpener *m_urlOpener;
     Pasteboard *m_pasteboard;
     MutedRepositories *m_muted = nullptr;
+    Environments *m_environments = nullptr;
 };
 
 } // namespace velmora

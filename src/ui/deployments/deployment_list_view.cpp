@@ -64,6 +64,11 @@ void DeploymentListView::offerMuting(MutedRepositories *muted)
     m_actions->offerMuting(muted);
 }
 
+void DeploymentListView::offerChoices(Environments *environments)
+{
+    m_actions->offerChoices(environments);
+}
+
 void DeploymentListView::adoptFont()
 {
     m_rowView = DeploymentRowView(font(), layoutDirection());

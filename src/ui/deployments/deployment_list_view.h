@@ -19,6 +19,7 @@ namespace velmora
 class AgeTicker;
 class DeploymentActions;
 class DeploymentListModel;
+class Environments;
 class MutedRepositories;
 
 /// The deployments in sections. A click on a row opens its log, a click on its link opens the environment. Return and
@@ -52,6 +53,8 @@ public:
     void doItemsLayout() override { updateGeometries(); }
     /// The menu of a row offers to mute its repository. `muted` is not owned and outlives the view.
     void offerMuting(MutedRepositories *muted);
+    /// It offers to choose about its environment. `environments` is not owned and outlives the view.
+    void offerChoices(Environments *environments);
 
 public Q_SLOTS:
     /// Takes the focus, at the first deployment.

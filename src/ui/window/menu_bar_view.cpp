@@ -104,6 +104,7 @@ void MenuBarView::makeContents()
     auto *list = new DeploymentListView(m_ports);
     connect(list, &DeploymentListView::dismissalChosen, m_stores.monitor, &DeploymentMonitor::setDismissed);
     list->offerMuting(&m_stores.monitor->announcements().muted());
+    list->offerChoices(&m_stores.monitor->environments());
     m_list = new DeploymentFinder(list, this);
     makeMissingSteps();
     m_noDeployments = new EmptyStateView(
