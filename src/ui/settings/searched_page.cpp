@@ -22,7 +22,7 @@ namespace
 {
 
 constexpr int kPadding = 20;
-constexpr int kSpacing = 10;
+constexpr int kSpacing = 12;
 constexpr int kGap = 8;
 constexpr int kLeastArea = 120;
 constexpr int kListPadding = 4;
