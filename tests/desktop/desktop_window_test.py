@@ -60,6 +60,14 @@ class WindowTest(VelmoraTest):
         # The other window gets the click.
         eventually(lambda: "focused" in name.states, "the focus where the click was")
 
+    def test_a_click_that_moves_no_focus_closes_it(self):
+        self.velmora.open_by_click()
+        self.velmora.wait_until_active()
+        # There is nothing but the background.
+        self.desktop.screen.click(100, self.desktop.screen.height - 100)
+
+        self.velmora.wait_until_closed()
+
     def test_a_click_into_it_leaves_it_open(self):
         window = self.velmora.open_by_click()
         self.desktop.click(window.find("label", "Velmora Demo"))
