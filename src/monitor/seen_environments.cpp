@@ -88,7 +88,8 @@ QByteArray SeenEnvironments::encoded() const
 {
     StoredRecord stored;
     for (auto repository = m_repositories.begin(); repository != m_repositories.end(); ++repository) {
-        StoredRepository &made = stored.repositories.emplaceBack(repository.key(), repository->name);
+        stored.repositories.append({repository.key(), repository->name, {}});
+        StoredRepository &made = stored.repositories.last();
         for (auto seen = repository->environments.begin(); seen != repository->environments.end(); ++seen)
             made.environments.append({seen.key(), seen->toString(Qt::ISODate)});
     }
