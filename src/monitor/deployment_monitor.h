@@ -100,10 +100,10 @@ public:
     /// them at once and fetches what they bring. Asks for nothing else.
     [[nodiscard]] QCoro::Task<> refreshExpected(AuthenticationStore *authentication, InstallationStore *installations);
 
-    /// Forgets, here and in the cache, the deployments that only identities reached that are no longer listed; fetches
-    /// none. Loads the installations of identities of which they are not known: after a restart nothing else tells
-    /// whose a saved deployment is. What may belong to an identity that cannot be asked stays. Waits for a running
-    /// refresh first.
+    /// Forgets, here and in the cache, the deployments that only identities reached that are no longer listed, and the
+    /// environments that were seen there; fetches none. Loads the installations of identities of which they are not
+    /// known: after a restart nothing else tells whose a saved deployment is. What may belong to an identity that
+    /// cannot be asked stays. Waits for a running refresh first.
     [[nodiscard]] QCoro::Task<> forgetRemoved(
         AuthenticationStore *authentication, InstallationStore *installations, Instant now);
 

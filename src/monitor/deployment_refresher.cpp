@@ -228,6 +228,8 @@ QCoro::Task<> DeploymentRefresher::dropUnreachable(RefreshContext context)
 {
     const auto before = m_parts.shown->deployments();
     m_parts.shown->dropUnreachable(context);
+    if (context.unloadedIdentities().isEmpty())
+        m_parts.environments->retain(context.installations->repositories());
     if (m_parts.shown->deployments() != before)
         co_await m_parts.saved->save(m_parts.shown->deployments());
 }
@@ -238,6 +240,8 @@ QCoro::Task<> DeploymentRefresher::disconnect(MissingStep missing)
     m_parts.news->forgetAll();
     const bool hadDeployments = !m_parts.shown->deployments().isEmpty();
     m_parts.shown->showDisconnected(missing);
+    if (missing == MissingStep::Account)
+        m_parts.environments->retain({});
     if (hadDeployments)
         co_await m_parts.saved->save(m_parts.shown->deployments());
 }

@@ -152,6 +152,22 @@ void Environments::see(const DeploymentList &deployments)
     announce();
 }
 
+void Environments::retain(const QList<RepositoryRecord> &reachable)
+{
+    QSet<QString> ids;
+    QSet<QString> names;
+    for (const RepositoryRecord &record : reachable) {
+        ids.insert(record.id());
+        names.insert(record.repository.nameWithOwner);
+    }
+    if (!m_seen.retain(ids, names))
+        return;
+    m_lastSeen.clear(); // what is forgotten may be seen again
+    m_isUnsaved = true;
+    save();
+    announce();
+}
+
 void Environments::saveAgain()
 {
     if (!m_failure.isEmpty() && m_clock->now() >= m_retryAt)

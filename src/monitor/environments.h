@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "github/repository_record.h"
 #include "monitor/environment_choices.h"
 #include "monitor/environment_lines.h"
 #include "monitor/seen_environments.h"
@@ -57,6 +58,9 @@ public:
     [[nodiscard]] bool isLoaded() const { return m_isLoaded; }
     /// Takes note of the list. One that is the same as before costs nothing.
     void see(const DeploymentList &deployments);
+    /// Forgets what was seen of other repositories: GitHub may have another form of the id than these, so that the name
+    /// counts as well.
+    void retain(const QList<RepositoryRecord> &reachable);
     /// Writes what could not be written, 30 seconds later at the earliest.
     void saveAgain();
 

@@ -84,6 +84,14 @@ bool SeenEnvironments::forgetOld(QDate today)
     return forgotten > 0;
 }
 
+bool SeenEnvironments::retain(const QSet<QString> &ids, const QSet<QString> &names)
+{
+    const auto isOther = [&](const auto &entry) {
+        return !ids.contains(entry.key()) && !names.contains(entry.value().name);
+    };
+    return m_repositories.removeIf(isOther) > 0;
+}
+
 QByteArray SeenEnvironments::encoded() const
 {
     StoredRecord stored;

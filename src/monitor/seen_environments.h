@@ -5,6 +5,7 @@
 
 #include <QDate>
 #include <QHash>
+#include <QSet>
 #include <QString>
 
 namespace velmora
@@ -31,6 +32,9 @@ public:
     /// Forgets what was last seen 30 days before this one. Of more than 20,000 environments of repositories it forgets
     /// whole days, the earliest first, but not this one. Returns whether there was anything to forget.
     bool forgetOld(QDate today);
+
+    /// Forgets all repositories but those with one of these ids or names. Returns whether there was any.
+    bool retain(const QSet<QString> &ids, const QSet<QString> &names);
 
     /// The record as a file holds it.
     [[nodiscard]] QByteArray encoded() const;

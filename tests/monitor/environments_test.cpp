@@ -112,6 +112,28 @@ private Q_SLOTS:
         QCOMPARE(seen.repositories().value(u"R_web"_s).environments.keys(), QStringList(u"late"_s));
     }
 
+    void whatCannotBeReachedAnyMoreIsForgottenUntilItIsSeenAgain()
+    {
+        auto other = to(u"ci"_s);
+        other.repositoryNodeID = u"R_other"_s;
+        other.repositoryName = u"acme/other"_s;
+        const DeploymentList list{to(u"production"_s), other};
+        see(list);
+        RepositoryRecord web;
+        web.repository.nodeID = u"another form"_s;
+        web.repository.nameWithOwner = u"acme/web"_s;
+        m_environments->retain({web});
+        QCOMPARE(names(), QStringList(u"production"_s));
+        QVERIFY(waitUntil([this] { return !m_environments->isSaving(); }));
+        see(list);
+        QCOMPARE(names().size(), 2);
+        m_environments->retain({web});
+        build();
+        QCOMPARE(names(), QStringList(u"production"_s));
+        m_environments->retain({});
+        QCOMPARE(names(), QStringList());
+    }
+
     void aRenamedRepositoryHasItsLatestName()
     {
         see({to(u"production"_s)});

@@ -99,6 +99,27 @@ private Q_SLOTS:
         QCOMPARE(choose(story, {}), QStringList());
     }
 
+    void whatOnlyARemovedAccountHasSeenIsForgotten()
+    {
+        Story story;
+        watchesWeb(story);
+        deploysTo(story, u"staging"_s);
+        story.github.installs(u"mira"_s, {u"site"_s});
+        story.user.connects(u"mira"_s);
+        story.github.deploys(u"mira/site"_s);
+        story.time.passes(kFullPoll);
+        QCOMPARE(choose(story, {}), (QStringList{u"notify production 1"_s, u"notify staging 1"_s}));
+        story.user.removes(u"octo"_s);
+        QCOMPARE(choose(story, {}), QStringList(u"notify production 1"_s));
+        story.program.restarts();
+        QCOMPARE(choose(story, {}), QStringList(u"notify production 1"_s));
+        story.user.removes(u"mira"_s);
+        QCOMPARE(choose(story, {}), QStringList());
+        story.user.connects(u"mira"_s);
+        story.time.passes(kFullPoll);
+        QCOMPARE(choose(story, {}), QStringList(u"notify production 1"_s));
+    }
+
     void whatAnotherProgramHidesIsFollowed()
     {
         Story story;
