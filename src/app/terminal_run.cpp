@@ -147,6 +147,9 @@ QCoro::Task<ExitCode> TerminalRun::dispatch(CommandContext commandContext)
     case CommandLine::Command::Mute:
     case CommandLine::Command::Unmute:
         return runMute(std::move(commandContext), line);
+    case CommandLine::Command::Pause:
+    case CommandLine::Command::Resume:
+        return runPause(std::move(commandContext), line);
     case CommandLine::Command::Notifications:
         return runNotifications(std::move(commandContext), line);
     case CommandLine::Command::Failures:

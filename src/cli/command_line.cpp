@@ -63,6 +63,7 @@ public:
         addInstallations();
         addRepositories();
         addMuting();
+        addPausing();
         addNotifications();
         addFailures();
         addEnvironments();
@@ -184,6 +185,34 @@ private:
             = addCommand(m_app, "unmute", "Notify about the repository's deployments again", Command::Unmute);
         addRepository(unmute, m_line.repository);
         addJSON(unmute);
+    }
+
+    void addPausing()
+    {
+        CLI::App *pause = addCommand(m_app, "pause", "Announce nothing for a while", Command::Pause);
+        pause->add_option("WHEN", m_when, "For how long, as 2h, or until what time, as until 9:00")
+            ->type_name("[TIME | until H:MM]")
+            ->expected(0, 2);
+        addJSON(pause);
+        addJSON(
+            addCommand(m_app, "resume", "Announce results again, and sum up what failed meanwhile", Command::Resume));
+    }
+
+    /// Reads the end of a pause. Returns what is wrong with it.
+    QString readEnd()
+    {
+        if (m_when.empty())
+            return QString();
+        const std::string last = m_when.back();
+        if (m_when.size() == 1) {
+            m_line.duration = parseTimeSpan(QString::fromStdString(last));
+            return QString::fromStdString(whyNoDuration(last));
+        }
+        const QTime time = QTime::fromString(QString::fromStdString(last), QStringLiteral("H:mm"));
+        if (m_when.front() != "until" || !time.isValid())
+            return QStringLiteral("A pause ends after a time such as 2h, or as in: until 9:00");
+        m_line.until = time;
+        return QString();
     }
 
     void addNotifications()
@@ -320,6 +349,8 @@ private:
         if (m_isDisplayUsable)
             m_command = Command::IsDisplayUsable;
         m_line.command = m_command.value_or(Command::Desktop);
+        if (const QString error = readEnd(); !error.isEmpty())
+            return wrong(error + QLatin1Char('\n'));
         if (const QString contradiction = contradictory(); !contradiction.isEmpty())
             return wrong(contradiction);
         CommandLineResult result;
@@ -361,6 +392,7 @@ private:
     CLI::App m_app{"Watches GitHub deployments, from the tray when no command is given."};
     CommandLine m_line;
     CLI::Option *m_format = nullptr;
+    std::vector<std::string> m_when; ///< the words after `pause`
     std::optional<Command> m_command;
     bool m_isRefresh = false; // has no effect, since every run loads; makes scripts explicit
     bool m_isConfigured = false;

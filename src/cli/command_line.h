@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <QTime>
 
 #include <chrono>
 #include <optional>
@@ -37,6 +38,8 @@ struct CommandLine {
         Repositories,
         Mute,
         Unmute,
+        Pause,
+        Resume,
         Notifications,
         Failures,
         Environments,
@@ -72,6 +75,7 @@ struct CommandLine {
     std::optional<bool> onlyProduction; ///< what is not chosen is announced only if it is production; absent: as before
     QString repository; ///< owner and name, of `mute` and `unmute`
     std::optional<std::chrono::seconds> duration; ///< for how long; absent: until it is taken back
+    std::optional<QTime> until; ///< of `pause`: until the clocks show this time next; instead of the duration
     QString login;
     QString format; ///< the format of the line for a bar; empty for none
     AwaitedDeployments awaited;

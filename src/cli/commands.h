@@ -27,6 +27,9 @@ namespace velmora
 /// Mutes or unmutes the repository, and says so.
 [[nodiscard]] QCoro::Task<ExitCode> runMute(CommandContext context, CommandLine line);
 
+/// Pauses or resumes the notifications, and says so.
+[[nodiscard]] QCoro::Task<ExitCode> runPause(CommandContext context, CommandLine line);
+
 /// Switches the named kinds of notifications, and lists all.
 [[nodiscard]] QCoro::Task<ExitCode> runNotifications(CommandContext context, CommandLine line);
 

@@ -4,6 +4,7 @@
 #include "cli/plain_text.h"
 #include "presentation/deployment_sections.h"
 #include "presentation/menu_bar_presentation.h"
+#include "presentation/muting_texts.h"
 #include "presentation/relative_time.h"
 #include "presentation/row_presentation.h"
 #include "presentation/status_text.h"
@@ -218,6 +219,8 @@ QStringList renderHead(
     if (report.state.refreshIntervalSeconds)
         lines.append(Line(style).add(stretchedText(*report.state.refreshIntervalSeconds)).text());
     const QStringList messages = messagesOf(report);
+    if (report.isPaused)
+        lines.append(Line(style).add(pausedText(Term{now, report.pausedUntil}, now)).text());
     for (const QString &message : messages)
         lines.append(Line(style).add(harmless(message), kRed).text());
     if (!report.hint.isEmpty())

@@ -187,6 +187,27 @@ QCoro::Task<ExitCode> runMute(CommandContext context, CommandLine line)
     co_return ExitCode::Done;
 }
 
+QCoro::Task<ExitCode> runPause(CommandContext context, CommandLine line)
+{
+    const Instant now = context.clock->now();
+    PauseSwitch pause{line.command == CommandLine::Command::Pause, std::nullopt};
+    if (line.duration)
+        pause.until = now + *line.duration;
+    else if (line.until)
+        pause.until = nextLocalTime(*line.until, now);
+    const PauseAnswer answer = co_await context.control->pause(pause, context.stop);
+    if (!isSaved(context, answer.unsaved))
+        co_return ExitCode::Failed;
+    const auto term = answer.isPaused ? std::optional(Term{now, answer.pausedUntil}) : std::nullopt;
+    if (line.isJSON)
+        context.out->write(jsonLine(answer) + '\n');
+    else if (term)
+        context.out->writeLine(pausedText(term, now) + QLatin1Char('.'));
+    else
+        context.out->writeLine(QStringLiteral("Notifications are not paused."));
+    co_return ExitCode::Done;
+}
+
 QCoro::Task<ExitCode> runNotifications(CommandContext context, CommandLine line)
 {
     const NotificationSwitches switches{line.enable, line.disable, line.onlyMine};

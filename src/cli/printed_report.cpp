@@ -32,6 +32,9 @@ struct PrintedFailures : FailuresAnswer {
 struct PrintedMuting : MutingAnswer {
 };
 
+struct PrintedPause : PauseAnswer {
+};
+
 /// How long the deployment has been under way; nothing if it is not.
 std::optional<qint64> elapsedSeconds(const PrintedDeployment &deployment)
 {
@@ -112,6 +115,8 @@ struct JSONTable<PrintedReport> {
                     return of.state.missing ? std::optional(rawValue(*of.state.missing)) : std::nullopt;
                 }),
             json::computed("refreshIntervalSeconds", [](const Report &of) { return of.state.refreshIntervalSeconds; }),
+            json::computed("paused", [](const Report &of) { return presentIf(of.isPaused, true); }),
+            json::computed("pausedUntil", &Report::pausedUntil),
             json::computed("message", [](const Report &of) { return presentIf(!of.message.isEmpty(), of.message); }),
             json::computed("unsaved", &Report::unsaved),
             json::computed(
@@ -129,6 +134,12 @@ template <>
 struct JSONTable<PrintedMuting> {
     static constexpr auto fields = std::tuple{json::computed("repository", &MutingAnswer::repository),
         json::computed("muted", &MutingAnswer::isMuted), json::computed("mutedUntil", &MutingAnswer::mutedUntil)};
+};
+
+template <>
+struct JSONTable<PrintedPause> {
+    static constexpr auto fields = std::tuple{
+        json::computed("paused", &PauseAnswer::isPaused), json::computed("pausedUntil", &PauseAnswer::pausedUntil)};
 };
 
 QString titleOf(const MonitorReport &report)
@@ -155,6 +166,11 @@ QByteArray jsonLine(const FailuresAnswer &answer, Instant now)
 QByteArray jsonLine(const MutingAnswer &answer)
 {
     return harmlessJSON(encodeJSON(PrintedMuting{answer}, InstantForm::ISO8601));
+}
+
+QByteArray jsonLine(const PauseAnswer &answer)
+{
+    return harmlessJSON(encodeJSON(PrintedPause{answer}, InstantForm::ISO8601));
 }
 
 QByteArray jsonLine(const DeploymentNotification &notification)

@@ -13,9 +13,9 @@ namespace velmora
 [[nodiscard]] QString titleOf(const MonitorReport &report);
 
 /// The report as one line of JSON without the line break. Instants are ISO 8601 texts in UTC; absent values are left
-/// out. "saved" and "savedAt" are present for saved data only, "elapsedSeconds" for what is under way at `now`,
-/// "mendedBy" and "mendedAt" for a failure that is mended, and "hidden", the number of deployments that the user has
-/// hidden, where there are any.
+/// out. "saved" and "savedAt" are present for saved data only, "paused" during a pause, "elapsedSeconds" for what is
+/// under way at `now`, "mendedBy" and "mendedAt" for a failure that is mended, and "hidden", the number of deployments
+/// that the user has hidden, where there are any.
 [[nodiscard]] QByteArray jsonLine(const MonitorReport &report, Instant now);
 
 /// A deployment as in the report, as one line of JSON without the line break.
@@ -26,6 +26,9 @@ namespace velmora
 
 /// "repository", "muted" and "mutedUntil" as one line of JSON, without the line break.
 [[nodiscard]] QByteArray jsonLine(const MutingAnswer &answer);
+
+/// "paused" and "pausedUntil" as one line of JSON, without the line break.
+[[nodiscard]] QByteArray jsonLine(const PauseAnswer &answer);
 
 /// The notification as one line of JSON, without the line break.
 [[nodiscard]] QByteArray jsonLine(const DeploymentNotification &notification);

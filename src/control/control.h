@@ -28,6 +28,8 @@ public:
     [[nodiscard]] virtual QCoro::Task<RepositoriesAnswer> repositories(Switches switches, std::stop_token stop) = 0;
     /// Mutes or unmutes the repository. Loads the repositories from GitHub only if the name is not known.
     [[nodiscard]] virtual QCoro::Task<MutingAnswer> mute(MutingSwitch muting, std::stop_token stop) = 0;
+    /// Pauses or resumes all notifications.
+    [[nodiscard]] virtual QCoro::Task<PauseAnswer> pause(PauseSwitch pause, std::stop_token stop) = 0;
     /// Switches the named kinds of notifications, or none if a name is unknown. The desktop may refuse.
     [[nodiscard]] virtual QCoro::Task<NotificationsAnswer> notifications(
         NotificationSwitches switches, std::stop_token stop)

@@ -215,6 +215,13 @@ struct JSONTable<MutingAnswer> {
 };
 
 template <>
+struct JSONTable<PauseAnswer> {
+    using Record = PauseAnswer;
+    static constexpr auto fields = std::tuple{json::optional("unsaved", &Record::unsaved),
+        json::required("paused", &Record::isPaused), json::optional("pausedUntil", &Record::pausedUntil)};
+};
+
+template <>
 struct JSONTable<DeploymentMonitorState> {
     using Record = DeploymentMonitorState;
     static constexpr auto fields = std::tuple{json::required("case", &Record::state),
@@ -234,7 +241,9 @@ struct JSONTable<MonitorReport> {
             json::Field<Record, DeploymentList>{"hidden", &Record::hidden, json::Presence::Optional},
             json::optional("lastRefreshedAt", &Record::lastRefreshedAt), json::required("message", &Record::message),
             json::optional("unsaved", &Record::unsaved), json::required("hint", &Record::hint),
-            json::optional("savedAt", &Record::savedAt)};
+            json::optional("savedAt", &Record::savedAt),
+            json::Field<Record, bool>{"paused", &Record::isPaused, json::Presence::Optional},
+            json::optional("pausedUntil", &Record::pausedUntil)};
 };
 
 template <>
@@ -252,6 +261,7 @@ template QByteArray encodeJSON(const QList<ListedAccount> &, InstantForm);
 template QByteArray encodeJSON(const QList<ListedInstallation> &, InstantForm);
 template QByteArray encodeJSON(const QList<ListedRepository> &, InstantForm);
 template QByteArray encodeJSON(const MutingAnswer &);
+template QByteArray encodeJSON(const PauseAnswer &);
 template QByteArray encodeJSON(const RemovalAnswer &);
 template QByteArray encodeJSON(const LoadingAnswer &);
 template QByteArray encodeJSON(const InstallationsAnswer &);
@@ -269,6 +279,7 @@ template LoadingAnswer decodeJSON(QByteArrayView);
 template InstallationsAnswer decodeJSON(QByteArrayView);
 template RepositoriesAnswer decodeJSON(QByteArrayView);
 template MutingAnswer decodeJSON(QByteArrayView);
+template PauseAnswer decodeJSON(QByteArrayView);
 template NotificationsAnswer decodeJSON(QByteArrayView);
 template FailuresAnswer decodeJSON(QByteArrayView);
 template EnvironmentsAnswer decodeJSON(QByteArrayView);

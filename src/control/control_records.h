@@ -237,6 +237,23 @@ struct MutingAnswer {
     friend bool operator==(const MutingAnswer &, const MutingAnswer &) = default;
 };
 
+/// Whether notifications are to be paused, and until when.
+struct PauseSwitch {
+    bool isPaused = true;
+    std::optional<Instant> until; ///< absent: until they are resumed
+
+    friend bool operator==(const PauseSwitch &, const PauseSwitch &) = default;
+};
+
+/// Whether notifications are paused after that.
+struct PauseAnswer {
+    std::optional<QString> unsaved; ///< why the change could not be saved
+    bool isPaused = false; ///< "paused"
+    std::optional<Instant> pausedUntil; ///< "pausedUntil"
+
+    friend bool operator==(const PauseAnswer &, const PauseAnswer &) = default;
+};
+
 using InstallationsAnswer = ListAnswer<ListedInstallation>;
 using RepositoriesAnswer = ListAnswer<ListedRepository>;
 

@@ -167,6 +167,19 @@ QString ControlService::Unmute(const QString &name, const QDBusMessage &message)
     return answer(message, Duration::Open, asking(&Control::mute, MutingSwitch{name, false, std::nullopt}));
 }
 
+QString ControlService::Pause(const QString &until, const QDBusMessage &message)
+{
+    const auto end = parseISO8601(until);
+    if (!end && !until.isEmpty())
+        return refuse(message, noInstantText(until));
+    return answer(message, Duration::Open, asking(&Control::pause, PauseSwitch{true, end}));
+}
+
+QString ControlService::Resume(const QDBusMessage &message)
+{
+    return answer(message, Duration::Open, asking(&Control::pause, PauseSwitch{false, std::nullopt}));
+}
+
 QString ControlService::Notifications(
     const QStringList &enable, const QStringList &disable, const QString &whose, const QDBusMessage &message)
 {

@@ -52,6 +52,9 @@ public Q_SLOTS: // NOLINT(readability-redundant-access-specifiers)
     /// `until` is an instant in ISO 8601, or empty: until it is unmuted.
     QString Mute(const QString &name, const QString &until, const QDBusMessage &message);
     QString Unmute(const QString &name, const QDBusMessage &message);
+    /// `until` is an instant in ISO 8601, or empty: until they are resumed.
+    QString Pause(const QString &until, const QDBusMessage &message);
+    QString Resume(const QDBusMessage &message);
     /// `whose` is "everybody", "mine" or empty.
     QString Notifications(
         const QStringList &enable, const QStringList &disable, const QString &whose, const QDBusMessage &message);

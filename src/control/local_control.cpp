@@ -313,6 +313,24 @@ QCoro::Task<MutingAnswer> LocalControl::mute(MutingSwitch muting, std::stop_toke
     co_return answer;
 }
 
+QCoro::Task<PauseAnswer> LocalControl::pause(PauseSwitch pause, std::stop_token stop)
+{
+    const QPointer<LocalControl> self(this);
+    NotificationPause &notifications = m_stores.monitor->announcements().pause();
+    if (pause.isPaused)
+        notifications.begin(pause.until);
+    else
+        notifications.resume();
+    PauseAnswer answer;
+    answer.unsaved = co_await whyChangeIsLost(m_stores.preferences, stop);
+    if (!self)
+        throw CancellationError();
+    const auto term = notifications.term();
+    answer.isPaused = term.has_value();
+    answer.pausedUntil = term ? term->until : std::nullopt;
+    co_return answer;
+}
+
 /// What has been loaded already needs not wait for a refresh that is under way.
 QCoro::Task<> LocalControl::loadCache(std::stop_token stop)
 {
@@ -495,6 +513,9 @@ QCoro::Task<MonitorReport> LocalControl::report(std::stop_token)
     report.hidden = monitor->hidden().deployments;
     // Before the first refresh the data comes from the cache; its age is the time of saving.
     report.lastRefreshedAt = monitor->lastRefreshedAt() ? monitor->lastRefreshedAt() : report.state.lastUpdatedAt;
+    const auto pause = m_stores.monitor->announcements().pause().term();
+    report.isPaused = pause.has_value();
+    report.pausedUntil = pause ? pause->until : std::nullopt;
     report.message = monitor->message();
     report.unsaved = nothingIfEmpty(monitor->unsaved());
     report.hint = hint();

@@ -26,6 +26,9 @@ struct MonitorReport {
     QString hint; ///< what the user can do about an empty list
     std::optional<Instant> savedAt; ///< the time of saving, for saved data
 
+    bool isPaused = false; ///< nothing is announced
+    std::optional<Instant> pausedUntil; ///< when that ends; absent: when the user resumes it
+
     friend bool operator==(const MonitorReport &, const MonitorReport &) = default;
 };
 

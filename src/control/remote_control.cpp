@@ -223,6 +223,14 @@ QCoro::Task<MutingAnswer> RemoteControl::mute(MutingSwitch muting, std::stop_tok
     return decoded<MutingAnswer>(callForLong(QStringLiteral("Mute"), {muting.name, until}, stop));
 }
 
+QCoro::Task<PauseAnswer> RemoteControl::pause(PauseSwitch pause, std::stop_token stop)
+{
+    if (!pause.isPaused)
+        return decoded<PauseAnswer>(callForLong(QStringLiteral("Resume"), {}, stop));
+    const QString until = pause.until ? toISO8601(*pause.until) : QString();
+    return decoded<PauseAnswer>(callForLong(QStringLiteral("Pause"), {until}, stop));
+}
+
 QCoro::Task<NotificationsAnswer> RemoteControl::notifications(NotificationSwitches switches, std::stop_token stop)
 {
     QString whose;

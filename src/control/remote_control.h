@@ -39,6 +39,7 @@ public:
     [[nodiscard]] QCoro::Task<InstallationsAnswer> installations(Switches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<RepositoriesAnswer> repositories(Switches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<MutingAnswer> mute(MutingSwitch muting, std::stop_token stop) override;
+    [[nodiscard]] QCoro::Task<PauseAnswer> pause(PauseSwitch pause, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(
         NotificationSwitches switches, std::stop_token stop) override;
     [[nodiscard]] QCoro::Task<FailuresAnswer> failures(FailureSwitches switches, std::stop_token stop) override;

@@ -6,6 +6,7 @@
 #include "monitor/deployment_list.h"
 #include "monitor/environment_choices.h"
 #include "monitor/failure_choices.h"
+#include "monitor/notification_pause.h"
 #include "platform/preferences.h"
 #include "support/clock.h"
 #include "support/error.h"
@@ -52,6 +53,9 @@ MonitorReport SavedReports::reportOf(const std::optional<DeploymentCachePayload>
     MonitorReport report;
     report.isSaved = true;
     report.applicationName = m_services.applicationName;
+    const auto pause = NotificationPause(m_services.preferences, m_services.clock).term();
+    report.isPaused = pause.has_value();
+    report.pausedUntil = pause ? pause->until : std::nullopt;
     if (!hasAccounts(*m_services.preferences)) {
         report.state = DeploymentMonitorState::disconnected(MissingStep::Account);
         report.hint = noAccountText();

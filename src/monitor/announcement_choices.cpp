@@ -10,7 +10,16 @@ Announcement AnnouncementChoices::announcementOf(const DeploymentSnapshot &resul
 {
     if (!isWanted(result))
         return Announcement::None;
-    return m_muted.isMuted(result.repositoryNodeID) ? Announcement::Silent : Announcement::Posted;
+    if (!isMine(result) && m_defaults->boolean(QString::fromLatin1(kOnlyMinePreference)))
+        return Announcement::None;
+    if (m_muted.isMuted(result.repositoryNodeID))
+        return Announcement::Silent;
+    return m_pause.term() ? Announcement::Paused : Announcement::Posted;
+}
+
+bool AnnouncementChoices::isSummedUp(const DeploymentSnapshot &failure) const
+{
+    return isWanted(failure) && !m_muted.isMuted(failure.repositoryNodeID);
 }
 
 bool AnnouncementChoices::isWanted(const DeploymentSnapshot &result) const
@@ -18,9 +27,7 @@ bool AnnouncementChoices::isWanted(const DeploymentSnapshot &result) const
     const auto kind = announcedKind(result.state);
     if (!kind || !m_defaults->boolean(preferenceOf(*kind)))
         return false;
-    if (m_environmentRules.current().choice(result) != EnvironmentChoice::Notify)
-        return false;
-    return isMine(result) || !m_defaults->boolean(QString::fromLatin1(kOnlyMinePreference));
+    return m_environmentRules.current().choice(result) == EnvironmentChoice::Notify;
 }
 
 bool AnnouncementChoices::isMine(const DeploymentSnapshot &result) const

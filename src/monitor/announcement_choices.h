@@ -4,6 +4,7 @@
 #include "model/deployment_snapshot.h"
 #include "monitor/environment_choices.h"
 #include "monitor/muted_repositories.h"
+#include "monitor/notification_pause.h"
 
 #include <QStringList>
 
@@ -14,6 +15,7 @@ namespace velmora
 enum class Announcement {
     None, ///< it is not announced; what the user does not want to be told of at all needs no note either
     Silent, ///< it is noted and never announced, even if the user chooses otherwise later
+    Paused, ///< like Silent; a failure is summed up at the end of the pause
     Posted,
 };
 
@@ -27,6 +29,7 @@ public:
         : m_defaults(defaults)
         , m_environmentRules(defaults)
         , m_muted(defaults, clock)
+        , m_pause(defaults, clock)
     {
     }
 
@@ -36,10 +39,19 @@ public:
     /// None for a state that is no result.
     [[nodiscard]] Announcement announcementOf(const DeploymentSnapshot &result) const;
 
+    /// Whether a failure that was noted during a pause is still to be announced at its end. Whose deployment it is was
+    /// asked when it was noted.
+    [[nodiscard]] bool isSummedUp(const DeploymentSnapshot &failure) const;
+
     [[nodiscard]] MutedRepositories &muted() { return m_muted; }
+    [[nodiscard]] NotificationPause &pause() { return m_pause; }
 
     /// Forgets the choices whose time is over. To be called now and then.
-    void forgetOver() { m_muted.forgetOver(); }
+    void forgetOver()
+    {
+        m_muted.forgetOver();
+        m_pause.forgetOver();
+    }
 
 private:
     [[nodiscard]] bool isWanted(const DeploymentSnapshot &result) const;
@@ -49,6 +61,7 @@ private:
     StoredEnvironmentRules m_environmentRules;
     QStringList m_logins;
     MutedRepositories m_muted;
+    NotificationPause m_pause;
 };
 
 } // namespace velmora

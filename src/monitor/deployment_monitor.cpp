@@ -48,6 +48,7 @@ DeploymentMonitor::DeploymentMonitor(GitHubClient client, Services services, QOb
     connect(&m_saved, &SavedDeployments::failureChanged, this, &DeploymentMonitor::changed);
     connect(&m_environments, &Environments::failureChanged, this, &DeploymentMonitor::changed);
     connect(m_defaults, &Preferences::failureChanged, this, &DeploymentMonitor::changed);
+    connect(&announcements().pause(), &NotificationPause::changed, this, &DeploymentMonitor::changed);
 }
 
 DeploymentMonitorPresentation DeploymentMonitor::presentation() const
@@ -129,7 +130,7 @@ QCoro::Task<> DeploymentMonitor::tick(
 {
     if (m_loop.isHeld())
         co_return;
-    announcements().forgetOver();
+    m_news.followClock();
     const RefreshContext context{authentication, installations, now};
     const Work work = [this, context] {
         return refreshDueAndSaveAgain(context);

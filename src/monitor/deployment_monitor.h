@@ -128,7 +128,8 @@ public:
     [[nodiscard]] QCoro::Task<> processNotifications(DeploymentList previous, DeploymentList updated);
 
 Q_SIGNALS:
-    /// deployments, marks, hidden, state, message, lastRefreshedAt or unsaved changed.
+    /// deployments, marks, hidden, state, message, lastRefreshedAt or unsaved changed, or a pause of the notifications
+    /// began or ended.
     void changed();
 
 private:

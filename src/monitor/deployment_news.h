@@ -23,6 +23,9 @@ public:
     /// What the user has chosen to be announced.
     [[nodiscard]] AnnouncementChoices &choices() { return m_announcer.choices(); }
 
+    /// See ResultAnnouncer.
+    void followClock() { m_announcer.followClock(); }
+
     /// The saved list was loaded. When it was saved less than an hour ago, the Velmora that saved it hands over to this
     /// one, and what happened since is news.
     void adoptSaved(Instant savedAt, Instant now);

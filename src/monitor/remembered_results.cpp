@@ -54,10 +54,25 @@ bool isForgotten(const QString &lastSeen, const QString &today)
     return day.isValid() && day.daysTo(QDate::fromString(today, Qt::ISODate)) >= kDaysToForget;
 }
 
-QCoro::Task<> storeChanges(Preferences *defaults, ListChanges changes)
+/// Returns the results that have become known.
+QCoro::Task<QSet<QString>> storeChanges(Preferences *defaults, ListChanges changes)
 {
-    if (!changes.isEmpty())
-        std::ignore = co_await defaults->changeLists(changes);
+    QSet<QString> known;
+    if (changes.isEmpty())
+        co_return known;
+    const ListChanges differences = co_await defaults->changeLists(changes);
+    for (const QString &list : kKnownKeys) {
+        const QStringList added = differences.value(list).added;
+        known += QSet<QString>(added.begin(), added.end());
+    }
+    co_return known;
+}
+
+QCoro::Task<> removeWaiting(Preferences *defaults, QString key)
+{
+    ListChanges changes;
+    changes[kWaitingKey].removed.append(key);
+    std::ignore = co_await defaults->changeLists(changes);
 }
 
 } // namespace
@@ -77,7 +92,7 @@ RememberedResults::Keys RememberedResults::keys() const
     return keys;
 }
 
-QCoro::Task<> RememberedResults::keep(Changes changes)
+QCoro::Task<QSet<QString>> RememberedResults::keep(Changes changes)
 {
     // The lists of both ends exist from the first call on, even when empty.
     ListChanges lists;
@@ -158,9 +173,7 @@ QCoro::Task<bool> RememberedResults::claim(DeploymentSnapshot result)
 
 void RememberedResults::giveUp(const DeploymentSnapshot &result)
 {
-    ListChanges changes;
-    changes[kWaitingKey].removed.append(resultKey(result));
-    launch(storeChanges(m_defaults, changes), "Giving up a result");
+    launch(removeWaiting(m_defaults, resultKey(result)), "Giving up a result");
 }
 
 QString RememberedResults::today() const

@@ -43,8 +43,8 @@ public:
     [[nodiscard]] Keys keys() const;
 
     /// Takes note of the changes at once, and stores them in one step. What is stored already is not written again.
-    /// Ends when they are stored, or could not be.
-    [[nodiscard]] QCoro::Task<> keep(Changes changes);
+    /// Ends when they are stored, or could not be, and returns the keys that no process knew before.
+    [[nodiscard]] QCoro::Task<QSet<QString>> keep(Changes changes);
 
     /// Moves a waiting result to the known ones, and returns whether the caller is the one to announce it. Only one
     /// process gets true. A process that ends before it announces loses the notification, but none appears twice.

@@ -45,6 +45,16 @@ bool isHistory(const DeploymentSnapshot &result, DeploymentState before, const R
     return !(isActive(before) && isNew(result, before)) && !keys.waiting.contains(resultKey(result));
 }
 
+/// Awaits the post; what could not be delivered counts as announced.
+QCoro::Task<> delivered(QCoro::Task<> post)
+{
+    try {
+        co_await post;
+    } catch (...) {
+        qCWarning(announcerLog).noquote() << "A notification was not delivered:" << describe(std::current_exception());
+    }
+}
+
 } // namespace
 
 ResultAnnouncer::ResultAnnouncer(
@@ -54,6 +64,7 @@ ResultAnnouncer::ResultAnnouncer(
     , m_choices(defaults, clock)
     , m_results(defaults, clock)
 {
+    connect(&m_choices.pause(), &NotificationPause::changed, this, &ResultAnnouncer::followClock);
 }
 
 QCoro::Task<> ResultAnnouncer::process(DeploymentList previous, DeploymentList updated)
@@ -81,7 +92,20 @@ QCoro::Task<> ResultAnnouncer::take(const DeploymentList &previous, const Deploy
     m_latest = updated;
     sortOut(candidates, before, isFirst, changes);
     m_queue += changes.waiting;
-    return m_results.keep(changes);
+    return keep(std::move(changes));
+}
+
+/// Of what is silenced, a pause notes what no other process has noted.
+QCoro::Task<> ResultAnnouncer::keep(RememberedResults::Changes changes)
+{
+    const QPointer<ResultAnnouncer> self(this);
+    DeploymentList paused = changes.silenced;
+    paused.removeIf(
+        [this](const SharedDeployment &result) { return m_choices.announcementOf(result) != Announcement::Paused; });
+    const QSet<QString> known = co_await m_results.keep(std::move(changes));
+    paused.removeIf([&known](const SharedDeployment &result) { return !known.contains(resultKey(result)); });
+    if (self)
+        co_await m_choices.pause().note(paused);
 }
 
 /// Sorts the results into history, what is not to be posted, and what is. The last is ordered by their kind.
@@ -96,10 +120,10 @@ void ResultAnnouncer::sortOut(
             continue;
         if (isFirst && isHistory(result, before.value({&result}, DeploymentState::Unknown), keys))
             changes.history.append(result);
-        else if (const auto announcement = m_choices.announcementOf(result); announcement == Announcement::Silent)
-            changes.silenced.append(result);
-        else if (announcement == Announcement::Posted)
+        else if (const auto announcement = m_choices.announcementOf(result); announcement == Announcement::Posted)
             changes.waiting.append(result);
+        else if (announcement != Announcement::None)
+            changes.silenced.append(result);
     }
     std::ranges::stable_sort(
         changes.waiting, {}, [](const SharedDeployment &result) { return announcedKind(result.state()); });
@@ -114,7 +138,7 @@ void ResultAnnouncer::recordHistory(const DeploymentList &previous, const Deploy
         return announcedKind(deployment.state()) && !keys.known.contains(resultKey(deployment))
             && isHistory(deployment, before.value({&deployment}, DeploymentState::Unknown), keys);
     });
-    m_scope.launch(m_results.keep(changes), "Recording history");
+    m_scope.launch(keep(std::move(changes)), "Recording history");
 }
 
 /// Whether the deployment was approved before the desktop was ready to announce that it waits.
@@ -161,13 +185,38 @@ QCoro::Task<> ResultAnnouncer::post(DeploymentSnapshot result)
     }
     const QPointer<ResultAnnouncer> self(this);
     const bool isOurs = co_await m_results.claim(result);
-    if (!self || !isOurs || announcement == Announcement::Silent)
+    if (!self || !isOurs)
         co_return;
-    try {
-        co_await m_notifier->notify(result, *kind);
-    } catch (...) {
-        qCWarning(announcerLog).noquote() << "A notification was not delivered:" << describe(std::current_exception());
+    if (announcement == Announcement::Paused) {
+        const DeploymentList paused(1, result);
+        co_await m_choices.pause().note(paused);
+    } else if (announcement == Announcement::Posted) {
+        co_await delivered(m_notifier->notify(result, *kind));
     }
+}
+
+void ResultAnnouncer::followClock()
+{
+    m_choices.forgetOver();
+    if (m_choices.pause().hasFailures() && !std::exchange(m_isSummarizing, true))
+        m_scope.launch(postSummary(), "Summing up a pause");
+}
+
+/// What the user does not want announced any more is left out.
+QCoro::Task<> ResultAnnouncer::postSummary()
+{
+    const QPointer<ResultAnnouncer> self(this);
+    const std::stop_token stop = m_scope.stopToken();
+    co_await m_notifier->untilReady(stop);
+    if (!self)
+        co_return;
+    DeploymentList failures = co_await m_choices.pause().takeFailures();
+    if (!self)
+        co_return;
+    m_isSummarizing = false;
+    failures.removeIf([this](const SharedDeployment &failure) { return !m_choices.isSummedUp(failure); });
+    if (!failures.isEmpty())
+        co_await delivered(m_notifier->notifyGroup(failures, DeploymentNotificationKind::Failure));
 }
 
 } // namespace velmora

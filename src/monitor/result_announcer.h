@@ -15,6 +15,8 @@ namespace velmora
 /// Posts at most one notification for each deployment and result, over all processes and runs of the profile: what was
 /// announced is remembered in the preferences. AnnouncementChoices says which results are posted.
 ///
+/// What fails during a pause of the notifications is summed up by one of them at the end of the pause.
+///
 /// Notifications are posted in order, one at a time, from a queue that holds up no refresh. The queue is saved: what a
 /// process has not posted when it ends, the next one posts.
 class ResultAnnouncer final : public QObject
@@ -28,6 +30,10 @@ public:
 
     /// What the user has chosen to be announced.
     [[nodiscard]] AnnouncementChoices &choices() { return m_choices; }
+
+    /// Forgets choices whose time is over, and sums up what failed during a pause that has ended. To be called now and
+    /// then; a pause that the user ends is followed at once.
+    void followClock();
 
     /// Whether process() was called in this run.
     [[nodiscard]] bool hasCompletedLiveRefresh() const { return m_hasCompletedLiveRefresh; }
@@ -52,7 +58,9 @@ private:
     [[nodiscard]] QCoro::Task<> take(const DeploymentList &previous, const DeploymentList &updated);
     void sortOut(
         const DeploymentList &results, const States &before, bool isFirst, RememberedResults::Changes &changes) const;
+    [[nodiscard]] QCoro::Task<> keep(RememberedResults::Changes changes);
     QCoro::Task<> postQueue();
+    QCoro::Task<> postSummary();
     QCoro::Task<> post(DeploymentSnapshot result);
 
     DeploymentNotifying *m_notifier;
@@ -62,6 +70,7 @@ private:
     DeploymentList m_latest; ///< the list of the last process()
     DeploymentList m_queue; ///< the first is the one that is being posted
     bool m_isPosting = false;
+    bool m_isSummarizing = false;
     TaskScope m_scope;
 };
 

@@ -42,6 +42,11 @@ public:
         mutingSwitch = muting;
         return answer(QStringLiteral("mute"), mutingAnswer, stop);
     }
+    [[nodiscard]] QCoro::Task<PauseAnswer> pause(PauseSwitch pause, std::stop_token stop) override
+    {
+        pauseSwitch = pause;
+        return answer(QStringLiteral("pause"), pauseAnswer, stop);
+    }
     [[nodiscard]] QCoro::Task<NotificationsAnswer> notifications(
         NotificationSwitches switches, std::stop_token stop) override
     {
@@ -74,6 +79,7 @@ public:
     InstallationsAnswer installationsAnswer;
     RepositoriesAnswer repositoriesAnswer;
     MutingAnswer mutingAnswer;
+    PauseAnswer pauseAnswer;
     NotificationsAnswer notificationsAnswer;
     FailuresAnswer failuresAnswer;
     EnvironmentsAnswer environmentsAnswer;
@@ -82,6 +88,7 @@ public:
     Switches installationSwitches;
     Switches repositorySwitches;
     MutingSwitch mutingSwitch;
+    PauseSwitch pauseSwitch;
     NotificationSwitches notificationSwitches;
     FailureSwitches failureSwitches;
     EnvironmentSwitches environmentSwitches;

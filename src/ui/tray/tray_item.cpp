@@ -3,7 +3,9 @@
 
 #include "monitor/deployment_monitor.h"
 #include "platform/status_item.h"
+#include "presentation/muting_texts.h"
 #include "presentation/status_text.h"
+#include "support/clock.h"
 
 #include <QStringList>
 
@@ -13,9 +15,9 @@ namespace velmora
 namespace
 {
 
-enum Entry { Open = 1, Refresh, Settings, Quit, FirstSeparator, SecondSeparator };
+enum Entry { Open = 1, Refresh, Settings, Quit, FirstSeparator, SecondSeparator, ThirdSeparator, Resume, FirstPause };
 
-QList<StatusItem::MenuEntry> menuEntries()
+QList<StatusItem::MenuEntry> menuEntries(const QString &resume)
 {
     const auto entry = [](int id, const QString &label) {
         return StatusItem::MenuEntry{id, label, true, false};
@@ -23,15 +25,26 @@ QList<StatusItem::MenuEntry> menuEntries()
     const auto separator = [](int id) {
         return StatusItem::MenuEntry{id, QString(), true, true};
     };
+    QList<StatusItem::MenuEntry> pausing;
+    if (!resume.isEmpty())
+        pausing.append(entry(Resume, resume));
+    for (const PauseChoice choice : kPauseChoices) {
+        if (resume.isEmpty())
+            pausing.append(entry(FirstPause + static_cast<int>(choice), pauseText(choice)));
+    }
     // Some desktops open the menu on every click, so the action of a click comes first.
-    return {
-        entry(Open, QStringLiteral("Open Velmora")),
-        separator(FirstSeparator),
-        entry(Refresh, QStringLiteral("Refresh")),
-        entry(Settings, QStringLiteral("Settings…")),
-        separator(SecondSeparator),
-        entry(Quit, QStringLiteral("Quit")),
-    };
+    return QList<StatusItem::MenuEntry>{
+               entry(Open, QStringLiteral("Open Velmora")),
+               separator(FirstSeparator),
+               entry(Refresh, QStringLiteral("Refresh")),
+               entry(Settings, QStringLiteral("Settings…")),
+               separator(SecondSeparator),
+           }
+    + pausing
+        + QList<StatusItem::MenuEntry>{
+            separator(ThirdSeparator),
+            entry(Quit, QStringLiteral("Quit")),
+        };
 }
 
 QString countsInWords(const DeploymentMonitorPresentation &presentation)
@@ -53,7 +66,7 @@ QString trayStatusLine(
     return counts.isEmpty() ? statusText(state, deployments) : counts;
 }
 
-TrayItem::TrayItem(const DeploymentMonitor *monitor, StatusItem *item, QString applicationName, QObject *parent)
+TrayItem::TrayItem(DeploymentMonitor *monitor, StatusItem *item, QString applicationName, QObject *parent)
     : QObject(parent)
     , m_monitor(monitor)
     , m_item(item)
@@ -68,9 +81,12 @@ TrayItem::TrayItem(const DeploymentMonitor *monitor, StatusItem *item, QString a
 TrayItem::Shown TrayItem::wanted() const
 {
     const auto presentation = m_monitor->presentation();
+    const NotificationPause &pause = m_monitor->announcements().pause();
+    const auto term = pause.term();
     const bool isCounting = !TrayIcon::countText(presentation).isEmpty();
     return {isCounting ? presentation.title() : m_applicationName,
-        trayStatusLine(m_monitor->state(), m_monitor->deployments(), m_monitor->marks()), presentation};
+        trayStatusLine(m_monitor->state(), m_monitor->deployments(), m_monitor->marks()), presentation,
+        term ? resumeText(*term, pause.clock().now()) : QString()};
 }
 
 void TrayItem::update()
@@ -82,12 +98,19 @@ void TrayItem::update()
 void TrayItem::show(const Shown &shown)
 {
     m_shown = shown;
-    m_item->show({shown.title, shown.line, m_icon.images(shown.presentation), menuEntries()});
+    m_item->show({shown.title, shown.line, m_icon.images(shown.presentation), menuEntries(shown.resume)});
 }
 
 void TrayItem::trigger(int entry, const QString &activationToken)
 {
+    NotificationPause &pause = m_monitor->announcements().pause();
+    for (const PauseChoice choice : kPauseChoices) {
+        if (entry == FirstPause + static_cast<int>(choice))
+            return pause.begin(endOf(choice, pause.clock().now()));
+    }
     switch (entry) {
+    case Resume:
+        return pause.resume();
     case Open:
         Q_EMIT openRequested(activationToken);
         break;

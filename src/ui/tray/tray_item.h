@@ -18,14 +18,15 @@ class StatusItem;
 [[nodiscard]] QString trayStatusLine(
     const DeploymentMonitorState &state, const DeploymentList &deployments, const FailureMarks &marks);
 
-/// Shows the monitor's presentation in the tray, and turns clicks and menu entries into signals.
+/// Shows the monitor's presentation in the tray, and turns clicks and menu entries into signals. The menu pauses and
+/// resumes the notifications.
 class TrayItem final : public QObject
 {
     Q_OBJECT
 
 public:
     /// `monitor` and `item` outlive the tray item. `applicationName` is the title while nothing is in progress.
-    TrayItem(const DeploymentMonitor *monitor, StatusItem *item, QString applicationName, QObject *parent = nullptr);
+    TrayItem(DeploymentMonitor *monitor, StatusItem *item, QString applicationName, QObject *parent = nullptr);
 
 Q_SIGNALS:
     /// The item was clicked, at `position` if known. The window opens if it is closed, and closes if it is open.
@@ -42,6 +43,7 @@ private:
         QString title;
         QString line;
         DeploymentMonitorPresentation presentation;
+        QString resume; ///< the entry that ends the pause of the notifications; empty without a pause
 
         friend bool operator==(const Shown &, const Shown &) = default;
     };
@@ -51,7 +53,7 @@ private:
     void update();
     void trigger(int entry, const QString &activationToken);
 
-    const DeploymentMonitor *m_monitor;
+    DeploymentMonitor *m_monitor;
     StatusItem *m_item;
     QString m_applicationName;
     TrayIcon m_icon;

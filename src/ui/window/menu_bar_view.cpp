@@ -6,6 +6,7 @@
 #include "installations/installation_store.h"
 #include "monitor/deployment_monitor.h"
 #include "platform/url_opener.h"
+#include "presentation/muting_texts.h"
 #include "presentation/relative_time.h"
 #include "presentation/status_text.h"
 #include "ui/controls/age_ticker.h"
@@ -163,11 +164,32 @@ QWidget *MenuBarView::makeFooter()
     quit->setText(QStringLiteral("Quit"));
     quit->setAutoRaise(true);
     connect(quit, &QToolButton::clicked, this, &MenuBarView::quitRequested);
-    auto *layout = new QHBoxLayout(footer);
+    auto *line = new QHBoxLayout;
+    line->addWidget(m_updated, 1);
+    line->addWidget(quit);
+    auto *layout = new QVBoxLayout(footer);
     layout->setContentsMargins(kRowMargin, kFooterMargin, kFooterMargin + 4, kFooterMargin);
-    layout->addWidget(m_updated, 1);
-    layout->addWidget(quit);
+    layout->setSpacing(0);
+    layout->addWidget(makePauseRow());
+    layout->addLayout(line);
     return footer;
+}
+
+/// Says until when notifications are paused, and resumes them.
+QWidget *MenuBarView::makePauseRow()
+{
+    m_pauseRow = new QWidget(this);
+    m_pause = new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, m_pauseRow);
+    auto *resume = new QToolButton(m_pauseRow);
+    resume->setText(QStringLiteral("Resume"));
+    resume->setAccessibleName(QStringLiteral("Resume notifications"));
+    resume->setAutoRaise(true);
+    connect(resume, &QToolButton::clicked, this, [this] { m_stores.monitor->announcements().pause().resume(); });
+    auto *layout = new QHBoxLayout(m_pauseRow);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_pause, 1);
+    layout->addWidget(resume);
+    return m_pauseRow;
 }
 
 void MenuBarView::connectStores()
@@ -244,7 +266,20 @@ void MenuBarView::showStores()
     m_list->setDeployments(monitor.deployments(), monitor.marks(), monitor.hidden());
     showContent(menuBarContent({authentication.pendingAuthorization().has_value(), !authentication.sessions().isEmpty(),
         monitor.state(), !monitor.deployments().isEmpty() || !monitor.hidden().deployments.isEmpty()}));
+    showPause();
     showUpdateTime();
+}
+
+void MenuBarView::showPause()
+{
+    const auto pause = m_stores.monitor->announcements().pause().term();
+    const QString text = pausedText(pause, m_ports.clock->now());
+    // Hiding the focused button would move the focus to the next control, Quit.
+    if (!pause && m_pauseRow->isAncestorOf(QApplication::focusWidget()))
+        (m_content == MenuBarContent::List ? static_cast<QWidget *>(m_list) : this)->setFocus(Qt::OtherFocusReason);
+    m_pauseRow->setVisible(pause.has_value());
+    if (m_pause->text() != text)
+        m_pause->setText(text);
 }
 
 void MenuBarView::showContent(MenuBarContent content)

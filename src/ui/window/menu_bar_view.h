@@ -70,6 +70,7 @@ private:
     void makeMissingSteps();
     [[nodiscard]] QWidget *makeLoadingView();
     [[nodiscard]] QWidget *makeFooter();
+    [[nodiscard]] QWidget *makePauseRow();
     [[nodiscard]] QWidget *contentWidget(MenuBarContent content) const;
     void connectStores();
     void addShortcuts();
@@ -79,6 +80,7 @@ private:
     void showStores();
     void showContent(MenuBarContent content);
     void showUpdateTime();
+    void showPause();
     void setRefreshing(bool isRefreshing);
     [[nodiscard]] QCoro::Task<> refreshEverything(std::stop_token stop);
     [[nodiscard]] QCoro::Task<> loadInstallations(std::stop_token stop);
@@ -96,6 +98,8 @@ private:
     EmptyStateView *m_noAccess = nullptr;
     EmptyStateView *m_nothingSelected = nullptr;
     EmptyStateView *m_noDeployments = nullptr;
+    QWidget *m_pauseRow = nullptr; ///< shown during a pause of the notifications
+    TextLabel *m_pause = nullptr;
     TextLabel *m_updated = nullptr;
     AgeTicker *m_updateTime;
     MenuBarContent m_content = MenuBarContent::NoDeployments;
