@@ -46,7 +46,7 @@ _velmora() {
     *)
       case $(_velmora_command "${COMP_WORDS[@]:1:COMP_CWORD-1}") in
         '')
-          words='connect accounts installations repositories mute unmute notifications failures environments watch wait status refresh show settings quit diagnose'
+          words='connect accounts installations repositories mute unmute pause resume notifications failures environments watch wait status refresh show settings quit diagnose'
           options+=' --background'
           ;;
         accounts)
@@ -57,7 +57,11 @@ _velmora() {
         installations) options+=' --json --enable --disable' ;;
         repositories) options+=' --json --include --exclude --all --none --refresh' ;;
         mute) options+=' --json --for' ;;
-        unmute) options+=' --json' ;;
+        pause)
+          words='until'
+          options+=' --json'
+          ;;
+        unmute | resume) options+=' --json' ;;
         notifications) options+=' --json --enable --disable --everybody --mine' ;;
         failures) options+=' --json --dismiss --restore --dismiss-all --restore-all --ignore-mended --count-mended' ;;
         environments) options+=' --json --notify --show --hide --only-production --every' ;;

@@ -44,6 +44,10 @@ complete --command velmora --condition __velmora_needs_command --arguments mute 
     --description 'List the deployments of a repository without notifications'
 complete --command velmora --condition __velmora_needs_command --arguments unmute \
     --description "Notify about the repository's deployments again"
+complete --command velmora --condition __velmora_needs_command --arguments pause \
+    --description 'Announce nothing for a while'
+complete --command velmora --condition __velmora_needs_command --arguments resume \
+    --description 'Announce results again, and sum up what failed meanwhile'
 complete --command velmora --condition __velmora_needs_command --arguments notifications \
     --description 'List what Velmora notifies about, and switch that'
 complete --command velmora --condition __velmora_needs_command --arguments failures \
@@ -71,7 +75,7 @@ complete --command velmora --condition '__velmora_accounts_words accounts remove
 
 complete --command velmora --condition '__velmora_accounts_words accounts' --long-option json \
     --description 'Print JSON instead of text'
-for command in installations repositories mute unmute notifications failures environments watch wait status
+for command in installations repositories mute unmute pause resume notifications failures environments watch wait status
     complete --command velmora --condition "__velmora_in_command $command" --long-option json \
         --description 'Print JSON instead of text'
 end
@@ -81,6 +85,9 @@ complete --command velmora --condition '__velmora_in_command installations' --lo
     --description 'Watch this installation'
 complete --command velmora --condition '__velmora_in_command installations' --long-option disable --exclusive \
     --description 'Do not watch this installation'
+
+complete --command velmora --condition '__velmora_accounts_words pause' --arguments until \
+    --description 'Until the clock shows a time'
 
 complete --command velmora --condition '__velmora_in_command mute' --long-option for --exclusive \
     --description 'Only for this long'

@@ -186,6 +186,26 @@ private Q_SLOTS:
             QCOMPARE(parse(wrong).exitCode, ExitCode::WrongUsage);
     }
 
+    void aPauseHasALengthOrAnEndOrNeither()
+    {
+        const auto pause = parse("pause --json").commandLine;
+        QVERIFY(pause && pause->command == CommandLine::Command::Pause && pause->isJSON);
+        QVERIFY(!pause->duration && !pause->until);
+        const auto length = parse("pause 2h").commandLine;
+        QVERIFY(length && !length->until);
+        QCOMPARE(length->duration, std::optional<std::chrono::seconds>(std::chrono::hours(2)));
+        const auto end = parse("pause until 9:00").commandLine;
+        QVERIFY(end && !end->duration);
+        QCOMPARE(end->until, std::optional(QTime(9, 0)));
+        QCOMPARE(parse("pause until 21:30").commandLine->until, std::optional(QTime(21, 30)));
+        const auto resume = parse("resume").commandLine;
+        QVERIFY(resume && resume->command == CommandLine::Command::Resume);
+        for (const char *wrong : {"pause 2", "pause 0h", "pause 8761h", "pause until", "pause until 24:00",
+                 "pause until 9", "pause from 9:00", "pause until 9:00 10:00", "resume 2h"})
+            QVERIFY2(parse(wrong).exitCode == ExitCode::WrongUsage, wrong);
+        QVERIFY(parse("pause until 9").error.contains(QStringLiteral("until 9:00")));
+    }
+
     void namesAreTakenOneByOneAndRepeatedly()
     {
         const auto line = parse("repositories --none --include a/b --include c/d --json").commandLine;

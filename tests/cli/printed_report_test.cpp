@@ -109,6 +109,13 @@ private Q_SLOTS:
     void howManyAreHiddenIsPrintedWhereThereAreAny()
     {
         MonitorReport ready = report(State::ready(noon()));
+        QVERIFY(!jsonLine(ready, noon()).contains("paused"));
+        MonitorReport paused = ready;
+        paused.isPaused = true;
+        QVERIFY(jsonLine(paused, noon()).contains(json("'paused':true,")));
+        QVERIFY(!jsonLine(paused, noon()).contains("pausedUntil"));
+        paused.pausedUntil = noon() + 1h;
+        QVERIFY(jsonLine(paused, noon()).contains(json("'paused':true,'pausedUntil':'2026-05-01T13:00:00Z',")));
         QVERIFY(!jsonLine(ready, noon()).contains("hidden"));
         ready.hidden = {makeSnapshot(QStringLiteral("D_9"), DeploymentState::Success, noon())};
         QVERIFY(jsonLine(ready, noon()).contains(json("'hidden':1,")));

@@ -246,6 +246,29 @@ private Q_SLOTS:
         QVERIFY2(refused->err().contains("nobody/nothing has had no deployment"), refused->err());
     }
 
+    void notificationsArePausedInTheTray()
+    {
+        connectAndStartTray();
+        const auto status = [&] {
+            return jsonLines(finished("status --json")->out()).last();
+        };
+        QVERIFY(!status().contains(QLatin1String("paused")));
+        QCOMPARE(finished("pause")->out(), QByteArray("Notifications are paused.\n"));
+        const auto paused = jsonLines(finished("pause 2h --json")->out()).last();
+        QCOMPARE(paused.value(QLatin1String("paused")), QJsonValue(true));
+        const QJsonValue until = paused.value(QLatin1String("pausedUntil"));
+        QVERIFY(until.toString().endsWith(QLatin1Char('Z')));
+        QCOMPARE(status().value(QLatin1String("pausedUntil")), until);
+        QVERIFY(finished("status")->out().contains("Notifications are paused until "));
+        endTray();
+        QCOMPARE(status().value(QLatin1String("pausedUntil")), until);
+        startTray();
+        QCOMPARE(status().value(QLatin1String("pausedUntil")), until);
+        QVERIFY(finished("pause until 9:00")->out().startsWith("Notifications are paused until "));
+        QCOMPARE(finished("resume")->out(), QByteArray("Notifications are not paused.\n"));
+        QVERIFY(!status().contains(QLatin1String("paused")));
+    }
+
     void aRepositoryIsMutedInTheTray()
     {
         connectAndStartTray();

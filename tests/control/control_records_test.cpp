@@ -130,6 +130,17 @@ private Q_SLOTS:
         compareAfterTheWay(answer);
     }
 
+    void aPauseArrives()
+    {
+        compareAfterTheWay(PauseAnswer{QStringLiteral("full"), true, noon() + 1us});
+        compareAfterTheWay(PauseAnswer());
+        MonitorReport report = fullReport(State::loading(true));
+        report.isPaused = true;
+        compareAfterTheWay(report);
+        report.pausedUntil = noon() + 1us;
+        compareAfterTheWay(report);
+    }
+
     void aMutingArrives()
     {
         compareAfterTheWay(MutingAnswer{{true, false, {QStringLiteral("alice: no")}}, QStringLiteral("no"),

@@ -327,6 +327,22 @@ private Q_SLOTS:
         QVERIFY(f->github.restRequests.isEmpty() && f->github.queries.isEmpty());
     }
 
+    void notificationsArePausedAndResumed()
+    {
+        build();
+        QVERIFY(!report().isPaused);
+        QSignalSpy changes(m_control.get(), &Control::reportChanged);
+        QCOMPARE(awaitValue(m_control->pause({true, noon() + 2h}, {})), (PauseAnswer{{}, true, noon() + 2h}));
+        QCOMPARE(changes.count(), 1);
+        QVERIFY(report().isPaused);
+        QCOMPARE(report().pausedUntil, std::optional(noon() + 2h));
+        QCOMPARE(awaitValue(m_control->pause({true, std::nullopt}, {})), (PauseAnswer{{}, true, std::nullopt}));
+        QVERIFY(!report().pausedUntil);
+        QCOMPARE(awaitValue(m_control->pause({false, std::nullopt}, {})), PauseAnswer());
+        QVERIFY(!report().isPaused);
+        QVERIFY(f->github.restRequests.isEmpty() && f->github.queries.isEmpty());
+    }
+
     void failuresAreListedAsTheyWereSeenLast()
     {
         f->cache.payload = DeploymentCachePayload{{makeSnapshot(text("s"), DeploymentState::Success, noon()),

@@ -172,6 +172,12 @@ private Q_SLOTS:
             QCOMPARE(awaitValue(m_remote->mute(muting, {})), control.mutingAnswer);
             QCOMPARE(control.mutingSwitch, muting);
         }
+        control.pauseAnswer = {QStringLiteral("full"), true, noon()};
+        for (const PauseSwitch &pause :
+            {PauseSwitch{true, std::nullopt}, PauseSwitch{true, noon() + 1us}, PauseSwitch{false, std::nullopt}}) {
+            QCOMPARE(awaitValue(m_remote->pause(pause, {})), control.pauseAnswer);
+            QCOMPARE(control.pauseSwitch, pause);
+        }
         for (const std::optional<bool> onlyMine : {std::optional<bool>(), std::optional(true), std::optional(false)}) {
             const NotificationSwitches kinds{{QStringLiteral("approvals")}, {QStringLiteral("successes")}, onlyMine};
             QCOMPARE(awaitValue(m_remote->notifications(kinds, {})), control.notificationsAnswer);
@@ -219,6 +225,9 @@ private Q_SLOTS:
         const QDBusMessage until = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
             QStringLiteral("Mute"), {QStringLiteral("a/b"), QStringLiteral("later")});
         QVERIFY(until.errorMessage().contains(QStringLiteral("“later”")));
+        const QDBusMessage pause = m_bus->call(kName, kPath, QStringLiteral("com.tarvik.Velmora.Control1"),
+            QStringLiteral("Pause"), {QStringLiteral("soon")});
+        QVERIFY(pause.errorMessage().contains(QStringLiteral("“soon”")));
         QVERIFY(m_running->control.asked.isEmpty());
     }
 

@@ -87,6 +87,15 @@ private Q_SLOTS:
         QCOMPARE(shown.deployments, DeploymentList{recent});
     }
 
+    void aPauseIsTold()
+    {
+        QVERIFY(!report().isPaused);
+        m_preferences.values[QStringLiteral("notifications.pause")]
+            = QStringList(QStringLiteral("2026-05-01T11:00:00Z/2026-05-01T14:00:00Z"));
+        QVERIFY(report().isPaused);
+        QCOMPARE(report().pausedUntil, std::optional(noon() + 2h));
+    }
+
     void savedFailuresAreMarkedLikeLiveOnes()
     {
         rememberAnAccount();

@@ -91,6 +91,38 @@ private Q_SLOTS:
         QCOMPARE(m_defaults.stringList(u"repositories.muted"_s), QStringList());
     }
 
+    void duringAPauseNothingIsPosted()
+    {
+        switchAllOn();
+        m_choices.pause().begin(noon() + 1h);
+        QCOMPARE(announcementOf(Failure), Announcement::Paused);
+        QCOMPARE(announcementOf(Success), Announcement::Paused);
+        QCOMPARE(announcementOf(InProgress), Announcement::None);
+        m_choices.muted().mute(u"R_web"_s);
+        QCOMPARE(announcementOf(Failure), Announcement::Silent);
+        m_choices.muted().unmute(u"R_web"_s);
+        m_clock.advance(1h);
+        QCOMPARE(announcementOf(Failure), Announcement::Posted);
+        m_choices.forgetOver();
+        QCOMPARE(m_defaults.stringList(u"notifications.pause"_s), QStringList());
+    }
+
+    void whatIsSummedUpIsStillWantedAndNotMuted()
+    {
+        const DeploymentSnapshot failure = makeSnapshot(u"id"_s, Failure, noon());
+        QVERIFY(!m_choices.isSummedUp(failure));
+        switchAllOn();
+        // Whose it is was asked before.
+        m_defaults.values[QString::fromLatin1(kOnlyMinePreference)] = true;
+        QVERIFY(m_choices.isSummedUp(failure));
+        storeEnvironmentChoices(&m_defaults, {{{u"production"_s, EnvironmentChoice::Show}}, false});
+        QVERIFY(!m_choices.isSummedUp(failure));
+        storeEnvironmentChoices(&m_defaults, {});
+        m_choices.muted().mute(u"R_web"_s);
+        QVERIFY(!m_choices.isSummedUp(failure));
+        m_choices.muted().unmute(u"R_web"_s);
+    }
+
     void onlyEnvironmentsOfWhichTheUserIsNotifiedCount()
     {
         using enum EnvironmentChoice;

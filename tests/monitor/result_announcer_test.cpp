@@ -521,6 +521,124 @@ private Q_SLOTS:
         QCOMPARE(notifier.announced, QStringList());
     }
 
+    void whatFailsDuringAPauseIsSummedUpOnceAtItsEnd()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        announcer.choices().pause().begin(noon() + std::chrono::hours(1));
+        const DeploymentList first{make("a", Failure), make("s", Success)};
+        run(announcer, {}, first);
+        run(announcer, first, first + DeploymentList{make("b", Error)});
+        announcer.followClock();
+        QCOMPARE(notifier.announced, QStringList());
+        QCOMPARE(defaults->stringList(kFailures), texts({"a:failure", "b:error"}));
+        QCOMPARE(defaults->stringList(kSuccesses), texts({"s:success"}));
+        clock.advance(std::chrono::hours(1));
+        announcer.followClock();
+        QCOMPARE(notifier.announced, texts({"failure a b"}));
+        announcer.followClock();
+        run(announcer, first, first + DeploymentList{make("b", Error), make("c", Failure)});
+        QCOMPARE(notifier.announced, texts({"failure a b", "failure c"}));
+    }
+
+    void aPauseThatIsResumedIsSummedUpAtOnce()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        announcer.choices().pause().begin(std::nullopt);
+        run(announcer, {}, {make("a", Failure)});
+        announcer.choices().pause().resume();
+        QCOMPARE(notifier.announced, texts({"failure a"}));
+    }
+
+    void aPauseInWhichNothingFailedEndsQuietly()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        announcer.choices().pause().begin(std::nullopt);
+        run(announcer, {}, {make("s", Success)});
+        announcer.choices().pause().resume();
+        announcer.followClock();
+        QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void aPauseThatEndsWhileNoProgramRunsIsSummedUpByTheNext()
+    {
+        const DeploymentList failed{make("a", Failure)};
+        {
+            ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+            run(announcer, {}, {});
+            announcer.choices().pause().begin(noon() + std::chrono::hours(1));
+            run(announcer, {}, failed);
+        }
+        clock.advance(std::chrono::hours(9));
+        ResultAnnouncer next(&notifier, defaults.get(), &clock);
+        next.followClock();
+        run(next, failed, failed);
+        QCOMPARE(notifier.announced, texts({"failure a"}));
+    }
+
+    void twoRunsOfOneProfileSumUpAPauseOnce()
+    {
+        FakeNotifier second;
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        ResultAnnouncer other(&second, defaults.get(), &clock);
+        run(announcer, {}, {});
+        run(other, {}, {});
+        announcer.choices().pause().begin(std::nullopt);
+        run(announcer, {}, {make("a", Failure)});
+        run(other, {}, {make("a", Failure)});
+        notifier.busy.emplace();
+        second.busy.emplace();
+        announcer.choices().pause().resume();
+        QCOMPARE(notifier.announced + second.announced, QStringList());
+        second.busy->resolve();
+        notifier.busy->resolve();
+        QCOMPARE(second.announced, texts({"failure a"}));
+        QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void whatWaitsWhenAPauseBeginsIsSummedUp()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        notifier.busy.emplace();
+        run(announcer, {}, {make("a", Failure), make("s", Success)});
+        announcer.choices().pause().begin(std::nullopt);
+        notifier.busy->resolve();
+        notifier.busy.reset();
+        QCOMPARE(notifier.announced, QStringList());
+        QCOMPARE(defaults->stringList(kWaiting), QStringList());
+        announcer.choices().pause().resume();
+        QCOMPARE(notifier.announced, texts({"failure a"}));
+    }
+
+    void whatIsMutedMeanwhileIsNotSummedUp()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        announcer.choices().pause().begin(std::nullopt);
+        run(announcer, {}, {make("a", Failure)});
+        announcer.choices().muted().mute(QStringLiteral("R_web"));
+        announcer.choices().pause().resume();
+        announcer.choices().muted().unmute(QStringLiteral("R_web"));
+        announcer.followClock();
+        QCOMPARE(notifier.announced, QStringList());
+    }
+
+    void aSummaryThatCouldNotBeDeliveredCountsAsAnnounced()
+    {
+        ResultAnnouncer announcer(&notifier, defaults.get(), &clock);
+        run(announcer, {}, {});
+        announcer.choices().pause().begin(std::nullopt);
+        run(announcer, {}, {make("a", Failure)});
+        notifier.fails = true;
+        announcer.choices().pause().resume();
+        notifier.fails = false;
+        announcer.followClock();
+        QCOMPARE(notifier.announced, texts({"failure a"}));
+    }
+
     void aRepeatedIdInThePreviousListEndsTheProgram()
     {
         QProcess process;

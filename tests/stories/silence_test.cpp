@@ -10,7 +10,7 @@ using namespace velmora::testing;
 using namespace std::chrono_literals;
 using namespace Qt::Literals::StringLiterals;
 
-/// Repositories that are muted.
+/// Repositories that are muted, and notifications that are paused.
 class SilenceStories final : public QObject
 {
     Q_OBJECT
@@ -92,6 +92,72 @@ private Q_SLOTS:
         QCOMPARE(story.desktop.notifications(), QStringList());
     }
 
+    void whatFailsDuringAPauseIsSummedUpAtItsEnd()
+    {
+        Story story;
+        twoRepositoriesAreWatched(story);
+        pauses(story, story.clock.now() + 10min);
+        const QString web = story.github.deploys(u"octo/web"_s);
+        story.time.passes(kFullPoll);
+        story.github.succeeds(web);
+        fails(story, u"octo/api"_s);
+        fails(story, u"octo/web"_s);
+        QCOMPARE(story.program.app().monitor().presentation().failedCount, 2);
+        QCOMPARE(story.desktop.notifications(), QStringList());
+        story.time.passes(10min);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"2 deployments failed"_s));
+        fails(story, u"octo/api"_s);
+        QCOMPARE(story.desktop.notifications(), (QStringList{u"2 deployments failed"_s, u"octo/api failed"_s}));
+    }
+
+    void aPauseSurvivesTheProgramAndIsSummedUpByTheNextOne()
+    {
+        Story story;
+        twoRepositoriesAreWatched(story);
+        pauses(story, story.clock.now() + 1h);
+        fails(story, u"octo/api"_s);
+        story.program.restarts();
+        story.time.passes(kFullPoll);
+        fails(story, u"octo/web"_s);
+        QCOMPARE(story.desktop.notifications(), QStringList());
+        story.program.ends();
+        story.clock.setNow(story.clock.now() + 9h);
+        story.program.starts();
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"2 deployments failed"_s));
+        story.program.restarts();
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications().size(), 1);
+    }
+
+    void aPauseEndsWhileTheMachineSleeps()
+    {
+        Story story;
+        twoRepositoriesAreWatched(story);
+        pauses(story, story.clock.now() + 1h);
+        fails(story, u"octo/api"_s);
+        story.time.passesAsleep(9h);
+        story.time.passes(kFullPoll);
+        QCOMPARE(story.desktop.notifications(), QStringList(u"octo/api failed"_s));
+    }
+
+    void whoResumesInATerminalGetsTheSummaryFromTheTray()
+    {
+        Story story;
+        twoRepositoriesAreWatched(story);
+        pauses(story, std::nullopt);
+        fails(story, u"octo/api"_s);
+        story.time.passes(10min);
+        QCOMPARE(story.desktop.notifications(), QStringList());
+        {
+            StoryProgram terminal(story.program);
+            QVERIFY(!awaitValue(terminal.control().pause({false, std::nullopt}, {})).isPaused);
+            terminal.comesToRest();
+        }
+        QVERIFY(waitUntil([&] { return !story.desktop.notifications().isEmpty(); }));
+        QCOMPARE(story.desktop.notifications(), QStringList(u"octo/api failed"_s));
+    }
+
 private:
     static void twoRepositoriesAreWatched(Story &story)
     {
@@ -104,6 +170,12 @@ private:
     {
         story.github.fails(story.github.deploys(repository));
         story.time.passes(kFullPoll);
+    }
+
+    static void pauses(Story &story, std::optional<Instant> until)
+    {
+        QVERIFY(awaitValue(story.program.control().pause({true, until}, {})).isPaused);
+        story.program.comesToRest();
     }
 
     static void mutes(

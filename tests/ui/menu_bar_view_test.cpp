@@ -162,6 +162,42 @@ private Q_SLOTS:
             (QStringList{text("Velmora"), text("GitHub deployments"), text("Updated now"), text("Quit")}));
     }
 
+    void aPauseIsToldAndResumedInTheFooter()
+    {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
+        connectWithDeployments({{text("a"), text("SUCCESS")}});
+        m_fixture->tick();
+        show();
+        NotificationPause &pause = m_fixture->monitor->announcements().pause();
+        const auto resume = [this]() -> QToolButton * {
+            for (auto *button : m_view->findChildren<QToolButton *>()) {
+                if (button->isVisible() && button->text() == text("Resume"))
+                    return button;
+            }
+            return nullptr;
+        };
+        QVERIFY(!resume());
+        const int height = m_view->height();
+        pause.begin(noon() + 1h);
+        drainEvents();
+        QVERIFY(shownTexts().contains(text("Notifications are paused until 13:00")));
+        QVERIFY(m_view->height() > height);
+        QVERIFY(resume());
+        resume()->setFocus();
+        QTest::keyClick(resume(), Qt::Key_Space);
+        QVERIFY(!pause.term());
+        drainEvents();
+        QVERIFY(!resume());
+        QCOMPARE(m_view->height(), height);
+        QVERIFY(m_view->findChild<DeploymentListView *>()->hasFocus());
+        // The end of a pause is noticed by a tick.
+        pause.begin(noon() + 1h);
+        m_fixture->clock.advance(1h);
+        m_fixture->tick();
+        QVERIFY(!resume());
+        QLocale::setDefault(QLocale::c());
+    }
+
     void aLockedKeyringCanBeUnlockedFromTheWindow()
     {
         const auto keyring = lockKeyring();

@@ -5,6 +5,7 @@
 #include "support/monitor_fixture.h"
 #include "support/test_main.h"
 
+#include <QLocale>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -37,6 +38,7 @@ private Q_SLOTS:
         m_tray.reset();
         m_item.reset();
         m_fixture.reset();
+        QLocale::setDefault(QLocale::c());
     }
 
     void shouldShowTheMonitorAsItIs()
@@ -136,6 +138,7 @@ private Q_SLOTS:
 
     void shouldHaveAMenuThatOpensFirst()
     {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
         make({});
         QStringList labels;
         for (const auto &entry : m_item->content.menu) {
@@ -143,8 +146,30 @@ private Q_SLOTS:
             labels.append(entry.isSeparator ? QStringLiteral("-") : entry.label);
         }
         const QStringList expected{QStringLiteral("Open Velmora"), QStringLiteral("-"), QStringLiteral("Refresh"),
-            QStringLiteral("Settings…"), QStringLiteral("-"), QStringLiteral("Quit")};
+            QStringLiteral("Settings…"), QStringLiteral("-"), QStringLiteral("Pause notifications for 1 hour"),
+            QStringLiteral("Pause notifications for 4 hours"),
+            QStringLiteral("Pause notifications until tomorrow, 09:00"), QStringLiteral("-"), QStringLiteral("Quit")};
         QCOMPARE(labels, expected);
+    }
+
+    void shouldPauseAndResumeTheNotifications()
+    {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
+        make({});
+        const NotificationPause &pause = m_fixture->monitor->announcements().pause();
+        choose("Pause notifications for 1 hour");
+        QVERIFY(pause.term() == Term(noon(), noon() + 1h));
+        QCOMPARE(m_item->entryNamed(QStringLiteral("Pause notifications for 4 hours")), 0);
+        choose("Resume notifications (paused until 13:00)");
+        QVERIFY(!pause.term());
+        choose("Pause notifications for 4 hours");
+        QVERIFY(pause.term() == Term(noon(), noon() + 4h));
+        m_fixture->clock.advance(4h);
+        m_fixture->tick();
+        choose("Pause notifications until tomorrow, 09:00");
+        QVERIFY(pause.term() == Term(noon() + 4h, noon() + 21h));
+        choose("Resume notifications (paused until tomorrow, 09:00)");
+        QVERIFY(!pause.term());
     }
 
     void shouldTurnTheEntriesIntoWishes()

@@ -182,7 +182,6 @@ QWidget *MenuBarView::makePauseRow()
     m_pause = new TextLabel(TextSize::Caption, TextLabel::Overflow::Elide, m_pauseRow);
     auto *resume = new QToolButton(m_pauseRow);
     resume->setText(QStringLiteral("Resume"));
-    resume->setAccessibleName(QStringLiteral("Resume notifications"));
     resume->setAutoRaise(true);
     connect(resume, &QToolButton::clicked, this, [this] { m_stores.monitor->announcements().pause().resume(); });
     auto *layout = new QHBoxLayout(m_pauseRow);
