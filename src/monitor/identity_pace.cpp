@@ -182,15 +182,17 @@ IdentityPace::Candidates IdentityPace::waiting(bool areActive, Instant now) cons
     return candidates;
 }
 
-/// What the points leave after the active repositories is spread over the others.
+/// What the points leave after the active repositories is spread over the others; a few of them still wait for a whole
+/// request.
 void IdentityPace::updateInterval(double pointsPerSecond)
 {
-    const double perSecond = pointsPerSecond / static_cast<double>(m_requestCost) * static_cast<double>(kBatch);
+    const double requestsPerSecond = pointsPerSecond / static_cast<double>(m_requestCost);
+    const double perSecond = requestsPerSecond * static_cast<double>(kBatch);
     const double activePerSecond
         = std::min(static_cast<double>(m_activeCount) / kTick.count(), kActiveShare * perSecond);
     const auto others = static_cast<double>(m_turns.size() - m_activeCount);
-    const Seconds interval(
-        std::clamp<double>(others / (perSecond - activePerSecond), kFull.count(), Seconds(1h).count()));
+    const double wait = std::max(others / (perSecond - activePerSecond), 1 / requestsPerSecond);
+    const Seconds interval(std::clamp<double>(wait, kFull.count(), Seconds(1h).count()));
     const Seconds told = m_interval.value_or(0s);
     if (std::abs((interval - told).count()) > kSmallChange * told.count())
         m_interval = std::chrono::ceil<std::chrono::seconds>(interval);

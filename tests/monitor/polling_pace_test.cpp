@@ -211,6 +211,18 @@ private Q_SLOTS:
         QCOMPARE(pace.interval(), std::optional(41s));
     }
 
+    void aSingleRepositoryWaitsForAWholeRequest()
+    {
+        const auto all = repositories(1);
+        PollingPace pace;
+        pace.record(kAlice, all, {1, 4999, noon() + 1h}, Scope::All, noon());
+        // Other tools have taken nearly all.
+        pace.record(kAlice, all, {1, 60, noon() + 1h}, Scope::All, noon());
+        QVERIFY(pace.due(all, {}, Scope::All, noon() + 30s).isEmpty());
+        QCOMPARE(pace.interval(), std::optional(60s));
+        QCOMPARE(pace.due(all, {}, Scope::All, noon() + 61s).size(), 1);
+    }
+
     void activeOnesComeFirstThenThoseOfTheLastDay()
     {
         const auto all = repositories(3000);
