@@ -90,7 +90,8 @@ class ConnectionTest(VelmoraTest):
         window = self.connect(self.start_velmora())
         self.assertEqual([(each.role, each.name) for each in window.children()], [("frame", "Velmora")])
         row = next(row for row in window.all("list item") if "production" in row.name)
-        names = ["Press", "Open environment", "Copy commit ID", "Copy link to log", "Copy link to environment"]
+        names = ["Press", "Open environment", "Copy commit ID", "Copy link to log", "Copy link to environment",
+                 "Mute user-1/repository-0001", "Show production without notifications", "Hide production"]
         self.assertEqual(row.actions(), names)
 
         row.do("Press")

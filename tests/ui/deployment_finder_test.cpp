@@ -74,7 +74,7 @@ private Q_SLOTS:
             {});
         m_window->show();
         QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-        m_finder->setFocus();
+        m_finder->focusDeployments();
         QVERIFY(m_list->hasFocus());
     }
     void cleanup() { m_window.reset(); }

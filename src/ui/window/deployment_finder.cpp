@@ -38,7 +38,6 @@ DeploymentFinder::DeploymentFinder(DeploymentListView *list, QWidget *parent)
     layout->addWidget(m_row);
     layout->addWidget(m_area, 1);
     m_row->hide();
-    setFocusProxy(m_list);
     connect(m_field, &QLineEdit::textChanged, this, &DeploymentFinder::search);
     connect(m_field, &SearchField::leftAtBottom, m_list, &DeploymentListView::focusFirstRow);
     connect(m_field, &QLineEdit::returnPressed, m_list, &DeploymentListView::focusFirstRow);
@@ -121,6 +120,11 @@ bool DeploymentFinder::takeKey(const QKeyEvent &event)
     return true;
 }
 
+void DeploymentFinder::focusDeployments()
+{
+    m_list->setFocus(Qt::OtherFocusReason);
+}
+
 void DeploymentFinder::find()
 {
     m_row->show();
@@ -132,7 +136,7 @@ void DeploymentFinder::showAll()
 {
     // Hiding what has the focus would move the focus to the next control.
     if (isAncestorOf(QApplication::focusWidget()))
-        m_list->setFocus(Qt::OtherFocusReason);
+        focusDeployments();
     m_row->hide();
     m_field->clear();
 }

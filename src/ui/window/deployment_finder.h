@@ -16,7 +16,7 @@ class SearchField;
 class TextLabel;
 
 /// The list of deployments, and above it, while something is looked for, a search field with the number of deployments
-/// that are found. The list takes the focus of the whole.
+/// that are found.
 ///
 /// The search field shows with find() and the first letter, and goes with Escape or when the whole is hidden; all
 /// deployments are shown again then.
@@ -35,6 +35,9 @@ public:
     /// Handles a key that no control of the window has used: a letter is typed into the search, and Escape ends it.
     /// Returns whether the key was used.
     bool takeKey(const QKeyEvent &event);
+    /// Gives the focus to the list. (As its focus proxy the list would have it, but so would this widget, for assistive
+    /// technology.)
+    void focusDeployments();
 
 public Q_SLOTS:
     /// Shows the search field and gives it the focus.

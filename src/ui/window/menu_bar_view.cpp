@@ -274,8 +274,12 @@ void MenuBarView::showPause()
     const auto pause = m_stores.monitor->announcements().pause().term();
     const QString text = pausedText(pause, m_ports.clock->now());
     // Hiding the focused button would move the focus to the next control, Quit.
-    if (!pause && m_pauseRow->isAncestorOf(QApplication::focusWidget()))
-        (m_content == MenuBarContent::List ? static_cast<QWidget *>(m_list) : this)->setFocus(Qt::OtherFocusReason);
+    if (!pause && m_pauseRow->isAncestorOf(QApplication::focusWidget())) {
+        if (m_content == MenuBarContent::List)
+            m_list->focusDeployments();
+        else
+            setFocus(Qt::OtherFocusReason);
+    }
     m_pauseRow->setVisible(pause.has_value());
     if (m_pause->text() != text)
         m_pause->setText(text);
@@ -294,7 +298,7 @@ void MenuBarView::showContent(MenuBarContent content)
         previous->hide();
     next->show();
     if (next == m_list && hasFocus())
-        m_list->setFocus(Qt::OtherFocusReason);
+        m_list->focusDeployments();
 }
 
 void MenuBarView::showUpdateTime()
@@ -362,7 +366,7 @@ void MenuBarView::showEvent(QShowEvent *event)
     showStores();
     QWidget::showEvent(event);
     if (m_content == MenuBarContent::List)
-        m_list->setFocus(Qt::OtherFocusReason);
+        m_list->focusDeployments();
     const auto &installations = *m_stores.installations;
     if (!m_isLoadingInstallations && !m_isRefreshing
         && needsInstallations(installations.state(), installations.lastRefreshedAt()))
