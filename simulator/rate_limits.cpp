@@ -21,7 +21,7 @@ RateLimit RateLimits::look(const QString &login, const QByteArray &resource, Mil
 void RateLimits::set(const QString &login, int remaining, Milliseconds resetAt)
 {
     for (const char *resource : {"graphql", "core"})
-        m_limits[{login, resource}] = {remaining, resetAt};
+        set(login, resource, remaining, resetAt);
 }
 
 QList<Header> RateLimits::headers(const RateLimit &limit, const QByteArray &resource) const

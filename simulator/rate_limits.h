@@ -29,6 +29,11 @@ public:
     [[nodiscard]] RateLimit look(const QString &login, const QByteArray &resource, Milliseconds now);
     /// Sets both budgets of a user.
     void set(const QString &login, int remaining, Milliseconds resetAt);
+    /// Sets one of them.
+    void set(const QString &login, const QByteArray &resource, int remaining, Milliseconds resetAt)
+    {
+        m_limits[{login, resource}] = {remaining, resetAt};
+    }
     void clear() { m_limits.clear(); }
 
     /// Whether limits apply. On an Enterprise Server they do not by default.

@@ -11,6 +11,16 @@ namespace velmora::simulator
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace
+{
+
+/// When in the story another tool has spent nearly all points of GraphQL, and what it leaves until the reset.
+constexpr Milliseconds kOtherTool = 180'000;
+constexpr int kLeftByOtherTool = 8;
+constexpr Milliseconds kUntilReset = 300'000;
+
+} // namespace
+
 Simulator::Simulator(SimulatorOptions options, QObject *parent)
     : QObject(parent)
     , m_options(std::move(options))
@@ -60,8 +70,19 @@ void Simulator::tellStory()
 {
     // Restarted in each call, so that the story does not catch up after a pause.
     const Milliseconds elapsed = m_sinceStory.isValid() ? m_sinceStory.restart() : 0;
-    if (!isStoryPaused())
-        m_story->advance(Milliseconds(double(elapsed) * m_options.speed), now(), m_options.speed);
+    if (isStoryPaused())
+        return;
+    const Milliseconds before = m_story->time();
+    m_story->advance(Milliseconds(double(elapsed) * m_options.speed), now(), m_options.speed);
+    if (before < kOtherTool && m_story->time() >= kOtherTool)
+        spendPoints();
+}
+
+/// Another tool leaves so few points to each identity that Velmora has to ask less often until the reset.
+void Simulator::spendPoints()
+{
+    for (const int identity : m_world.identities())
+        m_limits.set(m_world.owners().at(identity).login, "graphql", kLeftByOtherTool, now() + kUntilReset);
 }
 
 void Simulator::answerHanging()

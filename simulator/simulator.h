@@ -89,6 +89,7 @@ public:
 private:
     [[nodiscard]] Reply reply(const Request &request);
     void tellStory();
+    void spendPoints();
 
     SimulatorOptions m_options;
     QUrl m_url;

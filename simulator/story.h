@@ -14,12 +14,16 @@
 namespace velmora::simulator
 {
 
-/// Makes deployments begin, progress and end, without end. Moves only in advance(). The same seed gives the same story,
-/// no matter how its time is divided into steps.
+/// Makes deployments begin, progress and end, without end; in an outage now and then several fail together. Moves only
+/// in advance(). The same seed gives the same story, no matter how its time is divided into steps.
 class Story
 {
 public:
-    static constexpr int kMostUnderWay = 6;
+    /// The deployments that an outage makes fail.
+    static constexpr int kOutage = 5;
+    static constexpr int kMostUnderWay = 6 + kOutage;
+    /// When the first outage is over.
+    static constexpr Milliseconds kFirstOutage = 90'000;
 
     /// The pointers are not owned and outlive the story.
     Story(World *world, Random *random, QUrl web);
@@ -33,12 +37,15 @@ public:
 
 private:
     struct Event {
-        std::shared_ptr<Script> script; ///< null to begin a new deployment
+        std::shared_ptr<Script> script; ///< null to begin what is new
         QString deployment;
         int step = 0;
+        bool isOutage = false;
     };
     void happen(const Event &event, Milliseconds at, Milliseconds now);
     void beginOne(Milliseconds at, Milliseconds now);
+    void beginOutage(Milliseconds at, Milliseconds now);
+    void begin(Script script, Milliseconds at, Milliseconds now);
     void schedule(Milliseconds at, Event event) { m_events.emplace(at, std::move(event)); }
 
     World *m_world;

@@ -93,6 +93,26 @@ private Q_SLOTS:
         QVERIFY(ended > 10);
     }
 
+    void inAnOutageSeveralFailAtOnce()
+    {
+        Random random(5);
+        World world = demoWorld(random, kStart, m_web);
+        Story story(&world, &random, m_web);
+        const auto failures = [&] {
+            int count = 0;
+            for (const Repository &repository : world.repositories()) {
+                count += static_cast<int>(std::ranges::count_if(repository.deployments, [](const Deployment &each) {
+                    return each.latestStatus && each.latestStatus->description == u"The cluster does not answer"_s;
+                }));
+            }
+            return count;
+        };
+        story.advance(Story::kFirstOutage - 1, kStart + Story::kFirstOutage - 1);
+        QCOMPARE(failures(), 0);
+        story.advance(1, kStart + Story::kFirstOutage);
+        QCOMPARE(failures(), Story::kOutage);
+    }
+
     void aSuccessEndsTheEarlierOneUnlessInProduction()
     {
         for (const auto &[environment, state] :
