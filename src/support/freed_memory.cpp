@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/freed_memory.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <link.h>
 #include <sys/mman.h>

@@ -83,7 +83,7 @@ QString RepositoryListModel::sentence(const Row &row) const
 QString RepositoryListModel::bellHelp(const Row &row) const
 {
     QString muted = mutedText(row.muting, m_clock->now());
-    const QString action = mutingAction(row.name, row.muting.has_value()) + QStringLiteral(" (Ctrl+M)");
+    QString action = mutingAction(row.name, row.muting.has_value()) + QStringLiteral(" (Ctrl+M)");
     if (muted.isEmpty())
         return action;
     muted[0] = muted.at(0).toUpper();
