@@ -74,7 +74,8 @@ void Simulator::tellStory()
         return;
     const Milliseconds before = m_story->time();
     m_story->advance(Milliseconds(double(elapsed) * m_options.speed), now(), m_options.speed);
-    if (before < kOtherTool && m_story->time() >= kOtherTool)
+    // Not in a story that is told faster than the points come back.
+    if (m_options.speed == 1 && before < kOtherTool && m_story->time() >= kOtherTool)
         spendPoints();
 }
 
