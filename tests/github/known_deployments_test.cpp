@@ -251,6 +251,15 @@ private Q_SLOTS:
             QCOMPARE(known.decoded(body, twice), decodedBatch(body, twice, RateLimitUse::Always));
     }
 
+    void anAnswerInAnotherFormIsDecodedAndLaterOnesAreToo()
+    {
+        KnownDeployments known;
+        const QByteArray usual = answer({node("A", "1"), node("B", "1")});
+        const QByteArray withBlank = answer({node("A", "1") + " ", node("B", "1")});
+        for (const QByteArray &body : {withBlank, usual, withBlank, withBlank, usual})
+            QCOMPARE(known.decoded(body, m_ids), decodedBatch(body, m_ids, RateLimitUse::Always));
+    }
+
     void damageIsFoundBesideWhatIsKnown_data()
     {
         QTest::addColumn<QByteArray>("body");
