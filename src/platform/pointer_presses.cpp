@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/pointer_presses.h"
 
+#include "platform/x11_display.h"
+
 #include <QGuiApplication>
 
 #include <utility>
@@ -15,12 +17,6 @@ namespace
 /// The wheel counts as the buttons from here on.
 constexpr uint32_t kWheel = 4;
 
-xcb_connection_t *connection()
-{
-    const auto *const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 ? x11->connection() : nullptr;
-}
-
 /// The number by which the server marks events of the input extension; 0 if it lacks the extension.
 uint8_t inputExtension(xcb_connection_t *connection)
 {
@@ -34,8 +30,7 @@ void select(xcb_connection_t *connection, uint32_t events)
         xcb_input_event_mask_t head;
         uint32_t events;
     } mask{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, events};
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-    xcb_input_xi_select_events(connection, root, 1, &mask.head);
+    xcb_input_xi_select_events(connection, x11Root(connection), 1, &mask.head);
     xcb_flush(connection);
 }
 
@@ -51,7 +46,7 @@ void PointerPresses::setListening(bool isListening)
     if (std::exchange(m_isListening, isListening) == isListening)
         return;
     // The application has gone before a widget without an owner.
-    xcb_connection_t *const display = qGuiApp ? connection() : nullptr;
+    xcb_connection_t *const display = x11Connection();
     if (!display || inputExtension(display) == 0)
         return;
     if (isListening)
@@ -64,7 +59,7 @@ void PointerPresses::setListening(bool isListening)
 bool PointerPresses::nativeEventFilter(const QByteArray &, void *message, qintptr *)
 {
     const auto *const event = static_cast<const xcb_input_raw_button_press_event_t *>(message);
-    if ((event->response_type & 0x7f) == XCB_GE_GENERIC && event->extension == inputExtension(connection())
+    if ((event->response_type & 0x7f) == XCB_GE_GENERIC && event->extension == inputExtension(x11Connection())
         && event->event_type == XCB_INPUT_RAW_BUTTON_PRESS && event->detail < kWheel)
         Q_EMIT pressed();
     return false;

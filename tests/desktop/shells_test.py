@@ -9,6 +9,7 @@ import unittest
 from headless import eventually
 from headless.keyring import PASSWORD
 from headless.waiting import never
+from shells import Desktop
 from velmora import Simulator, VelmoraTest
 
 # Seconds; longer than Velmora waits for a tray at login.
@@ -18,25 +19,8 @@ _REPOSITORY = "user-1/repository-0001"
 _REFUSED = "Notifications are disabled for Velmora in System Settings."
 
 
-class Shell:
+class Shell(Desktop):
     """What holds on every desktop."""
-
-    windowing = ""
-
-    def desktop(self, **options):
-        return self.session(self.windowing, **options)
-
-    def start_demo(self, session):
-        velmora = self.start(session, "--demo", "--background")
-        velmora.wait_for_item()
-        return velmora
-
-    def open_demo(self, session):
-        """A demo whose window was opened by its item."""
-        velmora = self.start_demo(session)
-        session.tray.activate()
-        velmora.wait_until_active()
-        return velmora
 
     def connect(self, session):
         """A program with an account and a deployment under way; returns GitHub, the program and its window."""

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/status_notifier_item.h"
+#include "platform/x11_display.h"
 #include "running_panel.h"
 #include "support/await.h"
 #include "support/test_main.h"
@@ -10,6 +11,7 @@
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
+#include <QWindow>
 
 using namespace velmora;
 using namespace velmora::testing;
@@ -31,6 +33,21 @@ public:
 };
 
 } // namespace
+
+/// Says that a compositor runs, as long as it lives.
+class Compositor final : public QWindow
+{
+public:
+    Compositor() { announce(static_cast<xcb_window_t>(winId())); }
+    ~Compositor() override { announce(XCB_WINDOW_NONE); }
+
+private:
+    static void announce(xcb_window_t owner)
+    {
+        xcb_connection_t *const display = x11Connection();
+        xcb_set_selection_owner(display, owner, x11Atom(display, "_NET_WM_CM_S0"), XCB_CURRENT_TIME);
+    }
+};
 
 /// Tests the window behind the item with real panels and a real window manager.
 class WindowAtItemTest final : public QObject
@@ -62,6 +79,42 @@ private Q_SLOTS:
         QVERIFY(screen->availableGeometry().top() > 0);
         QCOMPARE(m_window->geometry().top(), screen->availableGeometry().top());
         QCOMPARE(m_window->geometry().left(), screen->availableGeometry().left());
+    }
+
+    void shouldStandOffThePanelWithAShadowWhereACompositorRuns_data() { addPanels(); }
+    void shouldStandOffThePanelWithAShadowWhereACompositorRuns()
+    {
+        const Compositor compositor;
+        startAll();
+        clickAt(m_place);
+        QVERIFY(waitUntil([this] { return m_window->isActiveWindow(); }));
+        const WindowEdge edge = WindowEdge::ofDesktop();
+        QVERIFY(edge.isSoft());
+        const QScreen *const screen = QGuiApplication::primaryScreen();
+        const auto corner = [&] {
+            return m_window->geometry().marginsRemoved(edge.shadow()).topLeft();
+        };
+        const QPoint wanted = screen->availableGeometry().topLeft() + QPoint(edge.gap(), edge.gap());
+        QVERIFY(waitUntil([&] { return corner() == wanted; }));
+        drainEvents();
+        QCOMPARE(corner(), wanted);
+    }
+
+    void shouldLeaveClicksAtItsShadowToWhatIsBehind()
+    {
+        const Compositor compositor;
+        makeItem();
+        OtherWindow other;
+        QVERIFY(QTest::qWaitForWindowExposed(&other));
+        m_window->open(other.geometry().topLeft(), QString());
+        QVERIFY(waitUntil([this] { return m_window->isActiveWindow(); }));
+        const QRect inside = m_window->geometry().marginsRemoved(WindowEdge::ofDesktop().shadow());
+        QCOMPARE(QApplication::topLevelAt(inside.center()), m_window.get());
+        const QPoint beside(inside.right() + 4, inside.bottom() - 20);
+        QVERIFY(m_window->geometry().contains(beside));
+        QVERIFY(QApplication::topLevelAt(beside) != m_window.get());
+        clickAt(beside);
+        QVERIFY(waitUntil([this] { return !m_window->isVisible(); }));
     }
 
     void shouldCloseOnTheSecondClickAndOpenOnTheThird_data() { addPanels(); }

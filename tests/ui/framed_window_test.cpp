@@ -27,6 +27,7 @@ public:
         setWindowTitle(QStringLiteral("Velmora Settings"));
     }
 
+    using FramedWindow::setEdge;
     using FramedWindow::setFrame;
     [[nodiscard]] TitleBar *titleBar() const { return findChild<TitleBar *>(); }
     [[nodiscard]] QPoint contentPlace() const { return m_content.pos(); }
@@ -95,6 +96,30 @@ private Q_SLOTS:
         QCOMPARE(window.contentPlace(), QPoint(1, 1));
         const QImage picture = window.grab().toImage();
         QVERIFY(picture.pixelColor(0, 0) != picture.pixelColor(1, 1));
+    }
+
+    void shouldLeaveRoomForAShadowThatShowsWhatIsBehind()
+    {
+        Window window(FramedWindow::Frame::None);
+        window.setEdge(WindowEdge::soft(12));
+        window.show();
+        QVERIFY(window.testAttribute(Qt::WA_TranslucentBackground));
+        const QMargins margins = WindowEdge::soft(12).margins();
+        QCOMPARE(window.contentPlace(), QPoint(margins.left(), margins.top()));
+        const QImage picture = window.grab().toImage();
+        QCOMPARE(picture.pixelColor(0, 0).alpha(), 0);
+        QCOMPARE(picture.pixelColor(window.rect().center()).alpha(), 255);
+    }
+
+    void shouldBeOpaqueAgainWhereTheDesktopNoLongerBlends()
+    {
+        Window window(FramedWindow::Frame::None);
+        window.setEdge(WindowEdge::soft(12));
+        window.setFrame(FramedWindow::Frame::None, Qt::Window | Qt::FramelessWindowHint);
+        window.show();
+        QVERIFY(!window.testAttribute(Qt::WA_TranslucentBackground));
+        QVERIFY(!window.testAttribute(Qt::WA_NoSystemBackground));
+        QCOMPARE(window.contentPlace(), QPoint(1, 1));
     }
 };
 

@@ -173,6 +173,45 @@ private Q_SLOTS:
         QCOMPARE(placed({{kScreen, QRect(9000, 0, 10, 10)}}, QPoint(640, 14)), QRect(QPoint(460, 30), kSize));
     }
 
+    void shouldKeepAGapToThePanelAndTheEndOfTheScreen()
+    {
+        const auto placedWithGap = [](const char *side, std::optional<QPoint> click) {
+            return placedWindow({kSize, click, {}, {withPanel(side)}, Qt::LeftToRight, {}, 6});
+        };
+        QCOMPARE(placedWithGap("top", QPoint(640, 14)), QRect(QPoint(460, 34), kSize));
+        QCOMPARE(placedWithGap("bottom", QPoint(1279, 799)), QRect(QPoint(914, 266), kSize));
+        QCOMPARE(placedWithGap("left", QPoint(14, 3)), QRect(QPoint(34, 6), kSize));
+        QCOMPARE(placedWithGap("right", std::nullopt), QRect(QPoint(886, 294), kSize));
+    }
+
+    void shouldStandWithItsShadowAroundThePlaceThatItHasWithoutOne()
+    {
+        const QMargins shadow(18, 14, 18, 22);
+        for (const auto &click : {std::optional(QPoint(1264, 14)), std::optional<QPoint>()}) {
+            const PlacementRequest without{kSize, click, {}, {withPanel("top")}};
+            PlacementRequest with = without;
+            with.size = kSize.grownBy(shadow);
+            with.shadow = shadow;
+            QCOMPARE(placedWindow(with), placedWindow(without).marginsAdded(shadow));
+        }
+    }
+
+    void shouldShrinkWhatIsInsideItsShadow()
+    {
+        const QMargins shadow(18, 14, 18, 22);
+        const QRect small(0, 0, 320, 240);
+        const QRect place = placedWindow(
+            {kSize.grownBy(shadow), QPoint(300, 14), {}, {withPanel("top", small)}, Qt::LeftToRight, shadow, 6});
+        QCOMPARE(place.marginsRemoved(shadow), QRect(6, 34, 308, 200));
+    }
+
+    void shouldDoWithoutAGapWhereThereIsNoRoomForOne()
+    {
+        const QRect tiny(0, 0, 10, 38);
+        QCOMPARE(placedWindow({kSize, QPoint(5, 14), {}, {withPanel("top", tiny)}, Qt::LeftToRight, {}, 6}),
+            QRect(0, 28, 10, 10));
+    }
+
     void shouldKeepItsSizeWithoutAScreen() { QCOMPARE(placed({}, QPoint(1, 1)), QRect(QPoint(), kSize)); }
 
     void shouldNeverLeaveTheFreePartWhereverTheClick()

@@ -46,7 +46,8 @@ FailureWindow::FailureWindow(const QString &applicationName, const QString &reas
     contentLayout()->addLayout(layout);
     quit->setFocus();
     // A fixed size makes tiling window managers let the window float.
-    setFixedSize(kWidth, contentLayout()->totalHeightForWidth(kWidth));
+    const int width = kWidth + edge().shadow().left() + edge().shadow().right();
+    setFixedSize(width, contentLayout()->totalHeightForWidth(width));
 }
 
 void FailureWindow::closeEvent(QCloseEvent *event)

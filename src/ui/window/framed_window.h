@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "ui/window/window_edge.h"
+
 #include <QWidget>
 
 class QVBoxLayout;
@@ -8,7 +10,7 @@ class QVBoxLayout;
 namespace velmora
 {
 
-/// A window with the desktop's frame, or where the desktop draws none, with a title bar and a border of its own.
+/// A window with the desktop's frame, or where the desktop draws none, with a title bar and an edge of its own.
 ///
 /// The frame that Qt would draw there instead is switched off: it offers to maximise windows of a fixed size, and loads
 /// graphics drivers that take more memory than the rest of the program.
@@ -21,7 +23,7 @@ public:
     enum class Frame {
         Desktop,
         Window, ///< with a title bar
-        None, ///< nobody: only a border
+        None, ///< nobody: only an edge
     };
 
     /// Desktop, or Window where that draws none.
@@ -36,11 +38,20 @@ protected:
     [[nodiscard]] QVBoxLayout *contentLayout() const { return m_layout; }
     /// Hides the window. `flags` are for a frame that the desktop draws, or none.
     void setFrame(Frame frame, Qt::WindowFlags flags);
+    /// For a window that is hidden. The one that setFrame() chooses suits the desktop.
+    void setEdge(const WindowEdge &edge);
+    [[nodiscard]] const WindowEdge &edge() const { return m_edge; }
 
+    void showEvent(QShowEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    void announceShadow();
+
     Frame m_frame = Frame::Desktop;
+    WindowEdge m_edge;
+    bool m_isShadowNew = false; ///< since the size has changed
     QWidget *m_titleBar = nullptr; ///< only if the window draws its frame
     QVBoxLayout *m_layout;
 };

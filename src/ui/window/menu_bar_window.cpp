@@ -170,8 +170,8 @@ QSize MenuBarWindow::wantedSize() const
 
 void MenuBarWindow::fit()
 {
-    const QRect place
-        = placedWindow({wantedSize(), m_anchor, m_pointer, screenAreas(), QGuiApplication::layoutDirection()});
+    const QRect place = placedWindow({wantedSize(), m_anchor, m_pointer, screenAreas(),
+        QGuiApplication::layoutDirection(), edge().shadow(), edge().gap()});
     setFixedSize(place.size());
     if (m_placement == Placement::AtItem && frame() == Frame::None)
         move(place.topLeft());

@@ -26,6 +26,13 @@ QRect usablePart(const ScreenArea &screen)
     return usable.isEmpty() ? screen.geometry : usable;
 }
 
+/// The area without a strip along its edge, or all of it if it is too small for one.
+QRect withoutEdge(const QRect &area, int strip)
+{
+    const QRect inner = area.adjusted(strip, strip, -strip, -strip);
+    return inner.isEmpty() ? area : inner;
+}
+
 QRect within(const QRect &area, QPoint corner, QSize size)
 {
     const int x = std::clamp(corner.x(), area.left(), area.right() + 1 - size.width());
@@ -81,10 +88,11 @@ QRect placedWindow(const PlacementRequest &request)
     const auto *const pointed = screenAt(request.screens, request.pointer);
     const ScreenArea &screen = clicked ? *clicked : pointed ? *pointed : request.screens.constFirst();
     const QRect free = usablePart(screen);
-    const QSize size = request.size.boundedTo(free.size());
+    const QRect room = withoutEdge(free, request.gap);
+    const QSize size = request.size.shrunkBy(request.shadow).boundedTo(room.size());
     const QPoint corner
         = clicked ? cornerBeside(free, *request.anchor, size) : cornerOfTray(screen, free, size, request.direction);
-    return within(free, corner, size);
+    return within(room, corner, size).marginsAdded(request.shadow);
 }
 
 } // namespace velmora

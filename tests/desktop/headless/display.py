@@ -152,7 +152,8 @@ class X11Windows:
 
     def start(self):
         """Starts the window manager. It needs the session's bus, so it is not started before."""
-        command = ["xfwm4", "--compositor=off", "--sm-client-disable"]
+        compositor = "on" if self._session.is_blending else "off"
+        command = ["xfwm4", f"--compositor={compositor}", "--sm-client-disable"]
         self._manager = self._session.launch("window-manager", command)
         self._manager.until(lambda: self._screen.xdotool("get_num_desktops"))
 

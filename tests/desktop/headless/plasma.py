@@ -24,7 +24,6 @@ _FONT = "DejaVu Sans"
 _POINTS = 10
 _FILES = {
     "kdeglobals": f"[General]\nfont={_FONT},{_POINTS},-1,5,50,0,0,0,0,0\n[KDE]\nAnimationDurationFactor=0\n",
-    "kwinrc": "[Compositing]\nEnabled=false\n",
     "baloofilerc": "[Basic Settings]\nIndexing-Enabled=false\n",
     "ksplashrc": "[KSplash]\nEngine=none\n",
     "kscreenlockerrc": "[Daemon]\nAutolock=false\nLockOnResume=false\n",
@@ -77,6 +76,7 @@ class PlasmaShell:
         for name, content in _FILES.items():
             with open(self._file(name), "w", encoding="utf-8") as file:
                 file.write(content)
+        self._write("kwinrc", ["Compositing"], "Enabled", str(self._session.is_blending).lower())
         # A login writes the colours of the scheme. Nothing is done for the scheme that is taken for the present one.
         for scheme in ("dark", "light"):
             self.choose_scheme(scheme, QT_QPA_PLATFORM="offscreen")

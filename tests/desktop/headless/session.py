@@ -47,9 +47,10 @@ class Session:
     `windowing` is "x11" (xfwm4), "wayland" (sway), or GNOME Shell or Plasma on either, which are the tray host and the
     notification daemon as well, GNOME by its extension. `tray`, `notifications` and `keyring` choose the program, or
     "none" and "absent"; the components of these names start with the session unless they are named in `late`.
-    With `portal`, the bus can start the desktop portal. `scales` has the pixels for a point of each screen, on the shells'
-    Wayland; where they are not 1, the pointer and the places of windows have different units. Only GNOME can have more
-    than one screen.
+    With `portal`, the bus can start the desktop portal. With `blending`, xfwm4 and Plasma's window manager on X11 blend
+    windows with what is behind them; GNOME and the compositors on Wayland always do. `scales` has the pixels for a point
+    of each screen, on the shells' Wayland; where they are not 1, the pointer and the places of windows have different
+    units. Only GNOME can have more than one screen.
     Use it as a context manager: all processes started in it, and their descendants, end with it. A process may have
     one session at a time; several processes may each have one.
 
@@ -58,9 +59,10 @@ class Session:
     """
 
     def __init__(self, windowing="x11", tray=None, notifications=None, keyring="unlocked", *, accessibility=True,
-                 portal=False, size=(1280, 800), scales=(1,), late=()):  # fmt: skip
+                 portal=False, blending=False, size=(1280, 800), scales=(1,), late=()):  # fmt: skip
         self.is_on_wayland = windowing.endswith("wayland")
         self.scales = scales
+        self.is_blending = blending
         self._windows, own_tray, own_notifications = _DESKTOPS[windowing]
         self._tray = tray or own_tray
         self._notifications = notifications or own_notifications
