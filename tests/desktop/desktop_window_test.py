@@ -10,6 +10,8 @@ from headless import eventually
 from headless.waiting import never
 from velmora import SAMPLE, Velmora, VelmoraTest
 
+# Pixels between the window and the panel.
+_GAP = 6
 _APPLICATION = ("com.tarvik.Velmora.Demo", "/com/tarvik/Velmora/Demo", "org.freedesktop.Application")
 
 
@@ -134,6 +136,32 @@ class WindowTest(VelmoraTest):
         self.assertEqual(second.program.wait(), 0)
         never(self.velmora.is_open, "a start at login opened the window", 0.5)
 
+
+
+class BlendingTest(VelmoraTest):
+    """A window manager that blends windows with what is behind them."""
+
+    def test_it_stands_off_the_panel_and_its_shadow_takes_no_clicks(self):
+        desktop = self.session(notifications="none", keyring="absent", blending=True)
+        velmora = self.start(desktop, "--demo", "--background")
+        content = velmora.open_by_click().children()[0].children()[0]
+        velmora.wait_until_active()
+
+        def stands_in_its_line():
+            (window,) = velmora.windows()
+            x, y, width, height = content.place
+            is_line = (window.x, window.y, window.width, window.height) == (x - 1, y - 1, width + 2, height + 2)
+            return window if is_line else None
+
+        window = eventually(stands_in_its_line, "the window to stand where its line is")
+        (panel,) = (other for other in desktop.windows.list() if other.pid != velmora.pid)
+        self.assertEqual(window.y, panel.y + panel.height + _GAP)
+        self.assertEqual(window.x + window.width, desktop.screen.width - _GAP)
+
+        desktop.screen.click(window.x + 1, window.y + window.height // 2)
+        never(lambda: not velmora.is_open(), "a click at the line closed the window", 0.7)
+        desktop.screen.click(window.x - 4, window.y + window.height // 2)
+        velmora.wait_until_closed()
 
 
 class StrangerTest(VelmoraTest):

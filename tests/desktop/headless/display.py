@@ -167,8 +167,14 @@ class X11Windows:
             pid = int(self._screen.xdotool("getwindowpid", number).strip() or self._manager.pid)
             if number in tree and pid != self._manager.pid:
                 title, *place = tree[number]
+                place = _inside_shadow(place, self._extents(number))
                 windows.append(Window(title, pid, *place, number == active))
         return windows
+
+    def _extents(self, number):
+        """What the window says to be its shadow, from the left, right, top and bottom."""
+        command = ["xprop", "-id", number, "-notype", "_GTK_FRAME_EXTENTS"]
+        return [int(pixels) for pixels in re.findall(r"\d+", self._asked(command))] or [0, 0, 0, 0]
 
     def _tree(self):
         """Title, x, y, width and height of every window. The positions from xdotool count the frame twice."""
@@ -180,12 +186,21 @@ class X11Windows:
 
     def _listed(self):
         """The output of xwininfo; empty if it fails because a window is closed meanwhile."""
-        command = ["xwininfo", "-root", "-tree", "-display", self._screen.name]
-        environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8"}
+        return self._asked(["xwininfo", "-root", "-tree"])
+
+    def _asked(self, command):
+        """The output of a program that asks the display server; empty if it fails."""
+        environment = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "DISPLAY": self._screen.name}
         answer = subprocess.run(
             command, env=environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False, timeout=30
         )
         return answer.stdout.decode() if answer.returncode == 0 else ""
+
+
+def _inside_shadow(place, extents):
+    x, y, width, height = place
+    left, right, top, bottom = extents
+    return x + left, y + top, width - left - right, height - top - bottom
 
 
 class WaylandWindows:
