@@ -1,44 +1,18 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""Velmora on whole desktops: GNOME, with and without the extension that shows tray items, and Plasma."""
+"""Item, menu and windows on whole desktops: GNOME, with and without the extension that shows tray items, and Plasma."""
 
 import math
 import re
 import unittest
 
+import shells
 from headless import eventually
-from headless.keyring import PASSWORD
 from headless.waiting import never
-from shells import Desktop
-from velmora import Simulator, VelmoraTest
-
-# Seconds; longer than Velmora waits for a tray at login.
-_LONGER_THAN_PATIENCE = 12.0
-_APPLICATION = "com.tarvik.Velmora"
-_REPOSITORY = "user-1/repository-0001"
-_REFUSED = "Notifications are disabled for Velmora in System Settings."
 
 
-class Shell(Desktop):
+class Stories:
     """What holds on every desktop."""
-
-    def connect(self, session):
-        """A program with an account and a deployment under way; returns GitHub, the program and its window."""
-        github = Simulator(session)
-        github.small_world([{"environment": "production", "state": "IN_PROGRESS"}])
-        velmora = self.start(session, "--background", environment=github.environment)
-        velmora.wait_for_item()
-        session.tray.activate()
-        window = velmora.window()
-        window.find("push button", "Add GitHub account").press()
-        github.approve()
-        self.permit_keyring(session)
-        window.find("label", "Deployment in progress")
-        velmora.wait_until_active()
-        return github, velmora, window
-
-    def permit_keyring(self, session):
-        """Answers what the desktop asks about its keyring when a first credential is stored: here nothing."""
 
     def test_the_item_shows_a_number_and_its_menu_opens_the_window(self):
         session = self.desktop()
@@ -92,71 +66,13 @@ class Shell(Desktop):
         (window,) = velmora.windows()
         return window.width if window.width > width else None
 
-    def test_a_failure_is_one_notification_whose_button_opens_the_log(self):
-        session = self.desktop()
-        github, velmora, _ = self.connect(session)
-        log = f"{github.address}/the-log"
-        github.tell("world", {"deployment": {"repository": _REPOSITORY, "state": "FAILURE", "logUrl": log}})
-        session.screen.key("ctrl+r")
-
-        def failures():
-            return [title for title in session.windows.notifications() if "failed" in title]
-
-        self.assertEqual(len(eventually(failures, "the notification")), 1)
-        session.windows.press_in_notification("Open log")
-        eventually(lambda: log in [page.address for page in session.browser.opened()], "the log")
-
-    def test_a_refusal_of_notifications_is_said_until_they_are_allowed_and_switched_on(self):
-        session = self.desktop()
-        session.windows.allow_notifications(_APPLICATION, False)
-        _, velmora, _ = self.connect(session)
-        settings = velmora.open_settings()
-        session.screen.key("ctrl+4")
-        settings.find("label", _REFUSED)
-        session.windows.allow_notifications(_APPLICATION, True)
-        switch = settings.find("check box", "Notify me when deployments fail")
-        self.assertNotIn("checked", switch.states)
-        switch.do("Toggle")
-        eventually(lambda: "checked" in switch.states, "the switch to be on")
-        eventually(lambda: not settings.all("label", _REFUSED), "the refusal to go")
-
-    def test_a_locked_keyring_is_unlocked_from_the_window(self):
-        session = self.desktop()
-        _, velmora, window = self.connect(session)
-        session.keyring.lock()
-        session.screen.key("ctrl+r")
-        # The desktop asks for the password; the user declines first.
-        self.wait_for_prompt(session, velmora)
-        session.screen.key("Escape")
-        velmora.wait_until_active()
-        unlock = window.find("push button", "Unlock")
-        eventually(lambda: "sensitive" in unlock.states, "the button")
-        unlock.press()
-        self.wait_for_prompt(session, velmora)
-        self.answer_prompt(session)
-        eventually(lambda: not window.all("push button", "Unlock"), "the button to go")
-        window.find("label", "Deployment in progress")
-        self.assertFalse(session.keyring.is_locked)
-        velmora.wait_until_active()
-
-    def wait_for_prompt(self, session, velmora):
-        """Waits until the desktop asks for the password of the keyring, and the window knows that it has no focus."""
-        eventually(lambda: self.is_prompting(session), "the question for the password")
-        eventually(lambda: not velmora.takes_keys(), "the window to lose the focus")
-
-    def is_prompting(self, session):
-        raise NotImplementedError
-
-    def answer_prompt(self, session):
-        raise NotImplementedError
-
     def test_a_tray_that_goes_and_comes_back_opens_no_window(self):
         session = self.desktop()
         velmora = self.start_demo(session)
         session.tray.stop()
         session.tray.start()
         velmora.wait_for_item()
-        never(velmora.is_open, "a window has opened", _LONGER_THAN_PATIENCE)
+        never(velmora.is_open, "a window has opened", shells.LONGER_THAN_PATIENCE)
 
     def test_without_a_tray_the_window_is_the_program(self):
         session = self.desktop(tray="none")
@@ -166,13 +82,9 @@ class Shell(Desktop):
         session.screen.click(5, session.screen.height // 2)
         never(lambda: not velmora.is_open(), "the window has closed", 2)
 
-    def is_dark(self, session, velmora):
-        (window,) = velmora.windows()
-        return session.screen.picture((window.x + 20, window.y + 40, 200, 200)).brightness() < 0.5
 
-
-class Gnome(Shell):
-    """GNOME; its tray items are shown by an extension."""
+class Gnome:
+    """GNOME's top bar."""
 
     def test_a_double_click_opens_the_window_below_the_top_bar(self):
         session = self.desktop()
@@ -184,62 +96,9 @@ class Gnome(Shell):
         session.screen.key("Escape")
         velmora.wait_until_closed()
 
-    def test_locking_the_screen_opens_no_window(self):
-        session = self.desktop()
-        velmora = self.start_demo(session)
-        session.windows.evaluate("Main.sessionMode.pushMode('unlock-dialog')")
-        never(velmora.is_open, "a window has opened", _LONGER_THAN_PATIENCE)
-        session.windows.evaluate("Main.sessionMode.popMode('unlock-dialog')")
-        velmora.wait_for_item()
-        self.assertFalse(velmora.is_open())
 
-    def test_a_first_keyring_is_declined_and_then_made_while_connecting(self):
-        session = self.desktop(keyring="new")
-        github = Simulator(session)
-        github.small_world([{"environment": "production", "state": "IN_PROGRESS"}])
-        velmora = self.start(session, "--background", environment=github.environment)
-        velmora.wait_for_item()
-        session.tray.activate()
-        window = velmora.window()
-        window.find("push button", "Add GitHub account").press()
-        self.wait_for_prompt(session, velmora)
-        session.screen.key("Escape")
-        window.find("label", "The keyring was not unlocked. Try again and unlock it when you are asked.")
-        window.find("push button", "Add GitHub account").press()
-        self.wait_for_prompt(session, velmora)
-        session.screen.type(PASSWORD)
-        session.screen.key("Tab")
-        session.screen.type(PASSWORD)
-        session.screen.key("Return")
-        window.find("push button", "Copy code")
-        # One was asked for before the keyring was declined.
-        for code in github.ask("GET", "codes")["userCodes"]:
-            github.tell("approve", {"userCode": code})
-        window.find("label", "Deployment in progress")
-        self.assertEqual(len(session.keyring.items()), 1)
-
-    def is_prompting(self, session):
-        return session.windows.evaluate("Main.modalCount") > 0
-
-    def answer_prompt(self, session):
-        session.screen.type(PASSWORD)
-        session.screen.key("Return")
-
-
-class Plasma(Shell):
-    """Plasma with its own wallet, which is not running at first."""
-
-    def desktop(self, **options):
-        return super().desktop(**{"keyring": "kwallet"} | options)
-
-    def permit_keyring(self, session):
-        session.keyring.permit_creation(PASSWORD)
-
-    def is_prompting(self, session):
-        return session.keyring.is_asking()
-
-    def answer_prompt(self, session):
-        session.keyring.enter(PASSWORD)
+class Plasma:
+    """Plasma's panel and its daemon."""
 
     def test_a_click_opens_the_window_and_escape_closes_it(self):
         session = self.desktop()
@@ -254,8 +113,9 @@ class Plasma(Shell):
                 velmora = self.start_demo(session)
                 getattr(session.windows, part)()
                 velmora.wait_for_item()
-                never(velmora.is_open, "a window has opened", _LONGER_THAN_PATIENCE)
+                never(velmora.is_open, "a window has opened", shells.LONGER_THAN_PATIENCE)
                 session.end()
+
 
 class Wayland:
     """What holds where the compositor places the window."""
@@ -275,7 +135,6 @@ class Wayland:
         velmora.wait_until_active()
         session.screen.key("Escape")
         velmora.wait_until_closed()
-
 
     def test_window_and_settings_are_sharp_and_whole_at_every_scale(self):
         widths = set()
@@ -331,14 +190,12 @@ class X11:
         velmora.wait_until_closed()
 
 
-class GnomeX11Test(X11, Gnome, VelmoraTest):
-    windowing = "gnome-x11"
+class GnomeX11Test(X11, Gnome, Stories, shells.GnomeX11):
+    pass
 
 
-class GnomeWaylandTest(Wayland, Gnome, VelmoraTest):
+class GnomeWaylandTest(Wayland, Gnome, Stories, shells.GnomeWayland):
     """The compositor draws no frames, so that the windows have a title bar of their own."""
-
-    windowing = "gnome-wayland"
 
     def test_the_settings_are_moved_by_their_title_bar_and_have_a_button_that_closes_them(self):
         session = self.desktop()
@@ -367,7 +224,6 @@ class GnomeWaylandTest(Wayland, Gnome, VelmoraTest):
         session.click(velmora.window().find("push button", "Close"))
         velmora.wait_until_closed()
 
-
     def test_the_window_is_sharp_on_each_of_two_screens(self):
         session = self.desktop(scales=(1, 2))
         velmora = self.open_traced_demo(session)
@@ -378,9 +234,7 @@ class GnomeWaylandTest(Wayland, Gnome, VelmoraTest):
         eventually(lambda: self.buffer_scale(velmora) == 1, "the window to be drawn anew")
 
 
-class PlasmaX11Test(X11, Plasma, VelmoraTest):
-    windowing = "plasma-x11"
-
+class PlasmaX11Test(X11, Plasma, Stories, shells.PlasmaX11):
     def test_the_window_opens_above_the_panel(self):
         session = self.desktop()
         velmora = self.open_demo(session)
@@ -388,8 +242,8 @@ class PlasmaX11Test(X11, Plasma, VelmoraTest):
         self.assertEqual(window.y + window.height, session.windows.panel().y)
 
 
-class PlasmaWaylandTest(Wayland, Plasma, VelmoraTest):
-    windowing = "plasma-wayland"
+class PlasmaWaylandTest(Wayland, Plasma, Stories, shells.PlasmaWayland):
+    pass
 
 
 if __name__ == "__main__":

@@ -146,6 +146,14 @@ class GnomeShell:
         """Light or dark, as in the system settings."""
         self.set("org.gnome.desktop.interface", "color-scheme", _SCHEMES[scheme])
 
+    def lock_screen(self):
+        """Has the shell do what it does behind its lock screen, which needs a display manager: it hides all windows, and
+        switches its extensions off."""
+        self.evaluate("Main.sessionMode.pushMode('unlock-dialog')")
+
+    def unlock_screen(self):
+        self.evaluate("Main.sessionMode.popMode('unlock-dialog')")
+
     def scale_text(self, factor):
         self.set("org.gnome.desktop.interface", "text-scaling-factor", str(factor))
 

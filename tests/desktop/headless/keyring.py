@@ -15,7 +15,17 @@ _DEFAULT = f"{_PATH}/aliases/default"
 PASSWORD = "a password of nothing"
 
 
-class Keyring(Component):
+class SecretService:
+    """What programs ask for a default keyring, whichever program keeps it."""
+
+    def items(self):
+        """The attributes of all items, locked or not; secrets are not read."""
+        bus = self.session.bus
+        paths = bus.read(_SERVICE, _DEFAULT, "org.freedesktop.Secret.Collection", "Items")
+        return [bus.read(_SERVICE, path, "org.freedesktop.Secret.Item", "Attributes") for path in paths]
+
+
+class Keyring(SecretService, Component):
     """gnome-keyring with one keyring, which `PASSWORD` opens, or "new", with none."""
 
     name = "keyring"
@@ -55,12 +65,6 @@ class Keyring(Component):
     @property
     def is_locked(self):
         return self.session.bus.read(_SERVICE, _DEFAULT, "org.freedesktop.Secret.Collection", "Locked")
-
-    def items(self):
-        """The attributes of all items, locked or not; secrets are not read."""
-        bus = self.session.bus
-        paths = bus.read(_SERVICE, _DEFAULT, "org.freedesktop.Secret.Collection", "Items")
-        return [bus.read(_SERVICE, path, "org.freedesktop.Secret.Item", "Attributes") for path in paths]
 
     def _exists(self):
         return bool(glob.glob(f"{self.session.environment['XDG_DATA_HOME']}/keyrings/*.keyring"))

@@ -41,10 +41,11 @@ class NotificationDaemon(Component):
 
 
 class NotificationLog:
-    """Records all posts on the session bus, with any daemon or none."""
+    """Records all posts on the session bus, with any daemon or none. GNOME passes them on to its shell, which is another
+    destination."""
 
     def __init__(self, session):
-        command = ["dbus-monitor", "--session", "--pcap", f"interface='{_SERVICE[2]}'"]
+        command = ["dbus-monitor", "--session", "--pcap", f"interface='{_SERVICE[2]}',destination='{_SERVICE[0]}'"]
         self._path = f"{session.root}/notifications.pcap"
         self._bus = session.bus
         session.launch("notification-log", command, output=self._path).until(self._hears)

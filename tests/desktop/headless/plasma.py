@@ -4,7 +4,9 @@
 import os
 import shutil
 import subprocess
+import sys
 
+from . import login_manager
 from .bus import BusError, start_bus
 from .display import Window
 from .tray import TrayHost
@@ -13,9 +15,12 @@ from .waiting import eventually
 _SHELL = "org.kde.plasmashell"
 _WINDOW_MANAGER = "org.kde.KWin"
 _DAEMON = ("org.kde.kded5", "/kded", "org.kde.kded5")
+_LOCKER = ("org.freedesktop.ScreenSaver", "/ScreenSaver", "org.freedesktop.ScreenSaver")
 _TRAY_MODULE = "statusnotifierwatcher"
 _NOTIFICATIONS = "org.freedesktop.Notifications"
 _WAYLAND_SOCKET = "wayland-plasma"
+# More than a black screen with a pointer has.
+_COLOURS_OF_PICTURE = 100
 _SCHEMES = {"light": "BreezeLight", "dark": "BreezeDark"}
 # The text of org.kde.KGlobalSettings.notifyChange.
 _FONT_CHANGED = 1
@@ -72,7 +77,7 @@ class PlasmaShell:
         }  # fmt: skip
 
     def start(self):
-        start_bus(self._session, (), "system-bus").close()
+        self._system_bus = start_bus(self._session, (), "system-bus")
         for name, content in _FILES.items():
             with open(self._file(name), "w", encoding="utf-8") as file:
                 file.write(content)
@@ -109,6 +114,40 @@ class PlasmaShell:
         """Changes a setting in a file of the user's, as the system settings do."""
         within = [word for group in groups for word in ("--group", group)]
         self._run("kwriteconfig5", "--file", file, *within, "--key", key, value)
+
+    def lock_screen(self):
+        """Locks the screen, as its keys do; returns once it shows nothing else."""
+        self._permit_unlocking()
+        before = self._screen.picture()
+        self._session.bus.call(*_LOCKER, "Lock", milliseconds=30000)
+        eventually(self.is_locked, "the screen to be locked")
+        eventually(lambda: self._has_drawn(before), "the lock screen")
+
+    def unlock_screen(self):
+        """Unlocks the screen, as `loginctl unlock-session` does."""
+        self._system_bus.call(
+            login_manager.NAME, login_manager.SESSION, login_manager.SESSION_INTERFACE, "Unlock"
+        )
+        eventually(lambda: not self.is_locked(), "the screen to be unlocked")
+
+    def is_locked(self):
+        return self._session.bus.call(*_LOCKER, "GetActive")[0]
+
+    def _has_drawn(self, before):
+        """Whether the screen has changed, and is no longer black, which it is at first."""
+        now = self._screen.picture()
+        return now != before and len(now.colours()) > _COLOURS_OF_PICTURE
+
+    def _permit_unlocking(self):
+        """Starts what the lock screen needs for its end, without which other tests do: no password opens it."""
+        if self._system_bus.has(login_manager.NAME):
+            return
+        manager = self._session.launch("login-manager", [sys.executable, login_manager.__file__])
+        manager.until(lambda: self._system_bus.has(login_manager.NAME))
+        if not self._session.is_on_wayland:
+            # On Wayland KWin locks the screen itself.
+            self._session.launch("session-manager", ["ksmserver"])
+        manager.until(lambda: "GetSession" in manager.output() and self._session.bus.has(_LOCKER[0]))
 
     def scale_text(self, factor):
         """Chooses a font in another size; a factor of 1 is the size at the start."""
@@ -185,7 +224,7 @@ class PlasmaShell:
             (scale,) = self._session.scales
             width, height = (str(round(pixels / scale)) for pixels in (self._screen.width, self._screen.height))
             command = [self._compositor(), "--x11-display", self._screen.name, "--width", width, "--height", height,
-                       "--scale", str(scale), "--socket", _WAYLAND_SOCKET, "--no-lockscreen"]
+                       "--scale", str(scale), "--socket", _WAYLAND_SOCKET]
         self._manager = self._session.launch("window-manager", command, environment=environment)
         self._manager.until(lambda: self._session.bus.has(_WINDOW_MANAGER))
 

@@ -16,7 +16,7 @@ from .plasma import PlasmaShell, SystemTray
 from .processes import Program, adopt_orphans, descendants, end_descendants
 from .tray import Tray
 from .waiting import eventually
-from .wallet import Wallet
+from .wallet import LoginWallet, Wallet
 
 # PATH, and the variables of the sanitizers and of Qt's logging.
 _INHERITED = ("PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS", "QT_LOGGING_RULES")
@@ -38,7 +38,8 @@ SHELLS = WINDOWING[2:]
 _TRAY_HOSTS = {"indicators": Indicators, "plasma": SystemTray}
 TRAYS = ("xfce", "lxqt", "waybar", *_TRAY_HOSTS, "none")
 DAEMONS = ("dunst", "xfce", "mako", "none")
-KEYRINGS = ("unlocked", "locked", "new", "kwallet", "absent")
+_WALLETS = {"kwallet": Wallet, "kwallet-login": LoginWallet}
+KEYRINGS = ("unlocked", "locked", "new", *_WALLETS, "absent")
 
 
 class Session:
@@ -180,7 +181,7 @@ class Session:
         self.tray = self._component(_TRAY_HOSTS.get(self._tray, Tray), "tray", self._tray)
 
     def _kind_of_keyring(self):
-        return Wallet if self._keyring == "kwallet" else Keyring
+        return _WALLETS.get(self._keyring, Keyring)
 
     def _component(self, kind, name, choice):
         if choice in ("none", "absent"):
