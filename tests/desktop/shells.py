@@ -3,7 +3,7 @@
 
 from headless import eventually
 from headless.keyring import PASSWORD
-from velmora import Simulator, VelmoraTest
+from velmora import Simulator, VelmoraTest, install
 
 APPLICATION = "com.tarvik.Velmora"
 REPOSITORY = "user-1/repository-0001"
@@ -17,7 +17,8 @@ class Desktop:
     windowing = ""
 
     def desktop(self, **options):
-        return self.session(self.windowing, **options)
+        """A session in which Velmora is installed."""
+        return self.session(self.windowing, install=install, **options)
 
     def start_demo(self, session):
         velmora = self.start(session, "--demo", "--background")

@@ -96,6 +96,14 @@ class Gnome:
         session.screen.key("Escape")
         velmora.wait_until_closed()
 
+    def test_the_window_has_name_and_icon_of_the_program(self):
+        session = self.desktop()
+        velmora = self.start(session, "--background")
+        velmora.wait_for_item()
+        session.tray.activate()
+        velmora.wait_until_active()
+        eventually(lambda: session.windows.application(velmora.pid) == ("Velmora", shells.APPLICATION), "its name")
+
 
 class Plasma:
     """Plasma's panel and its daemon."""

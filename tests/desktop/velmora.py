@@ -4,6 +4,7 @@
 import json
 import os
 import re
+import shutil
 import unittest
 import urllib.request
 
@@ -16,9 +17,23 @@ BUILD = os.path.abspath(
 PROGRAM = os.path.join(BUILD, "bin", "velmora")
 SIMULATOR = os.path.join(BUILD, "bin", "velmora-simulator")
 SAMPLE = os.path.join(BUILD, "tests", "sample_window")
+_PACKAGING = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "packaging")
 _SERVICE = "com.tarvik.Velmora"
 _SERVICE_OF_DEMO = "com.tarvik.Velmora.Demo"
 _SETTINGS = ("Velmora Settings", "Velmora Demo Settings")
+
+
+def install(session):
+    """Puts name and picture of the program where the desktop looks for them."""
+    data = session.environment["XDG_DATA_HOME"]
+    icons = f"{data}/icons/hicolor/scalable/apps"
+    os.makedirs(icons, exist_ok=True)
+    shutil.copy(f"{_PACKAGING}/icons/{_SERVICE}.svg", icons)
+    with open(f"{_PACKAGING}/{_SERVICE}.desktop", encoding="utf-8") as file:
+        entry = file.read()
+    # GNOME ignores entries whose program is not found.
+    with open(f"{data}/applications/{_SERVICE}.desktop", "w", encoding="utf-8") as file:
+        file.write(entry.replace("Exec=velmora", f"Exec={PROGRAM}"))
 
 
 class Simulator:

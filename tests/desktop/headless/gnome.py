@@ -90,6 +90,11 @@ _MENU_IS_OPEN = """\
 Object.entries(Main.panel.statusArea)
     .some(([name, item]) => name.startsWith('appindicator-') && item.menu.isOpen && item.menu.numMenuItems > 0)
 """
+_APPLICATIONS = """\
+global.get_window_actors().map(actor => actor.meta_window).filter(window => window.get_pid() === PID)
+    .map(window => imports.gi.Shell.WindowTracker.get_default().get_window_app(window))
+    .map(application => [application.get_name(), application.get_icon().to_string()])
+"""
 _NOTIFICATIONS = """\
 Main.messageTray.getSources().flatMap(source => source.notifications).map(notification => notification.title)
 """
@@ -181,6 +186,11 @@ class GnomeShell:
     def list(self):
         windows = [Window(*values) for values in self.evaluate(_WINDOWS)]
         return [window for window in windows if window.pid != self._program.pid]
+
+    def application(self, pid):
+        """Name and icon that the shell shows for the only window of the process."""
+        (shown,) = self.evaluate(_APPLICATIONS.replace("PID", str(pid)))
+        return tuple(shown)
 
     def notifications(self):
         """The titles in the shell's list of notifications."""

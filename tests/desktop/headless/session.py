@@ -51,7 +51,7 @@ class Session:
     With `portal`, the bus can start the desktop portal. With `blending`, xfwm4 and Plasma's window manager on X11 blend
     windows with what is behind them; GNOME and the compositors on Wayland always do. `scales` has the pixels for a point
     of each screen, on the shells' Wayland; where they are not 1, the pointer and the places of windows have different
-    units. Only GNOME can have more than one screen.
+    units. Only GNOME can have more than one screen. `install` is called with the session before its desktop starts.
     Use it as a context manager: all processes started in it, and their descendants, end with it. A process may have
     one session at a time; several processes may each have one.
 
@@ -60,7 +60,8 @@ class Session:
     """
 
     def __init__(self, windowing="x11", tray=None, notifications=None, keyring="unlocked", *, accessibility=True,
-                 portal=False, blending=False, size=(1280, 800), scales=(1,), late=()):  # fmt: skip
+                 portal=False, blending=False, size=(1280, 800), scales=(1,), late=(),
+                 install=lambda session: None):  # fmt: skip
         self.is_on_wayland = windowing.endswith("wayland")
         self.scales = scales
         self.is_blending = blending
@@ -72,6 +73,7 @@ class Session:
         self._portal = portal
         self._size = size
         self._late = late
+        self._install = install
         self._programs = []
         self.bus = self.accessibility = None
 
@@ -164,6 +166,7 @@ class Session:
         self.windows = self._windows(self, self.screen)
         # Activated programs inherit the bus's environment, which therefore needs screen and browser.
         self.browser = Browser(self)
+        self._install(self)
         startable = _STARTABLE + self.windows.startable
         if self._portal:
             startable += _PORTAL
