@@ -7,6 +7,7 @@ import unittest
 import shells
 from headless import eventually
 
+_FAILED = f"{shells.REPOSITORY} failed"
 _REFUSED = "Notifications are disabled for Velmora in System Settings."
 
 
@@ -15,16 +16,24 @@ class Stories:
 
     def test_a_failure_is_one_notification_whose_button_opens_the_log(self):
         session = self.desktop()
-        github, velmora, _ = self.connect(session)
+        log = self.meet_failure(session)
+        session.windows.press_in_notification("Open log")
+        self.wait_for_log(session, log)
+
+    def meet_failure(self, session):
+        """Has a deployment fail, and waits until that is notified; returns the address of its log."""
+        github, _, _ = self.connect(session)
         log = f"{github.address}/the-log"
-        github.tell("world", {"deployment": {"repository": shells.REPOSITORY, "state": "FAILURE", "logUrl": log}})
+        self.fail_deployment(github, logUrl=log)
         session.screen.key("ctrl+r")
 
         def failures():
-            return [title for title in session.windows.notifications() if "failed" in title]
+            return [title for title in session.windows.notifications() if title == _FAILED]
 
         self.assertEqual(len(eventually(failures, "the notification")), 1)
-        session.windows.press_in_notification("Open log")
+        return log
+
+    def wait_for_log(self, session, log):
         eventually(lambda: log in [page.address for page in session.browser.opened()], "the log")
 
     def test_a_refusal_of_notifications_is_said_until_they_are_allowed_and_switched_on(self):
@@ -42,19 +51,46 @@ class Stories:
         eventually(lambda: not settings.all("label", _REFUSED), "the refusal to go")
 
 
-class GnomeX11Test(Stories, shells.GnomeX11):
+class GnomeStories(Stories):
+    """GNOME's list below the clock."""
+
+    def test_a_failure_is_listed_until_a_click_on_it_opens_the_log(self):
+        session = self.desktop()
+        log = self.meet_failure(session)
+        session.windows.open_history()
+        # The shell has listed that it has no lock screen.
+        eventually(lambda: session.windows.history().count(_FAILED) == 1, "the failure in the list")
+        session.windows.click_in_history(_FAILED)
+        self.wait_for_log(session, log)
+        eventually(lambda: _FAILED not in session.windows.notifications(), "the failure to leave the list")
+
+
+class PlasmaStories(Stories):
+    """Plasma's list in the panel, where notifications have no buttons any more, and clicks do nothing."""
+
+    def test_a_failure_is_listed_until_it_is_dismissed(self):
+        session = self.desktop(keyring=self.keyring_of_login)
+        self.meet_failure(session)
+        eventually(lambda: not session.windows.notifications(), "the notification to go from the screen")
+        session.windows.open_history()
+        eventually(lambda: session.windows.history() == [_FAILED], "the failure in the list")
+        session.windows.dismiss_in_history()
+        eventually(lambda: not session.windows.history(), "the failure to leave the list")
+
+
+class GnomeX11Test(GnomeStories, shells.GnomeX11):
     pass
 
 
-class GnomeWaylandTest(Stories, shells.GnomeWayland):
+class GnomeWaylandTest(GnomeStories, shells.GnomeWayland):
     pass
 
 
-class PlasmaX11Test(Stories, shells.PlasmaX11):
+class PlasmaX11Test(PlasmaStories, shells.PlasmaX11):
     pass
 
 
-class PlasmaWaylandTest(Stories, shells.PlasmaWayland):
+class PlasmaWaylandTest(PlasmaStories, shells.PlasmaWayland):
     pass
 
 

@@ -114,6 +114,16 @@ class Accessible:
         """The descendants that are shown and have this role and exactly this name."""
         return list(self._fitting(role, name))
 
+    def names(self, role):
+        """The names of the descendants that are shown and have this role."""
+        found = []
+        for candidate in self._fitting(role, None):
+            try:
+                found.append(candidate.name)
+            except BusError:
+                continue
+        return found
+
     def focused(self):
         """The descendant that is shown and has the focus, or None."""
         return next((element for element in self.descendants() if "focused" in element.states), None)

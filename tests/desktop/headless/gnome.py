@@ -98,6 +98,13 @@ global.get_window_actors().map(actor => actor.meta_window).filter(window => wind
 _NOTIFICATIONS = """\
 Main.messageTray.getSources().flatMap(source => source.notifications).map(notification => notification.title)
 """
+_LISTED = """\
+Main.panel.statusArea.dateMenu._messageList._notificationSection._messages.filter(message => message.mapped)
+    .map(message => {
+        const [x, y] = message.get_transformed_position();
+        return [message.notification.title, Math.round(x + message.width / 2), Math.round(y + message.height / 2)];
+    })
+"""
 _PRESS = """\
 Main.messageTray.getSources().flatMap(source => source.notifications).flatMap(notification => notification.actions)
     .find(action => action.label === LABEL).callback()
@@ -199,6 +206,26 @@ class GnomeShell:
     def press_in_notification(self, label):
         """Presses the button with this label in a notification."""
         self.evaluate(_PRESS.replace("LABEL", json.dumps(label)))
+
+    def open_history(self):
+        """Opens the list of notifications, which takes what is shown of one off the screen."""
+        self.evaluate("Main.panel.statusArea.dateMenu.menu.open()")
+
+    def history(self):
+        """The titles in the list of notifications while that is open."""
+        return [title for title, _, _ in self.evaluate(_LISTED)]
+
+    def click_in_history(self, title):
+        """Clicks the only notification with this title in the open list."""
+        seen = [None]
+
+        def is_resting():
+            seen.append(self.evaluate(_LISTED))
+            return seen[-1] == seen[-2]
+
+        eventually(is_resting, "the list to stay as it is")
+        (place,) = [place for listed, *place in seen[-1] if listed == title]
+        self._screen.click(*place)
 
     def _install_evaluator(self):
         folder = f"{self._session.environment['XDG_DATA_HOME']}/gnome-shell/extensions/{_EVALUATOR}"

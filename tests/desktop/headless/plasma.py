@@ -176,11 +176,23 @@ class PlasmaShell:
 
     def notifications(self):
         """The titles of the notifications that are shown."""
-        return [shown.name for shown in self.accessible().all("notification")]
+        return self.accessible().names("notification")
 
     def press_in_notification(self, label):
         """Presses the button with this label in a notification."""
         self.accessible().find("push button", label).press()
+
+    def open_history(self):
+        """Opens the list of notifications in the panel."""
+        self.accessible().find("push button", "Notifications").press()
+
+    def history(self):
+        """The titles in the list of notifications while that is open."""
+        return [name for name in self.accessible().names("filler") if name]
+
+    def dismiss_in_history(self):
+        """Takes the only notification off the open list."""
+        self.accessible().find("push button", "Close").press()
 
     def accessible(self):
         """Panel, notifications and all else that plasmashell shows."""
