@@ -8,6 +8,8 @@ import shells
 from headless import eventually
 
 _FAILED = f"{shells.REPOSITORY} failed"
+# As buttons of the pointer.
+_UP, _DOWN = 4, 5
 _REFUSED = "Notifications are disabled for Velmora in System Settings."
 
 
@@ -42,13 +44,22 @@ class Stories:
         _, velmora, _ = self.connect(session)
         settings = velmora.open_settings()
         session.screen.key("ctrl+4")
+        self.scroll(session, velmora, _DOWN)
         settings.find("label", _REFUSED)
+        self.scroll(session, velmora, _UP)
         session.windows.allow_notifications(shells.APPLICATION, True)
         switch = settings.find("check box", "Notify me when deployments fail")
         self.assertNotIn("checked", switch.states)
         switch.do("Toggle")
         eventually(lambda: "checked" in switch.states, "the switch to be on")
+        self.scroll(session, velmora, _DOWN)
         eventually(lambda: not settings.all("label", _REFUSED), "the refusal to go")
+
+    def scroll(self, session, velmora, direction):
+        """Turns the wheel over the window until it has come to an end: the refusal is below all else."""
+        (window,) = velmora.windows()
+        for _ in range(10):
+            session.screen.click(window.x + window.width // 2, window.y + window.height // 2, direction)
 
 
 class GnomeStories(Stories):
