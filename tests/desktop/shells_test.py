@@ -82,6 +82,17 @@ class Stories:
         session.screen.click(5, session.screen.height // 2)
         never(lambda: not velmora.is_open(), "the window has closed", 2)
 
+    def test_without_a_tray_escape_closes_the_window_and_another_start_opens_it(self):
+        session = self.desktop(tray="none")
+        velmora = self.start(session, "--demo")
+        velmora.window()
+        velmora.wait_until_active()
+        session.screen.key("Escape")
+        velmora.wait_until_closed()
+        again = self.start(session, "--demo")
+        eventually(lambda: again.program.exit_code == 0, "the second one to end")
+        velmora.wait_until_active()
+
 
 class Gnome:
     """GNOME's top bar."""
