@@ -44,8 +44,12 @@ class Stories:
         _, velmora, _ = self.connect(session)
         settings = velmora.open_settings()
         session.screen.key("ctrl+4")
-        self.scroll(session, velmora, _DOWN)
-        settings.find("label", _REFUSED)
+
+        def is_refusal_found():
+            self.scroll(session, velmora, _DOWN)
+            return settings.all("label", _REFUSED)
+
+        eventually(is_refusal_found, "the refusal")
         self.scroll(session, velmora, _UP)
         session.windows.allow_notifications(shells.APPLICATION, True)
         switch = settings.find("check box", "Notify me when deployments fail")

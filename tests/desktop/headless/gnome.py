@@ -99,7 +99,8 @@ _NOTIFICATIONS = """\
 Main.messageTray.getSources().flatMap(source => source.notifications).map(notification => notification.title)
 """
 _LISTED = """\
-Main.panel.statusArea.dateMenu._messageList._notificationSection._messages.filter(message => message.mapped)
+Main.panel.statusArea.dateMenu._messageList._notificationSection._messages
+    .filter(message => message.mapped && message.notification) // one that goes has none
     .map(message => {
         const [x, y] = message.get_transformed_position();
         return [message.notification.title, Math.round(x + message.width / 2), Math.round(y + message.height / 2)];
